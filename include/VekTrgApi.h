@@ -1,0 +1,270 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+#ifndef VEK_TRG_API_H
+#define VEK_TRG_API_H
+
+/**
+ * VekTrgApi: control and software image pipeline of an industrial trigger camera.
+ *
+ * The application opens the camera's Video4Linux2 node itself, passes the descriptor to VekCam_Open and
+ * captures frames in its own way; the functions below work on the buffers it owns. Valid C99 and C++.
+ *
+ * Conventions that hold for every function:
+ *  - A handle belongs to one camera and is used by one thread at a time. Different handles share nothing.
+ *  - Every call runs to its end on the caller's thread; nothing is kept of an image after the call.
+ *  - A null handle gives VEK_EINVAL at once, nothing else is touched. VekCam_GetlibVersion alone takes any handle.
+ *  - Samples: 8-bit data are bytes; deeper data are 16-bit little-endian words with the value in the low bits.
+ *  - Colour output is interleaved blue, green, red; a fourth sample of a pixel is never written.
+ *  - No exception leaves the library, and it prints nothing unless a function says so.
+ */
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#if defined(__GNUC__)
+#define VEK_API __attribute__((visibility("default")))
+#else
+#define VEK_API
+#endif
+
+/** Opaque camera handle, made by VekCam_Open and ended by VekCam_Close. Null: the open failed. */
+typedef struct CVekTrgCamera *VekCam_Handle;
+
+/** Results that several functions share; each function says which it gives. */
+enum VekStatus {
+    VEK_OK = 0,
+    VEK_EINVAL = -22, /**< null handle, rejected argument */
+    VEK_ENOMEM = -12  /**< memory ran out */
+};
+
+/** Library version that VekCam_GetlibVersion reports; also the shared object's major version. */
+#define VEK_LIBRARY_VERSION 2UL
+
+/**
+ * Transfer format: how the driver lays pixels out in a transferred frame.
+ * Words are 16-bit little-endian, value in the low bits; packed rows are one little-endian bit stream.
+ */
+enum VekTransferFormat {
+    VEK_TRANSFER_RAW8 = 0,            /**< mono or Bayer, one byte a pixel */
+    VEK_TRANSFER_RAW10 = 1,           /**< mono or Bayer, 10 bits in a word */
+    VEK_TRANSFER_RAW10_PACKED = 2,    /**< mono or Bayer, 4 pixels in 5 bytes */
+    VEK_TRANSFER_RAW12 = 3,           /**< mono or Bayer, 12 bits in a word */
+    VEK_TRANSFER_RAW12_PACKED = 4,    /**< mono or Bayer, 2 pixels in 3 bytes */
+    VEK_TRANSFER_MONO8 = 5,           /**< one byte a pixel */
+    VEK_TRANSFER_MONO10 = 6,          /**< 10 bits in a word */
+    VEK_TRANSFER_MONO10_PACKED = 7,   /**< 4 pixels in 5 bytes */
+    VEK_TRANSFER_MONO12 = 8,          /**< 12 bits in a word */
+    VEK_TRANSFER_MONO12_PACKED = 9,   /**< 2 pixels in 3 bytes */
+    VEK_TRANSFER_BGR8 = 10,           /**< bytes B, G, R */
+    VEK_TRANSFER_BGR10 = 11,          /**< B in bits 0-9, G in 10-19, R in 20-29 */
+    VEK_TRANSFER_YCRCB411 = 12,       /**< Y0 Y1 Cb Y2 Y3 Cr, ITU-R BT.601 full range */
+    VEK_TRANSFER_YCRCB422 = 13,       /**< Y0 Cb Y1 Cr */
+    VEK_TRANSFER_YCRCB444 = 14,       /**< Y Cb Cr */
+    VEK_TRANSFER_YCRCB411_BT709 = 15, /**< as 12, ITU-R BT.709 video range */
+    VEK_TRANSFER_YCRCB422_BT709 = 16, /**< as 13, ITU-R BT.709 video range */
+    VEK_TRANSFER_YCRCB444_BT709 = 17, /**< as 14, ITU-R BT.709 video range */
+    VEK_TRANSFER_RAW14 = 18,          /**< mono or Bayer, 14 bits in a word */
+    VEK_TRANSFER_RAW16 = 19,          /**< mono or Bayer, 16-bit words */
+    VEK_TRANSFER_MONO14 = 20,         /**< 14 bits in a word */
+    VEK_TRANSFER_MONO16 = 21          /**< 16-bit words */
+};
+
+/** Colour array: the colour layout of pixel data. Bayer names read the top-left 2 x 2 cell row by row. */
+enum VekColorArray {
+    VEK_COLOR_ARRAY_MONO = 1,
+    VEK_COLOR_ARRAY_RGGB = 2,
+    VEK_COLOR_ARRAY_GRBG = 3,
+    VEK_COLOR_ARRAY_GBRG = 4,
+    VEK_COLOR_ARRAY_BGGR = 5,
+    VEK_COLOR_ARRAY_YCRCB422 = 6,
+    VEK_COLOR_ARRAY_YCRCB444 = 7,
+    VEK_COLOR_ARRAY_YCRCB411 = 8,
+    VEK_COLOR_ARRAY_YCRCB422_BT709 = 9,
+    VEK_COLOR_ARRAY_YCRCB444_BT709 = 10,
+    VEK_COLOR_ARRAY_YCRCB411_BT709 = 11
+};
+
+/** Destination pixel format: the layout of an output image. */
+enum VekDestinationFormat {
+    VEK_DESTINATION_MONO8 = 1,   /**< one byte a pixel */
+    VEK_DESTINATION_BGR24 = 4,   /**< bytes B, G, R */
+    VEK_DESTINATION_BGRX32 = 8,  /**< bytes B, G, R and one that stays as it was */
+    VEK_DESTINATION_MONO10 = 16, /**< one word a pixel */
+    VEK_DESTINATION_MONO12 = 32, /**< one word a pixel */
+    VEK_DESTINATION_BGR48 = 256, /**< words B, G, R */
+    VEK_DESTINATION_BGRX64 = 512 /**< words B, G, R and one that stays as it was */
+};
+
+/** Demosaic method of VekCam_ColorInterpolation. */
+enum VekDemosaicMethod {
+    VEK_DEMOSAIC_MONO = 0,             /**< raw samples as grey */
+    VEK_DEMOSAIC_NONE = 1,             /**< own colour only, the other two channels 0 */
+    VEK_DEMOSAIC_NEAREST_NEIGHBOR = 2, /**< each 2 x 2 cell shares its samples */
+    VEK_DEMOSAIC_BILINEAR_SIMPLE = 3   /**< separable means of two neighbours */
+};
+
+/** Pixel formats of the GenICam Pixel Format Naming Convention (PFNC) that the camera's data have. */
+enum VekPixelFormat {
+    VEK_PFNC_NONE = 0,
+    VEK_PFNC_MONO8 = 0x01080001,
+    VEK_PFNC_BAYER_GR8 = 0x01080008,
+    VEK_PFNC_BAYER_RG8 = 0x01080009,
+    VEK_PFNC_BAYER_GB8 = 0x0108000A,
+    VEK_PFNC_BAYER_BG8 = 0x0108000B,
+    VEK_PFNC_MONO10 = 0x01100003,
+    VEK_PFNC_BAYER_GR10 = 0x0110000C,
+    VEK_PFNC_BAYER_RG10 = 0x0110000D,
+    VEK_PFNC_BAYER_GB10 = 0x0110000E,
+    VEK_PFNC_BAYER_BG10 = 0x0110000F,
+    VEK_PFNC_MONO12 = 0x01100005,
+    VEK_PFNC_BAYER_GR12 = 0x01100010,
+    VEK_PFNC_BAYER_RG12 = 0x01100011,
+    VEK_PFNC_BAYER_GB12 = 0x01100012,
+    VEK_PFNC_BAYER_BG12 = 0x01100013,
+    VEK_PFNC_MONO14 = 0x01100025,
+    VEK_PFNC_MONO16 = 0x01100007,
+    VEK_PFNC_BAYER_GR16 = 0x0110002E,
+    VEK_PFNC_BAYER_RG16 = 0x0110002F,
+    VEK_PFNC_BAYER_GB16 = 0x01100030,
+    VEK_PFNC_BAYER_BG16 = 0x01100031,
+    VEK_PFNC_BGR8 = 0x02180015,
+    VEK_PFNC_BGR10 = 0x02300019, /**< reported for VEK_TRANSFER_BGR10, whose pixels take 32 bits */
+    VEK_PFNC_YCBCR411_8 = 0x020C005A,
+    VEK_PFNC_YCBCR422_8 = 0x0210003B,
+    VEK_PFNC_YCBCR8 = 0x0218005B
+};
+
+/**
+ * Controls of the camera's Video4Linux2 driver, offsets from V4L2_CID_PRIVATE_BASE (0x08000000). An application
+ * may read them with VIDIOC_G_CTRL on its own descriptor; the library reads each anew when it needs it.
+ * Gain and exposure are the standard V4L2_CID_GAIN (setting value) and V4L2_CID_EXPOSURE (exposure clocks).
+ */
+enum VekDriverControl {
+    VEK_CID_COLOR_ARRAY = 0x08000000,              /**< sensor's colour array, 1..5 */
+    VEK_CID_TRANSFER_FORMAT = 0x08000001,          /**< enum VekTransferFormat */
+    VEK_CID_VBLANK = 0x0800000C,                   /**< vertical blanking, lines */
+    VEK_CID_MAX_SHORT_EXPOSURE_CLOCK = 0x0800000D, /**< longest exposure that keeps the frame rate, clocks */
+    VEK_CID_IMAGE_WIDTH = 0x08000400,              /**< transferred image, pixels */
+    VEK_CID_IMAGE_HEIGHT = 0x08000401,             /**< transferred image, rows */
+    VEK_CID_TOTAL_H_CLOCK = 0x08000402,            /**< sensor line, blanking included, clocks */
+    VEK_CID_TOTAL_V_LINE = 0x08000403,             /**< sensor frame, blanking included, lines */
+    VEK_CID_CLOCK = 0x08000404,                    /**< sensor clock, Hz */
+    VEK_CID_RAW_IMAGE_SIZE = 0x08000406,           /**< transferred frame, bytes */
+    VEK_CID_BINNING_H = 0x08000407,                /**< horizontal binning code */
+    VEK_CID_BINNING_V = 0x08000408                 /**< vertical binning code */
+};
+
+/**
+ * Size of one pixel in the transfer buffer, bits: 8, 12, 16, 24 or 32.
+ * 0 for the packed formats and for codes above 21.
+ */
+static inline unsigned char VekTransferFormatBits(unsigned long transferFormat) {
+    static const unsigned char bits[] = {8,  16, 0,  16, 0,  8,  16, 0,  16, 0,  24,
+                                         32, 12, 16, 24, 12, 16, 24, 16, 16, 16, 16};
+    return transferFormat < sizeof bits ? bits[transferFormat] : (unsigned char)0;
+}
+
+/**
+ * Colour array of transferred pixels (enum VekColorArray): 6..11 for the YCrCb transfer formats, else the
+ * sensor's own code unchanged.
+ */
+static inline unsigned short VekTransferColorArray(unsigned long transferFormat, unsigned short sensorColorArray) {
+    static const unsigned short ycrcb[] = {VEK_COLOR_ARRAY_YCRCB411,       VEK_COLOR_ARRAY_YCRCB422,
+                                           VEK_COLOR_ARRAY_YCRCB444,       VEK_COLOR_ARRAY_YCRCB411_BT709,
+                                           VEK_COLOR_ARRAY_YCRCB422_BT709, VEK_COLOR_ARRAY_YCRCB444_BT709};
+    if (transferFormat < VEK_TRANSFER_YCRCB411 || transferFormat > VEK_TRANSFER_YCRCB444_BT709) {
+        return sensorColorArray;
+    }
+    return ycrcb[transferFormat - VEK_TRANSFER_YCRCB411];
+}
+
+/**
+ * GenICam pixel format (enum VekPixelFormat) of a transfer format and the colour array of its pixels;
+ * VEK_PFNC_NONE where the naming convention has no value that the camera reports: the packed formats, the
+ * BT.709 ones, Bayer at 14 bits, colour arrays outside 1..5 of a raw format, and codes above 21.
+ */
+static inline int VekTransferPixelFormat(unsigned long transferFormat, unsigned short colorArray) {
+    static const int raw8[] = {VEK_PFNC_MONO8, VEK_PFNC_BAYER_RG8, VEK_PFNC_BAYER_GR8, VEK_PFNC_BAYER_GB8,
+                               VEK_PFNC_BAYER_BG8};
+    static const int raw10[] = {VEK_PFNC_MONO10, VEK_PFNC_BAYER_RG10, VEK_PFNC_BAYER_GR10, VEK_PFNC_BAYER_GB10,
+                                VEK_PFNC_BAYER_BG10};
+    static const int raw12[] = {VEK_PFNC_MONO12, VEK_PFNC_BAYER_RG12, VEK_PFNC_BAYER_GR12, VEK_PFNC_BAYER_GB12,
+                                VEK_PFNC_BAYER_BG12};
+    static const int raw14[] = {VEK_PFNC_MONO14, VEK_PFNC_NONE, VEK_PFNC_NONE, VEK_PFNC_NONE, VEK_PFNC_NONE};
+    static const int raw16[] = {VEK_PFNC_MONO16, VEK_PFNC_BAYER_RG16, VEK_PFNC_BAYER_GR16, VEK_PFNC_BAYER_GB16,
+                                VEK_PFNC_BAYER_BG16};
+    const int *raw = 0;
+    switch (transferFormat) {
+    case VEK_TRANSFER_RAW8: raw = raw8; break;
+    case VEK_TRANSFER_RAW10: raw = raw10; break;
+    case VEK_TRANSFER_RAW12: raw = raw12; break;
+    case VEK_TRANSFER_RAW14: raw = raw14; break;
+    case VEK_TRANSFER_RAW16: raw = raw16; break;
+    case VEK_TRANSFER_MONO8: return VEK_PFNC_MONO8;
+    case VEK_TRANSFER_MONO10: return VEK_PFNC_MONO10;
+    case VEK_TRANSFER_MONO12: return VEK_PFNC_MONO12;
+    case VEK_TRANSFER_MONO14: return VEK_PFNC_MONO14;
+    case VEK_TRANSFER_MONO16: return VEK_PFNC_MONO16;
+    case VEK_TRANSFER_BGR8: return VEK_PFNC_BGR8;
+    case VEK_TRANSFER_BGR10: return VEK_PFNC_BGR10;
+    case VEK_TRANSFER_YCRCB411: return VEK_PFNC_YCBCR411_8;
+    case VEK_TRANSFER_YCRCB422: return VEK_PFNC_YCBCR422_8;
+    case VEK_TRANSFER_YCRCB444: return VEK_PFNC_YCBCR8;
+    default: return VEK_PFNC_NONE;
+    }
+    if (colorArray < VEK_COLOR_ARRAY_MONO || colorArray > VEK_COLOR_ARRAY_BGGR) {
+        return VEK_PFNC_NONE;
+    }
+    return raw[colorArray - VEK_COLOR_ARRAY_MONO];
+}
+
+/**
+ * Opens a handle on a camera.
+ *  fd: descriptor of the camera's Video4Linux2 node, opened by the caller, who keeps it open until VekCam_Close
+ *      and closes it afterwards.
+ * A descriptor that does not answer the camera's description request still gives a handle: the image functions
+ * work on it, the camera's own values read as 0.
+ * Returns the handle; null when memory runs out.
+ */
+VEK_API VekCam_Handle VekCam_Open(int fd);
+
+/** Ends a handle and frees what it holds; the descriptor stays open. Null is ignored. */
+VEK_API void VekCam_Close(VekCam_Handle handle);
+
+/**
+ * Reports the library's version.
+ *  handle: any value, null included; it is not looked at.
+ *  version: receives VEK_LIBRARY_VERSION.
+ * Returns 1; VEK_EINVAL for a null version.
+ */
+VEK_API int VekCam_GetlibVersion(VekCam_Handle handle, unsigned long *version);
+
+/**
+ * Turns a raw frame into a blue-green-red or grey image.
+ *  width, height: pixels; 0 writes nothing and is success.
+ *  colorArray: layout of the source, enum VekColorArray. Mono and the four Bayer phases; the YCrCb layouts are
+ *      not decoded yet and give 1.
+ *  src: height rows of width samples without padding. With VEK_DEMOSAIC_BILINEAR_SIMPLE and an odd width, one
+ *      sample behind each row's last is read as well (the next row's first one; one sample behind the image in
+ *      the last row).
+ *  dst: height rows, each channels x width samples, padded to a multiple of 4 bytes. The padding is not written.
+ *  method: enum VekDemosaicMethod. VEK_DEMOSAIC_MONO, and any method on a mono image, copies samples to every
+ *      channel. VEK_DEMOSAIC_NEAREST_NEIGHBOR and VEK_DEMOSAIC_BILINEAR_SIMPLE need 2 x 2 pixels.
+ *      VEK_DEMOSAIC_BILINEAR_SIMPLE leaves the third colour of an odd height's last row as dst held it (blue
+ *      where that row holds red, red where it holds blue), and its means cut the fraction off.
+ *  destinationPixelFormat: enum VekDestinationFormat: MONO8, BGR24, BGRX32 at 8 bits; MONO10, MONO12, BGR48,
+ *      BGRX64 at 10 and 12 bits. Grey formats go with VEK_DEMOSAIC_MONO or a mono image only.
+ *  bitsPerPixel: depth of the source: 8 (bytes), 10 or 12 (words).
+ * Returns 0; VEK_EINVAL for a null handle, another depth, or a format that the depth does not allow; 1 for any
+ * other refusal (unknown colour array or method, an image too small for the method, a null buffer). Nothing is
+ * written unless the result is 0.
+ */
+VEK_API int VekCam_ColorInterpolation(VekCam_Handle handle, unsigned long width, unsigned long height,
+                                      unsigned short colorArray, const void *src, void *dst, unsigned char method,
+                                      unsigned long destinationPixelFormat, unsigned short bitsPerPixel);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "api/VekImageProcLib.h"
+
+#include "imageproc/ColorInterpolation.h"
+#include "imageproc/rows/RowDispatch.h"
+
+namespace vek {
+
+namespace {
+
+struct SModuleType {
+    unsigned long type;
+    void* (*create)();
+    void (*destroy)(void*) noexcept;
+};
+
+/// A module whose constructor takes the row kernels.
+template <class Interface, class Module>
+constexpr SModuleType moduleWithRows(EModuleType type) {
+    return {type, [] { return static_cast<void*>(static_cast<Interface*>(new Module(rows::bestTable()))); },
+            [](void* module) noexcept { delete static_cast<Module*>(static_cast<Interface*>(module)); }};
+}
+
+constexpr SModuleType kModules[] = {
+    moduleWithRows<IColorInterpolation, CColorInterpolation>(kModuleColorInterpolation),
+};
+
+const SModuleType* findModule(unsigned long type) {
+    for (const SModuleType& module : kModules) {
+        if (module.type == type) {
+            return &module;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+void* CreateVekImageProc(unsigned long type) {
+    const SModuleType* const module = findModule(type);
+    return module != nullptr ? module->create() : nullptr;
+}
+
+void DestroyVekImageProc(unsigned long type, void* module) noexcept {
+    const SModuleType* const known = findModule(type);
+    if (module != nullptr && known != nullptr) {
+        known->destroy(module);
+    }
+}
+
+} // namespace vek

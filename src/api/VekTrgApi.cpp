@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "VekTrgApi.h"
+
+#include "api/VekTrgCamera.h"
+#include "imageproc/IColorInterpolation.h"
+
+#include <memory>
+#include <new>
+
+namespace {
+
+/// Runs the body of an export; nothing that it throws gets out.
+template <class Body>
+int miGuarded(Body body) noexcept {
+    try {
+        return body();
+    } catch (const std::bad_alloc&) {
+        return VEK_ENOMEM;
+    } catch (...) {
+        return VEK_EINVAL;
+    }
+}
+
+/// Samples of a destination pixel; 0 for a format that the depth does not allow. A later sample width of 8-bit
+/// formats belongs to 8 bits only, of the others to 10 and 12.
+unsigned short mwChannels(unsigned long destinationPixelFormat, unsigned short bitsPerPixel) {
+    if (bitsPerPixel == 8) {
+        switch (destinationPixelFormat) {
+        case VEK_DESTINATION_MONO8:
+            return 1;
+        case VEK_DESTINATION_BGR24:
+            return 3;
+        case VEK_DESTINATION_BGRX32:
+            return 4;
+        default:
+            return 0;
+        }
+    }
+    if (bitsPerPixel == 10 || bitsPerPixel == 12) {
+        switch (destinationPixelFormat) {
+        case VEK_DESTINATION_MONO10:
+        case VEK_DESTINATION_MONO12:
+            return 1;
+        case VEK_DESTINATION_BGR48:
+            return 3;
+        case VEK_DESTINATION_BGRX64:
+            return 4;
+        default:
+            return 0;
+        }
+    }
+    return 0;
+}
+
+} // namespace
+
+VekCam_Handle VekCam_Open(int fd) {
+    try {
+        auto camera = std::make_unique<CVekTrgCamera>();
+        return camera->CameraOpen(fd) ? camera.release() : nullptr;
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+void VekCam_Close(VekCam_Handle handle) {
+    if (handle == nullptr) {
+        return;
+    }
+    handle->CameraClose();
+    delete handle;
+}
+
+int VekCam_GetlibVersion(VekCam_Handle /*handle*/, unsigned long* version) {
+    if (version == nullptr) {
+        return VEK_EINVAL;
+    }
+    *version = VEK_LIBRARY_VERSION;
+    return 1;
+}
+
+int VekCam_ColorInterpolation(VekCam_Handle handle, unsigned long width, unsigned long height,
+                              unsigned short colorArray, const void* src, void* dst, unsigned char method,
+                              unsigned long destinationPixelFormat, unsigned short bitsPerPixel) {
+    if (handle == nullptr) {
+        return VEK_EINVAL;
+    }
+    const unsigned short channels = mwChannels(destinationPixelFormat, bitsPerPixel);
+    if (channels == 0) {
+        return VEK_EINVAL;
+    }
+    return miGuarded([&] {
+        vek::IColorInterpolation& module = handle->ColorInterpolation();
+        // The module only reads the source.
+        void* const source = const_cast<void*>(src);
+        const unsigned long status =
+            bitsPerPixel == 8
+                ? module.ColorInterporationB(width, height, static_cast<unsigned char*>(source),
+                                             static_cast<unsigned char*>(dst), method, colorArray, channels)
+                : module.ColorInterporationW(width, height, static_cast<unsigned short*>(source),
+                                             static_cast<unsigned short*>(dst), method, colorArray, channels);
+        return status == 0 ? 0 : 1;
+    });
+}

@@ -1,0 +1,222 @@
+// SPDX-License-Identifier: Apache-2.0
+// Demosaic rows: grey, None, NearestNeighbor and BilinearSimple.
+//
+// A Bayer row holds green at the columns of one parity and its row colour (red or blue) at the others; the third
+// colour stands in the rows above and below, at the columns of this row's greens.
+
+namespace vek::rows::VEK_ISA {
+namespace {
+
+constexpr unsigned kBlue = 0;
+constexpr unsigned kGreen = 1;
+constexpr unsigned kRed = 2;
+
+/// What a kernel knows of its row at compile time.
+template <BayerRow Row>
+struct SRow {
+    static constexpr unsigned greenParity = Row == BayerRow::RG || Row == BayerRow::BG ? 1 : 0;
+    static constexpr unsigned rowColour = Row == BayerRow::RG || Row == BayerRow::GR ? kRed : kBlue;
+    static constexpr unsigned thirdColour = kRed - rowColour;
+};
+
+template <class T>
+inline T mean(T a, T b) {
+    return static_cast<T>((static_cast<std::uint32_t>(a) + b) >> 1);
+}
+
+// ---- plain loops: columns from .. to-1 of a row ----
+
+template <class T, unsigned Channels>
+inline void greySpan(const T* src, T* dst, std::size_t from, std::size_t to) {
+    for (std::size_t x = from; x < to; ++x) {
+        T* const pixel = dst + x * Channels;
+        pixel[kBlue] = pixel[kGreen] = pixel[kRed] = src[x];
+    }
+}
+
+template <class T, BayerRow Row, unsigned Channels>
+inline void noneSpan(const T* row, T* dst, std::size_t from, std::size_t to) {
+    for (std::size_t x = from; x < to; ++x) {
+        T* const pixel = dst + x * Channels;
+        pixel[kBlue] = pixel[kGreen] = pixel[kRed] = 0;
+        pixel[x % 2 == SRow<Row>::greenParity ? kGreen : SRow<Row>::rowColour] = row[x];
+    }
+}
+
+template <class T, BayerRow Row, unsigned Channels>
+inline void nearestNeighborSpan(const T* row, const T* other, T* dst, std::size_t from, std::size_t to,
+                                std::size_t width) {
+    for (std::size_t x = from; x < to; ++x) {
+        const std::size_t even = x & ~std::size_t{1};
+        // The last column of an odd width takes its odd partner from the left.
+        const std::size_t odd = even + 1 < width ? even + 1 : even - 1;
+        const std::size_t greenColumn = SRow<Row>::greenParity == 0 ? even : odd;
+        const std::size_t rowColumn = SRow<Row>::greenParity == 0 ? odd : even;
+        T* const pixel = dst + x * Channels;
+        pixel[kGreen] = row[greenColumn];
+        pixel[SRow<Row>::rowColour] = row[rowColumn];
+        pixel[SRow<Row>::thirdColour] = other[greenColumn];
+    }
+}
+
+/// The colour that row holds at columns of Parity, at column x: the sample itself, or the mean of its neighbours,
+/// or the one neighbour where the row has no other. In the last column of an odd width the right neighbour is the
+/// sample behind the row.
+template <class T, unsigned Parity>
+inline T horizontal(const T* row, std::size_t x, std::size_t width) {
+    if (x % 2 == Parity) {
+        return row[x];
+    }
+    if (x == 0) {
+        return row[1];
+    }
+    if (x % 2 == 1 && x + 1 == width) {
+        return row[x - 1];
+    }
+    return mean(row[x - 1], row[x + 1]);
+}
+
+template <class T, BayerRow Row, unsigned Channels>
+inline void bilinearOpenSpan(const T* row, T* dst, std::size_t from, std::size_t to, std::size_t width) {
+    constexpr unsigned greenParity = SRow<Row>::greenParity;
+    for (std::size_t x = from; x < to; ++x) {
+        T* const pixel = dst + x * Channels;
+        pixel[kGreen] = horizontal<T, greenParity>(row, x, width);
+        pixel[SRow<Row>::rowColour] = horizontal<T, 1 - greenParity>(row, x, width);
+    }
+}
+
+template <class T, BayerRow Row, unsigned Channels>
+inline void bilinearSpan(const T* above, const T* row, const T* below, T* dst, std::size_t from, std::size_t to,
+                         std::size_t width) {
+    constexpr unsigned greenParity = SRow<Row>::greenParity;
+    bilinearOpenSpan<T, Row, Channels>(row, dst, from, to, width);
+    for (std::size_t x = from; x < to; ++x) {
+        dst[x * Channels + SRow<Row>::thirdColour] =
+            mean(horizontal<T, greenParity>(above, x, width), horizontal<T, greenParity>(below, x, width));
+    }
+}
+
+#if VEK_VECTOR_BYTES != 0
+
+// ---- blocks of kLanes<T> pixels ----
+
+template <class T, BayerRow Row, unsigned Channels>
+inline void storeColours(T* dst, Vec<T> rowColour, Vec<T> green, Vec<T> third) {
+    if constexpr (SRow<Row>::rowColour == kBlue) {
+        storePixels<Channels, T>(dst, rowColour, green, third);
+    } else {
+        storePixels<Channels, T>(dst, third, green, rowColour);
+    }
+}
+
+/// Horizontal step for kLanes columns from x on, x even: columns of Parity hold the wanted colour themselves, the
+/// others take the mean of their neighbours.
+template <class T, unsigned Parity>
+inline Vec<T> horizontalBlock(const T* row, std::size_t x) {
+    const Vec<T> sides = meanVec(load(row + x - 1), load(row + x + 1));
+    return select(parityMask<T, Parity>(), load(row + x), sides);
+}
+
+/// Columns from 2 on that blocks can take: an even number, all with both neighbours within the row.
+inline std::size_t innerColumns(std::size_t width) {
+    return width < 4 ? 0 : (width - 3) & ~std::size_t{1};
+}
+
+#endif
+
+// ---- kernels ----
+
+template <class T, unsigned Channels>
+void grey(const T* src, T* dst, std::size_t width) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    if (const std::size_t pairs = width & ~std::size_t{1}; pairs >= kLanes<T>) {
+        forBlocks<T, Channels>(dst, 0, pairs, [=](std::size_t x) {
+            const Vec<T> v = load(src + x);
+            storePixels<Channels, T>(dst + x * Channels, v, v, v);
+        });
+        done = pairs;
+    }
+#endif
+    greySpan<T, Channels>(src, dst, done, width);
+}
+
+template <class T, BayerRow Row, unsigned Channels>
+void none(const T* row, T* dst, std::size_t width) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    if (const std::size_t pairs = width & ~std::size_t{1}; pairs >= kLanes<T>) {
+        const Vec<T> green = parityMask<T, SRow<Row>::greenParity>();
+        forBlocks<T, Channels>(dst, 0, pairs, [=](std::size_t x) {
+            const Vec<T> v = load(row + x);
+            storeColours<T, Row, Channels>(dst + x * Channels, v & ~green, v & green, Vec<T>{});
+        });
+        done = pairs;
+    }
+#endif
+    noneSpan<T, Row, Channels>(row, dst, done, width);
+}
+
+template <class T, BayerRow Row, unsigned Channels>
+void nearestNeighbor(const T* row, const T* other, T* dst, std::size_t width) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    if (const std::size_t pairs = width & ~std::size_t{1}; pairs >= kLanes<T>) {
+        constexpr unsigned greenParity = SRow<Row>::greenParity;
+        forBlocks<T, Channels>(dst, 0, pairs, [=](std::size_t x) {
+            const Vec<T> v = load(row + x);
+            storeColours<T, Row, Channels>(dst + x * Channels, shareInPairs<T, 1 - greenParity>(v),
+                                           shareInPairs<T, greenParity>(v),
+                                           shareInPairs<T, greenParity>(load(other + x)));
+        });
+        done = pairs;
+    }
+#endif
+    nearestNeighborSpan<T, Row, Channels>(row, other, dst, done, width, width);
+}
+
+template <class T, BayerRow Row, unsigned Channels>
+void bilinearSimple(const T* above, const T* row, const T* below, T* dst, std::size_t width) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    if (const std::size_t inner = innerColumns(width); inner >= kLanes<T>) {
+        constexpr unsigned greenParity = SRow<Row>::greenParity;
+        bilinearSpan<T, Row, Channels>(above, row, below, dst, 0, 2, width);
+        forBlocks<T, Channels>(dst, 2, inner, [=](std::size_t x) {
+            const Vec<T> third =
+                meanVec(horizontalBlock<T, greenParity>(above, x), horizontalBlock<T, greenParity>(below, x));
+            storeColours<T, Row, Channels>(dst + x * Channels, horizontalBlock<T, 1 - greenParity>(row, x),
+                                           horizontalBlock<T, greenParity>(row, x), third);
+        });
+        done = 2 + inner;
+    }
+#endif
+    bilinearSpan<T, Row, Channels>(above, row, below, dst, done, width, width);
+}
+
+// One row of a frame at most: not worth a block of its own.
+template <class T, BayerRow Row, unsigned Channels>
+void bilinearSimpleOpen(const T* row, T* dst, std::size_t width) {
+    bilinearOpenSpan<T, Row, Channels>(row, dst, 0, width, width);
+}
+
+#define VEK_BY_LAYOUT(kernel, ...)                                                                                     \
+    { kernel<__VA_ARGS__, 3>, kernel<__VA_ARGS__, 4> }
+#define VEK_BY_ROW(kernel)                                                                                             \
+    {                                                                                                                  \
+        VEK_BY_LAYOUT(kernel, T, BayerRow::RG), VEK_BY_LAYOUT(kernel, T, BayerRow::GR),                                \
+            VEK_BY_LAYOUT(kernel, T, BayerRow::GB), VEK_BY_LAYOUT(kernel, T, BayerRow::BG)                             \
+    }
+
+template <class T>
+constexpr SDemosaicRows<T> demosaicTable() {
+    return {VEK_BY_LAYOUT(grey, T), VEK_BY_ROW(none), VEK_BY_ROW(nearestNeighbor), VEK_BY_ROW(bilinearSimple),
+            VEK_BY_ROW(bilinearSimpleOpen)};
+}
+
+#undef VEK_BY_ROW
+#undef VEK_BY_LAYOUT
+
+} // namespace
+} // namespace vek::rows::VEK_ISA

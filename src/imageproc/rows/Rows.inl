@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+// One instruction set's kernels and their table. The including file defines VEK_ISA (namespace), VEK_ISA_NAME,
+// VEK_ISA_ENUM and VEK_VECTOR_BYTES (0: plain loops only). The table is the object file's only global symbol:
+// code compiled for a wider instruction set must never be linked in for a narrower one.
+#include "imageproc/rows/RowTable.h"
+
+#include "imageproc/rows/Vector.inl"
+
+#include "imageproc/rows/Demosaic.inl"
+
+namespace vek::rows::VEK_ISA {
+
+extern const SRowTable kTable;
+const SRowTable kTable = {
+    VEK_ISA_ENUM,
+    VEK_ISA_NAME,
+    demosaicTable<std::uint8_t>(),
+    demosaicTable<std::uint16_t>(),
+};
+
+} // namespace vek::rows::VEK_ISA

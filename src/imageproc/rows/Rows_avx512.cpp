@@ -1,0 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
+// Built with -mavx512{f,bw,dq,vl,vbmi}. See docs/design/0001-row-kernels.md for the vector width.
+#define VEK_ISA avx512
+#define VEK_ISA_NAME "avx512"
+#define VEK_ISA_ENUM Isa::Avx512
+#define VEK_VECTOR_BYTES 32
+#include "imageproc/rows/Rows.inl"
