@@ -1,0 +1,408 @@
+// SPDX-License-Identifier: Apache-2.0
+// The request side of CSimulatedDriver: what each ioctl reads, answers and changes.
+#include "sim/SimulatedDriver.h"
+
+#include "VekTrgApi.h"
+#include "device/DeviceControl.h"
+
+#include <linux/videodev2.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+
+namespace vek::sim {
+
+namespace {
+
+constexpr std::uint32_t kMaxVBlank = 65535;
+constexpr unsigned kUnused = 65535;
+
+/// Four-character code of a transfer format. Formats that V4L2 has no code for get one of the driver's own, 'V', 'K'
+/// and the transfer format in two digits.
+std::uint32_t FourCc(unsigned long format, int colorArray) {
+    const auto bayer = [colorArray](std::uint32_t mono, std::uint32_t rggb, std::uint32_t grbg, std::uint32_t gbrg,
+                                    std::uint32_t bggr) {
+        const std::uint32_t codes[] = {mono, rggb, grbg, gbrg, bggr};
+        return codes[colorArray - 1];
+    };
+    switch (format) {
+    case VEK_TRANSFER_RAW8:
+        return bayer(V4L2_PIX_FMT_GREY, V4L2_PIX_FMT_SRGGB8, V4L2_PIX_FMT_SGRBG8, V4L2_PIX_FMT_SGBRG8,
+                     V4L2_PIX_FMT_SBGGR8);
+    case VEK_TRANSFER_RAW10:
+        return bayer(V4L2_PIX_FMT_Y10, V4L2_PIX_FMT_SRGGB10, V4L2_PIX_FMT_SGRBG10, V4L2_PIX_FMT_SGBRG10,
+                     V4L2_PIX_FMT_SBGGR10);
+    case VEK_TRANSFER_RAW12:
+        return bayer(V4L2_PIX_FMT_Y12, V4L2_PIX_FMT_SRGGB12, V4L2_PIX_FMT_SGRBG12, V4L2_PIX_FMT_SGBRG12,
+                     V4L2_PIX_FMT_SBGGR12);
+    case VEK_TRANSFER_RAW14:
+        return bayer(V4L2_PIX_FMT_Y14, V4L2_PIX_FMT_SRGGB14, V4L2_PIX_FMT_SGRBG14, V4L2_PIX_FMT_SGBRG14,
+                     V4L2_PIX_FMT_SBGGR14);
+    case VEK_TRANSFER_RAW16:
+        return bayer(V4L2_PIX_FMT_Y16, V4L2_PIX_FMT_SRGGB16, V4L2_PIX_FMT_SGRBG16, V4L2_PIX_FMT_SGBRG16,
+                     V4L2_PIX_FMT_SBGGR16);
+    case VEK_TRANSFER_MONO8:
+        return V4L2_PIX_FMT_GREY;
+    case VEK_TRANSFER_MONO10:
+        return V4L2_PIX_FMT_Y10;
+    case VEK_TRANSFER_MONO12:
+        return V4L2_PIX_FMT_Y12;
+    case VEK_TRANSFER_MONO14:
+        return V4L2_PIX_FMT_Y14;
+    case VEK_TRANSFER_MONO16:
+        return V4L2_PIX_FMT_Y16;
+    case VEK_TRANSFER_BGR8:
+        return V4L2_PIX_FMT_BGR24;
+    case VEK_TRANSFER_YCRCB422:
+    case VEK_TRANSFER_YCRCB422_BT709:
+        return V4L2_PIX_FMT_YUYV;
+    case VEK_TRANSFER_YCRCB444:
+    case VEK_TRANSFER_YCRCB444_BT709:
+        return v4l2_fourcc('Y', 'U', 'V', '3'); // 24-bit Y, Cb, Cr
+    default:
+        return v4l2_fourcc('V', 'K', '0' + format / 10, '0' + format % 10);
+    }
+}
+
+} // namespace
+
+int CSimulatedDriver::miPendingFault() {
+    ++mRequestCount;
+    if (mUnplugged) {
+        return ENODEV;
+    }
+    const auto fault = mFaults.find(mRequestCount);
+    if (fault != mFaults.end()) {
+        const int error = fault->second;
+        mFaults.erase(fault);
+        return error;
+    }
+    return mFailAll;
+}
+
+int CSimulatedDriver::Ioctl(unsigned long request, void* argument) {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    SRequestRecord record;
+    // The kernel takes 32 bits of the number; a caller that kept it in an int sends the sign as well.
+    record.request = request & 0xFFFFFFFFUL;
+    int error = miPendingFault();
+    if (argument != nullptr) {
+        // What was sent is recorded even when the request fails.
+        if (record.request == VIDIOC_G_CTRL || record.request == VIDIOC_S_CTRL) {
+            const auto* control = static_cast<const v4l2_control*>(argument);
+            record.id = control->id;
+            record.valueIn = control->value;
+        } else if (record.request == VIDIOC_G_ROI_INFO) {
+            record.id = static_cast<const SROI_REQUEST*>(argument)->index;
+        } else if (record.request == VIDIOC_S_DEFECT_PIXEL_POSITION) {
+            const auto* position = static_cast<const SDEFECT_PIXEL_POSITION*>(argument);
+            record.id = position->index;
+            record.valueIn = position->x | std::int64_t{position->y} << 16;
+        }
+    }
+    if (error == 0) {
+        error = argument == nullptr ? EFAULT : miAnswer(record.request, argument, record);
+    }
+    record.result = error == 0 ? 0 : -1;
+    record.error = error;
+    mRequests.push_back(record);
+    return -error;
+}
+
+int CSimulatedDriver::miAnswer(unsigned long request, void* argument, SRequestRecord& record) {
+    switch (request) {
+    case VIDIOC_G_DEVICE_DESCRIPTION:
+        return miDescription(argument);
+    case VIDIOC_G_ROI_INFO:
+        return miRoiInfo(argument, record);
+    case VIDIOC_S_DEFECT_PIXEL_POSITION:
+        return miDefectPosition(argument, record);
+    case VIDIOC_G_CTRL: {
+        auto* control = static_cast<v4l2_control*>(argument);
+        std::int32_t value = 0;
+        const int error = miGetControl(control->id, value);
+        if (error == 0) {
+            control->value = value;
+            record.valueOut = value;
+        }
+        return error;
+    }
+    case VIDIOC_S_CTRL: {
+        const auto* control = static_cast<const v4l2_control*>(argument);
+        const int error = miSetControl(control->id, control->value);
+        record.valueOut = error == 0 ? control->value : 0;
+        return error;
+    }
+    case VIDIOC_QUERYCTRL:
+        return miQueryControl(argument);
+    case VIDIOC_QUERYCAP: {
+        auto* capability = static_cast<v4l2_capability*>(argument);
+        *capability = {};
+        std::memcpy(capability->driver, "vekcam-sim", sizeof("vekcam-sim"));
+        mModel.name.copy(reinterpret_cast<char*>(capability->card), sizeof(capability->card) - 1);
+        std::memcpy(capability->bus_info, "platform:vekcam-sim", sizeof("platform:vekcam-sim"));
+        capability->version = (6U << 16) | (1U << 8); // the V4L2 interface as of this kernel version
+        capability->device_caps = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_READWRITE;
+        capability->capabilities = capability->device_caps | V4L2_CAP_DEVICE_CAPS;
+        return 0;
+    }
+    case VIDIOC_ENUM_FMT: {
+        auto* description = static_cast<v4l2_fmtdesc*>(argument);
+        if (description->index != 0 || description->type != V4L2_BUF_TYPE_VIDEO_CAPTURE) {
+            return EINVAL;
+        }
+        *description = {};
+        description->type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+        description->pixelformat = FourCc(mTransferFormat, mSensor.Config().colorArray);
+        std::memcpy(description->description, "current transfer format", sizeof("current transfer format"));
+        return 0;
+    }
+    // The format is chosen by the transfer format control; as drivers do, any other wish is answered with what is set.
+    case VIDIOC_G_FMT:
+    case VIDIOC_S_FMT:
+    case VIDIOC_TRY_FMT:
+        if (static_cast<const v4l2_format*>(argument)->type != V4L2_BUF_TYPE_VIDEO_CAPTURE) {
+            return EINVAL;
+        }
+        mvFillFormat(argument);
+        return 0;
+    default:
+        return ENOTTY;
+    }
+}
+
+int CSimulatedDriver::miGetControl(std::uint32_t id, std::int32_t& value) const {
+    const auto override = mOverrides.find(id);
+    if (override != mOverrides.end()) {
+        value = override->second;
+        return 0;
+    }
+    std::uint64_t result = 0;
+    switch (id) {
+    case V4L2_CID_GAIN:
+        result = mGain;
+        break;
+    case V4L2_CID_EXPOSURE:
+        result = mExposure;
+        break;
+    case VEK_CID_COLOR_ARRAY:
+        result = static_cast<std::uint64_t>(mSensor.Config().colorArray);
+        break;
+    case VEK_CID_TRANSFER_FORMAT:
+        result = mTransferFormat;
+        break;
+    case VEK_CID_VBLANK:
+        if (!mModel.hasVBlank) {
+            return EINVAL;
+        }
+        result = mVBlank;
+        break;
+    case VEK_CID_MAX_SHORT_EXPOSURE_CLOCK:
+        result = MaxShortExposure(mModel, mTiming());
+        break;
+    case VEK_CID_IMAGE_WIDTH:
+        result = mulCombinedSize(false);
+        break;
+    case VEK_CID_IMAGE_HEIGHT:
+        result = mulCombinedSize(true);
+        break;
+    case VEK_CID_TOTAL_H_CLOCK:
+        result = mModel.totalHClock;
+        break;
+    case VEK_CID_TOTAL_V_LINE:
+        result = ReportedVLines(mModel, mTiming());
+        break;
+    case VEK_CID_CLOCK:
+        result = mModel.clockHz;
+        break;
+    case VEK_CID_RAW_IMAGE_SIZE:
+        result = mFrameSize();
+        break;
+    case VEK_CID_BINNING_H:
+        result = mBinningH;
+        break;
+    case VEK_CID_BINNING_V:
+        result = mBinningV;
+        break;
+    default:
+        return EINVAL;
+    }
+    value = static_cast<std::int32_t>(
+        std::min<std::uint64_t>(result, static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max())));
+    return 0;
+}
+
+int CSimulatedDriver::miSetControl(std::uint32_t id, std::int32_t value) {
+    const auto within = [value](std::uint32_t limit) {
+        return value >= 0 && static_cast<std::uint32_t>(value) <= limit;
+    };
+    switch (id) {
+    case V4L2_CID_GAIN:
+        if (!within(mModel.maxGain)) {
+            return ERANGE;
+        }
+        mGain = static_cast<std::uint16_t>(value);
+        return 0;
+    case V4L2_CID_EXPOSURE:
+        if (!within(mModel.maxLongExposure)) {
+            return ERANGE;
+        }
+        mExposure = static_cast<std::uint32_t>(value);
+        return 0;
+    case VEK_CID_VBLANK:
+        if (!mModel.hasVBlank) {
+            return EINVAL;
+        }
+        if (!within(kMaxVBlank)) {
+            return ERANGE;
+        }
+        mVBlank = static_cast<std::uint32_t>(value);
+        return 0;
+    case VEK_CID_TRANSFER_FORMAT:
+        if (!within(kTransferFormatCount - 1)) {
+            return ERANGE;
+        }
+        mTransferFormat = static_cast<unsigned long>(value);
+        return 0;
+    case VEK_CID_BINNING_H:
+    case VEK_CID_BINNING_V:
+        if (!within(2)) {
+            return ERANGE;
+        }
+        try {
+            const auto code = static_cast<unsigned>(value);
+            id == VEK_CID_BINNING_H ? mvSetBinning(code, mBinningV) : mvSetBinning(mBinningH, code);
+        } catch (const std::invalid_argument&) {
+            return ERANGE;
+        }
+        return 0;
+    case VEK_CID_COLOR_ARRAY:
+    case VEK_CID_MAX_SHORT_EXPOSURE_CLOCK:
+    case VEK_CID_IMAGE_WIDTH:
+    case VEK_CID_IMAGE_HEIGHT:
+    case VEK_CID_TOTAL_H_CLOCK:
+    case VEK_CID_TOTAL_V_LINE:
+    case VEK_CID_CLOCK:
+    case VEK_CID_RAW_IMAGE_SIZE:
+        return EACCES; // read-only
+    default:
+        return EINVAL;
+    }
+}
+
+int CSimulatedDriver::miQueryControl(void* argument) const {
+    auto* query = static_cast<v4l2_queryctrl*>(argument);
+    // Standard controls only, in rising order; private ones are not enumerable, as with any old-style driver.
+    struct SStandard {
+        std::uint32_t id;
+        const char* name;
+        std::uint32_t maximum;
+        std::uint32_t initial;
+    };
+    const SStandard standard[] = {{V4L2_CID_EXPOSURE, "Exposure", mModel.maxLongExposure, 0},
+                                  {V4L2_CID_GAIN, "Gain", mModel.maxGain, mModel.initialGain}};
+    const bool next = (query->id & V4L2_CTRL_FLAG_NEXT_CTRL) != 0;
+    const std::uint32_t id = query->id & V4L2_CTRL_ID_MASK;
+    for (const SStandard& control : standard) {
+        if (next ? control.id > id : control.id == id) {
+            *query = {};
+            query->id = control.id;
+            query->type = V4L2_CTRL_TYPE_INTEGER;
+            std::memcpy(query->name, control.name, std::strlen(control.name));
+            query->maximum = static_cast<std::int32_t>(control.maximum);
+            query->step = 1;
+            query->default_value = static_cast<std::int32_t>(control.initial);
+            return 0;
+        }
+    }
+    return EINVAL;
+}
+
+int CSimulatedDriver::miDescription(void* argument) const {
+    SDEVICE_DESCRIPTION description{};
+    description.productId = mModel.productId;
+    description.initialGain = mModel.initialGain;
+    description.gainType = mModel.gainType;
+    description.maxGain = mModel.maxGain;
+    description.hasDigitalGainFunction = mModel.hasDigitalGain ? 1 : 0;
+    description.hasDigitalGainType = mModel.digitalGainFromOne ? 1 : 0;
+    description.maxDigitalGain = mModel.maxDigitalGain;
+    description.defectPixelCorrectionCount = mModel.defectPixelSlots;
+    description.hasVBlankFunction = mModel.hasVBlank ? 1 : 0;
+    description.maxRoiCount = static_cast<std::uint8_t>(mMaxRoiCount);
+    description.maxLongExposureClock = mModel.maxLongExposure;
+    description.exposureTimeBase = mModel.exposureTimeBase;
+    description.exposureTimeOffset = mModel.exposureOffset;
+    std::memcpy(argument, &description, sizeof(description));
+    for (const SDescriptionPatch& patch : mDescriptionPatches) {
+        for (std::size_t i = 0; i < patch.size; ++i) {
+            static_cast<std::uint8_t*>(argument)[patch.offset + i] = static_cast<std::uint8_t>(patch.value >> (8 * i));
+        }
+    }
+    return 0;
+}
+
+void CSimulatedDriver::SetDescriptionField(std::size_t offset, std::size_t size, std::uint32_t value) {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    if (size < 1 || size > 4 || offset > sizeof(SDEVICE_DESCRIPTION) - size) {
+        throw std::invalid_argument("not a field of the description");
+    }
+    mDescriptionPatches.push_back({offset, size, value});
+}
+
+int CSimulatedDriver::miRoiInfo(void* argument, SRequestRecord& record) const {
+    auto* request = static_cast<SROI_REQUEST*>(argument);
+    if (request->index >= mRois.size()) {
+        return EINVAL;
+    }
+    const SRoi& roi = mRois[request->index];
+    request->offsetX = static_cast<std::uint16_t>(roi.area.x);
+    request->offsetY = static_cast<std::uint16_t>(roi.area.y);
+    request->width = static_cast<std::uint16_t>(roi.area.width);
+    request->height = static_cast<std::uint16_t>(roi.area.height);
+    request->enabled = roi.enabled ? 1 : 0;
+    record.valueOut = request->enabled;
+    return 0;
+}
+
+int CSimulatedDriver::miDefectPosition(const void* argument, SRequestRecord& record) {
+    const auto* position = static_cast<const SDEFECT_PIXEL_POSITION*>(argument);
+    if (record.id >= mDefectSlots.size()) {
+        return EINVAL;
+    }
+    const unsigned x = position->x;
+    const unsigned y = position->y;
+    const bool unused = x == kUnused && y == kUnused;
+    if (!unused && (x >= mSensor.Config().width || y >= mSensor.Config().height)) {
+        return EINVAL;
+    }
+    mDefectSlots[record.id] = {x, y};
+    mvApplyMask();
+    return 0;
+}
+
+void CSimulatedDriver::mvFillFormat(void* argument) const {
+    auto* format = static_cast<v4l2_format*>(argument);
+    *format = {};
+    format->type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+    v4l2_pix_format& pixels = format->fmt.pix;
+    pixels.width = mulCombinedSize(false);
+    pixels.height = mulCombinedSize(true);
+    pixels.pixelformat = FourCc(mTransferFormat, mSensor.Config().colorArray);
+    pixels.field = V4L2_FIELD_NONE;
+    pixels.bytesperline = static_cast<std::uint32_t>(TransferRowBytes(mTransferFormat, pixels.width));
+    pixels.sizeimage = static_cast<std::uint32_t>(mFrameSize());
+    const bool bt709 = mTransferFormat >= VEK_TRANSFER_YCRCB411_BT709 && mTransferFormat <= VEK_TRANSFER_YCRCB444_BT709;
+    const bool ycrcb = mTransferFormat >= VEK_TRANSFER_YCRCB411 && mTransferFormat <= VEK_TRANSFER_YCRCB444_BT709;
+    pixels.colorspace = ycrcb ? V4L2_COLORSPACE_SRGB : V4L2_COLORSPACE_RAW;
+    if (ycrcb) {
+        pixels.ycbcr_enc = bt709 ? V4L2_YCBCR_ENC_709 : V4L2_YCBCR_ENC_601;
+        pixels.quantization = bt709 ? V4L2_QUANTIZATION_LIM_RANGE : V4L2_QUANTIZATION_FULL_RANGE;
+        pixels.xfer_func = V4L2_XFER_FUNC_NONE; // linear light
+    }
+}
+
+} // namespace vek::sim
