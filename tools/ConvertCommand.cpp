@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "ConvertCommand.h"
+
+#include "DisplayRendering.h"
+#include "Errors.h"
+#include "FrameInput.h"
+#include "LibraryHandle.h"
+#include "Names.h"
+#include "Options.h"
+#include "PngOutput.h"
+
+#include <fmt/format.h>
+
+#include <memory>
+#include <optional>
+
+namespace vek::tools {
+
+namespace {
+
+// With offsets up to 2^60 and the largest frame, no sum of these leaves 64 bits.
+constexpr std::uint64_t kMaxFrame = 1'000'000'000;
+constexpr std::uint64_t kMaxOffset = std::uint64_t{1} << 60;
+
+struct SConvertArguments {
+    std::string input;
+    std::string output;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::string format;
+    std::string colorArray;
+    std::string method;
+    unsigned bitsOut = 0;
+    std::uint64_t offset = 0;
+    std::uint64_t frame = 0;
+    bool display = false;
+    std::optional<unsigned> black;
+    std::optional<unsigned> white;
+};
+
+/// What the arguments mean once they are known to fit together.
+struct SConversion {
+    const STransferFormat* format = nullptr;
+    unsigned short colorArray = 0;
+    unsigned char method = 0;
+    unsigned short bitsOut = 0;
+};
+
+unsigned short checkedColorArray(const SConvertArguments& arguments, const STransferFormat& format) {
+    if (arguments.colorArray.empty()) {
+        if (!format.mono) {
+            throw CBadArguments(fmt::format("--colour-array is required with format {}", format.name));
+        }
+        return VEK_COLOR_ARRAY_MONO;
+    }
+    const auto colorArray = static_cast<unsigned short>(*findCode(bayerColorArrays(), arguments.colorArray));
+    if (format.mono && colorArray != VEK_COLOR_ARRAY_MONO) {
+        throw CBadArguments(
+            fmt::format("--colour-array {} does not go with format {}", colorArrayName(colorArray), format.name));
+    }
+    return colorArray;
+}
+
+void checkLevels(const SConvertArguments& arguments, const STransferFormat& format) {
+    const unsigned largest = maxSample(format.depth);
+    const unsigned black = arguments.black.value_or(0);
+    const unsigned white = arguments.white.value_or(largest);
+    if (black > largest || white > largest) {
+        throw CBadArguments(fmt::format("--black and --white: format {} has samples 0 to {}", format.name, largest));
+    }
+    // Both are shifted down with the samples and have to stay apart.
+    const int shift = format.depth - libraryDepth(format);
+    if (black >> shift >= white >> shift) {
+        throw CBadArguments(fmt::format("--black {} is not below --white {}", black, white));
+    }
+}
+
+SConversion checked(const SConvertArguments& arguments) {
+    SConversion conversion;
+    conversion.format = findTransferFormat(arguments.format);
+    if (conversion.format->bytes == 0) {
+        throw CBadArguments(fmt::format("format {} cannot be converted yet", conversion.format->name));
+    }
+    conversion.colorArray = checkedColorArray(arguments, *conversion.format);
+    conversion.method = static_cast<unsigned char>(*findCode(demosaicMethods(), arguments.method));
+    const std::uint32_t smallest = smallestSide(conversion.colorArray, conversion.method);
+    if (arguments.width < smallest || arguments.height < smallest) {
+        throw CBadArguments(
+            fmt::format("method {} needs {} x {} pixels or more", methodName(conversion.method), smallest, smallest));
+    }
+    checkLevels(arguments, *conversion.format);
+    const bool bytesByDefault = conversion.format->depth == 8 || arguments.display;
+    conversion.bitsOut = static_cast<unsigned short>(arguments.bitsOut != 0 ? arguments.bitsOut
+                                                     : bytesByDefault       ? 8
+                                                                            : 16);
+    return conversion;
+}
+
+/// The levels at the depth that the image has.
+SImage displayed(const SImage& image, const SConvertArguments& arguments, const SConversion& conversion) {
+    const int shift = conversion.format->depth - image.depth;
+    SDisplayLevels levels = {
+        static_cast<double>(arguments.black.value_or(0) >> shift),
+        static_cast<double>(arguments.white.value_or(maxSample(conversion.format->depth)) >> shift)};
+    // Method none leaves two channels of each pixel dark: a balance of what is there would tell nothing.
+    const Gains gains = conversion.method == VEK_DEMOSAIC_NONE ? Gains{1, 1, 1} : greyWorldGains(image, levels);
+    if (!arguments.white) {
+        levels.white = brightLevel(image, levels, gains);
+    }
+    return renderForDisplay(image, levels, gains, conversion.bitsOut);
+}
+
+void convert(const SConvertArguments& arguments) {
+    const SConversion conversion = checked(arguments);
+    const std::uint64_t size = frameBytes(*conversion.format, arguments.width, arguments.height);
+    const std::vector<std::uint8_t> bytes = readBytes(arguments.input, arguments.offset + arguments.frame * size, size);
+    const SRawFrame frame =
+        rawFrame(bytes, *conversion.format, arguments.width, arguments.height, conversion.colorArray);
+    const SImage image = CLibraryHandle(-1).Demosaic(frame, conversion.method);
+    const SImage result =
+        arguments.display ? displayed(image, arguments, conversion) : scaledToDepth(image, conversion.bitsOut);
+    writePng(arguments.output, result, arguments.display);
+}
+
+} // namespace
+
+void addConvertCommand(CLI::App& app) {
+    CLI::App* const command = app.add_subcommand("convert", "Turn a raw frame of a file into a PNG picture");
+    const auto arguments = std::make_shared<SConvertArguments>();
+
+    command->add_option("IN", arguments->input, "File with raw frames; - reads standard input")
+        ->type_name("FILE")
+        ->required();
+    command->add_option("-W,--width", arguments->width, "Pixels of a row")->required()->check(range(1, 65535));
+    command->add_option("-H,--height", arguments->height, "Rows")->required()->check(range(1, 65535));
+    command
+        ->add_option("-f,--format", arguments->format,
+                     "Transfer format, number 0 to 21 or name: raw8, raw10, raw12, raw14, raw16,\n"
+                     "mono8, mono10, mono12, mono14, mono16. Samples of 14 and 16 bits are shifted\n"
+                     "down to 12 before the library gets them: its demosaicing takes at most 12.\n"
+                     "Not convertible yet: raw10p, raw12p, mono10p, mono12p, bgr8, bgr10,\n"
+                     "ycrcb411, ycrcb422, ycrcb444 and the last three with -bt709")
+        ->required()
+        ->check(isTransferFormat());
+    command
+        ->add_option("-a,--colour-array,--color-array", arguments->colorArray,
+                     "Number 1 to 5 or name: " + nameList(bayerColorArrays()) +
+                         ".\nMay be left out with the mono formats")
+        ->check(isNameOf(bayerColorArrays()));
+    command
+        ->add_option("-m,--method", arguments->method,
+                     "Demosaic method, number or name: " + nameList(demosaicMethods()))
+        ->default_val("bilinear")
+        ->check(isNameOf(demosaicMethods()));
+    command->add_option("-o,--output", arguments->output, "PNG file to write; - writes standard output")
+        ->type_name("FILE")
+        ->required();
+    command
+        ->add_option("--bits-out", arguments->bitsOut,
+                     "Bits of a sample in the PNG file; by default 8 for 8-bit formats and with\n"
+                     "--display, else 16. Samples are scaled to the whole range")
+        ->check(CLI::IsMember({8, 16}).description("8|16"));
+    command->add_option("--src-offset", arguments->offset, "Bytes in front of the first frame, 0 by default")
+        ->check(range(0, kMaxOffset));
+    command->add_option("--frame", arguments->frame, "Which frame of the file, counted from 0, which is the default")
+        ->check(range(0, kMaxFrame));
+    CLI::Option* const display =
+        command->add_flag("--display", arguments->display,
+                          "Render for the eye: black and white level, grey-world white balance, sRGB curve");
+    display->disable_flag_override();
+    command->add_option("--black", arguments->black, "Sensor level of black, in samples of the format, 0 by default")
+        ->needs(display);
+    command
+        ->add_option("--white", arguments->white,
+                     "Sensor level of white; without it the bright end of the picture decides")
+        ->needs(display);
+    command->callback([arguments] { convert(*arguments); });
+}
+
+} // namespace vek::tools

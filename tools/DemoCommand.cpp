@@ -1,0 +1,269 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "DemoCommand.h"
+
+#include "CameraInfo.h"
+#include "DisplayRendering.h"
+#include "Errors.h"
+#include "FrameInput.h"
+#include "LibraryHandle.h"
+#include "Options.h"
+#include "PngOutput.h"
+#include "ProgressBar.h"
+#include "SimulatedCamera.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+namespace vek::tools {
+
+namespace {
+
+// The chart's white then takes about four fifths of the range in the middle of the picture.
+constexpr double kExposureSeconds = 0.016;
+
+struct SDemoArguments {
+    std::string directory = "demo-output";
+    unsigned frames = 3;
+    std::string model = kDefaultModel;
+    std::uint64_t seed = 1;
+    std::optional<unsigned> width;
+    std::optional<unsigned> height;
+};
+
+struct SPicture {
+    std::string path;
+    std::string explanation;
+};
+
+struct SMethodText {
+    unsigned char method;
+    const char* explanation;
+};
+constexpr SMethodText kMethodTexts[] = {
+    {VEK_DEMOSAIC_MONO, "raw samples as grey: the colour filter shows as a fine pattern"},
+    {VEK_DEMOSAIC_NONE, "each pixel in its filter's colour only: dark, coloured dots"},
+    {VEK_DEMOSAIC_NEAREST_NEIGHBOR, "each 2 x 2 cell shares its samples: true colours, jagged edges"},
+    {VEK_DEMOSAIC_BILINEAR_SIMPLE, "missing colours are means of neighbours: smooth, some coloured edges"},
+};
+
+std::shared_ptr<sim::CSimulatedDriver> makeDriver(const SDemoArguments& arguments) {
+    const sim::SCameraModel& model = sim::FindCameraModel(arguments.model);
+    sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
+    sensor.width = arguments.width.value_or(sensor.width);
+    sensor.height = arguments.height.value_or(sensor.height);
+    sensor.seed = arguments.seed;
+    auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensor);
+    driver->SetExposureTime(kExposureSeconds);
+    return driver;
+}
+
+/// Takes frames from a camera in one transfer format.
+class CGrabber {
+public:
+    CGrabber(int fd, const std::string& source, const STransferFormat& format)
+        : mFd(fd), mSource(source), mFormat(format) {
+        setControl(fd, source, VEK_CID_TRANSFER_FORMAT, static_cast<std::int32_t>(format.code));
+        mInfo = readCameraInfo(fd, source);
+        const auto width = static_cast<std::uint32_t>(mInfo.width);
+        const auto height = static_cast<std::uint32_t>(mInfo.height);
+        mBytes.resize(frameBytes(format, width, height));
+        if (static_cast<std::uint64_t>(mInfo.rawImageSize) != mBytes.size()) {
+            throw CFailure(fmt::format("{}: a frame of {} x {} pixels in {} takes {} bytes, the camera sends {}",
+                                       source, width, height, format.name, mBytes.size(), mInfo.rawImageSize));
+        }
+    }
+
+    SRawFrame Grab() {
+        ssize_t got = 0;
+        do {
+            got = read(mFd, mBytes.data(), mBytes.size());
+        } while (got < 0 && errno == EINTR);
+        if (got < 0) {
+            throw CFailure(fmt::format("{}: cannot read a frame: {}", mSource, systemMessage(errno)));
+        }
+        if (static_cast<std::size_t>(got) != mBytes.size()) {
+            throw CFailure(fmt::format("{}: incomplete frame: {} bytes needed, {} came", mSource, mBytes.size(), got));
+        }
+        return rawFrame(mBytes, mFormat, static_cast<std::uint32_t>(mInfo.width),
+                        static_cast<std::uint32_t>(mInfo.height), static_cast<unsigned short>(mInfo.colorArray));
+    }
+
+private:
+    int mFd;
+    const std::string& mSource;
+    const STransferFormat& mFormat;
+    SCameraInfo mInfo;
+    std::vector<std::uint8_t> mBytes;
+};
+
+/// White balance from the chart's neutral patches; nothing when the picture has none (a very small chart).
+std::optional<Gains> neutralPatchGains(const SImage& image, const std::vector<sim::SPatch>& patches,
+                                       const SDisplayLevels& levels) {
+    Gains sums = {0, 0, 0};
+    for (const sim::SPatch& patch : patches) {
+        const auto [low, high] = std::minmax_element(patch.color.begin(), patch.color.end());
+        // Greys that are neither lost in noise nor near the end of the range; margins keep the edges out.
+        if (*low != *high || *low < 0.1F || *high > 0.6F || patch.width < 8 || patch.height < 8) {
+            continue;
+        }
+        for (std::size_t y = patch.y + 2; y < patch.y + patch.height - 2; ++y) {
+            for (std::size_t x = patch.x + 2; x < patch.x + patch.width - 2; ++x) {
+                for (std::size_t c = 0; c < 3; ++c) {
+                    sums[c] += image.samples[y * image.rowSamples() + 3 * x + c] - levels.black;
+                }
+            }
+        }
+    }
+    if (*std::min_element(sums.begin(), sums.end()) <= 0) {
+        return std::nullopt;
+    }
+    const double strongest = *std::max_element(sums.begin(), sums.end());
+    return Gains{strongest / sums[0], strongest / sums[1], strongest / sums[2]};
+}
+
+/// How the demo's pictures are shown: found on one picture, used for all, so that they can be compared.
+struct SLook {
+    Gains gains = {1, 1, 1};
+    double white = 1; ///< part of the range from black to the largest sample that becomes white
+
+    /// sensorBlack: black level of a sensor of sensorDepth bits, whose samples were shifted to depth bits.
+    SDisplayLevels levels(unsigned depth, double sensorBlack, unsigned sensorDepth) const {
+        // Bits that were dropped cost half a step on average.
+        const double dropped = sensorDepth > depth ? 0.5 : 0.0;
+        const double black = std::ldexp(sensorBlack, static_cast<int>(depth) - static_cast<int>(sensorDepth)) - dropped;
+        return {black, black + white * (maxSample(depth) - black)};
+    }
+};
+
+class CDemo {
+public:
+    explicit CDemo(const SDemoArguments& arguments)
+        : mArguments(arguments), mDriver(makeDriver(arguments)), mCamera(mDriver), mHandle(mCamera.Fd()) {}
+
+    void Run() {
+        std::fputs(textOf(readCameraInfo(mCamera.Fd(), mCamera.Name())).c_str(), stdout);
+        std::fflush(stdout);
+        mvMakeDirectory();
+        {
+            CProgressBar progress(mArguments.frames + 1);
+            CGrabber bytes(mCamera.Fd(), mCamera.Name(), *findTransferFormat("raw8"));
+            for (unsigned i = 1; i <= mArguments.frames; ++i) {
+                mvShowFrame(bytes.Grab(), i);
+                progress.Advance();
+            }
+            CGrabber words(mCamera.Fd(), mCamera.Name(), *findTransferFormat("raw12"));
+            mvShowDeepFrame(words.Grab());
+            progress.Advance();
+        }
+        mvTellPictures();
+    }
+
+private:
+    void mvMakeDirectory() const {
+        std::error_code error;
+        std::filesystem::create_directories(mArguments.directory, error);
+        if (error) {
+            throw CFailure(fmt::format("{}: cannot make the directory: {}", mArguments.directory, error.message()));
+        }
+    }
+
+    SDisplayLevels mLevels(const SLook& look, unsigned depth) const {
+        const sim::SSensorConfig sensor = mDriver->Sensor();
+        return look.levels(depth, sensor.blackLevel, sensor.depth);
+    }
+
+    SLook mLookFor(const SImage& image) const {
+        const SDisplayLevels range = mLevels(SLook(), image.depth);
+        SLook look;
+        if (image.channels == 3) {
+            look.gains =
+                neutralPatchGains(image, mDriver->Scene().Patches(), range).value_or(greyWorldGains(image, range));
+        }
+        look.white = (brightLevel(image, range, look.gains) - range.black) / (range.white - range.black);
+        return look;
+    }
+
+    void mvWrite(const std::string& file, const SImage& image, unsigned short depth, const std::string& explanation) {
+        const std::string path = (std::filesystem::path(mArguments.directory) / file).string();
+        writePng(path, renderForDisplay(image, mLevels(mLook, image.depth), mLook.gains, depth), true);
+        mPictures.push_back({path, explanation});
+    }
+
+    void mvShowFrame(const SRawFrame& frame, unsigned number) {
+        if (number == 1) {
+            mLook = mLookFor(mHandle.Demosaic(frame, VEK_DEMOSAIC_BILINEAR_SIMPLE));
+        }
+        for (const SMethodText& text : kMethodTexts) {
+            const bool grey = frame.colorArray == VEK_COLOR_ARRAY_MONO;
+            if (grey && text.method != VEK_DEMOSAIC_MONO) {
+                continue; // every method gives the same grey picture
+            }
+            mvWrite(fmt::format("frame{}-{}.png", number, methodName(text.method)),
+                    mHandle.Demosaic(frame, text.method), 8,
+                    fmt::format("frame {}, {}", number, grey ? "samples of the monochrome sensor" : text.explanation));
+        }
+    }
+
+    void mvShowDeepFrame(const SRawFrame& frame) {
+        const unsigned char method = VEK_DEMOSAIC_BILINEAR_SIMPLE;
+        const bool grey = frame.colorArray == VEK_COLOR_ARRAY_MONO;
+        mvWrite("deep-16bit.png", mHandle.Demosaic(frame, method), 16,
+                grey ? "a 12-bit frame as a 16-bit picture: finer steps in the shadows"
+                     : "a 12-bit frame, bilinear, as a 16-bit picture: finer steps in the shadows");
+    }
+
+    void mvTellPictures() const {
+        std::size_t widest = 0;
+        for (const SPicture& picture : mPictures) {
+            widest = std::max(widest, picture.path.size());
+        }
+        std::string text = fmt::format("\n{} pictures, balanced on the chart's grey patches and with the sRGB curve:\n",
+                                       mPictures.size());
+        for (const SPicture& picture : mPictures) {
+            text += fmt::format("  {:<{}}  {}\n", picture.path, widest, picture.explanation);
+        }
+        std::fputs(text.c_str(), stdout);
+    }
+
+    const SDemoArguments& mArguments;
+    std::shared_ptr<sim::CSimulatedDriver> mDriver;
+    CSimulatedCamera mCamera;
+    CLibraryHandle mHandle;
+    SLook mLook;
+    std::vector<SPicture> mPictures;
+};
+
+} // namespace
+
+void addDemoCommand(CLI::App& app) {
+    CLI::App* const command =
+        app.add_subcommand("demo", "Take frames from a simulated camera and write pictures of them");
+    const auto arguments = std::make_shared<SDemoArguments>();
+
+    command->add_option("-o,--output", arguments->directory, "Directory for the pictures, made when it is missing")
+        ->type_name("DIR")
+        ->capture_default_str();
+    command->add_option("-n,--frames", arguments->frames, "Frames of 8 bits to take; one of 12 bits comes on top")
+        ->capture_default_str()
+        ->check(range(1, 1000));
+    command->add_option("--model", arguments->model, "Simulated camera model:\n" + modelList())
+        ->capture_default_str()
+        ->check(isSimulatedModel());
+    command->add_option("--seed", arguments->seed, "Seed of the sensor's noise")
+        ->capture_default_str()
+        ->check(CLI::NonNegativeNumber);
+    // Smaller charts show nothing any more; larger sensors only take time.
+    command->add_option("--width", arguments->width, "Pixels of a row; the model's by default")->check(range(64, 8192));
+    command->add_option("--height", arguments->height, "Rows; the model's by default")->check(range(64, 8192));
+    command->callback([arguments] { CDemo(*arguments).Run(); });
+}
+
+} // namespace vek::tools

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace vek::tools {
+
+/// Exit codes of the program.
+enum ExitCode : int { kSuccess = 0, kFailure = 1, kBadArguments = 2 };
+
+/// Something outside the command line went wrong: files, devices, memory. Exit code 1.
+class CFailure : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Arguments that each parse but do not fit together. Exit code 2.
+class CBadArguments : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// text with its control characters replaced, so that a message stays one line whatever the arguments hold.
+std::string oneLine(std::string_view text);
+
+/// What errno's value means, in the words of the C library.
+std::string systemMessage(int error);
+
+} // namespace vek::tools

@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Names.h"
+
+#include <VekTrgApi.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+namespace vek::tools {
+
+namespace {
+
+constexpr std::array kTransferFormats = {
+    STransferFormat{VEK_TRANSFER_RAW8, "raw8", 8, 1, false},
+    STransferFormat{VEK_TRANSFER_RAW10, "raw10", 10, 2, false},
+    STransferFormat{VEK_TRANSFER_RAW10_PACKED, "raw10p", 10, 0, false},
+    STransferFormat{VEK_TRANSFER_RAW12, "raw12", 12, 2, false},
+    STransferFormat{VEK_TRANSFER_RAW12_PACKED, "raw12p", 12, 0, false},
+    STransferFormat{VEK_TRANSFER_MONO8, "mono8", 8, 1, true},
+    STransferFormat{VEK_TRANSFER_MONO10, "mono10", 10, 2, true},
+    STransferFormat{VEK_TRANSFER_MONO10_PACKED, "mono10p", 10, 0, true},
+    STransferFormat{VEK_TRANSFER_MONO12, "mono12", 12, 2, true},
+    STransferFormat{VEK_TRANSFER_MONO12_PACKED, "mono12p", 12, 0, true},
+    STransferFormat{VEK_TRANSFER_BGR8, "bgr8", 8, 0, false},
+    STransferFormat{VEK_TRANSFER_BGR10, "bgr10", 10, 0, false},
+    STransferFormat{VEK_TRANSFER_YCRCB411, "ycrcb411", 8, 0, false},
+    STransferFormat{VEK_TRANSFER_YCRCB422, "ycrcb422", 8, 0, false},
+    STransferFormat{VEK_TRANSFER_YCRCB444, "ycrcb444", 8, 0, false},
+    STransferFormat{VEK_TRANSFER_YCRCB411_BT709, "ycrcb411-bt709", 8, 0, false},
+    STransferFormat{VEK_TRANSFER_YCRCB422_BT709, "ycrcb422-bt709", 8, 0, false},
+    STransferFormat{VEK_TRANSFER_YCRCB444_BT709, "ycrcb444-bt709", 8, 0, false},
+    STransferFormat{VEK_TRANSFER_RAW14, "raw14", 14, 2, false},
+    STransferFormat{VEK_TRANSFER_RAW16, "raw16", 16, 2, false},
+    STransferFormat{VEK_TRANSFER_MONO14, "mono14", 14, 2, true},
+    STransferFormat{VEK_TRANSFER_MONO16, "mono16", 16, 2, true},
+};
+
+constexpr std::array kColorArrays = {
+    SName{VEK_COLOR_ARRAY_MONO, "mono"},
+    SName{VEK_COLOR_ARRAY_RGGB, "rggb"},
+    SName{VEK_COLOR_ARRAY_GRBG, "grbg"},
+    SName{VEK_COLOR_ARRAY_GBRG, "gbrg"},
+    SName{VEK_COLOR_ARRAY_BGGR, "bggr"},
+    SName{VEK_COLOR_ARRAY_YCRCB422, "ycrcb422"},
+    SName{VEK_COLOR_ARRAY_YCRCB444, "ycrcb444"},
+    SName{VEK_COLOR_ARRAY_YCRCB411, "ycrcb411"},
+    SName{VEK_COLOR_ARRAY_YCRCB422_BT709, "ycrcb422-bt709"},
+    SName{VEK_COLOR_ARRAY_YCRCB444_BT709, "ycrcb444-bt709"},
+    SName{VEK_COLOR_ARRAY_YCRCB411_BT709, "ycrcb411-bt709"},
+};
+
+constexpr std::array kMethods = {
+    SName{VEK_DEMOSAIC_MONO, "mono"},
+    SName{VEK_DEMOSAIC_NONE, "none"},
+    SName{VEK_DEMOSAIC_NEAREST_NEIGHBOR, "nearest"},
+    SName{VEK_DEMOSAIC_BILINEAR_SIMPLE, "bilinear"},
+};
+
+struct SPixelFormatName {
+    int value;
+    std::string_view name;
+};
+constexpr std::array kPixelFormats = {
+    SPixelFormatName{VEK_PFNC_NONE, "none"},
+    SPixelFormatName{VEK_PFNC_MONO8, "Mono8"},
+    SPixelFormatName{VEK_PFNC_BAYER_GR8, "BayerGR8"},
+    SPixelFormatName{VEK_PFNC_BAYER_RG8, "BayerRG8"},
+    SPixelFormatName{VEK_PFNC_BAYER_GB8, "BayerGB8"},
+    SPixelFormatName{VEK_PFNC_BAYER_BG8, "BayerBG8"},
+    SPixelFormatName{VEK_PFNC_MONO10, "Mono10"},
+    SPixelFormatName{VEK_PFNC_BAYER_GR10, "BayerGR10"},
+    SPixelFormatName{VEK_PFNC_BAYER_RG10, "BayerRG10"},
+    SPixelFormatName{VEK_PFNC_BAYER_GB10, "BayerGB10"},
+    SPixelFormatName{VEK_PFNC_BAYER_BG10, "BayerBG10"},
+    SPixelFormatName{VEK_PFNC_MONO12, "Mono12"},
+    SPixelFormatName{VEK_PFNC_BAYER_GR12, "BayerGR12"},
+    SPixelFormatName{VEK_PFNC_BAYER_RG12, "BayerRG12"},
+    SPixelFormatName{VEK_PFNC_BAYER_GB12, "BayerGB12"},
+    SPixelFormatName{VEK_PFNC_BAYER_BG12, "BayerBG12"},
+    SPixelFormatName{VEK_PFNC_MONO14, "Mono14"},
+    SPixelFormatName{VEK_PFNC_MONO16, "Mono16"},
+    SPixelFormatName{VEK_PFNC_BAYER_GR16, "BayerGR16"},
+    SPixelFormatName{VEK_PFNC_BAYER_RG16, "BayerRG16"},
+    SPixelFormatName{VEK_PFNC_BAYER_GB16, "BayerGB16"},
+    SPixelFormatName{VEK_PFNC_BAYER_BG16, "BayerBG16"},
+    SPixelFormatName{VEK_PFNC_BGR8, "BGR8"},
+    SPixelFormatName{VEK_PFNC_BGR10, "BGR10"},
+    SPixelFormatName{VEK_PFNC_YCBCR411_8, "YCbCr411_8"},
+    SPixelFormatName{VEK_PFNC_YCBCR422_8, "YCbCr422_8"},
+    SPixelFormatName{VEK_PFNC_YCBCR8, "YCbCr8"},
+};
+
+constexpr std::string_view kUnknown = "unknown";
+
+char lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+/// name is lower case already.
+bool sameName(std::string_view name, std::string_view text) {
+    return std::equal(name.begin(), name.end(), text.begin(), text.end(), [](char a, char b) { return a == lower(b); });
+}
+
+/// A whole text of decimal digits; nothing for signs, blanks, other characters and numbers beyond the type.
+std::optional<unsigned> decimal(std::string_view text) {
+    unsigned value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (text.empty() || error != std::errc{} || end != text.data() + text.size()) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+/// The element of a table whose number or name text is; null when there is none.
+template <class Table>
+auto findIn(const Table& table, std::string_view text) -> decltype(table.data()) {
+    const std::optional<unsigned> number = decimal(text);
+    for (const auto& element : table) {
+        if (number ? element.code == *number : sameName(element.name, text)) {
+            return &element;
+        }
+    }
+    return nullptr;
+}
+
+template <class Table>
+std::string_view nameIn(const Table& table, unsigned code) {
+    for (const auto& element : table) {
+        if (element.code == code) {
+            return element.name;
+        }
+    }
+    return kUnknown;
+}
+
+template <class Table>
+std::string listOf(const Table& table) {
+    std::string list;
+    for (const auto& element : table) {
+        list += list.empty() ? "" : ", ";
+        list += element.name;
+    }
+    return list;
+}
+
+} // namespace
+
+std::span<const STransferFormat> transferFormats() {
+    return kTransferFormats;
+}
+
+std::span<const SName> colorArrays() {
+    return kColorArrays;
+}
+
+std::span<const SName> bayerColorArrays() {
+    return std::span(kColorArrays).first<5>();
+}
+
+std::span<const SName> demosaicMethods() {
+    return kMethods;
+}
+
+std::optional<unsigned> findCode(std::span<const SName> names, std::string_view text) {
+    const SName* const found = findIn(names, text);
+    return found != nullptr ? std::optional(found->code) : std::nullopt;
+}
+
+const STransferFormat* findTransferFormat(std::string_view text) {
+    return findIn(kTransferFormats, text);
+}
+
+std::string_view colorArrayName(unsigned code) {
+    return nameIn(kColorArrays, code);
+}
+
+std::string_view transferFormatName(unsigned code) {
+    return nameIn(kTransferFormats, code);
+}
+
+std::string_view methodName(unsigned code) {
+    return nameIn(kMethods, code);
+}
+
+std::string_view pixelFormatName(int pixelFormat) {
+    for (const SPixelFormatName& format : kPixelFormats) {
+        if (format.value == pixelFormat) {
+            return format.name;
+        }
+    }
+    return kUnknown;
+}
+
+std::string nameList(std::span<const SName> names) {
+    return listOf(names);
+}
+
+std::string transferFormatList() {
+    return listOf(kTransferFormats);
+}
+
+} // namespace vek::tools

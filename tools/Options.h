@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Names.h"
+#include "SimulatedCamera.h"
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <CLI/Validators.hpp>
+
+#include <cstdint>
+#include <string>
+
+namespace vek::tools {
+
+/// Check of an option that takes a code's number or name out of a table.
+inline CLI::Validator isNameOf(std::span<const SName> names) {
+    return CLI::Validator(
+        [names](std::string& text) {
+            return findCode(names, text) ? std::string() : '"' + text + "\" is none of: " + nameList(names);
+        },
+        "");
+}
+
+/// The same for transfer formats.
+inline CLI::Validator isTransferFormat() {
+    return CLI::Validator(
+        [](std::string& text) {
+            return findTransferFormat(text) != nullptr ? std::string()
+                                                       : '"' + text + "\" is none of: " + transferFormatList();
+        },
+        "");
+}
+
+/// Check of a simulated camera model's name. Nothing at all is fine: an option may have an optional value.
+inline CLI::Validator isSimulatedModel() {
+    return CLI::Validator(
+        [](std::string& text) {
+            return text.empty() || isModel(text) ? std::string() : '"' + text + "\" is none of: " + modelList();
+        },
+        "");
+}
+
+/// Check of a whole number, low to high.
+inline CLI::Validator range(std::uint64_t low, std::uint64_t high) {
+    CLI::Validator check = CLI::Range(low, high);
+    return check.description(std::to_string(low) + ".." + std::to_string(high));
+}
+
+} // namespace vek::tools

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "ConvertCommand.h"
+#include "DemoCommand.h"
+#include "Errors.h"
+#include "InfoCommand.h"
+#include "LibraryHandle.h"
+#include "Options.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <new>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace vek::tools;
+
+int fail(int code, std::string_view message) {
+    std::fputs(fmt::format("vekcam: {}\n", oneLine(message)).c_str(), stderr);
+    return code;
+}
+
+/// Texts wait in a buffer: a full disk or a closed pipe shows when they are written out.
+int finished(int code) {
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        return code == kSuccess ? fail(kFailure, "standard output: cannot write: " + systemMessage(errno)) : code;
+    }
+    return code;
+}
+
+/// Puts something behind descriptors 0 to 2 that the caller closed: a file that is opened later would get the number
+/// and then the texts. Nothing can be written to the replacement, so that a lost text is an error.
+void openStandardDescriptors() {
+    int fd = 0;
+    do {
+        fd = open("/dev/null", O_RDONLY);
+    } while (fd >= 0 && fd <= STDERR_FILENO);
+    if (fd >= 0) {
+        close(fd);
+    }
+}
+
+int run(int argc, char** argv) {
+    CLI::App app("Learns about a trigger camera, tries its image pipeline and converts raw frames.", "vekcam");
+    app.require_subcommand(1);
+    app.set_version_flag("--version",
+                         [] { return fmt::format("vekcam {}, library version {}", VEKCAM_VERSION, libraryVersion()); });
+    app.footer("Exit codes: 0 done, 1 a file, a device or the system refused, 2 bad arguments.\n"
+               "\"vekcam COMMAND --help\" tells the options of a command.");
+    addInfoCommand(app);
+    addDemoCommand(app);
+    addConvertCommand(app);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::Success)) {
+            // The parser would only miss the command it did not find.
+            const std::vector<std::string> unknown = app.remaining();
+            const bool noCommand = app.get_subcommands().empty() && !unknown.empty();
+            return fail(kBadArguments, noCommand ? "unknown command or option: " + unknown.front() : error.what());
+        }
+        std::ostringstream text;
+        app.exit(error, text, text);
+        std::fputs(text.str().c_str(), stdout);
+    }
+    return kSuccess;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    openStandardDescriptors();
+    // A reader that went away is an error of write, told like any other.
+    std::signal(SIGPIPE, SIG_IGN);
+    int code = kFailure;
+    try {
+        code = run(argc, argv);
+    } catch (const CBadArguments& error) {
+        code = fail(kBadArguments, error.what());
+    } catch (const std::bad_alloc&) {
+        code = fail(kFailure, "not enough memory");
+    } catch (const std::length_error&) {
+        code = fail(kFailure, "not enough memory");
+    } catch (const std::exception& error) {
+        code = fail(kFailure, error.what());
+    }
+    return finished(code);
+}
