@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Program.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <stdexcept>
+#include <thread>
+
+namespace vek::test {
+
+namespace {
+
+struct SPipe {
+    int end[2] = {-1, -1};
+
+    SPipe() {
+        if (pipe2(end, O_CLOEXEC) != 0) {
+            throw std::runtime_error("no pipe");
+        }
+    }
+    ~SPipe() {
+        closeEnd(0);
+        closeEnd(1);
+    }
+    SPipe(const SPipe&) = delete;
+    SPipe& operator=(const SPipe&) = delete;
+    void closeEnd(int which) {
+        if (end[which] >= 0) {
+            close(end[which]);
+            end[which] = -1;
+        }
+    }
+};
+
+std::string readAll(int fd) {
+    std::string text;
+    char piece[65536];
+    for (;;) {
+        const ssize_t got = read(fd, piece, sizeof piece);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            return text;
+        }
+        text.append(piece, static_cast<std::size_t>(got));
+    }
+}
+
+void writeAll(int fd, const std::vector<std::uint8_t>& bytes) {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t put = write(fd, bytes.data() + done, bytes.size() - done);
+        if (put < 0 && errno != EINTR) {
+            return; // the program need not take all of it
+        }
+        done += put > 0 ? static_cast<std::size_t>(put) : 0;
+    }
+}
+
+} // namespace
+
+SResult runVekcam(const std::vector<std::string>& arguments, const SStreams& streams) {
+    std::signal(SIGPIPE, SIG_IGN);
+    std::vector<std::string> words = {VEKCAM_PROGRAM};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    for (std::string& word : words) {
+        argv.push_back(word.data());
+    }
+    argv.push_back(nullptr);
+
+    SPipe in;
+    SPipe out;
+    SPipe err;
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, in.end[0], STDIN_FILENO);
+    if (streams.outFile.empty()) {
+        posix_spawn_file_actions_adddup2(&actions, out.end[1], STDOUT_FILENO);
+    } else {
+        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, streams.outFile.c_str(), O_WRONLY, 0);
+    }
+    posix_spawn_file_actions_adddup2(&actions, err.end[1], STDERR_FILENO);
+    if (streams.outIsBrokenPipe) {
+        out.closeEnd(0);
+    }
+    // The program has to cope with SIGPIPE itself: an ignored signal would stay ignored.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t defaults;
+    sigemptyset(&defaults);
+    sigaddset(&defaults, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+
+    pid_t child = -1;
+    const int error = posix_spawn(&child, VEKCAM_PROGRAM, &actions, &attributes, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    if (error != 0) {
+        throw std::runtime_error("cannot start " VEKCAM_PROGRAM);
+    }
+    in.closeEnd(0);
+    out.closeEnd(1);
+    err.closeEnd(1);
+
+    SResult result;
+    std::thread writer([&] {
+        writeAll(in.end[1], streams.in);
+        in.closeEnd(1);
+    });
+    std::thread reader([&] { result.err = readAll(err.end[0]); });
+    if (!streams.outIsBrokenPipe) {
+        result.out = readAll(out.end[0]);
+    }
+    reader.join();
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    writer.join();
+    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return result;
+}
+
+std::string commandLine(const std::vector<std::string>& arguments) {
+    std::string line = "vekcam";
+    for (const std::string& argument : arguments) {
+        line += ' ';
+        for (const char c : argument) {
+            const bool plain = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '-' ||
+                               c == '.' || c == '/';
+            line += plain ? c : '_';
+        }
+    }
+    return line;
+}
+
+bool isOneLineMessage(const std::string& text) {
+    return text.starts_with("vekcam: ") && text.find('\n') == text.size() - 1 && text.size() > 9;
+}
+
+} // namespace vek::test

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Program.h"
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+
+namespace vek::test {
+
+namespace {
+
+struct SBad {
+    std::vector<std::string> arguments;
+    std::string message; ///< a part of it
+};
+
+void PrintTo(const SBad& bad, std::ostream* stream) {
+    *stream << commandLine(bad.arguments);
+}
+
+class BadArguments : public ::testing::TestWithParam<SBad> {};
+
+TEST_P(BadArguments, ExitTwoWithOneLine) {
+    const SResult result = runVekcam(GetParam().arguments);
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+    EXPECT_NE(result.err.find(GetParam().message), std::string::npos) << result.err;
+}
+
+INSTANTIATE_TEST_SUITE_P(Program, BadArguments,
+                         ::testing::Values(SBad{{}, "subcommand"}, SBad{{"paint"}, "paint"},
+                                           SBad{{"--paint"}, "--paint"}, SBad{{"info", "demo"}, "demo"}));
+
+INSTANTIATE_TEST_SUITE_P(Info, BadArguments,
+                         ::testing::Values(SBad{{"info", "--sim", "box-camera"}, "box-camera"},
+                                           SBad{{"info", "--sim", "--device", "/dev/null"}, "--sim"},
+                                           SBad{{"info", "--device"}, "--device"}, SBad{{"info", "--xml"}, "--xml"},
+                                           SBad{{"info", "extra"}, "extra"}, SBad{{"info", "--json=5"}, "json"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Demo, BadArguments,
+    ::testing::Values(SBad{{"demo", "--frames", "0"}, "--frames"}, SBad{{"demo", "--frames", "1001"}, "--frames"},
+                      SBad{{"demo", "--frames", "two"}, "--frames"}, SBad{{"demo", "--model", "box"}, "box"},
+                      SBad{{"demo", "--seed", "-1"}, "--seed"}, SBad{{"demo", "--width", "63"}, "--width"},
+                      SBad{{"demo", "--height", "8193"}, "--height"}, SBad{{"demo", "-o"}, "--output"},
+                      SBad{{"demo", "extra"}, "extra"}));
+
+/// convert with arguments that are all right, and others behind them.
+std::vector<std::string> convertWith(const std::vector<std::string>& more) {
+    std::vector<std::string> arguments = {"convert", "in.raw", "-o", "out.png"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return arguments;
+}
+
+SBad convertBad(const std::vector<std::string>& more, const std::string& message) {
+    return {convertWith(more), message};
+}
+
+INSTANTIATE_TEST_SUITE_P(ConvertMissing, BadArguments,
+                         ::testing::Values(SBad{{"convert"}, "required"},
+                                           convertBad({"-H", "2", "-f", "mono8"}, "--width"),
+                                           convertBad({"-W", "2", "-f", "mono8"}, "--height"),
+                                           convertBad({"-W", "2", "-H", "2"}, "--format"),
+                                           convertBad({"-W", "2", "-H", "2", "-f", "raw8"}, "--colour-array"),
+                                           SBad{{"convert", "in.raw", "-W", "2", "-H", "2", "-f", "mono8"}, "--output"},
+                                           SBad{{"convert", "-o", "x", "-W", "2", "-H", "2", "-f", "mono8"}, "IN"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    ConvertValues, BadArguments,
+    ::testing::Values(
+        convertBad({"-W", "0", "-H", "2", "-f", "mono8"}, "--width"),
+        convertBad({"-W", "65536", "-H", "2", "-f", "mono8"}, "--width"),
+        convertBad({"-W", "-2", "-H", "2", "-f", "mono8"}, "--width"),
+        convertBad({"-W", "2.5", "-H", "2", "-f", "mono8"}, "--width"),
+        convertBad({"-W", "2", "-H", "0", "-f", "mono8"}, "--height"),
+        convertBad({"-W", "2", "-H", "99999999999999999999", "-f", "mono8"}, "--height"),
+        convertBad({"-W", "2", "-W", "2", "-H", "2", "-f", "mono8"}, "--width"),
+        convertBad({"-W", "2", "-H", "2", "-f", "22"}, "\"22\""),
+        convertBad({"-W", "2", "-H", "2", "-f", "-1"}, "--format"),
+        convertBad({"-W", "2", "-H", "2", "-f", "jpeg"}, "jpeg"),
+        convertBad({"-W", "2", "-H", "2", "-f", ""}, "--format"),
+        convertBad({"-W", "2", "-H", "2", "-f", "raw\n8"}, "raw 8"),
+        convertBad({"-W", "2", "-H", "2", "-f", "raw8", "-a", "0"}, "--colour-array"),
+        convertBad({"-W", "2", "-H", "2", "-f", "raw8", "-a", "6"}, "--colour-array"),
+        convertBad({"-W", "2", "-H", "2", "-f", "raw8", "-a", "rgbg"}, "rgbg"),
+        convertBad({"-W", "2", "-H", "2", "-f", "mono8", "-a", "rggb"}, "does not go with"),
+        convertBad({"-W", "2", "-H", "2", "-f", "raw8", "-a", "rggb", "-m", "7"}, "--method"),
+        convertBad({"-W", "2", "-H", "2", "-f", "raw8", "-a", "rggb", "-m", "magic"}, "magic"),
+        convertBad({"-W", "1", "-H", "2", "-f", "raw8", "-a", "rggb", "-m", "bilinear"}, "2 x 2"),
+        convertBad({"-W", "2", "-H", "1", "-f", "raw8", "-a", "rggb", "-m", "nearest"}, "2 x 2"),
+        convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--bits-out", "12"}, "--bits-out"),
+        convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--src-offset", "-1"}, "--src-offset"),
+        convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--src-offset", "1152921504606846977"}, "--src-offset"),
+        convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--frame", "1000000001"}, "--frame"),
+        convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--black", "1"}, "--display"),
+        convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--white", "1"}, "--display"),
+        convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--display", "--white", "256"}, "0 to 255"),
+        convertBad({"-W", "2", "-H", "2", "-f", "mono10", "--display", "--black", "1024"}, "0 to 1023"),
+        convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--display", "--black", "9", "--white", "9"}, "not below"),
+        convertBad({"-W", "2", "-H", "2", "-f", "mono16", "--display", "--black", "1", "--white", "9"}, "not below"),
+        convertBad({"-W", "2", "-H", "2", "-f", "mono8", "second.raw"}, "second.raw"),
+        convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--rotate"}, "--rotate")));
+
+TEST(ConvertFormats, ThoseThatTheLibraryCannotConvertAreNamed) {
+    for (const char* const format : {"raw10p", "raw12p", "mono10p", "mono12p", "bgr8", "bgr10", "ycrcb411", "ycrcb422",
+                                     "ycrcb444", "ycrcb411-bt709", "ycrcb422-bt709", "ycrcb444-bt709"}) {
+        const SResult result = runVekcam(convertWith({"-W", "2", "-H", "2", "-a", "rggb", "-f", format}));
+        EXPECT_EQ(result.exitCode, 2) << format;
+        EXPECT_EQ(result.err, "vekcam: format " + std::string(format) + " cannot be converted yet\n");
+    }
+    EXPECT_EQ(runVekcam(convertWith({"-W", "2", "-H", "2", "-f", "10"})).err,
+              "vekcam: format bgr8 cannot be converted yet\n");
+}
+
+} // namespace
+
+} // namespace vek::test

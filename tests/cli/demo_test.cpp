@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Files.h"
+#include "PngFile.h"
+#include "Program.h"
+
+#include "sim/CameraModel.h"
+#include "sim/Scene.h"
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+
+namespace vek::test {
+
+namespace {
+
+constexpr unsigned kWidth = 320;
+constexpr unsigned kHeight = 240;
+
+class Demo : public CFileTest {
+protected:
+    SResult Run(std::vector<std::string> arguments, const std::string& directory = "demo") const {
+        arguments.insert(arguments.begin(), {"demo", "-o", Path(directory), "--width", std::to_string(kWidth),
+                                             "--height", std::to_string(kHeight)});
+        SResult result = runVekcam(arguments);
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        EXPECT_EQ(result.err, ""); // no progress bar where no terminal is
+        return result;
+    }
+
+    std::set<std::string> Files(const std::string& directory = "demo") const {
+        std::set<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(Path(directory))) {
+            names.insert(entry.path().filename().string());
+        }
+        return names;
+    }
+};
+
+TEST_F(Demo, WritesAndListsItsPictures) {
+    const SResult result = Run({"--frames", "2"}, "new/demo");
+    const std::set<std::string> expected = {"frame1-mono.png",     "frame1-none.png",    "frame1-nearest.png",
+                                            "frame1-bilinear.png", "deep-16bit.png",     "frame2-mono.png",
+                                            "frame2-none.png",     "frame2-nearest.png", "frame2-bilinear.png"};
+    EXPECT_EQ(Files("new/demo"), expected);
+    EXPECT_NE(result.out.find("320 x 240 pixels"), std::string::npos) << result.out;
+    for (const std::string& name : expected) {
+        EXPECT_NE(result.out.find(Path("new/demo/" + name) + "  "), std::string::npos) << name;
+        const SPng image = readPng(Path("new/demo/" + name));
+        EXPECT_EQ(image.width, kWidth);
+        EXPECT_EQ(image.height, kHeight);
+        EXPECT_EQ(image.bits, name == "deep-16bit.png" ? 16U : 8U) << name;
+        EXPECT_EQ(image.channels, name.ends_with("mono.png") ? 1U : 3U) << name;
+        EXPECT_TRUE(image.sRgb);
+    }
+}
+
+TEST_F(Demo, ChartLooksRightInEveryPhase) {
+    for (const sim::SCameraModel& model : sim::CameraModels()) {
+        if (model.colorArray == 1) {
+            continue;
+        }
+        SCOPED_TRACE(std::string(model.name));
+        Run({"--frames", "1", "--model", std::string(model.name)});
+        const sim::CScene scene = sim::CScene::Chart(kWidth, kHeight);
+        for (const char* const name : {"frame1-nearest.png", "frame1-bilinear.png", "deep-16bit.png"}) {
+            SCOPED_TRACE(name);
+            const SPng image = readPng(Path(std::string("demo/") + name));
+            const double full = image.bits == 16 ? 65535 : 255;
+            for (const sim::SPatch& patch : scene.Patches()) {
+                std::array<double, 3> seen{};
+                for (unsigned c = 0; c < 3; ++c) {
+                    seen[c] = image.mean(patch.x + 3, patch.y + 3, patch.width - 6, patch.height - 6, c) / full;
+                }
+                const auto [least, most] = std::minmax_element(patch.color.begin(), patch.color.end());
+                if (*least == *most) { // greys are grey
+                    const auto [low, high] = std::minmax_element(seen.begin(), seen.end());
+                    EXPECT_LT(*high - *low, 0.03) << "grey " << *most;
+                } else if (*most > 3.0F * *least) { // strong colours keep their strongest and weakest channel
+                    EXPECT_EQ(std::max_element(seen.begin(), seen.end()) - seen.begin(), most - patch.color.begin());
+                    const auto weakest = static_cast<std::size_t>(least - patch.color.begin());
+                    EXPECT_LT(seen[weakest], *std::max_element(seen.begin(), seen.end()) - 0.1);
+                }
+            }
+        }
+    }
+}
+
+TEST_F(Demo, MonochromeModelGivesGreyPictures) {
+    Run({"--frames", "1", "--model", "clock-vga"});
+    EXPECT_EQ(Files(), (std::set<std::string>{"frame1-mono.png", "deep-16bit.png"}));
+    EXPECT_EQ(readPng(Path("demo/deep-16bit.png")).channels, 1U);
+}
+
+TEST_F(Demo, SeedDecidesTheNoise) {
+    Run({"--frames", "1", "--seed", "7"}, "a");
+    Run({"--frames", "1", "--seed", "7"}, "b");
+    Run({"--frames", "1", "--seed", "8"}, "c");
+    EXPECT_EQ(readFile(Path("a/frame1-mono.png")), readFile(Path("b/frame1-mono.png")));
+    EXPECT_NE(readFile(Path("a/frame1-mono.png")), readFile(Path("c/frame1-mono.png")));
+}
+
+TEST_F(Demo, ThreeFramesByDefault) {
+    Run({});
+    EXPECT_EQ(Files().size(), 13U);
+    EXPECT_NE(readFile(Path("demo/frame1-mono.png")), readFile(Path("demo/frame3-mono.png")));
+}
+
+TEST_F(Demo, OddSizes) {
+    const SResult result = runVekcam(
+        {"demo", "-o", Path("demo"), "--frames", "1", "--width", "65", "--height", "67", "--model", "line-2m"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(readPng(Path("demo/frame1-bilinear.png")).width, 65U);
+}
+
+TEST_F(Demo, DirectoryThatCannotBeMade) {
+    const SResult result = runVekcam({"demo", "-o", Write("file", {}) + "/demo", "--frames", "1"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+}
+
+} // namespace
+
+} // namespace vek::test

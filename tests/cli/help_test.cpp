@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Program.h"
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+
+namespace vek::test {
+
+namespace {
+
+struct SHelp {
+    std::vector<std::string> arguments;
+    std::vector<std::string> mentioned;
+};
+
+void PrintTo(const SHelp& help, std::ostream* stream) {
+    *stream << commandLine(help.arguments);
+}
+
+class HelpText : public ::testing::TestWithParam<SHelp> {};
+
+TEST_P(HelpText, MentionsEveryOptionAndSucceeds) {
+    const SResult result = runVekcam(GetParam().arguments);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+    for (const std::string& word : GetParam().mentioned) {
+        EXPECT_NE(result.out.find(word), std::string::npos) << word << " is missing in\n" << result.out;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cli, HelpText,
+    ::testing::Values(SHelp{{"--help"}, {"info", "demo", "convert", "--help", "--version", "Exit codes"}},
+                      SHelp{{"-h"}, {"info", "demo", "convert"}},
+                      SHelp{{"info", "--help"}, {"--help", "--device", "--sim", "--json", "/dev/video0", "global-1m"}},
+                      SHelp{{"demo", "--help"},
+                            {"--help", "--output", "demo-output", "--frames", "--model", "global-1m", "--seed",
+                             "--width", "--height"}},
+                      SHelp{{"convert", "--help"},
+                            {"--help",        "IN",        "--width",  "--height", "--format", "--colour-array",
+                             "--color-array", "--method",  "--output", "--frame",  "--black",  "--bits-out",
+                             "--src-offset",  "--display", "--white",  "shifted",  "raw8",     "mono16",
+                             "rggb",          "bilinear",  "nearest",  "bits-out"}}));
+
+TEST(Version, NamesProgramAndLibrary) {
+    const SResult result = runVekcam({"--version"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out, "vekcam 2.0.0, library version 2\n");
+}
+
+TEST(StandardOutput, FullDeviceIsAFailure) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"--help"}, {"--version"}, {"info", "--sim"}, {"info", "--sim", "--json"}}) {
+        const SResult result = runVekcam(arguments, {.outFile = "/dev/full"});
+        EXPECT_EQ(result.exitCode, 1) << arguments.front();
+        EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+    }
+}
+
+TEST(StandardOutput, PipeWithoutReaderIsAFailureAndNoCrash) {
+    const SResult result = runVekcam({"info", "--sim"}, {.outIsBrokenPipe = true});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err, "vekcam: standard output: cannot write: Broken pipe\n");
+}
+
+} // namespace
+
+} // namespace vek::test

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+// Frames of real cameras, which are no part of the project: VEKCAM_DATA_DIR names the directory that holds them.
+#include "Files.h"
+#include "PngFile.h"
+#include "Program.h"
+
+#include <cstdlib>
+
+namespace vek::test {
+
+namespace {
+
+class RealFrames : public CFileTest {
+protected:
+    /// Path of a frame; empty when it is not there.
+    static std::string Frame(const std::string& name) {
+        const char* const directory = std::getenv("VEKCAM_DATA_DIR");
+        const std::string path = directory != nullptr ? std::string(directory) + "/" + name : std::string();
+        return !path.empty() && std::filesystem::exists(path) ? path : std::string();
+    }
+
+    SPng Shown(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), "convert");
+        arguments.insert(arguments.end(), {"--display", "-o", Path("out.png")});
+        const SResult result = runVekcam(arguments);
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        return readPng(Path("out.png"));
+    }
+};
+
+TEST_F(RealFrames, ColourChartHasItsColours) {
+    const std::string frame = Frame("ColorCheckerRAW_1920x1080_12bit_BGGR.raw");
+    if (frame.empty()) {
+        GTEST_SKIP() << "VEKCAM_DATA_DIR has no such frame";
+    }
+    for (const char* const method : {"nearest", "bilinear"}) {
+        const SPng image = Shown({frame, "-W", "1920", "-H", "1080", "-f", "raw12", "-a", "bggr", "-m", method});
+        const auto mean = [&](unsigned x, unsigned y, unsigned c) { return image.mean(x - 20, y - 20, 40, 40, c); };
+        // Third row of patches: blue, green, red, yellow.
+        EXPECT_GT(mean(578, 721, 2), mean(578, 721, 0) + 40);
+        EXPECT_GT(mean(712, 729, 1), mean(712, 729, 0) + 20);
+        EXPECT_GT(mean(855, 732, 0), mean(855, 732, 1) + 50);
+        EXPECT_GT(mean(1000, 732, 0), mean(1000, 732, 2) + 40);
+        EXPECT_GT(mean(1000, 732, 1), mean(1000, 732, 2) + 40);
+        // Fourth row: greys.
+        for (const unsigned x : {720U, 857U, 1000U, 1140U}) {
+            EXPECT_NEAR(mean(x, 870, 0), mean(x, 870, 1), 12);
+            EXPECT_NEAR(mean(x, 870, 2), mean(x, 870, 1), 12);
+        }
+    }
+}
+
+TEST_F(RealFrames, RedFlowerGreenLeaf) {
+    const std::string frame = Frame("DSC_1339_768x512_rggb.raw");
+    if (frame.empty()) {
+        GTEST_SKIP() << "VEKCAM_DATA_DIR has no such frame";
+    }
+    const SPng image =
+        Shown({frame, "-W", "768", "-H", "512", "-f", "raw14", "-a", "rggb", "--black", "600", "--white", "15520"});
+    EXPECT_GT(image.mean(190, 320, 30, 30, 0), 1.5 * image.mean(190, 320, 30, 30, 1));
+    EXPECT_GT(image.mean(190, 320, 30, 30, 0), 1.5 * image.mean(190, 320, 30, 30, 2));
+    EXPECT_GT(image.mean(90, 90, 20, 20, 1), 1.05 * image.mean(90, 90, 20, 20, 0));
+    EXPECT_GT(image.mean(90, 90, 20, 20, 1), 1.2 * image.mean(90, 90, 20, 20, 2));
+}
+
+} // namespace
+
+} // namespace vek::test

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: Apache-2.0
+// Which tiers this build has, and that each of them has kernels of its own.
+#include "imageproc/rows/RowDispatch.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace vek::test {
+namespace {
+
+using rows::SRowTable;
+
+/// A kernel's place in the table, by name and index, and its address.
+struct SKernel {
+    std::string name;
+    const void* address;
+};
+
+template <class Function, std::size_t N>
+void append(std::vector<SKernel>& list, const std::string& name, Function* const (&kernels)[N]) {
+    for (std::size_t i = 0; i < N; ++i) {
+        list.push_back({name + "[" + std::to_string(i) + "]", reinterpret_cast<const void*>(kernels[i])});
+    }
+}
+template <class Function, std::size_t M, std::size_t N>
+void append(std::vector<SKernel>& list, const std::string& name, Function* const (&kernels)[M][N]) {
+    for (std::size_t i = 0; i < M; ++i) {
+        append(list, name + "[" + std::to_string(i) + "]", kernels[i]);
+    }
+}
+
+template <class T>
+void appendDemosaic(std::vector<SKernel>& list, const std::string& prefix, const rows::SDemosaicRows<T>& rows) {
+    append(list, prefix + "grey", rows.grey);
+    append(list, prefix + "none", rows.none);
+    append(list, prefix + "nearestNeighbor", rows.nearestNeighbor);
+    append(list, prefix + "bilinearSimple", rows.bilinearSimple);
+    append(list, prefix + "bilinearSimpleOpen", rows.bilinearSimpleOpen);
+}
+
+std::vector<SKernel> kernelsOf(const SRowTable& table) {
+    std::vector<SKernel> list;
+    appendDemosaic(list, "demosaic8.", table.demosaic8);
+    appendDemosaic(list, "demosaic16.", table.demosaic16);
+    return list;
+}
+
+std::vector<std::string> tierNames() {
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
+        names.emplace_back(rows::tier(i).table->name);
+    }
+    return names;
+}
+
+TEST(Dispatch, BuildHasTheArchitecturesTiers) {
+#if defined(__x86_64__)
+    EXPECT_EQ(tierNames(), (std::vector<std::string>{"scalar", "sse42", "avx2", "avx512"}));
+#elif defined(__aarch64__)
+    EXPECT_EQ(tierNames(), (std::vector<std::string>{"scalar", "neon"}));
+#else
+    EXPECT_EQ(tierNames(), (std::vector<std::string>{"scalar"}));
+#endif
+}
+
+TEST(Dispatch, KernelsFillTheirTables) {
+    // Nothing in a table but what kernelsOf lists: a kernel that is added must be added there, too.
+    const std::size_t pointers = kernelsOf(*rows::tier(0).table).size();
+    EXPECT_EQ(sizeof(rows::SDemosaicRows<std::uint8_t>) * 2, pointers * sizeof(void*));
+    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
+        for (const SKernel& kernel : kernelsOf(*rows::tier(i).table)) {
+            EXPECT_NE(kernel.address, nullptr) << rows::tier(i).table->name << ' ' << kernel.name;
+        }
+    }
+}
+
+TEST(Dispatch, NoTierFallsBackToAnotherOnesKernel) {
+    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
+        for (std::size_t j = 0; j < i; ++j) {
+            const std::vector<SKernel> a = kernelsOf(*rows::tier(i).table);
+            const std::vector<SKernel> b = kernelsOf(*rows::tier(j).table);
+            for (std::size_t k = 0; k < a.size(); ++k) {
+                EXPECT_NE(a[k].address, b[k].address)
+                    << a[k].name << " of " << rows::tier(i).table->name << " is that of " << rows::tier(j).table->name;
+            }
+        }
+    }
+}
+
+TEST(Dispatch, BestTableIsTheLastUsableTier) {
+    const char* best = nullptr;
+    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
+        if (rows::tier(i).usable) {
+            best = rows::tier(i).table->name;
+        }
+    }
+    EXPECT_STREQ(rows::bestTable().name, best);
+    RecordProperty("tier", best);
+}
+
+TEST(Dispatch, TablesAreFoundByName) {
+    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
+        const rows::STier tier = rows::tier(i);
+        EXPECT_EQ(rows::tableByName(tier.table->name), tier.usable ? tier.table : nullptr);
+    }
+    EXPECT_EQ(rows::tableByName("scalar"), rows::tier(0).table);
+    EXPECT_EQ(rows::tableByName("mmx"), nullptr);
+    EXPECT_EQ(rows::tableByName(""), nullptr);
+}
+
+} // namespace
+} // namespace vek::test

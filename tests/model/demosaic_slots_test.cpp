@@ -1,0 +1,215 @@
+// SPDX-License-Identifier: Apache-2.0
+// The module's four operations against the model: sizes, phases, pitches, placement at protected pages.
+#include "imageproc/ColorInterpolation.h"
+#include "imageproc/rows/RowDispatch.h"
+#include "model/SlotCalls.h"
+#include "support/DemosaicCheck.h"
+
+namespace vek::test {
+
+namespace {
+
+constexpr SPlacement kFlushes[] = {{Flush::Right, Flush::Right, 0, 0}, {Flush::Left, Flush::Left, 0, 0}};
+constexpr SPlacement kCrossed[] = {{Flush::Right, Flush::Left, 0, 0}, {Flush::Left, Flush::Right, 0, 0}};
+constexpr unsigned short kChannels[] = {1, 3, 4};
+constexpr unsigned kPitchKinds = 6;
+
+/// Pitches of one kind. 16-bit pitches stay even, so that samples stay aligned.
+template <class T>
+SDemosaicCall withPitches(SDemosaicCall call, unsigned kind) {
+    const unsigned long srcRow = call.width * sizeof(T);
+    const unsigned long dstRow = call.width * call.channels * sizeof(T);
+    switch (kind) {
+    case 0:
+        break;
+    case 1: // both without padding
+        call.srcPitch = srcRow;
+        call.dstPitch = dstRow;
+        break;
+    case 2: // odd numbers of samples behind the rows; odd byte pitches for some 8-bit widths
+        call.srcPitch = srcRow + 3 * sizeof(T);
+        call.dstPitch = dstRow + 5 * sizeof(T);
+        break;
+    case 3: // source derived, destination given
+        call.dstPitch = dstRow + 32;
+        break;
+    case 4: // source given, destination derived
+        call.srcPitch = srcRow + 16;
+        break;
+    default: // equal, which makes grey copies of one channel block copies
+        call.srcPitch = dstRow + 7 * sizeof(T);
+        call.dstPitch = call.srcPitch;
+        break;
+    }
+    return call;
+}
+
+template <class T>
+class CDemosaicSlots : public ::testing::Test {
+protected:
+    CDemosaicSlots() : mModule(makeColorInterpolation()) {}
+
+    ::testing::AssertionResult Long(const SDemosaicCall& call, const SPlacement& place) {
+        return mCheck.Run(call, place,
+                          [this](const SDemosaicCall& c, T* src, T* dst) { return callLong(*mModule, c, src, dst); });
+    }
+    ::testing::AssertionResult Short(const SDemosaicCall& call, const SPlacement& place) {
+        return mCheck.Run(call, place,
+                          [this](const SDemosaicCall& c, T* src, T* dst) { return callShort(*mModule, c, src, dst); });
+    }
+
+    ColorInterpolationPtr mModule;
+    CDemosaicCheck<T> mCheck{1UL << 16};
+};
+
+using SampleTypes = ::testing::Types<std::uint8_t, std::uint16_t>;
+TYPED_TEST_SUITE(CDemosaicSlots, SampleTypes);
+
+} // namespace
+
+TYPED_TEST(CDemosaicSlots, EverySmallSize) {
+    unsigned turn = 0;
+    for (unsigned long height = 1; height <= 12; ++height) {
+        for (unsigned long width = 1; width <= 40; ++width) {
+            for (unsigned short colorArray = 1; colorArray <= 5; ++colorArray) {
+                for (unsigned char method = 0; method <= 3; ++method) {
+                    for (const unsigned short channels : kChannels) {
+                        const SDemosaicCall call{width, height, 0, 0, method, colorArray, channels};
+                        for (const SPlacement& place : kFlushes) {
+                            ASSERT_TRUE(this->Long(withPitches<TypeParam>(call, turn++ % kPitchKinds), place));
+                        }
+                        ASSERT_TRUE(this->Short(call, kCrossed[turn++ / 7 % 2]));
+                    }
+                }
+            }
+        }
+    }
+}
+
+TYPED_TEST(CDemosaicSlots, EveryPitchKindAtSomeSizes) {
+    for (unsigned long height = 1; height <= 6; ++height) {
+        for (const unsigned long width : {1UL, 2UL, 3UL, 4UL, 7UL, 15UL, 16UL, 17UL, 32UL, 33UL, 63UL, 65UL}) {
+            for (unsigned short colorArray = 1; colorArray <= 5; ++colorArray) {
+                for (unsigned char method = 0; method <= 3; ++method) {
+                    for (const unsigned short channels : kChannels) {
+                        const SDemosaicCall call{width, height, 0, 0, method, colorArray, channels};
+                        for (unsigned kind = 0; kind < kPitchKinds; ++kind) {
+                            const SDemosaicCall padded = withPitches<TypeParam>(call, kind);
+                            ASSERT_TRUE(this->Long(padded, kFlushes[0]));
+                            ASSERT_TRUE(this->Long(padded, kFlushes[1]));
+                        }
+                    }
+                }
+            }
+        }
+    }
+}
+
+TYPED_TEST(CDemosaicSlots, EveryWidthTo130) {
+    unsigned turn = 0;
+    for (const unsigned long height : {1UL, 2UL, 3UL, 6UL}) {
+        for (unsigned long width = 41; width <= 130; ++width) {
+            for (unsigned short colorArray = 1; colorArray <= 5; ++colorArray) {
+                for (unsigned char method = 0; method <= 3; ++method) {
+                    for (const unsigned short channels : kChannels) {
+                        const SDemosaicCall call{width, height, 0, 0, method, colorArray, channels};
+                        const SDemosaicCall padded = withPitches<TypeParam>(call, turn++ % kPitchKinds);
+                        ASSERT_TRUE(this->Long(padded, kFlushes[turn / 6 % 2]));
+                        ASSERT_TRUE(this->Short(call, kFlushes[(turn / 6 + 1) % 2]));
+                    }
+                }
+            }
+        }
+    }
+}
+
+TYPED_TEST(CDemosaicSlots, EverySampleOffset) {
+    for (const unsigned long width : {2UL, 3UL, 16UL, 31UL, 64UL, 67UL, 129UL}) {
+        for (std::size_t offset = 0; offset < 16; ++offset) {
+            for (unsigned short colorArray = 1; colorArray <= 5; ++colorArray) {
+                for (unsigned char method = 0; method <= 3; ++method) {
+                    const unsigned short channels = offset % 2 == 0 ? 3 : 4;
+                    const SDemosaicCall call{width, 3, 0, 0, method, colorArray, channels};
+                    ASSERT_TRUE(this->Long(call, {Flush::Left, Flush::Left, offset, 0}));
+                    ASSERT_TRUE(this->Long(call, {Flush::Left, Flush::Left, 0, offset}));
+                    ASSERT_TRUE(this->Long(call, {Flush::Right, Flush::Right, offset, 15 - offset}));
+                }
+            }
+        }
+    }
+}
+
+TYPED_TEST(CDemosaicSlots, LargeOddSizes) {
+    CDemosaicCheck<TypeParam> check(12UL << 20);
+    const SDemosaicCall sizes[] = {{1921, 7, 0, 0, 0, 0, 0},
+                                   {4097, 3, 0, 0, 0, 0, 0},
+                                   {1025, 513, 0, 0, 0, 0, 0},
+                                   {16385, 2, 0, 0, 0, 0, 0},
+                                   {3, 2001, 0, 0, 0, 0, 0}};
+    unsigned turn = 0;
+    for (SDemosaicCall call : sizes) {
+        for (call.method = 0; call.method <= 3; ++call.method) {
+            for (call.channels = 3; call.channels <= 4; ++call.channels) {
+                call.colorArray = static_cast<unsigned short>(2 + turn++ % 4);
+                for (const SPlacement& place : kFlushes) {
+                    ASSERT_TRUE(check.Run(call, place, [this](const SDemosaicCall& c, TypeParam* src, TypeParam* dst) {
+                        return callLong(*this->mModule, c, src, dst);
+                    }));
+                }
+            }
+        }
+    }
+}
+
+// The module with the kernels of each instruction set that this machine has, not only with the fastest.
+TYPED_TEST(CDemosaicSlots, EveryInstructionSet) {
+    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
+        if (!rows::tier(i).usable) {
+            continue;
+        }
+        SCOPED_TRACE(rows::tier(i).table->name);
+        CColorInterpolation module(*rows::tier(i).table);
+        unsigned turn = 0;
+        for (const unsigned long height : {2UL, 5UL}) {
+            for (unsigned long width = 2; width <= 130; ++width) {
+                for (unsigned short colorArray = 1; colorArray <= 5; ++colorArray) {
+                    for (unsigned char method = 0; method <= 3; ++method) {
+                        for (const unsigned short channels : {std::uint16_t{3}, std::uint16_t{4}}) {
+                            const SDemosaicCall call{width, height, 0, 0, method, colorArray, channels};
+                            const SDemosaicCall padded = withPitches<TypeParam>(call, turn++ % kPitchKinds);
+                            ASSERT_TRUE(
+                                this->mCheck.Run(padded, kFlushes[turn / 6 % 2],
+                                                 [&module](const SDemosaicCall& c, TypeParam* src, TypeParam* dst) {
+                                                     return callLong(module, c, src, dst);
+                                                 }));
+                        }
+                    }
+                }
+            }
+        }
+    }
+}
+
+TYPED_TEST(CDemosaicSlots, RefusalsWriteNothing) {
+    for (unsigned method = 0; method <= 255; ++method) {
+        for (const unsigned colorArray : {0U, 1U, 2U, 3U, 4U, 5U, 12U, 13U, 255U, 256U, 258U, 65535U}) {
+            for (unsigned channels = 0; channels <= 4; ++channels) {
+                const SDemosaicCall call{6,
+                                         3,
+                                         0,
+                                         0,
+                                         static_cast<unsigned char>(method),
+                                         static_cast<unsigned short>(colorArray),
+                                         static_cast<unsigned short>(channels)};
+                if (!modelCovers(call) || (channels != 1 && modelStatus(call) == kModelInvalid && method >= 1 &&
+                                           method <= 3 && colorArray >= 2 && colorArray <= 5)) {
+                    continue; // a Bayer method with 0 or 2 channels is left open
+                }
+                ASSERT_TRUE(this->Long(call, kFlushes[0]));
+                ASSERT_TRUE(this->Short(call, kFlushes[1]));
+            }
+        }
+    }
+}
+
+} // namespace vek::test

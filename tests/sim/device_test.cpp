@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: Apache-2.0
+// The interposer: calls of ioctl and read in this very program.
+#include "sim/SimulatedDevice.h"
+
+#include "VekTrgApi.h"
+
+#include <gtest/gtest.h>
+#include <linux/videodev2.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <memory>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace vek::sim;
+
+class Device : public ::testing::Test {
+protected:
+    void SetUp() override {
+        SSensorConfig config = CSimulatedDriver::DefaultSensor(FindCameraModel("clock-vga"));
+        config.width = 16;
+        config.height = 8;
+        driver = std::make_shared<CSimulatedDriver>(FindCameraModel("clock-vga"), config);
+        fd = OpenSimulatedCamera(driver);
+        ASSERT_GE(fd, 0);
+    }
+    void TearDown() override { CloseSimulatedCamera(fd); }
+
+    /// The request is one that every kernel and every emulator knows, on a file that is no terminal.
+    void ExpectKernelSays(int descriptor, int error) const {
+        const std::size_t before = driver->Requests().size();
+        termios settings{};
+        errno = 0;
+        EXPECT_EQ(ioctl(descriptor, TCGETS, &settings), -1);
+        EXPECT_EQ(errno, error);
+        EXPECT_EQ(driver->Requests().size(), before) << "the driver was asked";
+    }
+
+    std::shared_ptr<CSimulatedDriver> driver;
+    int fd = -1;
+};
+
+TEST_F(Device, IoctlReachesTheDriver) {
+    v4l2_control control{V4L2_CID_GAIN, 99};
+    errno = 4711;
+    EXPECT_EQ(ioctl(fd, VIDIOC_S_CTRL, &control), 0);
+    EXPECT_EQ(errno, 4711);
+    EXPECT_EQ(driver->GainValue(), 99);
+    control.value = 256;
+    EXPECT_EQ(ioctl(fd, VIDIOC_S_CTRL, &control), -1);
+    EXPECT_EQ(errno, ERANGE);
+    EXPECT_EQ(driver->Requests().size(), 2U);
+}
+
+TEST_F(Device, ReadTakesAFrame) {
+    std::vector<std::uint8_t> frame(1000);
+    EXPECT_EQ(read(fd, frame.data(), frame.size()), 16 * 8 * 2);
+    EXPECT_EQ(read(fd, frame.data(), 10), 10);
+    EXPECT_EQ(driver->FrameNumber(), 2U);
+    driver->FailReads(EIO);
+    EXPECT_EQ(read(fd, frame.data(), frame.size()), -1);
+    EXPECT_EQ(errno, EIO);
+    driver->Unplug();
+    EXPECT_EQ(read(fd, frame.data(), frame.size()), -1);
+    EXPECT_EQ(errno, ENODEV);
+}
+
+TEST_F(Device, OtherDescriptorsBelongToTheKernel) {
+    std::FILE* file = std::tmpfile();
+    ASSERT_NE(file, nullptr);
+    ExpectKernelSays(fileno(file), ENOTTY);
+    ASSERT_EQ(write(fileno(file), "abc", 3), 3);
+    ASSERT_EQ(lseek(fileno(file), 0, SEEK_SET), 0);
+    std::array<char, 8> text{};
+    EXPECT_EQ(read(fileno(file), text.data(), text.size()), 3);
+    EXPECT_EQ(text[2], 'c');
+    std::fclose(file);
+    ExpectKernelSays(-1, EBADF);
+    EXPECT_EQ(read(-1, text.data(), text.size()), -1);
+    EXPECT_EQ(errno, EBADF);
+    int pipes[2];
+    ASSERT_EQ(pipe(pipes), 0);
+    ASSERT_EQ(write(pipes[1], "xyz", 3), 3);
+    int available = 0;
+    EXPECT_EQ(ioctl(pipes[0], FIONREAD, &available), 0);
+    EXPECT_EQ(available, 3);
+    close(pipes[0]);
+    close(pipes[1]);
+    EXPECT_TRUE(driver->Requests().empty());
+}
+
+TEST_F(Device, CamerasHaveTheirOwnDescriptors) {
+    const auto other = std::make_shared<CSimulatedDriver>("global-3m");
+    const int otherFd = OpenSimulatedCamera(other);
+    ASSERT_NE(otherFd, fd);
+    v4l2_control control{VEK_CID_IMAGE_WIDTH, 0};
+    EXPECT_EQ(ioctl(otherFd, VIDIOC_G_CTRL, &control), 0);
+    EXPECT_EQ(control.value, 2048);
+    EXPECT_EQ(ioctl(fd, VIDIOC_G_CTRL, &control), 0);
+    EXPECT_EQ(control.value, 16);
+    EXPECT_EQ(CloseSimulatedCamera(otherFd), 0);
+}
+
+TEST_F(Device, DuplicatesAreTheSameCamera) {
+    const int duplicate = dup(fd);
+    ASSERT_GE(duplicate, 0);
+    v4l2_control control{VEK_CID_IMAGE_WIDTH, 0};
+    EXPECT_EQ(ioctl(duplicate, VIDIOC_G_CTRL, &control), 0);
+    EXPECT_EQ(control.value, 16);
+    EXPECT_EQ(CloseSimulatedCamera(fd), 0);
+    ExpectKernelSays(duplicate, ENOTTY);
+    close(duplicate);
+}
+
+TEST_F(Device, AReusedNumberIsNotTheCamera) {
+    close(fd); // behind the table's back
+    const int reused = open("/dev/null", O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(reused, fd);
+    ExpectKernelSays(reused, ENOTTY);
+    EXPECT_EQ(CloseSimulatedCamera(reused), -1);
+    EXPECT_EQ(errno, EBADF);
+    close(reused);
+}
+
+TEST_F(Device, ClosedDescriptorIsGone) {
+    EXPECT_EQ(CloseSimulatedCamera(fd), 0);
+    ExpectKernelSays(fd, EBADF);
+    EXPECT_EQ(CloseSimulatedCamera(fd), -1);
+    EXPECT_EQ(OpenSimulatedCamera(nullptr), -1);
+    EXPECT_EQ(errno, EINVAL);
+}
+
+TEST_F(Device, ManyThreadsMayUseIt) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([this, i] {
+            for (int n = 0; n < 50; ++n) {
+                v4l2_control control{V4L2_CID_GAIN, i};
+                EXPECT_EQ(ioctl(fd, VIDIOC_S_CTRL, &control), 0);
+                std::array<std::uint8_t, 32> part{};
+                EXPECT_EQ(read(fd, part.data(), part.size()), 32);
+                const int other = OpenSimulatedCamera(driver);
+                EXPECT_GE(other, 0);
+                EXPECT_EQ(CloseSimulatedCamera(other), 0);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(driver->Requests().size(), 200U);
+    EXPECT_EQ(driver->FrameNumber(), 200U);
+}
+
+} // namespace
