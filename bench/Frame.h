@@ -5,7 +5,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
+#include <vector>
 
 namespace vek::bench {
 
@@ -22,6 +24,17 @@ inline std::string benchName(const char* operation, std::size_t sampleBytes, con
 inline void setWork(benchmark::State& state, std::size_t bytes) {
     state.counters["pixels"] = static_cast<double>(kWidth * kHeight);
     state.counters["bytes"] = static_cast<double>(bytes);
+}
+
+/// The yardstick of an operation that moves so many bytes: a copy of half of them reads and writes as much.
+inline void copyTraffic(benchmark::State& state, std::size_t bytes) {
+    std::vector<std::uint8_t> src(bytes / 2, 1);
+    std::vector<std::uint8_t> dst(bytes / 2);
+    for (auto _ : state) {
+        std::memcpy(dst.data(), src.data(), src.size());
+        benchmark::ClobberMemory();
+    }
+    setWork(state, bytes);
 }
 
 } // namespace vek::bench

@@ -103,6 +103,20 @@ enum VekDemosaicMethod {
     VEK_DEMOSAIC_BILINEAR_SIMPLE = 3   /**< separable means of two neighbours */
 };
 
+/** Automatic luminance control: what it moves, and for how long. */
+enum VekALCMode {
+    VEK_ALC_OFF = 0,
+    VEK_ALC_EXPOSURE_AND_GAIN = 1, /**< exposure first when brightening, gain first when darkening */
+    VEK_ALC_EXPOSURE = 2,
+    VEK_ALC_GAIN = 3,
+    VEK_ALC_EXPOSURE_AND_GAIN_ONCE = 4, /**< ends by itself (mode 0) once the level is reached */
+    VEK_ALC_EXPOSURE_ONCE = 5,
+    VEK_ALC_GAIN_ONCE = 6
+};
+
+/** What a step of automatic luminance control changed; bits of VekCam_ALC's flags. */
+enum VekALCChange { VEK_ALC_EXPOSURE_CHANGED = 1, VEK_ALC_GAIN_CHANGED = 2 };
+
 /** Pixel formats of the GenICam Pixel Format Naming Convention (PFNC) that the camera's data have. */
 enum VekPixelFormat {
     VEK_PFNC_NONE = 0,
@@ -262,6 +276,133 @@ VEK_API int VekCam_GetlibVersion(VekCam_Handle handle, unsigned long *version);
 VEK_API int VekCam_ColorInterpolation(VekCam_Handle handle, unsigned long width, unsigned long height,
                                       unsigned short colorArray, const void *src, void *dst, unsigned char method,
                                       unsigned long destinationPixelFormat, unsigned short bitsPerPixel);
+
+/*
+ * Unit conversions. The camera counts gain as setting values, exposure in exposure clocks (rows, lines, microseconds or
+ * sensor clocks, by model) and vertical blanking in lines; docs/units.md has the formulas. Clock, line length and
+ * image size are asked of the driver on each call. Where the driver reports a clock or line length of 0, a time or a
+ * count that has no finite value becomes 0 (not a number, negative) or the largest number of its type, before the
+ * stated limits apply. A null output gives VEK_EINVAL.
+ */
+
+/**
+ * Vertical blanking for a frame rate.
+ *  fps: frames per second.
+ *  vblank: receives lines, rounded; 0 where the camera cannot be that fast.
+ * Returns 0; VEK_EINVAL for a null handle, on a camera without a blanking setting (vblank is left alone), and when the
+ * driver reports a clock or line length of 0 (vblank receives 0).
+ */
+VEK_API int VekCam_GetVBlankFromFPS(VekCam_Handle handle, float fps, unsigned long *vblank);
+
+/**
+ * Digital gain factor of a setting value, which is first limited to the camera's maximum.
+ *  times: receives value / 64, or 1 + value / 64 on cameras that count from a factor of 1; 1 without a digital gain.
+ * Returns 1; VEK_EINVAL for a null handle.
+ */
+VEK_API int VekCam_GetDigitalGainTimesFromSettingValue(VekCam_Handle handle, unsigned short value, float *times);
+
+/**
+ * Nearest digital gain setting value for a factor.
+ *  value: receives 0 .. the camera's maximum; 0 without a digital gain.
+ * Returns 1; VEK_EINVAL for a null handle.
+ */
+VEK_API int VekCam_GetDigitalGainSettingValueFromGainTimes(VekCam_Handle handle, float times, unsigned short *value);
+
+/**
+ * Exposure clocks for an exposure time.
+ *  seconds: 0 and more.
+ *  clock: receives 1 .. the camera's maximum; at a maximum of 0, 0 for every time that takes a clock or more.
+ * Returns 1; 0 when the row length cannot be computed (clock is left alone); VEK_EINVAL for a null handle.
+ */
+VEK_API int VekCam_GetExposureClockFromTime(VekCam_Handle handle, float seconds, unsigned long *clock);
+
+/**
+ * Exposure time of exposure clocks.
+ *  clock: limited to the camera's maximum; 0 stands for the longest exposure that keeps the frame rate.
+ *  seconds: receives the time.
+ * Returns 1; 0 when the row length cannot be computed (seconds is left alone); VEK_EINVAL for a null handle.
+ */
+VEK_API int VekCam_GetExposureTimeFromClock(VekCam_Handle handle, unsigned long clock, float *seconds);
+
+/**
+ * Analogue gain of a setting value.
+ *  dB: receives the gain on the camera's curve.
+ * Returns 0; VEK_EINVAL for a null handle.
+ */
+VEK_API int VekCam_GetGainDBFromSettingValue(VekCam_Handle handle, unsigned short value, float *dB);
+
+/*
+ * Automatic luminance control. The application measures the level of each frame, for example with
+ * VekCam_GetAveragePixelValue, and hands it to VekCam_ALC, which moves exposure and gain. The settings below return 1,
+ * or VEK_EINVAL for a null handle or a null output; none of them checks its value. Limits may come in either order.
+ */
+
+/** mode: enum VekALCMode, of which the low four bits are kept. Off when a handle is opened. */
+VEK_API int VekCam_SetALCMode(VekCam_Handle handle, unsigned char mode);
+VEK_API int VekCam_GetALCMode(VekCam_Handle handle, unsigned char *mode);
+
+/** level: the average to reach, in the units in which VekCam_ALC is given it. 128 when a handle is opened. */
+VEK_API int VekCam_SetALCTargetLevel(VekCam_Handle handle, unsigned short level);
+VEK_API int VekCam_GetALCTargetLevel(VekCam_Handle handle, unsigned short *level);
+
+/** gain: setting value. The camera's maximum gain when a handle is opened. */
+VEK_API int VekCam_SetAGCMaxGain(VekCam_Handle handle, unsigned short gain);
+VEK_API int VekCam_GetAGCMaxGain(VekCam_Handle handle, unsigned short *gain);
+
+/** gain: setting value. The camera's initial gain when a handle is opened. */
+VEK_API int VekCam_SetAGCMinGain(VekCam_Handle handle, unsigned short gain);
+VEK_API int VekCam_GetAGCMinGain(VekCam_Handle handle, unsigned short *gain);
+
+/** clock: exposure clocks; 0 stands for the longest exposure that keeps the frame rate. 0 when a handle is opened. */
+VEK_API int VekCam_SetAEMaxExposureClock(VekCam_Handle handle, unsigned long clock);
+VEK_API int VekCam_GetAEMaxExposureClock(VekCam_Handle handle, unsigned long *clock);
+
+/** clock: exposure clocks, 0 as above. 1 when a handle is opened. */
+VEK_API int VekCam_SetAEMinExposureClock(VekCam_Handle handle, unsigned long clock);
+VEK_API int VekCam_GetAEMinExposureClock(VekCam_Handle handle, unsigned long *clock);
+
+/**
+ * One step of automatic luminance control. At rest it acts on levels more than 10 off the target, and then until the
+ * level is within 5. A step at most doubles exposure or gain, and writes both to the camera.
+ *  average: level of the last frame.
+ *  flags: receives bits of enum VekALCChange; 0 when nothing had to change. A one-shot mode then ends.
+ * Returns 1; 0 when the camera did not take the new values; VEK_EINVAL for a null handle or null flags.
+ */
+VEK_API int VekCam_ALC(VekCam_Handle handle, unsigned short average, unsigned long *flags);
+
+/*
+ * Measurements.
+ */
+
+/**
+ * Mean raw value of a region, for each place in the 2 x 2 cell or, mono, for all pixels together.
+ *  width, height: the image, pixels.
+ *  pitch: from row to row: samples for bytes and words, bytes for packed data; 0 means rows without padding.
+ *  colorMode: enum VekColorArray, mono or Bayer. Bayer codes do not reorder the result.
+ *  transferFormat: VEK_TRANSFER_RAW8, RAW10, RAW10_PACKED, RAW12, RAW12_PACKED, RAW14 or RAW16.
+ *  src: the image. Not read where the region is empty.
+ *  x, y, w, h: the region, cut at the image's edge. Packed rows are read from their first pixel on, wherever the region
+ *      starts: x sets the number of pixels and which columns count as odd.
+ *  average: four floats, by 2 x (row mod 2) + (column mod 2); mono: the mean and three zeros. In units of the samples;
+ *      0 for a place without pixels.
+ * Returns 0; VEK_EINVAL for a null handle, another colour mode or transfer format, a null average, or a null src
+ * where the region is not empty.
+ */
+VEK_API int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long width, unsigned long height,
+                                        unsigned long pitch, unsigned short colorMode, unsigned long transferFormat,
+                                        const void *src, unsigned long x, unsigned long y, unsigned long w,
+                                        unsigned long h, float *average);
+
+/**
+ * Finds the brightest pixels of a dark frame and programs the camera's defect correction with them, one slot each in
+ * the order in which they were found; the remaining slots are marked unused.
+ *  width, height: pixels; image: bytes, rows without padding, not read when the camera has no slots.
+ *  threshold: pixels of this value and above are candidates.
+ * Returns 0, also when the camera has no slots or refuses one (the rest are left alone); VEK_EINVAL for a null handle,
+ * or a null image that would have to be read; VEK_ENOMEM when memory runs out.
+ */
+VEK_API int VekCam_DetectDefectPixel(VekCam_Handle handle, unsigned long width, unsigned long height,
+                                     const unsigned char *image, int threshold);
 
 #ifdef __cplusplus
 }

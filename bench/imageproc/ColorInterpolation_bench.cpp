@@ -7,7 +7,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <cstring>
 #include <vector>
 
 namespace vek::bench {
@@ -54,24 +53,11 @@ void demosaic(benchmark::State& state, const rows::SRowTable* table, unsigned ch
     setWork(state, trafficOf<T>(channels));
 }
 
-/// Copies half of the operation's traffic, which reads and writes all of it.
-template <class T>
-void copy(benchmark::State& state, unsigned short channels) {
-    const std::size_t bytes = trafficOf<T>(channels);
-    std::vector<std::uint8_t> src(bytes / 2, 1);
-    std::vector<std::uint8_t> dst(bytes / 2);
-    for (auto _ : state) {
-        std::memcpy(dst.data(), src.data(), src.size());
-        benchmark::ClobberMemory();
-    }
-    setWork(state, bytes);
-}
-
 template <class T>
 void registerFor(const SMethod& method, unsigned short channels) {
     const std::string operation = std::string(method.name) + (channels == 4 ? " BGRX" : "");
     benchmark::RegisterBenchmark(benchName(operation.c_str(), sizeof(T), "memcpy").c_str(),
-                                 [channels](benchmark::State& state) { copy<T>(state, channels); });
+                                 [channels](benchmark::State& state) { copyTraffic(state, trafficOf<T>(channels)); });
     for (std::size_t i = 0; i < rows::tierCount(); ++i) {
         const rows::STier tier = rows::tier(i);
         if (tier.usable) {

@@ -1,28 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "VekTrgApi.h"
 
-#include "api/VekTrgCamera.h"
+#include "api/Export.h"
 #include "imageproc/IColorInterpolation.h"
 
 #include <memory>
-#include <new>
 
 namespace {
 
-/// Runs the body of an export; nothing that it throws gets out.
-template <class Body>
-int miGuarded(Body body) noexcept {
-    try {
-        return body();
-    } catch (const std::bad_alloc&) {
-        return VEK_ENOMEM;
-    } catch (...) {
-        return VEK_EINVAL;
-    }
-}
-
-/// Samples of a destination pixel; 0 for a format that the depth does not allow. A later sample width of 8-bit
-/// formats belongs to 8 bits only, of the others to 10 and 12.
+/// Samples of a destination pixel; 0 for a format that the depth does not allow.
 unsigned short mwChannels(unsigned long destinationPixelFormat, unsigned short bitsPerPixel) {
     if (bitsPerPixel == 8) {
         switch (destinationPixelFormat) {
@@ -82,15 +68,12 @@ int VekCam_GetlibVersion(VekCam_Handle /*handle*/, unsigned long* version) {
 int VekCam_ColorInterpolation(VekCam_Handle handle, unsigned long width, unsigned long height,
                               unsigned short colorArray, const void* src, void* dst, unsigned char method,
                               unsigned long destinationPixelFormat, unsigned short bitsPerPixel) {
-    if (handle == nullptr) {
-        return VEK_EINVAL;
-    }
-    const unsigned short channels = mwChannels(destinationPixelFormat, bitsPerPixel);
-    if (channels == 0) {
-        return VEK_EINVAL;
-    }
-    return miGuarded([&] {
-        vek::IColorInterpolation& module = handle->ColorInterpolation();
+    return vek::miExport(handle, [&](const CVekTrgCamera& camera) -> int {
+        const unsigned short channels = mwChannels(destinationPixelFormat, bitsPerPixel);
+        if (channels == 0) {
+            return VEK_EINVAL;
+        }
+        vek::IColorInterpolation& module = camera.ColorInterpolation();
         // The module only reads the source.
         void* const source = const_cast<void*>(src);
         const unsigned long status =

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/VekTrgCamera.h"
 
+#include "control/DigitalGain.h"
 #include "control/GainCurve.h"
 
 namespace {
@@ -139,4 +140,197 @@ void CVekTrgCamera::GetWhiteBalanceMaxGain(unsigned short* r, unsigned short* gr
     *gr = mwWBMaxGain[1];
     *gb = mwWBMaxGain[1];
     *b = mwWBMaxGain[2];
+}
+
+bool CVekTrgCamera::GetAptina4MRowClockCount(unsigned long* rowClocks, unsigned long* rowOffset) {
+    const auto width = static_cast<unsigned long>(mpDeviceControl->ImageWidth());
+    unsigned char h = 0;
+    unsigned char v = 0;
+    const bool read = mpDeviceControl->GetBinning(&h, &v);
+    const vek::SRowClocks row = vek::rowClocksOf(width, h, v);
+    *rowClocks = row.rowClocks;
+    *rowOffset = row.rowOffset;
+    return read;
+}
+
+bool CVekTrgCamera::mbGetExposureTiming(vek::SExposureTiming* timing) {
+    *timing = {};
+    timing->unit = vek::exposureUnitOf(mpDeviceControl->GetPID());
+    timing->clock = static_cast<unsigned long>(mpDeviceControl->GetClock());
+    timing->timeBase = mpDeviceControl->GetExposureTimeBase();
+    timing->timeOffset = mpDeviceControl->GetExposureTimeOffset();
+    switch (timing->unit) {
+    case vek::EExposureUnit::Row:
+        return GetAptina4MRowClockCount(&timing->row.rowClocks, &timing->row.rowOffset);
+    case vek::EExposureUnit::Line:
+    case vek::EExposureUnit::LineWithOffset:
+    case vek::EExposureUnit::LineWithConstant:
+        timing->totalHClock = static_cast<unsigned long>(mpDeviceControl->TotalHClock());
+        return true;
+    default:
+        return true;
+    }
+}
+
+bool CVekTrgCamera::GetExposureClockFromTime(float seconds, unsigned long* clock) {
+    vek::SExposureTiming timing{};
+    if (!mbGetExposureTiming(&timing)) {
+        return false;
+    }
+    *clock = vek::exposureClocksFromSeconds(timing, seconds, GetMaxLongExposureClock());
+    return true;
+}
+
+bool CVekTrgCamera::GetExposureTimeFormClock(unsigned long clock, float* seconds) {
+    const unsigned long maxLong = GetMaxLongExposureClock();
+    const auto maxShort = static_cast<unsigned long>(GetMaxShortExposureClock());
+    if (maxLong < clock) {
+        clock = maxLong;
+    } else if (clock == 0) {
+        clock = maxShort;
+    }
+    vek::SExposureTiming timing{};
+    if (!mbGetExposureTiming(&timing)) {
+        return false;
+    }
+    *seconds = vek::secondsFromExposureClocks(timing, clock);
+    return true;
+}
+
+long CVekTrgCamera::GetVBlankForFPS(unsigned long* vblank) {
+    if (!mpDeviceControl->HasVBlankFunction()) {
+        return VEK_EINVAL;
+    }
+    *vblank = static_cast<unsigned long>(mpDeviceControl->GetVBlank());
+    return 0;
+}
+
+long CVekTrgCamera::GetVBlankFromFPS(float fps, unsigned long* vblank) {
+    if (!mpDeviceControl->HasVBlankFunction()) {
+        return VEK_EINVAL;
+    }
+    const auto clock = static_cast<unsigned long>(mpDeviceControl->GetClock());
+    unsigned long lineClocks = 0;
+    double frameLines = 0;
+    switch (mpDeviceControl->GetPID()) {
+    case 0x111:
+    case 0x211: {
+        unsigned long rowOffset = 0;
+        if (!GetAptina4MRowClockCount(&lineClocks, &rowOffset)) {
+            return 0;
+        }
+        frameLines = static_cast<double>(mpDeviceControl->ImageHeight() + 13);
+        *vblank = vek::vblankFromFps(clock, lineClocks, frameLines, fps);
+        return 0;
+    }
+    case 0x112:
+    case 0x212: {
+        lineClocks = static_cast<unsigned long>(mpDeviceControl->TotalHClock());
+        const long totalLines = mpDeviceControl->TotalVLine();
+        unsigned long current = 0;
+        if (const long status = GetVBlankForFPS(&current); status != 0) {
+            *vblank = 0;
+            return status;
+        }
+        frameLines = static_cast<double>(totalLines - static_cast<long>(current));
+        break;
+    }
+    case 0x713:
+    case 0x813:
+        lineClocks = static_cast<unsigned long>(mpDeviceControl->TotalHClock());
+        frameLines = static_cast<double>(mpDeviceControl->TotalVLine() + 28);
+        break;
+    default:
+        lineClocks = static_cast<unsigned long>(mpDeviceControl->TotalHClock());
+        frameLines = static_cast<double>(static_cast<std::uint32_t>(mpDeviceControl->TotalVLine()));
+        break;
+    }
+    if (clock == 0 || lineClocks == 0) {
+        *vblank = 0;
+        return VEK_EINVAL;
+    }
+    *vblank = vek::vblankFromFps(clock, lineClocks, frameLines, fps);
+    return 0;
+}
+
+bool CVekTrgCamera::GetDigitalGainTimesFromSettingValue(unsigned short value, float* times) {
+    *times = 1.0F;
+    if (mpDeviceControl->HasDigitalGainFunction()) {
+        *times = vek::digitalGainTimesFromValue(mpDeviceControl->HasDigitalGainType(), value,
+                                                mpDeviceControl->GetMaxDigitalGain());
+    }
+    return true;
+}
+
+bool CVekTrgCamera::GetDigitalGainSettingValueFromGainTimes(float times, unsigned short* value) {
+    *value = 0;
+    if (mpDeviceControl->HasDigitalGainFunction()) {
+        *value = vek::digitalGainValueFromTimes(mpDeviceControl->HasDigitalGainType(), times,
+                                                mpDeviceControl->GetMaxDigitalGain());
+    }
+    return true;
+}
+
+bool CVekTrgCamera::SetALCMode(unsigned char mode) {
+    mpLuminanceCtrl->SetMode(mode & 0x0F);
+    return true;
+}
+
+bool CVekTrgCamera::GetALCMode(unsigned char* mode) const {
+    *mode = mpLuminanceCtrl->GetMode();
+    return true;
+}
+
+bool CVekTrgCamera::SetALCTargetLevel(unsigned short level) {
+    mpLuminanceCtrl->SetTarget(level);
+    return true;
+}
+
+bool CVekTrgCamera::GetALCTargetLevel(unsigned short* level) const {
+    *level = mpLuminanceCtrl->GetTarget();
+    return true;
+}
+
+bool CVekTrgCamera::SetAGCMaxGain(unsigned short gain) {
+    mpLuminanceCtrl->SetAGCMaxGain(gain);
+    return true;
+}
+
+bool CVekTrgCamera::GetAGCMaxGain(unsigned short* gain) const {
+    *gain = mpLuminanceCtrl->GetAGCMaxGain();
+    return true;
+}
+
+bool CVekTrgCamera::SetAGCMinGain(unsigned short gain) {
+    mpLuminanceCtrl->SetAGCMinGain(gain);
+    return true;
+}
+
+bool CVekTrgCamera::GetAGCMinGain(unsigned short* gain) const {
+    *gain = mpLuminanceCtrl->GetAGCMinGain();
+    return true;
+}
+
+bool CVekTrgCamera::SetAEMaxExposureClock(unsigned long clock) {
+    mpLuminanceCtrl->SetAEMaxExposureClock(clock);
+    return true;
+}
+
+bool CVekTrgCamera::GetAEMaxExposureClock(unsigned long* clock) const {
+    *clock = mpLuminanceCtrl->GetAEMaxExposureClock();
+    return true;
+}
+
+bool CVekTrgCamera::SetAEMinExposureClock(unsigned long clock) {
+    mpLuminanceCtrl->SetAEMinExposureClock(clock);
+    return true;
+}
+
+bool CVekTrgCamera::GetAEMinExposureClock(unsigned long* clock) const {
+    *clock = mpLuminanceCtrl->GetAEMinExposureClock();
+    return true;
+}
+
+unsigned long CVekTrgCamera::RunALC(unsigned short average, unsigned long* flags) {
+    return mpLuminanceCtrl->RunALC(average, flags);
 }

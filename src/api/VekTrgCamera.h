@@ -3,6 +3,7 @@
 
 #include "VekTrgApi.h"
 #include "api/VekImageProcLib.h"
+#include "control/ExposureConversion.h"
 #include "control/IUpdateGainExposureClockSetting.h"
 #include "control/LuminanceCtrl.h"
 #include "device/DeviceControl.h"
@@ -50,6 +51,38 @@ public:
     /// GenICam pixel format of what is transferred now, 0 when there is none. Asks the driver.
     int GetRawGenICamPixelFormat();
 
+    // Conversions between the camera's units and physical ones; docs/units.md lists the formulas.
+
+    /// True; false, and nothing stored, when a row length cannot be computed.
+    bool GetExposureClockFromTime(float seconds, unsigned long* clock);
+    /// clocks 0: the longest short exposure. Result as above.
+    bool GetExposureTimeFormClock(unsigned long clock, float* seconds);
+    /// Sensor clocks of one exposure row and of its offset, from image width and binning. True.
+    bool GetAptina4MRowClockCount(unsigned long* rowClocks, unsigned long* rowOffset);
+    /// 0; -22 on a camera without a blanking setting (nothing stored) and when the clock or line length that the
+    /// formula divides by is 0 (0 stored).
+    long GetVBlankFromFPS(float fps, unsigned long* vblank);
+    /// The blanking set now, lines. 0; -22, and nothing stored, on a camera without a blanking setting.
+    long GetVBlankForFPS(unsigned long* vblank);
+    bool GetDigitalGainTimesFromSettingValue(unsigned short value, float* times);
+    bool GetDigitalGainSettingValueFromGainTimes(float times, unsigned short* value);
+
+    // Automatic luminance control; all but RunALC return true.
+    bool SetALCMode(unsigned char mode);
+    bool GetALCMode(unsigned char* mode) const;
+    bool SetALCTargetLevel(unsigned short level);
+    bool GetALCTargetLevel(unsigned short* level) const;
+    bool SetAGCMaxGain(unsigned short gain);
+    bool GetAGCMaxGain(unsigned short* gain) const;
+    bool SetAGCMinGain(unsigned short gain);
+    bool GetAGCMinGain(unsigned short* gain) const;
+    bool SetAEMaxExposureClock(unsigned long clock);
+    bool GetAEMaxExposureClock(unsigned long* clock) const;
+    bool SetAEMinExposureClock(unsigned long clock);
+    bool GetAEMinExposureClock(unsigned long* clock) const;
+    /// One control step; see CLuminanceCtrl::RunALC.
+    unsigned long RunALC(unsigned short average, unsigned long* flags);
+
     /// Number of defect-pixel correction slots.
     unsigned short GetEnableDefectPixelCorrectionCount() const;
     bool SetEnableDefectPixelCorrectionPosition(unsigned short x, unsigned short y, unsigned short index);
@@ -61,6 +94,9 @@ public:
     vek::IColorInterpolation& ColorInterpolation() const { return *mpColorInterpolation; }
 
 private:
+    /// The timing that the model's exposure unit uses; false when a row length cannot be computed.
+    bool mbGetExposureTiming(vek::SExposureTiming* timing);
+
     template <class Interface, vek::EModuleType Type>
     using Slot = vek::ModulePtr<Interface, Type>;
 

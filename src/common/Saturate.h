@@ -6,21 +6,20 @@
 
 namespace vek {
 
-/// value with its fraction cut off, kept within an unsigned type: not-a-number and negative values give 0, too
-/// large ones the type's maximum.
-template <class Unsigned>
-Unsigned saturateTo(double value) {
-    static_assert(std::is_unsigned_v<Unsigned>);
-    // The maximum rounds up to a power of two as a double when the type is wider than 53 bits: not below it means
-    // too large either way.
-    constexpr double limit = static_cast<double>(std::numeric_limits<Unsigned>::max());
-    if (!(value > 0.0)) {
-        return 0;
+/// value with its fraction cut off, kept within an integer type: not-a-number gives 0, what lies outside the type's
+/// range its nearest end.
+template <class Integer>
+Integer saturateTo(double value) {
+    static_assert(std::is_integral_v<Integer>);
+    using Limits = std::numeric_limits<Integer>;
+    // The ends of a 64-bit type round away from 0 as doubles: not inside of them means outside either way.
+    if (value >= static_cast<double>(Limits::max())) {
+        return Limits::max();
     }
-    if (value >= limit) {
-        return std::numeric_limits<Unsigned>::max();
+    if (value <= static_cast<double>(Limits::min())) {
+        return Limits::min();
     }
-    return static_cast<Unsigned>(value);
+    return value == value ? static_cast<Integer>(value) : Integer{0};
 }
 
 } // namespace vek

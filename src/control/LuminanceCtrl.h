@@ -5,8 +5,10 @@
 
 namespace vek {
 
-/// Settings and state of automatic luminance control. Gains are the camera's setting values, exposures its exposure
-/// clocks; a clock of 0 stands for the camera's longest short exposure. Borrows the camera.
+/// Automatic luminance control: turns the level that the application measured into the next exposure and gain, with a
+/// dead band around the target and a wider one while it is at rest. Brightening takes exposure before gain, darkening
+/// gain before exposure: noise stays lowest. Gains are the camera's setting values, exposures its exposure clocks; a
+/// clock of 0 stands for the camera's longest short exposure. Borrows the camera.
 class CLuminanceCtrl {
 public:
     explicit CLuminanceCtrl(IUpdateGainExposureClockSetting* camera);
@@ -29,8 +31,30 @@ public:
     void SetAGCMinGain(unsigned short gain) { mwAGCMinGain = gain; }
     unsigned short GetAGCMinGain() const { return mwAGCMinGain; }
 
+    /// One control step for a measured level. flags: bit 0 exposure changed, bit 1 gain changed. Returns 1 when nothing
+    /// had to be written, else what the camera says of the write (the new values are kept either way).
+    unsigned long RunALC(unsigned short average, unsigned long* flags);
+
+    // The exposure clocks with 0 resolved to the camera's longest short exposure.
+    unsigned long GetCurExposureClockNonZero() const { return GetExposureClockNonZero(mulCurrentExposureClock); }
+    unsigned long GetAEMaxExposureClockNonZero() const { return GetExposureClockNonZero(mulAEMaxExposureClock); }
+    unsigned long GetAEMinExposureClockNonZero() const { return GetExposureClockNonZero(mulAEMinExposureClock); }
+
 private:
-    unsigned char mMode = 0; ///< 0: off
+    /// Brings the stored values back into their limits; each correction sets a flag.
+    unsigned long CheckInvalidStatus(unsigned long* flags);
+    /// The control law of a level outside the dead band: one actuator, one step.
+    unsigned long ALCCalculation(unsigned short average, unsigned long* flags);
+    /// One exposure step, by a factor of up to 2 upwards. Whether the exposure changed.
+    bool RunAE(unsigned short average, unsigned short target);
+    /// One gain step, by at least one setting value and a factor of up to 2 upwards. Whether the gain changed.
+    bool RunAGC(unsigned short average, unsigned short target);
+    unsigned long GetExposureClockNonZero(unsigned long clock) const;
+    bool mbHasAE() const;
+    bool mbHasAGC() const;
+    bool mbHasBoth() const;
+
+    unsigned char mMode = 0; ///< 0 off; 1 exposure and gain, 2 exposure, 3 gain; 4, 5, 6 the same once
     unsigned short mwTarget = 0;
     unsigned short mwDeadBand = 0;
     unsigned short mwStartMargin = 0;

@@ -53,11 +53,21 @@ struct SDemosaicRows {
     BilinearOpen bilinearSimpleOpen[kBayerRows][kPixelLayouts];
 };
 
+/// Sums of a row's samples: those of even columns are added to sums[0], those of odd ones to sums[1]. Any width.
+struct SSumRows {
+    void (*samples8)(const std::uint8_t* row, std::size_t width, std::uint64_t* sums);
+    void (*samples16)(const std::uint16_t* row, std::size_t width, std::uint64_t* sums);
+    /// Packed pixels, one little-endian bit stream from the row's first byte on; (width x bits + 7) / 8 bytes.
+    void (*packed10)(const std::uint8_t* row, std::size_t width, std::uint64_t* sums);
+    void (*packed12)(const std::uint8_t* row, std::size_t width, std::uint64_t* sums);
+};
+
 struct SRowTable {
     Isa isa;
     const char* name; ///< "scalar", "sse42", "avx2", "avx512", "neon"
     SDemosaicRows<std::uint8_t> demosaic8;
     SDemosaicRows<std::uint16_t> demosaic16;
+    SSumRows sums;
 };
 
 /// The demosaic kernels for a sample type.
@@ -67,6 +77,16 @@ const SDemosaicRows<T>& demosaicRows(const SRowTable& table) {
         return table.demosaic8;
     } else {
         return table.demosaic16;
+    }
+}
+
+/// The sum kernel for a sample type.
+template <class T>
+auto sumRow(const SRowTable& table) {
+    if constexpr (sizeof(T) == 1) {
+        return table.sums.samples8;
+    } else {
+        return table.sums.samples16;
     }
 }
 

@@ -7,15 +7,13 @@
 #include "imageproc/rows/Vector.inl"
 
 #include "imageproc/rows/Demosaic.inl"
+#include "imageproc/rows/Sums.inl"
 
 namespace vek::rows::VEK_ISA {
 
 extern const SRowTable kTable;
 const SRowTable kTable = {
-    VEK_ISA_ENUM,
-    VEK_ISA_NAME,
-    demosaicTable<std::uint8_t>(),
-    demosaicTable<std::uint16_t>(),
+    VEK_ISA_ENUM, VEK_ISA_NAME, demosaicTable<std::uint8_t>(), demosaicTable<std::uint16_t>(), sumTable(),
 };
 
 } // namespace vek::rows::VEK_ISA

@@ -79,6 +79,10 @@ template <>
 struct SPair<std::uint16_t> {
     using type = std::uint32_t;
 };
+template <>
+struct SPair<std::uint32_t> {
+    using type = std::uint64_t;
+};
 
 /// Both lanes of each pair get the pair's lane of Parity.
 template <class T, unsigned Parity>
@@ -122,6 +126,31 @@ inline void forBlocks(const T* dst, std::size_t first, std::size_t count, Body b
         x = next < last ? next : last;
     }
 }
+
+// shuffleBytes picks bytes within each 16 bytes of a vector by index; loadParts fills those 16-byte parts from
+// addresses step bytes apart.
+#if defined(__ARM_NEON)
+inline Vec<std::uint8_t> shuffleBytes(Vec<std::uint8_t> v, Vec<std::uint8_t> index) {
+    return vqtbl1q_u8(v, index);
+}
+inline Vec<std::uint8_t> loadParts(const std::uint8_t* p, std::size_t) {
+    return load(p);
+}
+#elif VEK_VECTOR_BYTES == 32
+inline Vec<std::uint8_t> shuffleBytes(Vec<std::uint8_t> v, Vec<std::uint8_t> index) {
+    return (Vec<std::uint8_t>)_mm256_shuffle_epi8((__m256i)v, (__m256i)index);
+}
+inline Vec<std::uint8_t> loadParts(const std::uint8_t* p, std::size_t step) {
+    return (Vec<std::uint8_t>)_mm256_loadu2_m128i((const __m128i*)(p + step), (const __m128i*)p);
+}
+#else
+inline Vec<std::uint8_t> shuffleBytes(Vec<std::uint8_t> v, Vec<std::uint8_t> index) {
+    return (Vec<std::uint8_t>)_mm_shuffle_epi8((__m128i)v, (__m128i)index);
+}
+inline Vec<std::uint8_t> loadParts(const std::uint8_t* p, std::size_t) {
+    return load(p);
+}
+#endif
 
 // storePixels writes kLanes<T> pixels of blue, green and red. A fourth sample of a pixel is neither read nor written:
 // it may belong to another thread, or lie on a page that is not there.

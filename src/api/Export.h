@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "VekTrgApi.h"
+#include "api/VekTrgCamera.h"
+
+#include <new>
+
+namespace vek {
+
+/// Runs the body of an export: VEK_EINVAL for a null handle, else what body makes of the camera. Nothing that body
+/// throws gets out.
+template <class Body>
+int miExport(VekCam_Handle handle, Body body) noexcept {
+    if (handle == nullptr) {
+        return VEK_EINVAL;
+    }
+    try {
+        return body(*handle);
+    } catch (const std::bad_alloc&) {
+        return VEK_ENOMEM;
+    } catch (...) {
+        return VEK_EINVAL;
+    }
+}
+
+/// The same for an export that writes one value: VEK_EINVAL for a null output, too.
+template <class T, class Body>
+int miExportValue(VekCam_Handle handle, const T* output, Body body) noexcept {
+    return miExport(handle, [&](CVekTrgCamera& camera) { return output != nullptr ? body(camera) : VEK_EINVAL; });
+}
+
+} // namespace vek

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: Apache-2.0
+// Exports that measure a frame: average levels, defect pixels.
+#include "VekTrgApi.h"
+
+#include "api/Export.h"
+#include "imageproc/AveragePixel.h"
+#include "imageproc/PixelList.h"
+#include "imageproc/rows/RowDispatch.h"
+
+namespace {
+
+/// Position that marks a correction slot as unused.
+constexpr unsigned short kUnusedSlot = 65535;
+
+bool mbCanAverage(unsigned long transferFormat) {
+    switch (transferFormat) {
+    case VEK_TRANSFER_RAW8:
+    case VEK_TRANSFER_RAW10:
+    case VEK_TRANSFER_RAW10_PACKED:
+    case VEK_TRANSFER_RAW12:
+    case VEK_TRANSFER_RAW12_PACKED:
+    case VEK_TRANSFER_RAW14:
+    case VEK_TRANSFER_RAW16:
+        return true;
+    default:
+        return false;
+    }
+}
+
+vek::SCellSums mSumRegion(unsigned long transferFormat, const void* src, unsigned long width, unsigned long pitch,
+                          const vek::SRegion& region) {
+    const vek::rows::SRowTable& kernels = vek::rows::bestTable();
+    const auto* const bytes = static_cast<const unsigned char*>(src);
+    switch (transferFormat) {
+    case VEK_TRANSFER_RAW8:
+        return vek::mvAveragePixel(kernels, region, pitch != 0 ? pitch : width, bytes);
+    case VEK_TRANSFER_RAW10_PACKED:
+    case VEK_TRANSFER_RAW12_PACKED: {
+        const unsigned bits = transferFormat == VEK_TRANSFER_RAW10_PACKED ? 10 : 12;
+        return vek::mvAveragePackedPixel(kernels, region, pitch != 0 ? pitch : (width * bits + 7) / 8, bits, bytes);
+    }
+    default:
+        return vek::mvAveragePixel(kernels, region, pitch != 0 ? pitch : width,
+                                   static_cast<const unsigned short*>(src));
+    }
+}
+
+/// The brightest pixels at or above threshold.
+void mvCollect(vek::CPixelList& list, unsigned long width, unsigned long height, const unsigned char* image,
+               int threshold) {
+    for (unsigned long y = 0; y < height; ++y) {
+        const unsigned char* const row = image + y * width;
+        for (unsigned long x = 0; x < width; ++x) {
+            if (row[x] >= threshold && (!list.IsFull() || list.GetMinValue() < row[x])) {
+                list.Add(x, y, row[x]);
+            }
+        }
+    }
+}
+
+} // namespace
+
+int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long width, unsigned long height, unsigned long pitch,
+                                unsigned short colorMode, unsigned long transferFormat, const void* src,
+                                unsigned long x, unsigned long y, unsigned long w, unsigned long h, float* average) {
+    return vek::miExport(handle, [&](const CVekTrgCamera&) -> int {
+        if (colorMode < VEK_COLOR_ARRAY_MONO || colorMode > VEK_COLOR_ARRAY_BGGR || !mbCanAverage(transferFormat)) {
+            return VEK_EINVAL;
+        }
+        const vek::SRegion region = vek::SRegion::Cut(x, y, w, h, width, height);
+        if (average == nullptr || (src == nullptr && !region.IsEmpty())) {
+            return VEK_EINVAL;
+        }
+        mSumRegion(transferFormat, src, width, pitch, region).Average(colorMode == VEK_COLOR_ARRAY_MONO, average);
+        return 0;
+    });
+}
+
+int VekCam_DetectDefectPixel(VekCam_Handle handle, unsigned long width, unsigned long height,
+                             const unsigned char* image, int threshold) {
+    return vek::miExport(handle, [&](CVekTrgCamera& camera) -> int {
+        const unsigned short slots = camera.GetEnableDefectPixelCorrectionCount();
+        if (slots == 0) {
+            return 0;
+        }
+        if (image == nullptr && width != 0 && height != 0) {
+            return VEK_EINVAL;
+        }
+        vek::CPixelList list(slots);
+        mvCollect(list, width, height, image, threshold);
+        for (unsigned short slot = 0; slot < slots; ++slot) {
+            unsigned short x = kUnusedSlot;
+            unsigned short y = kUnusedSlot;
+            if (slot < list.GetCount()) {
+                const vek::SPIXEL_CANDIDATE pixel = list.GetPixelValue(slot);
+                x = static_cast<unsigned short>(pixel.x);
+                y = static_cast<unsigned short>(pixel.y);
+            }
+            if (!camera.SetEnableDefectPixelCorrectionPosition(x, y, slot)) {
+                break;
+            }
+        }
+        return 0;
+    });
+}

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "imageproc/rows/RowTable.h"
+
+namespace vek {
+
+/// Part of an image, cut at the image's edge: columns x .. xEnd-1, rows y .. yEnd-1. Empty when an end is not behind
+/// its start.
+struct SRegion {
+    unsigned long x;
+    unsigned long y;
+    unsigned long xEnd;
+    unsigned long yEnd;
+
+    static SRegion Cut(unsigned long x, unsigned long y, unsigned long w, unsigned long h, unsigned long width,
+                       unsigned long height);
+    bool IsEmpty() const { return x >= xEnd || y >= yEnd; }
+};
+
+/// Sums and numbers of a region's pixels by their place in the 2 x 2 cell, 2 x (row mod 2) + (column mod 2).
+struct SCellSums {
+    unsigned long sum[4];
+    unsigned long count[4];
+
+    /// average: four floats. Mean of each place, or, mono, of all pixels and three zeros; 0 for a place without pixels.
+    void Average(bool mono, float* average) const;
+};
+
+/// Sums of samples. pitch: samples from row to row.
+template <class T>
+SCellSums mvAveragePixel(const rows::SRowTable& kernels, const SRegion& region, unsigned long pitch, const T* src);
+extern template SCellSums mvAveragePixel(const rows::SRowTable&, const SRegion&, unsigned long, const unsigned char*);
+extern template SCellSums mvAveragePixel(const rows::SRowTable&, const SRegion&, unsigned long, const unsigned short*);
+
+/// Sums of packed pixels of 10 or 12 bits. pitch: bytes from row to row. Reads from each row's start, wherever the
+/// region starts: its x sets the number of pixels and the column's parity alone.
+SCellSums mvAveragePackedPixel(const rows::SRowTable& kernels, const SRegion& region, unsigned long pitch,
+                               unsigned bits, const unsigned char* src);
+
+} // namespace vek

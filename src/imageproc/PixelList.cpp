@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "imageproc/PixelList.h"
+
+#include <algorithm>
+
+namespace vek {
+
+CPixelList::CPixelList(int capacity)
+    : mpPixels(new SPIXEL_CANDIDATE[static_cast<unsigned>(std::max(capacity, 0))]), mCapacity(std::max(capacity, 0)) {}
+
+void CPixelList::Add(unsigned long x, unsigned long y, unsigned short value) {
+    SPIXEL_CANDIDATE* const first = mpPixels.get();
+    if (!IsFull()) {
+        first[mCount++] = {x, y, value};
+        mMinValue = std::min(mMinValue, value);
+        return;
+    }
+    if (value <= mMinValue) {
+        return;
+    }
+    SPIXEL_CANDIDATE* const end = first + mCount;
+    SPIXEL_CANDIDATE* const evicted =
+        std::find_if(first, end, [this](const SPIXEL_CANDIDATE& pixel) { return pixel.value <= mMinValue; });
+    if (evicted == end) {
+        return; // a list without capacity
+    }
+    std::move(evicted + 1, end, evicted);
+    end[-1] = {x, y, value};
+    mMinValue = std::min_element(first, end, [](const SPIXEL_CANDIDATE& a, const SPIXEL_CANDIDATE& b) {
+                    return a.value < b.value;
+                })->value;
+}
+
+} // namespace vek

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+// Sums of a row's samples at even and at odd columns.
+
+namespace vek::rows::VEK_ISA {
+namespace {
+
+// ---- plain loops: columns from .. width-1, from even ----
+
+/// sample(x) is the value of column x.
+template <class Sample>
+inline void sumSpan(std::size_t from, std::size_t width, std::uint64_t* sums, Sample sample) {
+    std::uint64_t even = 0;
+    std::uint64_t odd = 0;
+    std::size_t x = from;
+    for (; x + 1 < width; x += 2) {
+        even += sample(x);
+        odd += sample(x + 1);
+    }
+    if (x < width) {
+        even += sample(x);
+    }
+    sums[0] += even;
+    sums[1] += odd;
+}
+
+/// Pixel x of Bits bits, the least significant bit first: it lies in the 16-bit word that starts at its first byte.
+template <unsigned Bits>
+inline unsigned packedPixel(const std::uint8_t* row, std::size_t x) {
+    const std::size_t bit = x * Bits;
+    const std::uint8_t* const at = row + bit / 8;
+    const unsigned word = at[0] | static_cast<unsigned>(at[1]) << 8;
+    return word >> (bit % 8) & ((1U << Bits) - 1);
+}
+
+#if VEK_VECTOR_BYTES != 0
+
+/// Sum of a vector's lanes, none of which is as wide as 64 bits.
+template <class T>
+inline std::uint64_t sumLanes(Vec<T> v) {
+    using Pair = typename SPair<T>::type;
+    constexpr unsigned bits = 8 * sizeof(T);
+    const auto pairs = (Vec<Pair>)v;
+    const Vec<Pair> sums = (pairs & static_cast<Pair>((Pair{1} << bits) - 1)) + (pairs >> bits);
+    if constexpr (sizeof(Pair) < sizeof(std::uint64_t)) {
+        return sumLanes<Pair>(sums);
+    } else {
+        std::uint64_t sum = 0;
+        for (std::size_t i = 0; i < kLanes<Pair>; ++i) {
+            sum += sums[i];
+        }
+        return sum;
+    }
+}
+
+/// Sums count blocks of a row in lanes of twice a sample's width, which hold the sum of room samples.
+template <class T, class LoadBlock>
+inline void sumBlocks(std::size_t count, std::size_t room, std::uint64_t* sums, LoadBlock loadBlock) {
+    using Pair = typename SPair<T>::type;
+    constexpr unsigned bits = 8 * sizeof(T);
+    for (std::size_t block = 0; block < count;) {
+        const std::size_t end = count - block < room ? count : block + room;
+        // Modulo a lane's range the sum of whole pairs is even + odd x 2^bits, and even fits a lane: no mask per block.
+        Vec<Pair> both{};
+        Vec<Pair> odd{};
+        for (; block < end; ++block) {
+            const auto pairs = (Vec<Pair>)loadBlock(block);
+            both += pairs;
+            odd += pairs >> bits;
+        }
+        sums[0] += sumLanes<Pair>(both - (odd << bits));
+        sums[1] += sumLanes<Pair>(odd);
+    }
+}
+
+/// kLanes<std::uint16_t> packed pixels, of which each 16-byte part of the vector takes 8 from the low Bits bytes of
+/// its own: the word of each pixel, shifted up so that its highest bit is the word's, then down.
+template <unsigned Bits>
+inline Vec<std::uint16_t> unpackBlock(const std::uint8_t* p) {
+    static constexpr SLanes<std::uint8_t> kBytes =
+        makeLanes<std::uint8_t>([](std::size_t i) { return i % 16 / 2 * Bits / 8 + i % 2; });
+    static constexpr SLanes<std::uint16_t> kUp =
+        makeLanes<std::uint16_t>([](std::size_t i) { return 1U << (16 - Bits - i % 8 * Bits % 8); });
+    const auto words = (Vec<std::uint16_t>)shuffleBytes(loadParts(p, Bits), kBytes.vec());
+    return words * kUp.vec() >> (16 - Bits);
+}
+
+#endif
+
+// ---- kernels ----
+
+template <class T>
+void sumRow(const T* row, std::size_t width, std::uint64_t* sums) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    // A lane of 16 bits holds 257 bytes' sum, one of 32 bits 65537 words'.
+    constexpr std::size_t room = std::size_t{1} << (8 * sizeof(T));
+    const std::size_t blocks = width / kLanes<T>;
+    sumBlocks<T>(blocks, room, sums, [=](std::size_t block) { return load(row + block * kLanes<T>); });
+    done = blocks * kLanes<T>;
+#endif
+    sumSpan(done, width, sums, [=](std::size_t x) { return row[x]; });
+}
+
+template <unsigned Bits>
+void sumPacked(const std::uint8_t* row, std::size_t width, std::uint64_t* sums) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    constexpr std::size_t pixels = kLanes<std::uint16_t>;
+    constexpr std::size_t bytes = pixels * Bits / 8;
+    // The last 16-byte part of a block is read whole: no further than the row's last pixel reaches.
+    constexpr std::size_t reach = bytes - Bits + 16;
+    const std::size_t rowBytes = (width * Bits + 7) / 8;
+    const std::size_t blocks = rowBytes < reach ? 0 : (rowBytes - reach) / bytes + 1;
+    sumBlocks<std::uint16_t>(blocks, std::size_t{1} << 16, sums,
+                             [=](std::size_t block) { return unpackBlock<Bits>(row + block * bytes); });
+    done = blocks * pixels;
+#endif
+    sumSpan(done, width, sums, [=](std::size_t x) { return packedPixel<Bits>(row, x); });
+}
+
+constexpr SSumRows sumTable() {
+    return {sumRow<std::uint8_t>, sumRow<std::uint16_t>, sumPacked<10>, sumPacked<12>};
+}
+
+} // namespace
+} // namespace vek::rows::VEK_ISA
