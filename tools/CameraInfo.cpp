@@ -89,6 +89,10 @@ SCameraInfo readCameraInfo(int fd, const std::string& source) {
     return info;
 }
 
+std::int32_t readControl(int fd, const std::string& source, std::uint32_t id, const char* what) {
+    return CControlReader(fd, source)(id, what);
+}
+
 void setControl(int fd, const std::string& source, std::uint32_t id, std::int32_t value) {
     v4l2_control control{};
     control.id = id;

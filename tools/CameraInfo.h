@@ -33,6 +33,9 @@ struct SCameraInfo {
 /// Throws CFailure when the descriptor does not answer as a trigger camera.
 SCameraInfo readCameraInfo(int fd, const std::string& source);
 
+/// Reads one control; what: the control in words, for messages. Throws CFailure.
+std::int32_t readControl(int fd, const std::string& source, std::uint32_t id, const char* what);
+
 /// Sets one control of a camera. Throws CFailure.
 void setControl(int fd, const std::string& source, std::uint32_t id, std::int32_t value);
 

@@ -4,18 +4,17 @@
 #include "CameraInfo.h"
 #include "DisplayRendering.h"
 #include "Errors.h"
-#include "FrameInput.h"
+#include "FrameGrabber.h"
 #include "LibraryHandle.h"
+#include "LuminanceLoop.h"
 #include "Options.h"
 #include "PngOutput.h"
 #include "ProgressBar.h"
 #include "SimulatedCamera.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -26,8 +25,14 @@ namespace vek::tools {
 
 namespace {
 
+// Much too dark, so that there is something to settle.
+constexpr double kStartSeconds = 0.0005;
+// The gain stays at its minimum: the exposure may become longer than the frame rate asks for.
+constexpr float kLongestSeconds = 0.1F;
 // The chart's white then takes about four fifths of the range in the middle of the picture.
-constexpr double kExposureSeconds = 0.016;
+constexpr unsigned short kTargetLevel = 48;
+// Doubling from the start needs eight.
+constexpr unsigned kMostFrames = 40;
 
 struct SDemoArguments {
     std::string directory = "demo-output";
@@ -61,48 +66,9 @@ std::shared_ptr<sim::CSimulatedDriver> makeDriver(const SDemoArguments& argument
     sensor.height = arguments.height.value_or(sensor.height);
     sensor.seed = arguments.seed;
     auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensor);
-    driver->SetExposureTime(kExposureSeconds);
+    driver->SetExposureTime(kStartSeconds);
     return driver;
 }
-
-/// Takes frames from a camera in one transfer format.
-class CGrabber {
-public:
-    CGrabber(int fd, const std::string& source, const STransferFormat& format)
-        : mFd(fd), mSource(source), mFormat(format) {
-        setControl(fd, source, VEK_CID_TRANSFER_FORMAT, static_cast<std::int32_t>(format.code));
-        mInfo = readCameraInfo(fd, source);
-        const auto width = static_cast<std::uint32_t>(mInfo.width);
-        const auto height = static_cast<std::uint32_t>(mInfo.height);
-        mBytes.resize(frameBytes(format, width, height));
-        if (static_cast<std::uint64_t>(mInfo.rawImageSize) != mBytes.size()) {
-            throw CFailure(fmt::format("{}: a frame of {} x {} pixels in {} takes {} bytes, the camera sends {}",
-                                       source, width, height, format.name, mBytes.size(), mInfo.rawImageSize));
-        }
-    }
-
-    SRawFrame Grab() {
-        ssize_t got = 0;
-        do {
-            got = read(mFd, mBytes.data(), mBytes.size());
-        } while (got < 0 && errno == EINTR);
-        if (got < 0) {
-            throw CFailure(fmt::format("{}: cannot read a frame: {}", mSource, systemMessage(errno)));
-        }
-        if (static_cast<std::size_t>(got) != mBytes.size()) {
-            throw CFailure(fmt::format("{}: incomplete frame: {} bytes needed, {} came", mSource, mBytes.size(), got));
-        }
-        return rawFrame(mBytes, mFormat, static_cast<std::uint32_t>(mInfo.width),
-                        static_cast<std::uint32_t>(mInfo.height), static_cast<unsigned short>(mInfo.colorArray));
-    }
-
-private:
-    int mFd;
-    const std::string& mSource;
-    const STransferFormat& mFormat;
-    SCameraInfo mInfo;
-    std::vector<std::uint8_t> mBytes;
-};
 
 /// White balance from the chart's neutral patches; nothing when the picture has none (a very small chart).
 std::optional<Gains> neutralPatchGains(const SImage& image, const std::vector<sim::SPatch>& patches,
@@ -152,14 +118,15 @@ public:
         std::fputs(textOf(readCameraInfo(mCamera.Fd(), mCamera.Name())).c_str(), stdout);
         std::fflush(stdout);
         mvMakeDirectory();
+        mvSettleExposure();
         {
             CProgressBar progress(mArguments.frames + 1);
-            CGrabber bytes(mCamera.Fd(), mCamera.Name(), *findTransferFormat("raw8"));
+            CFrameGrabber bytes(mCamera.Fd(), mCamera.Name(), *findTransferFormat("raw8"));
             for (unsigned i = 1; i <= mArguments.frames; ++i) {
                 mvShowFrame(bytes.Grab(), i);
                 progress.Advance();
             }
-            CGrabber words(mCamera.Fd(), mCamera.Name(), *findTransferFormat("raw12"));
+            CFrameGrabber words(mCamera.Fd(), mCamera.Name(), *findTransferFormat("raw12"));
             mvShowDeepFrame(words.Grab());
             progress.Advance();
         }
@@ -167,6 +134,31 @@ public:
     }
 
 private:
+    void mvSettleExposure() {
+        CFrameGrabber grabber(mCamera.Fd(), mCamera.Name(), *findTransferFormat("raw8"));
+        SLuminanceSettings settings;
+        settings.mode = VEK_ALC_EXPOSURE_AND_GAIN_ONCE;
+        settings.target = kTargetLevel;
+        unsigned long longest = 0;
+        if (VekCam_GetExposureClockFromTime(mHandle.Get(), kLongestSeconds, &longest) == 1) {
+            settings.maxExposure = static_cast<std::uint32_t>(longest);
+        }
+        CLuminanceLoop loop(mHandle, grabber, mCamera.Fd(), mCamera.Name(), settings, "");
+        std::fputs("\nThe exposure settles by itself:\n", stdout);
+        std::vector<SLuminanceStep> steps;
+        do {
+            steps.push_back(loop.Step());
+            const SLuminanceStep& step = steps.back();
+            std::fputs(fmt::format("  frame {:>2}  {:>8.3f} ms  {:>6.2f} dB  level {:>5.1f}  {}\n", step.frame,
+                                   1000 * step.seconds, step.decibels, step.level,
+                                   std::string(static_cast<std::size_t>(step.level / 4), '#'))
+                           .c_str(),
+                       stdout);
+        } while (steps.back().mode != VEK_ALC_OFF && steps.size() < kMostFrames);
+        std::fputs(fmt::format("  {}\n", textOf(settlingOf(steps, kTargetLevel), kTargetLevel)).c_str(), stdout);
+        std::fflush(stdout);
+    }
+
     void mvMakeDirectory() const {
         std::error_code error;
         std::filesystem::create_directories(mArguments.directory, error);

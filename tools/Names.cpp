@@ -57,6 +57,16 @@ constexpr std::array kMethods = {
     SName{VEK_DEMOSAIC_BILINEAR_SIMPLE, "bilinear"},
 };
 
+constexpr std::array kAlcModes = {
+    SName{VEK_ALC_OFF, "off"},
+    SName{VEK_ALC_EXPOSURE_AND_GAIN, "both"},
+    SName{VEK_ALC_EXPOSURE, "exposure"},
+    SName{VEK_ALC_GAIN, "gain"},
+    SName{VEK_ALC_EXPOSURE_AND_GAIN_ONCE, "both-once"},
+    SName{VEK_ALC_EXPOSURE_ONCE, "exposure-once"},
+    SName{VEK_ALC_GAIN_ONCE, "gain-once"},
+};
+
 struct SPixelFormatName {
     int value;
     std::string_view name;
@@ -162,6 +172,10 @@ std::span<const SName> demosaicMethods() {
     return kMethods;
 }
 
+std::span<const SName> alcModes() {
+    return std::span(kAlcModes).subspan<1>();
+}
+
 std::optional<unsigned> findCode(std::span<const SName> names, std::string_view text) {
     const SName* const found = findIn(names, text);
     return found != nullptr ? std::optional(found->code) : std::nullopt;
@@ -181,6 +195,10 @@ std::string_view transferFormatName(unsigned code) {
 
 std::string_view methodName(unsigned code) {
     return nameIn(kMethods, code);
+}
+
+std::string_view alcModeName(unsigned code) {
+    return nameIn(kAlcModes, code);
 }
 
 std::string_view pixelFormatName(int pixelFormat) {

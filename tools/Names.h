@@ -27,6 +27,7 @@ std::span<const STransferFormat> transferFormats();
 std::span<const SName> colorArrays();      ///< enum VekColorArray, all eleven
 std::span<const SName> bayerColorArrays(); ///< the ones a raw frame can have, mono included
 std::span<const SName> demosaicMethods();  ///< enum VekDemosaicMethod
+std::span<const SName> alcModes();         ///< enum VekALCMode without off
 
 /// Finds a code by its decimal number or its name (letter case does not matter); nothing when there is none.
 std::optional<unsigned> findCode(std::span<const SName> names, std::string_view text);
@@ -36,6 +37,7 @@ const STransferFormat* findTransferFormat(std::string_view text);
 std::string_view colorArrayName(unsigned code);
 std::string_view transferFormatName(unsigned code);
 std::string_view methodName(unsigned code);
+std::string_view alcModeName(unsigned code);
 
 /// Name of a pixel format in the GenICam Pixel Format Naming Convention; "none" for VEK_PFNC_NONE.
 std::string_view pixelFormatName(int pixelFormat);

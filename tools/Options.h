@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Measurement.h"
 #include "Names.h"
 #include "SimulatedCamera.h"
 
@@ -40,6 +41,19 @@ inline CLI::Validator isSimulatedModel() {
             return text.empty() || isModel(text) ? std::string() : '"' + text + "\" is none of: " + modelList();
         },
         "");
+}
+
+/// Check of an option that takes a text of some form; complaint: what is said about another text.
+inline CLI::Validator isText(bool (*fits)(std::string_view), const std::string& complaint) {
+    return CLI::Validator(
+        [fits, complaint](std::string& text) { return fits(text) ? std::string() : '"' + text + "\" " + complaint; },
+        "");
+}
+
+/// The same for a region.
+inline CLI::Validator isRegion() {
+    return isText([](std::string_view text) { return parsedRegion(text).has_value(); },
+                  "is no region X,Y,W,H of one pixel or more");
 }
 
 /// Check of a whole number, low to high.

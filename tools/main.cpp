@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "AlcCommand.h"
 #include "ConvertCommand.h"
+#include "DefectsCommand.h"
 #include "DemoCommand.h"
 #include "Errors.h"
 #include "InfoCommand.h"
 #include "LibraryHandle.h"
+#include "MeasureCommand.h"
 #include "Options.h"
+#include "UnitsCommand.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -58,6 +62,10 @@ int run(int argc, char** argv) {
     addInfoCommand(app);
     addDemoCommand(app);
     addConvertCommand(app);
+    addMeasureCommand(app);
+    addAlcCommand(app);
+    addDefectsCommand(app);
+    addUnitsCommand(app);
 
     try {
         app.parse(argc, argv);

@@ -1,0 +1,218 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AlcCommand.h"
+
+#include "CameraSource.h"
+#include "Errors.h"
+#include "LightSteps.h"
+#include "LuminanceLoop.h"
+#include "LuminanceReport.h"
+#include "Options.h"
+#include "TextOutput.h"
+
+#include <fmt/format.h>
+
+#include <linux/videodev2.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <limits>
+#include <memory>
+#include <optional>
+
+namespace vek::tools {
+
+namespace {
+
+constexpr std::uint64_t kMaxGain = std::numeric_limits<unsigned short>::max();
+constexpr std::uint64_t kMaxControl = std::numeric_limits<std::int32_t>::max();
+
+struct SAlcArguments {
+    SCameraChoice camera;
+    std::string mode = "both";
+    bool once = false;
+    SLuminanceSettings settings;
+    unsigned frames = 60;
+    std::string region;
+    float light = 1;
+    std::string lightSteps;
+    std::uint64_t seed = 1;
+    std::optional<unsigned> width;
+    std::optional<unsigned> height;
+    std::optional<std::int32_t> startExposure;
+    std::optional<std::int32_t> startGain;
+    std::string csv;
+};
+
+std::shared_ptr<sim::CSimulatedDriver> makeDriver(const SAlcArguments& arguments) {
+    const sim::SCameraModel& model = sim::FindCameraModel(arguments.camera.modelName());
+    sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
+    sensor.width = arguments.width.value_or(sensor.width);
+    sensor.height = arguments.height.value_or(sensor.height);
+    sensor.seed = arguments.seed;
+    sensor.lightLevel = arguments.light;
+    return std::make_shared<sim::CSimulatedDriver>(model, sensor);
+}
+
+unsigned char checkedMode(const SAlcArguments& arguments) {
+    const unsigned mode = *findCode(alcModes(), arguments.mode);
+    return static_cast<unsigned char>(arguments.once && mode <= VEK_ALC_GAIN ? mode + VEK_ALC_GAIN : mode);
+}
+
+/// A run under one light after the other.
+class CRun {
+public:
+    CRun(const SAlcArguments& arguments, const CCamera& camera, sim::CSimulatedDriver* driver)
+        : mArguments(arguments), mDriver(driver), mGrabber(camera.Fd(), camera.Name(), *findTransferFormat("raw8")),
+          mHandle(camera.Fd()),
+          mLoop(mHandle, mGrabber, camera.Fd(), camera.Name(), arguments.settings, arguments.region),
+          mLight(arguments.light) {
+        if (!arguments.lightSteps.empty()) {
+            mLightSteps = *parsedLightSteps(arguments.lightSteps);
+        }
+    }
+
+    /// report: null for none. Returns the texts on how the control settled, one for each light.
+    std::vector<std::string> Run(CLuminanceReport* report) {
+        std::vector<std::string> settlings;
+        std::vector<SLuminanceStep> underOneLight;
+        const unsigned target = mArguments.settings.target;
+        for (unsigned frame = 0; frame < mArguments.frames; ++frame) {
+            if (const SLightStep* const light = mpLightStep(frame); light != nullptr) {
+                if (!underOneLight.empty()) {
+                    settlings.push_back(mText(underOneLight));
+                    underOneLight.clear();
+                }
+                mLight = light->light;
+                mDriver->SetLightLevel(mLight);
+            }
+            SLuminanceStep step = mLoop.Step();
+            if (mDriver != nullptr) {
+                step.light = mLight;
+            }
+            if (report != nullptr) {
+                report->Add(step);
+            }
+            mSteps.push_back(step);
+            underOneLight.push_back(step);
+            if (step.mode == VEK_ALC_OFF) {
+                break;
+            }
+        }
+        settlings.push_back(mText(underOneLight));
+        if (!mArguments.csv.empty()) {
+            writeText(mArguments.csv, csvOf(mSteps, target));
+        }
+        return settlings;
+    }
+
+private:
+    /// The light that begins with a frame; null where it stays.
+    const SLightStep* mpLightStep(unsigned frame) const {
+        const auto found = std::find_if(mLightSteps.begin(), mLightSteps.end(),
+                                        [=](const SLightStep& step) { return step.frame == frame; });
+        return found != mLightSteps.end() ? &*found : nullptr;
+    }
+
+    std::string mText(const std::vector<SLuminanceStep>& steps) const {
+        const std::string text = textOf(settlingOf(steps, mArguments.settings.target), mArguments.settings.target);
+        return mLightSteps.empty() ? text : fmt::format("light {}: {}", mLight, text);
+    }
+
+    const SAlcArguments& mArguments;
+    sim::CSimulatedDriver* mDriver; // null: a device
+    CFrameGrabber mGrabber;
+    CLibraryHandle mHandle;
+    CLuminanceLoop mLoop;
+    std::vector<SLightStep> mLightSteps;
+    float mLight;
+    std::vector<SLuminanceStep> mSteps;
+};
+
+void alc(const SAlcArguments& arguments) {
+    std::shared_ptr<sim::CSimulatedDriver> driver;
+    if (arguments.camera.simulated(true)) {
+        driver = makeDriver(arguments);
+    }
+    const CCamera camera = driver ? CCamera(driver) : CCamera(arguments.camera.device);
+    // Before the library's handle: what the camera has then is where the control starts.
+    if (arguments.startExposure) {
+        setControl(camera.Fd(), camera.Name(), V4L2_CID_EXPOSURE, *arguments.startExposure);
+    }
+    if (arguments.startGain) {
+        setControl(camera.Fd(), camera.Name(), V4L2_CID_GAIN, *arguments.startGain);
+    }
+    CRun run(arguments, camera, driver.get());
+    if (arguments.csv == "-") {
+        run.Run(nullptr); // the values alone
+        return;
+    }
+    CLuminanceReport report(arguments.settings.target, outputIsLive());
+    for (const std::string& text : run.Run(&report)) {
+        std::fputs((text + '\n').c_str(), stdout);
+    }
+}
+
+} // namespace
+
+void addAlcCommand(CLI::App& app) {
+    CLI::App* const command = app.add_subcommand("alc", "Watch automatic luminance control settle on a camera");
+    const auto arguments = std::make_shared<SAlcArguments>();
+    SLuminanceSettings& settings = arguments->settings;
+
+    addCameraOptions(*command, arguments->camera, "");
+    CLI::Option* const device = command->get_option("--device");
+    command
+        ->add_option("-m,--mode", arguments->mode, "What is controlled, number 1 to 6 or name: " + nameList(alcModes()))
+        ->capture_default_str()
+        ->check(isNameOf(alcModes()));
+    command->add_flag("--once", arguments->once, "End when the level is reached: both becomes both-once and so on")
+        ->disable_flag_override();
+    command->add_option("-t,--target", settings.target, "Mean level to reach, of 8-bit samples")
+        ->capture_default_str()
+        ->check(range(0, 255));
+    command->add_option("-n,--frames", arguments->frames, "Frames to take; one-shot modes may end before")
+        ->capture_default_str()
+        ->check(range(1, 100000));
+    command->add_option("-r,--region", arguments->region, "Where the level is measured; the whole image by default")
+        ->type_name("X,Y,W,H")
+        ->check(isRegion());
+    CLI::Option* const light =
+        command->add_option("--light", arguments->light, "Light on the simulated scene, 1 is normal");
+    light->capture_default_str()->check(CLI::Range(0.0, kMaxLight).description("0..1000000"))->excludes(device);
+    command
+        ->add_option("--light-steps", arguments->lightSteps,
+                     "Light from these frames on, the first frame being 0: 30:4,60:0.5")
+        ->type_name("FRAME:LIGHT,...")
+        ->check(isText([](std::string_view text) { return parsedLightSteps(text).has_value(); },
+                       "is not FRAME:LIGHT,... with rising frames and lights of 0 to 1000000"))
+        ->excludes(device);
+    command->add_option("--start-exposure", arguments->startExposure, "Exposure clocks of the first frame")
+        ->check(range(0, kMaxControl));
+    command->add_option("--start-gain", arguments->startGain, "Gain setting value of the first frame")
+        ->check(range(0, kMaxGain));
+    command->add_option("--min-gain", settings.minGain, "Smallest gain setting value")->check(range(0, kMaxGain));
+    command->add_option("--max-gain", settings.maxGain, "Largest gain setting value")->check(range(0, kMaxGain));
+    command->add_option("--min-exposure", settings.minExposure, "Fewest exposure clocks")->check(range(0, kMaxControl));
+    command
+        ->add_option("--max-exposure", settings.maxExposure,
+                     "Most exposure clocks; 0, the default, is the longest exposure that keeps\nthe frame rate")
+        ->check(range(0, kMaxControl));
+    command->add_option("--seed", arguments->seed, "Seed of the simulated sensor's noise")
+        ->capture_default_str()
+        ->check(CLI::NonNegativeNumber)
+        ->excludes(device);
+    command->add_option("--width", arguments->width, "Pixels of a row of the simulated sensor; the model's by default")
+        ->check(range(2, 8192))
+        ->excludes(device);
+    command->add_option("--height", arguments->height, "Rows of the simulated sensor; the model's by default")
+        ->check(range(2, 8192))
+        ->excludes(device);
+    command->add_option("--csv", arguments->csv, "Write the steps as comma-separated values; - writes standard output")
+        ->type_name("FILE");
+    command->callback([arguments] {
+        arguments->settings.mode = checkedMode(*arguments);
+        alc(*arguments);
+    });
+}
+
+} // namespace vek::tools

@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "DefectsCommand.h"
+
+#include "CameraSource.h"
+#include "Errors.h"
+#include "FrameGrabber.h"
+#include "LibraryHandle.h"
+#include "Options.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <random>
+#include <set>
+
+namespace vek::tools {
+
+namespace {
+
+constexpr unsigned kUnusedSlot = 65535;
+
+struct SDefectsArguments {
+    std::string model;
+    unsigned threshold = 32;
+    unsigned hot = 20;
+    std::uint64_t seed = 1;
+};
+
+/// Hot pixels at different places, of a fifth to nine tenths of the full well, however short the exposure.
+std::vector<sim::SHotPixel> randomHotPixels(const sim::SSensorConfig& sensor, unsigned count, std::uint64_t seed) {
+    // Numbers of the engine itself: the library's distributions differ from one to the other.
+    std::mt19937_64 random(seed);
+    std::vector<sim::SHotPixel> pixels;
+    std::set<std::pair<unsigned, unsigned>> taken;
+    while (pixels.size() < count) {
+        const auto x = static_cast<unsigned>(random() % sensor.width);
+        const auto y = static_cast<unsigned>(random() % sensor.height);
+        const float part = 0.2F + 0.7F * static_cast<float>(random() % 1024) / 1024.0F;
+        if (taken.insert({x, y}).second) {
+            pixels.push_back({x, y, 0.0F, part * sensor.fullWellElectrons});
+        }
+    }
+    return pixels;
+}
+
+std::size_t countFrom(const std::vector<std::uint8_t>& frame, unsigned threshold) {
+    return static_cast<std::size_t>(
+        std::count_if(frame.begin(), frame.end(), [=](std::uint8_t sample) { return sample >= threshold; }));
+}
+
+void detect(const SDefectsArguments& arguments) {
+    const sim::SCameraModel& model =
+        sim::FindCameraModel(arguments.model.empty() ? kDefaultModel : arguments.model.c_str());
+    sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
+    sensor.seed = arguments.seed;
+    sensor.hotPixels = randomHotPixels(sensor, arguments.hot, arguments.seed);
+    const auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensor);
+    driver->SetLensCap(true);
+
+    const CCamera camera(driver);
+    const CLibraryHandle handle(camera.Fd());
+    CFrameGrabber grabber(camera.Fd(), camera.Name(), *findTransferFormat("raw8"));
+    const auto take = [&] {
+        const auto bytes = grabber.Next();
+        return std::vector<std::uint8_t>(bytes.begin(), bytes.end());
+    };
+    const std::vector<std::uint8_t> before = take();
+    const int status = VekCam_DetectDefectPixel(handle.Get(), grabber.Width(), grabber.Height(), before.data(),
+                                                static_cast<int>(arguments.threshold));
+    if (status != VEK_OK) {
+        throw CFailure(fmt::format("the library could not look for defect pixels: {}", status));
+    }
+    const std::vector<std::uint8_t> after = take();
+
+    const std::vector<sim::SPixelPosition> slots = driver->DefectSlots();
+    std::string text;
+    std::size_t used = 0;
+    for (std::size_t i = 0; i < slots.size(); ++i) {
+        if (slots[i].x == kUnusedSlot) {
+            continue;
+        }
+        text +=
+            used == 0 ? fmt::format("{:>4}  {:>5}  {:>5}  {:>6}  {:>5}\n", "slot", "x", "y", "before", "after") : "";
+        ++used;
+        const std::size_t at = std::size_t{slots[i].y} * grabber.Width() + slots[i].x;
+        text += fmt::format("{:>4}  {:>5}  {:>5}  {:>6}  {:>5}\n", i, slots[i].x, slots[i].y, before[at], after[at]);
+    }
+    text += fmt::format("{:<32}{}\n", "camera", camera.Name());
+    text += fmt::format("{:<32}{} of {} used\n", "correction slots", used, slots.size());
+    text += fmt::format("pixels of {:>3} and above {:<9}{} before, {} after\n", arguments.threshold, "",
+                        countFrom(before, arguments.threshold), countFrom(after, arguments.threshold));
+    std::fputs(text.c_str(), stdout);
+}
+
+} // namespace
+
+void addDefectsCommand(CLI::App& app) {
+    CLI::App* const command = app.add_subcommand("defects", "Try the correction of defect pixels");
+    command->require_subcommand(1);
+    CLI::App* const detectCommand = command->add_subcommand(
+        "detect", "Find the hot pixels of a capped simulated camera and let the camera correct them");
+    const auto arguments = std::make_shared<SDefectsArguments>();
+
+    detectCommand
+        ->add_option("-s,--sim", arguments->model,
+                     "Simulated camera model, " + std::string(kDefaultModel) + " or one of:\n" + modelList())
+        ->type_name("[MODEL]")
+        ->expected(0, 1)
+        ->check(isSimulatedModel());
+    detectCommand->add_option("-t,--threshold", arguments->threshold, "Level from which a pixel counts as hot")
+        ->capture_default_str()
+        ->check(range(0, 256));
+    detectCommand->add_option("--hot", arguments->hot, "Hot pixels that the sensor has")
+        ->capture_default_str()
+        ->check(range(0, 10000));
+    detectCommand->add_option("--seed", arguments->seed, "Seed of their places and of the noise")
+        ->capture_default_str()
+        ->check(CLI::NonNegativeNumber);
+    detectCommand->callback([arguments] { detect(*arguments); });
+}
+
+} // namespace vek::tools

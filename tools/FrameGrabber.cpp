@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "FrameGrabber.h"
+
+#include "Errors.h"
+#include "FrameInput.h"
+
+#include <VekTrgApi.h>
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace vek::tools {
+
+CFrameGrabber::CFrameGrabber(int fd, std::string source, const STransferFormat& format)
+    : mFd(fd), mSource(std::move(source)), mFormat(format) {
+    setControl(fd, mSource, VEK_CID_TRANSFER_FORMAT, static_cast<std::int32_t>(format.code));
+    mInfo = readCameraInfo(fd, mSource);
+    mBytes.resize(frameBytes(format, Width(), Height()));
+    if (static_cast<std::uint64_t>(mInfo.rawImageSize) != mBytes.size()) {
+        throw CFailure(fmt::format("{}: a frame of {} x {} pixels in {} takes {} bytes, the camera sends {}", mSource,
+                                   Width(), Height(), format.name, mBytes.size(), mInfo.rawImageSize));
+    }
+}
+
+std::span<const std::uint8_t> CFrameGrabber::Next() {
+    ssize_t got = 0;
+    do {
+        got = read(mFd, mBytes.data(), mBytes.size());
+    } while (got < 0 && errno == EINTR);
+    if (got < 0) {
+        throw CFailure(fmt::format("{}: cannot read a frame: {}", mSource, systemMessage(errno)));
+    }
+    if (static_cast<std::size_t>(got) != mBytes.size()) {
+        throw CFailure(fmt::format("{}: incomplete frame: {} bytes needed, {} came", mSource, mBytes.size(), got));
+    }
+    return mBytes;
+}
+
+SRawFrame CFrameGrabber::Grab() {
+    return rawFrame(Next(), mFormat, Width(), Height(), static_cast<unsigned short>(mInfo.colorArray));
+}
+
+} // namespace vek::tools

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "CameraInfo.h"
+#include "Image.h"
+#include "Names.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace vek::tools {
+
+/// Takes frames from a camera by read, in one unpacked transfer format.
+class CFrameGrabber {
+public:
+    /// Sets the transfer format. Throws CFailure when the camera refuses it or its frames have another size.
+    CFrameGrabber(int fd, std::string source, const STransferFormat& format);
+
+    /// The bytes of the next frame; they stay until the one after it is taken. Throws CFailure.
+    std::span<const std::uint8_t> Next();
+    /// The next frame as the demosaicing takes it. Throws CFailure.
+    SRawFrame Grab();
+
+    std::uint32_t Width() const { return static_cast<std::uint32_t>(mInfo.width); }
+    std::uint32_t Height() const { return static_cast<std::uint32_t>(mInfo.height); }
+    const STransferFormat& Format() const { return mFormat; }
+
+private:
+    int mFd;
+    std::string mSource;
+    const STransferFormat& mFormat;
+    SCameraInfo mInfo;
+    std::vector<std::uint8_t> mBytes;
+};
+
+} // namespace vek::tools

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Measurement.h"
+
+#include "Errors.h"
+
+#include <VekTrgApi.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+
+namespace vek::tools {
+
+namespace {
+
+/// Packed rows are bit streams that start at a byte.
+bool isPacked(const STransferFormat& format) {
+    return format.bytes == 0;
+}
+
+} // namespace
+
+std::optional<SRegion> parsedRegion(std::string_view text) {
+    std::array<std::uint32_t, 4> values{};
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (i > 0 && (at == end || *at++ != ',')) {
+            return std::nullopt;
+        }
+        const auto [next, error] = std::from_chars(at, end, values[i]);
+        if (error != std::errc{}) {
+            return std::nullopt;
+        }
+        at = next;
+    }
+    if (at != end || values[2] == 0 || values[3] == 0) {
+        return std::nullopt;
+    }
+    return SRegion{values[0], values[1], values[2], values[3]};
+}
+
+SRegion regionInside(const std::string& text, std::uint32_t width, std::uint32_t height) {
+    const SRegion region = parsedRegion(text).value_or(SRegion{0, 0, width, height});
+    if (region.x >= width || region.y >= height) {
+        throw CBadArguments(fmt::format("--region {} lies outside the image of {} x {} pixels", text, width, height));
+    }
+    return {region.x, region.y, std::min(region.width, width - region.x), std::min(region.height, height - region.y)};
+}
+
+std::optional<unsigned> measuredFormat(const STransferFormat& format) {
+    switch (format.code) {
+    case VEK_TRANSFER_RAW8:
+    case VEK_TRANSFER_MONO8:
+        return VEK_TRANSFER_RAW8;
+    case VEK_TRANSFER_RAW10:
+    case VEK_TRANSFER_MONO10:
+        return VEK_TRANSFER_RAW10;
+    case VEK_TRANSFER_RAW10_PACKED:
+    case VEK_TRANSFER_MONO10_PACKED:
+        return VEK_TRANSFER_RAW10_PACKED;
+    case VEK_TRANSFER_RAW12:
+    case VEK_TRANSFER_MONO12:
+        return VEK_TRANSFER_RAW12;
+    case VEK_TRANSFER_RAW12_PACKED:
+    case VEK_TRANSFER_MONO12_PACKED:
+        return VEK_TRANSFER_RAW12_PACKED;
+    case VEK_TRANSFER_RAW14:
+    case VEK_TRANSFER_MONO14:
+        return VEK_TRANSFER_RAW14;
+    case VEK_TRANSFER_RAW16:
+    case VEK_TRANSFER_MONO16:
+        return VEK_TRANSFER_RAW16;
+    default:
+        return std::nullopt;
+    }
+}
+
+std::uint64_t rawFrameBytes(const STransferFormat& format, std::uint32_t width, std::uint32_t height) {
+    const std::uint64_t rowBytes = isPacked(format) ? (static_cast<std::uint64_t>(width) * format.depth + 7) / 8
+                                                    : static_cast<std::uint64_t>(width) * format.bytes;
+    return rowBytes * height;
+}
+
+std::array<float, 4> averagesOf(const CLibraryHandle& handle, std::span<const std::uint8_t> bytes,
+                                const STransferFormat& format, std::uint32_t width, std::uint32_t height,
+                                unsigned short colorArray, const SRegion& region) {
+    const unsigned code = measuredFormat(format).value_or(format.code);
+    // The library reads words where the format has words; a vector's bytes are aligned for them.
+    std::array<float, 4> averages{};
+    const int status = VekCam_GetAveragePixelValue(handle.Get(), width, height, 0, colorArray, code, bytes.data(),
+                                                   region.x, region.y, region.width, region.height, averages.data());
+    if (status != VEK_OK) {
+        throw CFailure(fmt::format("the library refused to measure {} x {} pixels of format {}: {}", width, height,
+                                   format.name, status));
+    }
+    return averages;
+}
+
+} // namespace vek::tools
