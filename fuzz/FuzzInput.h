@@ -27,7 +27,9 @@ public:
         if (given != 0) {
             std::memcpy(to, mData, given);
         }
-        std::memset(static_cast<std::uint8_t*>(to) + given, 0, bytes - given);
+        if (bytes != given) {
+            std::memset(static_cast<std::uint8_t*>(to) + given, 0, bytes - given);
+        }
         mData += given;
         mSize -= given;
     }

@@ -46,6 +46,46 @@ INSTANTIATE_TEST_SUITE_P(
                       SBad{{"demo", "--height", "8193"}, "--height"}, SBad{{"demo", "-o"}, "--output"},
                       SBad{{"demo", "extra"}, "extra"}));
 
+INSTANTIATE_TEST_SUITE_P(
+    Alc, BadArguments,
+    ::testing::Values(
+        SBad{{"alc", "--sim", "box"}, "box"}, SBad{{"alc", "--mode", "0"}, "--mode"},
+        SBad{{"alc", "--mode", "7"}, "--mode"}, SBad{{"alc", "--mode", "off"}, "--mode"},
+        SBad{{"alc", "--target", "256"}, "--target"}, SBad{{"alc", "--frames", "0"}, "--frames"},
+        SBad{{"alc", "--region", "1,2,3"}, "--region"}, SBad{{"alc", "--region", "0,0,0,5"}, "--region"},
+        SBad{{"alc", "--region", "5000,0,5,5"}, "outside"}, SBad{{"alc", "--light", "-1"}, "--light"},
+        SBad{{"alc", "--light-steps", "3"}, "--light-steps"}, SBad{{"alc", "--light-steps", "3:1,"}, "--light-steps"},
+        SBad{{"alc", "--light-steps", "3:1,3:2"}, "rising"}, SBad{{"alc", "--light-steps", "3:nan"}, "--light-steps"},
+        SBad{{"alc", "--start-exposure", "2147483648"}, "--start-exposure"},
+        SBad{{"alc", "--max-gain", "65536"}, "--max-gain"}, SBad{{"alc", "--sim", "--device", "/dev/null"}, "--sim"},
+        SBad{{"alc", "--device", "/dev/null", "--light", "2"}, "--light"}, SBad{{"alc", "extra"}, "extra"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Measure, BadArguments,
+    ::testing::Values(SBad{{"measure"}, "required"}, SBad{{"measure", "in.raw", "-W", "2", "-H", "2"}, "--format"},
+                      SBad{{"measure", "in.raw", "-W", "2", "-H", "2", "-f", "raw8"}, "--colour-array"},
+                      SBad{{"measure", "in.raw", "-W", "2", "-H", "2", "-f", "mono8", "-a", "rggb"}, "does not go"},
+                      SBad{{"measure", "in.raw", "-W", "2", "-H", "2", "-f", "bgr8"}, "neither raw nor mono"},
+                      SBad{{"measure", "--sim", "-f", "ycrcb422"}, "neither raw nor mono"},
+                      SBad{{"measure", "in.raw", "-W", "2", "-H", "2", "-f", "mono8", "--region", "2,0,1,1"},
+                           "outside"},
+                      SBad{{"measure", "in.raw", "--sim", "clock-vga"}, "exclude"},
+                      SBad{{"measure", "--sim", "--frame", "1"}, "--frame"}, SBad{{"measure", "--sim", "box"}, "box"}));
+
+INSTANTIATE_TEST_SUITE_P(Defects, BadArguments,
+                         ::testing::Values(SBad{{"defects"}, "subcommand"}, SBad{{"defects", "repair"}, "subcommand"},
+                                           SBad{{"defects", "detect", "--threshold", "257"}, "--threshold"},
+                                           SBad{{"defects", "detect", "--hot", "-1"}, "--hot"},
+                                           SBad{{"defects", "detect", "--sim", "box"}, "box"}));
+
+INSTANTIATE_TEST_SUITE_P(Units, BadArguments,
+                         ::testing::Values(SBad{{"units", "--exposure-time", "-1"}, "--exposure-time"},
+                                           SBad{{"units", "--exposure-clocks", "4294967296"}, "--exposure-clocks"},
+                                           SBad{{"units", "--gain", "65536"}, "--gain"},
+                                           SBad{{"units", "--fps", "0"}, "--fps"},
+                                           SBad{{"units", "--digital-times", "x"}, "--digital-times"},
+                                           SBad{{"units", "--sim", "--device", "/dev/null"}, "--sim"}));
+
 /// convert with arguments that are all right, and others behind them.
 std::vector<std::string> convertWith(const std::vector<std::string>& more) {
     std::vector<std::string> arguments = {"convert", "in.raw", "-o", "out.png"};

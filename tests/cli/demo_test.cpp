@@ -86,6 +86,14 @@ TEST_F(Demo, ChartLooksRightInEveryPhase) {
     }
 }
 
+TEST_F(Demo, ExposureSettlesFirstOnEveryModel) {
+    for (const sim::SCameraModel& model : sim::CameraModels()) {
+        const SResult result = Run({"--frames", "1", "--model", std::string(model.name)});
+        EXPECT_NE(result.out.find("\n  settled after "), std::string::npos) << model.name << '\n' << result.out;
+        EXPECT_LT(result.out.find("settled after "), result.out.find("pictures, balanced"));
+    }
+}
+
 TEST_F(Demo, MonochromeModelGivesGreyPictures) {
     Run({"--frames", "1", "--model", "clock-vga"});
     EXPECT_EQ(Files(), (std::set<std::string>{"frame1-mono.png", "deep-16bit.png"}));

@@ -31,17 +31,31 @@ TEST_P(HelpText, MentionsEveryOptionAndSucceeds) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cli, HelpText,
-    ::testing::Values(SHelp{{"--help"}, {"info", "demo", "convert", "--help", "--version", "Exit codes"}},
-                      SHelp{{"-h"}, {"info", "demo", "convert"}},
-                      SHelp{{"info", "--help"}, {"--help", "--device", "--sim", "--json", "/dev/video0", "global-1m"}},
-                      SHelp{{"demo", "--help"},
-                            {"--help", "--output", "demo-output", "--frames", "--model", "global-1m", "--seed",
-                             "--width", "--height"}},
-                      SHelp{{"convert", "--help"},
-                            {"--help",        "IN",        "--width",  "--height", "--format", "--colour-array",
-                             "--color-array", "--method",  "--output", "--frame",  "--black",  "--bits-out",
-                             "--src-offset",  "--display", "--white",  "shifted",  "raw8",     "mono16",
-                             "rggb",          "bilinear",  "nearest",  "bits-out"}}));
+    ::testing::Values(
+        SHelp{{"--help"},
+              {"info", "demo", "convert", "measure", "alc", "defects", "units", "--help", "--version", "Exit codes"}},
+        SHelp{{"-h"}, {"info", "demo", "convert"}},
+        SHelp{{"info", "--help"}, {"--help", "--device", "--sim", "--json", "/dev/video0", "global-1m"}},
+        SHelp{{"measure", "--help"},
+              {"IN", "--width", "--height", "--format", "--colour-array", "--region", "--sim", "--json", "--src-offset",
+               "--frame", "raw12p"}},
+        SHelp{{"alc", "--help"}, {"--sim",        "--device",   "--mode",     "--once",         "--target",
+                                  "--frames",     "--region",   "--light",    "--light-steps",  "--start-exposure",
+                                  "--start-gain", "--min-gain", "--max-gain", "--min-exposure", "--max-exposure",
+                                  "--seed",       "--width",    "--height",   "--csv",          "exposure-once"}},
+        SHelp{{"defects", "--help"}, {"detect"}},
+        SHelp{{"defects", "detect", "--help"}, {"--sim", "--threshold", "--hot", "--seed"}},
+        SHelp{{"units", "--help"},
+              {"--sim", "--device", "--exposure-time", "--exposure-clocks", "--gain", "--digital-gain",
+               "--digital-times", "--fps", "--json"}},
+        SHelp{
+            {"demo", "--help"},
+            {"--help", "--output", "demo-output", "--frames", "--model", "global-1m", "--seed", "--width", "--height"}},
+        SHelp{{"convert", "--help"},
+              {"--help",        "IN",        "--width",  "--height", "--format", "--colour-array",
+               "--color-array", "--method",  "--output", "--frame",  "--black",  "--bits-out",
+               "--src-offset",  "--display", "--white",  "shifted",  "raw8",     "mono16",
+               "rggb",          "bilinear",  "nearest",  "bits-out"}}));
 
 TEST(Version, NamesProgramAndLibrary) {
     const SResult result = runVekcam({"--version"});

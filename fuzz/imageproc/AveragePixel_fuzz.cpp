@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+// Any region of any frame: every tier gives the scalar tier's sums and reads nothing behind the image (which
+// AddressSanitizer watches).
+#include "imageproc/AveragePixel.h"
+
+#include "../FuzzInput.h"
+#include "imageproc/rows/RowDispatch.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <vector>
+
+namespace {
+
+constexpr unsigned kDepths[] = {8, 16, 10, 12}; // the last two packed
+
+vek::SCellSums sumWith(const vek::rows::SRowTable& table, unsigned depth, const vek::SRegion& region,
+                       unsigned long pitch, const std::vector<unsigned short>& words,
+                       const std::vector<unsigned char>& bytes) {
+    switch (depth) {
+    case 8:
+        return vek::mvAveragePixel(table, region, pitch, bytes.data());
+    case 16:
+        return vek::mvAveragePixel(table, region, pitch, words.data());
+    default:
+        return vek::mvAveragePackedPixel(table, region, pitch, depth, bytes.data());
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    vek::fuzz::CFuzzInput input(data, size);
+    const unsigned depth = kDepths[input.below(4)];
+    const unsigned long width = input.below(300);
+    const unsigned long height = input.below(9);
+    const unsigned long rowUnits = depth == 8 || depth == 16 ? width : (width * depth + 7) / 8;
+    const unsigned long pitch = rowUnits + input.below(3);
+    const vek::SRegion region = vek::SRegion::Cut(input.below(310), input.below(10), input.take<std::uint64_t>(),
+                                                  input.take<std::uint64_t>(), width, height);
+
+    // Exactly the image: whole rows but for the padding of the last one.
+    const unsigned long units = height == 0 ? 0 : (height - 1) * pitch + rowUnits;
+    std::vector<unsigned short> words(depth == 16 ? units : 0);
+    std::vector<unsigned char> bytes(depth == 16 ? 0 : units);
+    input.fill(words.data(), words.size() * 2);
+    input.fill(bytes.data(), bytes.size());
+
+    const vek::SCellSums expected = sumWith(*vek::rows::tier(0).table, depth, region, pitch, words, bytes);
+    for (std::size_t i = 1; i < vek::rows::tierCount(); ++i) {
+        const vek::rows::STier tier = vek::rows::tier(i);
+        if (!tier.usable) {
+            continue;
+        }
+        const vek::SCellSums got = sumWith(*tier.table, depth, region, pitch, words, bytes);
+        if (!std::equal(expected.sum, expected.sum + 4, got.sum) ||
+            !std::equal(expected.count, expected.count + 4, got.count)) {
+            std::abort();
+        }
+    }
+    return 0;
+}
