@@ -404,6 +404,21 @@ VEK_API int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long widt
 VEK_API int VekCam_DetectDefectPixel(VekCam_Handle handle, unsigned long width, unsigned long height,
                                      const unsigned char *image, int threshold);
 
+/*
+ * Constant tables. Read-only, shared by all handles.
+ */
+
+/** Entries of each luma table: components of up to 12 bits, and 100 more. */
+#define VEK_LUMA_TABLE_SIZE 4196
+
+/**
+ * Shares of blue, green and red in the luma of a pixel, ITU-R BT.601 weights: entry i is i x 0.114, i x 0.587 and
+ * i x 0.299, rounded. Luma is the sum of the three entries: 0 .. 255 for 8-bit components, 0 .. 4095 for 12-bit ones.
+ */
+VEK_API extern const unsigned short gpwB2Y[VEK_LUMA_TABLE_SIZE];
+VEK_API extern const unsigned short gpwG2Y[VEK_LUMA_TABLE_SIZE];
+VEK_API extern const unsigned short gpwR2Y[VEK_LUMA_TABLE_SIZE];
+
 #ifdef __cplusplus
 }
 #endif
