@@ -334,7 +334,8 @@ VEK_API int VekCam_GetGainDBFromSettingValue(VekCam_Handle handle, unsigned shor
 /*
  * Automatic luminance control. The application measures the level of each frame, for example with
  * VekCam_GetAveragePixelValue, and hands it to VekCam_ALC, which moves exposure and gain. The settings below return 1,
- * or VEK_EINVAL for a null handle or a null output; none of them checks its value. Limits may come in either order.
+ * or VEK_EINVAL for a null handle or a null output; none of them checks its value. With the limits of a pair in the
+ * wrong order the control stays between them but never comes to rest.
  */
 
 /** mode: enum VekALCMode, of which the low four bits are kept. Off when a handle is opened. */
