@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <cmath>
 #include <cstdio>
 #include <limits>
 #include <memory>
@@ -24,6 +25,7 @@ struct SUnitsArguments {
     std::optional<float> exposureTime;
     std::optional<std::uint32_t> exposureClocks;
     std::optional<unsigned short> gain;
+    std::optional<float> gainDb;
     std::optional<unsigned short> digitalGain;
     std::optional<float> digitalTimes;
     std::optional<float> fps;
@@ -49,6 +51,17 @@ public:
         float decibels = 0;
         mvExpect(VekCam_GetGainDBFromSettingValue(mCamera, gain, &decibels), VEK_OK);
         return decibels;
+    }
+    /// The setting value whose gain is nearest; curves rise, but not evenly, and have no formula for the way back here.
+    unsigned short NearestGain(float decibels) const {
+        unsigned short nearest = MinGain();
+        for (unsigned value = nearest; value <= MaxGain(); ++value) {
+            const auto candidate = static_cast<unsigned short>(value);
+            if (std::abs(Decibels(candidate) - decibels) < std::abs(Decibels(nearest) - decibels)) {
+                nearest = candidate;
+            }
+        }
+        return nearest;
     }
     unsigned short DigitalGain(float times) const {
         unsigned short value = 0;
@@ -123,6 +136,10 @@ nlohmann::ordered_json conversionsOf(const CConverter& convert, const SUnitsArgu
     if (arguments.gain) {
         json["gain"] = {{"value", *arguments.gain}, {"dB", convert.Decibels(*arguments.gain)}};
     }
+    if (arguments.gainDb) {
+        const unsigned short value = convert.NearestGain(*arguments.gainDb);
+        json["gainDb"] = {{"dB", *arguments.gainDb}, {"value", value}, {"backDb", convert.Decibels(value)}};
+    }
     if (arguments.digitalGain) {
         const float times = convert.DigitalTimes(*arguments.digitalGain);
         json["digitalGain"] = {
@@ -148,7 +165,7 @@ std::string numberText(const nlohmann::ordered_json& number) {
 std::string textOf(const nlohmann::ordered_json& json) {
     std::string text;
     const auto line = [&text](std::string_view name, const std::string& value) {
-        text += fmt::format("{:<24}{}\n", name, value);
+        text += fmt::format("{:<26}{}\n", name, value);
     };
     const auto field = [](const nlohmann::ordered_json& object, const char* key) { return numberText(object.at(key)); };
     const nlohmann::ordered_json& ranges = json.at("ranges");
@@ -180,6 +197,10 @@ std::string textOf(const nlohmann::ordered_json& json) {
     }
     if (const auto* const c = found("gain")) {
         line("gain value", fmt::format("{} -> {} dB", field(*c, "value"), field(*c, "dB")));
+    }
+    if (const auto* const c = found("gainDb")) {
+        line("gain from decibels",
+             fmt::format("{} dB -> {} -> {} dB", field(*c, "dB"), field(*c, "value"), field(*c, "backDb")));
     }
     if (const auto* const c = found("digitalGain")) {
         line("digital gain value",
@@ -229,6 +250,8 @@ void addUnitsCommand(CLI::App& app) {
     command->add_option("--exposure-clocks", arguments->exposureClocks, "Exposure clocks, to seconds and back")
         ->check(range(0, std::numeric_limits<std::uint32_t>::max()));
     command->add_option("--gain", arguments->gain, "Gain setting value, to decibels")->check(value16);
+    command->add_option("--gain-db", arguments->gainDb, "Decibels, to the nearest gain setting value and back")
+        ->check(CLI::Range(-1000.0F, 1000.0F).description("-1000..1000"));
     command->add_option("--digital-gain", arguments->digitalGain, "Digital gain setting value, to a factor and back")
         ->check(value16);
     command->add_option("--digital-times", arguments->digitalTimes, "Digital gain factor, to a setting value and back")

@@ -83,6 +83,18 @@ TEST(Units, BothWays) {
     EXPECT_EQ(units({})["conversions"], nlohmann::json::object());
 }
 
+TEST(Units, DecibelsGiveTheNearestGainSetting) {
+    // 0.1 dB a step, 0 .. 240.
+    const auto valueOf = [](const char* decibels) {
+        return units({"--gain-db", decibels})["conversions"]["gainDb"]["value"].get<int>();
+    };
+    EXPECT_EQ(valueOf("10"), 100);
+    EXPECT_EQ(valueOf("10.06"), 101);
+    EXPECT_EQ(valueOf("-3"), 0);
+    EXPECT_EQ(valueOf("99"), 240);
+    EXPECT_EQ(units({"--gain-db", "10.06"})["conversions"]["gainDb"]["backDb"].get<float>(), 10.1F);
+}
+
 TEST(Units, TextHasTheSameValues) {
     const SResult result = runVekcam({"units", "--exposure-time", "0.5", "--gain", "100", "--fps", "30"});
     EXPECT_EQ(result.exitCode, 0);

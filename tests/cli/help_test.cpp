@@ -46,7 +46,7 @@ INSTANTIATE_TEST_SUITE_P(
         SHelp{{"defects", "--help"}, {"detect"}},
         SHelp{{"defects", "detect", "--help"}, {"--sim", "--threshold", "--hot", "--seed"}},
         SHelp{{"units", "--help"},
-              {"--sim", "--device", "--exposure-time", "--exposure-clocks", "--gain", "--digital-gain",
+              {"--sim", "--device", "--exposure-time", "--exposure-clocks", "--gain", "--gain-db", "--digital-gain",
                "--digital-times", "--fps", "--json"}},
         SHelp{
             {"demo", "--help"},
