@@ -154,7 +154,6 @@ bool CVekTrgCamera::GetAptina4MRowClockCount(unsigned long* rowClocks, unsigned 
 }
 
 bool CVekTrgCamera::mbGetExposureTiming(vek::SExposureTiming* timing) {
-    *timing = {};
     timing->unit = vek::exposureUnitOf(mpDeviceControl->GetPID());
     timing->clock = static_cast<unsigned long>(mpDeviceControl->GetClock());
     timing->timeBase = mpDeviceControl->GetExposureTimeBase();

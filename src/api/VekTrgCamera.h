@@ -94,7 +94,7 @@ public:
     vek::IColorInterpolation& ColorInterpolation() const { return *mpColorInterpolation; }
 
 private:
-    /// The timing that the model's exposure unit uses; false when a row length cannot be computed.
+    /// Fills in what the model's exposure unit uses, the rest stays; false when a row length cannot be computed.
     bool mbGetExposureTiming(vek::SExposureTiming* timing);
 
     template <class Interface, vek::EModuleType Type>
