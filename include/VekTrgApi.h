@@ -84,13 +84,15 @@ enum VekColorArray {
     VEK_COLOR_ARRAY_YCRCB411_BT709 = 11
 };
 
-/** Destination pixel format: the layout of an output image. */
+/** Destination pixel format: the layout of an output image, and of the images that the functions below work on. */
 enum VekDestinationFormat {
     VEK_DESTINATION_MONO8 = 1,   /**< one byte a pixel */
+    VEK_DESTINATION_WORDS = 2,   /**< one word a pixel; some functions take it as grey */
     VEK_DESTINATION_BGR24 = 4,   /**< bytes B, G, R */
     VEK_DESTINATION_BGRX32 = 8,  /**< bytes B, G, R and one that stays as it was */
     VEK_DESTINATION_MONO10 = 16, /**< one word a pixel */
     VEK_DESTINATION_MONO12 = 32, /**< one word a pixel */
+    VEK_DESTINATION_MONO16 = 64, /**< one word a pixel; some functions take it as grey */
     VEK_DESTINATION_BGR48 = 256, /**< words B, G, R */
     VEK_DESTINATION_BGRX64 = 512 /**< words B, G, R and one that stays as it was */
 };
@@ -116,6 +118,40 @@ enum VekALCMode {
 
 /** What a step of automatic luminance control changed; bits of VekCam_ALC's flags. */
 enum VekALCChange { VEK_ALC_EXPOSURE_CHANGED = 1, VEK_ALC_GAIN_CHANGED = 2 };
+
+/** White balance mode; every other value works as VEK_WB_MANUAL. */
+enum VekWhiteBalanceMode {
+    VEK_WB_OFF = 0,    /**< images pass unchanged */
+    VEK_WB_MANUAL = 1, /**< the gains are applied */
+    VEK_WB_AUTO = 2,   /**< red and blue gain are worked out from each image, then applied */
+    VEK_WB_ONCE = 3    /**< as VEK_WB_AUTO for one image, after which the mode is VEK_WB_MANUAL */
+};
+
+/** Tone curves: one for luma, four for the colours of raw images. */
+enum VekGammaChannel {
+    VEK_GAMMA_Y = 0,
+    VEK_GAMMA_R = 1,
+    VEK_GAMMA_GR = 2, /**< green on a red row */
+    VEK_GAMMA_GB = 3, /**< green on a blue row */
+    VEK_GAMMA_B = 4
+};
+
+/** What makes a channel's tone curve. */
+enum VekGammaMode {
+    VEK_GAMMA_OFF = 0,      /**< identity */
+    VEK_GAMMA_CURVE = 1,    /**< gamma, brightness and contrast */
+    VEK_GAMMA_NEGATIVE = 2, /**< the same, end for end */
+    VEK_GAMMA_TABLE = 255   /**< the caller's table */
+};
+
+/** Where the colour matrix comes from. */
+enum VekColorMatrixMode { VEK_COLOR_MATRIX_IDENTITY = 0, VEK_COLOR_MATRIX_CUSTOM = 255 };
+
+/** Mirror code; bits may be combined. */
+enum VekMirror { VEK_MIRROR_NONE = 0, VEK_MIRROR_HORIZONTAL = 1, VEK_MIRROR_VERTICAL = 2 };
+
+/** Rotation code, a quarter turn; the mirror comes first. */
+enum VekRotation { VEK_ROTATION_NONE = 0, VEK_ROTATION_CLOCKWISE = 1, VEK_ROTATION_COUNTERCLOCKWISE = 2 };
 
 /** Pixel formats of the GenICam Pixel Format Naming Convention (PFNC) that the camera's data have. */
 enum VekPixelFormat {
@@ -404,6 +440,197 @@ VEK_API int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long widt
  */
 VEK_API int VekCam_DetectDefectPixel(VekCam_Handle handle, unsigned long width, unsigned long height,
                                      const unsigned char *image, int threshold);
+
+/*
+ * Image stages. Each works in place on an image that the application owns, and keeps its settings and tables in the
+ * handle. Rows have no padding unless a function says otherwise. A setting function changes nothing when it refuses; an
+ * image function that gives anything but 0 leaves the image as it was. An image of no pixels is success once the other
+ * arguments are accepted; a null image of some pixels, a null output or a null table that would be read give
+ * VEK_EINVAL. Samples above what a table covers take its last entry.
+ *
+ * docs/pipeline.md tells what each stage does to a picture, and in which order they are meant to run.
+ */
+
+/**
+ * White balance of raw Bayer images.
+ *  mode: enum VekWhiteBalanceMode, not checked. VEK_WB_OFF when a handle is opened.
+ * Returns 0; VEK_EINVAL for a null handle or a null output.
+ */
+VEK_API int VekCam_SetWhiteBalanceMode(VekCam_Handle handle, unsigned char mode);
+VEK_API int VekCam_GetWhiteBalanceMode(VekCam_Handle handle, unsigned char *mode);
+
+/**
+ * White balance gains of red, green on red rows, green on blue rows and blue.
+ *  r, gr, gb, b: 128 is a gain of 1, 65535 the largest; 0 makes black. Not checked. 256, 128, 128, 217 when a handle is
+ *      opened. VEK_WB_AUTO and VEK_WB_ONCE replace r and b.
+ * Returns 0; VEK_EINVAL for a null handle, or a null output (nothing is then written).
+ */
+VEK_API int VekCam_SetWhiteBalanceGain(VekCam_Handle handle, unsigned short r, unsigned short gr, unsigned short gb,
+                                       unsigned short b);
+VEK_API int VekCam_GetWhiteBalanceGain(VekCam_Handle handle, unsigned short *r, unsigned short *gr, unsigned short *gb,
+                                       unsigned short *b);
+
+/**
+ * Largest white balance gains that the camera's own balance takes.
+ *  r, gr, gb, b: receive gains in the unit of VekCam_SetWhiteBalanceGain.
+ * Returns 0; VEK_EINVAL for a null handle or a null output.
+ */
+VEK_API int VekCam_GetWhiteBalanceMaxGain(VekCam_Handle handle, unsigned short *r, unsigned short *gr,
+                                          unsigned short *gb, unsigned short *b);
+
+/**
+ * Applies the white balance to a raw image: each sample becomes sample x gain / 128, the fraction cut off, at most the
+ * largest value of the depth.
+ *  width, height: pixels.
+ *  lineBytes: bytes from row to row; 0 means the samples of a row, rounded up to a multiple of 4.
+ *  colorArray: enum VekColorArray, mono or Bayer. Mono images pass unchanged.
+ *  bits: depth: 8 (bytes), 10 or 12 (words). Words are looked up where the tables for bytes begin, two bytes to an
+ *      entry, each colour 256 bytes behind the one before, and on into the tables for words: at 10 and 12 bits the
+ *      result is not sample x gain / 128.
+ * In VEK_WB_AUTO and VEK_WB_ONCE the gains of red and blue are worked out first, from all pixels, so that their means
+ * equal that of the greens with saturation taken into account.
+ * Returns 0, also when the mode is VEK_WB_OFF or all gains are 128; VEK_EINVAL for a null handle, another depth, or
+ * another colour array (gains and mode then stay as they were).
+ */
+VEK_API int VekCam_WhiteBalance(VekCam_Handle handle, unsigned long width, unsigned long height,
+                                unsigned long lineBytes, unsigned short colorArray, void *image, unsigned short bits);
+
+/**
+ * Tone curve of a channel.
+ *  channel: enum VekGammaChannel; mode: enum VekGammaMode.
+ *  gamma: hundredths, 1 and more; the curve's exponent is 100 / gamma. brightness: levels added to the input.
+ *  contrast: input levels that become black at the dark end and white at the bright end; the steepness between them
+ *      follows 255 / (255 - 2 x contrast) at every depth, and inputs that brightness lifts above the largest level
+ *      become 255 at every depth. Modes VEK_GAMMA_OFF and VEK_GAMMA_TABLE keep 100, 0 and 0 instead of the three.
+ *  table: 2^bits entries, bytes at 8 bits and less, else words. Read in VEK_GAMMA_TABLE alone.
+ *  bits: depth of the curve, 12 at most. Input levels above the depth: mode VEK_GAMMA_OFF gives the largest level, the
+ *      other modes leave what an earlier curve gave.
+ * Every channel is off, at 8 bits, when a handle is opened.
+ * Returns 0; VEK_EINVAL for a null handle, another channel or mode, more than 12 bits, a gamma of 0 in
+ * VEK_GAMMA_CURVE or VEK_GAMMA_NEGATIVE, or a null table that would be read.
+ */
+VEK_API int VekCam_SetGammaMode(VekCam_Handle handle, unsigned char channel, unsigned char mode, unsigned short gamma,
+                                short brightness, unsigned short contrast, const void *table, unsigned short bits);
+
+/**
+ * Reads a channel's tone curve back. Every output may be null.
+ *  bits: on entry the depth of contrast and table, on return the depth of the curve. Entry depths below 8, and a null
+ *      bits, count as 8, those above 12 as 12.
+ *  contrast: receives its low byte at 8 bits, else a word.
+ *  table: receives 256 bytes (the low byte of each entry) at 8 bits, else 2^bits words.
+ * Returns 0; VEK_EINVAL for a null handle or another channel.
+ */
+VEK_API int VekCam_GetGammaMode(VekCam_Handle handle, unsigned char channel, unsigned char *mode, unsigned short *gamma,
+                                short *brightness, void *contrast, void *table, unsigned short *bits);
+
+/**
+ * Applies the four tone curves of the colours to a raw Bayer image. An image passes unchanged when all four are off.
+ *  width, height: pixels.
+ *  colorArray: enum VekColorArray. Mono images pass unchanged, other codes than Bayer count as VEK_COLOR_ARRAY_RGGB.
+ *  bits: above 8 the image is words, else bytes.
+ * Returns 0; VEK_EINVAL for a null handle.
+ */
+VEK_API int VekCam_RawColorGamma(VekCam_Handle handle, unsigned long width, unsigned long height,
+                                 unsigned short colorArray, void *image, unsigned short bits);
+
+/**
+ * Applies the luma curve to a grey or colour image. Of a colour pixel the luma's change is added to blue, green and red
+ * (0 .. 255, or 0 .. 4095 in words). An image passes unchanged, whatever its format, when the curve is off.
+ *  pixelFormat: enum VekDestinationFormat: MONO8, BGR24, BGRX32 with bytes; MONO10, MONO12, BGR48, BGRX64 with words.
+ *  image: rows are a multiple of 4 bytes apart: the samples of a row rounded up; with words 4 x width bytes for grey,
+ *      12 x width or 16 x width for BGR48 and BGRX64. In a colour image of words the pixels stand 6 or 8 words apart,
+ *      twice their size.
+ *  bits: above 8 the image is words, else bytes.
+ * Returns 0; VEK_EINVAL for a null handle, or a format that does not go with the samples.
+ */
+VEK_API int VekCam_BGRGamma(VekCam_Handle handle, unsigned long width, unsigned long height, unsigned long pixelFormat,
+                            void *image, unsigned short bits);
+
+/**
+ * Sharpness.
+ *  mode: 0 off (when a handle is opened), else on.
+ *  gain: per cent; coring: differences up to this one are left alone. Not checked. GetSharpnessMode gives a coring
+ * above 255 as 255. With mode 0 the values are kept, and take effect once they are set with another mode. Returns 0;
+ * VEK_EINVAL for a null handle or a null output.
+ */
+VEK_API int VekCam_SetSharpnessMode(VekCam_Handle handle, unsigned char mode, unsigned short gain,
+                                    unsigned char coring);
+VEK_API int VekCam_GetSharpnessMode(VekCam_Handle handle, unsigned char *mode, unsigned short *gain,
+                                    unsigned char *coring);
+
+/**
+ * Sharpens an image: a pixel that differs from the mean of its eight neighbours by more than the coring moves away from
+ * it by (difference - coring) x gain / 100; of a colour image luma is compared, and blue, green and red move alike. The
+ * outermost rows and columns stay as they are.
+ *  pixelFormat: enum VekDestinationFormat: MONO8, BGR24, BGRX32 at 8 bits; WORDS, MONO10, MONO12, MONO16, BGR48, BGRX64
+ *      above.
+ *  image: rows padded to a multiple of 4 bytes.
+ *  bits: 8 (bytes) to 12 (words).
+ * At 8 bits moves of more than 255 count modulo 256 in grey images; in colour images samples and bounds do.
+ * Returns 0, also when sharpness is off and for images below 3 x 3, which it leaves alone; VEK_EINVAL for a null
+ * handle, another depth or format; VEK_ENOMEM when memory runs out.
+ */
+VEK_API int VekCam_Sharpness(VekCam_Handle handle, unsigned long width, unsigned long height, unsigned long pixelFormat,
+                             void *image, unsigned short bits);
+
+/**
+ * Mirrors a raw 8-bit image and rotates it by a quarter turn, in place.
+ *  mirror: enum VekMirror, bits combined; rotation: enum VekRotation, other values mean none. The mirror comes first.
+ *      Without a rotation mirror values 4 to 7 mean: clockwise, counter-clockwise, horizontal then clockwise,
+ * horizontal then counter-clockwise; larger ones nothing. With one only the two low bits count. width, height: pixels,
+ * in and out: exchanged by a quarter turn. colorArray: in and out: the Bayer phase of the result; other codes stay.
+ *  image: rows of width bytes.
+ * Returns 0; VEK_EINVAL for a null handle; 1 for a null pointer that would be used, or when memory runs out (width and
+ * height are then exchanged already, image and colorArray are not changed).
+ */
+VEK_API int VekCam_MirrorRotation(VekCam_Handle handle, unsigned char mirror, unsigned char rotation,
+                                  unsigned long *width, unsigned long *height, unsigned short *colorArray, void *image);
+
+/**
+ * Colour matrix.
+ *  mode: VEK_COLOR_MATRIX_IDENTITY (when a handle is opened; matrix is not read) or VEK_COLOR_MATRIX_CUSTOM.
+ *  matrix: 12 numbers: rows for red, green and blue output, each with the coefficients of red, green and blue input in
+ *      hundredths (100 is 1.0) and an offset in hundredths of a level. Either output of GetColorMatrix may be null.
+ * Returns 0; VEK_EINVAL for a null handle, another mode, or a null matrix that would be read.
+ */
+VEK_API int VekCam_SetColorMatrix(VekCam_Handle handle, unsigned char mode, const short *matrix);
+VEK_API int VekCam_GetColorMatrix(VekCam_Handle handle, unsigned char *mode, short *matrix);
+
+/**
+ * Hue and saturation.
+ *  mode: 0 off (when a handle is opened; keeps hue 0 and saturation 100), 1 on.
+ *  hue: tenths of a degree. saturation: per cent, 100 leaves it, 0 makes grey.
+ * Returns 0; VEK_EINVAL for a null handle, another mode or a null output.
+ */
+VEK_API int VekCam_SetHueSaturationMode(VekCam_Handle handle, unsigned char mode, short hue, unsigned short saturation);
+VEK_API int VekCam_GetHueSaturationMode(VekCam_Handle handle, unsigned char *mode, short *hue,
+                                        unsigned short *saturation);
+
+/**
+ * Applies colour matrix, hue and saturation to a colour image, then chroma suppression. With matrix and hue/saturation
+ * both off the first step changes nothing; otherwise every sample counts as one more than it is, so that even the
+ * identity raises each sample by 1.
+ *  pixelFormat: enum VekDestinationFormat: BGR24 and BGRX32 up to 8 bits, BGR48 and BGRX64 from 8 to 16 (at 8 the first
+ *      step takes the image for bytes, the second refuses it). Grey formats change nothing; MONO8 above 8 bits, and the
+ *      others up to 8, give VEK_EINVAL all the same.
+ *  image: rows padded to a multiple of 4 bytes.
+ *  bits: above 8 the image is words, else bytes; results are at most 2^bits - 1.
+ * Returns 0; VEK_EINVAL for a null handle or another format or depth; and after the first step has been applied for the
+ * formats that the second one refuses.
+ */
+VEK_API int VekCam_HueSaturationColorMatrix(VekCam_Handle handle, unsigned long width, unsigned long height,
+                                            unsigned long pixelFormat, void *image, unsigned short bits);
+
+/**
+ * Chroma suppression, part of VekCam_HueSaturationColorMatrix: blue and red of pixels whose luma is above (High) or
+ * below (Low) the start level are pulled towards green. startLevel: luma. 255 (High) and 0 (Low) when a handle is
+ * opened. slope: 1/16384 of full suppression for each level beyond; 0, as when a handle is opened, switches the part
+ * off. Either output of the getters may be null. Returns 0; VEK_EINVAL for a null handle.
+ */
+VEK_API int VekCam_SetHighChromaSuppression(VekCam_Handle handle, unsigned short startLevel, unsigned short slope);
+VEK_API int VekCam_GetHighChromaSuppression(VekCam_Handle handle, unsigned short *startLevel, unsigned short *slope);
+VEK_API int VekCam_SetLowChromaSuppression(VekCam_Handle handle, unsigned short startLevel, unsigned short slope);
+VEK_API int VekCam_GetLowChromaSuppression(VekCam_Handle handle, unsigned short *startLevel, unsigned short *slope);
 
 /*
  * Constant tables. Read-only, shared by all handles.
