@@ -445,7 +445,7 @@ VEK_API int VekCam_DetectDefectPixel(VekCam_Handle handle, unsigned long width, 
  * Image stages. Each works in place on an image that the application owns, and keeps its settings and tables in the
  * handle. Rows have no padding unless a function says otherwise. A setting function changes nothing when it refuses; an
  * image function that gives anything but 0 leaves the image as it was. An image of no pixels is success once the other
- * arguments are accepted; a null image of some pixels, a null output or a null table that would be read give
+ * arguments are accepted; a null image of some pixels, a null output or a null table, where it would be touched, give
  * VEK_EINVAL. Samples above what a table covers take its last entry.
  *
  * docs/pipeline.md tells what each stage does to a picture, and in which order they are meant to run.

@@ -1,7 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/VekImageProcLib.h"
 
+#include "imageproc/ChromaSuppress.h"
 #include "imageproc/ColorInterpolation.h"
+#include "imageproc/ColorMatrix.h"
+#include "imageproc/Flip.h"
+#include "imageproc/Gamma.h"
+#include "imageproc/Sharpness.h"
+#include "imageproc/WB.h"
 #include "imageproc/rows/RowDispatch.h"
 
 namespace vek {
@@ -22,7 +28,13 @@ constexpr SModuleType moduleWithRows(EModuleType type) {
 }
 
 constexpr SModuleType kModules[] = {
+    moduleWithRows<ISharpness, CSharpness>(kModuleSharpness),
+    moduleWithRows<IGamma, CGamma>(kModuleGamma),
+    moduleWithRows<IColorMatrix, CColorMatrix>(kModuleColorMatrix),
+    moduleWithRows<IChromaSuppress, CChromaSuppress>(kModuleChromaSuppress),
     moduleWithRows<IColorInterpolation, CColorInterpolation>(kModuleColorInterpolation),
+    moduleWithRows<IFlip, CFlip>(kModuleFlip),
+    moduleWithRows<IWB, CWB>(kModuleWB),
 };
 
 const SModuleType* findModule(unsigned long type) {

@@ -92,6 +92,12 @@ public:
     void GetWhiteBalanceMaxGain(unsigned short* r, unsigned short* gr, unsigned short* gb, unsigned short* b) const;
 
     vek::IColorInterpolation& ColorInterpolation() const { return *mpColorInterpolation; }
+    vek::ISharpness& Sharpness() const { return *mpSharpness; }
+    vek::IGamma& Gamma() const { return *mpGamma; }
+    vek::IColorMatrix& ColorMatrix() const { return *mpColorMatrix; }
+    vek::IWB& WB() const { return *mpWB; }
+    vek::IChromaSuppress& ChromaSuppress() const { return *mpChromaSuppress; }
+    vek::IFlip& Flip() const { return *mpFlip; }
 
 private:
     /// Fills in what the model's exposure unit uses, the rest stays; false when a row length cannot be computed.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "common/Status.h"
+
 #include <cstddef>
 #include <type_traits>
 
@@ -16,6 +18,38 @@ T* rowAt(T* base, std::size_t y, std::size_t pitch) {
 /// The next multiple of 4, the row length that derived destination pitches are rounded up to.
 constexpr unsigned long roundUpTo4(unsigned long bytes) {
     return (bytes + 3) & ~3UL;
+}
+
+/// An image that is worked on in place. Rows stand lineBytes bytes apart.
+template <class T>
+struct SImage {
+    unsigned long width;
+    unsigned long height;
+    unsigned long lineBytes;
+    T* data;
+
+    T* row(unsigned long y) const { return rowAt(data, y, lineBytes); }
+
+    /// Calls body(row, y) for every row. kInvalid, and no call, for a null image of some pixels.
+    template <class Body>
+    unsigned long forRows(Body body) const {
+        if (width == 0 || height == 0) {
+            return kOk;
+        }
+        if (data == nullptr) {
+            return kInvalid;
+        }
+        for (unsigned long y = 0; y < height; ++y) {
+            body(row(y), y);
+        }
+        return kOk;
+    }
+};
+
+/// lineBytes, or, where that is 0, the bytes of a row's samples rounded up to a multiple of 4.
+template <class T>
+constexpr unsigned long lineBytesOr(unsigned long lineBytes, unsigned long samples) {
+    return lineBytes != 0 ? lineBytes : roundUpTo4(samples * sizeof(T));
 }
 
 } // namespace vek

@@ -42,6 +42,17 @@ void appendDemosaic(std::vector<SKernel>& list, const std::string& prefix, const
     append(list, prefix + "bilinearSimpleOpen", rows.bilinearSimpleOpen);
 }
 
+template <class T>
+void appendColours(std::vector<SKernel>& list, const std::string& prefix, const rows::SColourRows<T>& rows) {
+    append(list, prefix + "lumaCurve", rows.lumaCurve);
+    append(list, prefix + "matrix", rows.matrix);
+    append(list, prefix + "suppressChroma", rows.suppressChroma);
+    append(list, prefix + "luma", rows.luma);
+    append(list, prefix + "sum3", rows.sum3);
+    append(list, prefix + "sharpenGrey", rows.sharpenGrey);
+    append(list, prefix + "sharpenColour", rows.sharpenColour);
+}
+
 std::vector<SKernel> kernelsOf(const SRowTable& table) {
     std::vector<SKernel> list;
     appendDemosaic(list, "demosaic8.", table.demosaic8);
@@ -50,6 +61,14 @@ std::vector<SKernel> kernelsOf(const SRowTable& table) {
     append(list, "sums.samples16", table.sums.samples16);
     append(list, "sums.packed10", table.sums.packed10);
     append(list, "sums.packed12", table.sums.packed12);
+    append(list, "curves8.lookUp", table.curves8.lookUp);
+    append(list, "curves16.lookUp", table.curves16.lookUp);
+    appendColours(list, "colours8.", table.colours8);
+    appendColours(list, "colours16.", table.colours16);
+    append(list, "flips.reverse", table.flips.reverse);
+    append(list, "flips.reverseInPlace", table.flips.reverseInPlace);
+    append(list, "flips.exchangeReversed", table.flips.exchangeReversed);
+    append(list, "flips.transpose", table.flips.transpose);
     return list;
 }
 

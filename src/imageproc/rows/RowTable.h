@@ -62,12 +62,105 @@ struct SSumRows {
     void (*packed12)(const std::uint8_t* row, std::size_t width, std::uint64_t* sums);
 };
 
+/// Entries of a table that samples are looked up in: every byte, or words of up to 12 bits.
+template <class T>
+constexpr std::size_t kCurveEntries = sizeof(T) == 1 ? 256 : 4096;
+
+template <class T>
+struct SCurveRows {
+    /// In place: samples of even columns become even[sample], those of odd ones odd[sample]; words above the table
+    /// take its last entry. Any width.
+    void (*lookUp)(T* row, std::size_t width, const T* even, const T* odd);
+};
+
+/// Luma shares of blue, green and red, by sample.
+struct SLumaTables {
+    static constexpr unsigned kEntries = 4196;
+    const std::uint16_t* blue;
+    const std::uint16_t* green;
+    const std::uint16_t* red;
+};
+
+/// Products of each input sample with a column of the colour matrix: the shares of blue, green and red output, and a
+/// number that is not used.
+struct SMatrixTables {
+    using Entry = std::int32_t[4];
+    const Entry* blue;
+    const Entry* green;
+    const Entry* red;
+};
+
+/// Suppression strength by luma, 1/16384 for each level beyond a start level. A slope of 0 switches its part off.
+struct SChromaLimits {
+    std::uint16_t lowStart;
+    std::uint16_t highStart;
+    std::uint16_t lowSlope;
+    std::uint16_t highSlope;
+};
+
+/// Correction by absolute difference, 4096 entries.
+struct SSharpening {
+    const std::uint16_t* table;
+    unsigned coring;   ///< differences up to this one are left alone
+    unsigned maxValue; ///< largest sample
+};
+
+/// Rows of blue-green-red pixels that stand step samples apart, worked on in place where nothing else is said. A
+/// sample behind the third is neither read nor written. Words above a table take its last entry. Any width.
+template <class T>
+struct SColourRows {
+    /// The change of luma under curve (4096 entries) is added to the three samples, which stay within 0 .. maxValue.
+    void (*lumaCurve)(T* row, std::size_t width, std::size_t step, const SLumaTables& luma, const std::uint16_t* curve,
+                      unsigned maxValue);
+    /// Sums of the three tables' entries, modulo 2^32: 0 .. maxValue stay, larger ones below 2^28 become maxValue,
+    /// others 0.
+    void (*matrix)(T* row, std::size_t width, std::size_t step, const SMatrixTables& tables, unsigned maxValue);
+    /// Blue and red move toward green where luma is beyond the limits.
+    void (*suppressChroma)(T* row, std::size_t width, std::size_t step, const SLumaTables& luma,
+                           const SChromaLimits& limits);
+    /// lumaRow[x]: luma of pixel x.
+    void (*luma)(const T* row, T* lumaRow, std::size_t width, std::size_t step, const SLumaTables& tables);
+
+    /// sumRow[x] = row[x-1] + row[x] + row[x+1] modulo 65536, for x = 1 .. width-2.
+    void (*sum3)(const T* row, std::uint16_t* sumRow, std::size_t width);
+    /// Unsharp mask on columns 1 .. width-2 of a grey row; above and below: sum3 of the rows beside it.
+    void (*sharpenGrey)(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
+                        const SSharpening& sharpening);
+    /// The same for pixels, by their luma: lumaRow is the row's own, above and below are sums of luma.
+    void (*sharpenColour)(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above,
+                          const std::uint16_t* below, std::size_t width, const SSharpening& sharpening);
+};
+
+/// Sizes of a pixel that is moved as a whole, as an index into a kernel's table: 1, 2, 3, 4, 6, 8 bytes.
+constexpr std::size_t kPixelSizes = 6;
+constexpr std::size_t pixelSize(std::size_t bytes) {
+    return bytes <= 4 ? bytes - 1 : bytes / 2 + 1;
+}
+
+/// Pixels in another order. Addresses need no alignment; width counts pixels; any size.
+struct SFlipRows {
+    /// dst: src from right to left; they do not overlap.
+    void (*reverse[kPixelSizes])(const std::uint8_t* src, std::uint8_t* dst, std::size_t width);
+    void (*reverseInPlace[kPixelSizes])(std::uint8_t* row, std::size_t width);
+    /// Pixel x of a and pixel width-1-x of b change places; the rows do not overlap.
+    void (*exchangeReversed[kPixelSizes])(std::uint8_t* a, std::uint8_t* b, std::size_t width);
+    /// Pixel x of source row y becomes pixel y of destination row x. Pitches in bytes, negative ones walk up; width
+    /// and height of the source. The images do not overlap.
+    void (*transpose[kPixelSizes])(const std::uint8_t* src, std::ptrdiff_t srcPitch, std::uint8_t* dst,
+                                   std::ptrdiff_t dstPitch, std::size_t width, std::size_t height);
+};
+
 struct SRowTable {
     Isa isa;
     const char* name; ///< "scalar", "sse42", "avx2", "avx512", "neon"
     SDemosaicRows<std::uint8_t> demosaic8;
     SDemosaicRows<std::uint16_t> demosaic16;
     SSumRows sums;
+    SCurveRows<std::uint8_t> curves8;
+    SCurveRows<std::uint16_t> curves16;
+    SColourRows<std::uint8_t> colours8;
+    SColourRows<std::uint16_t> colours16;
+    SFlipRows flips;
 };
 
 /// The demosaic kernels for a sample type.
@@ -77,6 +170,26 @@ const SDemosaicRows<T>& demosaicRows(const SRowTable& table) {
         return table.demosaic8;
     } else {
         return table.demosaic16;
+    }
+}
+
+/// The curve kernels for a sample type.
+template <class T>
+const SCurveRows<T>& curveRows(const SRowTable& table) {
+    if constexpr (sizeof(T) == 1) {
+        return table.curves8;
+    } else {
+        return table.curves16;
+    }
+}
+
+/// The colour kernels for a sample type.
+template <class T>
+const SColourRows<T>& colourRows(const SRowTable& table) {
+    if constexpr (sizeof(T) == 1) {
+        return table.colours8;
+    } else {
+        return table.colours16;
     }
 }
 

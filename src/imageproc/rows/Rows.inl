@@ -6,14 +6,26 @@
 
 #include "imageproc/rows/Vector.inl"
 
+#include "imageproc/rows/Colours.inl"
+#include "imageproc/rows/Curves.inl"
 #include "imageproc/rows/Demosaic.inl"
+#include "imageproc/rows/Flips.inl"
 #include "imageproc/rows/Sums.inl"
 
 namespace vek::rows::VEK_ISA {
 
 extern const SRowTable kTable;
 const SRowTable kTable = {
-    VEK_ISA_ENUM, VEK_ISA_NAME, demosaicTable<std::uint8_t>(), demosaicTable<std::uint16_t>(), sumTable(),
+    VEK_ISA_ENUM,
+    VEK_ISA_NAME,
+    demosaicTable<std::uint8_t>(),
+    demosaicTable<std::uint16_t>(),
+    sumTable(),
+    curveTable<std::uint8_t>(),
+    curveTable<std::uint16_t>(),
+    colourTable<std::uint8_t>(),
+    colourTable<std::uint16_t>(),
+    flipTable(),
 };
 
 } // namespace vek::rows::VEK_ISA

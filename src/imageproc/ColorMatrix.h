@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "imageproc/IColorMatrix.h"
+#include "imageproc/rows/RowTable.h"
+
+#include <array>
+
+namespace vek {
+
+/// A sum of table entries as a byte: 0 .. 255 as it is, larger ones as 255, negative ones as 0.
+constexpr unsigned char INT_2_BYTE(int value) {
+    if (value >= 0 && value < 256) {
+        return static_cast<unsigned char>(value);
+    }
+    return (static_cast<unsigned>(value) & 1U << 28) != 0 ? 0 : 255;
+}
+
+/// Colour matrix, hue and saturation, folded into one matrix and its tables of products. Tables change with a setting
+/// alone; never keeps an image pointer.
+class CColorMatrix final : public IColorMatrix {
+public:
+    explicit CColorMatrix(const rows::SRowTable& rows) : mRows(rows) {}
+
+    unsigned long SetColorMatrix(unsigned char mode, const short* matrix) override;
+    unsigned long GetColorMatrix(unsigned char* mode, short* matrix) override;
+    unsigned long SetHueSaturation(unsigned char mode, short hue, unsigned short saturation) override;
+    unsigned long GetHueSaturation(unsigned char* mode, short* hue, unsigned short* saturation) override;
+    unsigned long ProcessB(unsigned long width, unsigned long height, unsigned long lineBytes,
+                           unsigned long pixelFormat, unsigned char* image, unsigned short bits) override;
+    unsigned long ProcessW(unsigned long width, unsigned long height, unsigned long lineBytes,
+                           unsigned long pixelFormat, unsigned short* image, unsigned short bits) override;
+
+private:
+    /// Three rows of four: coefficients of R, G, B and an offset, for R, G and B.
+    using Matrix = std::array<short, 12>;
+    using Matrix3 = std::array<std::array<float, 3>, 3>; ///< rows and columns R, G, B
+    using Table = std::array<int[4], 4096>;
+    static constexpr Matrix kIdentity = {100, 0, 0, 0, 0, 100, 0, 0, 0, 0, 100, 0};
+
+    template <class T>
+    unsigned long Process(unsigned long width, unsigned long height, unsigned long lineBytes, unsigned long pixelFormat,
+                          T* image, unsigned short bits) const;
+    Matrix3 mGetMixMatrix() const;
+    void mUpdateTable();
+
+    const rows::SRowTable& mRows;
+    unsigned char mMatrixMode = 0;
+    Matrix mMatrix = kIdentity;
+    unsigned char mHueSaturationMode = 0;
+    short mHue = 0;
+    unsigned short mwSaturation = 100;
+    // By input component; entries: shares of the output's B, G and R.
+    Table mTableB{};
+    Table mTableG{};
+    Table mTableR{};
+};
+
+} // namespace vek

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "VekTrgApi.h"
+#include "imageproc/rows/RowTable.h"
+
+namespace vek {
+
+/// Samples of a blue-green-red pixel, bytes or words; 0 for every other format.
+constexpr unsigned colourSamples(unsigned long pixelFormat) {
+    switch (pixelFormat) {
+    case VEK_DESTINATION_BGR24:
+    case VEK_DESTINATION_BGR48:
+        return 3;
+    case VEK_DESTINATION_BGRX32:
+    case VEK_DESTINATION_BGRX64:
+        return 4;
+    default:
+        return 0;
+    }
+}
+
+/// Whether a format is one of the grey ones of words.
+constexpr bool isGreyOfWords(unsigned long pixelFormat) {
+    return pixelFormat == VEK_DESTINATION_WORDS || pixelFormat == VEK_DESTINATION_MONO10 ||
+           pixelFormat == VEK_DESTINATION_MONO12 || pixelFormat == VEK_DESTINATION_MONO16;
+}
+
+/// Whether a format has samples of words; of bytes otherwise.
+constexpr bool isOfWords(unsigned long pixelFormat) {
+    return isGreyOfWords(pixelFormat) || pixelFormat == VEK_DESTINATION_BGR48 || pixelFormat == VEK_DESTINATION_BGRX64;
+}
+
+inline constexpr rows::SLumaTables kLumaTables = {gpwB2Y, gpwG2Y, gpwR2Y};
+
+} // namespace vek

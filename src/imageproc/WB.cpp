@@ -1,0 +1,224 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "imageproc/WB.h"
+
+#include "common/Image.h"
+#include "common/Saturate.h"
+#include "common/Status.h"
+
+#include <algorithm>
+
+namespace vek {
+
+namespace {
+
+constexpr unsigned short kUnityGain = 128;
+constexpr unsigned short kMaxDepth = 12;
+/// The refinement of an automatic gain ends at this gain, a factor of 5.
+constexpr unsigned short kMaxRefinedGain = 640;
+
+} // namespace
+
+unsigned char* CWB::mpTable8(std::size_t slot) {
+    return reinterpret_cast<unsigned char*>(mwTables.data()) + slot * kEntries8;
+}
+
+unsigned short* CWB::mpTable16(std::size_t slot) {
+    return mwTables.data() + kColourSlots * kEntries8 / 2 + slot * kEntries16;
+}
+
+template <class T>
+const T* CWB::mpTable(EColourSlot slot) const {
+    // Words, too: their lookup has always started where the slot's bytes do, and images that were tuned with it depend
+    // on that.
+    return reinterpret_cast<const T*>(reinterpret_cast<const unsigned char*>(mwTables.data()) + slot * kEntries8);
+}
+
+/// min(i x gain / 128, the depth's largest value) for every i of the depth.
+template <class T>
+void CWB::UpdateTable(unsigned short gain, T* table, unsigned short bits) {
+    const unsigned entries = 1U << bits;
+    const unsigned maxValue = entries - 1;
+    unsigned accumulator = 0;
+    for (unsigned i = 0; i < entries; ++i) {
+        table[i] = static_cast<T>(accumulator >> 7);
+        accumulator = std::min(accumulator + gain, maxValue << 7);
+    }
+}
+
+template <class T>
+unsigned long CWB::UpdateHistgram(unsigned long width, unsigned long height, unsigned long lineBytes, const T* image) {
+    for (Histogram& histogram : mulHistogram) {
+        histogram.fill(0);
+    }
+    std::array<unsigned long, 4> sum{};
+    mulCount = {};
+    const SImage<const T> view = {width, height, lineBytes, image};
+    const unsigned long status = view.forRows([&](const T* row, unsigned long y) {
+        for (unsigned long column = 0; column < 2; ++column) {
+            const std::size_t phase = 2 * (y % 2) + column;
+            Histogram& histogram = mulHistogram[phase];
+            unsigned long rowSum = 0;
+            for (unsigned long x = column; x < width; x += 2) {
+                const unsigned value = row[x];
+                ++histogram[std::min<std::size_t>(value, kEntries16 - 1)];
+                rowSum += value;
+            }
+            sum[phase] += rowSum;
+            mulCount[phase] += (width + 1 - column) / 2;
+        }
+    });
+    for (std::size_t phase = 0; phase < 4; ++phase) {
+        mdblAverage[phase] =
+            mulCount[phase] == 0 ? 0.0 : static_cast<double>(sum[phase]) / static_cast<double>(mulCount[phase]);
+    }
+    return status;
+}
+
+/// Mean that a phase would have after the gain, with saturation taken into account.
+double CWB::mdblGetAverageFromHistogram(double average, const Histogram& histogram, unsigned long count,
+                                        unsigned short gain, unsigned short bits) {
+    if (gain == 0) {
+        return 0.0;
+    }
+    const unsigned long maxValue = (1UL << bits) - 1;
+    const unsigned long limit = maxValue * kUnityGain / gain;
+    if (maxValue > limit) {
+        unsigned long sum = 0;
+        for (unsigned long value = 0; value <= maxValue; ++value) {
+            sum += histogram[value] * std::min(value, limit);
+        }
+        average = static_cast<double>(sum) / static_cast<double>(count);
+    }
+    return gain * average / kUnityGain;
+}
+
+unsigned short CWB::mwAutoGain(std::size_t phase, double target, unsigned short bits) const {
+    const double average = mdblAverage[phase];
+    const unsigned long count = mulCount[phase];
+    // Without pixels the bound is infinite.
+    if (average < 1.0 / static_cast<double>(count)) {
+        return kUnityGain;
+    }
+    auto gain = saturateTo<unsigned short>(kUnityGain * target / average);
+    // What saturation clips off the mean is made up for step by step.
+    while (gain < kMaxRefinedGain &&
+           mdblGetAverageFromHistogram(average, mulHistogram[phase], count, gain, bits) < target) {
+        ++gain;
+    }
+    return gain;
+}
+
+void CWB::mvSetGain(EColourSlot slot, unsigned short gain) {
+    if (mwGain[slot] != gain) {
+        mwGain[slot] = gain;
+        mwTableDepth = 0;
+    }
+}
+
+unsigned long CWB::UpdateAutoWhiteBalanceGain(unsigned short colorArray, unsigned short bits) {
+    if (colorArray < VEK_COLOR_ARRAY_MONO || colorArray > VEK_COLOR_ARRAY_BGGR) {
+        return kInvalid;
+    }
+    std::array<std::size_t, kColourSlots> phaseOf{};
+    const PhaseSlots slots = phaseSlots(colorArray);
+    for (std::size_t phase = 0; phase < slots.size(); ++phase) {
+        phaseOf[slots[phase]] = phase;
+    }
+    const double target = (mdblAverage[phaseOf[kSlotGr]] + mdblAverage[phaseOf[kSlotGb]]) / 2;
+    mvSetGain(kSlotR, mwAutoGain(phaseOf[kSlotR], target, bits));
+    mvSetGain(kSlotB, mwAutoGain(phaseOf[kSlotB], target, bits));
+    return kOk;
+}
+
+template <class T>
+unsigned long CWB::ProcImage(unsigned long width, unsigned long height, unsigned long lineBytes,
+                             unsigned short colorArray, T* image) const {
+    if (colorArray < VEK_COLOR_ARRAY_MONO || colorArray > VEK_COLOR_ARRAY_BGGR) {
+        return kInvalid;
+    }
+    const PhaseSlots slots = phaseSlots(colorArray);
+    const auto lookUp = rows::curveRows<T>(mRows).lookUp;
+    return SImage<T>{width, height, lineBytes, image}.forRows([&](T* row, unsigned long y) {
+        lookUp(row, width, mpTable<T>(slots[2 * (y % 2)]), mpTable<T>(slots[2 * (y % 2) + 1]));
+    });
+}
+
+template <class T>
+unsigned long CWB::WBProc(unsigned long width, unsigned long height, unsigned long lineBytes, unsigned short colorArray,
+                          T* image, unsigned short bits) {
+    lineBytes = lineBytesOr<T>(lineBytes, width);
+    if (bits > kMaxDepth) {
+        return kInvalid;
+    }
+    if (mMode == VEK_WB_OFF) {
+        return kOk;
+    }
+    if (mMode == VEK_WB_AUTO || mMode == VEK_WB_ONCE) {
+        unsigned long status = UpdateHistgram(width, height, lineBytes, image);
+        if (status == kOk) {
+            status = UpdateAutoWhiteBalanceGain(colorArray, bits);
+        }
+        if (status != kOk) {
+            return status;
+        }
+        if (mMode == VEK_WB_ONCE) {
+            mMode = VEK_WB_MANUAL;
+        }
+    }
+    if (mwTableDepth != bits) {
+        for (std::size_t slot = 0; slot < kColourSlots; ++slot) {
+            if (bits > 8) {
+                UpdateTable(mwGain[slot], mpTable16(slot), bits);
+            } else {
+                UpdateTable(mwGain[slot], mpTable8(slot), bits);
+            }
+        }
+        mwTableDepth = bits;
+    }
+    if (std::all_of(mwGain.begin(), mwGain.end(), [](unsigned short gain) { return gain == kUnityGain; })) {
+        return kOk;
+    }
+    return ProcImage(width, height, lineBytes, colorArray, image);
+}
+
+unsigned long CWB::WBProcB(unsigned long width, unsigned long height, unsigned long lineBytes,
+                           unsigned short colorArray, unsigned char* image, unsigned short bits) {
+    return WBProc(width, height, lineBytes, colorArray, image, bits);
+}
+
+unsigned long CWB::WBProcW(unsigned long width, unsigned long height, unsigned long lineBytes,
+                           unsigned short colorArray, unsigned short* image, unsigned short bits) {
+    return WBProc(width, height, lineBytes, colorArray, image, bits);
+}
+
+unsigned long CWB::SetWBMode(unsigned char mode) {
+    mMode = mode;
+    return kOk;
+}
+
+unsigned long CWB::GetWBMode(unsigned char* mode) {
+    if (mode == nullptr) {
+        return kInvalid;
+    }
+    *mode = mMode;
+    return kOk;
+}
+
+unsigned long CWB::SetWBGain(const unsigned short* gains) {
+    if (gains == nullptr) {
+        return kInvalid;
+    }
+    for (std::size_t slot = 0; slot < kColourSlots; ++slot) {
+        mvSetGain(static_cast<EColourSlot>(slot), gains[slot]);
+    }
+    return kOk;
+}
+
+unsigned long CWB::GetWBGain(unsigned short* gains) {
+    if (gains != nullptr) {
+        std::copy(mwGain.begin(), mwGain.end(), gains);
+    }
+    return kOk;
+}
+
+} // namespace vek

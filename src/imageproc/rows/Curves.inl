@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: Apache-2.0
+// Samples through tables, one for even and one for odd columns.
+
+namespace vek::rows::VEK_ISA {
+namespace {
+
+// ---- plain loops: columns from .. width-1, from even ----
+
+template <class T>
+inline T lookUpOne(const T* table, T sample) {
+    if constexpr (sizeof(T) == 1) {
+        return table[sample];
+    } else {
+        constexpr T last = kCurveEntries<T> - 1;
+        return table[sample < last ? sample : last];
+    }
+}
+
+template <class T>
+inline void lookUpSpan(T* row, std::size_t from, std::size_t width, const T* even, const T* odd) {
+    std::size_t x = from;
+    for (; x + 1 < width; x += 2) {
+        row[x] = lookUpOne(even, row[x]);
+        row[x + 1] = lookUpOne(odd, row[x + 1]);
+    }
+    if (x < width) {
+        row[x] = lookUpOne(even, row[x]);
+    }
+}
+
+// lookUpBlocks works on the whole blocks of a row and returns how many columns those have. Blocks do not overlap: the
+// row is changed in place.
+
+#if defined(__AVX512VBMI__)
+
+/// 256 bytes, of which vpermi2b picks by the low seven bits of an index.
+struct SByteTable {
+    __m512i part[4];
+    explicit SByteTable(const std::uint8_t* table) {
+        for (unsigned i = 0; i < 4; ++i) {
+            part[i] = _mm512_loadu_si512(table + 64 * i);
+        }
+    }
+    __m512i LookUp(__m512i index, __mmask64 upperHalf) const {
+        const __m512i low = _mm512_permutex2var_epi8(part[0], index, part[1]);
+        const __m512i high = _mm512_permutex2var_epi8(part[2], index, part[3]);
+        return _mm512_mask_blend_epi8(upperHalf, low, high);
+    }
+};
+
+inline std::size_t lookUpBlocks(std::uint8_t* row, std::size_t width, const std::uint8_t* even,
+                                const std::uint8_t* odd) {
+    const SByteTable evenTable(even);
+    const SByteTable oddTable(odd);
+    std::size_t x = 0;
+    for (; x + 64 <= width; x += 64) {
+        const __m512i index = _mm512_loadu_si512(row + x);
+        const __mmask64 upperHalf = _mm512_movepi8_mask(index);
+        const __m512i result = _mm512_mask_blend_epi8(0xAAAAAAAAAAAAAAAA, evenTable.LookUp(index, upperHalf),
+                                                      oddTable.LookUp(index, upperHalf));
+        _mm512_storeu_si512(row + x, result);
+    }
+    return x;
+}
+
+#elif VEK_VECTOR_BYTES == 32
+
+/// 256 bytes as sixteen runs of sixteen, each in both halves of a vector.
+struct SByteTable {
+    __m256i run[16];
+    explicit SByteTable(const std::uint8_t* table) {
+        for (unsigned i = 0; i < 16; ++i) {
+            run[i] = _mm256_broadcastsi128_si256(_mm_loadu_si128((const __m128i*)(table + 16 * i)));
+        }
+    }
+    /// vpshufb gives 0 for an index with its highest bit set: the saturating sum sets it for all that is not in a run.
+    __m256i LookUp(__m256i index) const {
+        const __m256i outside = _mm256_set1_epi8(0x70);
+        const __m256i runLength = _mm256_set1_epi8(16);
+        __m256i result = _mm256_shuffle_epi8(run[0], _mm256_adds_epu8(index, outside));
+        for (unsigned i = 1; i < 16; ++i) {
+            index = _mm256_sub_epi8(index, runLength);
+            result = _mm256_or_si256(result, _mm256_shuffle_epi8(run[i], _mm256_adds_epu8(index, outside)));
+        }
+        return result;
+    }
+};
+
+inline std::size_t lookUpBlocks(std::uint8_t* row, std::size_t width, const std::uint8_t* even,
+                                const std::uint8_t* odd) {
+    const SByteTable evenTable(even);
+    const SByteTable oddTable(odd);
+    const __m256i lowBytes = _mm256_set1_epi16(0xFF);
+    std::size_t x = 0;
+    for (; x + 64 <= width; x += 64) {
+        auto* const at = (__m256i*)(row + x);
+        const __m256i a = _mm256_loadu_si256(at);
+        const __m256i b = _mm256_loadu_si256(at + 1);
+        // Even columns of both vectors to one, odd ones to another; what packing does to the order, unpacking undoes.
+        const __m256i evens =
+            evenTable.LookUp(_mm256_packus_epi16(_mm256_and_si256(a, lowBytes), _mm256_and_si256(b, lowBytes)));
+        const __m256i odds = oddTable.LookUp(_mm256_packus_epi16(_mm256_srli_epi16(a, 8), _mm256_srli_epi16(b, 8)));
+        _mm256_storeu_si256(at, _mm256_unpacklo_epi8(evens, odds));
+        _mm256_storeu_si256(at + 1, _mm256_unpackhi_epi8(evens, odds));
+    }
+    return x;
+}
+
+#elif defined(__ARM_NEON)
+
+/// 256 bytes, in fours of registers as tbl takes them. An index beyond 63 gives 0 (tbl) or what was there (tbx).
+struct SByteTable {
+    uint8x16x4_t part[4];
+    explicit SByteTable(const std::uint8_t* table) {
+        for (unsigned i = 0; i < 4; ++i) {
+            part[i] = vld1q_u8_x4(table + 64 * i);
+        }
+    }
+    uint8x16_t LookUp(uint8x16_t index) const {
+        const uint8x16_t partLength = vdupq_n_u8(64);
+        uint8x16_t result = vqtbl4q_u8(part[0], index);
+        for (unsigned i = 1; i < 4; ++i) {
+            index = vsubq_u8(index, partLength);
+            result = vqtbx4q_u8(result, part[i], index);
+        }
+        return result;
+    }
+};
+
+inline std::size_t lookUpBlocks(std::uint8_t* row, std::size_t width, const std::uint8_t* even,
+                                const std::uint8_t* odd) {
+    const SByteTable evenTable(even);
+    const SByteTable oddTable(odd);
+    std::size_t x = 0;
+    for (; x + 32 <= width; x += 32) {
+        uint8x16x2_t columns = vld2q_u8(row + x);
+        columns.val[0] = evenTable.LookUp(columns.val[0]);
+        columns.val[1] = oddTable.LookUp(columns.val[1]);
+        vst2q_u8(row + x, columns);
+    }
+    return x;
+}
+
+#else
+
+/// 16 bytes are too few for a table of 256: sixteen shuffles cost what sixteen loads do.
+inline std::size_t lookUpBlocks(std::uint8_t*, std::size_t, const std::uint8_t*, const std::uint8_t*) {
+    return 0;
+}
+
+#endif
+
+#if VEK_VECTOR_BYTES != 0
+
+/// Tables of words are too large for registers, and gathers are slower than loads: the vector limits the samples, each
+/// 64 bits of it are taken apart and put together again.
+inline std::size_t lookUpBlocks(std::uint16_t* row, std::size_t width, const std::uint16_t* even,
+                                const std::uint16_t* odd) {
+    constexpr std::uint16_t last = kCurveEntries<std::uint16_t> - 1;
+    std::size_t x = 0;
+    for (; x + kLanes<std::uint16_t> <= width; x += kLanes<std::uint16_t>) {
+        const Vec<std::uint16_t> samples = load(row + x);
+        const auto words = (Vec<std::uint64_t>)(samples < last ? samples : Vec<std::uint16_t>{} + last);
+        for (std::size_t i = 0; i < kLanes<std::uint64_t>; ++i) {
+            const std::uint64_t index = words[i];
+            const std::uint64_t low = even[index & 0xFFFF] | static_cast<std::uint64_t>(odd[index >> 16 & 0xFFFF])
+                                                                 << 16;
+            const std::uint64_t high = even[index >> 32 & 0xFFFF] | static_cast<std::uint64_t>(odd[index >> 48]) << 16;
+            const std::uint64_t result = low | high << 32;
+            __builtin_memcpy(row + x + 4 * i, &result, sizeof result);
+        }
+    }
+    return x;
+}
+
+#else
+
+inline std::size_t lookUpBlocks(std::uint16_t*, std::size_t, const std::uint16_t*, const std::uint16_t*) {
+    return 0;
+}
+
+#endif
+
+// ---- kernels ----
+
+template <class T>
+void lookUp(T* row, std::size_t width, const T* even, const T* odd) {
+    lookUpSpan(row, lookUpBlocks(row, width, even, odd), width, even, odd);
+}
+
+template <class T>
+constexpr SCurveRows<T> curveTable() {
+    return {lookUp<T>};
+}
+
+} // namespace
+} // namespace vek::rows::VEK_ISA

@@ -1,0 +1,286 @@
+// SPDX-License-Identifier: Apache-2.0
+// Mirrored and transposed images, by the size of a pixel.
+
+namespace vek::rows::VEK_ISA {
+namespace {
+
+/// A pixel of Bytes bytes anywhere in memory.
+template <std::size_t Bytes>
+struct SPixel {
+    std::uint8_t byte[Bytes];
+};
+
+template <std::size_t Bytes>
+inline SPixel<Bytes> loadPixel(const std::uint8_t* at) {
+    SPixel<Bytes> pixel;
+    __builtin_memcpy(&pixel, at, Bytes);
+    return pixel;
+}
+template <std::size_t Bytes>
+inline void storePixel(std::uint8_t* at, SPixel<Bytes> pixel) {
+    __builtin_memcpy(at, &pixel, Bytes);
+}
+template <std::size_t Bytes>
+inline void swapPixels(std::uint8_t* a, std::uint8_t* b) {
+    const SPixel<Bytes> pixel = loadPixel<Bytes>(a);
+    storePixel(a, loadPixel<Bytes>(b));
+    storePixel(b, pixel);
+}
+
+// ---- plain loops: pixels from .. to-1 ----
+
+template <std::size_t Bytes>
+inline void reverseSpan(const std::uint8_t* src, std::uint8_t* dst, std::size_t from, std::size_t width) {
+    for (std::size_t x = from; x < width; ++x) {
+        storePixel(dst + x * Bytes, loadPixel<Bytes>(src + (width - 1 - x) * Bytes));
+    }
+}
+
+/// Pixels from .. to-1 of a with those of b that are as far from its end.
+template <std::size_t Bytes>
+inline void exchangeSpan(std::uint8_t* a, std::uint8_t* b, std::size_t from, std::size_t to, std::size_t width) {
+    for (std::size_t x = from; x < to; ++x) {
+        swapPixels<Bytes>(a + x * Bytes, b + (width - 1 - x) * Bytes);
+    }
+}
+
+/// Columns 0 .. width-1 of source rows 0 .. height-1.
+template <std::size_t Bytes>
+inline void transposeSpan(const std::uint8_t* src, std::ptrdiff_t srcPitch, std::uint8_t* dst, std::ptrdiff_t dstPitch,
+                          std::size_t width, std::size_t height) {
+    for (std::size_t x = 0; x < width; ++x) {
+        std::uint8_t* const out = dst + static_cast<std::ptrdiff_t>(x) * dstPitch;
+        for (std::size_t y = 0; y < height; ++y) {
+            storePixel(out + y * Bytes, loadPixel<Bytes>(src + static_cast<std::ptrdiff_t>(y) * srcPitch + x * Bytes));
+        }
+    }
+}
+
+#if VEK_VECTOR_BYTES != 0
+
+// ---- 16 bytes at a time ----
+
+using Bytes16 = std::uint8_t __attribute__((vector_size(16)));
+
+inline Bytes16 load16(const std::uint8_t* p) {
+    Bytes16 v;
+    __builtin_memcpy(&v, p, sizeof v);
+    return v;
+}
+inline void store16(std::uint8_t* p, Bytes16 v) {
+    __builtin_memcpy(p, &v, sizeof v);
+}
+
+struct SBytes16 {
+    alignas(16) std::uint8_t byte[16];
+    Bytes16 vec() const { return load16(byte); }
+};
+template <class F>
+constexpr SBytes16 makeBytes16(F byteAt) {
+    SBytes16 bytes{};
+    for (std::size_t i = 0; i < 16; ++i) {
+        bytes.byte[i] = static_cast<std::uint8_t>(byteAt(i));
+    }
+    return bytes;
+}
+
+inline Bytes16 shuffle16(Bytes16 v, Bytes16 index) {
+#if defined(__ARM_NEON)
+    return vqtbl1q_u8(v, index);
+#else
+    return (Bytes16)_mm_shuffle_epi8((__m128i)v, (__m128i)index);
+#endif
+}
+
+/// Whole pixels in 16 bytes, and the bytes that they take.
+template <std::size_t Bytes>
+constexpr std::size_t kPixels16 = 16 / Bytes;
+template <std::size_t Bytes>
+constexpr std::size_t kUsed16 = kPixels16<Bytes>* Bytes;
+
+/// The last whole pixels of 16 bytes in reverse order, at the front; the rest is anything.
+template <std::size_t Bytes>
+inline Bytes16 reverseToFront(Bytes16 v) {
+    static constexpr SBytes16 kIndex = makeBytes16([](std::size_t i) {
+        const std::size_t pixel = i / Bytes;
+        return i < kUsed16<Bytes> ? 16 - (pixel + 1) * Bytes + i % Bytes : 0;
+    });
+    return shuffle16(v, kIndex.vec());
+}
+
+/// The first whole pixels of 16 bytes in reverse order, at the back; the rest is anything.
+template <std::size_t Bytes>
+inline Bytes16 reverseToBack(Bytes16 v) {
+    static constexpr SBytes16 kIndex = makeBytes16([](std::size_t i) {
+        constexpr std::size_t unused = 16 - kUsed16<Bytes>;
+        if (i < unused) {
+            return std::size_t{0};
+        }
+        const std::size_t pixel = (i - unused) / Bytes;
+        return (kPixels16<Bytes> - 1 - pixel) * Bytes + (i - unused) % Bytes;
+    });
+    return shuffle16(v, kIndex.vec());
+}
+
+/// Bytes of moved where whole pixels stand at the front (or the back), of kept elsewhere.
+template <std::size_t Bytes>
+inline Bytes16 mergeFront(Bytes16 moved, Bytes16 kept) {
+    static constexpr SBytes16 kFront = makeBytes16([](std::size_t i) { return i < kUsed16<Bytes> ? 255 : 0; });
+    const Bytes16 mask = kFront.vec();
+    return (moved & mask) | (kept & ~mask);
+}
+template <std::size_t Bytes>
+inline Bytes16 mergeBack(Bytes16 moved, Bytes16 kept) {
+    static constexpr SBytes16 kBack = makeBytes16([](std::size_t i) { return i >= 16 - kUsed16<Bytes> ? 255 : 0; });
+    const Bytes16 mask = kBack.vec();
+    return (moved & mask) | (kept & ~mask);
+}
+
+/// The pixels at the front of 16 bytes change places with those at the back of 16 others.
+template <std::size_t Bytes>
+inline void exchange16(std::uint8_t* front, std::uint8_t* back) {
+    const Bytes16 f = load16(front);
+    const Bytes16 b = load16(back);
+    store16(front, mergeFront<Bytes>(reverseToFront<Bytes>(b), f));
+    store16(back, mergeBack<Bytes>(reverseToBack<Bytes>(f), b));
+}
+
+// Pixels of a and b in turn: those of the low halves, and of the high ones.
+template <std::size_t Bytes>
+inline Bytes16 zipLow(Bytes16 a, Bytes16 b);
+template <std::size_t Bytes>
+inline Bytes16 zipHigh(Bytes16 a, Bytes16 b);
+
+#if defined(__ARM_NEON)
+#define VEK_ZIP(bytes, lanes, type, x86)                                                                               \
+    template <>                                                                                                        \
+    inline Bytes16 zipLow<bytes>(Bytes16 a, Bytes16 b) {                                                               \
+        return (Bytes16)vzip1q_##lanes((type)a, (type)b);                                                              \
+    }                                                                                                                  \
+    template <>                                                                                                        \
+    inline Bytes16 zipHigh<bytes>(Bytes16 a, Bytes16 b) {                                                              \
+        return (Bytes16)vzip2q_##lanes((type)a, (type)b);                                                              \
+    }
+#else
+#define VEK_ZIP(bytes, lanes, type, x86)                                                                               \
+    template <>                                                                                                        \
+    inline Bytes16 zipLow<bytes>(Bytes16 a, Bytes16 b) {                                                               \
+        return (Bytes16)_mm_unpacklo_##x86((__m128i)a, (__m128i)b);                                                    \
+    }                                                                                                                  \
+    template <>                                                                                                        \
+    inline Bytes16 zipHigh<bytes>(Bytes16 a, Bytes16 b) {                                                              \
+        return (Bytes16)_mm_unpackhi_##x86((__m128i)a, (__m128i)b);                                                    \
+    }
+#endif
+VEK_ZIP(1, u8, uint8x16_t, epi8)
+VEK_ZIP(2, u16, uint16x8_t, epi16)
+VEK_ZIP(4, u32, uint32x4_t, epi32)
+VEK_ZIP(8, u64, uint64x2_t, epi64)
+#undef VEK_ZIP
+
+/// A square of as many pixels as 16 bytes hold. Zipping each row with the one half the square further down moves one
+/// bit of the row's number into the column's; once for each bit, and rows are columns.
+template <std::size_t Bytes>
+inline void transposeTile(const std::uint8_t* src, std::ptrdiff_t srcPitch, std::uint8_t* dst,
+                          std::ptrdiff_t dstPitch) {
+    constexpr std::size_t n = kPixels16<Bytes>;
+    Bytes16 row[n];
+    for (std::size_t i = 0; i < n; ++i) {
+        row[i] = load16(src + static_cast<std::ptrdiff_t>(i) * srcPitch);
+    }
+    for (std::size_t bit = 1; bit < n; bit *= 2) {
+        Bytes16 zipped[n];
+        for (std::size_t i = 0; i < n / 2; ++i) {
+            zipped[2 * i] = zipLow<Bytes>(row[i], row[i + n / 2]);
+            zipped[2 * i + 1] = zipHigh<Bytes>(row[i], row[i + n / 2]);
+        }
+        for (std::size_t i = 0; i < n; ++i) {
+            row[i] = zipped[i];
+        }
+    }
+    for (std::size_t i = 0; i < n; ++i) {
+        store16(dst + static_cast<std::ptrdiff_t>(i) * dstPitch, row[i]);
+    }
+}
+
+#endif
+
+// ---- kernels ----
+
+template <std::size_t Bytes>
+void reverse(const std::uint8_t* src, std::uint8_t* dst, std::size_t width) {
+    std::size_t x = 0;
+#if VEK_VECTOR_BYTES != 0
+    // What a store writes beyond whole pixels the next one puts right.
+    for (; (width - x) * Bytes >= 16; x += kPixels16<Bytes>) {
+        store16(dst + x * Bytes, reverseToFront<Bytes>(load16(src + (width - x) * Bytes - 16)));
+    }
+#endif
+    reverseSpan<Bytes>(src, dst, x, width);
+}
+
+template <std::size_t Bytes>
+void reverseInPlace(std::uint8_t* row, std::size_t width) {
+    std::size_t x = 0;
+#if VEK_VECTOR_BYTES != 0
+    for (; x * 2 < width && (width - 2 * x) * Bytes >= 32; x += kPixels16<Bytes>) {
+        exchange16<Bytes>(row + x * Bytes, row + (width - x) * Bytes - 16);
+    }
+#endif
+    exchangeSpan<Bytes>(row, row, x, width / 2, width);
+}
+
+template <std::size_t Bytes>
+void exchangeReversed(std::uint8_t* a, std::uint8_t* b, std::size_t width) {
+    std::size_t x = 0;
+#if VEK_VECTOR_BYTES != 0
+    for (; (width - x) * Bytes >= 16; x += kPixels16<Bytes>) {
+        exchange16<Bytes>(a + x * Bytes, b + (width - x) * Bytes - 16);
+    }
+#endif
+    exchangeSpan<Bytes>(a, b, x, width, width);
+}
+
+template <std::size_t Bytes>
+void transpose(const std::uint8_t* src, std::ptrdiff_t srcPitch, std::uint8_t* dst, std::ptrdiff_t dstPitch,
+               std::size_t width, std::size_t height) {
+    // As many source rows as fill a cache line of a destination row: each line is then written at once.
+    constexpr std::size_t band = 64 / Bytes;
+    for (std::size_t y = 0; y < height; y += band) {
+        const std::size_t rows = height - y < band ? height - y : band;
+        const std::uint8_t* const from = src + static_cast<std::ptrdiff_t>(y) * srcPitch;
+        std::uint8_t* const to = dst + y * Bytes;
+        std::size_t x = 0;
+        std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+        if constexpr (kUsed16<Bytes> == 16) {
+            constexpr std::size_t n = kPixels16<Bytes>;
+            done = rows / n * n;
+            for (; done != 0 && x + n <= width; x += n) {
+                for (std::size_t i = 0; i < done; i += n) {
+                    transposeTile<Bytes>(from + static_cast<std::ptrdiff_t>(i) * srcPitch + x * Bytes, srcPitch,
+                                         to + static_cast<std::ptrdiff_t>(x) * dstPitch + i * Bytes, dstPitch);
+                }
+            }
+        }
+#endif
+        // Rows beyond the tiles, then columns beyond them.
+        transposeSpan<Bytes>(from + static_cast<std::ptrdiff_t>(done) * srcPitch, srcPitch, to + done * Bytes, dstPitch,
+                             x, rows - done);
+        transposeSpan<Bytes>(from + x * Bytes, srcPitch, to + static_cast<std::ptrdiff_t>(x) * dstPitch, dstPitch,
+                             width - x, rows);
+    }
+}
+
+#define VEK_BY_PIXEL(kernel)                                                                                           \
+    { kernel<1>, kernel<2>, kernel<3>, kernel<4>, kernel<6>, kernel<8> }
+
+constexpr SFlipRows flipTable() {
+    return {VEK_BY_PIXEL(reverse), VEK_BY_PIXEL(reverseInPlace), VEK_BY_PIXEL(exchangeReversed),
+            VEK_BY_PIXEL(transpose)};
+}
+
+#undef VEK_BY_PIXEL
+
+} // namespace
+} // namespace vek::rows::VEK_ISA
