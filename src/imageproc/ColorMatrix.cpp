@@ -3,9 +3,9 @@
 
 #include "VekTrgApi.h"
 #include "common/Image.h"
+#include "common/PixelFormat.h"
 #include "common/Saturate.h"
 #include "common/Status.h"
-#include "imageproc/ColourImage.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,10 +2,11 @@
 #include "imageproc/Gamma.h"
 
 #include "VekTrgApi.h"
+#include "common/Bayer.h"
 #include "common/Image.h"
+#include "common/PixelFormat.h"
 #include "common/Status.h"
-#include "imageproc/Bayer.h"
-#include "imageproc/ColourImage.h"
+#include "imageproc/ColorSpace.h"
 
 #include <algorithm>
 #include <cmath>

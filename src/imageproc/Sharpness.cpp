@@ -3,8 +3,9 @@
 
 #include "VekTrgApi.h"
 #include "common/Image.h"
+#include "common/PixelFormat.h"
 #include "common/Status.h"
-#include "imageproc/ColourImage.h"
+#include "imageproc/ColorSpace.h"
 
 #include <algorithm>
 #include <cstdlib>

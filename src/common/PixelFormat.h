@@ -2,7 +2,6 @@
 #pragma once
 
 #include "VekTrgApi.h"
-#include "imageproc/rows/RowTable.h"
 
 namespace vek {
 
@@ -30,7 +29,5 @@ constexpr bool isGreyOfWords(unsigned long pixelFormat) {
 constexpr bool isOfWords(unsigned long pixelFormat) {
     return isGreyOfWords(pixelFormat) || pixelFormat == VEK_DESTINATION_BGR48 || pixelFormat == VEK_DESTINATION_BGRX64;
 }
-
-inline constexpr rows::SLumaTables kLumaTables = {gpwB2Y, gpwG2Y, gpwR2Y};
 
 } // namespace vek
