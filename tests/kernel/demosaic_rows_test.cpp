@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every tier's demosaic rows against the scalar ones: same samples written, no others written, none read that the
 // scalar rows do not read.
-#include "imageproc/rows/RowDispatch.h"
+#include "kernel/TierTest.h"
 #include "support/GuardedBuffer.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <string>
 #include <vector>
 
 namespace vek::test {
@@ -109,15 +108,8 @@ void compare(const SRowTable& tier, Kernel kernel, std::size_t row, unsigned cha
     ASSERT_TRUE(got.CanaryIntact()) << tier.name << ' ' << nameOf(kernel) << " width " << width;
 }
 
-class DemosaicRows : public testing::TestWithParam<std::size_t> {
+class DemosaicRows : public CTierTest {
 protected:
-    void SetUp() override {
-        if (!rows::tier(GetParam()).usable) {
-            GTEST_SKIP() << "this machine has no " << rows::tier(GetParam()).table->name;
-        }
-    }
-    const SRowTable& table() const { return *rows::tier(GetParam()).table; }
-
     template <class T>
     void compareWidths(Kernel kernel, std::size_t first, std::size_t last, Pattern pattern, unsigned depth) {
         CRandom random(first * 1000 + depth);
@@ -196,8 +188,7 @@ TEST_P(DemosaicRows, EqualScalarAtEveryAddress) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Tiers, DemosaicRows, testing::Range(std::size_t{0}, rows::tierCount()),
-                         [](const auto& param) { return std::string(rows::tier(param.param).table->name); });
+VEK_FOR_EVERY_TIER(DemosaicRows);
 
 } // namespace
 } // namespace vek::test

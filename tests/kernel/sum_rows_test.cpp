@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every tier's sums, scalar included, against sums taken one pixel at a time, next to protected pages.
-#include "imageproc/rows/RowDispatch.h"
+#include "kernel/TierTest.h"
 #include "support/GuardedBuffer.h"
 #include "support/Random.h"
 
@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <string>
 #include <vector>
 
 namespace vek::test {
@@ -39,15 +38,8 @@ std::vector<std::uint8_t> pack(const std::vector<std::uint16_t>& pixels, unsigne
     return bytes;
 }
 
-class SumRows : public testing::TestWithParam<std::size_t> {
+class SumRows : public CTierTest {
 protected:
-    void SetUp() override {
-        if (!rows::tier(GetParam()).usable) {
-            GTEST_SKIP() << "this machine has no " << rows::tier(GetParam()).table->name;
-        }
-    }
-    const SRowTable& table() const { return *rows::tier(GetParam()).table; }
-
     template <class T>
     void CheckSamples(std::size_t width, Pattern pattern, Flush flush, std::uint64_t seed) {
         CRandom random(seed);
@@ -121,8 +113,7 @@ TEST_P(SumRows, EveryAddress) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Tiers, SumRows, testing::Range(std::size_t{0}, rows::tierCount()),
-                         [](const auto& param) { return std::string(rows::tier(param.param).table->name); });
+VEK_FOR_EVERY_TIER(SumRows);
 
 } // namespace
 } // namespace vek::test
