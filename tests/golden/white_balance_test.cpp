@@ -429,6 +429,14 @@ TEST_F(CGoldenWhiteBalance, AutomaticGainsOfWords) {
     EXPECT_EQ(ReadGains(), (Gains{256, 128, 128, 427}));
 }
 
+// Words above 12 bits enter the mean as they are, (1000 + 5000) / 2, and the saturated mean as 4095: 372 is the first
+// gain for which (1000 + 4095 x 128 / 372) / 2 x 372 / 128 reaches the greens' 3500.
+TEST_F(CGoldenWhiteBalance, AutomaticGainsOfWordsAboveTwelveBits) {
+    Set(kAuto, {1, 128, 128, 1});
+    Run<std::uint16_t>(4, 2, {1000, 3500, 5000, 3500, 3500, 3500, 3500, 3500}, kRGGB, 12);
+    EXPECT_EQ(ReadGains(), (Gains{372, 128, 128, 128}));
+}
+
 // Reading the gains into nothing is no error.
 TEST_F(CGoldenWhiteBalance, NullGainsAreIgnoredOnReading) {
     Set(kOnce, {1, 2, 3, 4});
