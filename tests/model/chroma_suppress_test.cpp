@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Chroma suppression against its model: formats, sizes, line lengths, settings; what is refused and what is kept.
 #include "api/VekImageProcLib.h"
-#include "imageproc/IChromaSuppress.h"
+#include "imageproc/ChromaSuppress.h"
+#include "imageproc/rows/RowDispatch.h"
 #include "support/ChromaSuppressModel.h"
 #include "support/InPlaceCheck.h"
 
@@ -31,18 +32,18 @@ unsigned long call(IChromaSuppress& module, const SInPlaceImage& image, unsigned
 template <class T>
 class CChromaSuppressModel : public ::testing::Test {
 protected:
-    CChromaSuppressModel() : mModule(makeChromaSuppress()) {}
+    CChromaSuppressModel() : mModule(makeChromaSuppress()), mpTested(mModule.get()) {}
 
     void Set(const SChromaSuppressModel& settings) {
         mSettings = settings;
-        ASSERT_EQ(mModule->SetLowStartLevel(settings.lowStart), 0U);
-        ASSERT_EQ(mModule->SetLowSlope(settings.lowSlope), 0U);
-        ASSERT_EQ(mModule->SetHighStartLevel(settings.highStart), 0U);
-        ASSERT_EQ(mModule->SetHighSlope(settings.highSlope), 0U);
+        ASSERT_EQ(mpTested->SetLowStartLevel(settings.lowStart), 0U);
+        ASSERT_EQ(mpTested->SetLowSlope(settings.lowSlope), 0U);
+        ASSERT_EQ(mpTested->SetHighStartLevel(settings.highStart), 0U);
+        ASSERT_EQ(mpTested->SetHighSlope(settings.highSlope), 0U);
     }
     ::testing::AssertionResult Run(const SInPlaceImage& image, unsigned long format, unsigned depth, Flush flush) {
         const ::testing::AssertionResult result = mCheck.Run(
-            image, depth, flush, [&](T* samples) { return call(*mModule, image, format, samples); },
+            image, depth, flush, [&](T* samples) { return call(*mpTested, image, format, samples); },
             [&](T* samples) {
                 return modelChromaSuppress(mSettings, image.width, image.height, image.lineBytes, format, samples);
             });
@@ -77,6 +78,7 @@ protected:
     }
 
     ChromaSuppressPtr mModule;
+    IChromaSuppress* mpTested;
     SChromaSuppressModel mSettings;
     CInPlaceCheck<T> mCheck{1UL << 16};
 };
@@ -224,6 +226,28 @@ TYPED_TEST(CChromaSuppressModel, NullImage) {
                                            SInPlaceImage{0, 0, samples, 0}, SInPlaceImage{0, ~0UL, samples, 0},
                                            SInPlaceImage{~0UL, 0, samples, 0}, SInPlaceImage{0, ~0UL, samples, 64}}) {
             EXPECT_EQ(call(*this->mModule, empty, format, none), 0U) << empty.width << " x " << empty.height;
+        }
+    }
+}
+
+// The module with the kernels of each instruction set that this machine has.
+TYPED_TEST(CChromaSuppressModel, EveryInstructionSet) {
+    const std::vector<unsigned> all = depths<TypeParam>();
+    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
+        if (!rows::tier(i).usable) {
+            continue;
+        }
+        SCOPED_TRACE(rows::tier(i).table->name);
+        CChromaSuppress module(*rows::tier(i).table);
+        this->mpTested = &module;
+        for (unsigned turn = 0; turn < 8; ++turn) {
+            for (unsigned long width = 1; width <= 70; ++width) {
+                const unsigned depth = all[width % all.size()];
+                const unsigned samples = 3 + turn % 2;
+                this->Set(this->RandomSettings(depth));
+                ASSERT_TRUE(this->Run(withLineBytes({width, 2, samples, 0}, turn, sizeof(TypeParam)),
+                                      this->Format(samples), depth, Flush::Right));
+            }
         }
     }
 }

@@ -334,6 +334,24 @@ TEST(CColorMatrixState, NullPointers) {
     EXPECT_EQ(matrix, (std::array<short, 12>{100, 0, 0, 0, 0, 100, 0, 0, 0, 0, 100, 0}));
 }
 
+// Null outputs of hue and saturation do no harm: a status that means something, and nothing is written half.
+TEST(CColorMatrixState, NullHueOutputsAreSafe) {
+    const ColorMatrixPtr module = makeColorMatrix();
+    EXPECT_EQ(module->SetHueSaturation(1, 450, 70), 0U);
+    unsigned char mode = 77;
+    short hue = 77;
+    unsigned short saturation = 77;
+    for (unsigned nulls = 1; nulls < 8; ++nulls) {
+        const unsigned long status =
+            module->GetHueSaturation((nulls & 1U) != 0 ? nullptr : &mode, (nulls & 2U) != 0 ? nullptr : &hue,
+                                     (nulls & 4U) != 0 ? nullptr : &saturation);
+        EXPECT_TRUE(status == 0 || status == kInvalid) << nulls;
+        EXPECT_TRUE(mode == 77 || (mode == 1 && status == 0)) << nulls;
+        EXPECT_TRUE(hue == 77 || (hue == 450 && status == 0)) << nulls;
+        EXPECT_TRUE(saturation == 77 || (saturation == 70 && status == 0)) << nulls;
+    }
+}
+
 // The caller's matrix is copied, and exactly 12 numbers of it.
 TEST(CColorMatrixState, MatrixIsCopied) {
     const ColorMatrixPtr module = makeColorMatrix();

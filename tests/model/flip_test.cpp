@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Mirror and rotation against the model: every pair of codes, sizes, samples a pixel, in place and into another buffer.
 #include "api/VekImageProcLib.h"
-#include "imageproc/IFlip.h"
+#include "imageproc/Flip.h"
+#include "imageproc/rows/RowDispatch.h"
 #include "support/FailingAllocations.h"
 #include "support/FlipModel.h"
 #include "support/GuardedBuffer.h"
@@ -65,7 +66,7 @@ unsigned long callRaw(IFlip& module, const SFlipCase& c, unsigned long* width, u
 template <class T>
 class CFlipModel : public ::testing::Test {
 protected:
-    CFlipModel() : mModule(makeFlip()) {}
+    CFlipModel() : mModule(makeFlip()), mpTested(mModule.get()) {}
 
     /// Buffers exactly as large as the images, flush with protected pages; a destination of a vertical mirror ends
     /// where the last sample is written.
@@ -106,8 +107,8 @@ protected:
         unsigned long height = c.height;
         unsigned short colorArray = c.colorArray;
 
-        const unsigned long status = c.bRaw ? callRaw(*mModule, c, &width, &height, src, dst, &colorArray)
-                                            : callBGR(*mModule, c, &width, &height, src, dst);
+        const unsigned long status = c.bRaw ? callRaw(*mpTested, c, &width, &height, src, dst, &colorArray)
+                                            : callBGR(*mpTested, c, &width, &height, src, dst);
 
         if (status != expectedStatus) {
             return Failure(c) << "status " << static_cast<long>(status);
@@ -136,12 +137,12 @@ protected:
         SFlipCase c{static_cast<unsigned char>(transform), 0, 0, 0, static_cast<unsigned short>(samples)};
         unsigned long width = size.width;
         unsigned long height = size.height;
-        const unsigned long status = callBGR(*mModule, c, &width, &height, image.data(), image.data());
+        const unsigned long status = callBGR(*mpTested, c, &width, &height, image.data(), image.data());
         EXPECT_EQ(width, size.height);
         EXPECT_EQ(height, size.width);
         if (samples == 1) {
             unsigned short colorArray = 3;
-            EXPECT_EQ(callRaw(*mModule, c, &width, &height, image.data(), image.data(), &colorArray), status);
+            EXPECT_EQ(callRaw(*mpTested, c, &width, &height, image.data(), image.data(), &colorArray), status);
             EXPECT_EQ(width, size.width);
             EXPECT_EQ(height, size.height);
             EXPECT_EQ(colorArray, 3);
@@ -161,6 +162,7 @@ protected:
     static constexpr TypedImage kImage = {1, 2, 3, 4, 5, 6};
     static constexpr std::size_t kCapacity = 1UL << 14;
     FlipPtr mModule;
+    IFlip* mpTested;
     CRandom mRandom{5150};
     CGuardedBuffer<T> mSrcLeft{kCapacity, Flush::Left};
     CGuardedBuffer<T> mSrcRight{kCapacity, Flush::Right};
@@ -220,6 +222,32 @@ TYPED_TEST(CFlipModel, EveryWidthTo130) {
                 ASSERT_TRUE(this->Run(c, kFlushes[width % 2], kFlushes[width / 2 % 2]));
                 std::swap(c.width, c.height);
                 ASSERT_TRUE(this->Run(c, kFlushes[width % 2], kFlushes[width / 2 % 2]));
+            }
+        }
+    }
+}
+
+// The module with the kernels of each instruction set that this machine has.
+TYPED_TEST(CFlipModel, EveryInstructionSet) {
+    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
+        if (!rows::tier(i).usable) {
+            continue;
+        }
+        SCOPED_TRACE(rows::tier(i).table->name);
+        CFlip module(*rows::tier(i).table);
+        this->mpTested = &module;
+        for (unsigned long width = 1; width <= 70; ++width) {
+            for (const SCodes& codes : kCodes) {
+                for (const unsigned samples : {1U, 3U, 4U}) {
+                    const SFlipCase c{codes.mirror,
+                                      codes.rotation,
+                                      width,
+                                      1 + width * samples % 37,
+                                      static_cast<unsigned short>(samples),
+                                      samples == 1,
+                                      width / 2 % 2 == 0};
+                    ASSERT_TRUE(this->Run(c, kFlushes[width % 2], kFlushes[width / 3 % 2]));
+                }
             }
         }
     }

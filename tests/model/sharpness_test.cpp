@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sharpness against its model: formats, depths, sizes, line lengths, settings; what is refused and what is kept.
 #include "api/VekImageProcLib.h"
-#include "imageproc/ISharpness.h"
+#include "imageproc/Sharpness.h"
+#include "imageproc/rows/RowDispatch.h"
 #include "support/FailingAllocations.h"
 #include "support/InPlaceCheck.h"
 #include "support/SharpnessModel.h"
@@ -37,13 +38,13 @@ unsigned long call(ISharpness& module, const SInPlaceImage& image, unsigned long
 template <class T>
 class CSharpnessModel : public ::testing::Test {
 protected:
-    CSharpnessModel() : mModule(makeSharpness()) {}
+    CSharpnessModel() : mModule(makeSharpness()), mpTested(mModule.get()) {}
 
     void Set(unsigned mode, unsigned gain, unsigned coring) {
         mModel.SetMode(static_cast<unsigned char>(mode), static_cast<unsigned short>(gain),
                        static_cast<unsigned short>(coring));
-        ASSERT_EQ(mModule->SetMode(static_cast<unsigned char>(mode), static_cast<unsigned short>(gain),
-                                   static_cast<unsigned short>(coring)),
+        ASSERT_EQ(mpTested->SetMode(static_cast<unsigned char>(mode), static_cast<unsigned short>(gain),
+                                    static_cast<unsigned short>(coring)),
                   0U);
     }
     /// Gains whose corrections stay small, reach the ends or exceed a byte; corings from none to beyond the table.
@@ -63,7 +64,7 @@ protected:
     ::testing::AssertionResult Run(const SInPlaceImage& image, unsigned long format, unsigned bits, unsigned depth,
                                    Flush flush) {
         const ::testing::AssertionResult result = mCheck.Run(
-            image, depth, flush, [&](T* samples) { return call(*mModule, image, format, samples, bits); },
+            image, depth, flush, [&](T* samples) { return call(*mpTested, image, format, samples, bits); },
             [&](T* samples) {
                 return modelSharpness(mModel, image.width, image.height, image.lineBytes, format, samples, bits);
             });
@@ -85,6 +86,7 @@ protected:
     }
 
     SharpnessPtr mModule;
+    ISharpness* mpTested;
     SSharpnessModel mModel;
     CInPlaceCheck<T> mCheck{1UL << 16};
 };
@@ -299,6 +301,27 @@ TEST(CSharpnessDeepSamples, AreSafe) {
             const bool bInner = row > 0 && row + 1 < height && column > 0 && column + 1 < width;
             if (!bInner || (samples == 4 && i % stride % 4 == 3)) {
                 ASSERT_EQ(image[i], before[i]) << "sample " << i;
+            }
+        }
+    }
+}
+
+// The module with the kernels of each instruction set that this machine has.
+TYPED_TEST(CSharpnessModel, EveryInstructionSet) {
+    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
+        if (!rows::tier(i).usable) {
+            continue;
+        }
+        SCOPED_TRACE(rows::tier(i).table->name);
+        CSharpness module(*rows::tier(i).table);
+        this->mpTested = &module;
+        unsigned turn = 0;
+        for (unsigned long width = 3; width <= 70; ++width) {
+            for (const unsigned samples : {1U, 3U, 4U}) {
+                this->SetRandom();
+                const unsigned bits = this->Bits(++turn);
+                ASSERT_TRUE(this->Run(withLineBytes({width, 4, samples, 0}, turn / 3, sizeof(TypeParam)),
+                                      this->Format(samples, bits, turn), bits, bits, Flush::Right));
             }
         }
     }
