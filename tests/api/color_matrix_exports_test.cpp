@@ -219,9 +219,9 @@ TEST_F(CColorMatrixExports, NullImage) {
 // Formats of words at 8 bits: the first step takes the image for bytes, then the second refuses.
 TEST_F(CColorMatrixExports, WordFormatsAtEightBits) {
     SetMatrix(255, kIdentity);
-    unsigned char image[12] = {1, 2, 3, 4, 5, 6, 50, 51, 7, 8, 9, 10};
+    unsigned char image[14] = {1, 2, 3, 4, 5, 6, 50, 51, 7, 8, 9, 10, 11, 12}; // lines of 8 bytes
     EXPECT_EQ(Call(2, 2, 256, image, 8), -22);
-    const unsigned char raised[12] = {2, 3, 4, 5, 6, 7, 50, 51, 8, 9, 10, 11};
+    const unsigned char raised[14] = {2, 3, 4, 5, 6, 7, 50, 51, 8, 9, 10, 11, 12, 13};
     EXPECT_TRUE(std::equal(std::begin(image), std::end(image), std::begin(raised)));
     SetMatrix(0, nullptr);
     EXPECT_EQ(Call(2, 2, 256, image, 8), -22);

@@ -343,7 +343,7 @@ TEST(CSharpnessState, GetModeGivesWhatWasSet) {
         const auto newGain = static_cast<unsigned short>(turn % 7 == 0 ? 65535 : random.Next());
         const auto newCoring = static_cast<unsigned short>(turn % 5 == 0 ? 65535 : random.Next());
         ASSERT_EQ(module->SetMode(newMode, newGain, newCoring), 0U);
-        std::uint8_t pixels[9] = {};
+        std::uint8_t pixels[11] = {}; // lines of 4 bytes
         module->ProcessB(3, 3, 0, turn % 2, pixels, 8);
         ASSERT_EQ(module->GetMode(&mode, &gain, &coring), 0U);
         ASSERT_EQ(mode, newMode);
