@@ -235,7 +235,7 @@ TYPED_TEST(CSharpnessModel, NullImageOfNoPixels) {
 // Work memory that no machine has; the formats are judged only after it, so either refusal is right for a wrong one.
 TYPED_TEST(CSharpnessModel, NoMemory) {
     this->Set(1, 100, 0);
-    for (const unsigned long width : {1UL << 50, 1UL << 60, 1UL << 61, 1UL << 62, 1UL << 63, ~0UL, ~0UL / 10 + 1,
+    for (const unsigned long width : {1UL << 50, 1UL << 59, 1UL << 61, 1UL << 62, 1UL << 63, ~0UL, ~0UL / 10 + 1,
                                       ~0UL / 10 + 2, 0x3333333333333334UL}) {
         for (const unsigned samples : {1U, 3U, 4U}) {
             const unsigned bits = this->Bits(samples);
