@@ -111,6 +111,8 @@ protected:
 using SampleTypes = ::testing::Types<std::uint8_t, std::uint16_t>;
 TYPED_TEST_SUITE(CColorMatrixTest, SampleTypes);
 
+using CColorMatrixWords = CColorMatrixTest<std::uint16_t>;
+
 constexpr std::array<short, 12> kMatrix = {120, -10, -10, 250, -20, 140, -20, -300, 0, -35, 135, 99};
 
 } // namespace
@@ -198,6 +200,27 @@ TYPED_TEST(CColorMatrixTest, EveryValue) {
         ASSERT_EQ(this->mModel.Process(count, 1, 0, 4, expected.data(), bits), 0U);
         ASSERT_EQ(call(*this->mpTested, {count, 1, 3, 0}, 4, image.data(), bits), 0U);
         ASSERT_EQ(image, expected) << input;
+    }
+}
+
+// Every entry of the tables under many settings: where an entry falls next to a whole number, the order of operations
+// and their precision decide it.
+TEST_F(CColorMatrixWords, EveryEntryUnderManySettings) {
+    constexpr unsigned long kCount = 4096;
+    for (unsigned turn = 0; turn < 30; ++turn) {
+        SetMatrix(turn % 3 == 0 ? 0 : 255, kMatrix);
+        SetHue(1, static_cast<int>(turn * 119) - 1800, 40 + turn * 37);
+        for (unsigned input = 0; input < 3; ++input) {
+            // The other inputs are high, so that falling sums show as well.
+            std::vector<std::uint16_t> image(3 * kCount, std::uint16_t{3000});
+            for (unsigned long i = 0; i < kCount; ++i) {
+                image[3 * i + input] = static_cast<std::uint16_t>(i);
+            }
+            std::vector<std::uint16_t> expected = image;
+            ASSERT_EQ(mModel.Process(kCount, 1, 0, 256, expected.data(), 16), 0U);
+            ASSERT_EQ(call(*mpTested, {kCount, 1, 3, 0}, 256, image.data(), 16), 0U);
+            ASSERT_EQ(image, expected) << "hue " << mModel.hue << ", input " << input;
+        }
     }
 }
 

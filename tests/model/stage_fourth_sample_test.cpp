@@ -17,9 +17,9 @@ namespace vek::test {
 
 namespace {
 
-constexpr unsigned long kWidth = 128;
-constexpr unsigned long kHeight = 4;
-constexpr int kFrames = 200;
+constexpr unsigned long kWidth = 64;
+constexpr unsigned long kHeight = 3;
+constexpr int kFrames = 2500;
 
 /// Writes of another thread to the fourth samples that got lost while stage(image) ran on ever new frames.
 template <class T, class Stage>
