@@ -229,7 +229,9 @@ unsigned long CFlip::Flip(unsigned char transform, unsigned long width, unsigned
                          pixelBytes};
     if (rotation && images.inPlace()) {
         unsigned long size = 0;
-        void* const copy = __builtin_mul_overflow(lineBytes, height, &size) ? nullptr : GetTmpBuffer(size);
+        const bool tooLarge =
+            __builtin_mul_overflow(pixelBytes, width, &size) || __builtin_mul_overflow(lineBytes, height, &size);
+        void* const copy = tooLarge ? nullptr : GetTmpBuffer(size);
         if (copy == nullptr) {
             return kNoMemory;
         }

@@ -8,6 +8,7 @@
 #include "imageproc/ColorSpace.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -28,7 +29,8 @@ using Work = std::unique_ptr<void, SFree>;
 
 /// Null when memory runs out.
 Work makeWork(unsigned long width) {
-    if (width > std::numeric_limits<unsigned long>::max() / kWorkBytesPerColumn) {
+    // malloc takes sizes of a ptrdiff_t.
+    if (width > static_cast<unsigned long>(std::numeric_limits<std::ptrdiff_t>::max()) / kWorkBytesPerColumn) {
         return nullptr;
     }
     return Work(std::malloc(std::max(width * kWorkBytesPerColumn, 1UL)));
