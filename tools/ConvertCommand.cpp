@@ -8,6 +8,8 @@
 #include "Names.h"
 #include "Options.h"
 #include "PngOutput.h"
+#include "StageOptions.h"
+#include "Stages.h"
 
 #include <fmt/format.h>
 
@@ -36,6 +38,7 @@ struct SConvertArguments {
     bool display = false;
     std::optional<unsigned> black;
     std::optional<unsigned> white;
+    SStages stages;
 };
 
 /// What the arguments mean once they are known to fit together.
@@ -61,6 +64,11 @@ unsigned short checkedColorArray(const SConvertArguments& arguments, const STran
     return colorArray;
 }
 
+/// Depth of the picture in front of the display rendering.
+unsigned short pictureDepth(const SConvertArguments& arguments, const STransferFormat& format) {
+    return arguments.stages.any() ? kStagesDepth : libraryDepth(format);
+}
+
 void checkLevels(const SConvertArguments& arguments, const STransferFormat& format) {
     const unsigned largest = maxSample(format.depth);
     const unsigned black = arguments.black.value_or(0);
@@ -69,7 +77,7 @@ void checkLevels(const SConvertArguments& arguments, const STransferFormat& form
         throw CBadArguments(fmt::format("--black and --white: format {} has samples 0 to {}", format.name, largest));
     }
     // Both are shifted down with the samples and have to stay apart.
-    const int shift = format.depth - libraryDepth(format);
+    const int shift = format.depth - pictureDepth(arguments, format);
     if (black >> shift >= white >> shift) {
         throw CBadArguments(fmt::format("--black {} is not below --white {}", black, white));
     }
@@ -89,7 +97,9 @@ SConversion checked(const SConvertArguments& arguments) {
             fmt::format("method {} needs {} x {} pixels or more", methodName(conversion.method), smallest, smallest));
     }
     checkLevels(arguments, *conversion.format);
-    const bool bytesByDefault = conversion.format->depth == 8 || arguments.display;
+    const bool grey = conversion.colorArray == VEK_COLOR_ARRAY_MONO || conversion.method == VEK_DEMOSAIC_MONO;
+    checkStages(arguments.stages, arguments.width, arguments.height, conversion.colorArray, grey);
+    const bool bytesByDefault = pictureDepth(arguments, *conversion.format) == 8 || arguments.display;
     conversion.bitsOut = static_cast<unsigned short>(arguments.bitsOut != 0 ? arguments.bitsOut
                                                      : bytesByDefault       ? 8
                                                                             : 16);
@@ -114,9 +124,16 @@ void convert(const SConvertArguments& arguments) {
     const SConversion conversion = checked(arguments);
     const std::uint64_t size = frameBytes(*conversion.format, arguments.width, arguments.height);
     const std::vector<std::uint8_t> bytes = readBytes(arguments.input, arguments.offset + arguments.frame * size, size);
-    const SRawFrame frame =
-        rawFrame(bytes, *conversion.format, arguments.width, arguments.height, conversion.colorArray);
-    const SImage image = CLibraryHandle(-1).Demosaic(frame, conversion.method);
+    SRawFrame frame = rawFrame(bytes, *conversion.format, arguments.width, arguments.height, conversion.colorArray);
+    const CLibraryHandle library(-1);
+    const SStages& stages = arguments.stages;
+    if (stages.any()) {
+        frame = afterRawStages(library, stages, frame);
+    }
+    SImage image = library.Demosaic(frame, conversion.method);
+    if (stages.any()) {
+        runPictureStages(library, stages, image);
+    }
     const SImage result =
         arguments.display ? displayed(image, arguments, conversion) : scaledToDepth(image, conversion.bitsOut);
     writePng(arguments.output, result, arguments.display);
@@ -158,7 +175,7 @@ void addConvertCommand(CLI::App& app) {
     command
         ->add_option("--bits-out", arguments->bitsOut,
                      "Bits of a sample in the PNG file; by default 8 for 8-bit formats and with\n"
-                     "--display, else 16. Samples are scaled to the whole range")
+                     "--display or an image stage, else 16. Samples are scaled to the whole range")
         ->check(CLI::IsMember({8, 16}).description("8|16"));
     command->add_option("--src-offset", arguments->offset, "Bytes in front of the first frame, 0 by default")
         ->check(range(0, kMaxOffset));
@@ -174,6 +191,7 @@ void addConvertCommand(CLI::App& app) {
         ->add_option("--white", arguments->white,
                      "Sensor level of white; without it the bright end of the picture decides")
         ->needs(display);
+    addStageOptions(*command, arguments->stages);
     command->callback([arguments] { convert(*arguments); });
 }
 

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 namespace vek::tools {
 
@@ -85,13 +86,6 @@ std::vector<std::uint8_t> readFrom(int fd, const std::string& name, std::uint64_
     return data;
 }
 
-template <class T>
-std::vector<T> withSpareSample(std::vector<T> samples, std::uint32_t width, std::size_t pixels) {
-    // What lies behind an odd width's last row: its left neighbour, so that a mean of the two changes nothing.
-    samples.push_back(width > 1 ? samples[pixels - 2] : samples[pixels - 1]);
-    return samples;
-}
-
 } // namespace
 
 std::vector<std::uint8_t> readBytes(const std::string& path, std::uint64_t offset, std::uint64_t size) {
@@ -113,7 +107,8 @@ SRawFrame rawFrame(std::span<const std::uint8_t> bytes, const STransferFormat& f
         std::vector<std::uint8_t> samples;
         samples.reserve(pixels + 1);
         samples.assign(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(pixels));
-        frame.samples = withSpareSample(std::move(samples), width, pixels);
+        appendSpareSample(samples, width);
+        frame.samples = std::move(samples);
         return frame;
     }
     const std::uint16_t largest = maxSample(format.depth);
@@ -124,7 +119,8 @@ SRawFrame rawFrame(std::span<const std::uint8_t> bytes, const STransferFormat& f
         const auto word = static_cast<std::uint16_t>(bytes[2 * i] | (bytes[2 * i + 1] << 8));
         samples.push_back(static_cast<std::uint16_t>(std::min(word, largest) >> shift));
     }
-    frame.samples = withSpareSample(std::move(samples), width, pixels);
+    appendSpareSample(samples, width);
+    frame.samples = std::move(samples);
     return frame;
 }
 

@@ -18,6 +18,13 @@ struct SRawFrame {
     std::variant<std::vector<std::uint8_t>, std::vector<std::uint16_t>> samples;
 };
 
+/// Appends to a frame's samples the one that is read behind the image, where the width is odd: the left neighbour of
+/// the last row's end, so that a mean of the two changes nothing.
+template <class T>
+void appendSpareSample(std::vector<T>& samples, std::uint32_t width) {
+    samples.push_back(width > 1 ? samples[samples.size() - 2] : samples.back());
+}
+
 /// A grey or a colour image, rows without padding; colour is red, green, blue as image files have it.
 struct SImage {
     std::uint32_t width = 0;

@@ -2,40 +2,14 @@
 #include "LibraryHandle.h"
 
 #include "Errors.h"
+#include "LibraryRows.h"
 #include "Names.h"
 
 #include <fmt/format.h>
 
-#include <algorithm>
-
 namespace vek::tools {
 
 namespace {
-
-/// Bytes of a destination row: the library pads to a multiple of 4.
-std::size_t paddedRowBytes(std::size_t bytes) {
-    return (bytes + 3) / 4 * 4;
-}
-
-/// The rows of the library's blue-green-red or grey output, without padding and as red-green-blue.
-template <class T>
-void takeRows(const std::vector<T>& padded, std::size_t pitchSamples, SImage& image) {
-    const std::size_t rowSamples = image.rowSamples();
-    image.samples.resize(rowSamples * image.height);
-    for (std::size_t y = 0; y < image.height; ++y) {
-        const T* const src = padded.data() + y * pitchSamples;
-        std::uint16_t* const dst = image.samples.data() + y * rowSamples;
-        if (image.channels == 1) {
-            std::copy(src, src + rowSamples, dst);
-            continue;
-        }
-        for (std::size_t i = 0; i < rowSamples; i += 3) {
-            dst[i] = src[i + 2];
-            dst[i + 1] = src[i + 1];
-            dst[i + 2] = src[i];
-        }
-    }
-}
 
 /// The bilinear method never writes the third colour of an odd height's last row (an even one, so it starts the
 /// colour array's cell); the row above has it.
@@ -69,8 +43,7 @@ SImage CLibraryHandle::Demosaic(const SRawFrame& frame, unsigned char method) co
 
     std::visit(
         [&]<class T>(const std::vector<T>& samples) {
-            const std::size_t pitchSamples = paddedRowBytes(image.rowSamples() * sizeof(T)) / sizeof(T);
-            std::vector<T> output(pitchSamples * image.height);
+            std::vector<T> output(paddedRowSamples<T>(image) * image.height);
             const int status = VekCam_ColorInterpolation(mHandle, frame.width, frame.height, frame.colorArray,
                                                          samples.data(), output.data(), method, format, frame.depth);
             if (status != VEK_OK) {
@@ -78,7 +51,7 @@ SImage CLibraryHandle::Demosaic(const SRawFrame& frame, unsigned char method) co
                                            frame.width, frame.height, colorArrayName(frame.colorArray),
                                            methodName(method), status));
             }
-            takeRows(output, pitchSamples, image);
+            takeLibraryRows(output, image);
         },
         frame.samples);
     if (!grey && method == VEK_DEMOSAIC_BILINEAR_SIMPLE && frame.height % 2 != 0) {

@@ -140,7 +140,7 @@ INSTANTIATE_TEST_SUITE_P(
         convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--display", "--black", "9", "--white", "9"}, "not below"),
         convertBad({"-W", "2", "-H", "2", "-f", "mono16", "--display", "--black", "1", "--white", "9"}, "not below"),
         convertBad({"-W", "2", "-H", "2", "-f", "mono8", "second.raw"}, "second.raw"),
-        convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--rotate"}, "--rotate")));
+        convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--paint"}, "--paint")));
 
 TEST(ConvertFormats, ThoseThatTheLibraryCannotConvertAreNamed) {
     for (const char* const format : {"raw10p", "raw12p", "mono10p", "mono12p", "bgr8", "bgr10", "ycrcb411", "ycrcb422",

@@ -52,10 +52,12 @@ INSTANTIATE_TEST_SUITE_P(
             {"demo", "--help"},
             {"--help", "--output", "demo-output", "--frames", "--model", "global-1m", "--seed", "--width", "--height"}},
         SHelp{{"convert", "--help"},
-              {"--help",        "IN",        "--width",  "--height", "--format", "--colour-array",
-               "--color-array", "--method",  "--output", "--frame",  "--black",  "--bits-out",
-               "--src-offset",  "--display", "--white",  "shifted",  "raw8",     "mono16",
-               "rggb",          "bilinear",  "nearest",  "bits-out"}}));
+              {"--help",         "IN",        "--width",      "--height",   "--format",     "--colour-array",
+               "--color-array",  "--method",  "--output",     "--frame",    "--black",      "--bits-out",
+               "--src-offset",   "--display", "--white",      "shifted",    "raw8",         "mono16",
+               "rggb",           "bilinear",  "nearest",      "bits-out",   "--wb",         "--raw-gamma",
+               "--mirror",       "--rotate",  "--matrix",     "--hue",      "--saturation", "--suppress-high",
+               "--suppress-low", "--gamma",   "--brightness", "--contrast", "--sharpness",  "8 bits deep"}}));
 
 TEST(Version, NamesProgramAndLibrary) {
     const SResult result = runVekcam({"--version"});
