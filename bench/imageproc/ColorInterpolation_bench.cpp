@@ -27,20 +27,9 @@ std::size_t trafficOf(unsigned channels) {
 }
 
 template <class T>
-std::vector<T> makeRaw() {
-    std::vector<T> raw(kWidth * kHeight + 1);
-    std::uint32_t state = 1;
-    for (T& sample : raw) {
-        state = state * 1664525U + 1013904223U;
-        sample = static_cast<T>(state >> (sizeof(T) == 1 ? 24 : 20));
-    }
-    return raw;
-}
-
-template <class T>
 void demosaic(benchmark::State& state, const rows::SRowTable* table, unsigned char method, unsigned short channels) {
     CColorInterpolation module(*table);
-    std::vector<T> src = makeRaw<T>();
+    std::vector<T> src = makeSamples<T>(kWidth * kHeight + 1);
     std::vector<T> dst(kWidth * kHeight * channels);
     for (auto _ : state) {
         if constexpr (sizeof(T) == 1) {
