@@ -11,6 +11,7 @@
 #include "PngOutput.h"
 #include "ProgressBar.h"
 #include "SimulatedCamera.h"
+#include "TextOutput.h"
 
 #include <fmt/format.h>
 
@@ -41,8 +42,11 @@ struct SDemoArguments {
     std::uint64_t seed = 1;
     std::optional<unsigned> width;
     std::optional<unsigned> height;
+    bool noNoise = false;
+    bool raw = false;
 };
 
+/// A file that was written.
 struct SPicture {
     std::string path;
     std::string explanation;
@@ -65,6 +69,12 @@ std::shared_ptr<sim::CSimulatedDriver> makeDriver(const SDemoArguments& argument
     sensor.width = arguments.width.value_or(sensor.width);
     sensor.height = arguments.height.value_or(sensor.height);
     sensor.seed = arguments.seed;
+    if (arguments.noNoise) {
+        sensor.photonNoise = false;
+        sensor.readNoiseElectrons = 0;
+        sensor.photoResponseSpread = 0;
+        sensor.darkCurrentSpread = 0;
+    }
     auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensor);
     driver->SetExposureTime(kStartSeconds);
     return driver;
@@ -124,10 +134,12 @@ public:
             CFrameGrabber bytes(mCamera.Fd(), mCamera.Name(), *findTransferFormat("raw8"));
             for (unsigned i = 1; i <= mArguments.frames; ++i) {
                 mvShowFrame(bytes.Grab(), i);
+                mvKeepRaw(bytes, fmt::format("frame{}.raw", i));
                 progress.Advance();
             }
             CFrameGrabber words(mCamera.Fd(), mCamera.Name(), *findTransferFormat("raw12"));
             mvShowDeepFrame(words.Grab());
+            mvKeepRaw(words, "deep.raw");
             progress.Advance();
         }
         mvTellPictures();
@@ -184,7 +196,7 @@ private:
     }
 
     void mvWrite(const std::string& file, const SImage& image, unsigned short depth, const std::string& explanation) {
-        const std::string path = (std::filesystem::path(mArguments.directory) / file).string();
+        const std::string path = mPathOf(file);
         writePng(path, renderForDisplay(image, mLevels(mLook, image.depth), mLook.gains, depth), true);
         mPictures.push_back({path, explanation});
     }
@@ -212,15 +224,39 @@ private:
                      : "a 12-bit frame, bilinear, as a 16-bit picture: finer steps in the shadows");
     }
 
-    void mvTellPictures() const {
+    std::string mPathOf(const std::string& file) const {
+        return (std::filesystem::path(mArguments.directory) / file).string();
+    }
+
+    /// Writes the grabber's last frame as the camera sent it.
+    void mvKeepRaw(const CFrameGrabber& grabber, const std::string& file) {
+        if (!mArguments.raw) {
+            return;
+        }
+        const std::string path = mPathOf(file);
+        writeBytes(path, grabber.Bytes());
+        mRawFrames.push_back({path, fmt::format("-W {} -H {} -f {} -a {}", grabber.Width(), grabber.Height(),
+                                                grabber.Format().name, colorArrayName(grabber.ColorArray()))});
+    }
+
+    static std::string mListOf(const std::vector<SPicture>& pictures) {
         std::size_t widest = 0;
-        for (const SPicture& picture : mPictures) {
+        for (const SPicture& picture : pictures) {
             widest = std::max(widest, picture.path.size());
         }
+        std::string text;
+        for (const SPicture& picture : pictures) {
+            text += fmt::format("  {:<{}}  {}\n", picture.path, widest, picture.explanation);
+        }
+        return text;
+    }
+
+    void mvTellPictures() const {
         std::string text = fmt::format("\n{} pictures, balanced on the chart's grey patches and with the sRGB curve:\n",
                                        mPictures.size());
-        for (const SPicture& picture : mPictures) {
-            text += fmt::format("  {:<{}}  {}\n", picture.path, widest, picture.explanation);
+        text += mListOf(mPictures);
+        if (!mRawFrames.empty()) {
+            text += "\nRaw frames, and what `vekcam convert` is told of them:\n" + mListOf(mRawFrames);
         }
         std::fputs(text.c_str(), stdout);
     }
@@ -231,6 +267,7 @@ private:
     CLibraryHandle mHandle;
     SLook mLook;
     std::vector<SPicture> mPictures;
+    std::vector<SPicture> mRawFrames;
 };
 
 } // namespace
@@ -252,9 +289,13 @@ void addDemoCommand(CLI::App& app) {
     command->add_option("--seed", arguments->seed, "Seed of the sensor's noise")
         ->capture_default_str()
         ->check(CLI::NonNegativeNumber);
+    command->add_flag("--no-noise", arguments->noNoise, "A perfect sensor: no noise and no fixed pattern")
+        ->disable_flag_override();
     // Smaller charts show nothing any more; larger sensors only take time.
     command->add_option("--width", arguments->width, "Pixels of a row; the model's by default")->check(range(64, 8192));
     command->add_option("--height", arguments->height, "Rows; the model's by default")->check(range(64, 8192));
+    command->add_flag("--raw", arguments->raw, "Keep the raw frames, too, as files for `vekcam convert`")
+        ->disable_flag_override();
     command->callback([arguments] { CDemo(*arguments).Run(); });
 }
 

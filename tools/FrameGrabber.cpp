@@ -39,7 +39,7 @@ std::span<const std::uint8_t> CFrameGrabber::Next() {
 }
 
 SRawFrame CFrameGrabber::Grab() {
-    return rawFrame(Next(), mFormat, Width(), Height(), static_cast<unsigned short>(mInfo.colorArray));
+    return rawFrame(Next(), mFormat, Width(), Height(), ColorArray());
 }
 
 } // namespace vek::tools

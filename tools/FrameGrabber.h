@@ -22,10 +22,13 @@ public:
     std::span<const std::uint8_t> Next();
     /// The next frame as the demosaicing takes it. Throws CFailure.
     SRawFrame Grab();
+    /// The bytes of the frame that was taken last.
+    std::span<const std::uint8_t> Bytes() const { return mBytes; }
 
     std::uint32_t Width() const { return static_cast<std::uint32_t>(mInfo.width); }
     std::uint32_t Height() const { return static_cast<std::uint32_t>(mInfo.height); }
     const STransferFormat& Format() const { return mFormat; }
+    unsigned short ColorArray() const { return static_cast<unsigned short>(mInfo.colorArray); }
 
 private:
     int mFd;

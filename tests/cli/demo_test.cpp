@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <set>
 
 namespace vek::test {
@@ -106,6 +107,38 @@ TEST_F(Demo, SeedDecidesTheNoise) {
     Run({"--frames", "1", "--seed", "8"}, "c");
     EXPECT_EQ(readFile(Path("a/frame1-mono.png")), readFile(Path("b/frame1-mono.png")));
     EXPECT_NE(readFile(Path("a/frame1-mono.png")), readFile(Path("c/frame1-mono.png")));
+}
+
+TEST_F(Demo, KeepsRawFramesThatConvertMakesTheSamePicturesOf) {
+    const SResult result = Run({"--frames", "1", "--raw", "--model", "line-2m"});
+    EXPECT_EQ(readFile(Path("demo/frame1.raw")).size(), kWidth * kHeight);
+    EXPECT_EQ(readFile(Path("demo/deep.raw")).size(), 2 * kWidth * kHeight);
+    const std::string frame = Path("demo/frame1.raw") + "  -W 320 -H 240 -f raw8 -a bggr\n";
+    EXPECT_NE(result.out.find(frame), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find(Path("demo/deep.raw") + "    -W 320 -H 240 -f raw12 -a bggr\n"), std::string::npos)
+        << result.out;
+    // Method mono shows the samples: the demo's grey levels rise where the raw ones do.
+    const SPng grey = readPng(Path("demo/frame1-mono.png"));
+    const std::vector<std::uint8_t> raw = readFile(Path("demo/frame1.raw"));
+    std::map<std::uint8_t, std::set<std::uint16_t>> shown;
+    for (std::size_t i = 0; i < raw.size(); ++i) {
+        shown[raw[i]].insert(grey.samples[i]);
+    }
+    EXPECT_GT(shown.size(), 50U);
+    std::uint16_t before = 0;
+    for (const auto& [sample, levels] : shown) {
+        ASSERT_EQ(levels.size(), 1U) << +sample;
+        EXPECT_GE(*levels.begin(), before) << +sample;
+        before = *levels.begin();
+    }
+}
+
+TEST_F(Demo, WithoutNoiseTheSeedAndTheFrameDoNotMatter) {
+    Run({"--frames", "2", "--raw", "--no-noise", "--seed", "7"}, "a");
+    Run({"--frames", "1", "--raw", "--no-noise", "--seed", "8"}, "b");
+    EXPECT_EQ(readFile(Path("a/frame1.raw")), readFile(Path("b/frame1.raw")));
+    EXPECT_EQ(readFile(Path("a/frame1.raw")), readFile(Path("a/frame2.raw")));
+    EXPECT_EQ(readFile(Path("a/deep.raw")), readFile(Path("b/deep.raw")));
 }
 
 TEST_F(Demo, ThreeFramesByDefault) {

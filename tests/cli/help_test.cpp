@@ -48,9 +48,9 @@ INSTANTIATE_TEST_SUITE_P(
         SHelp{{"units", "--help"},
               {"--sim", "--device", "--exposure-time", "--exposure-clocks", "--gain", "--gain-db", "--digital-gain",
                "--digital-times", "--fps", "--json"}},
-        SHelp{
-            {"demo", "--help"},
-            {"--help", "--output", "demo-output", "--frames", "--model", "global-1m", "--seed", "--width", "--height"}},
+        SHelp{{"demo", "--help"},
+              {"--help", "--output", "demo-output", "--frames", "--model", "global-1m", "--seed", "--width", "--height",
+               "--raw", "--no-noise"}},
         SHelp{{"convert", "--help"},
               {"--help",         "IN",        "--width",      "--height",   "--format",     "--colour-array",
                "--color-array",  "--method",  "--output",     "--frame",    "--black",      "--bits-out",
