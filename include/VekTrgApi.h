@@ -102,7 +102,10 @@ enum VekDemosaicMethod {
     VEK_DEMOSAIC_MONO = 0,             /**< raw samples as grey */
     VEK_DEMOSAIC_NONE = 1,             /**< own colour only, the other two channels 0 */
     VEK_DEMOSAIC_NEAREST_NEIGHBOR = 2, /**< each 2 x 2 cell shares its samples */
-    VEK_DEMOSAIC_BILINEAR_SIMPLE = 3   /**< separable means of two neighbours */
+    VEK_DEMOSAIC_BILINEAR_SIMPLE = 3,  /**< separable means of two neighbours */
+    VEK_DEMOSAIC_BICUBIC = 4,          /**< separable cubic of four neighbours, results of 0 to 255 at every depth */
+    VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION = 5, /**< bilinear at the centre of each 2 x 2 block */
+    VEK_DEMOSAIC_NEAREST_NEIGHBOR2 = 6               /**< the samples of each 2 x 2 block */
 };
 
 /** Automatic luminance control: what it moves, and for how long. */
@@ -290,28 +293,58 @@ VEK_API void VekCam_Close(VekCam_Handle handle);
 VEK_API int VekCam_GetlibVersion(VekCam_Handle handle, unsigned long *version);
 
 /**
- * Turns a raw frame into a blue-green-red or grey image.
+ * Turns a raw, mono or YCrCb frame into a blue-green-red or grey image.
  *  width, height: pixels; 0 writes nothing and is success.
- *  colorArray: layout of the source, enum VekColorArray. Mono and the four Bayer phases; the YCrCb layouts are
- *      not decoded yet and give 1.
- *  src: height rows of width samples without padding. With VEK_DEMOSAIC_BILINEAR_SIMPLE and an odd width, one
- *      sample behind each row's last is read as well (the next row's first one; one sample behind the image in
- *      the last row).
- *  dst: height rows, each channels x width samples, padded to a multiple of 4 bytes. The padding is not written.
- *  method: enum VekDemosaicMethod. VEK_DEMOSAIC_MONO, and any method on a mono image, copies samples to every
- *      channel. VEK_DEMOSAIC_NEAREST_NEIGHBOR and VEK_DEMOSAIC_BILINEAR_SIMPLE need 2 x 2 pixels.
- *      VEK_DEMOSAIC_BILINEAR_SIMPLE leaves the third colour of an odd height's last row as dst held it (blue
- *      where that row holds red, red where it holds blue), and its means cut the fraction off.
- *  destinationPixelFormat: enum VekDestinationFormat: MONO8, BGR24, BGRX32 at 8 bits; MONO10, MONO12, BGR48,
- *      BGRX64 at 10 and 12 bits. Grey formats go with VEK_DEMOSAIC_MONO or a mono image only.
- *  bitsPerPixel: depth of the source: 8 (bytes), 10 or 12 (words).
- * Returns 0; VEK_EINVAL for a null handle, another depth, or a format that the depth does not allow; 1 for any
- * other refusal (unknown colour array or method, an image too small for the method, a null buffer). Nothing is
- * written unless the result is 0.
+ *  colorArray: layout of the source, enum VekColorArray.
+ *  src: height rows without padding: width samples; of YCrCb bytes 2 x width (4:2:2), 3 x width (4:4:4) or width +
+ *      width / 2 (4:1:1), at 10 and 12 bits twice as many (4:1:1: 3 x width). With an odd width one sample behind a
+ * row's last is read as well (the next row's first one) by VEK_DEMOSAIC_BILINEAR_SIMPLE, also behind the image's last
+ * row, and by VEK_DEMOSAIC_NEAREST_NEIGHBOR2. dst: height rows, each channels x width samples, padded to a multiple of
+ * 4 bytes. The padding is not written. method: enum VekDemosaicMethod. VEK_DEMOSAIC_MONO, and any method on a mono
+ * image, copies samples to every channel; of YCrCb it writes luma bytes, one a pixel, and every other method decodes.
+ * Others need 2 x 2 pixels (VEK_DEMOSAIC_NONE 1 x 1, methods 5 and 6 4 x 4). Means cut the fraction off.
+ * docs/demosaic.md tells the methods apart, and what each does at an image's edge: VEK_DEMOSAIC_BILINEAR_SIMPLE leaves
+ * the third colour of an odd height's last row as dst held it (blue where that row holds red, red where it holds blue).
+ * YCrCb 4:2:2 of odd width and 4:1:1 of a width that is no multiple of 4 write the row's last pixel in the place of its
+ * first one, 4:1:1 leaves the last four pixels of other rows, and rows of 4 pixels and less. destinationPixelFormat:
+ * enum VekDestinationFormat: MONO8, BGR24, BGRX32 at 8 bits; MONO10, MONO12, BGR48, BGRX64 at 10 and 12 bits. Grey
+ * formats go with VEK_DEMOSAIC_MONO or a mono image only. bitsPerPixel: depth of the source: 8 (bytes), 10 or 12
+ * (words). YCrCb is bytes at every depth, and so is its result. Returns 0; VEK_EINVAL for a null handle, another depth,
+ * or a format that the depth does not allow; 1 for any other refusal (unknown colour array or method, an image too
+ * small for the method, a null buffer). Nothing is written unless the result is 0.
  */
 VEK_API int VekCam_ColorInterpolation(VekCam_Handle handle, unsigned long width, unsigned long height,
                                       unsigned short colorArray, const void *src, void *dst, unsigned char method,
                                       unsigned long destinationPixelFormat, unsigned short bitsPerPixel);
+
+/**
+ * Turns a raw or mono frame into one of bytes: the upper 8 bits of each sample.
+ *  width, height: pixels.
+ *  srcPitch: from row to row: samples for bytes and words, bytes for packed data; 0 means rows without padding.
+ *  transferFormat: enum VekTransferFormat, raw or mono.
+ *  dstPitch: bytes from row to row of dst. May be null. Where it points to 0 it receives the pitch that is used, width
+ *      rounded up to a multiple of 4; packed data is written without padding, and it receives width.
+ * Returns 0; VEK_EINVAL for a null handle, another format (dstPitch is left alone), or a null src or dst that would be
+ * touched.
+ */
+VEK_API int VekCam_ConvTo8BitsImage(VekCam_Handle handle, unsigned long width, unsigned long height,
+                                    unsigned long srcPitch, unsigned long transferFormat, const void *src,
+                                    unsigned long *dstPitch, unsigned char *dst);
+
+/**
+ * Turns a frame of any transfer format into a display image of 8 bits a sample.
+ *  width, height: pixels.
+ *  transferFormat: enum VekTransferFormat. Raw and mono become grey pixels, YCrCb is decoded as by
+ *      VekCam_ColorInterpolation, of blue-green-red MONO8 takes green. Packed formats and codes above 21 do nothing.
+ *  src: rows without padding. VEK_TRANSFER_BGR10 takes 8 bytes a pixel.
+ *  destinationPixelFormat: VEK_DESTINATION_MONO8, BGR24 or BGRX32.
+ *  dst: rows padded to a multiple of 4 bytes; without padding for the blue-green-red formats.
+ * Returns 0; VEK_EINVAL for a null handle, another destination format, or a null src or dst that would be touched; 1
+ * where VekCam_ColorInterpolation does.
+ */
+VEK_API int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long width, unsigned long height,
+                                          unsigned long transferFormat, const void *src,
+                                          unsigned long destinationPixelFormat, unsigned char *dst);
 
 /*
  * Unit conversions. The camera counts gain as setting values, exposure in exposure clocks (rows, lines, microseconds or
@@ -646,6 +679,32 @@ VEK_API int VekCam_GetLowChromaSuppression(VekCam_Handle handle, unsigned short 
 VEK_API extern const unsigned short gpwB2Y[VEK_LUMA_TABLE_SIZE];
 VEK_API extern const unsigned short gpwG2Y[VEK_LUMA_TABLE_SIZE];
 VEK_API extern const unsigned short gpwR2Y[VEK_LUMA_TABLE_SIZE];
+
+/** Entries of each product table: samples of up to 12 bits. */
+#define VEK_PRODUCT_TABLE_SIZE 4096
+
+/** Products 3 x i and 9 x i, the weights of VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION. */
+VEK_API extern const unsigned short pwMul3[VEK_PRODUCT_TABLE_SIZE];
+VEK_API extern const unsigned short pwMul9[VEK_PRODUCT_TABLE_SIZE];
+
+/** Entries of each cubic table: sums of two samples of up to 12 bits. */
+#define VEK_CUBIC_TABLE_SIZE 8192
+
+/**
+ * Shares of the two inner and of the two outer neighbours in VEK_DEMOSAIC_BICUBIC, by the sum of the two: 5/8 and -1/8
+ * of it, the weights of cubic convolution with a = -1 at distances 0.5 and 1.5, each rounded away from 0 at a half.
+ */
+VEK_API extern const short pshtTable_05[VEK_CUBIC_TABLE_SIZE];
+VEK_API extern const short pshtTable_15[VEK_CUBIC_TABLE_SIZE];
+
+/**
+ * Shares of luma and chroma in blue, green and red, by byte, in 1/4194304 of a level, rounded: rows Y, Cr to red, Cb to
+ * green, Cr to green, Cb to blue. ITU-R BT.601 of full range, and ITU-R BT.709 of video range, in which bytes outside
+ * 16
+ * .. 235 (luma) and 16 .. 240 (chroma) count as the nearest inside.
+ */
+VEK_API extern const int pnYCrCbConvTable[5][256];
+VEK_API extern const int pnYCrCbConvTable709[5][256];
 
 #ifdef __cplusplus
 }
