@@ -4,7 +4,9 @@
 #include "VekTrgApi.h"
 #include "common/Image.h"
 #include "common/Status.h"
+#include "imageproc/ColorInterpolation_YCrCb.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace vek {
@@ -45,6 +47,18 @@ constexpr SPhase kBGGR = {{BayerRow::BG, BayerRow::GR}};
 /// The rows of an image of one phase. The family's entry has checked the image.
 template <class T>
 using PhaseWorker = void (*)(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image);
+
+/// One row of such an image.
+template <class T>
+using RowWorker = void (*)(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, unsigned long y);
+
+/// The rows of an image of one of two phases; redFirst: red stands in the upper row of the top left cell.
+template <class T>
+using BlockWorker = void (*)(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, bool redFirst);
+template <class T, BlockWorker<T> Worker, bool RedFirst>
+void mvWithFlag(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image) {
+    Worker(kernels, image, RedFirst);
+}
 
 /// What the family entries share: refuses colour arrays that are not Bayer, pixels of other than 3 or 4 samples,
 /// images of fewer than minSize rows or columns and null images; else runs the phase's worker.
@@ -156,6 +170,150 @@ unsigned long ColorInterpolation_BilinearSimple(const rows::SDemosaicRows<T>& ke
                             ColorInterpolation_BilinearSimpleGBRG<T>, ColorInterpolation_BilinearSimpleBGGR<T>});
 }
 
+// ---- BiCubic ----
+
+/// The two colours that row y holds.
+template <class T, SPhase Phase>
+void mvBiCubic_H(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, unsigned long y) {
+    kernels.biCubic[Phase.kind(y)][image.layout()](image.srcRow(y), image.dstRow(y), image.width);
+}
+template <class T>
+constexpr RowWorker<T> ColorInterpolation_BiCubicRGGB_H = mvBiCubic_H<T, kRGGB>;
+template <class T>
+constexpr RowWorker<T> ColorInterpolation_BiCubicGRBG_H = mvBiCubic_H<T, kGRBG>;
+template <class T>
+constexpr RowWorker<T> ColorInterpolation_BiCubicGBRG_H = mvBiCubic_H<T, kGBRG>;
+template <class T>
+constexpr RowWorker<T> ColorInterpolation_BiCubicBGGR_H = mvBiCubic_H<T, kBGGR>;
+
+/// The third colour of row y, in place, from the rows of pixels above and below it, which hold it already.
+/// EvenChannel: the channel that even rows lack.
+template <class T, unsigned EvenChannel>
+void mvBiCubicThird(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, unsigned long y) {
+    const unsigned channel = y % 2 == 0 ? EvenChannel : 2 - EvenChannel;
+    const unsigned long last = image.height - 1;
+    T* const dst = image.dstRow(y);
+    if (y >= 3 && y + 3 <= last) {
+        kernels.biCubicThird[image.layout()](image.dstRow(y - 3), image.dstRow(y - 1), image.dstRow(y + 1),
+                                             image.dstRow(y + 3), dst, image.width, channel);
+        return;
+    }
+    // A single neighbour stands for both: its mean with itself is itself.
+    kernels.meanThird[image.layout()](image.dstRow(y == 0 ? 1 : y - 1), image.dstRow(y == last ? y - 1 : y + 1), dst,
+                                      image.width, channel);
+}
+template <class T>
+constexpr RowWorker<T> ColorInterpolation_BiCubicRFirst = mvBiCubicThird<T, 0>;
+template <class T>
+constexpr RowWorker<T> ColorInterpolation_BiCubicBFirst = mvBiCubicThird<T, 2>;
+
+/// Both passes; the second follows three rows behind the first, while its rows are still in the cache.
+template <class T>
+void mvBiCubic(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, RowWorker<T> horizontal,
+               RowWorker<T> vertical) {
+    constexpr unsigned long reach = 3;
+    for (unsigned long y = 0; y < image.height + reach; ++y) {
+        if (y < image.height) {
+            horizontal(kernels, image, y);
+        }
+        if (y >= reach) {
+            vertical(kernels, image, y - reach);
+        }
+    }
+}
+template <class T>
+void ColorInterpolation_BiCubicRGGB(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image) {
+    mvBiCubic<T>(kernels, image, ColorInterpolation_BiCubicRGGB_H<T>, ColorInterpolation_BiCubicRFirst<T>);
+}
+template <class T>
+void ColorInterpolation_BiCubicGRBG(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image) {
+    mvBiCubic<T>(kernels, image, ColorInterpolation_BiCubicGRBG_H<T>, ColorInterpolation_BiCubicRFirst<T>);
+}
+template <class T>
+void ColorInterpolation_BiCubicGBRG(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image) {
+    mvBiCubic<T>(kernels, image, ColorInterpolation_BiCubicGBRG_H<T>, ColorInterpolation_BiCubicBFirst<T>);
+}
+template <class T>
+void ColorInterpolation_BiCubicBGGR(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image) {
+    mvBiCubic<T>(kernels, image, ColorInterpolation_BiCubicBGGR_H<T>, ColorInterpolation_BiCubicBFirst<T>);
+}
+
+template <class T>
+unsigned long ColorInterpolation_BiCubic(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image,
+                                         unsigned short colorArray) {
+    return mulRunFamily<T>(kernels, image, colorArray, 2,
+                           {ColorInterpolation_BiCubicRGGB<T>, ColorInterpolation_BiCubicGRBG<T>,
+                            ColorInterpolation_BiCubicGBRG<T>, ColorInterpolation_BiCubicBGGR<T>});
+}
+
+// ---- NearestNeighbor2 and BilinearFalseColorReduction: pixels in the middle of 2 x 2 blocks ----
+
+/// Smallest width and height of the block-centred methods.
+constexpr unsigned long kMinBlockSize = 4;
+
+/// Upper row of the block from which the last rows of an image are made: two of an even height, three of an odd one.
+constexpr unsigned long mulTailBlock(unsigned long height) {
+    return (height - 2) & ~1UL;
+}
+
+template <class T, SPhase RedFirst, SPhase BlueFirst>
+void mvNearestNeighbor2(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, bool redFirst) {
+    const SPhase phase = redFirst ? RedFirst : BlueFirst;
+    const unsigned long tail = mulTailBlock(image.height);
+    for (unsigned long y = 0; y < image.height; ++y) {
+        const unsigned long block = std::min(y, tail);
+        const bool lowerOfPair = y < tail && y % 2 != 0;
+        kernels.nearestNeighbor2[phase.kind(block)][image.layout()](image.srcRow(block), image.srcRow(block + 1),
+                                                                    image.dstRow(y), image.width, lowerOfPair);
+    }
+}
+template <class T>
+constexpr BlockWorker<T> ColorInterpolation_NearestNeighbor2_RGGB_BGGR_X = mvNearestNeighbor2<T, kRGGB, kBGGR>;
+template <class T>
+constexpr BlockWorker<T> ColorInterpolation_NearestNeighbor2_GRBG_GBRG_X = mvNearestNeighbor2<T, kGRBG, kGBRG>;
+
+template <class T>
+unsigned long ColorInterpolation_NearestNeighbor2(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image,
+                                                  unsigned short colorArray) {
+    return mulRunFamily<T>(kernels, image, colorArray, kMinBlockSize,
+                           {mvWithFlag<T, ColorInterpolation_NearestNeighbor2_RGGB_BGGR_X<T>, true>,
+                            mvWithFlag<T, ColorInterpolation_NearestNeighbor2_GRBG_GBRG_X<T>, true>,
+                            mvWithFlag<T, ColorInterpolation_NearestNeighbor2_GRBG_GBRG_X<T>, false>,
+                            mvWithFlag<T, ColorInterpolation_NearestNeighbor2_RGGB_BGGR_X<T>, false>});
+}
+
+template <class T, SPhase RedFirst, SPhase BlueFirst>
+void mvBilinearFalseColorReduction(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, bool redFirst) {
+    const SPhase phase = redFirst ? RedFirst : BlueFirst;
+    const unsigned long tail = mulTailBlock(image.height);
+    for (unsigned long y = 0; y < image.height; ++y) {
+        const unsigned long block = std::min(y, tail);
+        const T* const upper = image.srcRow(block);
+        const T* const lower = image.srcRow(block + 1);
+        // Where the image ends, and from the tail's block on downward, a near row stands for the far one.
+        const T* const upperFar = y < tail ? image.srcRow(block + 2) : upper;
+        const T* const lowerFar = y == 0 || y > tail ? lower : image.srcRow(block - 1);
+        kernels.bilinearFalseColorReduction[phase.kind(block)][image.layout()](upper, lower, upperFar, lowerFar,
+                                                                               image.dstRow(y), image.width);
+    }
+}
+template <class T>
+constexpr BlockWorker<T> ColorInterpolation_BilinearFalseColorReduction_RGGB_BGGR_X =
+    mvBilinearFalseColorReduction<T, kRGGB, kBGGR>;
+template <class T>
+constexpr BlockWorker<T> ColorInterpolation_BilinearFalseColorReduction_GRBG_GBRG_X =
+    mvBilinearFalseColorReduction<T, kGRBG, kGBRG>;
+
+template <class T>
+unsigned long ColorInterpolation_BilinearFalseColorReduction(const rows::SDemosaicRows<T>& kernels,
+                                                             const SImagePair<T>& image, unsigned short colorArray) {
+    return mulRunFamily<T>(kernels, image, colorArray, kMinBlockSize,
+                           {mvWithFlag<T, ColorInterpolation_BilinearFalseColorReduction_RGGB_BGGR_X<T>, true>,
+                            mvWithFlag<T, ColorInterpolation_BilinearFalseColorReduction_GRBG_GBRG_X<T>, true>,
+                            mvWithFlag<T, ColorInterpolation_BilinearFalseColorReduction_GRBG_GBRG_X<T>, false>,
+                            mvWithFlag<T, ColorInterpolation_BilinearFalseColorReduction_RGGB_BGGR_X<T>, false>});
+}
+
 // ---- grey ----
 
 template <class T>
@@ -192,10 +350,33 @@ unsigned long CColorInterpolation::ColorInterporation(unsigned long width, unsig
                                                       unsigned char method, unsigned short colorArray,
                                                       unsigned short channels) const {
     if (srcPitch == 0) {
-        srcPitch = width * sizeof(T);
+        srcPitch = isYCrCb(colorArray) ? yCrCbRowBytes(colorArray, width, sizeof(T)) : width * sizeof(T);
     }
     if (dstPitch == 0) {
         dstPitch = roundUpTo4(channels * width * sizeof(T));
+    }
+    if (isYCrCb(colorArray)) {
+        const bool grey = method == VEK_DEMOSAIC_MONO;
+        if (!grey && channels != 3 && channels != 4) {
+            return kInvalid;
+        }
+        if (width == 0 || height == 0) {
+            return kOk;
+        }
+        if (src == nullptr || dst == nullptr) {
+            return kInvalid;
+        }
+        // Bytes on both sides, whatever the sample type is.
+        const SYCrCbImage image = {width,
+                                   height,
+                                   reinterpret_cast<const unsigned char*>(src),
+                                   reinterpret_cast<unsigned char*>(dst),
+                                   channels,
+                                   srcPitch,
+                                   dstPitch};
+        grey ? mvTransform_YCrCb2Mono(mRows.yCrCb, image, colorArray)
+             : mvTransform_YCrCb2BGR(mRows.yCrCb, image, colorArray);
+        return kOk;
     }
     const rows::SDemosaicRows<T>& kernels = rows::demosaicRows<T>(mRows);
     const SImagePair<T> image = {width, height, src, dst, channels, srcPitch, dstPitch};
@@ -211,6 +392,12 @@ unsigned long CColorInterpolation::ColorInterporation(unsigned long width, unsig
         return ColorInterpolation_NearestNeighbor(kernels, image, colorArray);
     case VEK_DEMOSAIC_BILINEAR_SIMPLE:
         return ColorInterpolation_BilinearSimple(kernels, image, colorArray);
+    case VEK_DEMOSAIC_BICUBIC:
+        return ColorInterpolation_BiCubic(kernels, image, colorArray);
+    case VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION:
+        return ColorInterpolation_BilinearFalseColorReduction(kernels, image, colorArray);
+    case VEK_DEMOSAIC_NEAREST_NEIGHBOR2:
+        return ColorInterpolation_NearestNeighbor2(kernels, image, colorArray);
     default:
         return kInvalid;
     }

@@ -18,38 +18,46 @@ using rows::SRowTable;
 
 constexpr const char* kRowNames[] = {"RG", "GR", "GB", "BG"};
 
-enum class Kernel { Grey, None, NearestNeighbor, Bilinear, BilinearOpen };
-constexpr Kernel kKernels[] = {Kernel::Grey, Kernel::None, Kernel::NearestNeighbor, Kernel::Bilinear,
-                               Kernel::BilinearOpen};
+enum class Kernel {
+    Grey,
+    None,
+    NearestNeighbor,
+    Bilinear,
+    BilinearOpen,
+    BlockUpper,
+    BlockLower,
+    Centre,
+    Cubic,
+    CubicThird,
+    MeanThird
+};
 
-const char* nameOf(Kernel kernel) {
-    switch (kernel) {
-    case Kernel::Grey:
-        return "grey";
-    case Kernel::None:
-        return "none";
-    case Kernel::NearestNeighbor:
-        return "nearestNeighbor";
-    case Kernel::Bilinear:
-        return "bilinearSimple";
-    default:
-        return "bilinearSimpleOpen";
-    }
-}
-
-/// Rows that a kernel reads.
-std::size_t sourceRows(Kernel kernel) {
-    return kernel == Kernel::Bilinear ? 3 : kernel == Kernel::NearestNeighbor ? 2 : 1;
-}
-
-std::size_t smallestWidth(Kernel kernel) {
-    return kernel == Kernel::Grey || kernel == Kernel::None ? 1 : 2;
-}
+/// What a test has to know of a kernel.
+struct SKernelTraits {
+    Kernel kernel;
+    const char* name;
+    std::size_t sourceRows;
+    std::size_t smallestWidth;
+    bool readsPast;   ///< reads one sample behind a row of odd width
+    bool readsPixels; ///< its sources are rows of pixels, not of samples
+};
+constexpr SKernelTraits kKernels[] = {
+    {Kernel::Grey, "grey", 1, 1, false, false},
+    {Kernel::None, "none", 1, 1, false, false},
+    {Kernel::NearestNeighbor, "nearestNeighbor", 2, 2, false, false},
+    {Kernel::Bilinear, "bilinearSimple", 3, 2, true, false},
+    {Kernel::BilinearOpen, "bilinearSimpleOpen", 1, 2, true, false},
+    {Kernel::BlockUpper, "nearestNeighbor2, upper row", 2, 2, false, false},
+    {Kernel::BlockLower, "nearestNeighbor2, lower row", 2, 2, true, false},
+    {Kernel::Centre, "bilinearFalseColorReduction", 4, 3, false, false},
+    {Kernel::Cubic, "biCubic", 1, 2, false, false},
+    {Kernel::CubicThird, "biCubicThird", 4, 1, false, true},
+    {Kernel::MeanThird, "meanThird", 2, 1, false, true},
+};
 
 /// Samples of each source row that a kernel may read.
-std::size_t readable(Kernel kernel, std::size_t width) {
-    const bool past = (kernel == Kernel::Bilinear || kernel == Kernel::BilinearOpen) && width % 2 == 1;
-    return width + (past ? 1 : 0);
+std::size_t readable(const SKernelTraits& kernel, std::size_t width, unsigned channels) {
+    return kernel.readsPixels ? width * channels : width + (kernel.readsPast && width % 2 == 1 ? 1 : 0);
 }
 
 template <class T>
@@ -57,37 +65,46 @@ void run(const SRowTable& table, Kernel kernel, std::size_t row, unsigned channe
          std::size_t width) {
     const auto& k = rows::demosaicRows<T>(table);
     const std::size_t layout = rows::pixelLayout(channels);
+    // Red or blue.
+    const unsigned third = row < 2 ? 0 : 2;
     switch (kernel) {
     case Kernel::Grey:
-        k.grey[layout](src[0], dst, width);
-        break;
+        return k.grey[layout](src[0], dst, width);
     case Kernel::None:
-        k.none[row][layout](src[0], dst, width);
-        break;
+        return k.none[row][layout](src[0], dst, width);
     case Kernel::NearestNeighbor:
-        k.nearestNeighbor[row][layout](src[0], src[1], dst, width);
-        break;
+        return k.nearestNeighbor[row][layout](src[0], src[1], dst, width);
     case Kernel::Bilinear:
-        k.bilinearSimple[row][layout](src[0], src[1], src[2], dst, width);
-        break;
+        return k.bilinearSimple[row][layout](src[0], src[1], src[2], dst, width);
     case Kernel::BilinearOpen:
-        k.bilinearSimpleOpen[row][layout](src[0], dst, width);
-        break;
+        return k.bilinearSimpleOpen[row][layout](src[0], dst, width);
+    case Kernel::BlockUpper:
+        return k.nearestNeighbor2[row][layout](src[0], src[1], dst, width, false);
+    case Kernel::BlockLower:
+        return k.nearestNeighbor2[row][layout](src[0], src[1], dst, width, true);
+    case Kernel::Centre:
+        return k.bilinearFalseColorReduction[row][layout](src[0], src[1], src[2], src[3], dst, width);
+    case Kernel::Cubic:
+        return k.biCubic[row][layout](src[0], dst, width);
+    case Kernel::CubicThird:
+        return k.biCubicThird[layout](src[0], src[1], src[2], src[3], dst, width, third);
+    case Kernel::MeanThird:
+        return k.meanThird[layout](src[0], src[1], dst, width, third);
     }
 }
 
 /// Compares one kernel call of tier and scalar with every buffer flush to a protected page.
 template <class T>
-void compare(const SRowTable& tier, Kernel kernel, std::size_t row, unsigned channels, std::size_t width,
+void compare(const SRowTable& tier, const SKernelTraits& kernel, std::size_t row, unsigned channels, std::size_t width,
              Pattern pattern, unsigned depth, Flush flush, CRandom& random) {
-    const std::size_t count = readable(kernel, width);
-    const std::size_t nRows = sourceRows(kernel);
+    const std::size_t count = readable(kernel, width, channels);
     CGuardedBuffer<T> a(count, flush);
     CGuardedBuffer<T> b(count, flush);
     CGuardedBuffer<T> c(count, flush);
-    CGuardedBuffer<T>* const sources[] = {&a, &b, &c};
-    const T* src[3] = {};
-    for (std::size_t i = 0; i < nRows; ++i) {
+    CGuardedBuffer<T> d(count, flush);
+    CGuardedBuffer<T>* const sources[] = {&a, &b, &c, &d};
+    const T* src[4] = {};
+    for (std::size_t i = 0; i < kernel.sourceRows; ++i) {
         fillSamples(sources[i]->data(), count, pattern, depth, random);
         src[i] = sources[i]->data();
     }
@@ -97,23 +114,24 @@ void compare(const SRowTable& tier, Kernel kernel, std::size_t row, unsigned cha
     fillSamples(expected.data(), outCount, Pattern::Random, 8 * sizeof(T), random);
     std::copy(expected.begin(), expected.end(), got.data());
 
-    run<T>(*rows::tier(0).table, kernel, row, channels, src, expected.data(), width);
-    run<T>(tier, kernel, row, channels, src, got.data(), width);
+    run<T>(*rows::tier(0).table, kernel.kernel, row, channels, src, expected.data(), width);
+    run<T>(tier, kernel.kernel, row, channels, src, got.data(), width);
 
     const auto differing = std::mismatch(expected.begin(), expected.end(), got.data());
     ASSERT_EQ(differing.first, expected.end())
-        << tier.name << ' ' << nameOf(kernel) << ' ' << kRowNames[row] << " channels " << channels << " width " << width
+        << tier.name << ' ' << kernel.name << ' ' << kRowNames[row] << " channels " << channels << " width " << width
         << " depth " << depth << ": sample " << (differing.first - expected.begin()) << " of the row, expected "
         << +*differing.first << " got " << +*differing.second;
-    ASSERT_TRUE(got.CanaryIntact()) << tier.name << ' ' << nameOf(kernel) << " width " << width;
+    ASSERT_TRUE(got.CanaryIntact()) << tier.name << ' ' << kernel.name << " width " << width;
 }
 
 class DemosaicRows : public CTierTest {
 protected:
     template <class T>
-    void compareWidths(Kernel kernel, std::size_t first, std::size_t last, Pattern pattern, unsigned depth) {
+    void compareWidths(const SKernelTraits& kernel, std::size_t first, std::size_t last, Pattern pattern,
+                       unsigned depth) {
         CRandom random(first * 1000 + depth);
-        for (std::size_t width = std::max(first, smallestWidth(kernel)); width <= last; ++width) {
+        for (std::size_t width = std::max(first, kernel.smallestWidth); width <= last; ++width) {
             for (std::size_t row = 0; row < rows::kBayerRows; ++row) {
                 for (const unsigned channels : {3U, 4U}) {
                     for (const Flush flush : {Flush::Left, Flush::Right}) {
@@ -129,14 +147,14 @@ protected:
 };
 
 TEST_P(DemosaicRows, EqualScalarForEveryWidthUpTo130) {
-    for (const Kernel kernel : kKernels) {
+    for (const SKernelTraits& kernel : kKernels) {
         compareWidths<std::uint8_t>(kernel, 1, 130, Pattern::Random, 8);
         compareWidths<std::uint16_t>(kernel, 1, 130, Pattern::Random, 12);
     }
 }
 
 TEST_P(DemosaicRows, EqualScalarForEveryDepthAndExtremeData) {
-    for (const Kernel kernel : kKernels) {
+    for (const SKernelTraits& kernel : kKernels) {
         for (const Pattern pattern : kPatterns) {
             for (const std::size_t width : {66UL, 129UL}) {
                 compareWidths<std::uint8_t>(kernel, width, width, pattern, 8);
@@ -149,7 +167,7 @@ TEST_P(DemosaicRows, EqualScalarForEveryDepthAndExtremeData) {
 }
 
 TEST_P(DemosaicRows, EqualScalarForLargeWidths) {
-    for (const Kernel kernel : kKernels) {
+    for (const SKernelTraits& kernel : kKernels) {
         for (const std::size_t width : {2447UL, 2448UL, 4099UL}) {
             compareWidths<std::uint8_t>(kernel, width, width, Pattern::Random, 8);
             compareWidths<std::uint16_t>(kernel, width, width, Pattern::Random, 16);
@@ -159,30 +177,31 @@ TEST_P(DemosaicRows, EqualScalarForLargeWidths) {
 
 /// Rows and pixels at every sample offset of a 64-byte line, source and destination apart.
 template <class T>
-void compareOffsets(const SRowTable& tier, Kernel kernel) {
+void compareOffsets(const SRowTable& tier, const SKernelTraits& kernel) {
     constexpr std::size_t width = 131;
     CRandom random(7);
-    std::vector<T> source(3 * (width + 1 + 64));
+    constexpr std::size_t rowSamples = 4 * width + 1 + 64;
+    std::vector<T> source(4 * rowSamples);
     fillSamples(source.data(), source.size(), Pattern::Random, 8 * sizeof(T), random);
     for (std::size_t offset = 0; offset < 64 / sizeof(T); ++offset) {
         for (const unsigned channels : {3U, 4U}) {
-            const T* const src[3] = {source.data() + offset, source.data() + width + 1 + 2 * offset % 64,
-                                     source.data() + 2 * (width + 1) + offset};
+            const T* const src[4] = {source.data() + offset, source.data() + rowSamples + 2 * offset % 64,
+                                     source.data() + 2 * rowSamples + offset, source.data() + 3 * rowSamples};
             std::vector<T> expected(width * channels + 64);
             std::vector<T> got(expected.size());
             T* const expectedAt = expected.data() + (offset * 7) % 64;
             T* const gotAt = got.data() + (offset * 7) % 64;
             for (std::size_t row = 0; row < rows::kBayerRows; ++row) {
-                run<T>(*rows::tier(0).table, kernel, row, channels, src, expectedAt, width);
-                run<T>(tier, kernel, row, channels, src, gotAt, width);
-                ASSERT_EQ(expected, got) << tier.name << ' ' << nameOf(kernel) << " offset " << offset;
+                run<T>(*rows::tier(0).table, kernel.kernel, row, channels, src, expectedAt, width);
+                run<T>(tier, kernel.kernel, row, channels, src, gotAt, width);
+                ASSERT_EQ(expected, got) << tier.name << ' ' << kernel.name << " offset " << offset;
             }
         }
     }
 }
 
 TEST_P(DemosaicRows, EqualScalarAtEveryAddress) {
-    for (const Kernel kernel : kKernels) {
+    for (const SKernelTraits& kernel : kKernels) {
         compareOffsets<std::uint8_t>(table(), kernel);
         compareOffsets<std::uint16_t>(table(), kernel);
     }

@@ -40,6 +40,11 @@ void appendDemosaic(std::vector<SKernel>& list, const std::string& prefix, const
     append(list, prefix + "nearestNeighbor", rows.nearestNeighbor);
     append(list, prefix + "bilinearSimple", rows.bilinearSimple);
     append(list, prefix + "bilinearSimpleOpen", rows.bilinearSimpleOpen);
+    append(list, prefix + "nearestNeighbor2", rows.nearestNeighbor2);
+    append(list, prefix + "bilinearFalseColorReduction", rows.bilinearFalseColorReduction);
+    append(list, prefix + "biCubic", rows.biCubic);
+    append(list, prefix + "biCubicThird", rows.biCubicThird);
+    append(list, prefix + "meanThird", rows.meanThird);
 }
 
 template <class T>
@@ -69,6 +74,12 @@ std::vector<SKernel> kernelsOf(const SRowTable& table) {
     append(list, "flips.reverseInPlace", table.flips.reverseInPlace);
     append(list, "flips.exchangeReversed", table.flips.exchangeReversed);
     append(list, "flips.transpose", table.flips.transpose);
+    append(list, "yCrCb.toBgr", table.yCrCb.toBgr);
+    append(list, "yCrCb.toGrey", table.yCrCb.toGrey);
+    append(list, "bytes.shift8", table.bytes.shift8);
+    append(list, "bytes.shift16", table.bytes.shift16);
+    append(list, "bytes.unpack10", table.bytes.unpack10);
+    append(list, "bytes.unpack12", table.bytes.unpack12);
     return list;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Demosaic rows: grey, None, NearestNeighbor and BilinearSimple.
+// Demosaic rows of all methods.
 //
 // A Bayer row holds green at the columns of one parity and its row colour (red or blue) at the others; the third
 // colour stands in the rows above and below, at the columns of this row's greens.
@@ -94,6 +94,92 @@ inline void bilinearSpan(const T* above, const T* row, const T* below, T* dst, s
     for (std::size_t x = from; x < to; ++x) {
         dst[x * Channels + SRow<Row>::thirdColour] =
             mean(horizontal<T, greenParity>(above, x, width), horizontal<T, greenParity>(below, x, width));
+    }
+}
+
+/// The columns of x and x+1 at which the upper and the lower row of a block hold green; the other one holds the row's
+/// colour.
+template <BayerRow Upper>
+struct SBlock {
+    std::size_t upperGreen;
+    std::size_t lowerGreen;
+    explicit SBlock(std::size_t x)
+        : upperGreen(x % 2 == SRow<Upper>::greenParity ? x : x + 1), lowerGreen(2 * x + 1 - upperGreen) {}
+};
+
+template <class T, BayerRow Upper, unsigned Channels>
+inline void blockSpan(const T* upper, const T* lower, T* dst, std::size_t from, std::size_t to) {
+    for (std::size_t x = from; x < to; ++x) {
+        const SBlock<Upper> block(x);
+        T* const pixel = dst + x * Channels;
+        pixel[SRow<Upper>::rowColour] = upper[block.lowerGreen];
+        pixel[kGreen] = mean(upper[block.upperGreen], lower[block.lowerGreen]);
+        pixel[SRow<Upper>::thirdColour] = lower[block.upperGreen];
+    }
+}
+
+/// (9 near + 3 far along the row + 3 far across it + far both) / 16.
+template <class T>
+inline T centre(T near, T farColumn, T farRow, T farBoth) {
+    return static_cast<T>((9U * near + 3U * farColumn + 3U * farRow + farBoth) >> 4);
+}
+
+/// near and far: columns of a colour's samples at either side of the block's middle.
+template <class T, BayerRow Upper>
+inline void centreColours(const T* upper, const T* lower, const T* upperFar, const T* lowerFar, T* pixel,
+                          std::size_t upperNear, std::size_t upperFarColumn, std::size_t lowerNear,
+                          std::size_t lowerFarColumn) {
+    pixel[SRow<Upper>::rowColour] =
+        centre(upper[upperNear], upper[upperFarColumn], upperFar[upperNear], upperFar[upperFarColumn]);
+    pixel[SRow<Upper>::thirdColour] =
+        centre(lower[lowerNear], lower[lowerFarColumn], lowerFar[lowerNear], lowerFar[lowerFarColumn]);
+}
+
+template <class T, BayerRow Upper, unsigned Channels>
+inline void centreSpan(const T* upper, const T* lower, const T* upperFar, const T* lowerFar, T* dst, std::size_t from,
+                       std::size_t to, std::size_t width) {
+    for (std::size_t x = from; x < to; ++x) {
+        const SBlock<Upper> block(x);
+        T* const pixel = dst + x * Channels;
+        pixel[kGreen] = mean(upper[block.upperGreen], lower[block.lowerGreen]);
+        // A colour in the block's left column has its next sample two to the right, one in the right column two to the
+        // left; where the image ends its own one again.
+        const auto farColumn = [=](std::size_t near) {
+            return near == x ? (x + 2 < width ? x + 2 : near) : (x >= 1 ? x - 1 : near);
+        };
+        centreColours<T, Upper>(upper, lower, upperFar, lowerFar, pixel, block.lowerGreen, farColumn(block.lowerGreen),
+                                block.upperGreen, farColumn(block.upperGreen));
+    }
+}
+
+constexpr std::uint32_t kLargestCubicSum = 8191;
+
+/// Cubic convolution, weights -1, 5, 5, -1 in eighths, each pair rounded by itself. 0 .. 255 at every depth.
+template <class T>
+inline T cubic(T outerLeft, T left, T right, T outerRight) {
+    std::uint32_t inner = static_cast<std::uint32_t>(left) + right;
+    std::uint32_t outer = static_cast<std::uint32_t>(outerLeft) + outerRight;
+    inner = inner < kLargestCubicSum ? inner : kLargestCubicSum;
+    outer = outer < kLargestCubicSum ? outer : kLargestCubicSum;
+    const auto value = static_cast<std::int32_t>((5 * inner + 4) >> 3) - static_cast<std::int32_t>((outer + 4) >> 3);
+    return static_cast<T>(value < 0 ? 0 : value > 255 ? 255 : value);
+}
+
+template <class T, BayerRow Row, unsigned Channels>
+inline void biCubicSpan(const T* row, T* dst, std::size_t from, std::size_t to, std::size_t width) {
+    for (std::size_t x = from; x < to; ++x) {
+        T* const pixel = dst + x * Channels;
+        const bool green = x % 2 == SRow<Row>::greenParity;
+        T other = 0;
+        if (x >= 3 && x + 3 < width) {
+            other = cubic(row[x - 3], row[x - 1], row[x + 1], row[x + 3]);
+        } else if (x >= 1 && x + 1 < width) {
+            other = mean(row[x - 1], row[x + 1]);
+        } else {
+            other = row[x == 0 ? 1 : x - 1];
+        }
+        pixel[kGreen] = green ? row[x] : other;
+        pixel[SRow<Row>::rowColour] = green ? other : row[x];
     }
 }
 
@@ -201,6 +287,63 @@ void bilinearSimpleOpen(const T* row, T* dst, std::size_t width) {
     bilinearOpenSpan<T, Row, Channels>(row, dst, 0, width, width);
 }
 
+template <class T, BayerRow Upper, unsigned Channels>
+void nearestNeighbor2(const T* upper, const T* lower, T* dst, std::size_t width, bool lowerOfPair) {
+    const std::size_t last = width - 1;
+    blockSpan<T, Upper, Channels>(upper, lower, dst, 0, last);
+    T* const pixel = dst + last * Channels;
+    const T* const left = pixel - Channels;
+    for (unsigned i = 0; i < 3; ++i) {
+        pixel[i] = left[i];
+    }
+    if (width % 2 == 0 && !lowerOfPair) {
+        pixel[kGreen] = upper[SBlock<Upper>(last - 1).upperGreen];
+    } else if (width % 2 != 0 && lowerOfPair) {
+        const SBlock<Upper> block(last);
+        pixel[kGreen] = mean(upper[block.upperGreen], lower[block.lowerGreen]);
+    }
+}
+
+template <class T, BayerRow Upper, unsigned Channels>
+void bilinearFalseColorReduction(const T* upper, const T* lower, const T* upperFar, const T* lowerFar, T* dst,
+                                 std::size_t width) {
+    const std::size_t last = width - 1;
+    centreSpan<T, Upper, Channels>(upper, lower, upperFar, lowerFar, dst, 0, last, width);
+    // The last block has one column in the image. Each colour's last column stands for all of its samples.
+    T* const pixel = dst + last * Channels;
+    const SBlock<Upper> block(last);
+    const std::size_t upperColumn = block.lowerGreen == last ? last : last - 1;
+    const std::size_t lowerColumn = block.upperGreen == last ? last : last - 1;
+    centreColours<T, Upper>(upper, lower, upperFar, lowerFar, pixel, upperColumn, upperColumn, lowerColumn,
+                            lowerColumn);
+    if (width % 2 == 0) {
+        pixel[kGreen] = block.upperGreen == last ? upper[last] : lower[last];
+    } else {
+        const T* const left = pixel - Channels;
+        pixel[kGreen] = left[kGreen];
+    }
+}
+
+template <class T, BayerRow Row, unsigned Channels>
+void biCubic(const T* row, T* dst, std::size_t width) {
+    biCubicSpan<T, Row, Channels>(row, dst, 0, width, width);
+}
+
+template <class T, unsigned Channels>
+void biCubicThird(const T* above3, const T* above, const T* below, const T* below3, T* dst, std::size_t width,
+                  unsigned channel) {
+    for (std::size_t i = channel; i < width * Channels; i += Channels) {
+        dst[i] = cubic(above3[i], above[i], below[i], below3[i]);
+    }
+}
+
+template <class T, unsigned Channels>
+void meanThird(const T* above, const T* below, T* dst, std::size_t width, unsigned channel) {
+    for (std::size_t i = channel; i < width * Channels; i += Channels) {
+        dst[i] = mean(above[i], below[i]);
+    }
+}
+
 #define VEK_BY_LAYOUT(kernel, ...)                                                                                     \
     { kernel<__VA_ARGS__, 3>, kernel<__VA_ARGS__, 4> }
 #define VEK_BY_ROW(kernel)                                                                                             \
@@ -211,8 +354,16 @@ void bilinearSimpleOpen(const T* row, T* dst, std::size_t width) {
 
 template <class T>
 constexpr SDemosaicRows<T> demosaicTable() {
-    return {VEK_BY_LAYOUT(grey, T), VEK_BY_ROW(none), VEK_BY_ROW(nearestNeighbor), VEK_BY_ROW(bilinearSimple),
-            VEK_BY_ROW(bilinearSimpleOpen)};
+    return {VEK_BY_LAYOUT(grey, T),
+            VEK_BY_ROW(none),
+            VEK_BY_ROW(nearestNeighbor),
+            VEK_BY_ROW(bilinearSimple),
+            VEK_BY_ROW(bilinearSimpleOpen),
+            VEK_BY_ROW(nearestNeighbor2),
+            VEK_BY_ROW(bilinearFalseColorReduction),
+            VEK_BY_ROW(biCubic),
+            VEK_BY_LAYOUT(biCubicThird, T),
+            VEK_BY_LAYOUT(meanThird, T)};
 }
 
 #undef VEK_BY_ROW

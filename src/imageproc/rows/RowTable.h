@@ -51,6 +51,67 @@ struct SDemosaicRows {
     /// The own row's two colours of bilinearSimple; the third one is left as dst holds it. Width 2 and more.
     using BilinearOpen = void (*)(const T* row, T* dst, std::size_t width);
     BilinearOpen bilinearSimpleOpen[kBayerRows][kPixelLayouts];
+
+    // Block-centred methods: pixel x stands in the middle of columns x, x+1 of two rows. By the kind of the upper one.
+
+    /// The block's samples, and the mean of its greens. The last pixel repeats the one before it but for its green:
+    /// even widths, upper row of a pair (lower false): the upper row's green alone; odd widths, lower row: the mean of
+    /// its own block, which reads column width of the row that has its green there. Width 2 and more.
+    using Block = void (*)(const T* upper, const T* lower, T* dst, std::size_t width, bool lowerOfPair);
+    Block nearestNeighbor2[kBayerRows][kPixelLayouts];
+
+    /// Red and blue weighted 9, 3, 3, 1 with the next samples of their colour: those of the row two further, upperFar
+    /// and lowerFar (the own row again where the image ends), and of the column two further. Width 3 and more.
+    using Centre = void (*)(const T* upper, const T* lower, const T* upperFar, const T* lowerFar, T* dst,
+                            std::size_t width);
+    Centre bilinearFalseColorReduction[kBayerRows][kPixelLayouts];
+
+    /// The row's two colours by cubic convolution. Width 2 and more.
+    using Cubic = void (*)(const T* row, T* dst, std::size_t width);
+    Cubic biCubic[kBayerRows][kPixelLayouts];
+
+    /// A row's third colour (channel) from that of the rows of pixels 1 and 3 above and below it, by cubic convolution
+    /// or as a mean. Any width.
+    using CubicThird = void (*)(const T* above3, const T* above, const T* below, const T* below3, T* dst,
+                                std::size_t width, unsigned channel);
+    CubicThird biCubicThird[kPixelLayouts];
+    using MeanThird = void (*)(const T* above, const T* below, T* dst, std::size_t width, unsigned channel);
+    MeanThird meanThird[kPixelLayouts];
+};
+
+/// Packings of YCrCb, as an index into a kernel's table.
+enum class YCrCb : std::uint8_t {
+    P422, ///< Y0 Cb Y1 Cr
+    P444, ///< Y Cb Cr
+    P411  ///< Y0 Y1 Cb Y2 Y3 Cr
+};
+constexpr std::size_t kPackings = 3;
+
+/// Rows of YCrCb bytes. Tables: rows of 256 for Y, Cr to red, Cb to green, Cr to green, Cb to blue, 22 fraction bits.
+struct SYCrCbRows {
+    /// Whole groups become pixels, but for the last four pixels of 4:1:1 of a width that is a multiple of 4. Pixels
+    /// behind the last whole group go to the row's first one, with the chroma of that group; 4:1:1 of width 4 and less
+    /// does nothing. Any width.
+    void (*toBgr[kPackings][kPixelLayouts])(const std::uint8_t* src, std::uint8_t* dst, std::size_t width,
+                                            const int (*table)[256]);
+    /// dst[x]: luma of pixel x through row 0 of a table. Any width.
+    void (*toGrey[kPackings])(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, const int (*table)[256]);
+};
+
+/// Bytes of a grey or colour pixel, as an index into a kernel's table: 1, 3, 4.
+constexpr std::size_t kBytePixels = 3;
+constexpr std::size_t bytePixel(std::size_t bytes) {
+    return bytes / 2;
+}
+
+/// Samples to bytes. Any width.
+struct SByteRows {
+    /// Samples shifted right, or left where shift is negative, into every channel; shift: -31 .. 31.
+    void (*shift8[kBytePixels])(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, int shift);
+    void (*shift16[kBytePixels])(const std::uint16_t* src, std::uint8_t* dst, std::size_t width, int shift);
+    /// Packed pixels shifted right. Reads (width x bits + 7) / 8 bytes.
+    void (*unpack10)(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, int shift);
+    void (*unpack12)(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, int shift);
 };
 
 /// Sums of a row's samples: those of even columns are added to sums[0], those of odd ones to sums[1]. Any width.
@@ -161,6 +222,8 @@ struct SRowTable {
     SColourRows<std::uint8_t> colours8;
     SColourRows<std::uint16_t> colours16;
     SFlipRows flips;
+    SYCrCbRows yCrCb;
+    SByteRows bytes;
 };
 
 /// The demosaic kernels for a sample type.

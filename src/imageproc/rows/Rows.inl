@@ -4,13 +4,16 @@
 // code compiled for a wider instruction set must never be linked in for a narrower one.
 #include "imageproc/rows/RowTable.h"
 
+#include "imageproc/rows/Packed.inl"
 #include "imageproc/rows/Vector.inl"
 
+#include "imageproc/rows/Bytes.inl"
 #include "imageproc/rows/Colours.inl"
 #include "imageproc/rows/Curves.inl"
 #include "imageproc/rows/Demosaic.inl"
 #include "imageproc/rows/Flips.inl"
 #include "imageproc/rows/Sums.inl"
+#include "imageproc/rows/YCrCb.inl"
 
 namespace vek::rows::VEK_ISA {
 
@@ -26,6 +29,8 @@ const SRowTable kTable = {
     colourTable<std::uint8_t>(),
     colourTable<std::uint16_t>(),
     flipTable(),
+    yCrCbTable(),
+    byteTable(),
 };
 
 } // namespace vek::rows::VEK_ISA

@@ -23,15 +23,6 @@ inline void sumSpan(std::size_t from, std::size_t width, std::uint64_t* sums, Sa
     sums[1] += odd;
 }
 
-/// Pixel x of Bits bits, the least significant bit first: it lies in the 16-bit word that starts at its first byte.
-template <unsigned Bits>
-inline unsigned packedPixel(const std::uint8_t* row, std::size_t x) {
-    const std::size_t bit = x * Bits;
-    const std::uint8_t* const at = row + bit / 8;
-    const unsigned word = at[0] | static_cast<unsigned>(at[1]) << 8;
-    return word >> (bit % 8) & ((1U << Bits) - 1);
-}
-
 #if VEK_VECTOR_BYTES != 0
 
 /// Sum of a vector's lanes, none of which is as wide as 64 bits.

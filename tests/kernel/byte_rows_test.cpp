@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: Apache-2.0
+// Every tier's rows that end in bytes (samples and packed pixels shifted, YCrCb decoded) against the scalar ones, next
+// to protected pages.
+#include "VekTrgApi.h"
+#include "kernel/TierTest.h"
+#include "support/GuardedBuffer.h"
+#include "support/Random.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace vek::test {
+namespace {
+
+/// A conversion of width pixels: bytes read, bytes of the destination, the call.
+template <class Src, class Call>
+void compare(const rows::SRowTable& tier, const std::string& name, std::size_t srcCount, std::size_t dstBytes,
+             std::size_t width, Call call) {
+    const rows::SRowTable& scalar = *rows::tier(0).table;
+    for (const Flush flush : {Flush::Left, Flush::Right}) {
+        CRandom random(width + srcCount);
+        CGuardedBuffer<Src> src(srcCount, flush);
+        fillSamples(src.data(), srcCount, Pattern::Random, 8 * sizeof(Src), random);
+        std::vector<std::uint8_t> expected(dstBytes);
+        fillSamples(expected.data(), dstBytes, Pattern::Random, 8, random);
+        CGuardedBuffer<std::uint8_t> got(dstBytes, flush);
+        std::copy(expected.begin(), expected.end(), got.data());
+        call(scalar, src.data(), expected.data());
+        call(tier, src.data(), got.data());
+        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), got.data()))
+            << tier.name << ' ' << name << ' ' << width;
+        ASSERT_TRUE(got.CanaryIntact()) << tier.name << ' ' << name << ' ' << width;
+    }
+}
+
+/// Bytes up to the third one of the last pixel.
+std::size_t pixelBytes(std::size_t width, std::size_t channels) {
+    return width == 0 ? 0 : (width - 1) * channels + std::min<std::size_t>(channels, 3);
+}
+
+class ByteRows : public CTierTest {
+protected:
+    void CheckShifts(std::size_t width) {
+        for (const std::size_t channels : {1UL, 3UL, 4UL}) {
+            for (const int shift : {-31, -2, 0, 2, 4, 6, 8, 31}) {
+                const std::size_t at = rows::bytePixel(channels);
+                compare<std::uint8_t>(table(), "shift8", width, pixelBytes(width, channels), width,
+                                      [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
+                                          rows.bytes.shift8[at](src, dst, width, shift);
+                                      });
+                compare<std::uint16_t>(table(), "shift16", width, pixelBytes(width, channels), width,
+                                       [&](const rows::SRowTable& rows, const std::uint16_t* src, std::uint8_t* dst) {
+                                           rows.bytes.shift16[at](src, dst, width, shift);
+                                       });
+            }
+        }
+    }
+    void CheckUnpacking(std::size_t width) {
+        for (const int shift : {0, 2, 4}) {
+            compare<std::uint8_t>(table(), "unpack10", (width * 10 + 7) / 8, width, width,
+                                  [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
+                                      rows.bytes.unpack10(src, dst, width, shift);
+                                  });
+            compare<std::uint8_t>(table(), "unpack12", (width * 12 + 7) / 8, width, width,
+                                  [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
+                                      rows.bytes.unpack12(src, dst, width, shift);
+                                  });
+        }
+    }
+    void CheckYCrCb(std::size_t width) {
+        const std::size_t bytes[] = {2 * width, 3 * width, width + width / 2};
+        for (std::size_t packing = 0; packing < rows::kPackings; ++packing) {
+            for (const unsigned channels : {3U, 4U}) {
+                compare<std::uint8_t>(table(), "toBgr", bytes[packing], pixelBytes(width, channels), width,
+                                      [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
+                                          rows.yCrCb.toBgr[packing][rows::pixelLayout(channels)](src, dst, width,
+                                                                                                 pnYCrCbConvTable);
+                                      });
+            }
+            compare<std::uint8_t>(table(), "toGrey", bytes[packing], width, width,
+                                  [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
+                                      rows.yCrCb.toGrey[packing](src, dst, width, pnYCrCbConvTable);
+                                  });
+        }
+    }
+};
+
+TEST_P(ByteRows, EqualScalarForEveryWidthUpTo130) {
+    for (std::size_t width = 0; width <= 130; ++width) {
+        CheckShifts(width);
+        CheckUnpacking(width);
+        CheckYCrCb(width);
+        if (HasFatalFailure()) {
+            return;
+        }
+    }
+}
+
+TEST_P(ByteRows, EqualScalarForLargeWidths) {
+    for (const std::size_t width : {2447UL, 2448UL}) {
+        CheckShifts(width);
+        CheckUnpacking(width);
+        CheckYCrCb(width);
+    }
+}
+
+VEK_FOR_EVERY_TIER(ByteRows);
+
+} // namespace
+} // namespace vek::test
