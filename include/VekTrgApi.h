@@ -156,6 +156,25 @@ enum VekMirror { VEK_MIRROR_NONE = 0, VEK_MIRROR_HORIZONTAL = 1, VEK_MIRROR_VERT
 /** Rotation code, a quarter turn; the mirror comes first. */
 enum VekRotation { VEK_ROTATION_NONE = 0, VEK_ROTATION_CLOCKWISE = 1, VEK_ROTATION_COUNTERCLOCKWISE = 2 };
 
+/** What VekCam_NoiseReduction does. */
+enum VekNoiseReductionMode {
+    VEK_NOISE_OFF = 0,
+    VEK_NOISE_EASY = 1,   /**< pixels brighter than their neighbourhood come down to its median */
+    VEK_NOISE_COMPLEX = 2 /**< subtracts the stored dark frame, then repairs pixels that were saturated */
+};
+/** The third mode of VekCam_NoiseReduction: keeps the image as the dark frame. */
+#define VEK_NOISE_STORE_DARK 0x80000000UL
+
+/** What VekCam_ShadingCorrection does with a frame; every other value nothing. */
+enum VekShadingMode {
+    VEK_SHADING_OFF = 0,
+    VEK_SHADING_CALIBRATE_GAIN = 1,   /**< adds the frame to the calibration mean */
+    VEK_SHADING_GAIN = 2,             /**< multiplies by the map's gains */
+    VEK_SHADING_CALIBRATE_OFFSET = 3, /**< adds the frame to the calibration mean */
+    VEK_SHADING_OFFSET = 4,           /**< adds the map's offsets */
+    VEK_SHADING_SHOW_MAP = 255        /**< replaces each sample by its entry in the map */
+};
+
 /** Pixel formats of the GenICam Pixel Format Naming Convention (PFNC) that the camera's data have. */
 enum VekPixelFormat {
     VEK_PFNC_NONE = 0,
@@ -664,6 +683,59 @@ VEK_API int VekCam_SetHighChromaSuppression(VekCam_Handle handle, unsigned short
 VEK_API int VekCam_GetHighChromaSuppression(VekCam_Handle handle, unsigned short *startLevel, unsigned short *slope);
 VEK_API int VekCam_SetLowChromaSuppression(VekCam_Handle handle, unsigned short startLevel, unsigned short slope);
 VEK_API int VekCam_GetLowChromaSuppression(VekCam_Handle handle, unsigned short *startLevel, unsigned short *slope);
+
+/**
+ * Noise reduction on a raw or mono image, in place.
+ *  mode: enum VekNoiseReductionMode or VEK_NOISE_STORE_DARK.
+ *      VEK_NOISE_EASY: a pixel becomes the median of itself and its neighbours where that is darker. Neighbours are
+ *      those of the same colour: the four diagonal ones for mono and green, those two columns and two rows away for
+ *      red and blue; fewer, or the four nearest for mono, at the edge. In Bayer images the ones to the left and above
+ *      count as already filtered. Bayer images have an even size of 4 x 4 and more, mono ones 2 x 2 and more.
+ *      VEK_NOISE_STORE_DARK: the image is kept, less its own floor (the least sample of each place in the 2 x 2 cell),
+ *      and is not changed.
+ *      VEK_NOISE_COMPLEX: the dark frame is subtracted (0 at least); pixels that were saturated before and no longer
+ *      are become the median of their neighbourhood where that is brighter. Size, pitch and colour array as when the
+ *      dark frame was stored, and rows without padding.
+ *  width, height: pixels.
+ *  linePitch: bytes from row to row; 0 means width samples of 1 byte, or of 2 above 8 bits.
+ *  colorArray: enum VekColorArray, mono or Bayer; its low 16 bits count.
+ *  bitsPerPixel: depth; above 8 the image is words, else bytes. Its low 16 bits count.
+ * Returns 0; VEK_EINVAL for a null handle, another mode or colour array (in VEK_NOISE_COMPLEX the dark frame has then
+ * been subtracted already), a size or pitch that the mode does not take, or no matching dark frame; VEK_ENOMEM when
+ * memory runs out. In VEK_NOISE_EASY that is 0, too, and the image stays as it was.
+ */
+VEK_API int VekCam_NoiseReduction(VekCam_Handle handle, unsigned long mode, unsigned long width, unsigned long height,
+                                  unsigned long linePitch, int colorArray, void *image, int bitsPerPixel);
+
+/**
+ * Shading correction mode. Takes over the camera's colour array as well: a colour sensor is measured for each place in
+ * the 2 x 2 cell, a mono one as a whole.
+ *  mode: enum VekShadingMode, not checked. VEK_SHADING_OFF when a handle is opened. The calibrating modes start anew.
+ * Returns 0; VEK_EINVAL for a null handle. A null mode is ignored.
+ */
+VEK_API int VekCam_SetShadingCorrectionMode(VekCam_Handle handle, unsigned long mode);
+VEK_API int VekCam_GetShadingCorrectionMode(VekCam_Handle handle, unsigned long *mode);
+
+/**
+ * Level that calibrated images come to.
+ *  target: level, its low 16 bits count; 0, as when a handle is opened, stands for the mean of the calibration image's
+ *      centre.
+ * Returns 0; VEK_EINVAL for a null handle or a null output.
+ */
+VEK_API int VekCam_SetShadingCorrectionTarget(VekCam_Handle handle, int target);
+VEK_API int VekCam_GetShadingCorrectionTarget(VekCam_Handle handle, unsigned short *target);
+
+/**
+ * Calibrates with a raw or mono frame, or corrects one in place, by the mode.
+ *  width, height: pixels. Frames of another size than the map pass unchanged.
+ *  linePitch: bytes from row to row; 0 means rows without padding.
+ *  bitsPerPixel: depth; above 8 the image is words, else bytes. Its low 16 bits count. Results are at most 2^bits - 1.
+ * Calibration keeps the mean of frames only while linePitch is 4 x width; with any other pitch each frame replaces the
+ * one before it. Gains are in 1/128, 16 at most; the first corrected frame makes the map from the calibration. Returns
+ * 0; VEK_EINVAL for a null handle; 1 when memory for a calibration runs out.
+ */
+VEK_API int VekCam_ShadingCorrection(VekCam_Handle handle, unsigned long width, unsigned long height,
+                                     unsigned long linePitch, void *image, int bitsPerPixel);
 
 /*
  * Constant tables. Read-only, shared by all handles.
