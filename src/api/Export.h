@@ -8,6 +8,19 @@
 
 namespace vek {
 
+/// A module's status as an export's result.
+constexpr int miStatus(unsigned long status) {
+    return static_cast<int>(static_cast<long>(status));
+}
+
+// An image of bytes or of words, as an export's depth argument tells.
+inline unsigned char* bytes(void* image) {
+    return static_cast<unsigned char*>(image);
+}
+inline unsigned short* words(void* image) {
+    return static_cast<unsigned short*>(image);
+}
+
 /// Runs the body of an export: VEK_EINVAL for a null handle, else what body makes of the camera. Nothing that body
 /// throws gets out.
 template <class Body>

@@ -6,6 +6,8 @@
 #include "imageproc/ColorMatrix.h"
 #include "imageproc/Flip.h"
 #include "imageproc/Gamma.h"
+#include "imageproc/NoiseReduction.h"
+#include "imageproc/ShadingCorrection.h"
 #include "imageproc/Sharpness.h"
 #include "imageproc/WB.h"
 #include "imageproc/rows/RowDispatch.h"
@@ -35,6 +37,8 @@ constexpr SModuleType kModules[] = {
     moduleWithRows<IColorInterpolation, CColorInterpolation>(kModuleColorInterpolation),
     moduleWithRows<IFlip, CFlip>(kModuleFlip),
     moduleWithRows<IWB, CWB>(kModuleWB),
+    moduleWithRows<INoiseReduction, CNoiseReduction>(kModuleNoiseReduction),
+    moduleWithRows<IShadingCorrection, CShadingCorrection>(kModuleShadingCorrection),
 };
 
 const SModuleType* findModule(unsigned long type) {

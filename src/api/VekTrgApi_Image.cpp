@@ -15,19 +15,10 @@
 
 namespace {
 
+using vek::bytes;
 using vek::miExport;
-
-/// A module's status as an export's result.
-int miStatus(unsigned long status) {
-    return static_cast<int>(static_cast<long>(status));
-}
-
-unsigned char* bytes(void* image) {
-    return static_cast<unsigned char*>(image);
-}
-unsigned short* words(void* image) {
-    return static_cast<unsigned short*>(image);
-}
+using vek::miStatus;
+using vek::words;
 
 /// Whether the colour stage takes a format at a depth. Grey formats go with any: there is nothing to do.
 bool mbColourStageTakes(unsigned long pixelFormat, unsigned short bits) {

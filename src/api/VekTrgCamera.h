@@ -96,6 +96,8 @@ public:
     vek::IGamma& Gamma() const { return *mpGamma; }
     vek::IColorMatrix& ColorMatrix() const { return *mpColorMatrix; }
     vek::IWB& WB() const { return *mpWB; }
+    vek::INoiseReduction& NoiseReduction() const { return *mpNoiseReduction; }
+    vek::IShadingCorrection& ShadingCorrection() const { return *mpShadingCorrection; }
     vek::IChromaSuppress& ChromaSuppress() const { return *mpChromaSuppress; }
     vek::IFlip& Flip() const { return *mpFlip; }
 

@@ -56,7 +56,8 @@ void ImageBitShift(const rows::SRowTable& rows, unsigned long width, unsigned lo
         rowBytes = *dstPitch;
     }
     // A shift to the left counts modulo 32; one to the right by 31 leaves nothing of a sample.
-    const auto rowShift = static_cast<int>(shift >= 0 ? std::min(shift, 31L) : -static_cast<long>((0 - static_cast<unsigned long>(shift)) & 31));
+    const auto rowShift = static_cast<int>(
+        shift >= 0 ? std::min(shift, 31L) : -static_cast<long>((0 - static_cast<unsigned long>(shift)) & 31));
     const auto shiftOne = shiftRow(rows, src, rows::bytePixel(pixelBytes));
     for (unsigned long y = 0; y < height; ++y) {
         const Src* const from = src + y * rowSamples;

@@ -211,6 +211,39 @@ struct SFlipRows {
                                    std::ptrdiff_t dstPitch, std::size_t width, std::size_t height);
 };
 
+/// Noise reduction of raw and mono rows, in place. Neighbours at distance 1 stand in the rows above and below, at
+/// distance 2 in above2 and below2.
+template <class T>
+struct SNoiseRows {
+    /// Columns 1 .. width-2 become the median of themselves and their diagonal neighbours where that is darker. above:
+    /// as it was before its own change.
+    void (*easyMono)(const T* above, T* row, const T* below, std::size_t width);
+    /// The same for columns 2 .. width-3 of a Bayer row, left to right: green takes its diagonal neighbours, the row's
+    /// colour those two columns and two rows away.
+    void (*easyBayer)(const T* above2, const T* above, T* row, const T* below, const T* below2, std::size_t width,
+                      unsigned greenParity);
+    /// row - dark, 0 at least. Any width.
+    void (*subtract)(T* row, const T* dark, std::size_t width);
+    /// Columns 1 .. width-2 (mono) or 2 .. width-3 (Bayer) that were at or above threshold in live and are below it now
+    /// become the median of themselves and the neighbours of the easy filter where that is brighter, left to right.
+    void (*repairMono)(const T* above, T* row, const T* below, const T* live, std::size_t width, T threshold);
+    void (*repairBayer)(const T* above2, const T* above, T* row, const T* below, const T* below2, const T* live,
+                        std::size_t width, unsigned greenParity, T threshold);
+};
+
+/// Rows of a shading map: signed 32-bit entries at any address. Samples are limited to maxValue. Any width.
+template <class T>
+struct SShadingRows {
+    /// ((sample - offset) x entry) / 128 + offset, modulo 2^32.
+    void (*gain)(T* row, const void* entries, std::size_t width, std::uint32_t offset, std::uint32_t maxValue);
+    /// sample + entry, 0 at least.
+    void (*offset)(T* row, const void* entries, std::size_t width, std::uint32_t maxValue);
+    /// The entry itself; negative ones become maxValue.
+    void (*show)(T* row, const void* entries, std::size_t width, std::uint32_t maxValue);
+    /// (mean x count + sample) / (count + 1)
+    void (*addToMean)(const T* row, double* mean, std::size_t width, double count);
+};
+
 struct SRowTable {
     Isa isa;
     const char* name; ///< "scalar", "sse42", "avx2", "avx512", "neon"
@@ -224,6 +257,10 @@ struct SRowTable {
     SFlipRows flips;
     SYCrCbRows yCrCb;
     SByteRows bytes;
+    SNoiseRows<std::uint8_t> noise8;
+    SNoiseRows<std::uint16_t> noise16;
+    SShadingRows<std::uint8_t> shading8;
+    SShadingRows<std::uint16_t> shading16;
 };
 
 /// The demosaic kernels for a sample type.
@@ -253,6 +290,26 @@ const SColourRows<T>& colourRows(const SRowTable& table) {
         return table.colours8;
     } else {
         return table.colours16;
+    }
+}
+
+/// The noise reduction kernels for a sample type.
+template <class T>
+const SNoiseRows<T>& noiseRows(const SRowTable& table) {
+    if constexpr (sizeof(T) == 1) {
+        return table.noise8;
+    } else {
+        return table.noise16;
+    }
+}
+
+/// The shading kernels for a sample type.
+template <class T>
+const SShadingRows<T>& shadingRows(const SRowTable& table) {
+    if constexpr (sizeof(T) == 1) {
+        return table.shading8;
+    } else {
+        return table.shading16;
     }
 }
 

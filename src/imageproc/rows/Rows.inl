@@ -12,6 +12,8 @@
 #include "imageproc/rows/Curves.inl"
 #include "imageproc/rows/Demosaic.inl"
 #include "imageproc/rows/Flips.inl"
+#include "imageproc/rows/Noise.inl"
+#include "imageproc/rows/Shading.inl"
 #include "imageproc/rows/Sums.inl"
 #include "imageproc/rows/YCrCb.inl"
 
@@ -31,6 +33,10 @@ const SRowTable kTable = {
     flipTable(),
     yCrCbTable(),
     byteTable(),
+    noiseTable<std::uint8_t>(),
+    noiseTable<std::uint16_t>(),
+    shadingTable<std::uint8_t>(),
+    shadingTable<std::uint16_t>(),
 };
 
 } // namespace vek::rows::VEK_ISA
