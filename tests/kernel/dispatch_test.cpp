@@ -58,6 +58,21 @@ void appendColours(std::vector<SKernel>& list, const std::string& prefix, const 
     append(list, prefix + "sharpenColour", rows.sharpenColour);
 }
 
+template <class T>
+void appendCorrections(std::vector<SKernel>& list, const std::string& bits, const SRowTable& table) {
+    const rows::SNoiseRows<T>& noise = rows::noiseRows<T>(table);
+    append(list, "noise" + bits + ".easyMono", noise.easyMono);
+    append(list, "noise" + bits + ".easyBayer", noise.easyBayer);
+    append(list, "noise" + bits + ".subtract", noise.subtract);
+    append(list, "noise" + bits + ".repairMono", noise.repairMono);
+    append(list, "noise" + bits + ".repairBayer", noise.repairBayer);
+    const rows::SShadingRows<T>& shading = rows::shadingRows<T>(table);
+    append(list, "shading" + bits + ".gain", shading.gain);
+    append(list, "shading" + bits + ".offset", shading.offset);
+    append(list, "shading" + bits + ".show", shading.show);
+    append(list, "shading" + bits + ".addToMean", shading.addToMean);
+}
+
 std::vector<SKernel> kernelsOf(const SRowTable& table) {
     std::vector<SKernel> list;
     appendDemosaic(list, "demosaic8.", table.demosaic8);
@@ -80,6 +95,8 @@ std::vector<SKernel> kernelsOf(const SRowTable& table) {
     append(list, "bytes.shift16", table.bytes.shift16);
     append(list, "bytes.unpack10", table.bytes.unpack10);
     append(list, "bytes.unpack12", table.bytes.unpack12);
+    appendCorrections<std::uint8_t>(list, "8", table);
+    appendCorrections<std::uint16_t>(list, "16", table);
     return list;
 }
 
