@@ -315,22 +315,27 @@ VEK_API int VekCam_GetlibVersion(VekCam_Handle handle, unsigned long *version);
  * Turns a raw, mono or YCrCb frame into a blue-green-red or grey image.
  *  width, height: pixels; 0 writes nothing and is success.
  *  colorArray: layout of the source, enum VekColorArray.
- *  src: height rows without padding: width samples; of YCrCb bytes 2 x width (4:2:2), 3 x width (4:4:4) or width +
+ *  src: height rows without padding: width samples; of YCrCb bytes, 2 x width (4:2:2), 3 x width (4:4:4) or width +
  *      width / 2 (4:1:1), at 10 and 12 bits twice as many (4:1:1: 3 x width). With an odd width one sample behind a
- * row's last is read as well (the next row's first one) by VEK_DEMOSAIC_BILINEAR_SIMPLE, also behind the image's last
- * row, and by VEK_DEMOSAIC_NEAREST_NEIGHBOR2. dst: height rows, each channels x width samples, padded to a multiple of
- * 4 bytes. The padding is not written. method: enum VekDemosaicMethod. VEK_DEMOSAIC_MONO, and any method on a mono
- * image, copies samples to every channel; of YCrCb it writes luma bytes, one a pixel, and every other method decodes.
- * Others need 2 x 2 pixels (VEK_DEMOSAIC_NONE 1 x 1, methods 5 and 6 4 x 4). Means cut the fraction off.
- * docs/demosaic.md tells the methods apart, and what each does at an image's edge: VEK_DEMOSAIC_BILINEAR_SIMPLE leaves
- * the third colour of an odd height's last row as dst held it (blue where that row holds red, red where it holds blue).
- * YCrCb 4:2:2 of odd width and 4:1:1 of a width that is no multiple of 4 write the row's last pixel in the place of its
- * first one, 4:1:1 leaves the last four pixels of other rows, and rows of 4 pixels and less. destinationPixelFormat:
- * enum VekDestinationFormat: MONO8, BGR24, BGRX32 at 8 bits; MONO10, MONO12, BGR48, BGRX64 at 10 and 12 bits. Grey
- * formats go with VEK_DEMOSAIC_MONO or a mono image only. bitsPerPixel: depth of the source: 8 (bytes), 10 or 12
- * (words). YCrCb is bytes at every depth, and so is its result. Returns 0; VEK_EINVAL for a null handle, another depth,
- * or a format that the depth does not allow; 1 for any other refusal (unknown colour array or method, an image too
- * small for the method, a null buffer). Nothing is written unless the result is 0.
+ *      row's last is read as well (the next row's first one) by VEK_DEMOSAIC_BILINEAR_SIMPLE, also behind the image's
+ *      last row, and by VEK_DEMOSAIC_NEAREST_NEIGHBOR2.
+ *  dst: height rows, each channels x width samples, padded to a multiple of 4 bytes. The padding is not written.
+ *  method: enum VekDemosaicMethod. VEK_DEMOSAIC_MONO, and any method on a mono image, copies samples to every channel;
+ *      of YCrCb it writes luma bytes, one a pixel, and every other method decodes. Means cut the fraction off.
+ *      VEK_DEMOSAIC_NEAREST_NEIGHBOR, BILINEAR_SIMPLE and BICUBIC need 2 x 2 pixels, NEAREST_NEIGHBOR2 and
+ *      BILINEAR_FALSE_COLOR_REDUCTION 4 x 4.
+ *      VEK_DEMOSAIC_BILINEAR_SIMPLE leaves the third colour of an odd height's last row as dst held it (blue where
+ *      that row holds red, red where it holds blue).
+ *      VEK_DEMOSAIC_BICUBIC limits what it interpolates to 0 .. 255 at every depth.
+ *      YCrCb 4:2:2 of odd width and 4:1:1 of a width that is no multiple of 4 write the row's last pixel in the place
+ *      of its first one. 4:1:1 of another width leaves the row's last four pixels as they were, and rows of 4 pixels
+ *      and less altogether.
+ *  destinationPixelFormat: enum VekDestinationFormat: MONO8, BGR24, BGRX32 at 8 bits; MONO10, MONO12, BGR48, BGRX64 at
+ *      10 and 12 bits. Grey formats go with VEK_DEMOSAIC_MONO or a mono image only.
+ *  bitsPerPixel: depth of the source: 8 (bytes), 10 or 12 (words). YCrCb is bytes at every depth, and so is its result.
+ * Returns 0; VEK_EINVAL for a null handle, another depth, or a format that the depth does not allow; 1 for any other
+ * refusal (unknown colour array or method, an image too small for the method, a null buffer). Nothing is written unless
+ * the result is 0.
  */
 VEK_API int VekCam_ColorInterpolation(VekCam_Handle handle, unsigned long width, unsigned long height,
                                       unsigned short colorArray, const void *src, void *dst, unsigned char method,
@@ -550,7 +555,8 @@ VEK_API int VekCam_WhiteBalance(VekCam_Handle handle, unsigned long width, unsig
 /**
  * Tone curve of a channel.
  *  channel: enum VekGammaChannel; mode: enum VekGammaMode.
- *  gamma: hundredths, 1 and more; the curve's exponent is 100 / gamma. brightness: levels added to the input.
+ *  gamma: hundredths, 1 and more; the curve's exponent is 100 / gamma.
+ *  brightness: levels added to the input.
  *  contrast: input levels that become black at the dark end and white at the bright end; the steepness between them
  *      follows 255 / (255 - 2 x contrast) at every depth, and inputs that brightness lifts above the largest level
  *      become 255 at every depth. Modes VEK_GAMMA_OFF and VEK_GAMMA_TABLE keep 100, 0 and 0 instead of the three.
@@ -579,7 +585,8 @@ VEK_API int VekCam_GetGammaMode(VekCam_Handle handle, unsigned char channel, uns
  * Applies the four tone curves of the colours to a raw Bayer image. An image passes unchanged when all four are off.
  *  width, height: pixels.
  *  colorArray: enum VekColorArray. Mono images pass unchanged, other codes than Bayer count as VEK_COLOR_ARRAY_RGGB.
- *  bits: above 8 the image is words, else bytes.
+ *  bits: above 8 the image is words, else bytes. A channel's curve has the depth it was set with: at more than 8 bits
+ *      all four have to be set, since a channel that was never set cuts samples off at 255.
  * Returns 0; VEK_EINVAL for a null handle.
  */
 VEK_API int VekCam_RawColorGamma(VekCam_Handle handle, unsigned long width, unsigned long height,
@@ -601,9 +608,9 @@ VEK_API int VekCam_BGRGamma(VekCam_Handle handle, unsigned long width, unsigned 
 /**
  * Sharpness.
  *  mode: 0 off (when a handle is opened), else on.
- *  gain: per cent; coring: differences up to this one are left alone. Not checked. GetSharpnessMode gives a coring
- * above 255 as 255. With mode 0 the values are kept, and take effect once they are set with another mode. Returns 0;
- * VEK_EINVAL for a null handle or a null output.
+ *  gain: per cent; coring: differences up to this one are left alone. Not checked.
+ * With mode 0 gain and coring are kept, and take effect once they are set with another mode.
+ * Returns 0; VEK_EINVAL for a null handle or a null output.
  */
 VEK_API int VekCam_SetSharpnessMode(VekCam_Handle handle, unsigned char mode, unsigned short gain,
                                     unsigned char coring);
@@ -627,10 +634,12 @@ VEK_API int VekCam_Sharpness(VekCam_Handle handle, unsigned long width, unsigned
 
 /**
  * Mirrors a raw 8-bit image and rotates it by a quarter turn, in place.
- *  mirror: enum VekMirror, bits combined; rotation: enum VekRotation, other values mean none. The mirror comes first.
- *      Without a rotation mirror values 4 to 7 mean: clockwise, counter-clockwise, horizontal then clockwise,
- * horizontal then counter-clockwise; larger ones nothing. With one only the two low bits count. width, height: pixels,
- * in and out: exchanged by a quarter turn. colorArray: in and out: the Bayer phase of the result; other codes stay.
+ *  mirror: enum VekMirror, bits combined. Comes before the rotation, with which only the two low bits count. Without
+ *      one, values 4 to 7 mean: clockwise, counter-clockwise, horizontal then clockwise, horizontal then
+ *      counter-clockwise; larger ones nothing.
+ *  rotation: enum VekRotation, other values mean none.
+ *  width, height: pixels, in and out: exchanged by a quarter turn.
+ *  colorArray: in and out: the Bayer phase of the result, for even widths and heights; other codes stay.
  *  image: rows of width bytes.
  * Returns 0; VEK_EINVAL for a null handle; 1 for a null pointer that would be used, or when memory runs out (width and
  * height are then exchanged already, image and colorArray are not changed).
@@ -675,9 +684,11 @@ VEK_API int VekCam_HueSaturationColorMatrix(VekCam_Handle handle, unsigned long 
 
 /**
  * Chroma suppression, part of VekCam_HueSaturationColorMatrix: blue and red of pixels whose luma is above (High) or
- * below (Low) the start level are pulled towards green. startLevel: luma. 255 (High) and 0 (Low) when a handle is
- * opened. slope: 1/16384 of full suppression for each level beyond; 0, as when a handle is opened, switches the part
- * off. Either output of the getters may be null. Returns 0; VEK_EINVAL for a null handle.
+ * below (Low) the start level are pulled towards green.
+ *  startLevel: luma. 255 (High) and 0 (Low) when a handle is opened.
+ *  slope: 1/16384 of full suppression for each level beyond; 0, as when a handle is opened, switches the part off.
+ * Either output of the getters may be null.
+ * Returns 0; VEK_EINVAL for a null handle.
  */
 VEK_API int VekCam_SetHighChromaSuppression(VekCam_Handle handle, unsigned short startLevel, unsigned short slope);
 VEK_API int VekCam_GetHighChromaSuppression(VekCam_Handle handle, unsigned short *startLevel, unsigned short *slope);
@@ -731,11 +742,59 @@ VEK_API int VekCam_GetShadingCorrectionTarget(VekCam_Handle handle, unsigned sho
  *  linePitch: bytes from row to row; 0 means rows without padding.
  *  bitsPerPixel: depth; above 8 the image is words, else bytes. Its low 16 bits count. Results are at most 2^bits - 1.
  * Calibration keeps the mean of frames only while linePitch is 4 x width; with any other pitch each frame replaces the
- * one before it. Gains are in 1/128, 16 at most; the first corrected frame makes the map from the calibration. Returns
- * 0; VEK_EINVAL for a null handle; 1 when memory for a calibration runs out.
+ * one before it. Gains are in 1/128, 16 at most; the first corrected frame makes the map from the calibration.
+ * Returns 0; VEK_EINVAL for a null handle; 1 when memory for a calibration runs out.
  */
 VEK_API int VekCam_ShadingCorrection(VekCam_Handle handle, unsigned long width, unsigned long height,
                                      unsigned long linePitch, void *image, int bitsPerPixel);
+
+/*
+ * Multi-ROI frames.
+ */
+
+/** Selects the combining image in VekCam_DecodingCombinedMultiROI. */
+#define VEK_COMBINING_IMAGE 0x80000000UL
+
+/**
+ * Finds a region of interest in a transferred multi-ROI frame, or puts all of them together: the combining image is the
+ * sensor area that some region covers, with the columns and rows that none covers squeezed out. The layout is asked of
+ * the driver on each call.
+ *  roiSelector: number of an enabled region, the first being 0, or VEK_COMBINING_IMAGE.
+ *  frame: the frame as transferred, in the camera's pixel format and size.
+ *  outImage: receives where the result begins: in frame, or in a buffer of the handle that lasts until the next call.
+ *      Null where the region lies beyond the frame, or memory runs out. A null outImage: nothing is done, but for a
+ *      camera with a single region.
+ *  outWidth, outHeight, outLinePitch: receive pixels, rows, and bytes from row to row. Each may be null. For a single
+ *      region out of several only the low 32 bits are written: clear them first.
+ * Returns 0; VEK_EINVAL for a null handle, no enabled region, a driver that reports a frame size of 0, a selector that
+ * is none of the above, or a null frame that would be used.
+ */
+VEK_API int VekCam_DecodingCombinedMultiROI(VekCam_Handle handle, unsigned long roiSelector, unsigned char *frame,
+                                            unsigned char **outImage, unsigned long *outWidth, unsigned long *outHeight,
+                                            unsigned long *outLinePitch);
+
+/*
+ * Settings of a handle in a text file: a key, a blank and a decimal number a line. docs/settings.md lists the keys.
+ * Tables of tone curves and the shading map are not in the file.
+ */
+
+/**
+ * Writes every setting.
+ *  path: created, or emptied first. The file itself is written: a full disk leaves part of it.
+ * Returns 0; VEK_EINVAL for a null handle, and, after "file open error!!" on standard output, where the file cannot be
+ * opened.
+ */
+VEK_API int VekCam_WriteSettingFile(VekCam_Handle handle, const char *path);
+
+/**
+ * Reads settings back and applies them in a fixed order.
+ *  path: has to be writable, too. Unknown keys are ignored, the last one of equal keys counts, settings whose key is
+ *      missing stay as they are. Numbers are cut to the width of their setting. Tone curves keep their depth, and, in
+ *      VEK_GAMMA_TABLE, their table.
+ * Returns 0; VEK_EINVAL for a null handle, for a setting that is refused (the ones before it are applied, the ones
+ * after it are not), and, after "file open error!!" on standard output, where the file cannot be opened.
+ */
+VEK_API int VekCam_ReadSettingFile(VekCam_Handle handle, const char *path);
 
 /*
  * Constant tables. Read-only, shared by all handles.
@@ -772,8 +831,7 @@ VEK_API extern const short pshtTable_15[VEK_CUBIC_TABLE_SIZE];
 /**
  * Shares of luma and chroma in blue, green and red, by byte, in 1/4194304 of a level, rounded: rows Y, Cr to red, Cb to
  * green, Cr to green, Cb to blue. ITU-R BT.601 of full range, and ITU-R BT.709 of video range, in which bytes outside
- * 16
- * .. 235 (luma) and 16 .. 240 (chroma) count as the nearest inside.
+ * 16 .. 235 (luma) and 16 .. 240 (chroma) count as the nearest inside.
  */
 VEK_API extern const int pnYCrCbConvTable[5][256];
 VEK_API extern const int pnYCrCbConvTable709[5][256];

@@ -6,6 +6,7 @@
 #include "imageproc/ColorMatrix.h"
 #include "imageproc/Flip.h"
 #include "imageproc/Gamma.h"
+#include "imageproc/MultiROIImage.h"
 #include "imageproc/NoiseReduction.h"
 #include "imageproc/ShadingCorrection.h"
 #include "imageproc/Sharpness.h"
@@ -29,6 +30,13 @@ constexpr SModuleType moduleWithRows(EModuleType type) {
             [](void* module) noexcept { delete static_cast<Module*>(static_cast<Interface*>(module)); }};
 }
 
+/// A module that has no use for them.
+template <class Interface, class Module>
+constexpr SModuleType moduleWithoutRows(EModuleType type) {
+    return {type, [] { return static_cast<void*>(static_cast<Interface*>(new Module)); },
+            [](void* module) noexcept { delete static_cast<Module*>(static_cast<Interface*>(module)); }};
+}
+
 constexpr SModuleType kModules[] = {
     moduleWithRows<ISharpness, CSharpness>(kModuleSharpness),
     moduleWithRows<IGamma, CGamma>(kModuleGamma),
@@ -38,6 +46,7 @@ constexpr SModuleType kModules[] = {
     moduleWithRows<IFlip, CFlip>(kModuleFlip),
     moduleWithRows<IWB, CWB>(kModuleWB),
     moduleWithRows<INoiseReduction, CNoiseReduction>(kModuleNoiseReduction),
+    moduleWithoutRows<IMultiROIImage, CMultiROIImage>(kModuleMultiROIImage),
     moduleWithRows<IShadingCorrection, CShadingCorrection>(kModuleShadingCorrection),
 };
 

@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/VekTrgCamera.h"
 
+#include "common/Status.h"
 #include "control/DigitalGain.h"
 #include "control/GainCurve.h"
+#include "imageproc/IMultiROIImage.h"
+
+#include <cstdint>
+#include <cstring>
 
 namespace {
 
@@ -124,6 +129,75 @@ unsigned char CVekTrgCamera::GetBitsPerPixel(unsigned long transferFormat) const
 int CVekTrgCamera::GetRawGenICamPixelFormat() {
     const unsigned short colorArray = GetCurrentColorArray();
     return VekTransferPixelFormat(static_cast<unsigned long>(mpDeviceControl->GetTransferBitsPerPixel()), colorArray);
+}
+
+void CVekTrgCamera::UpdateROIInfo() {
+    mpMultiROIImage->UpdateROIInfo(this, 1);
+}
+
+unsigned long CVekTrgCamera::DecodingCombinedMultiROI(unsigned long roiSelector, unsigned char* frame,
+                                                      unsigned char** outImage, unsigned long* outWidth,
+                                                      unsigned long* outHeight, unsigned long* outLinePitch) {
+    vek::IMultiROIImage& module = *mpMultiROIImage;
+    const auto count = static_cast<std::uint32_t>(module.GetROICount());
+    const auto size = static_cast<std::uint32_t>(mpDeviceControl->GetCurrentRawImageSize());
+    if (count == 0 || size == 0) {
+        return vek::kInvalid;
+    }
+    const auto format = static_cast<unsigned long>(GetRawGenICamPixelFormat());
+    const bool all = roiSelector == VEK_COMBINING_IMAGE;
+    if (!all && roiSelector >= count) {
+        return vek::kInvalid;
+    }
+    const auto store = [](unsigned long* output, unsigned long value) {
+        if (output != nullptr) {
+            *output = value;
+        }
+    };
+    if (count == 1) {
+        // A plain image.
+        if (outImage != nullptr) {
+            *outImage = frame;
+        }
+        const auto width = static_cast<unsigned long>(mpDeviceControl->ImageWidth());
+        store(outWidth, width);
+        store(outHeight, static_cast<unsigned long>(mpDeviceControl->ImageHeight()));
+        const auto transferFormat = static_cast<unsigned long>(mpDeviceControl->GetTransferBitsPerPixel());
+        store(outLinePitch, width * GetBitsPerPixel(transferFormat) >> 3);
+        return vek::kOk;
+    }
+    if (outImage == nullptr) {
+        return vek::kOk;
+    }
+    if (frame == nullptr) {
+        return vek::kInvalid;
+    }
+    if (!all) {
+        unsigned int width = 0;
+        unsigned int height = 0;
+        unsigned int linePitch = 0;
+        void* const region = module.GetEachROIData(static_cast<unsigned int>(roiSelector), frame, size, format, nullptr,
+                                                   nullptr, &width, &height, &linePitch);
+        *outImage = static_cast<unsigned char*>(region);
+        if (region != nullptr) {
+            // 32-bit numbers: the upper halves of the outputs stay the caller's.
+            const auto storeLow = [](unsigned long* output, unsigned int value) {
+                if (output != nullptr) {
+                    std::memcpy(output, &value, sizeof value);
+                }
+            };
+            storeLow(outWidth, width);
+            storeLow(outHeight, height);
+            storeLow(outLinePitch, linePitch);
+        }
+        return vek::kOk;
+    }
+    module.ClearInsideImageBuffer();
+    *outImage = static_cast<unsigned char*>(module.AddImageData(0, frame, size, format));
+    store(outWidth, module.GetCombiningImageSize(0));
+    store(outHeight, module.GetCombiningImageSize(1));
+    store(outLinePitch, module.GetCombiningImageLinePitch());
+    return vek::kOk;
 }
 
 unsigned short CVekTrgCamera::GetEnableDefectPixelCorrectionCount() const {

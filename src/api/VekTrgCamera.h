@@ -91,6 +91,13 @@ public:
     /// limit, the last gain the third one; the fourth is never given out.
     void GetWhiteBalanceMaxGain(unsigned short* r, unsigned short* gr, unsigned short* gb, unsigned short* b) const;
 
+    /// Learns the layout of the regions of interest from the driver.
+    void UpdateROIInfo();
+    /// One region of a multi-ROI frame, or all of them in one image; see VekCam_DecodingCombinedMultiROI. 0 or -22.
+    unsigned long DecodingCombinedMultiROI(unsigned long roiSelector, unsigned char* frame, unsigned char** outImage,
+                                           unsigned long* outWidth, unsigned long* outHeight,
+                                           unsigned long* outLinePitch);
+
     vek::IColorInterpolation& ColorInterpolation() const { return *mpColorInterpolation; }
     vek::ISharpness& Sharpness() const { return *mpSharpness; }
     vek::IGamma& Gamma() const { return *mpGamma; }

@@ -1,0 +1,387 @@
+// SPDX-License-Identifier: Apache-2.0
+// Exports that keep a handle's settings in a text file: a key, a blank and a decimal number a line.
+#include "VekTrgApi.h"
+
+#include "api/Export.h"
+#include "common/Status.h"
+#include "imageproc/IChromaSuppress.h"
+#include "imageproc/IColorMatrix.h"
+#include "imageproc/IGamma.h"
+#include "imageproc/IShadingCorrection.h"
+#include "imageproc/ISharpness.h"
+#include "imageproc/IWB.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdio>
+#include <iterator>
+#include <memory>
+#include <string_view>
+
+namespace {
+
+using u8 = unsigned char;
+using u16 = unsigned short;
+using vek::miStatus;
+
+/// Width of a setting: what its number is cut to when it is read.
+enum class EWidth : u8 { U8, U16, S16, U64 };
+
+struct SKey {
+    std::string_view name;
+    EWidth width;
+};
+/// In the order of the file.
+constexpr SKey kKeys[] = {
+    {"ALCMode", EWidth::U8},
+    {"ALCLevel", EWidth::U16},
+    {"AGCMaxGain", EWidth::U16},
+    {"AGCMinGain", EWidth::U16},
+    {"AEMaxExposure", EWidth::U64},
+    {"AEMinExposure", EWidth::U64},
+    {"ShadingCorrectionMode", EWidth::U64},
+    {"ShadingCorrectionTarget", EWidth::U16},
+    {"WBMode", EWidth::U8},
+    {"WBGainR", EWidth::U16},
+    {"WBGainGr", EWidth::U16},
+    {"WBGainGb", EWidth::U16},
+    {"WBGainB", EWidth::U16},
+    {"GammaModeY", EWidth::U8},
+    {"GammaY", EWidth::U16},
+    {"BrightnessY", EWidth::S16},
+    {"ContrastY", EWidth::U16},
+    {"GammaModeR", EWidth::U8},
+    {"GammaR", EWidth::U16},
+    {"BrightnessR", EWidth::S16},
+    {"ContrastR", EWidth::U16},
+    {"GammaModeGr", EWidth::U8},
+    {"GammaGr", EWidth::U16},
+    {"BrightnessGr", EWidth::S16},
+    {"ContrastGr", EWidth::U16},
+    {"GammaModeGb", EWidth::U8},
+    {"GammaGb", EWidth::U16},
+    {"BrightnessGb", EWidth::S16},
+    {"ContrastGb", EWidth::U16},
+    {"GammaModeB", EWidth::U8},
+    {"GammaB", EWidth::U16},
+    {"BrightnessB", EWidth::S16},
+    {"ContrastB", EWidth::U16},
+    {"HueSaturationMode", EWidth::U8},
+    {"Hue", EWidth::S16},
+    {"Saturation", EWidth::U16},
+    {"StartLevelHigh", EWidth::U16},
+    {"SuppressionHigh", EWidth::U16},
+    {"StartLevelLow", EWidth::U16},
+    {"SuppressionLow", EWidth::U16},
+    {"SharpnessMode", EWidth::U8},
+    {"SharpnessGain", EWidth::U16},
+    {"SharpnessCoring", EWidth::U8},
+};
+constexpr std::size_t kKeyCount = std::size(kKeys);
+using Values = std::array<long, kKeyCount>; ///< by key
+
+long cutTo(EWidth width, long value) {
+    switch (width) {
+    case EWidth::U8:
+        return static_cast<u8>(value);
+    case EWidth::U16:
+        return static_cast<u16>(value);
+    case EWidth::S16:
+        return static_cast<short>(value);
+    default:
+        return value;
+    }
+}
+
+// ---- groups: keys that one call sets and one call gets ----
+
+/// values: the group's own ones. Negative results end the writing or the reading.
+struct SGroup {
+    std::size_t keys;
+    int (*get)(CVekTrgCamera& camera, long* values);
+    int (*set)(CVekTrgCamera& camera, const long* values);
+};
+
+/// A camera setting; its operations cannot fail.
+template <class T, bool (CVekTrgCamera::*Get)(T*) const, bool (CVekTrgCamera::*Set)(T)>
+constexpr SGroup cameraGroup() {
+    return {1,
+            [](CVekTrgCamera& camera, long* values) {
+                T value = 0;
+                (camera.*Get)(&value);
+                *values = static_cast<long>(value);
+                return 0;
+            },
+            [](CVekTrgCamera& camera, const long* values) {
+                (camera.*Set)(static_cast<T>(*values));
+                return 0;
+            }};
+}
+
+/// A single value of a module.
+template <class Module, Module& (CVekTrgCamera::*Of)() const, class T, unsigned long (Module::*Get)(T*),
+          unsigned long (Module::*Set)(T)>
+constexpr SGroup moduleGroup() {
+    return {1,
+            [](CVekTrgCamera& camera, long* values) {
+                T value = 0;
+                const int status = miStatus(((camera.*Of)().*Get)(&value));
+                *values = static_cast<long>(value);
+                return status;
+            },
+            [](CVekTrgCamera& camera, const long* values) {
+                return miStatus(((camera.*Of)().*Set)(static_cast<T>(*values)));
+            }};
+}
+
+constexpr SGroup whiteBalanceGains() {
+    return {4,
+            [](CVekTrgCamera& camera, long* values) {
+                u16 gains[4] = {};
+                const int status = miStatus(camera.WB().GetWBGain(gains));
+                std::copy(std::begin(gains), std::end(gains), values);
+                return status;
+            },
+            [](CVekTrgCamera& camera, const long* values) {
+                u16 gains[4] = {};
+                std::transform(values, values + 4, gains, [](long value) { return static_cast<u16>(value); });
+                return miStatus(camera.WB().SetWBGain(gains));
+            }};
+}
+
+/// A channel of the tone curves, with what the file does not hold: the depth and the table.
+struct SToneCurve {
+    u8 mode = 0;
+    u16 gamma = 0;
+    short brightness = 0;
+    u16 contrast = 0;
+    u16 bits = 0;
+    std::array<u16, 4096> table{};
+
+    int Get(vek::IGamma& module, u8 channel) {
+        bits = 12; // contrast at its full width
+        return miStatus(module.GetMode(channel, &mode, &gamma, &brightness, &contrast, nullptr, &bits));
+    }
+    /// The table as SetMode takes it at the channel's depth.
+    int GetTable(vek::IGamma& module, u8 channel) {
+        u16 depth = bits;
+        return miStatus(module.GetMode(channel, nullptr, nullptr, nullptr, nullptr, table.data(), &depth));
+    }
+};
+
+template <u8 Channel>
+constexpr SGroup toneCurve() {
+    return {4,
+            [](CVekTrgCamera& camera, long* values) {
+                SToneCurve curve;
+                const int status = curve.Get(camera.Gamma(), Channel);
+                values[0] = curve.mode;
+                values[1] = curve.gamma;
+                values[2] = curve.brightness;
+                values[3] = curve.contrast;
+                return status;
+            },
+            [](CVekTrgCamera& camera, const long* values) {
+                SToneCurve curve;
+                int status = curve.Get(camera.Gamma(), Channel);
+                if (status >= 0) {
+                    status = curve.GetTable(camera.Gamma(), Channel);
+                }
+                if (status < 0) {
+                    return status;
+                }
+                return miStatus(camera.Gamma().SetMode(Channel, static_cast<u8>(values[0]), static_cast<u16>(values[1]),
+                                                       static_cast<short>(values[2]), static_cast<u16>(values[3]),
+                                                       curve.table.data(), curve.bits));
+            }};
+}
+
+constexpr SGroup hueAndSaturation() {
+    return {3,
+            [](CVekTrgCamera& camera, long* values) {
+                u8 mode = 0;
+                short hue = 0;
+                u16 saturation = 0;
+                const int status = miStatus(camera.ColorMatrix().GetHueSaturation(&mode, &hue, &saturation));
+                values[0] = mode;
+                values[1] = hue;
+                values[2] = saturation;
+                return status;
+            },
+            [](CVekTrgCamera& camera, const long* values) {
+                return miStatus(camera.ColorMatrix().SetHueSaturation(
+                    static_cast<u8>(values[0]), static_cast<short>(values[1]), static_cast<u16>(values[2])));
+            }};
+}
+
+/// The coring travels in 8 bits: a larger one comes back as its low byte.
+constexpr SGroup sharpness() {
+    return {3,
+            [](CVekTrgCamera& camera, long* values) {
+                u8 mode = 0;
+                u16 gain = 0;
+                u16 coring = 0;
+                const int status = miStatus(camera.Sharpness().GetMode(&mode, &gain, &coring));
+                values[0] = mode;
+                values[1] = gain;
+                values[2] = static_cast<u8>(coring);
+                return status;
+            },
+            [](CVekTrgCamera& camera, const long* values) {
+                return miStatus(camera.Sharpness().SetMode(static_cast<u8>(values[0]), static_cast<u16>(values[1]),
+                                                           static_cast<u8>(values[2])));
+            }};
+}
+
+template <unsigned long (vek::IChromaSuppress::*Get)(u16*), unsigned long (vek::IChromaSuppress::*Set)(u16)>
+constexpr SGroup suppression() {
+    return moduleGroup<vek::IChromaSuppress, &CVekTrgCamera::ChromaSuppress, u16, Get, Set>();
+}
+
+using Camera = CVekTrgCamera;
+using Chroma = vek::IChromaSuppress;
+using Shading = vek::IShadingCorrection;
+
+/// In the order in which settings are written and applied.
+constexpr SGroup kGroups[] = {
+    cameraGroup<u8, &Camera::GetALCMode, &Camera::SetALCMode>(),
+    cameraGroup<u16, &Camera::GetALCTargetLevel, &Camera::SetALCTargetLevel>(),
+    cameraGroup<u16, &Camera::GetAGCMaxGain, &Camera::SetAGCMaxGain>(),
+    cameraGroup<u16, &Camera::GetAGCMinGain, &Camera::SetAGCMinGain>(),
+    cameraGroup<unsigned long, &Camera::GetAEMaxExposureClock, &Camera::SetAEMaxExposureClock>(),
+    cameraGroup<unsigned long, &Camera::GetAEMinExposureClock, &Camera::SetAEMinExposureClock>(),
+    moduleGroup<Shading, &Camera::ShadingCorrection, unsigned long, &Shading::GetMode, &Shading::SetMode>(),
+    moduleGroup<Shading, &Camera::ShadingCorrection, u16, &Shading::GetTargetAll, &Shading::SetTargetAll>(),
+    moduleGroup<vek::IWB, &Camera::WB, u8, &vek::IWB::GetWBMode, &vek::IWB::SetWBMode>(),
+    whiteBalanceGains(),
+    toneCurve<VEK_GAMMA_Y>(),
+    toneCurve<VEK_GAMMA_R>(),
+    toneCurve<VEK_GAMMA_GR>(),
+    toneCurve<VEK_GAMMA_GB>(),
+    toneCurve<VEK_GAMMA_B>(),
+    hueAndSaturation(),
+    suppression<&Chroma::GetHighStartLevel, &Chroma::SetHighStartLevel>(),
+    suppression<&Chroma::GetHighSlope, &Chroma::SetHighSlope>(),
+    suppression<&Chroma::GetLowStartLevel, &Chroma::SetLowStartLevel>(),
+    suppression<&Chroma::GetLowSlope, &Chroma::SetLowSlope>(),
+    sharpness(),
+};
+
+constexpr std::size_t groupedKeys() {
+    std::size_t keys = 0;
+    for (const SGroup& group : kGroups) {
+        keys += group.keys;
+    }
+    return keys;
+}
+static_assert(groupedKeys() == kKeyCount);
+
+/// Calls step(group, index of its first key) in order, up to the first negative result; the last result.
+template <class Step>
+int miForGroups(Step step) {
+    int status = 0;
+    std::size_t key = 0;
+    for (const SGroup& group : kGroups) {
+        status = step(group, key);
+        if (status < 0) {
+            break;
+        }
+        key += group.keys;
+    }
+    return status;
+}
+
+// ---- the file ----
+
+struct SClose {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, SClose>;
+
+/// Null, and a line on standard output, where the file cannot be opened.
+File openFile(const char* path, const char* mode) {
+    File file(path != nullptr ? std::fopen(path, mode) : nullptr);
+    if (file == nullptr) {
+        std::puts("file open error!!");
+    }
+    return file;
+}
+
+/// Longest key that is read at once. A longer one is read in pieces, which are no keys.
+constexpr std::size_t kKeyLength = 63;
+
+/// Reads all keys and numbers, of which known ones replace values.
+void mvReadValues(std::FILE* file, Values& values) {
+    char key[kKeyLength + 1] = {};
+    bool piece = false; // of a key that was too long
+    for (;;) {
+        int start = 0;
+        int end = 0;
+        if (std::fscanf(file, " %n%63s%n", &start, key, &end) < 1) {
+            return;
+        }
+        const auto length = static_cast<std::size_t>(end - start);
+        const bool continued = piece;
+        if (length == kKeyLength) {
+            const int next = std::fgetc(file);
+            std::ungetc(next, file);
+            piece =
+                next != EOF && std::string_view(" \t\n\v\f\r").find(static_cast<char>(next)) == std::string_view::npos;
+        } else {
+            piece = false;
+        }
+        if (piece) {
+            continue;
+        }
+        long value = 0;
+        if (std::fscanf(file, "%ld", &value) != 1 || continued) {
+            continue;
+        }
+        for (std::size_t i = 0; i < kKeyCount; ++i) {
+            if (std::string_view(key, length) == kKeys[i].name) {
+                values[i] = cutTo(kKeys[i].width, value);
+            }
+        }
+    }
+}
+
+} // namespace
+
+int VekCam_WriteSettingFile(VekCam_Handle handle, const char* path) {
+    return vek::miExport(handle, [&](CVekTrgCamera& camera) -> int {
+        const File file = openFile(path, "w+");
+        if (file == nullptr) {
+            return VEK_EINVAL;
+        }
+        return miForGroups([&](const SGroup& group, std::size_t first) {
+            Values values{};
+            const int status = group.get(camera, values.data() + first);
+            for (std::size_t i = first; status >= 0 && i < first + group.keys; ++i) {
+                std::fprintf(file.get(), "%s %ld\n", kKeys[i].name.data(), values[i]);
+            }
+            return status;
+        });
+    });
+}
+
+int VekCam_ReadSettingFile(VekCam_Handle handle, const char* path) {
+    return vek::miExport(handle, [&](CVekTrgCamera& camera) -> int {
+        Values values{};
+        {
+            const File file = openFile(path, "r+");
+            if (file == nullptr) {
+                return VEK_EINVAL;
+            }
+            // A setting whose key is missing gets back what it is.
+            const int status = miForGroups(
+                [&](const SGroup& group, std::size_t first) { return group.get(camera, values.data() + first); });
+            if (status < 0) {
+                return status;
+            }
+            mvReadValues(file.get(), values);
+        }
+        return miForGroups(
+            [&](const SGroup& group, std::size_t first) { return group.set(camera, values.data() + first); });
+    });
+}

@@ -1,0 +1,302 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "imageproc/MultiROIImage.h"
+
+#include "imageproc/IRegionInfo.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace vek {
+
+namespace {
+
+constexpr int kHorizontal = 0;
+constexpr int kVertical = 1;
+/// Layout code of frames that the camera combines itself.
+constexpr unsigned int kAlreadyCombined = 2;
+
+void mvWrite(unsigned int* output, unsigned long value) {
+    if (output != nullptr) {
+        *output = static_cast<unsigned int>(value);
+    }
+}
+
+/// The block of a region in a frame that holds the blocks back to back.
+struct SBlock {
+    unsigned long rowBytes;
+    unsigned long size;
+    bool fits; ///< ends within the frame
+
+    SBlock(const CROIInfo& region, unsigned long pixelFormat, unsigned long start, unsigned long dataSize)
+        : rowBytes(
+              CMultiROIImage::GetLinePitch(pixelFormat, static_cast<unsigned int>(region.GetSize(kHorizontal)), 1, 0)),
+          size(0), fits(false) {
+        unsigned long end = 0;
+        fits = !__builtin_mul_overflow(region.GetSize(kVertical), rowBytes, &size) &&
+               !__builtin_add_overflow(start, size, &end) && end <= dataSize;
+    }
+};
+
+} // namespace
+
+void CManageOffset::Reset() {
+    mIntervals.clear();
+    mTotalSize = 0;
+}
+
+void CManageOffset::UpdateSize() {
+    mTotalSize = 0;
+    for (const SOFFSET_AND_SIZE& interval : mIntervals) {
+        mTotalSize += interval.size;
+    }
+}
+
+void CManageOffset::SetEffectiveRegion(unsigned long offset, unsigned long size) {
+    auto at = mIntervals.begin();
+    while (at != mIntervals.end()) {
+        const unsigned long start = at->offset;
+        const unsigned long end = at->offset + at->size;
+        if (offset >= end) {
+            ++at;
+        } else if (offset >= start) {
+            // The covered part drops out.
+            if (offset + size <= end) {
+                break;
+            }
+            size = offset + size - end;
+            offset = end;
+            ++at;
+        } else {
+            // The part in front of the interval goes in; what reaches beyond the interval goes on behind it.
+            const unsigned long piece = offset + size > start ? start - offset : size;
+            at = mIntervals.insert(at, {offset, piece});
+            if (piece == size || offset + size <= end) {
+                break;
+            }
+            size = offset + size - end;
+            offset = end;
+            at = mIntervals.begin();
+            continue;
+        }
+        if (at == mIntervals.end()) {
+            at = mIntervals.insert(at, {offset, size});
+            break;
+        }
+    }
+    if (mIntervals.empty()) {
+        mIntervals.push_back({offset, size});
+    }
+    UpdateSize();
+}
+
+unsigned long CManageOffset::GetOffset(unsigned long position) const {
+    unsigned long before = 0;
+    for (const SOFFSET_AND_SIZE& interval : mIntervals) {
+        if (position >= interval.offset && position < interval.offset + interval.size) {
+            return interval.offset - before;
+        }
+        before += interval.size;
+    }
+    return 0;
+}
+
+unsigned long CMultiROIImage::GetLinePitch(unsigned long pixelFormat, unsigned int pixels, unsigned int alignment,
+                                           unsigned int extra) {
+    const unsigned long bits = pixelFormat >> 16 & 0xFF;
+    unsigned long bytes = (pixels * bits + 7) >> 3;
+    if (alignment > 1) {
+        bytes = (bytes + alignment - 1) / alignment * alignment;
+    }
+    return bytes + extra;
+}
+
+void CMultiROIImage::DeleteROIInfo() {
+    mROIInfo.clear();
+    mROICount = 0;
+}
+
+void CMultiROIImage::DeleteBuffer() {
+    mpBuffer.reset();
+    mBufferSize = 0;
+    mPixelFormat = 0;
+}
+
+void CMultiROIImage::CheckROISetting(IRegionInfo* region) {
+    try {
+        const unsigned int slots = region->GetMaxROICount();
+        mMultiROIType = static_cast<unsigned int>(region->GetMultiROIType());
+        for (unsigned int i = 0; i < slots; ++i) {
+            unsigned int enabled = 0;
+            unsigned int offsetX = 0;
+            unsigned int offsetY = 0;
+            unsigned int width = 0;
+            unsigned int height = 0;
+            region->GetROIInfo(i, &enabled, &offsetX, &offsetY, &width, &height);
+            if (enabled != 0 && width != 0 && height != 0) {
+                mROIInfo.push_back(std::make_unique<CROIInfo>(offsetX, offsetY, width, height));
+            }
+        }
+    } catch (...) {
+        // The regions found so far stand.
+    }
+    mROICount = mROIInfo.size();
+}
+
+bool CMultiROIImage::UpdateROIInfo(IRegionInfo* region, unsigned int alignment) {
+    DeleteROIInfo();
+    DeleteBuffer();
+    mLinePitchAlignment = alignment;
+    if (region != nullptr) {
+        CheckROISetting(region);
+    }
+    for (const int axis : {kHorizontal, kVertical}) {
+        mOffset[axis].Reset();
+        for (const auto& roi : mROIInfo) {
+            mOffset[axis].SetEffectiveRegion(roi->GetOffset(axis), roi->GetSize(axis));
+        }
+    }
+    return false;
+}
+
+unsigned long CMultiROIImage::GetROICount() {
+    return mROICount;
+}
+
+unsigned long CMultiROIImage::GetCombiningImageSize(int axis) {
+    return mOffset[axis].GetSize();
+}
+
+unsigned long CMultiROIImage::GetCombiningImageLinePitch() {
+    return mCombiningLinePitch;
+}
+
+void CMultiROIImage::ClearInsideImageBuffer() {
+    if (mpBuffer != nullptr) {
+        std::memset(mpBuffer.get(), 0, mBufferSize);
+    }
+}
+
+unsigned char* CMultiROIImage::GetBuffer(unsigned int pixelFormat) {
+    if (mpBuffer != nullptr && mPixelFormat == pixelFormat) {
+        return mpBuffer.get();
+    }
+    DeleteBuffer();
+    mCombiningLinePitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(GetCombiningImageSize(kHorizontal)),
+                                       mLinePitchAlignment, 0);
+    unsigned long size = 0;
+    // A row of pixels that end within a byte may start one byte late: the last row then reaches one byte further.
+    if (__builtin_mul_overflow(GetCombiningImageSize(kVertical), mCombiningLinePitch, &size) ||
+        __builtin_add_overflow(size, 1UL, &size)) {
+        return nullptr;
+    }
+    mpBuffer.reset(static_cast<unsigned char*>(std::calloc(size, 1)));
+    if (mpBuffer != nullptr) {
+        mBufferSize = size;
+        mPixelFormat = pixelFormat;
+    }
+    return mpBuffer.get();
+}
+
+void* CMultiROIImage::AddImageData(unsigned long frameID, void* roiData, unsigned long /*roiDataSize*/,
+                                   unsigned long pixelFormat, unsigned long offsetX, unsigned long offsetY,
+                                   unsigned long width, unsigned long height, unsigned long roiLinePitch) {
+    unsigned char* const buffer = GetBuffer(static_cast<unsigned int>(pixelFormat));
+    if (buffer == nullptr) {
+        return nullptr;
+    }
+    const unsigned long x = offsetX - mOffset[kHorizontal].GetOffset(offsetX);
+    const unsigned long y = offsetY - mOffset[kVertical].GetOffset(offsetY);
+    const unsigned long combinedWidth = GetCombiningImageSize(kHorizontal);
+    const unsigned long combinedHeight = GetCombiningImageSize(kVertical);
+    const bool inside =
+        x <= combinedWidth && width <= combinedWidth - x && y <= combinedHeight && height <= combinedHeight - y;
+    if (!inside || (roiData == nullptr && width != 0 && height != 0)) {
+        return nullptr;
+    }
+    if (frameID != mFrameID) {
+        mFrameID = frameID;
+        mReceivedCount = 0;
+    }
+    ++mReceivedCount;
+
+    const unsigned long rowBytes = GetLinePitch(pixelFormat, static_cast<unsigned int>(width), 1, 0);
+    const unsigned long step = roiLinePitch != 0 ? roiLinePitch : rowBytes;
+    const auto* src = static_cast<const unsigned char*>(roiData);
+    unsigned char* dst =
+        buffer + y * mCombiningLinePitch + GetLinePitch(pixelFormat, static_cast<unsigned int>(x), 1, 0);
+    for (unsigned long row = 0; row < height && rowBytes != 0; ++row) {
+        std::memcpy(dst + row * mCombiningLinePitch, src + row * step, rowBytes);
+    }
+    return mReceivedCount >= mROICount ? buffer : nullptr;
+}
+
+void* CMultiROIImage::AddImageData(unsigned long frameID, void* data, unsigned long dataSize,
+                                   unsigned long pixelFormat) {
+    if (mMultiROIType == kAlreadyCombined) {
+        DeleteBuffer(); // it would not fit the line pitch any more
+        mPixelFormat = static_cast<unsigned int>(pixelFormat);
+        mCombiningLinePitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(GetCombiningImageSize(kHorizontal)),
+                                           mLinePitchAlignment, 0);
+        return data;
+    }
+    if (data == nullptr) {
+        return nullptr;
+    }
+    void* result = nullptr;
+    unsigned long start = 0;
+    for (const auto& roi : mROIInfo) {
+        const SBlock block(*roi, pixelFormat, start, dataSize);
+        if (!block.fits) {
+            continue; // a later, smaller one may still be there
+        }
+        result = AddImageData(frameID, static_cast<unsigned char*>(data) + start, block.size, pixelFormat,
+                              roi->GetOffset(kHorizontal), roi->GetOffset(kVertical), roi->GetSize(kHorizontal),
+                              roi->GetSize(kVertical), 0);
+        start += block.size;
+    }
+    return result;
+}
+
+void* CMultiROIImage::GetEachROIData(unsigned int index, void* data, unsigned long dataSize, unsigned long pixelFormat,
+                                     unsigned int* offsetX, unsigned int* offsetY, unsigned int* width,
+                                     unsigned int* height, unsigned int* linePitch) {
+    if (index >= mROIInfo.size() || data == nullptr) {
+        return nullptr;
+    }
+    unsigned long start = 0;
+    unsigned long pitch = 0;
+    if (mMultiROIType == kAlreadyCombined) {
+        // Bands of regions with the same offset, side by side in the order of the list.
+        pitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(GetCombiningImageSize(kHorizontal)), 1, 0);
+        unsigned long bandRow = 0;
+        unsigned long column = 0;
+        for (unsigned int i = 1; i <= index; ++i) {
+            const CROIInfo& last = *mROIInfo[i - 1];
+            if (mROIInfo[i]->GetOffset(kVertical) != last.GetOffset(kVertical)) {
+                bandRow += last.GetSize(kVertical);
+                column = 0;
+            } else {
+                column += last.GetSize(kHorizontal);
+            }
+        }
+        start = GetLinePitch(pixelFormat, static_cast<unsigned int>(column), 1, 0) + bandRow * pitch;
+    } else {
+        for (unsigned int i = 0; i <= index; ++i) {
+            const SBlock block(*mROIInfo[i], pixelFormat, start, dataSize);
+            if (!block.fits) {
+                return nullptr;
+            }
+            pitch = block.rowBytes;
+            start += i < index ? block.size : 0;
+        }
+    }
+    const CROIInfo& roi = *mROIInfo[index];
+    mvWrite(offsetX, roi.GetOffset(kHorizontal));
+    mvWrite(offsetY, roi.GetOffset(kVertical));
+    mvWrite(width, roi.GetSize(kHorizontal));
+    mvWrite(height, roi.GetSize(kVertical));
+    mvWrite(linePitch, pitch);
+    return static_cast<unsigned char*>(data) + start;
+}
+
+} // namespace vek
