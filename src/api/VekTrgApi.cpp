@@ -2,6 +2,7 @@
 #include "VekTrgApi.h"
 
 #include "api/Export.h"
+#include "common/PixelFormat.h"
 #include "imageproc/IColorInterpolation.h"
 
 #include <memory>
@@ -9,31 +10,16 @@
 namespace {
 
 /// Samples of a destination pixel; 0 for a format that the depth does not allow.
-unsigned short mwChannels(unsigned long destinationPixelFormat, unsigned short bitsPerPixel) {
+unsigned mulChannels(unsigned long destinationPixelFormat, unsigned short bitsPerPixel) {
     if (bitsPerPixel == 8) {
-        switch (destinationPixelFormat) {
-        case VEK_DESTINATION_MONO8:
-            return 1;
-        case VEK_DESTINATION_BGR24:
-            return 3;
-        case VEK_DESTINATION_BGRX32:
-            return 4;
-        default:
-            return 0;
-        }
+        return vek::byteSamples(destinationPixelFormat);
     }
     if (bitsPerPixel == 10 || bitsPerPixel == 12) {
-        switch (destinationPixelFormat) {
-        case VEK_DESTINATION_MONO10:
-        case VEK_DESTINATION_MONO12:
-            return 1;
-        case VEK_DESTINATION_BGR48:
-            return 3;
-        case VEK_DESTINATION_BGRX64:
-            return 4;
-        default:
-            return 0;
-        }
+        const bool grey =
+            destinationPixelFormat == VEK_DESTINATION_MONO10 || destinationPixelFormat == VEK_DESTINATION_MONO12;
+        const bool colour =
+            destinationPixelFormat == VEK_DESTINATION_BGR48 || destinationPixelFormat == VEK_DESTINATION_BGRX64;
+        return grey ? 1 : colour ? vek::colourSamples(destinationPixelFormat) : 0;
     }
     return 0;
 }
@@ -69,7 +55,7 @@ int VekCam_ColorInterpolation(VekCam_Handle handle, unsigned long width, unsigne
                               unsigned short colorArray, const void* src, void* dst, unsigned char method,
                               unsigned long destinationPixelFormat, unsigned short bitsPerPixel) {
     return vek::miExport(handle, [&](const CVekTrgCamera& camera) -> int {
-        const unsigned short channels = mwChannels(destinationPixelFormat, bitsPerPixel);
+        const auto channels = static_cast<unsigned short>(mulChannels(destinationPixelFormat, bitsPerPixel));
         if (channels == 0) {
             return VEK_EINVAL;
         }

@@ -3,6 +3,7 @@
 #include "VekTrgApi.h"
 
 #include "api/Export.h"
+#include "common/PixelFormat.h"
 #include "imageproc/FormatConversion.h"
 #include "imageproc/rows/RowDispatch.h"
 
@@ -44,8 +45,7 @@ int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long width, uns
                                   unsigned long transferFormat, const void* src, unsigned long destinationPixelFormat,
                                   unsigned char* dst) {
     return vek::miExport(handle, [&](const CVekTrgCamera&) -> int {
-        if (destinationPixelFormat != VEK_DESTINATION_MONO8 && destinationPixelFormat != VEK_DESTINATION_BGR24 &&
-            destinationPixelFormat != VEK_DESTINATION_BGRX32) {
+        if (vek::byteSamples(destinationPixelFormat) == 0) {
             return VEK_EINVAL;
         }
         if (mbIsPacked(transferFormat) || transferFormat > VEK_TRANSFER_MONO16) {

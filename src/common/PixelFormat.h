@@ -19,6 +19,20 @@ constexpr unsigned colourSamples(unsigned long pixelFormat) {
     }
 }
 
+/// Samples of a grey or blue-green-red pixel of bytes; 0 for every other format.
+constexpr unsigned byteSamples(unsigned long pixelFormat) {
+    switch (pixelFormat) {
+    case VEK_DESTINATION_MONO8:
+        return 1;
+    case VEK_DESTINATION_BGR24:
+        return 3;
+    case VEK_DESTINATION_BGRX32:
+        return 4;
+    default:
+        return 0;
+    }
+}
+
 /// Whether a format is one of the grey ones of words.
 constexpr bool isGreyOfWords(unsigned long pixelFormat) {
     return pixelFormat == VEK_DESTINATION_WORDS || pixelFormat == VEK_DESTINATION_MONO10 ||

@@ -3,6 +3,7 @@
 
 #include "VekTrgApi.h"
 #include "common/Image.h"
+#include "common/PixelFormat.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -11,20 +12,6 @@
 namespace vek {
 
 namespace {
-
-/// Bytes of an output pixel; 0 for a format that is none.
-unsigned mulPixelBytes(unsigned long outFormat) {
-    switch (outFormat) {
-    case VEK_DESTINATION_MONO8:
-        return 1;
-    case VEK_DESTINATION_BGR24:
-        return 3;
-    case VEK_DESTINATION_BGRX32:
-        return 4;
-    default:
-        return 0;
-    }
-}
 
 auto shiftRow(const rows::SRowTable& rows, const unsigned char*, std::size_t pixel) {
     return rows.bytes.shift8[pixel];
@@ -46,7 +33,7 @@ template <class Src, class Dst>
 void ImageBitShift(const rows::SRowTable& rows, unsigned long width, unsigned long height, unsigned long srcPitch,
                    const Src* src, unsigned long* dstPitch, unsigned long outFormat, Dst* dst, long shift) {
     static_assert(sizeof(Dst) == 1);
-    const unsigned pixelBytes = mulPixelBytes(outFormat);
+    const unsigned pixelBytes = byteSamples(outFormat);
     const unsigned long rowSamples = srcPitch != 0 ? srcPitch : width;
     unsigned long rowBytes = roundUpTo4(width * pixelBytes);
     if (dstPitch != nullptr) {
@@ -91,7 +78,7 @@ void ImageUnpackAndBitShift(const rows::SRowTable& rows, unsigned long width, un
 bool ConvGrayToBGRImage(const rows::SRowTable& rows, unsigned long width, unsigned long height, unsigned long srcPitch,
                         unsigned long transferFormat, const void* src, unsigned long* dstPitch, unsigned long outFormat,
                         unsigned char* dst) {
-    if (mulPixelBytes(outFormat) == 0) {
+    if (byteSamples(outFormat) == 0) {
         return false;
     }
     const auto* const bytes = static_cast<const unsigned char*>(src);
@@ -136,7 +123,7 @@ bool ConvGrayToBGRImage(const rows::SRowTable& rows, unsigned long width, unsign
 void ConvBGRToBGR(unsigned long width, unsigned long height, unsigned long transferFormat, const void* src,
                   unsigned long outFormat, unsigned char* dst) {
     const unsigned long pixels = width * height;
-    const unsigned pixelBytes = mulPixelBytes(outFormat);
+    const unsigned pixelBytes = byteSamples(outFormat);
     const auto* const bytes = static_cast<const unsigned char*>(src);
     if (transferFormat == VEK_TRANSFER_BGR8) {
         if (pixelBytes == 3) {

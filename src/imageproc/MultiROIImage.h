@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "common/Memory.h"
 #include "imageproc/IMultiROIImage.h"
 
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
@@ -68,10 +68,6 @@ public:
                                       unsigned int extra);
 
 private:
-    struct SFree {
-        void operator()(void* memory) const { std::free(memory); }
-    };
-
     void CheckROISetting(IRegionInfo* region);
     void DeleteROIInfo();
     unsigned char* GetBuffer(unsigned int pixelFormat);
@@ -80,7 +76,7 @@ private:
     std::vector<std::unique_ptr<CROIInfo>> mROIInfo; ///< in the camera's order
     unsigned long mROICount = 0;
     unsigned long mBufferSize = 0; ///< bytes
-    std::unique_ptr<unsigned char, SFree> mpBuffer;
+    Malloced<unsigned char> mpBuffer;
     CManageOffset mOffset[2]; ///< covered columns, covered rows
     unsigned long mCombiningLinePitch = 0;
     unsigned int mPixelFormat = 0;

@@ -3,30 +3,17 @@
 
 #include "VekTrgApi.h"
 #include "common/Image.h"
+#include "common/Memory.h"
 #include "common/Status.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <limits>
-#include <memory>
 #include <utility>
 
 namespace vek {
 
 namespace {
-
-struct SFree {
-    void operator()(void* memory) const { std::free(memory); }
-};
-using Memory = std::unique_ptr<void, SFree>;
-
-/// rows x pitch bytes; null when memory runs out.
-Memory allocateRows(unsigned long rows, unsigned long pitch) {
-    unsigned long size = 0;
-    return Memory(__builtin_mul_overflow(rows, pitch, &size) ? nullptr : std::malloc(std::max(size, 1UL)));
-}
 
 constexpr bool isBayer(unsigned short colorArray) {
     return colorArray >= VEK_COLOR_ARRAY_RGGB && colorArray <= VEK_COLOR_ARRAY_BGGR;
@@ -217,7 +204,7 @@ unsigned long CNoiseReduction::mEasyNR(unsigned long width, unsigned long height
                                        unsigned short colorArray, T* image) const {
     // As large as the image, though its first rows are enough. Without it there is no filtering, and no error either:
     // a line that runs short of memory goes on with unfiltered frames.
-    const Memory snapshot = allocateRows(height, linePitch);
+    const Malloced<void> snapshot(allocateRows(height, linePitch));
     if (snapshot == nullptr) {
         return kOk;
     }
@@ -237,8 +224,7 @@ unsigned long CNoiseReduction::mEasyNR(unsigned long width, unsigned long height
 
 void CNoiseReduction::FreeDarkImageBuffer() {
     if (mpDarkImage != nullptr) {
-        std::free(mpDarkImage);
-        mpDarkImage = nullptr;
+        mpDarkImage.reset();
         mDarkImageSize = 0;
     }
     mDarkWidth = 0;
@@ -253,12 +239,11 @@ unsigned long CNoiseReduction::mDarkCL(unsigned long width, unsigned long height
         return kInvalid;
     }
     FreeDarkImageBuffer();
-    Memory memory = allocateRows(height, linePitch);
-    if (memory == nullptr) {
+    mpDarkImage.reset(static_cast<unsigned char*>(allocateRows(height, linePitch)));
+    if (mpDarkImage == nullptr) {
         mDarkImageSize = 0;
         return kNoMemory;
     }
-    mpDarkImage = static_cast<unsigned char*>(memory.release());
     mDarkImageSize = linePitch * height;
     mDarkMode = VEK_NOISE_STORE_DARK;
     mDarkWidth = width;
@@ -268,10 +253,13 @@ unsigned long CNoiseReduction::mDarkCL(unsigned long width, unsigned long height
     if (width == 0 || height == 0) {
         return kOk;
     }
-    std::memcpy(mpDarkImage, image, mDarkImageSize);
+    T* const dark = reinterpret_cast<T*>(mpDarkImage.get());
+    for (unsigned long y = 0; y < height; ++y) {
+        // Without what lies between the rows: a frame that has anything there is never subtracted.
+        std::copy_n(rowAt(image, y, linePitch), width, rowAt(dark, y, linePitch));
+    }
 
     // Floor of each place in the 2 x 2 cell, over whole cells: an odd last row or column keeps its raw values.
-    T* const dark = reinterpret_cast<T*>(mpDarkImage);
     const unsigned long evenWidth = width & ~1UL;
     const unsigned long evenHeight = height & ~1UL;
     constexpr T largest = std::numeric_limits<T>::max();
@@ -316,7 +304,7 @@ unsigned long CNoiseReduction::mComplexNR(unsigned long width, unsigned long hei
         width != mDarkWidth || linePitch != mDarkLinePitch || height != mDarkHeight || colorArray != mDarkColorArray) {
         return kInvalid;
     }
-    const Memory live = allocateRows(height, linePitch);
+    const Malloced<void> live(allocateRows(height, linePitch));
     if (live == nullptr) {
         return kNoMemory;
     }
@@ -329,7 +317,7 @@ unsigned long CNoiseReduction::mComplexNR(unsigned long width, unsigned long hei
     }
     const auto power = [](int exponent) { return exponent < 0 || exponent > 63 ? 0UL : 1UL << exponent; };
     const auto threshold = static_cast<T>(power(bitsPerPixel) - power(bitsPerPixel - 7) - 1);
-    const T* const dark = reinterpret_cast<const T*>(mpDarkImage);
+    const T* const dark = reinterpret_cast<const T*>(mpDarkImage.get());
     const auto subtract = rows::noiseRows<T>(mRows).subtract;
     // Rows are repaired two behind the subtraction: what a repair reads is there, and only three live rows are kept.
     constexpr unsigned long reach = 2;

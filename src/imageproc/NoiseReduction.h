@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "common/Memory.h"
 #include "imageproc/INoiseReduction.h"
 #include "imageproc/rows/RowTable.h"
 
@@ -20,9 +21,6 @@ T mGetCenterValueLarger(T* values, int n);
 class CNoiseReduction final : public INoiseReduction {
 public:
     explicit CNoiseReduction(const rows::SRowTable& rows) : mRows(rows) {}
-    ~CNoiseReduction() { FreeDarkImageBuffer(); }
-    CNoiseReduction(const CNoiseReduction&) = delete;
-    CNoiseReduction& operator=(const CNoiseReduction&) = delete;
 
     unsigned long NRProcB(unsigned long width, unsigned long height, unsigned long linePitch, unsigned short colorArray,
                           unsigned char* image, unsigned short bitsPerPixel, unsigned long mode) override;
@@ -58,7 +56,7 @@ private:
     void FreeDarkImageBuffer();
 
     const rows::SRowTable& mRows;
-    unsigned char* mpDarkImage = nullptr;
+    Malloced<unsigned char> mpDarkImage;
     unsigned long mDarkImageSize = 0; ///< bytes
     unsigned long mDarkMode = 0;
     unsigned long mDarkWidth = 0;

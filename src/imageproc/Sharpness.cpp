@@ -3,16 +3,13 @@
 
 #include "VekTrgApi.h"
 #include "common/Image.h"
+#include "common/Memory.h"
 #include "common/PixelFormat.h"
 #include "common/Status.h"
 #include "imageproc/ColorSpace.h"
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
-#include <limits>
-#include <memory>
-#include <utility>
 
 namespace vek {
 
@@ -21,20 +18,6 @@ namespace {
 constexpr unsigned short kMinDepth = 8;
 constexpr unsigned short kMaxDepth = 12;
 constexpr unsigned long kWorkBytesPerColumn = 10;
-
-struct SFree {
-    void operator()(void* memory) const { std::free(memory); }
-};
-using Work = std::unique_ptr<void, SFree>;
-
-/// Null when memory runs out.
-Work makeWork(unsigned long width) {
-    // malloc takes sizes of a ptrdiff_t.
-    if (width > static_cast<unsigned long>(std::numeric_limits<std::ptrdiff_t>::max()) / kWorkBytesPerColumn) {
-        return nullptr;
-    }
-    return Work(std::malloc(std::max(width * kWorkBytesPerColumn, 1UL)));
-}
 
 /// What the rows of one image share: kernels, corrections, and the work buffer's rows: three of sums, by row number
 /// modulo 3, and two of luma, by row number modulo 2.
@@ -146,7 +129,7 @@ unsigned long CSharpness::Process(unsigned long width, unsigned long height, uns
     if (bits < kMinDepth || bits > kMaxDepth) {
         return kInvalid;
     }
-    const Work work = makeWork(width);
+    const Malloced<void> work(allocateRows(width, kWorkBytesPerColumn));
     if (work == nullptr) {
         return kNoMemory;
     }

@@ -263,64 +263,50 @@ struct SRowTable {
     SShadingRows<std::uint16_t> shading16;
 };
 
+/// The member for a sample type: bytes or words.
+template <class T, class Bytes, class Words>
+constexpr const auto& forSample(const Bytes& bytes, const Words& words) {
+    if constexpr (sizeof(T) == 1) {
+        return bytes;
+    } else {
+        return words;
+    }
+}
+
 /// The demosaic kernels for a sample type.
 template <class T>
 const SDemosaicRows<T>& demosaicRows(const SRowTable& table) {
-    if constexpr (sizeof(T) == 1) {
-        return table.demosaic8;
-    } else {
-        return table.demosaic16;
-    }
+    return forSample<T>(table.demosaic8, table.demosaic16);
 }
 
 /// The curve kernels for a sample type.
 template <class T>
 const SCurveRows<T>& curveRows(const SRowTable& table) {
-    if constexpr (sizeof(T) == 1) {
-        return table.curves8;
-    } else {
-        return table.curves16;
-    }
+    return forSample<T>(table.curves8, table.curves16);
 }
 
 /// The colour kernels for a sample type.
 template <class T>
 const SColourRows<T>& colourRows(const SRowTable& table) {
-    if constexpr (sizeof(T) == 1) {
-        return table.colours8;
-    } else {
-        return table.colours16;
-    }
+    return forSample<T>(table.colours8, table.colours16);
 }
 
 /// The noise reduction kernels for a sample type.
 template <class T>
 const SNoiseRows<T>& noiseRows(const SRowTable& table) {
-    if constexpr (sizeof(T) == 1) {
-        return table.noise8;
-    } else {
-        return table.noise16;
-    }
+    return forSample<T>(table.noise8, table.noise16);
 }
 
 /// The shading kernels for a sample type.
 template <class T>
 const SShadingRows<T>& shadingRows(const SRowTable& table) {
-    if constexpr (sizeof(T) == 1) {
-        return table.shading8;
-    } else {
-        return table.shading16;
-    }
+    return forSample<T>(table.shading8, table.shading16);
 }
 
 /// The sum kernel for a sample type.
 template <class T>
 auto sumRow(const SRowTable& table) {
-    if constexpr (sizeof(T) == 1) {
-        return table.sums.samples8;
-    } else {
-        return table.sums.samples16;
-    }
+    return forSample<T>(table.sums.samples8, table.sums.samples16);
 }
 
 } // namespace vek::rows
