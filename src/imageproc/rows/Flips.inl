@@ -21,6 +21,10 @@ inline void storePixel(std::uint8_t* at, SPixel<Bytes> pixel) {
     __builtin_memcpy(at, &pixel, Bytes);
 }
 template <std::size_t Bytes>
+inline void copyPixel(std::uint8_t* to, const std::uint8_t* from) {
+    __builtin_memcpy(to, from, Bytes);
+}
+template <std::size_t Bytes>
 inline void swapPixels(std::uint8_t* a, std::uint8_t* b) {
     const SPixel<Bytes> pixel = loadPixel<Bytes>(a);
     storePixel(a, loadPixel<Bytes>(b));
@@ -32,7 +36,7 @@ inline void swapPixels(std::uint8_t* a, std::uint8_t* b) {
 template <std::size_t Bytes>
 inline void reverseSpan(const std::uint8_t* src, std::uint8_t* dst, std::size_t from, std::size_t width) {
     for (std::size_t x = from; x < width; ++x) {
-        storePixel(dst + x * Bytes, loadPixel<Bytes>(src + (width - 1 - x) * Bytes));
+        copyPixel<Bytes>(dst + x * Bytes, src + (width - 1 - x) * Bytes);
     }
 }
 
@@ -51,7 +55,7 @@ inline void transposeSpan(const std::uint8_t* src, std::ptrdiff_t srcPitch, std:
     for (std::size_t x = 0; x < width; ++x) {
         std::uint8_t* const out = dst + static_cast<std::ptrdiff_t>(x) * dstPitch;
         for (std::size_t y = 0; y < height; ++y) {
-            storePixel(out + y * Bytes, loadPixel<Bytes>(src + static_cast<std::ptrdiff_t>(y) * srcPitch + x * Bytes));
+            copyPixel<Bytes>(out + y * Bytes, src + static_cast<std::ptrdiff_t>(y) * srcPitch + x * Bytes);
         }
     }
 }
@@ -178,28 +182,60 @@ VEK_ZIP(4, u32, uint32x4_t, epi32)
 VEK_ZIP(8, u64, uint64x2_t, epi64)
 #undef VEK_ZIP
 
+/// Bytes that a pixel takes while it is transposed: 3 and 6 grow to a power of two.
+template <std::size_t Bytes>
+constexpr std::size_t kUnit16 = Bytes == 3   ? 4
+                                : Bytes == 6 ? 8
+                                             : Bytes;
+/// Rows and columns of a tile.
+template <std::size_t Bytes>
+constexpr std::size_t kTile16 = 16 / kUnit16<Bytes>;
+
+/// The first pixels of 16 bytes, as many as a tile has, at kUnit16 bytes each; and back, with zeros behind them.
+template <std::size_t Bytes>
+inline Bytes16 widenPixels(Bytes16 v) {
+    constexpr std::size_t unit = kUnit16<Bytes>;
+    static constexpr SBytes16 kIndex =
+        makeBytes16([](std::size_t i) { return i % unit < Bytes ? i / unit * Bytes + i % unit : 0x80; });
+    return unit == Bytes ? v : shuffle16(v, kIndex.vec());
+}
+template <std::size_t Bytes>
+inline Bytes16 narrowPixels(Bytes16 v) {
+    constexpr std::size_t unit = kUnit16<Bytes>;
+    static constexpr SBytes16 kIndex =
+        makeBytes16([](std::size_t i) { return i < kTile16<Bytes> * Bytes ? i / Bytes * unit + i % Bytes : 0x80; });
+    return unit == Bytes ? v : shuffle16(v, kIndex.vec());
+}
+
+/// Stores a tile's row of pixels: 16 bytes, or 12.
+template <std::size_t Bytes>
+inline void storeTileRow(std::uint8_t* p, Bytes16 v) {
+    __builtin_memcpy(p, &v, kTile16<Bytes> * Bytes);
+}
+
 /// A square of as many pixels as 16 bytes hold. Zipping each row with the one half the square further down moves one
-/// bit of the row's number into the column's; once for each bit, and rows are columns.
+/// bit of the row's number into the column's; once for each bit, and rows are columns. Reads 16 bytes of each row.
 template <std::size_t Bytes>
 inline void transposeTile(const std::uint8_t* src, std::ptrdiff_t srcPitch, std::uint8_t* dst,
                           std::ptrdiff_t dstPitch) {
-    constexpr std::size_t n = kPixels16<Bytes>;
+    constexpr std::size_t n = kTile16<Bytes>;
+    constexpr std::size_t unit = kUnit16<Bytes>;
     Bytes16 row[n];
     for (std::size_t i = 0; i < n; ++i) {
-        row[i] = load16(src + static_cast<std::ptrdiff_t>(i) * srcPitch);
+        row[i] = widenPixels<Bytes>(load16(src + static_cast<std::ptrdiff_t>(i) * srcPitch));
     }
     for (std::size_t bit = 1; bit < n; bit *= 2) {
         Bytes16 zipped[n];
         for (std::size_t i = 0; i < n / 2; ++i) {
-            zipped[2 * i] = zipLow<Bytes>(row[i], row[i + n / 2]);
-            zipped[2 * i + 1] = zipHigh<Bytes>(row[i], row[i + n / 2]);
+            zipped[2 * i] = zipLow<unit>(row[i], row[i + n / 2]);
+            zipped[2 * i + 1] = zipHigh<unit>(row[i], row[i + n / 2]);
         }
         for (std::size_t i = 0; i < n; ++i) {
             row[i] = zipped[i];
         }
     }
     for (std::size_t i = 0; i < n; ++i) {
-        store16(dst + static_cast<std::ptrdiff_t>(i) * dstPitch, row[i]);
+        storeTileRow<Bytes>(dst + static_cast<std::ptrdiff_t>(i) * dstPitch, narrowPixels<Bytes>(row[i]));
     }
 }
 
@@ -244,8 +280,8 @@ void exchangeReversed(std::uint8_t* a, std::uint8_t* b, std::size_t width) {
 template <std::size_t Bytes>
 void transpose(const std::uint8_t* src, std::ptrdiff_t srcPitch, std::uint8_t* dst, std::ptrdiff_t dstPitch,
                std::size_t width, std::size_t height) {
-    // As many source rows as fill a cache line of a destination row: each line is then written at once.
-    constexpr std::size_t band = 64 / Bytes;
+    // As many source rows as fill whole cache lines of a destination row: each line is then written at once.
+    constexpr std::size_t band = Bytes % 3 == 0 ? 192 / Bytes : 64 / Bytes;
     for (std::size_t y = 0; y < height; y += band) {
         const std::size_t rows = height - y < band ? height - y : band;
         const std::uint8_t* const from = src + static_cast<std::ptrdiff_t>(y) * srcPitch;
@@ -253,14 +289,12 @@ void transpose(const std::uint8_t* src, std::ptrdiff_t srcPitch, std::uint8_t* d
         std::size_t x = 0;
         std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
-        if constexpr (kUsed16<Bytes> == 16) {
-            constexpr std::size_t n = kPixels16<Bytes>;
-            done = rows / n * n;
-            for (; done != 0 && x + n <= width; x += n) {
-                for (std::size_t i = 0; i < done; i += n) {
-                    transposeTile<Bytes>(from + static_cast<std::ptrdiff_t>(i) * srcPitch + x * Bytes, srcPitch,
-                                         to + static_cast<std::ptrdiff_t>(x) * dstPitch + i * Bytes, dstPitch);
-                }
+        constexpr std::size_t n = kTile16<Bytes>;
+        done = rows / n * n;
+        for (; done != 0 && x * Bytes + 16 <= width * Bytes; x += n) {
+            for (std::size_t i = 0; i < done; i += n) {
+                transposeTile<Bytes>(from + static_cast<std::ptrdiff_t>(i) * srcPitch + x * Bytes, srcPitch,
+                                     to + static_cast<std::ptrdiff_t>(x) * dstPitch + i * Bytes, dstPitch);
             }
         }
 #endif
