@@ -42,6 +42,9 @@ void ImageBitShift(const rows::SRowTable& rows, unsigned long width, unsigned lo
         }
         rowBytes = *dstPitch;
     }
+    if (width == 0 || pixelBytes == 0) {
+        return;
+    }
     // A shift to the left counts modulo 32; one to the right by 31 leaves nothing of a sample.
     const auto rowShift = static_cast<int>(
         shift >= 0 ? std::min(shift, 31L) : -static_cast<long>((0 - static_cast<unsigned long>(shift)) & 31));
@@ -64,14 +67,17 @@ template void ImageBitShift(const rows::SRowTable&, unsigned long, unsigned long
 void ImageUnpackAndBitShift(const rows::SRowTable& rows, unsigned long width, unsigned long height,
                             unsigned long srcPitch, const unsigned char* src, unsigned long* dstPitch,
                             unsigned long /*outFormat*/, unsigned char* dst, long srcBits, long dstBits) {
+    if (dstPitch != nullptr) {
+        *dstPitch = width;
+    }
+    if (width == 0) {
+        return;
+    }
     const auto bits = static_cast<unsigned long>(srcBits);
     const unsigned long rowBytes = srcPitch != 0 ? srcPitch : (bits * width + 7) / 8;
     const auto unpack = srcBits == 10 ? rows.bytes.unpack10 : rows.bytes.unpack12;
     for (unsigned long y = 0; y < height; ++y) {
         unpack(src + y * rowBytes, dst + y * width, width, static_cast<int>(srcBits - dstBits));
-    }
-    if (dstPitch != nullptr) {
-        *dstPitch = width;
     }
 }
 
@@ -124,6 +130,9 @@ void ConvBGRToBGR(unsigned long width, unsigned long height, unsigned long trans
                   unsigned long outFormat, unsigned char* dst) {
     const unsigned long pixels = width * height;
     const unsigned pixelBytes = byteSamples(outFormat);
+    if (pixels == 0 || pixelBytes == 0) {
+        return;
+    }
     const auto* const bytes = static_cast<const unsigned char*>(src);
     if (transferFormat == VEK_TRANSFER_BGR8) {
         if (pixelBytes == 3) {

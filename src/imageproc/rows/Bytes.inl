@@ -24,7 +24,7 @@ void shiftToBytes(const T* src, std::uint8_t* dst, std::size_t width, int shift)
 template <unsigned Bits>
 void unpackToBytes(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, int shift) {
     for (std::size_t x = 0; x < width; ++x) {
-        dst[x] = static_cast<std::uint8_t>(packedPixel<Bits>(src, x) >> shift);
+        dst[x] = static_cast<std::uint8_t>(packedWord<Bits>(src, x) >> shift);
     }
 }
 
