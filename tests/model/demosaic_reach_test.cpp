@@ -120,27 +120,6 @@ TYPED_TEST(CDemosaicReach, MonoIgnoresTheMethod) {
     }
 }
 
-// Not decoded and not built yet: for now nothing is written.
-TYPED_TEST(CDemosaicReach, MissingPartsWriteNothing) {
-    const std::vector<TypeParam> before(256, 9);
-    std::vector<TypeParam> src(256, 1);
-    for (unsigned method = 0; method <= 10; ++method) {
-        for (unsigned colorArray = 2; colorArray <= 11; ++colorArray) {
-            for (const unsigned short channels : kChannels) {
-                const SDemosaicCall call{
-                    8, 4, 0, 0, static_cast<unsigned char>(method), static_cast<unsigned short>(colorArray), channels};
-                if (modelCovers(call)) {
-                    continue;
-                }
-                std::vector<TypeParam> dst(before);
-                EXPECT_EQ(this->Long(call, src.data(), dst.data()), kModelInvalid);
-                EXPECT_EQ(this->Short(call, src.data(), dst.data()), kModelInvalid);
-                EXPECT_EQ(dst, before) << method << " " << colorArray;
-            }
-        }
-    }
-}
-
 // The address sanitizer watches the padding inside the images: neither side's may be touched.
 TYPED_TEST(CDemosaicReach, PaddingIsNotTouched) {
 #if defined(__SANITIZE_ADDRESS__)

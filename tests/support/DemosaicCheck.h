@@ -13,6 +13,40 @@
 
 namespace vek::test {
 
+/// Ways to give the two pitches.
+constexpr unsigned kPitchKinds = 6;
+
+/// Pitches of one kind. 16-bit pitches of Bayer images stay even, so that samples stay aligned.
+template <class T>
+SDemosaicCall withPitches(SDemosaicCall call, unsigned kind) {
+    call.srcPitch = 0;
+    const unsigned long srcRow = modelSrcPitch(call, sizeof(T));
+    const unsigned long dstRow = call.width * call.channels * sizeof(T);
+    switch (kind) {
+    case 0:
+        break;
+    case 1: // both without padding
+        call.srcPitch = srcRow;
+        call.dstPitch = dstRow;
+        break;
+    case 2: // odd numbers of samples behind the rows; odd byte pitches for some 8-bit widths
+        call.srcPitch = srcRow + 3 * sizeof(T);
+        call.dstPitch = dstRow + 5 * sizeof(T);
+        break;
+    case 3: // source derived, destination given
+        call.dstPitch = dstRow + 32;
+        break;
+    case 4: // source given, destination derived
+        call.srcPitch = srcRow + 16;
+        break;
+    default: // equal, which makes grey copies of one channel block copies
+        call.srcPitch = std::max(srcRow, dstRow) + 7 * sizeof(T);
+        call.dstPitch = call.srcPitch;
+        break;
+    }
+    return call;
+}
+
 /// Where the two images of a case lie. An offset moves an image away from the protected page, in samples.
 struct SPlacement {
     Flush src = Flush::Right;
@@ -35,8 +69,8 @@ public:
     template <class Function>
     ::testing::AssertionResult Run(const SDemosaicCall& call, const SPlacement& place, Function function,
                                    unsigned long okStatus = 0, unsigned long badStatus = kModelInvalid) {
-        const std::size_t srcBytes = modelSrcBytes(call, sizeof(T));
-        const std::size_t dstBytes = modelDstBytes(call, sizeof(T));
+        const std::size_t srcBytes = WholeSamples(modelSrcBytes(call, sizeof(T)));
+        const std::size_t dstBytes = WholeSamples(modelDstBytes(call, sizeof(T)));
         std::uint8_t* const src =
             Place(place.src == Flush::Left ? mSrcLeft : mSrcRight, srcBytes, place.src, place.srcOffset * sizeof(T));
         CGuardedBuffer<std::uint8_t>& arena = place.dst == Flush::Left ? mDstLeft : mDstRight;
@@ -79,6 +113,9 @@ public:
     CRandom& Random() { return mRandom; }
 
 private:
+    /// YCrCb is bytes in buffers of words too: one byte more keeps the words aligned.
+    static std::size_t WholeSamples(std::size_t bytes) { return (bytes + sizeof(T) - 1) / sizeof(T) * sizeof(T); }
+
     static std::uint8_t* Place(CGuardedBuffer<std::uint8_t>& arena, std::size_t bytes, Flush flush,
                                std::size_t offset) {
         if (bytes + offset > arena.size()) {
@@ -87,9 +124,10 @@ private:
         return flush == Flush::Left ? arena.data() + offset : arena.data() + arena.size() - bytes - offset;
     }
 
-    /// Random samples, only the two extremes, near the largest value, or all the same extreme.
+    /// Random samples of full, 12-bit or 8-bit range, only the two extremes, near the largest value, or all the same
+    /// extreme.
     void FillSource(std::uint8_t* src, std::size_t bytes) {
-        const std::uint64_t kind = mRandom.Next() % 8;
+        const std::uint64_t kind = mRandom.Next() % 10;
         constexpr std::uint64_t max = static_cast<T>(-1);
         for (std::size_t at = 0; at + sizeof(T) <= bytes; at += sizeof(T)) {
             const std::uint64_t random = mRandom.Next();
@@ -106,6 +144,14 @@ private:
                 break;
             case 3:
                 value = random % 3;
+                break;
+            case 4:
+            case 5:
+                value &= 0xFFF;
+                break;
+            case 6:
+            case 7:
+                value &= 0xFF;
                 break;
             default:
                 break;

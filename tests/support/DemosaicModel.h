@@ -13,16 +13,25 @@ struct SDemosaicCall {
     unsigned long height = 0; ///< rows
     unsigned long srcPitch = 0;
     unsigned long dstPitch = 0;
-    unsigned char method = 0; ///< 0 grey copy, 1 None, 2 NearestNeighbor, 3 BilinearSimple
+    unsigned char method = 0; ///< enum VekDemosaicMethod
     unsigned short colorArray = 0;
     unsigned short channels = 0;
 };
 
 constexpr unsigned long kModelInvalid = static_cast<unsigned long>(-22L);
 
-/// The status that the call has to give with two good buffers. YCrCb layouts and methods 4..6 are not modelled.
+constexpr unsigned char kLastMethod = 6;
+/// Colour arrays 1..5 are mono and Bayer, 6..11 YCrCb.
+constexpr unsigned short kLastBayer = 5;
+constexpr unsigned short kLastColorArray = 11;
+
+/// Whether the call decodes YCrCb: bytes at both sample widths.
+bool modelDecodes(const SDemosaicCall& call);
+/// The least width, and height, that the method takes.
+unsigned long modelSmallest(const SDemosaicCall& call);
+
+/// The status that the call has to give with two good buffers.
 unsigned long modelStatus(const SDemosaicCall& call);
-bool modelCovers(const SDemosaicCall& call);
 
 /// Pitches with 0 replaced by the derived value, bytes.
 unsigned long modelSrcPitch(const SDemosaicCall& call, std::size_t sampleBytes);
@@ -33,8 +42,9 @@ std::size_t modelSrcBytes(const SDemosaicCall& call, std::size_t sampleBytes);
 /// Bytes from the start of the destination to the end of its last pixel, a fourth sample included.
 std::size_t modelDstBytes(const SDemosaicCall& call, std::size_t sampleBytes);
 
-/// Naive model of the grey copy and the three simple methods, one output sample at a time. Every source sample
-/// is fetched by Source and every destination sample is stored by Store, so both sets are plain to see.
+/// Naive model of the grey copy, the six methods and YCrCb decoding, one output sample at a time. Every source sample
+/// is fetched by Source (of YCrCb, every byte by Byte) and every destination sample is stored by Store or StoreByte, so
+/// both sets are plain to see.
 template <class T>
 class CDemosaicModel {
 public:
@@ -54,12 +64,29 @@ private:
     void mvNone(unsigned long row, unsigned long column);
     void mvNearestNeighbor(unsigned long row, unsigned long column);
     void mvBilinearSimple(unsigned long row, unsigned long column);
+    T CubicInRow(unsigned long row, unsigned long column, int color);
+    void mvBiCubic(unsigned long row, unsigned long column);
+    T BlockGreen(unsigned long top, unsigned long left);
+    void mvNearestNeighbor2(unsigned long row, unsigned long column);
+    void mvBilinearFalseColorReduction(unsigned long row, unsigned long column);
+
+    std::uint8_t Byte(unsigned long row, unsigned long offset);
+    void StoreByte(unsigned long row, unsigned long offset, std::uint8_t value);
+    void mvYCrCbGrey(unsigned long row, unsigned long column);
+    void mvYCrCbRow(unsigned long row);
+    void mvYCrCbPixel(unsigned long row, unsigned long column, std::uint8_t luma, const std::int32_t (&chroma)[3]);
 
     SDemosaicCall mCall;
     const unsigned char* mpSrc;
     unsigned char* mpDst;
     std::vector<bool>* mpReadBytes = nullptr;
 };
+
+/// Entry of pnYCrCbConvTable or, with video, of pnYCrCbConvTable709, by its formula.
+std::int32_t modelYCrCbEntry(bool video, int row, int value);
+/// Entries of pshtTable_05 and pshtTable_15, by their formulas.
+int modelCubicInner(int sum);
+int modelCubicOuter(int sum);
 
 extern template class CDemosaicModel<std::uint8_t>;
 extern template class CDemosaicModel<std::uint16_t>;
