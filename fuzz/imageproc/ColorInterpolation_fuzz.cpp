@@ -19,20 +19,25 @@ void run(vek::fuzz::CFuzzInput& input) {
     const auto method = static_cast<unsigned char>(input.below(9));
     const auto colorArray = static_cast<unsigned short>(input.below(14));
     const auto channels = static_cast<unsigned short>(input.below(6));
+    // Bytes of a source row as they are derived: samples, or YCrCb of 2, 3 or 1.5 bytes a pixel.
+    const bool decodes = colorArray >= 6 && colorArray <= 11;
+    const unsigned long decoded[] = {2 * width * sizeof(T), 3 * width * sizeof(T),
+                                     sizeof(T) == 1 ? width + width / 2 : 3 * width};
+    const unsigned long srcRow = decodes ? decoded[colorArray % 3] : width * sizeof(T);
+    const unsigned long dstRow = width * channels * sizeof(T);
     // 0 asks for the derived pitch; others are wide enough and a multiple of the sample.
-    const unsigned long srcPitch = (input.take<std::uint8_t>() & 1) != 0 ? (width + input.below(5)) * sizeof(T) : 0;
-    const unsigned long dstPitch =
-        (input.take<std::uint8_t>() & 1) != 0 ? (width * channels + input.below(5)) * sizeof(T) : 0;
+    const unsigned long srcPitch = (input.take<std::uint8_t>() & 1) != 0 ? srcRow + input.below(5) * sizeof(T) : 0;
+    const unsigned long dstPitch = (input.take<std::uint8_t>() & 1) != 0 ? dstRow + input.below(5) * sizeof(T) : 0;
 
-    // Exactly what the caller has to supply, on the heap. YCrCb rows take up to three bytes a pixel and sample byte;
-    // a bilinear row of odd width is read one sample further.
-    const unsigned long usedSrcPitch = srcPitch != 0 ? srcPitch : width * sizeof(T);
-    const unsigned long usedDstPitch = dstPitch != 0 ? dstPitch : (width * channels * sizeof(T) + 3) / 4 * 4;
-    const unsigned long lines = usedSrcPitch > usedDstPitch ? usedSrcPitch : usedDstPitch;
-    std::vector<T> src(usedSrcPitch / sizeof(T) * height + 1);
+    // What the caller has to supply, on the heap. A bilinear row of odd width is read one sample further; grey of YCrCb
+    // is a byte a pixel also where that is more than the channels make up; the block copy of equal pitches covers whole
+    // rows.
+    const unsigned long usedSrcPitch = srcPitch != 0 ? srcPitch : srcRow;
+    const unsigned long usedDstPitch = dstPitch != 0 ? dstPitch : (dstRow + 3) / 4 * 4;
+    const unsigned long dstBytes = usedDstPitch * height + (decodes && channels == 0 ? width : 0);
+    std::vector<T> src((usedSrcPitch * height + sizeof(T) - 1) / sizeof(T) + 1);
     input.fill(src.data(), src.size() * sizeof(T));
-    // The block copy of equal pitches covers whole rows; so do the buffers.
-    const std::vector<T> before((channels == 1 ? lines : usedDstPitch) / sizeof(T) * height + 1, T{0x5A});
+    const std::vector<T> before((dstBytes + sizeof(T) - 1) / sizeof(T), T{0x5A});
 
     std::vector<T> expected;
     unsigned long expectedStatus = 0;

@@ -15,8 +15,8 @@ namespace vek::test {
 namespace {
 
 constexpr unsigned long kWidth = 6;
-constexpr unsigned long kHeight = 3;
-constexpr std::size_t kSrcBytes = (kWidth * kHeight + 1) * 2;
+constexpr unsigned long kHeight = 5;
+constexpr std::size_t kSrcBytes = kWidth * kHeight * 2 * 3; // YCrCb 4:4:4
 constexpr std::size_t kDstBytes = kWidth * kHeight * 8 + 64;
 
 /// Channels of an accepted pair of format and depth, 0 for the others.
@@ -135,6 +135,8 @@ TEST_F(CColorInterpolationCall, WorkedResults) {
     EXPECT_EQ(Call(kWidth, kHeight, 2, 7, 4, 8), 1);
     EXPECT_EQ(Call(kWidth, kHeight, 2, 1, 256, 16), -22);
     EXPECT_EQ(Call(kWidth, kHeight, 2, 1, 256, 14), -22);
+    EXPECT_EQ(Call(kWidth, kHeight, 2, 6, 256, 16), -22);
+    EXPECT_EQ(Call(kWidth, kHeight, 7, 7, 4, 8), 0); // YCrCb is decoded whatever the method
 }
 
 TEST_F(CColorInterpolationCall, NullHandleComesFirst) {
@@ -147,20 +149,20 @@ TEST_F(CColorInterpolationCall, NullHandleComesFirst) {
 
 TEST_F(CColorInterpolationCall, NullBuffersGive1AfterTheFormat) {
     std::memset(mDst.data(), 0xA5, kDstBytes);
-    for (unsigned char method = 0; method <= 3; ++method) {
-        for (unsigned short array = 1; array <= 5; ++array) {
-            EXPECT_EQ(VekCam_ColorInterpolation(mHandle, 4, 4, array, nullptr, mDst.data(), method, 4, 8), 1);
-            EXPECT_EQ(VekCam_ColorInterpolation(mHandle, 4, 4, array, mSrc.data(), nullptr, method, 512, 12), 1);
-            EXPECT_EQ(VekCam_ColorInterpolation(mHandle, 4, 4, array, nullptr, nullptr, method, 256, 10), 1);
-            EXPECT_EQ(VekCam_ColorInterpolation(mHandle, 4, 4, array, nullptr, nullptr, method, 4, 10), -22);
+    for (unsigned char method = 0; method <= kLastMethod; ++method) {
+        for (unsigned short array = 1; array <= kLastColorArray; ++array) {
+            EXPECT_EQ(VekCam_ColorInterpolation(mHandle, 5, 4, array, nullptr, mDst.data(), method, 4, 8), 1);
+            EXPECT_EQ(VekCam_ColorInterpolation(mHandle, 5, 4, array, mSrc.data(), nullptr, method, 512, 12), 1);
+            EXPECT_EQ(VekCam_ColorInterpolation(mHandle, 5, 4, array, nullptr, nullptr, method, 256, 10), 1);
+            EXPECT_EQ(VekCam_ColorInterpolation(mHandle, 5, 4, array, nullptr, nullptr, method, 4, 10), -22);
         }
     }
     EXPECT_TRUE(Untouched());
 }
 
 TEST_F(CColorInterpolationCall, NoPixelsIsSuccess) {
-    for (unsigned char method = 0; method <= 3; ++method) {
-        for (unsigned short array = 1; array <= 5; ++array) {
+    for (unsigned char method = 0; method <= kLastMethod; ++method) {
+        for (unsigned short array = 1; array <= kLastColorArray; ++array) {
             for (const unsigned long other : {0UL, 1UL, 5UL, 0x100000000UL, ~0UL}) {
                 EXPECT_EQ(VekCam_ColorInterpolation(mHandle, 0, other, array, nullptr, nullptr, method, 4, 8), 0);
                 EXPECT_EQ(VekCam_ColorInterpolation(mHandle, other, 0, array, nullptr, nullptr, method, 512, 10), 0);
@@ -183,15 +185,17 @@ TEST_F(CColorInterpolationCall, RefusalsComeBeforeNoPixels) {
     EXPECT_TRUE(Untouched());
 }
 
-TEST_F(CColorInterpolationCall, ImagesWithoutACell) {
-    for (const unsigned method : {2U, 3U}) {
-        for (unsigned colorArray = 2; colorArray <= 5; ++colorArray) {
-            EXPECT_EQ(Call(1, 1, colorArray, method, 4, 8), 1);
-            EXPECT_TRUE(Untouched());
-            EXPECT_EQ(Call(6, 1, colorArray, method, 8, 8), 1);
-            EXPECT_TRUE(Untouched());
-            EXPECT_EQ(Call(1, 6, colorArray, method, 512, 12), 1);
-            EXPECT_TRUE(Untouched());
+TEST_F(CColorInterpolationCall, ImagesBelowTheSmallest) {
+    for (unsigned method = 2; method <= kLastMethod; ++method) {
+        for (unsigned colorArray = 2; colorArray <= kLastBayer; ++colorArray) {
+            for (unsigned long shorter = 1; shorter < (method < 5 ? 2UL : 4UL); ++shorter) {
+                EXPECT_EQ(Call(shorter, shorter, colorArray, method, 4, 8), 1);
+                EXPECT_TRUE(Untouched());
+                EXPECT_EQ(Call(6, shorter, colorArray, method, 8, 8), 1);
+                EXPECT_TRUE(Untouched());
+                EXPECT_EQ(Call(shorter, 6, colorArray, method, 512, 12), 1);
+                EXPECT_TRUE(Untouched());
+            }
         }
     }
 }

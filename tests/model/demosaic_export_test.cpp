@@ -34,8 +34,11 @@ protected:
 
     template <std::size_t N>
     void Sweep(const SOutput (&outputs)[N], unsigned long width, unsigned long height) {
-        for (unsigned short colorArray = 1; colorArray <= 5; ++colorArray) {
-            for (unsigned char method = 0; method <= 3; ++method) {
+        for (unsigned short colorArray = 1; colorArray <= kLastColorArray; ++colorArray) {
+            for (unsigned char method = 0; method <= kLastMethod; ++method) {
+                if (colorArray > kLastBayer && method > 1) {
+                    continue; // decodes as method 1 does
+                }
                 for (const SOutput& output : outputs) {
                     const SDemosaicCall call{width, height, 0, 0, method, colorArray, output.channels};
                     const Flush flush = mTurn++ % 2 == 0 ? Flush::Right : Flush::Left;

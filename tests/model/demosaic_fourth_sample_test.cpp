@@ -40,15 +40,20 @@ std::vector<const rows::SRowTable*> usableTables() {
 TYPED_TEST(CFourthSample, OfTheLastPixelMayBeMissing) {
     for (const rows::SRowTable* const table : usableTables()) {
         CColorInterpolation module(*table);
-        for (const unsigned long width : {2UL, 3UL, 8UL, 16UL, 17UL, 32UL, 34UL, 64UL, 66UL, 128UL, 130UL}) {
-            CGuardedBuffer<TypeParam> src(2 * width + 1, Flush::Right);
+        for (const unsigned long width : {4UL, 5UL, 8UL, 16UL, 17UL, 32UL, 34UL, 64UL, 66UL, 128UL, 130UL}) {
+            CGuardedBuffer<TypeParam> src(4 * width * 3, Flush::Right); // YCrCb 4:4:4 takes three samples a pixel
             std::fill(src.data(), src.data() + src.size(), TypeParam{5});
-            CGuardedBuffer<TypeParam> dst(8 * width - 1, Flush::Right);
+            CGuardedBuffer<TypeParam> dst(16 * width - 1, Flush::Right);
+            CGuardedBuffer<TypeParam> decoded(sizeof(TypeParam) == 1 ? 16 * width - 1 : 8 * width, Flush::Right);
             const auto run = [&] {
                 bool refused = false;
-                for (unsigned char method = 0; method <= 3; ++method) {
-                    const SDemosaicCall call{width, 2, 0, 0, method, 2, 4};
+                for (unsigned char method = 0; method <= kLastMethod; ++method) {
+                    const SDemosaicCall call{width, 4, 0, 0, method, 2, 4};
                     refused |= callLong(module, call, src.data(), dst.data()) != 0;
+                }
+                for (unsigned short colorArray = 6; colorArray <= kLastColorArray; ++colorArray) {
+                    const SDemosaicCall call{width, 4, 0, 4 * width, 1, colorArray, 4};
+                    refused |= callLong(module, call, src.data(), decoded.data()) != 0;
                 }
                 std::_Exit(refused ? 1 : 0);
             };
@@ -60,10 +65,14 @@ TYPED_TEST(CFourthSample, OfTheLastPixelMayBeMissing) {
 // Another thread counts in the fourth samples; none of its writes may get lost.
 TYPED_TEST(CFourthSample, MayBelongToAnotherThread) {
     constexpr std::size_t pixels = 256UL * 4;
-    std::vector<TypeParam> src(pixels + 1, 1);
+    std::vector<TypeParam> src(pixels * 3, 1);
     for (const rows::SRowTable* const table : usableTables()) {
         CColorInterpolation module(*table);
-        for (unsigned char method = 0; method <= 3; ++method) {
+        // The methods of a Bayer image, then the three layouts of YCrCb, whose pixels are bytes.
+        for (unsigned char turn = 0; turn <= kLastMethod + (sizeof(TypeParam) == 1 ? 3 : 0); ++turn) {
+            const bool decodes = turn > kLastMethod;
+            const auto colorArray = static_cast<unsigned short>(decodes ? turn - kLastMethod + 5 : 2);
+            const SDemosaicCall call{256, 4, 0, 0, decodes ? std::uint8_t{1} : turn, colorArray, 4};
             std::vector<TypeParam> dst(pixels * 4, 0);
             std::atomic<bool> started{false};
             std::atomic<bool> stop{false};
@@ -84,12 +93,12 @@ TYPED_TEST(CFourthSample, MayBelongToAnotherThread) {
             while (!started) {
                 std::this_thread::yield();
             }
-            for (int frame = 0; frame < 5000; ++frame) {
-                callLong(module, {256, 4, 0, 0, method, 2, 4}, src.data(), dst.data());
+            for (int frame = 0; frame < 4000; ++frame) {
+                callLong(module, call, src.data(), dst.data());
             }
             stop = true;
             owner.join();
-            EXPECT_EQ(lost, 0U) << table->name << ", method " << int{method};
+            EXPECT_EQ(lost, 0U) << table->name << ", method " << int{call.method} << ", colour array " << colorArray;
         }
     }
 }

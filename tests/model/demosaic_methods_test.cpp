@@ -46,12 +46,20 @@ TYPED_TEST_SUITE(CDemosaicMethods, SampleTypes);
 
 } // namespace
 
-// Every width to 40 at heights of both parities from the smallest on, and the reverse.
-TYPED_TEST(CDemosaicMethods, EveryWidthAndEveryHeightTo40) {
+TYPED_TEST(CDemosaicMethods, EverySizeTo40) {
+    for (unsigned long height = 4; height <= 40; ++height) {
+        for (unsigned long width = 4; width <= 40; ++width) {
+            ASSERT_NO_FATAL_FAILURE(this->Sweep(width, height));
+        }
+    }
+}
+
+// Bicubic goes down to 2 x 2; the others, and it below that, refuse.
+TYPED_TEST(CDemosaicMethods, EverySizeWithAShortSide) {
     for (unsigned long length = 1; length <= 40; ++length) {
-        for (const unsigned long other : {1UL, 2UL, 3UL, 4UL, 5UL, 6UL, 7UL, 8UL, 9UL, 11UL, 14UL}) {
-            ASSERT_NO_FATAL_FAILURE(this->Sweep(length, other));
-            ASSERT_NO_FATAL_FAILURE(this->Sweep(other, length));
+        for (unsigned long shorter = 1; shorter <= 3; ++shorter) {
+            ASSERT_NO_FATAL_FAILURE(this->Sweep(length, shorter));
+            ASSERT_NO_FATAL_FAILURE(this->Sweep(shorter, length));
         }
     }
 }
@@ -150,15 +158,6 @@ TYPED_TEST(CDemosaicMethods, EveryInstructionSet) {
                                                  }));
                 }
             }
-        }
-    }
-}
-
-// A few seconds more: all sizes, not only those with a short side. Run by hand after a change to the borders.
-TYPED_TEST(CDemosaicMethods, DISABLED_EverySizeTo40) {
-    for (unsigned long height = 4; height <= 40; ++height) {
-        for (unsigned long width = 4; width <= 40; ++width) {
-            ASSERT_NO_FATAL_FAILURE(this->Sweep(width, height));
         }
     }
 }
