@@ -60,11 +60,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
     }
 
-    // Blue-green-red data has no tiers: three or eight bytes a pixel.
-    const unsigned long pixels = width * height;
-    std::vector<std::uint8_t> colors(pixels * (transferFormat == 10 ? 3 : 8));
-    input.fill(colors.data(), colors.size());
-    std::vector<std::uint8_t> levels(pixels * pixelBytes);
-    vek::ConvBGRToBGR(width, height, transferFormat, colors.data(), outFormat, levels.data());
+    // Blue-green-red data of three or eight bytes a pixel has no tiers.
+    if ((transferFormat == 10 || transferFormat == 11) && (outFormat == 1 || outFormat == 4 || outFormat == 8)) {
+        const unsigned long pixels = width * height;
+        std::vector<std::uint8_t> colors(pixels * (transferFormat == 10 ? 3 : 8));
+        input.fill(colors.data(), colors.size());
+        std::vector<std::uint8_t> levels(pixels * pixelBytes);
+        vek::ConvBGRToBGR(width, height, transferFormat, colors.data(), outFormat, levels.data());
+    }
     return 0;
 }
