@@ -174,7 +174,7 @@ unsigned long CShadingCorrection::SetMap(unsigned long width, unsigned long heig
     if (mpMap == nullptr) {
         return kNoMemory;
     }
-    if (mMapSize != 0) {
+    if (map != nullptr) {
         std::memcpy(mpMap, map, mMapSize);
     }
     return kOk;

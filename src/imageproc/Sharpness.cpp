@@ -92,8 +92,8 @@ bool CSharpness::mbUpdateShapnessTable() {
     mwTable.fill(0);
     for (std::size_t i = std::size_t{mwCoring} + 1; i < mwTable.size(); ++i) {
         // NOLINTNEXTLINE(bugprone-incorrect-roundings): this very rounding, of values that are not negative
-        mwTable[i] =
-            static_cast<unsigned short>(accumulator >= last ? last : static_cast<unsigned>(double{accumulator} + 0.5));
+        const auto rounded = static_cast<unsigned>(double{accumulator} + 0.5);
+        mwTable[i] = static_cast<unsigned short>(std::min(rounded, last));
         accumulator += step;
     }
     return true;
