@@ -38,6 +38,7 @@ struct SConvertArguments {
     bool display = false;
     std::optional<unsigned> black;
     std::optional<unsigned> white;
+    std::string settings;
     SStages stages;
 };
 
@@ -83,7 +84,7 @@ void checkLevels(const SConvertArguments& arguments, const STransferFormat& form
     }
 }
 
-SConversion checked(const SConvertArguments& arguments) {
+SConversion checked(SConvertArguments& arguments) {
     SConversion conversion;
     conversion.format = findTransferFormat(arguments.format);
     if (conversion.format->bytes == 0) {
@@ -96,8 +97,9 @@ SConversion checked(const SConvertArguments& arguments) {
         throw CBadArguments(
             fmt::format("method {} needs {} x {} pixels or more", methodName(conversion.method), smallest, smallest));
     }
-    checkLevels(arguments, *conversion.format);
     const bool grey = conversion.colorArray == VEK_COLOR_ARRAY_MONO || conversion.method == VEK_DEMOSAIC_MONO;
+    arguments.stages.file = stagesForFrame(arguments.stages.file, conversion.colorArray, grey);
+    checkLevels(arguments, *conversion.format);
     checkStages(arguments.stages, arguments.width, arguments.height, conversion.colorArray, grey);
     const bool bytesByDefault = pictureDepth(arguments, *conversion.format) == 8 || arguments.display;
     conversion.bitsOut = static_cast<unsigned short>(arguments.bitsOut != 0 ? arguments.bitsOut
@@ -120,12 +122,15 @@ SImage displayed(const SImage& image, const SConvertArguments& arguments, const 
     return renderForDisplay(image, levels, gains, conversion.bitsOut);
 }
 
-void convert(const SConvertArguments& arguments) {
+void convert(SConvertArguments& arguments) {
+    const CLibraryHandle library(-1);
+    if (!arguments.settings.empty()) {
+        arguments.stages.file = readFileStages(library, arguments.settings);
+    }
     const SConversion conversion = checked(arguments);
     const std::uint64_t size = frameBytes(*conversion.format, arguments.width, arguments.height);
     const std::vector<std::uint8_t> bytes = readBytes(arguments.input, arguments.offset + arguments.frame * size, size);
     SRawFrame frame = rawFrame(bytes, *conversion.format, arguments.width, arguments.height, conversion.colorArray);
-    const CLibraryHandle library(-1);
     const SStages& stages = arguments.stages;
     if (stages.any()) {
         frame = afterRawStages(library, stages, frame);
@@ -191,6 +196,11 @@ void addConvertCommand(CLI::App& app) {
         ->add_option("--white", arguments->white,
                      "Sensor level of white; without it the bright end of the picture decides")
         ->needs(display);
+    command
+        ->add_option("--settings", arguments->settings,
+                     "Setting file, as \"vekcam settings save\" writes it: the image stages that it\n"
+                     "switches on run with its values. The options below come before it")
+        ->type_name("FILE");
     addStageOptions(*command, arguments->stages);
     command->callback([arguments] { convert(*arguments); });
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <exception>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -20,6 +21,17 @@ public:
 class CBadArguments : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
+};
+
+/// Ends a command that has told all there is to tell with an exit code of its own.
+class CExit : public std::exception {
+public:
+    explicit CExit(int code) : mCode(code) {}
+    int Code() const { return mCode; }
+    const char* what() const noexcept override { return "exit"; }
+
+private:
+    int mCode;
 };
 
 /// text with its control characters replaced, so that a message stays one line whatever the arguments hold.

@@ -2,6 +2,7 @@
 #include "Stages.h"
 
 #include "Errors.h"
+#include "HandleSettings.h"
 #include "LibraryRows.h"
 
 #include <fmt/format.h>
@@ -12,10 +13,6 @@
 namespace vek::tools {
 
 namespace {
-
-// No change.
-constexpr unsigned short kUnityGamma = 100;
-constexpr unsigned short kUnitySaturation = 100;
 
 void require(int status, const char* stage) {
     if (status != VEK_OK) {
@@ -38,18 +35,22 @@ std::vector<std::uint8_t> bytesOf(const SRawFrame& frame) {
         frame.samples);
 }
 
-void balance(VekCam_Handle handle, const SBalance& balance, SRawFrame& frame, void* image) {
-    const auto& [r, gr, gb, b] = balance.gains;
-    require(VekCam_SetWhiteBalanceMode(handle, balance.mode), "white balance");
-    require(VekCam_SetWhiteBalanceGain(handle, r, gr, gb, b), "white balance");
+void applyBalance(VekCam_Handle handle, const std::optional<SBalance>& balance, SRawFrame& frame, void* image) {
+    if (balance) {
+        const auto& [r, gr, gb, b] = balance->gains;
+        require(VekCam_SetWhiteBalanceMode(handle, balance->mode), "white balance");
+        require(VekCam_SetWhiteBalanceGain(handle, r, gr, gb, b), "white balance");
+    }
     require(VekCam_WhiteBalance(handle, frame.width, frame.height, frame.width, frame.colorArray, image, kStagesDepth),
             "white balance");
 }
 
-void applyRawGamma(VekCam_Handle handle, unsigned short gamma, SRawFrame& frame, void* image) {
-    for (const unsigned char channel : {VEK_GAMMA_R, VEK_GAMMA_GR, VEK_GAMMA_GB, VEK_GAMMA_B}) {
-        require(VekCam_SetGammaMode(handle, channel, VEK_GAMMA_CURVE, gamma, 0, 0, nullptr, kStagesDepth),
-                "raw tone curves");
+void applyRawGamma(VekCam_Handle handle, const std::optional<unsigned short>& gamma, SRawFrame& frame, void* image) {
+    if (gamma) {
+        for (const unsigned char channel : {VEK_GAMMA_R, VEK_GAMMA_GR, VEK_GAMMA_GB, VEK_GAMMA_B}) {
+            require(VekCam_SetGammaMode(handle, channel, VEK_GAMMA_CURVE, *gamma, 0, 0, nullptr, kStagesDepth),
+                    "raw tone curves");
+        }
     }
     require(VekCam_RawColorGamma(handle, frame.width, frame.height, frame.colorArray, image, kStagesDepth),
             "raw tone curves");
@@ -69,9 +70,13 @@ void applyColours(VekCam_Handle handle, const SStages& stages, const SImage& ima
         require(VekCam_SetColorMatrix(handle, VEK_COLOR_MATRIX_CUSTOM, stages.matrix->data()), "colour matrix");
     }
     if (stages.hue || stages.saturation) {
-        require(VekCam_SetHueSaturationMode(handle, 1, stages.hue.value_or(short{0}),
-                                            stages.saturation.value_or(kUnitySaturation)),
-                "hue and saturation");
+        unsigned char mode = 0;
+        short hue = 0;
+        unsigned short saturation = 0;
+        require(VekCam_GetHueSaturationMode(handle, &mode, &hue, &saturation), "hue and saturation");
+        require(
+            VekCam_SetHueSaturationMode(handle, 1, stages.hue.value_or(hue), stages.saturation.value_or(saturation)),
+            "hue and saturation");
     }
     if (stages.suppressHigh) {
         require(VekCam_SetHighChromaSuppression(handle, stages.suppressHigh->start, stages.suppressHigh->slope),
@@ -86,7 +91,47 @@ void applyColours(VekCam_Handle handle, const SStages& stages, const SImage& ima
         "colour matrix");
 }
 
+/// What the options leave open stays as the handle has it: changing nothing, unless a setting file was read.
+void setLumaCurve(VekCam_Handle handle, const SStages& stages) {
+    unsigned char mode = 0;
+    unsigned short gamma = 0;
+    short brightness = 0;
+    unsigned short contrast = 0;
+    unsigned short bits = 12; // the contrast as a word
+    require(VekCam_GetGammaMode(handle, VEK_GAMMA_Y, &mode, &gamma, &brightness, &contrast, nullptr, &bits),
+            "luma curve");
+    mode = mode == VEK_GAMMA_NEGATIVE ? mode : static_cast<unsigned char>(VEK_GAMMA_CURVE);
+    require(VekCam_SetGammaMode(handle, VEK_GAMMA_Y, mode, stages.gamma.value_or(gamma),
+                                stages.brightness.value_or(brightness), stages.contrast.value_or(contrast), nullptr,
+                                kStagesDepth),
+            "luma curve");
+}
+
 } // namespace
+
+SFileStages readFileStages(const CLibraryHandle& library, const std::string& path) {
+    if (!readSettingFile(library.Get(), path)) {
+        throw CFailure(fmt::format("{}: the library refuses a setting; \"vekcam settings show\" tells which", path));
+    }
+    const SettingValues values = handleSettings(library.Get());
+    const auto on = [&values](std::string_view key) { return values[*findSettingKey(key)] != 0; };
+    SFileStages stages;
+    stages.balance = on("WBMode");
+    stages.rawGamma = on("GammaModeR") || on("GammaModeGr") || on("GammaModeGb") || on("GammaModeB");
+    stages.colour = on("HueSaturationMode") || on("SuppressionHigh") || on("SuppressionLow");
+    stages.luma = on("GammaModeY");
+    stages.sharpness = on("SharpnessMode");
+    return stages;
+}
+
+SFileStages stagesForFrame(const SFileStages& stages, unsigned short colorArray, bool greyPicture) {
+    SFileStages result = stages;
+    const bool mono = colorArray == VEK_COLOR_ARRAY_MONO;
+    result.balance = stages.balance && !mono;
+    result.rawGamma = stages.rawGamma && !mono;
+    result.colour = stages.colour && !greyPicture;
+    return result;
+}
 
 void checkStages(const SStages& stages, std::uint32_t width, std::uint32_t height, unsigned short colorArray,
                  bool greyPicture) {
@@ -114,11 +159,11 @@ void checkStages(const SStages& stages, std::uint32_t width, std::uint32_t heigh
 SRawFrame afterRawStages(const CLibraryHandle& library, const SStages& stages, const SRawFrame& frame) {
     SRawFrame result{frame.width, frame.height, frame.colorArray, kStagesDepth, {}};
     std::vector<std::uint8_t> bytes = bytesOf(frame);
-    if (stages.balance) {
-        balance(library.Get(), *stages.balance, result, bytes.data());
+    if (stages.balance || stages.file.balance) {
+        applyBalance(library.Get(), stages.balance, result, bytes.data());
     }
-    if (stages.rawGamma) {
-        applyRawGamma(library.Get(), *stages.rawGamma, result, bytes.data());
+    if (stages.rawGamma || stages.file.rawGamma) {
+        applyRawGamma(library.Get(), stages.rawGamma, result, bytes.data());
     }
     if (stages.mirror || stages.rotation) {
         turn(library.Get(), stages.mirror.value_or(VEK_MIRROR_NONE), stages.rotation.value_or(VEK_ROTATION_NONE),
@@ -132,20 +177,21 @@ SRawFrame afterRawStages(const CLibraryHandle& library, const SStages& stages, c
 void runPictureStages(const CLibraryHandle& library, const SStages& stages, SImage& image) {
     std::vector<std::uint8_t> rows = libraryRows<std::uint8_t>(image);
     const unsigned long format = image.channels == 1 ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_BGR24;
-    if (stages.onColour()) {
+    if (stages.onColour() || stages.file.colour) {
         applyColours(library.Get(), stages, image, rows.data());
     }
     if (stages.onLuma()) {
-        require(VekCam_SetGammaMode(library.Get(), VEK_GAMMA_Y, VEK_GAMMA_CURVE, stages.gamma.value_or(kUnityGamma),
-                                    stages.brightness.value_or(short{0}), stages.contrast.value_or(0), nullptr,
-                                    kStagesDepth),
-                "luma curve");
+        setLumaCurve(library.Get(), stages);
+    }
+    if (stages.onLuma() || stages.file.luma) {
         require(VekCam_BGRGamma(library.Get(), image.width, image.height, format, rows.data(), kStagesDepth),
                 "luma curve");
     }
     if (stages.sharpness) {
         require(VekCam_SetSharpnessMode(library.Get(), 1, stages.sharpness->gain, stages.sharpness->coring),
                 "sharpness");
+    }
+    if (stages.sharpness || stages.file.sharpness) {
         require(VekCam_Sharpness(library.Get(), image.width, image.height, format, rows.data(), kStagesDepth),
                 "sharpness");
     }

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <optional>
+#include <string>
 
 namespace vek::tools {
 
@@ -24,6 +25,15 @@ struct SSharpness {
     unsigned char coring; ///< differences up to this one are left alone, levels
 };
 
+/// Stages that a setting file switches on. They run with the settings that the handle has of it.
+struct SFileStages {
+    bool balance = false;
+    bool rawGamma = false;
+    bool colour = false;
+    bool luma = false;
+    bool sharpness = false;
+};
+
 /// The library's image stages that are asked for, in the order in which they run; settings in the library's units.
 struct SStages {
     std::optional<SBalance> balance;
@@ -40,16 +50,26 @@ struct SStages {
     std::optional<short> brightness;        ///< of the luma curve, levels
     std::optional<unsigned short> contrast; ///< of the luma curve, levels at either end
     std::optional<SSharpness> sharpness;
+    SFileStages file; ///< the settings above come before its own
 
-    bool onRaw() const { return balance || rawGamma || mirror || rotation; }
+    bool onRaw() const { return balance || rawGamma || mirror || rotation || file.balance || file.rawGamma; }
     bool onColour() const { return matrix || hue || saturation || suppressHigh || suppressLow; }
     bool onLuma() const { return gamma || brightness || contrast; }
-    bool any() const { return onRaw() || onColour() || onLuma() || sharpness; }
+    bool any() const {
+        return onRaw() || onColour() || onLuma() || sharpness || file.colour || file.luma || file.sharpness;
+    }
 };
 
 /// Depth that the stages work at: the white balance and the luma curve of deeper frames give no usable picture, and
 /// only bytes are mirrored.
 inline constexpr unsigned short kStagesDepth = 8;
+
+/// Has a handle read a setting file, and tells which stages it switches on. Throws CFailure when the file cannot be
+/// read or the library refuses a setting.
+SFileStages readFileStages(const CLibraryHandle& library, const std::string& path);
+
+/// The stages of a file that do something to such a frame. greyPicture: what the demosaicing makes of it.
+SFileStages stagesForFrame(const SFileStages& stages, unsigned short colorArray, bool greyPicture);
 
 /// Throws CBadArguments when a stage cannot work on such a frame. greyPicture: what the demosaicing makes of it.
 void checkStages(const SStages& stages, std::uint32_t width, std::uint32_t height, unsigned short colorArray,

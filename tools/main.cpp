@@ -8,6 +8,7 @@
 #include "LibraryHandle.h"
 #include "MeasureCommand.h"
 #include "Options.h"
+#include "SettingsCommand.h"
 #include "UnitsCommand.h"
 
 #include <fcntl.h>
@@ -66,6 +67,7 @@ int run(int argc, char** argv) {
     addAlcCommand(app);
     addDefectsCommand(app);
     addUnitsCommand(app);
+    addSettingsCommand(app);
 
     try {
         app.parse(argc, argv);
@@ -92,6 +94,8 @@ int main(int argc, char** argv) {
     int code = kFailure;
     try {
         code = run(argc, argv);
+    } catch (const CExit& end) {
+        code = end.Code();
     } catch (const CBadArguments& error) {
         code = fail(kBadArguments, error.what());
     } catch (const std::bad_alloc&) {
