@@ -86,6 +86,27 @@ INSTANTIATE_TEST_SUITE_P(Units, BadArguments,
                                            SBad{{"units", "--digital-times", "x"}, "--digital-times"},
                                            SBad{{"units", "--sim", "--device", "/dev/null"}, "--sim"}));
 
+SBad setBad(const std::string& change, const std::string& message) {
+    return {{"settings", "save", "/nonexistent/file", "--set", change}, message};
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Settings, BadArguments,
+    ::testing::Values(SBad{{"settings"}, "subcommand"}, SBad{{"settings", "edit"}, "subcommand"},
+                      SBad{{"settings", "save"}, "required"}, SBad{{"settings", "load"}, "required"},
+                      SBad{{"settings", "show"}, "required"}, SBad{{"settings", "diff", "a"}, "required"},
+                      SBad{{"settings", "diff", "a", "b", "c"}, "c"},
+                      SBad{{"settings", "save", "a", "--sim", "box"}, "box"},
+                      SBad{{"settings", "load", "a", "--sim", "--device", "/dev/null"}, "--sim"},
+                      setBad("WBMode", "KEY=VALUE"), setBad("wbmode=1", "names no key"), setBad("=1", "names no key"),
+                      setBad("WBMode=", "manual"), setBad("WBMode=maybe", "off, manual, auto, once"),
+                      setBad("WBMode=256", "0 to 255"), setBad("WBGainR=65536", "0 to 65535"),
+                      setBad("WBGainR=-1", "0 to 65535"), setBad("WBGainR=1.5", "0 to 65535"),
+                      setBad("WBGainR=1 ", "0 to 65535"), setBad("BrightnessY=32768", "-32768 to 32767"),
+                      setBad("BrightnessY=-32769", "-32768 to 32767"), setBad("SharpnessCoring=256", "0 to 255"),
+                      setBad("AEMaxExposure=-1", "0 to 9223372036854775807"),
+                      setBad("AEMaxExposure=9223372036854775808", "0 to 9223372036854775807")));
+
 /// convert with arguments that are all right, and others behind them.
 std::vector<std::string> convertWith(const std::vector<std::string>& more) {
     std::vector<std::string> arguments = {"convert", "in.raw", "-o", "out.png"};

@@ -33,7 +33,8 @@ INSTANTIATE_TEST_SUITE_P(
     Cli, HelpText,
     ::testing::Values(
         SHelp{{"--help"},
-              {"info", "demo", "convert", "measure", "alc", "defects", "units", "--help", "--version", "Exit codes"}},
+              {"info", "demo", "convert", "measure", "alc", "defects", "units", "settings", "--help", "--version",
+               "Exit codes"}},
         SHelp{{"-h"}, {"info", "demo", "convert"}},
         SHelp{{"info", "--help"}, {"--help", "--device", "--sim", "--json", "/dev/video0", "global-1m"}},
         SHelp{{"measure", "--help"},
@@ -48,6 +49,11 @@ INSTANTIATE_TEST_SUITE_P(
         SHelp{{"units", "--help"},
               {"--sim", "--device", "--exposure-time", "--exposure-clocks", "--gain", "--gain-db", "--digital-gain",
                "--digital-times", "--fps", "--json"}},
+        SHelp{{"settings", "--help"}, {"save", "load", "show", "diff"}},
+        SHelp{{"settings", "save", "--help"}, {"FILE", "--sim", "--device", "--set", "KEY=VALUE"}},
+        SHelp{{"settings", "load", "--help"}, {"FILE", "--sim", "--device", "--json"}},
+        SHelp{{"settings", "show", "--help"}, {"FILE", "--json"}},
+        SHelp{{"settings", "diff", "--help"}, {"A", "B", "--json", "1 different"}},
         SHelp{{"demo", "--help"},
               {"--help", "--output", "demo-output", "--frames", "--model", "global-1m", "--seed", "--width", "--height",
                "--raw", "--no-noise"}},
@@ -57,7 +63,8 @@ INSTANTIATE_TEST_SUITE_P(
                "--src-offset",   "--display", "--white",      "shifted",    "raw8",         "mono16",
                "rggb",           "bilinear",  "nearest",      "bits-out",   "--wb",         "--raw-gamma",
                "--mirror",       "--rotate",  "--matrix",     "--hue",      "--saturation", "--suppress-high",
-               "--suppress-low", "--gamma",   "--brightness", "--contrast", "--sharpness",  "8 bits deep"}}));
+               "--suppress-low", "--gamma",   "--brightness", "--contrast", "--sharpness",  "8 bits deep",
+               "--settings"}}));
 
 TEST(Version, NamesProgramAndLibrary) {
     const SResult result = runVekcam({"--version"});
