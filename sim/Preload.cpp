@@ -16,7 +16,9 @@
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 // These names carry attributes in the C library's headers that differ between its versions: hide them here.
 #undef open
@@ -39,6 +41,27 @@ const char* Setting(const char* name) {
 bool IsCamera(const char* path) {
     const char* device = Setting("VEKCAM_SIM_DEVICE");
     return path != nullptr && std::strcmp(path, device != nullptr ? device : "/dev/vekcam-sim0") == 0;
+}
+
+/// Regions X,Y,WIDTH,HEIGHT with colons between.
+std::vector<vek::sim::SRoi> ParsedRegions(const char* text) {
+    std::vector<vek::sim::SRoi> regions;
+    for (;; ++text) {
+        vek::sim::SRectangle area;
+        int length = 0;
+        if (std::sscanf(text, "%u,%u,%u,%u%n", &area.x, &area.y, &area.width, &area.height, &length) != 4) {
+            break;
+        }
+        regions.push_back({true, area});
+        text += length;
+        if (*text == '\0') {
+            return regions;
+        }
+        if (*text != ':') {
+            break;
+        }
+    }
+    throw std::invalid_argument("VEKCAM_SIM_REGIONS is not X,Y,WIDTH,HEIGHT:X,Y,WIDTH,HEIGHT...");
 }
 
 std::shared_ptr<CSimulatedDriver> MakeDriver() {
@@ -65,6 +88,9 @@ std::shared_ptr<CSimulatedDriver> MakeDriver() {
                                    : std::make_shared<CSimulatedDriver>(description, config);
     if (const char* format = Setting("VEKCAM_SIM_FORMAT")) {
         driver->SetTransferFormat(std::stoul(format));
+    }
+    if (const char* regions = Setting("VEKCAM_SIM_REGIONS")) {
+        driver->SetRois(ParsedRegions(regions));
     }
     return driver;
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""README shows the example program that the build compiles, word for word. Usage: readme_example.py README EXAMPLE"""
+"""A text shows the example program that the build compiles, word for word. Usage: readme_example.py TEXT EXAMPLE"""
 import pathlib
 import sys
 
