@@ -200,26 +200,28 @@ unsigned long CNoiseReduction::mEasyNR_MONO(unsigned long width, unsigned long h
 }
 
 template <class T>
-unsigned long CNoiseReduction::mEasyNR(unsigned long width, unsigned long height, unsigned long linePitch,
-                                       unsigned short colorArray, T* image) const {
+unsigned long CNoiseReduction::mEasyNR(int width, int height, unsigned long linePitch, unsigned short colorArray,
+                                       T* image) const {
+    const auto columns = static_cast<unsigned long>(width);
+    const auto rows = static_cast<unsigned long>(height);
     // As large as the image, though its first rows are enough. Without it there is no filtering, and no error either:
     // a line that runs short of memory goes on with unfiltered frames.
-    const Malloced<void> snapshot(allocateRows(height, linePitch));
+    const Malloced<void> snapshot(allocateRows(rows, linePitch));
     if (snapshot == nullptr) {
         return kOk;
     }
     const bool mono = colorArray == VEK_COLOR_ARRAY_MONO;
-    const unsigned long minSize = mono ? 2 : 4;
+    const int minSize = mono ? 2 : 4;
     const bool oddSize = width % 2 != 0 || height % 2 != 0;
     if ((!mono && (!isBayer(colorArray) || oddSize)) || width < minSize || height < minSize || image == nullptr) {
         return kInvalid;
     }
     T* const samples = static_cast<T*>(snapshot.get());
     if (mono) {
-        return mEasyNR_MONO(width, height, linePitch, image, samples);
+        return mEasyNR_MONO(columns, rows, linePitch, image, samples);
     }
-    return isGreenFirst(colorArray) ? mEasyNR_GXYG(width, height, linePitch, image, samples)
-                                    : mEasyNR_XGGY(width, height, linePitch, image, samples);
+    return isGreenFirst(colorArray) ? mEasyNR_GXYG(columns, rows, linePitch, image, samples)
+                                    : mEasyNR_XGGY(columns, rows, linePitch, image, samples);
 }
 
 void CNoiseReduction::FreeDarkImageBuffer() {
@@ -350,7 +352,8 @@ unsigned long CNoiseReduction::Run(unsigned long width, unsigned long height, un
     case VEK_NOISE_OFF:
         return kOk;
     case VEK_NOISE_EASY:
-        return pitchOk ? mEasyNR(width, height, linePitch, colorArray, image) : kInvalid;
+        return pitchOk ? mEasyNR(static_cast<int>(width), static_cast<int>(height), linePitch, colorArray, image)
+                       : kInvalid;
     case VEK_NOISE_COMPLEX:
         return mComplexNR(width, height, linePitch, colorArray, image, bitsPerPixel);
     case VEK_NOISE_STORE_DARK:

@@ -32,8 +32,7 @@ private:
     unsigned long Run(unsigned long width, unsigned long height, unsigned long linePitch, unsigned short colorArray,
                       T* image, unsigned short bitsPerPixel, unsigned long mode);
     template <class T>
-    unsigned long mEasyNR(unsigned long width, unsigned long height, unsigned long linePitch, unsigned short colorArray,
-                          T* image) const;
+    unsigned long mEasyNR(int width, int height, unsigned long linePitch, unsigned short colorArray, T* image) const;
     template <class T>
     unsigned long mEasyNR_XGGY(unsigned long width, unsigned long height, unsigned long linePitch, T* image,
                                T* snapshot) const;

@@ -93,7 +93,7 @@ unsigned long CShadingCorrection::Reset() {
 unsigned long CShadingCorrection::CreateMapBuffer(unsigned long width, unsigned long height, unsigned long linePitch) {
     Reset();
     unsigned long size = 0;
-    if (__builtin_mul_overflow(linePitch, height, &size)) {
+    if (__builtin_mul_overflow(linePitch, height, &size) || size > PTRDIFF_MAX) {
         return kOk;
     }
     mpMap = static_cast<int*>(std::calloc(std::max(size, 1UL), 1));
@@ -210,14 +210,17 @@ unsigned long CShadingCorrection::Calibration(unsigned long width, unsigned long
         mCalibrationCount = 0;
     }
     if (mCalibrationCount == 0) {
-        CreateMapBuffer(width, height, width * sizeof(int));
+        Reset();
         mpCalibrationImage.reset();
         mCalibrationWidth = 0;
         mCalibrationHeight = 0;
         unsigned long size = 0;
-        if (__builtin_mul_overflow(width, height, &size) || size > PTRDIFF_MAX / sizeof(double)) {
+        unsigned long mapPitch = 0;
+        if (__builtin_mul_overflow(width, height, &size) || size > PTRDIFF_MAX / sizeof(double) ||
+            __builtin_mul_overflow(width, sizeof(int), &mapPitch)) {
             return kCalibrationFailed;
         }
+        CreateMapBuffer(width, height, mapPitch);
         mpCalibrationImage.reset(new (std::nothrow) double[size]());
         if (mpCalibrationImage == nullptr) {
             return kCalibrationFailed;
@@ -264,8 +267,8 @@ CShadingCorrection::Targets CShadingCorrection::mTargetsFor(unsigned int bitsPer
 }
 
 void CShadingCorrection::UpdateMap(unsigned int bitsPerPixel) {
-    if (mpMap == nullptr || mMapWidth != mCalibrationWidth || mMapHeight != mCalibrationHeight) {
-        return; // another map was set in between: it stays
+    if (mpMap == nullptr || mMapWidth == 0 || mMapWidth != mCalibrationWidth || mMapHeight != mCalibrationHeight) {
+        return; // no pixels, or another map that was set in between: it stays
     }
     const Targets targets = mTargetsFor(bitsPerPixel);
     for (unsigned long y = 0; y < mMapHeight; ++y) {
