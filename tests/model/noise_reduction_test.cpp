@@ -6,12 +6,6 @@
 #include <algorithm>
 #include <vector>
 
-// Sizes that no memory has are part of the tests, not a mistake: the allocator says no instead of ending the program.
-extern "C" const char* __asan_default_options();
-extern "C" const char* __asan_default_options() {
-    return "allocator_may_return_null=1";
-}
-
 namespace vek::test {
 
 namespace {

@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
+// For tests that ask for more memory than there is: under AddressSanitizer, too, the allocator then says no instead of
+// ending the program.
+
+extern "C" const char* __asan_default_options();
+
+extern "C" const char* __asan_default_options() {
+    return "allocator_may_return_null=1";
+}
