@@ -3,8 +3,9 @@
 
 #include "imageproc/IRegionInfo.h"
 
-#include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <limits>
 
 namespace vek {
 
@@ -181,14 +182,15 @@ unsigned char* CMultiROIImage::GetBuffer(unsigned int pixelFormat) {
         return mpBuffer.get();
     }
     DeleteBuffer();
-    mCombiningLinePitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(GetCombiningImageSize(kHorizontal)),
-                                       mLinePitchAlignment, 0);
+    const unsigned long width = GetCombiningImageSize(kHorizontal);
+    mCombiningLinePitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(width), mLinePitchAlignment, 0);
     unsigned long size = 0;
     // A row of pixels that end within a byte may start one byte late: the last row then reaches one byte further.
-    if (__builtin_mul_overflow(GetCombiningImageSize(kVertical), mCombiningLinePitch, &size) ||
-        __builtin_add_overflow(size, 1UL, &size)) {
+    if (width > std::numeric_limits<unsigned int>::max() ||
+        __builtin_mul_overflow(GetCombiningImageSize(kVertical), mCombiningLinePitch, &size) || size >= PTRDIFF_MAX) {
         return nullptr;
     }
+    ++size;
     mpBuffer.reset(static_cast<unsigned char*>(std::calloc(size, 1)));
     if (mpBuffer != nullptr) {
         mBufferSize = size;
