@@ -1,0 +1,90 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Every function and table of the public header is used by a test; tests/EXPORTS.md tells by which.
+
+Usage: export_coverage.py [--write]
+
+Without an option: prints the table, and fails when an export is used by no test or when tests/EXPORTS.md differs from
+the table. --write: writes tests/EXPORTS.md instead of comparing it.
+"""
+import difflib
+import pathlib
+import re
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+HEADER = ROOT / "include" / "VekTrgApi.h"
+TESTS = ROOT / "tests"
+TABLE = TESTS / "EXPORTS.md"
+SOURCES = {".c", ".cpp", ".h"}
+
+HEAD = """# Exports and their tests
+
+Every function and table of `include/VekTrgApi.h` and the files under `tests/` that use it. Names in comments, in string
+literals and in type checks do not count. Written by `tests/gates/export_coverage.py --write`.
+
+| Export | Kind | Used by |
+| --- | --- | --- |
+"""
+
+# Comments and literals of C and C++, whichever begins first.
+NO_CODE = re.compile(r'//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])*\'', re.S)
+TYPE_CHECK = re.compile(r"\bdecltype\s*\(\s*&?\s*\w+\s*\)")
+
+
+def code_of(path):
+    text = re.sub(r"(?<=[0-9a-fA-F])'(?=[0-9a-fA-F])", "", path.read_text())  # digit separators
+    return TYPE_CHECK.sub(" ", NO_CODE.sub(" ", text))
+
+
+def declared_exports():
+    """Names and kinds, in the header's order."""
+    text = re.sub(r"/\*.*?\*/", "", HEADER.read_text(), flags=re.S)
+    found = re.findall(r"^VEK_API\s[^;(\[]*?(\w+)\s*([(\[])", text, flags=re.M)
+    return [(name, "function" if bracket == "(" else "table") for name, bracket in found]
+
+
+def users(names):
+    """Sorted test files by export."""
+    used = {name: [] for name in names}
+    for path in sorted(p for p in TESTS.rglob("*") if p.suffix in SOURCES):
+        words = set(re.findall(r"\w+", code_of(path)))
+        for name in names:
+            if name in words:
+                used[name].append(path.relative_to(TESTS).as_posix())
+    return used
+
+
+def main():
+    arguments = sys.argv[1:]
+    if arguments not in ([], ["--write"]):
+        print(__doc__.strip(), file=sys.stderr)
+        return 2
+    exports = declared_exports()
+    if not exports:
+        print(f"found no exports in {HEADER}", file=sys.stderr)
+        return 1
+    used = users([name for name, _ in exports])
+    table = HEAD + "".join(
+        f"| `{name}` | {kind} | {', '.join(f'`{user}`' for user in used[name]) or 'none'} |\n"
+        for name, kind in exports)
+    good = True
+    for name, _ in exports:
+        if not used[name]:
+            print(f"{name}: used by no test", file=sys.stderr)
+            good = False
+    if arguments:
+        TABLE.write_text(table)
+        return 0 if good else 1
+    print(table, end="")
+    kept = TABLE.read_text() if TABLE.exists() else ""
+    if kept != table:
+        sys.stderr.writelines(difflib.unified_diff(kept.splitlines(True), table.splitlines(True), "tests/EXPORTS.md",
+                                                   "tests as they are"))
+        print("tests/EXPORTS.md is out of date: run tests/gates/export_coverage.py --write", file=sys.stderr)
+        good = False
+    return 0 if good else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
