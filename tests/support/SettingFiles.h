@@ -14,11 +14,15 @@
 
 namespace vek::test {
 
-/// A directory of a test's own, removed with what is in it.
+/// A directory of a test's own, removed with what is in it. In memory where there is such a place: tests write
+/// thousands of files, and a disk may wait for each.
 class CTemporaryDirectory {
 public:
     CTemporaryDirectory() {
-        std::string name = (std::filesystem::temp_directory_path() / "vekcam-test-XXXXXX").string();
+        const std::filesystem::path memory("/dev/shm");
+        const bool bMemory = access(memory.c_str(), W_OK | X_OK) == 0;
+        std::string name =
+            ((bMemory ? memory : std::filesystem::temp_directory_path()) / "vekcam-test-XXXXXX").string();
         if (mkdtemp(name.data()) == nullptr) {
             throw std::runtime_error("no temporary directory");
         }
