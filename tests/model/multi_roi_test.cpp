@@ -477,7 +477,7 @@ TEST_F(CMultiROIModelTest, BlocksOutsideAreDropped) {
     ASSERT_TRUE(AddFrame(1, FrameBytes(kFormat), kFormat, Flush::Right));
     constexpr unsigned long kMax = ~0UL;
     const SRegionModel outside[] = {{31, 40, 4, 2},         {30, 41, 4, 2},         {10, 20, 13, 6},
-                                    {10, 20, 8, 9},         {20, 20, 1, 1},          {0, 8, 1, 1},
+                                    {10, 20, 8, 9},         {20, 20, 1, 1},         {0, 8, 1, 1},
                                     {kMax, 20, 1, 1},       {10, kMax, 1, 1},       {10, 20, kMax, 1},
                                     {10, 20, 1, kMax},      {10, 20, kMax, kMax},   {kMax, kMax, kMax, kMax},
                                     {1UL << 63, 20, 1, 1},  {10, 1UL << 63, 1, 1},  {1UL << 32, 20, 1, 1},
@@ -550,6 +550,31 @@ TEST_F(CMultiROIModelTest, BuffersThatCannotBeMade) {
     mModule->UpdateROIInfo(&camera, 1);
     mModel.Update({{1, 1, 4, 4}}, 0, 1);
     ASSERT_TRUE(AddFrame(8, 16, 0x00080000, Flush::Right));
+}
+
+// A block of 2^64 bytes or a little more does not fit into any frame, though its size, cut to 64 bits, would.
+TEST_F(CMultiROIModelTest, BlocksBeyond64Bits) {
+    constexpr unsigned long kFormat = 0x00800000; // 16 bytes a pixel
+    CGuardedBuffer<std::uint8_t> frame(256, Flush::Right);
+    const std::vector<SRegionSlot> layouts[] = {
+        {{0, 0, 1U << 31, 1U << 29}, {0, 0, 1, 1}},               // 2^64 bytes
+        {{0, 0, 1U << 31, (1U << 29) + 1}, {0, 0, 1, 1}},         // and 2^35
+        {{0, 0, 0x80000001, 1U << 29}, {3, 0, 1, 1}},             // and 2^33
+        {{0, 0, 1U << 31, 1U << 28}, {0, 0, 1U << 31, 1U << 28}}, // together
+    };
+    for (const auto& slots : layouts) {
+        CScriptedRegions camera;
+        camera.slots = slots;
+        mModule->UpdateROIInfo(&camera, 1);
+        unsigned out[5] = {1, 2, 3, 4, 5};
+        for (unsigned index = 0; index < 3; ++index) {
+            EXPECT_EQ(mModule->GetEachROIData(index, frame.data(), frame.size(), kFormat, &out[0], &out[1], &out[2],
+                                              &out[3], &out[4]),
+                      nullptr);
+            EXPECT_EQ(out[4], 5U);
+        }
+        EXPECT_EQ(mModule->AddImageData(1, frame.data(), frame.size(), kFormat), nullptr);
+    }
 }
 
 // Widths beyond 32 bits: nothing lands outside of what was allocated, whichever columns a block names.
