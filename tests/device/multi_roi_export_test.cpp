@@ -196,7 +196,8 @@ protected:
                    << ", not " << wanted.numbers[0] << ", " << wanted.numbers[1] << ", " << wanted.numbers[2];
         }
         if (bBuffer) {
-            if (out.image == nullptr || (out.image >= frame && out.image < frame + size)) {
+            if (out.image == nullptr ||
+                (out.image >= frame && out.image < frame + std::min<std::uint64_t>(size, FrameBytes()))) {
                 return ::testing::AssertionFailure() << "no combining image";
             }
             const auto differ = std::mismatch(image.begin(), image.end(), out.image);
