@@ -589,7 +589,6 @@ TEST_F(CMultiROIModelTest, WidthsBeyond32Bits) {
         mModule->AddImageData(1, block.data(), 11, format, kMost, 0, 11, 1, 0);
         mModule->AddImageData(1, block.data(), 11, format, 0, 0, 11, 1, 0);
         mModule->AddImageData(1, block.data(), 11, format, 4, 0, 11, 1, 0);
-        mModule->ClearInsideImageBuffer();
         unsigned out[5] = {};
         mModule->GetEachROIData(1, block.data(), block.size(), format, &out[0], &out[1], &out[2], &out[3], &out[4]);
     }
