@@ -180,6 +180,7 @@ inline void biCubicSpan(const T* row, T* dst, std::size_t from, std::size_t to, 
         }
         pixel[kGreen] = green ? row[x] : other;
         pixel[SRow<Row>::rowColour] = green ? other : row[x];
+        pixel[SRow<Row>::thirdColour] = 0;
     }
 }
 
@@ -202,6 +203,85 @@ template <class T, unsigned Parity>
 inline Vec<T> horizontalBlock(const T* row, std::size_t x) {
     const Vec<T> sides = meanVec(load(row + x - 1), load(row + x + 1));
     return select(parityMask<T, Parity>(), load(row + x), sides);
+}
+
+/// A Bayer row's green and its colour in blocks x, x+1, for kLanes blocks from x on, x even.
+template <class T>
+struct SBlockSamples {
+    Vec<T> green;
+    Vec<T> colour;
+};
+template <class T, unsigned GreenParity>
+inline SBlockSamples<T> blockSamples(const T* row, std::size_t x) {
+    const Vec<T> green = parityMask<T, GreenParity>();
+    const Vec<T> left = load(row + x);
+    const Vec<T> right = load(row + x + 1);
+    return {select(green, left, right), select(green, right, left)};
+}
+
+/// A row's colour in such blocks, and the next sample of it beyond the block's middle.
+template <class T>
+struct SNearAndFar {
+    Vec<T> near;
+    Vec<T> far;
+};
+template <class T, unsigned GreenParity>
+inline SNearAndFar<T> nearAndFar(const T* row, std::size_t x) {
+    const Vec<T> green = parityMask<T, GreenParity>();
+    return {select(green, load(row + x + 1), load(row + x)), select(green, load(row + x - 1), load(row + x + 2))};
+}
+
+template <class T, unsigned GreenParity>
+inline Vec<T> centreBlock(const T* row, const T* farRow, std::size_t x) {
+    const SNearAndFar<T> own = nearAndFar<T, GreenParity>(row, x);
+    const SNearAndFar<T> other = nearAndFar<T, GreenParity>(farRow, x);
+    return inPairs<T>([](auto near, auto farColumn, auto farRowNear,
+                         auto farBoth) { return (near * 9 + (farColumn + farRowNear) * 3 + farBoth) >> 4; },
+                      own.near, own.far, other.near, other.far);
+}
+
+/// Cubic convolution as in cubic(), in lanes of 16 bits.
+inline Vec<std::uint16_t> cubicLanes(Vec<std::uint16_t> outerLeft, Vec<std::uint16_t> left, Vec<std::uint16_t> right,
+                                     Vec<std::uint16_t> outerRight) {
+    using V = Vec<std::uint16_t>;
+    const V largest = V{} + static_cast<std::uint16_t>(kLargestCubicSum);
+    const auto limitedSum = [=](V a, V b) {
+        const V sum = a + b;
+        // A sum that left 16 bits is below its parts.
+        return (sum < a) | (sum > largest) ? largest : sum;
+    };
+    const V inner = (limitedSum(left, right) * 5 + 4) >> 3;
+    const V outer = (limitedSum(outerLeft, outerRight) + 4) >> 3;
+    const V value = inner - outer;
+    return inner < outer ? V{} : value > 255 ? V{} + 255 : value;
+}
+
+template <class T>
+inline Vec<T> cubicBlock(Vec<T> outerLeft, Vec<T> left, Vec<T> right, Vec<T> outerRight) {
+    if constexpr (sizeof(T) == 1) {
+        return inPairs<T>([](auto a, auto b, auto c, auto d) { return cubicLanes(a, b, c, d); }, outerLeft, left, right,
+                          outerRight);
+    } else {
+        return cubicLanes(outerLeft, left, right, outerRight);
+    }
+}
+
+/// All ones in the samples of a channel in vector k of three that hold whole pixels of three samples.
+template <class T>
+inline Vec<T> channelMask(std::size_t k, unsigned channel) {
+    Vec<T> mask{};
+    for (std::size_t i = 0; i < kLanes<T>; ++i) {
+        mask[i] = (k * kLanes<T> + i) % 3 == channel ? static_cast<T>(-1) : T{0};
+    }
+    return mask;
+}
+
+/// An even number of columns, from .. from + count - 1, that blocks can take, all with reach columns beyond them within
+/// the row; 0 where they do not fill a block.
+template <class T>
+inline std::size_t blockColumns(std::size_t from, std::size_t reach, std::size_t width) {
+    const std::size_t count = width < from + reach ? 0 : (width - from - reach) & ~std::size_t{1};
+    return count < kLanes<T> ? 0 : count;
 }
 
 /// Columns from 2 on that blocks can take: an even number, all with both neighbours within the row.
@@ -290,7 +370,19 @@ void bilinearSimpleOpen(const T* row, T* dst, std::size_t width) {
 template <class T, BayerRow Upper, unsigned Channels>
 void nearestNeighbor2(const T* upper, const T* lower, T* dst, std::size_t width, bool lowerOfPair) {
     const std::size_t last = width - 1;
-    blockSpan<T, Upper, Channels>(upper, lower, dst, 0, last);
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    if (const std::size_t inner = blockColumns<T>(0, 1, width); inner != 0) {
+        constexpr unsigned greenParity = SRow<Upper>::greenParity;
+        forBlocks<T, Channels>(dst, 0, inner, [=](std::size_t x) {
+            const SBlockSamples<T> u = blockSamples<T, greenParity>(upper, x);
+            const SBlockSamples<T> l = blockSamples<T, 1 - greenParity>(lower, x);
+            storeColours<T, Upper, Channels>(dst + x * Channels, u.colour, meanVec(u.green, l.green), l.colour);
+        });
+        done = inner;
+    }
+#endif
+    blockSpan<T, Upper, Channels>(upper, lower, dst, done, last);
     T* const pixel = dst + last * Channels;
     const T* const left = pixel - Channels;
     for (unsigned i = 0; i < 3; ++i) {
@@ -308,7 +400,21 @@ template <class T, BayerRow Upper, unsigned Channels>
 void bilinearFalseColorReduction(const T* upper, const T* lower, const T* upperFar, const T* lowerFar, T* dst,
                                  std::size_t width) {
     const std::size_t last = width - 1;
-    centreSpan<T, Upper, Channels>(upper, lower, upperFar, lowerFar, dst, 0, last, width);
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    if (const std::size_t inner = blockColumns<T>(2, 2, width); inner != 0) {
+        constexpr unsigned greenParity = SRow<Upper>::greenParity;
+        centreSpan<T, Upper, Channels>(upper, lower, upperFar, lowerFar, dst, 0, 2, width);
+        forBlocks<T, Channels>(dst, 2, inner, [=](std::size_t x) {
+            const Vec<T> green =
+                meanVec(blockSamples<T, greenParity>(upper, x).green, blockSamples<T, 1 - greenParity>(lower, x).green);
+            storeColours<T, Upper, Channels>(dst + x * Channels, centreBlock<T, greenParity>(upper, upperFar, x), green,
+                                             centreBlock<T, 1 - greenParity>(lower, lowerFar, x));
+        });
+        done = 2 + inner;
+    }
+#endif
+    centreSpan<T, Upper, Channels>(upper, lower, upperFar, lowerFar, dst, done, last, width);
     // The last block has one column in the image. Each colour's last column stands for all of its samples.
     T* const pixel = dst + last * Channels;
     const SBlock<Upper> block(last);
@@ -326,13 +432,44 @@ void bilinearFalseColorReduction(const T* upper, const T* lower, const T* upperF
 
 template <class T, BayerRow Row, unsigned Channels>
 void biCubic(const T* row, T* dst, std::size_t width) {
-    biCubicSpan<T, Row, Channels>(row, dst, 0, width, width);
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    if (const std::size_t inner = blockColumns<T>(4, 3, width); inner != 0) {
+        biCubicSpan<T, Row, Channels>(row, dst, 0, 4, width);
+        const Vec<T> greenColumns = parityMask<T, SRow<Row>::greenParity>();
+        forBlocks<T, Channels>(dst, 4, inner, [=](std::size_t x) {
+            const Vec<T> own = load(row + x);
+            const Vec<T> other =
+                cubicBlock<T>(load(row + x - 3), load(row + x - 1), load(row + x + 1), load(row + x + 3));
+            storeColours<T, Row, Channels>(dst + x * Channels, select(greenColumns, other, own),
+                                           select(greenColumns, own, other), Vec<T>{});
+        });
+        done = 4 + inner;
+    }
+#endif
+    biCubicSpan<T, Row, Channels>(row, dst, done, width, width);
 }
 
 template <class T, unsigned Channels>
 void biCubicThird(const T* above3, const T* above, const T* below, const T* below3, T* dst, std::size_t width,
                   unsigned channel) {
-    for (std::size_t i = channel; i < width * Channels; i += Channels) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    // Three vectors hold whole pixels of three samples: all are computed, those of the channel are kept. Pixels of four
+    // would bring in the fourth sample.
+    if constexpr (Channels == 3) {
+        const Vec<T> mask[3] = {channelMask<T>(0, channel), channelMask<T>(1, channel), channelMask<T>(2, channel)};
+        for (; done + kLanes<T> <= width; done += kLanes<T>) {
+            for (std::size_t k = 0; k < 3; ++k) {
+                const std::size_t at = 3 * done + k * kLanes<T>;
+                const Vec<T> value =
+                    cubicBlock<T>(load(above3 + at), load(above + at), load(below + at), load(below3 + at));
+                store(dst + at, select(mask[k], value, load(dst + at)));
+            }
+        }
+    }
+#endif
+    for (std::size_t i = done * Channels + channel; i < width * Channels; i += Channels) {
         dst[i] = cubic(above3[i], above[i], below[i], below3[i]);
     }
 }

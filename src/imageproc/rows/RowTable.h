@@ -66,7 +66,7 @@ struct SDemosaicRows {
                             std::size_t width);
     Centre bilinearFalseColorReduction[kBayerRows][kPixelLayouts];
 
-    /// The row's two colours by cubic convolution. Width 2 and more.
+    /// The row's two colours by cubic convolution, 0 in the third. Width 2 and more.
     using Cubic = void (*)(const T* row, T* dst, std::size_t width);
     Cubic biCubic[kBayerRows][kPixelLayouts];
 

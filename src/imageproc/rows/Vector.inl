@@ -84,6 +84,17 @@ struct SPair<std::uint32_t> {
     using type = std::uint64_t;
 };
 
+/// combine on the even and on the odd lanes of vectors, in lanes of twice the width; its results fit a sample.
+template <class T, class Combine, class... V>
+inline Vec<T> inPairs(Combine combine, V... v) {
+    using Pair = typename SPair<T>::type;
+    constexpr unsigned bits = 8 * sizeof(T);
+    constexpr auto low = static_cast<Pair>((Pair{1} << bits) - 1);
+    const Vec<Pair> even = combine((Vec<Pair>)v & low...);
+    const Vec<Pair> odd = combine((Vec<Pair>)v >> bits...);
+    return (Vec<T>)(even | odd << bits);
+}
+
 /// Both lanes of each pair get the pair's lane of Parity.
 template <class T, unsigned Parity>
 inline Vec<T> shareInPairs(Vec<T> v) {
