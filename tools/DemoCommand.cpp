@@ -61,6 +61,10 @@ constexpr SMethodText kMethodTexts[] = {
     {VEK_DEMOSAIC_NONE, "each pixel in its filter's colour only: dark, coloured dots"},
     {VEK_DEMOSAIC_NEAREST_NEIGHBOR, "each 2 x 2 cell shares its samples: true colours, jagged edges"},
     {VEK_DEMOSAIC_BILINEAR_SIMPLE, "missing colours are means of neighbours: smooth, some coloured edges"},
+    {VEK_DEMOSAIC_BICUBIC, "missing colours from four neighbours in a row: sharper, with ringing"},
+    {VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION,
+     "means at the centres of 2 x 2 blocks, half a pixel aside: soft, fewer coloured edges"},
+    {VEK_DEMOSAIC_NEAREST_NEIGHBOR2, "the samples of 2 x 2 blocks, half a pixel aside: jagged edges"},
 };
 
 std::shared_ptr<sim::CSimulatedDriver> makeDriver(const SDemoArguments& arguments) {

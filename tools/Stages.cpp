@@ -88,8 +88,16 @@ void applyColours(VekCam_Handle handle, const SStages& stages, const SImage& ima
 
 } // namespace
 
-void checkStages(const SStages& stages, std::uint32_t width, std::uint32_t height, unsigned short colorArray,
-                 bool greyPicture) {
+void checkStages(const SStages& stages, const STransferFormat& format, std::uint32_t width, std::uint32_t height,
+                 unsigned short colorArray, bool greyPicture) {
+    if (!format.isRaw() && stages.onRaw()) {
+        const char* const option = stages.balance    ? "--wb"
+                                   : stages.rawGamma ? "--raw-gamma"
+                                   : stages.mirror   ? "--mirror"
+                                                     : "--rotate";
+        throw CBadArguments(
+            fmt::format("{} needs a raw or mono frame: format {} is colour already", option, format.name));
+    }
     if (colorArray == VEK_COLOR_ARRAY_MONO && (stages.balance || stages.rawGamma)) {
         throw CBadArguments(
             fmt::format("{} needs a Bayer frame: this one is mono", stages.balance ? "--wb" : "--raw-gamma"));

@@ -40,9 +40,13 @@ protected:
 
 TEST_F(Demo, WritesAndListsItsPictures) {
     const SResult result = Run({"--frames", "2"}, "new/demo");
-    const std::set<std::string> expected = {"frame1-mono.png",     "frame1-none.png",    "frame1-nearest.png",
-                                            "frame1-bilinear.png", "deep-16bit.png",     "frame2-mono.png",
-                                            "frame2-none.png",     "frame2-nearest.png", "frame2-bilinear.png"};
+    std::set<std::string> expected = {"deep-16bit.png"};
+    for (const std::string frame : {"frame1", "frame2"}) {
+        for (const char* const method :
+             {"mono", "none", "nearest", "bilinear", "bicubic", "bilinear-fcr", "nearest2"}) {
+            expected.insert(frame + "-" + method + ".png");
+        }
+    }
     EXPECT_EQ(Files("new/demo"), expected);
     EXPECT_NE(result.out.find("320 x 240 pixels"), std::string::npos) << result.out;
     for (const std::string& name : expected) {
@@ -64,7 +68,8 @@ TEST_F(Demo, ChartLooksRightInEveryPhase) {
         SCOPED_TRACE(std::string(model.name));
         Run({"--frames", "1", "--model", std::string(model.name)});
         const sim::CScene scene = sim::CScene::Chart(kWidth, kHeight);
-        for (const char* const name : {"frame1-nearest.png", "frame1-bilinear.png", "deep-16bit.png"}) {
+        for (const char* const name : {"frame1-nearest.png", "frame1-bilinear.png", "frame1-bicubic.png",
+                                       "frame1-bilinear-fcr.png", "frame1-nearest2.png", "deep-16bit.png"}) {
             SCOPED_TRACE(name);
             const SPng image = readPng(Path(std::string("demo/") + name));
             const double full = image.bits == 16 ? 65535 : 255;
@@ -143,7 +148,7 @@ TEST_F(Demo, WithoutNoiseTheSeedAndTheFrameDoNotMatter) {
 
 TEST_F(Demo, ThreeFramesByDefault) {
     Run({});
-    EXPECT_EQ(Files().size(), 13U);
+    EXPECT_EQ(Files().size(), 22U);
     EXPECT_NE(readFile(Path("demo/frame1-mono.png")), readFile(Path("demo/frame3-mono.png")));
 }
 
