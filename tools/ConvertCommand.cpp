@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ConvertCommand.h"
 
+#include "Corrections.h"
 #include "DisplayRendering.h"
 #include "Errors.h"
 #include "FrameInput.h"
@@ -38,6 +39,7 @@ struct SConvertArguments {
     bool display = false;
     std::optional<unsigned> black;
     std::optional<unsigned> white;
+    SCorrections corrections;
     SStages stages;
 };
 
@@ -109,6 +111,8 @@ SConversion checked(const SConvertArguments& arguments) {
                            ? kStagesDepth
                            : libraryDepth(*conversion.format);
     checkLevels(arguments, conversion);
+    checkCorrections(arguments.corrections, *conversion.format, arguments.width, arguments.height,
+                     conversion.colorArray);
     const bool grey = conversion.colorArray == VEK_COLOR_ARRAY_MONO || conversion.method == VEK_DEMOSAIC_MONO;
     checkStages(arguments.stages, *conversion.format, arguments.width, arguments.height, conversion.colorArray, grey);
     const bool bytesByDefault = conversion.depth == 8 || arguments.display;
@@ -144,6 +148,9 @@ SImage picture(const CLibraryHandle& library, std::span<const std::uint8_t> byte
     SRawFrame frame = format.layout == ELayout::Packed
                           ? library.Unpacked(bytes, format, arguments.width, arguments.height, conversion.colorArray)
                           : rawFrame(bytes, format, arguments.width, arguments.height, conversion.colorArray);
+    if (arguments.corrections.any()) {
+        correct(library, arguments.corrections, format, frame);
+    }
     if (needsBytes(arguments, conversion.colorArray, conversion.method)) {
         frame = afterRawStages(library, arguments.stages, frame);
     }
@@ -219,6 +226,7 @@ void addConvertCommand(CLI::App& app) {
         ->add_option("--white", arguments->white,
                      "Sensor level of white; without it the bright end of the picture decides")
         ->needs(display);
+    addCorrectionOptions(*command, arguments->corrections);
     addStageOptions(*command, arguments->stages);
     command->callback([arguments] { convert(*arguments); });
 }

@@ -39,10 +39,7 @@ struct SDemoArguments {
     std::string directory = "demo-output";
     unsigned frames = 3;
     std::string model = kDefaultModel;
-    std::uint64_t seed = 1;
-    std::optional<unsigned> width;
-    std::optional<unsigned> height;
-    bool noNoise = false;
+    SSimulatedSetup setup;
     bool raw = false;
 };
 
@@ -69,17 +66,7 @@ constexpr SMethodText kMethodTexts[] = {
 
 std::shared_ptr<sim::CSimulatedDriver> makeDriver(const SDemoArguments& arguments) {
     const sim::SCameraModel& model = sim::FindCameraModel(arguments.model);
-    sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
-    sensor.width = arguments.width.value_or(sensor.width);
-    sensor.height = arguments.height.value_or(sensor.height);
-    sensor.seed = arguments.seed;
-    if (arguments.noNoise) {
-        sensor.photonNoise = false;
-        sensor.readNoiseElectrons = 0;
-        sensor.photoResponseSpread = 0;
-        sensor.darkCurrentSpread = 0;
-    }
-    auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensor);
+    auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensorOf(model, arguments.setup));
     driver->SetExposureTime(kStartSeconds);
     return driver;
 }
@@ -290,14 +277,7 @@ void addDemoCommand(CLI::App& app) {
     command->add_option("--model", arguments->model, "Simulated camera model:\n" + modelList())
         ->capture_default_str()
         ->check(isSimulatedModel());
-    command->add_option("--seed", arguments->seed, "Seed of the sensor's noise")
-        ->capture_default_str()
-        ->check(CLI::NonNegativeNumber);
-    command->add_flag("--no-noise", arguments->noNoise, "A perfect sensor: no noise and no fixed pattern")
-        ->disable_flag_override();
-    // Smaller charts show nothing any more; larger sensors only take time.
-    command->add_option("--width", arguments->width, "Pixels of a row; the model's by default")->check(range(64, 8192));
-    command->add_option("--height", arguments->height, "Rows; the model's by default")->check(range(64, 8192));
+    addSimulatedSetup(*command, arguments->setup, nullptr);
     command->add_flag("--raw", arguments->raw, "Keep the raw frames, too, as files for `vekcam convert`")
         ->disable_flag_override();
     command->callback([arguments] { CDemo(*arguments).Run(); });
