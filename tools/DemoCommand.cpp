@@ -16,6 +16,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -41,6 +42,7 @@ struct SDemoArguments {
     std::string model = kDefaultModel;
     SSimulatedSetup setup;
     bool raw = false;
+    bool truth = false;
 };
 
 /// A file that was written.
@@ -63,6 +65,16 @@ constexpr SMethodText kMethodTexts[] = {
      "means at the centres of 2 x 2 blocks, half a pixel aside: soft, fewer coloured edges"},
     {VEK_DEMOSAIC_NEAREST_NEIGHBOR2, "the samples of 2 x 2 blocks, half a pixel aside: jagged edges"},
 };
+
+/// Channels (red 0, green 1, blue 2) of the 2 x 2 cell of a colour array, row by row.
+struct SFilters {
+    int colorArray;
+    std::array<std::size_t, 4> channels;
+};
+constexpr SFilters kFilters[] = {{VEK_COLOR_ARRAY_RGGB, {0, 1, 1, 2}},
+                                 {VEK_COLOR_ARRAY_GRBG, {1, 0, 2, 1}},
+                                 {VEK_COLOR_ARRAY_GBRG, {1, 2, 0, 1}},
+                                 {VEK_COLOR_ARRAY_BGGR, {2, 1, 1, 0}}};
 
 std::shared_ptr<sim::CSimulatedDriver> makeDriver(const SDemoArguments& arguments) {
     const sim::SCameraModel& model = sim::FindCameraModel(arguments.model);
@@ -132,6 +144,9 @@ public:
             mvShowDeepFrame(words.Grab());
             mvKeepRaw(words, "deep.raw");
             progress.Advance();
+        }
+        if (mArguments.truth) {
+            mvWriteTruth();
         }
         mvTellPictures();
     }
@@ -230,6 +245,36 @@ private:
                                                 grabber.Format().name, colorArrayName(grabber.ColorArray()))});
     }
 
+    /// Writes what the sensor measures with all three filters in front of every pixel, without noise and defects. The
+    /// four Bayer phases hold each pixel under each of them.
+    void mvWriteTruth() {
+        SSimulatedSetup setup = mArguments.setup;
+        setup.noNoise = true;
+        setup.hot = 0;
+        const sim::SCameraModel& model = sim::FindCameraModel(mArguments.model);
+        sim::CSimulatedDriver perfect(model, sensorOf(model, setup));
+        perfect.SetExposure(mDriver->ExposureValue());
+        perfect.SetGain(mDriver->GainValue());
+        SImage truth{perfect.Width(), perfect.Height(), 1, static_cast<unsigned short>(model.depth), {}};
+        if (perfect.ColorArray() == VEK_COLOR_ARRAY_MONO) {
+            truth.samples = perfect.CaptureRaw().samples;
+        } else {
+            truth.channels = 3;
+            truth.samples.resize(truth.rowSamples() * truth.height);
+            for (const SFilters& filters : kFilters) {
+                perfect.SetColorArray(filters.colorArray);
+                const std::vector<std::uint16_t> mosaic = perfect.CaptureRaw().samples;
+                for (std::size_t i = 0; i < mosaic.size(); ++i) {
+                    const std::size_t place = i % truth.width % 2 + i / truth.width % 2 * 2;
+                    truth.samples[3 * i + filters.channels[place]] = mosaic[i];
+                }
+            }
+        }
+        const std::string path = mPathOf("truth.png");
+        writePng(path, scaledToDepth(truth, 16), false);
+        mTruth = fmt::format("\nThe chart's true colours in the sensor's samples, linear, 16 bits:\n  {}\n", path);
+    }
+
     static std::string mListOf(const std::vector<SPicture>& pictures) {
         std::size_t widest = 0;
         for (const SPicture& picture : pictures) {
@@ -249,7 +294,7 @@ private:
         if (!mRawFrames.empty()) {
             text += "\nRaw frames, and what `vekcam convert` is told of them:\n" + mListOf(mRawFrames);
         }
-        std::fputs(text.c_str(), stdout);
+        std::fputs((text + mTruth).c_str(), stdout);
     }
 
     const SDemoArguments& mArguments;
@@ -259,6 +304,7 @@ private:
     SLook mLook;
     std::vector<SPicture> mPictures;
     std::vector<SPicture> mRawFrames;
+    std::string mTruth; // what is said about it
 };
 
 } // namespace
@@ -279,6 +325,11 @@ void addDemoCommand(CLI::App& app) {
         ->check(isSimulatedModel());
     addSimulatedSetup(*command, arguments->setup, nullptr);
     command->add_flag("--raw", arguments->raw, "Keep the raw frames, too, as files for `vekcam convert`")
+        ->disable_flag_override();
+    command
+        ->add_flag("--truth", arguments->truth,
+                   "Write the chart's true colours, too, as the sensor would measure them with all\n"
+                   "three filters in front of every pixel, without noise")
         ->disable_flag_override();
     command->callback([arguments] { CDemo(*arguments).Run(); });
 }

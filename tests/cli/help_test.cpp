@@ -56,7 +56,7 @@ INSTANTIATE_TEST_SUITE_P(
                              "--digital-gain", "--digital-times", "--fps", "--json"}},
                       SHelp{{"demo", "--help"},
                             {"--help", "--output", "demo-output", "--frames", "--model", "global-1m", "--seed",
-                             "--width", "--height", "--raw", "--no-noise", "--hot"}},
+                             "--width", "--height", "--raw", "--no-noise", "--hot", "--truth"}},
                       SHelp{{"convert", "--help"}, {"--help",
                                                     "IN",
                                                     "--width",
