@@ -26,12 +26,14 @@ def dark_row(name, samples):
 def flat_row(name, before, after):
     def levels(samples):
         return f"{samples.min():.0f} to {samples.max():.0f}"
-    return [name, levels(before), levels(after), f"{before.max() / before.min():.2f}", f"{after.max() / after.min():.2f}"]
+    return [name, levels(before), levels(after), f"{before.max() / before.min():.2f}",
+            f"{after.max() / after.min():.2f}"]
 
 
 def main(text, out, capped, flat):
     put_table(text, "dark", ["frame", f"pixels of {HOT} and above", "brightest", "mean", "standard deviation"],
-              [dark_row("as taken", picture(f"{capped}.png")), dark_row("`--noise easy`", picture(f"{capped}-easy.png")),
+              [dark_row("as taken", picture(f"{capped}.png")),
+               dark_row("`--noise easy`", picture(f"{capped}-easy.png")),
                dark_row("`--noise complex --dark dark.png`", picture(f"{capped}-complex.png"))])
 
     before, after = picture(f"{flat}-samples.png"), picture(f"{flat}-shading-samples.png")
