@@ -59,7 +59,10 @@ std::shared_ptr<sim::CSimulatedDriver> makeDriver(const SCalibrateArguments& arg
 void addFrame(std::vector<std::uint32_t>& sums, std::span<const std::uint8_t> bytes, const STransferFormat& format) {
     const unsigned largest = maxSample(format.depth);
     for (std::size_t i = 0; i < sums.size(); ++i) {
-        const unsigned sample = format.layout == ELayout::Bytes ? bytes[i] : bytes[2 * i] | bytes[2 * i + 1] << 8U;
+        unsigned sample = bytes[i];
+        if (format.layout == ELayout::Words) {
+            sample = bytes[2 * i] + 256U * bytes[2 * i + 1];
+        }
         sums[i] += std::min(sample, largest);
     }
 }
