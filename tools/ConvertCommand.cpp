@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ConvertCommand.h"
 
+#include "Corrections.h"
 #include "DisplayRendering.h"
 #include "Errors.h"
 #include "FrameInput.h"
@@ -39,18 +40,26 @@ struct SConvertArguments {
     std::optional<unsigned> black;
     std::optional<unsigned> white;
     std::string settings;
+    SCorrections corrections;
     SStages stages;
 };
 
 /// What the arguments mean once they are known to fit together.
 struct SConversion {
     const STransferFormat* format = nullptr;
-    unsigned short colorArray = 0;
+    unsigned short colorArray = 0; ///< enum VekColorArray; 0 of blue-green-red
     unsigned char method = 0;
+    unsigned short depth = 0; ///< of the picture in front of the display rendering
     unsigned short bitsOut = 0;
 };
 
 unsigned short checkedColorArray(const SConvertArguments& arguments, const STransferFormat& format) {
+    if (!format.isRaw()) {
+        if (!arguments.colorArray.empty()) {
+            throw CBadArguments(fmt::format("--colour-array does not go with format {}", format.name));
+        }
+        return VekTransferColorArray(format.code, 0);
+    }
     if (arguments.colorArray.empty()) {
         if (!format.mono) {
             throw CBadArguments(fmt::format("--colour-array is required with format {}", format.name));
@@ -65,12 +74,17 @@ unsigned short checkedColorArray(const SConvertArguments& arguments, const STran
     return colorArray;
 }
 
-/// Depth of the picture in front of the display rendering.
-unsigned short pictureDepth(const SConvertArguments& arguments, const STransferFormat& format) {
-    return arguments.stages.any() ? kStagesDepth : libraryDepth(format);
+bool isBayer(unsigned short colorArray) {
+    return colorArray >= VEK_COLOR_ARRAY_RGGB && colorArray <= VEK_COLOR_ARRAY_BGGR;
 }
 
-void checkLevels(const SConvertArguments& arguments, const STransferFormat& format) {
+/// The bicubic method gives deeper frames nothing above 255.
+bool needsBytes(const SConvertArguments& arguments, unsigned short colorArray, unsigned char method) {
+    return arguments.stages.any() || (isBayer(colorArray) && method == VEK_DEMOSAIC_BICUBIC);
+}
+
+void checkLevels(const SConvertArguments& arguments, const SConversion& conversion) {
+    const STransferFormat& format = *conversion.format;
     const unsigned largest = maxSample(format.depth);
     const unsigned black = arguments.black.value_or(0);
     const unsigned white = arguments.white.value_or(largest);
@@ -78,7 +92,7 @@ void checkLevels(const SConvertArguments& arguments, const STransferFormat& form
         throw CBadArguments(fmt::format("--black and --white: format {} has samples 0 to {}", format.name, largest));
     }
     // Both are shifted down with the samples and have to stay apart.
-    const int shift = format.depth - pictureDepth(arguments, format);
+    const int shift = format.depth - conversion.depth;
     if (black >> shift >= white >> shift) {
         throw CBadArguments(fmt::format("--black {} is not below --white {}", black, white));
     }
@@ -87,9 +101,6 @@ void checkLevels(const SConvertArguments& arguments, const STransferFormat& form
 SConversion checked(SConvertArguments& arguments) {
     SConversion conversion;
     conversion.format = findTransferFormat(arguments.format);
-    if (conversion.format->bytes == 0) {
-        throw CBadArguments(fmt::format("format {} cannot be converted yet", conversion.format->name));
-    }
     conversion.colorArray = checkedColorArray(arguments, *conversion.format);
     conversion.method = static_cast<unsigned char>(*findCode(demosaicMethods(), arguments.method));
     const std::uint32_t smallest = smallestSide(conversion.colorArray, conversion.method);
@@ -99,9 +110,14 @@ SConversion checked(SConvertArguments& arguments) {
     }
     const bool grey = conversion.colorArray == VEK_COLOR_ARRAY_MONO || conversion.method == VEK_DEMOSAIC_MONO;
     arguments.stages.file = stagesForFrame(arguments.stages.file, conversion.colorArray, grey);
-    checkLevels(arguments, *conversion.format);
-    checkStages(arguments.stages, arguments.width, arguments.height, conversion.colorArray, grey);
-    const bool bytesByDefault = pictureDepth(arguments, *conversion.format) == 8 || arguments.display;
+    conversion.depth = needsBytes(arguments, conversion.colorArray, conversion.method)
+                           ? kStagesDepth
+                           : libraryDepth(*conversion.format);
+    checkLevels(arguments, conversion);
+    checkCorrections(arguments.corrections, *conversion.format, arguments.width, arguments.height,
+                     conversion.colorArray);
+    checkStages(arguments.stages, *conversion.format, arguments.width, arguments.height, conversion.colorArray, grey);
+    const bool bytesByDefault = conversion.depth == 8 || arguments.display;
     conversion.bitsOut = static_cast<unsigned short>(arguments.bitsOut != 0 ? arguments.bitsOut
                                                      : bytesByDefault       ? 8
                                                                             : 16);
@@ -115,11 +131,32 @@ SImage displayed(const SImage& image, const SConvertArguments& arguments, const 
         static_cast<double>(arguments.black.value_or(0) >> shift),
         static_cast<double>(arguments.white.value_or(maxSample(conversion.format->depth)) >> shift)};
     // Method none leaves two channels of each pixel dark: a balance of what is there would tell nothing.
-    const Gains gains = conversion.method == VEK_DEMOSAIC_NONE ? Gains{1, 1, 1} : greyWorldGains(image, levels);
+    const bool dark = isBayer(conversion.colorArray) && conversion.method == VEK_DEMOSAIC_NONE;
+    const Gains gains = dark ? Gains{1, 1, 1} : greyWorldGains(image, levels);
     if (!arguments.white) {
         levels.white = brightLevel(image, levels, gains);
     }
     return renderForDisplay(image, levels, gains, conversion.bitsOut);
+}
+
+/// The picture in front of the stages that work on pictures.
+SImage picture(const CLibraryHandle& library, std::span<const std::uint8_t> bytes, const SConvertArguments& arguments,
+               const SConversion& conversion) {
+    const STransferFormat& format = *conversion.format;
+    if (!format.isRaw()) {
+        return library.Picture(bytes, format, arguments.width, arguments.height,
+                               conversion.method == VEK_DEMOSAIC_MONO);
+    }
+    SRawFrame frame = format.layout == ELayout::Packed
+                          ? library.Unpacked(bytes, format, arguments.width, arguments.height, conversion.colorArray)
+                          : rawFrame(bytes, format, arguments.width, arguments.height, conversion.colorArray);
+    if (arguments.corrections.any()) {
+        correct(library, arguments.corrections, format, frame);
+    }
+    if (needsBytes(arguments, conversion.colorArray, conversion.method)) {
+        frame = afterRawStages(library, arguments.stages, frame);
+    }
+    return library.Demosaic(frame, conversion.method);
 }
 
 void convert(SConvertArguments& arguments) {
@@ -130,12 +167,8 @@ void convert(SConvertArguments& arguments) {
     const SConversion conversion = checked(arguments);
     const std::uint64_t size = frameBytes(*conversion.format, arguments.width, arguments.height);
     const std::vector<std::uint8_t> bytes = readBytes(arguments.input, arguments.offset + arguments.frame * size, size);
-    SRawFrame frame = rawFrame(bytes, *conversion.format, arguments.width, arguments.height, conversion.colorArray);
     const SStages& stages = arguments.stages;
-    if (stages.any()) {
-        frame = afterRawStages(library, stages, frame);
-    }
-    SImage image = library.Demosaic(frame, conversion.method);
+    SImage image = picture(library, bytes, arguments, conversion);
     if (stages.any()) {
         runPictureStages(library, stages, image);
     }
@@ -158,20 +191,22 @@ void addConvertCommand(CLI::App& app) {
     command
         ->add_option("-f,--format", arguments->format,
                      "Transfer format, number 0 to 21 or name: raw8, raw10, raw12, raw14, raw16,\n"
-                     "mono8, mono10, mono12, mono14, mono16. Samples of 14 and 16 bits are shifted\n"
-                     "down to 12 before the library gets them: its demosaicing takes at most 12.\n"
-                     "Not convertible yet: raw10p, raw12p, mono10p, mono12p, bgr8, bgr10,\n"
-                     "ycrcb411, ycrcb422, ycrcb444 and the last three with -bt709")
+                     "mono8 to mono16; packed raw10p, raw12p, mono10p, mono12p; bgr8, bgr10;\n"
+                     "ycrcb411, ycrcb422, ycrcb444 and these three with -bt709. Samples of 14 and\n"
+                     "16 bits are shifted down to 12 before the library gets them: its demosaicing\n"
+                     "takes at most 12. Packed and colour formats become 8 bits deep")
         ->required()
         ->check(isTransferFormat());
     command
         ->add_option("-a,--colour-array,--color-array", arguments->colorArray,
                      "Number 1 to 5 or name: " + nameList(bayerColorArrays()) +
-                         ".\nMay be left out with the mono formats")
+                         ".\nMay be left out with the mono formats, and has to be with bgr and ycrcb")
         ->check(isNameOf(bayerColorArrays()));
     command
         ->add_option("-m,--method", arguments->method,
-                     "Demosaic method, number or name: " + nameList(demosaicMethods()))
+                     "Demosaic method, number or name: " + nameList(demosaicMethods()) +
+                         ".\nBicubic works at 8 bits. Of bgr and ycrcb mono shows green and luma, every\n"
+                         "other method the colours")
         ->default_val("bilinear")
         ->check(isNameOf(demosaicMethods()));
     command->add_option("-o,--output", arguments->output, "PNG file to write; - writes standard output")
@@ -201,6 +236,7 @@ void addConvertCommand(CLI::App& app) {
                      "Setting file, as \"vekcam settings save\" writes it: the image stages that it\n"
                      "switches on run with its values. The options below come before it")
         ->type_name("FILE");
+    addCorrectionOptions(*command, arguments->corrections);
     addStageOptions(*command, arguments->stages);
     command->callback([arguments] { convert(*arguments); });
 }

@@ -12,8 +12,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
-#include <random>
-#include <set>
 
 namespace vek::tools {
 
@@ -24,26 +22,10 @@ constexpr unsigned kUnusedSlot = 65535;
 struct SDefectsArguments {
     std::string model;
     unsigned threshold = 32;
-    unsigned hot = 20;
-    std::uint64_t seed = 1;
-};
+    SSimulatedSetup setup;
 
-/// Hot pixels at different places, of a fifth to nine tenths of the full well, however short the exposure.
-std::vector<sim::SHotPixel> randomHotPixels(const sim::SSensorConfig& sensor, unsigned count, std::uint64_t seed) {
-    // Numbers of the engine itself: the library's distributions differ from one to the other.
-    std::mt19937_64 random(seed);
-    std::vector<sim::SHotPixel> pixels;
-    std::set<std::pair<unsigned, unsigned>> taken;
-    while (pixels.size() < count) {
-        const auto x = static_cast<unsigned>(random() % sensor.width);
-        const auto y = static_cast<unsigned>(random() % sensor.height);
-        const float part = 0.2F + 0.7F * static_cast<float>(random() % 1024) / 1024.0F;
-        if (taken.insert({x, y}).second) {
-            pixels.push_back({x, y, 0.0F, part * sensor.fullWellElectrons});
-        }
-    }
-    return pixels;
-}
+    SDefectsArguments() { setup.hot = 20; }
+};
 
 std::size_t countFrom(const std::vector<std::uint8_t>& frame, unsigned threshold) {
     return static_cast<std::size_t>(
@@ -53,10 +35,7 @@ std::size_t countFrom(const std::vector<std::uint8_t>& frame, unsigned threshold
 void detect(const SDefectsArguments& arguments) {
     const sim::SCameraModel& model =
         sim::FindCameraModel(arguments.model.empty() ? kDefaultModel : arguments.model.c_str());
-    sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
-    sensor.seed = arguments.seed;
-    sensor.hotPixels = randomHotPixels(sensor, arguments.hot, arguments.seed);
-    const auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensor);
+    const auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensorOf(model, arguments.setup));
     driver->SetLensCap(true);
 
     const CCamera camera(driver);
@@ -112,10 +91,10 @@ void addDefectsCommand(CLI::App& app) {
     detectCommand->add_option("-t,--threshold", arguments->threshold, "Level from which a pixel counts as hot")
         ->capture_default_str()
         ->check(range(0, 256));
-    detectCommand->add_option("--hot", arguments->hot, "Hot pixels that the sensor has")
+    detectCommand->add_option("--hot", arguments->setup.hot, "Hot pixels that the sensor has")
         ->capture_default_str()
         ->check(range(0, 10000));
-    detectCommand->add_option("--seed", arguments->seed, "Seed of their places and of the noise")
+    detectCommand->add_option("--seed", arguments->setup.seed, "Seed of their places and of the noise")
         ->capture_default_str()
         ->check(CLI::NonNegativeNumber);
     detectCommand->callback([arguments] { detect(*arguments); });

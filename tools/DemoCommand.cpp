@@ -16,6 +16,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -39,11 +40,9 @@ struct SDemoArguments {
     std::string directory = "demo-output";
     unsigned frames = 3;
     std::string model = kDefaultModel;
-    std::uint64_t seed = 1;
-    std::optional<unsigned> width;
-    std::optional<unsigned> height;
-    bool noNoise = false;
+    SSimulatedSetup setup;
     bool raw = false;
+    bool truth = false;
 };
 
 /// A file that was written.
@@ -61,21 +60,25 @@ constexpr SMethodText kMethodTexts[] = {
     {VEK_DEMOSAIC_NONE, "each pixel in its filter's colour only: dark, coloured dots"},
     {VEK_DEMOSAIC_NEAREST_NEIGHBOR, "each 2 x 2 cell shares its samples: true colours, jagged edges"},
     {VEK_DEMOSAIC_BILINEAR_SIMPLE, "missing colours are means of neighbours: smooth, some coloured edges"},
+    {VEK_DEMOSAIC_BICUBIC, "missing colours from four neighbours in a row: sharper, with ringing"},
+    {VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION,
+     "means at the centres of 2 x 2 blocks, half a pixel aside: soft, fewer coloured edges"},
+    {VEK_DEMOSAIC_NEAREST_NEIGHBOR2, "the samples of 2 x 2 blocks, half a pixel aside: jagged edges"},
 };
+
+/// Channels (red 0, green 1, blue 2) of the 2 x 2 cell of a colour array, row by row.
+struct SFilters {
+    int colorArray;
+    std::array<std::size_t, 4> channels;
+};
+constexpr SFilters kFilters[] = {{VEK_COLOR_ARRAY_RGGB, {0, 1, 1, 2}},
+                                 {VEK_COLOR_ARRAY_GRBG, {1, 0, 2, 1}},
+                                 {VEK_COLOR_ARRAY_GBRG, {1, 2, 0, 1}},
+                                 {VEK_COLOR_ARRAY_BGGR, {2, 1, 1, 0}}};
 
 std::shared_ptr<sim::CSimulatedDriver> makeDriver(const SDemoArguments& arguments) {
     const sim::SCameraModel& model = sim::FindCameraModel(arguments.model);
-    sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
-    sensor.width = arguments.width.value_or(sensor.width);
-    sensor.height = arguments.height.value_or(sensor.height);
-    sensor.seed = arguments.seed;
-    if (arguments.noNoise) {
-        sensor.photonNoise = false;
-        sensor.readNoiseElectrons = 0;
-        sensor.photoResponseSpread = 0;
-        sensor.darkCurrentSpread = 0;
-    }
-    auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensor);
+    auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensorOf(model, arguments.setup));
     driver->SetExposureTime(kStartSeconds);
     return driver;
 }
@@ -141,6 +144,9 @@ public:
             mvShowDeepFrame(words.Grab());
             mvKeepRaw(words, "deep.raw");
             progress.Advance();
+        }
+        if (mArguments.truth) {
+            mvWriteTruth();
         }
         mvTellPictures();
     }
@@ -239,6 +245,36 @@ private:
                                                 grabber.Format().name, colorArrayName(grabber.ColorArray()))});
     }
 
+    /// Writes what the sensor measures with all three filters in front of every pixel, without noise and defects. The
+    /// four Bayer phases hold each pixel under each of them.
+    void mvWriteTruth() {
+        SSimulatedSetup setup = mArguments.setup;
+        setup.noNoise = true;
+        setup.hot = 0;
+        const sim::SCameraModel& model = sim::FindCameraModel(mArguments.model);
+        sim::CSimulatedDriver perfect(model, sensorOf(model, setup));
+        perfect.SetExposure(mDriver->ExposureValue());
+        perfect.SetGain(mDriver->GainValue());
+        SImage truth{perfect.Width(), perfect.Height(), 1, static_cast<unsigned short>(model.depth), {}};
+        if (perfect.ColorArray() == VEK_COLOR_ARRAY_MONO) {
+            truth.samples = perfect.CaptureRaw().samples;
+        } else {
+            truth.channels = 3;
+            truth.samples.resize(truth.rowSamples() * truth.height);
+            for (const SFilters& filters : kFilters) {
+                perfect.SetColorArray(filters.colorArray);
+                const std::vector<std::uint16_t> mosaic = perfect.CaptureRaw().samples;
+                for (std::size_t i = 0; i < mosaic.size(); ++i) {
+                    const std::size_t place = i % truth.width % 2 + i / truth.width % 2 * 2;
+                    truth.samples[3 * i + filters.channels[place]] = mosaic[i];
+                }
+            }
+        }
+        const std::string path = mPathOf("truth.png");
+        writePng(path, scaledToDepth(truth, 16), false);
+        mTruth = fmt::format("\nThe chart's true colours in the sensor's samples, linear, 16 bits:\n  {}\n", path);
+    }
+
     static std::string mListOf(const std::vector<SPicture>& pictures) {
         std::size_t widest = 0;
         for (const SPicture& picture : pictures) {
@@ -258,7 +294,7 @@ private:
         if (!mRawFrames.empty()) {
             text += "\nRaw frames, and what `vekcam convert` is told of them:\n" + mListOf(mRawFrames);
         }
-        std::fputs(text.c_str(), stdout);
+        std::fputs((text + mTruth).c_str(), stdout);
     }
 
     const SDemoArguments& mArguments;
@@ -268,6 +304,7 @@ private:
     SLook mLook;
     std::vector<SPicture> mPictures;
     std::vector<SPicture> mRawFrames;
+    std::string mTruth; // what is said about it
 };
 
 } // namespace
@@ -286,15 +323,13 @@ void addDemoCommand(CLI::App& app) {
     command->add_option("--model", arguments->model, "Simulated camera model:\n" + modelList())
         ->capture_default_str()
         ->check(isSimulatedModel());
-    command->add_option("--seed", arguments->seed, "Seed of the sensor's noise")
-        ->capture_default_str()
-        ->check(CLI::NonNegativeNumber);
-    command->add_flag("--no-noise", arguments->noNoise, "A perfect sensor: no noise and no fixed pattern")
-        ->disable_flag_override();
-    // Smaller charts show nothing any more; larger sensors only take time.
-    command->add_option("--width", arguments->width, "Pixels of a row; the model's by default")->check(range(64, 8192));
-    command->add_option("--height", arguments->height, "Rows; the model's by default")->check(range(64, 8192));
+    addSimulatedSetup(*command, arguments->setup, nullptr);
     command->add_flag("--raw", arguments->raw, "Keep the raw frames, too, as files for `vekcam convert`")
+        ->disable_flag_override();
+    command
+        ->add_flag("--truth", arguments->truth,
+                   "Write the chart's true colours, too, as the sensor would measure them with all\n"
+                   "three filters in front of every pixel, without noise")
         ->disable_flag_override();
     command->callback([arguments] { CDemo(*arguments).Run(); });
 }

@@ -103,7 +103,7 @@ SRawFrame rawFrame(std::span<const std::uint8_t> bytes, const STransferFormat& f
                    std::uint32_t height, unsigned short colorArray) {
     const std::size_t pixels = static_cast<std::size_t>(width) * height;
     SRawFrame frame{width, height, colorArray, libraryDepth(format), {}};
-    if (format.bytes == 1) {
+    if (format.layout == ELayout::Bytes) {
         std::vector<std::uint8_t> samples;
         samples.reserve(pixels + 1);
         samples.assign(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(pixels));

@@ -15,18 +15,28 @@ namespace vek::tools {
 /// refused before it is read, a pipe when it ends. Throws CFailure with the bytes needed and the bytes there.
 std::vector<std::uint8_t> readBytes(const std::string& path, std::uint64_t offset, std::uint64_t size);
 
-/// The bytes of one frame of a format that `convert` reads (STransferFormat::bytes is not 0).
-constexpr std::uint64_t frameBytes(const STransferFormat& format, std::uint32_t width, std::uint32_t height) {
-    return static_cast<std::uint64_t>(width) * height * format.bytes;
+/// The bytes of a row: the last byte of a packed one is filled up, a group of YCrCb pixels that is cut off ends early.
+constexpr std::uint64_t rowBytes(const STransferFormat& format, std::uint32_t width) {
+    const std::uint64_t bits = static_cast<std::uint64_t>(width) * format.bits;
+    return (bits + (format.layout == ELayout::Packed ? 7U : 0U)) / 8;
 }
 
-/// Depth that the library gets for a format: it takes no more than 12 bits, so 14 and 16 are shifted down.
+/// The bytes of one frame.
+constexpr std::uint64_t frameBytes(const STransferFormat& format, std::uint32_t width, std::uint32_t height) {
+    return rowBytes(format, width) * height;
+}
+
+/// Depth at which the library works on a format: samples in words have at most 12 bits, so 14 and 16 are shifted down;
+/// it unpacks, and turns colour formats into pictures, at 8 bits.
 constexpr unsigned short libraryDepth(const STransferFormat& format) {
+    if (format.layout != ELayout::Bytes && format.layout != ELayout::Words) {
+        return 8;
+    }
     return format.depth < 12 ? format.depth : static_cast<unsigned short>(12);
 }
 
-/// Makes a frame of transferred bytes (frameBytes of them, words little-endian). Samples above the format's range
-/// count as its largest.
+/// Makes a frame of transferred bytes (frameBytes of them) of a format of bytes or words (little-endian). Samples above
+/// the format's range count as its largest.
 SRawFrame rawFrame(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::uint32_t width,
                    std::uint32_t height, unsigned short colorArray);
 

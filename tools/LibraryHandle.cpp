@@ -2,10 +2,12 @@
 #include "LibraryHandle.h"
 
 #include "Errors.h"
+#include "FrameInput.h"
 #include "LibraryRows.h"
-#include "Names.h"
 
 #include <fmt/format.h>
+
+#include <algorithm>
 
 namespace vek::tools {
 
@@ -20,6 +22,53 @@ void closeLastRow(SImage& image, unsigned short colorArray) {
     for (std::size_t i = redRow ? 2 : 0; i < rowSamples; i += 3) {
         last[i] = last[i - rowSamples];
     }
+}
+
+void requireFormat(int status, const char* function, const STransferFormat& format, std::uint32_t width,
+                   std::uint32_t height) {
+    if (status != VEK_OK) {
+        throw CFailure(
+            fmt::format("{} refused the frame ({} x {}, format {}): {}", function, width, height, format.name, status));
+    }
+}
+
+/// YCrCb rows that the library decodes to their end.
+struct SWholeGroups {
+    std::uint32_t width = 0; ///< pixels
+    std::vector<std::uint8_t> bytes;
+};
+
+/// Completes the last group of each row with the bytes of the group before, and adds a copy of it to 4:1:1: the library
+/// writes the last pixel of a group that is cut off to the front of the row, and leaves out the last four pixels of
+/// 4:1:1.
+SWholeGroups wholeGroups(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::uint32_t width,
+                         std::uint32_t height) {
+    constexpr std::uint8_t noChroma = 128;
+    const unsigned pixels = format.bits == 12 ? 4 : format.bits == 16 ? 2 : 1;
+    const std::size_t groupBytes = pixels * format.bits / 8U;
+    const std::size_t groups = (width + pixels - 1) / pixels + (pixels == 4 ? 1U : 0U);
+    const std::size_t sourceBytes = rowBytes(format, width);
+    SWholeGroups whole{static_cast<std::uint32_t>(groups * pixels), {}};
+    whole.bytes.reserve(groups * groupBytes * height);
+    for (std::size_t y = 0; y < height; ++y) {
+        const auto row = bytes.subspan(y * sourceBytes, sourceBytes);
+        whole.bytes.insert(whole.bytes.end(), row.begin(), row.end());
+        for (std::size_t i = sourceBytes; i < groups * groupBytes; ++i) {
+            whole.bytes.push_back(i < groupBytes ? noChroma : whole.bytes[whole.bytes.size() - groupBytes]);
+        }
+    }
+    return whole;
+}
+
+/// The left part of an image.
+SImage leftColumns(const SImage& image, std::uint32_t width) {
+    SImage left{width, image.height, image.channels, image.depth, {}};
+    left.samples.reserve(left.rowSamples() * left.height);
+    for (std::size_t y = 0; y < image.height; ++y) {
+        const auto row = image.samples.begin() + static_cast<std::ptrdiff_t>(y * image.rowSamples());
+        left.samples.insert(left.samples.end(), row, row + static_cast<std::ptrdiff_t>(left.rowSamples()));
+    }
+    return left;
 }
 
 } // namespace
@@ -58,6 +107,41 @@ SImage CLibraryHandle::Demosaic(const SRawFrame& frame, unsigned char method) co
         closeLastRow(image, frame.colorArray);
     }
     return image;
+}
+
+SRawFrame CLibraryHandle::Unpacked(std::span<const std::uint8_t> bytes, const STransferFormat& format,
+                                   std::uint32_t width, std::uint32_t height, unsigned short colorArray) const {
+    std::vector<std::uint8_t> samples;
+    samples.reserve(std::size_t{width} * height + 1); // room for the spare one
+    samples.resize(std::size_t{width} * height);
+    unsigned long pitch = 0;
+    requireFormat(VekCam_ConvTo8BitsImage(mHandle, width, height, 0, format.code, bytes.data(), &pitch, samples.data()),
+                  "VekCam_ConvTo8BitsImage", format, width, height);
+    appendSpareSample(samples, width);
+    return {width, height, colorArray, 8, std::move(samples)};
+}
+
+SImage CLibraryHandle::Picture(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::uint32_t width,
+                               std::uint32_t height, bool grey) const {
+    const unsigned long destination = grey ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_BGR24;
+    SImage image{width, height, static_cast<unsigned short>(grey ? 1 : 3), 8, {}};
+    if (format.layout == ELayout::Bgr) {
+        std::vector<std::uint8_t> output(image.rowSamples() * height);
+        requireFormat(VekCam_ConvYUVOrBGRToBGRImage(mHandle, width, height, format.code, bytes.data(), destination,
+                                                    output.data()),
+                      "VekCam_ConvYUVOrBGRToBGRImage", format, width, height);
+        takeLibraryRows(output, image, image.rowSamples());
+        return image;
+    }
+    const SWholeGroups whole = wholeGroups(bytes, format, width, height);
+    image.width = whole.width;
+    std::vector<std::uint8_t> output(paddedRowSamples<std::uint8_t>(image) * height);
+    const unsigned char method = grey ? VEK_DEMOSAIC_MONO : VEK_DEMOSAIC_BILINEAR_SIMPLE;
+    requireFormat(VekCam_ColorInterpolation(mHandle, whole.width, height, VekTransferColorArray(format.code, 0),
+                                            whole.bytes.data(), output.data(), method, destination, 8),
+                  "VekCam_ColorInterpolation", format, width, height);
+    takeLibraryRows(output, image);
+    return leftColumns(image, width);
 }
 
 unsigned long libraryVersion() {

@@ -2,8 +2,12 @@
 #pragma once
 
 #include "Image.h"
+#include "Names.h"
 
 #include <VekTrgApi.h>
+
+#include <cstdint>
+#include <span>
 
 namespace vek::tools {
 
@@ -23,14 +27,38 @@ public:
     /// row above. Throws CFailure when the library refuses.
     SImage Demosaic(const SRawFrame& frame, unsigned char method) const;
 
+    /// Takes the frame of a packed format apart with VekCam_ConvTo8BitsImage, which leaves the upper 8 bits of each
+    /// sample. bytes: frameBytes of them. Throws CFailure when the library refuses.
+    SRawFrame Unpacked(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::uint32_t width,
+                       std::uint32_t height, unsigned short colorArray) const;
+
+    /// Makes a picture of 8 bits of a frame whose colours the camera has made, of YCrCb with VekCam_ColorInterpolation,
+    /// of blue-green-red with VekCam_ConvYUVOrBGRToBGRImage. grey: luma, or green. Every pixel gets its colour, also
+    /// those at the end of a row that the library leaves out. bytes: frameBytes of them. Throws CFailure when the
+    /// library refuses.
+    SImage Picture(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::uint32_t width,
+                   std::uint32_t height, bool grey) const;
+
 private:
     VekCam_Handle mHandle;
 };
 
 /// Smallest width and height that a method takes for a colour array.
 constexpr std::uint32_t smallestSide(unsigned short colorArray, unsigned method) {
-    const bool cells = method == VEK_DEMOSAIC_NEAREST_NEIGHBOR || method == VEK_DEMOSAIC_BILINEAR_SIMPLE;
-    return colorArray != VEK_COLOR_ARRAY_MONO && cells ? 2 : 1;
+    if (colorArray < VEK_COLOR_ARRAY_RGGB || colorArray > VEK_COLOR_ARRAY_BGGR) {
+        return 1;
+    }
+    switch (method) {
+    case VEK_DEMOSAIC_NEAREST_NEIGHBOR:
+    case VEK_DEMOSAIC_BILINEAR_SIMPLE:
+    case VEK_DEMOSAIC_BICUBIC:
+        return 2;
+    case VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION:
+    case VEK_DEMOSAIC_NEAREST_NEIGHBOR2:
+        return 4;
+    default:
+        return 1;
+    }
 }
 
 /// The library's version number.

@@ -33,10 +33,9 @@ std::vector<T> libraryRows(const SImage& image) {
     return padded;
 }
 
-/// The way back: image, whose size and channels are set, gets the samples.
+/// The way back: image, whose size and channels are set, gets the samples. pitch: samples from row to row.
 template <class T>
-void takeLibraryRows(const std::vector<T>& padded, SImage& image) {
-    const std::size_t pitch = paddedRowSamples<T>(image);
+void takeLibraryRows(const std::vector<T>& padded, SImage& image, std::size_t pitch) {
     const std::size_t rowSamples = image.rowSamples();
     image.samples.resize(rowSamples * image.height);
     for (std::size_t y = 0; y < image.height; ++y) {
@@ -48,6 +47,10 @@ void takeLibraryRows(const std::vector<T>& padded, SImage& image) {
             }
         }
     }
+}
+template <class T>
+void takeLibraryRows(const std::vector<T>& padded, SImage& image) {
+    takeLibraryRows(padded, image, paddedRowSamples<T>(image));
 }
 
 } // namespace vek::tools

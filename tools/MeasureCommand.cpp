@@ -74,7 +74,7 @@ SFrame frameOfFile(const SMeasureArguments& arguments) {
     SFrame frame{arguments.input, &checkedFormat(arguments.format), arguments.width, arguments.height, 0, {}};
     frame.colorArray = checkedColorArray(arguments.colorArray, *frame.format);
     regionInside(arguments.region, frame.width, frame.height); // before the file is looked at
-    const std::uint64_t size = rawFrameBytes(*frame.format, frame.width, frame.height);
+    const std::uint64_t size = frameBytes(*frame.format, frame.width, frame.height);
     frame.bytes = readBytes(arguments.input, arguments.offset + arguments.frame * size, size);
     return frame;
 }
@@ -174,7 +174,7 @@ void measure(const SMeasureArguments& arguments) {
     measurement.region = regionInside(arguments.region, frame.width, frame.height);
     measurement.averages = averages(frame.colorArray, measurement.region);
     measurement.mean = averages(VEK_COLOR_ARRAY_MONO, measurement.region)[0];
-    measurement.fromFirstColumn = frame.format->bytes == 0 && measurement.region.x > 0;
+    measurement.fromFirstColumn = frame.format->layout == ELayout::Packed && measurement.region.x > 0;
     std::fputs((arguments.json ? jsonOf(frame, measurement) : textOf(frame, measurement)).c_str(), stdout);
 }
 

@@ -12,15 +12,6 @@
 
 namespace vek::tools {
 
-namespace {
-
-/// Packed rows are bit streams that start at a byte.
-bool isPacked(const STransferFormat& format) {
-    return format.bytes == 0;
-}
-
-} // namespace
-
 std::optional<SRegion> parsedRegion(std::string_view text) {
     std::array<std::uint32_t, 4> values{};
     const char* at = text.data();
@@ -75,12 +66,6 @@ std::optional<unsigned> measuredFormat(const STransferFormat& format) {
     default:
         return std::nullopt;
     }
-}
-
-std::uint64_t rawFrameBytes(const STransferFormat& format, std::uint32_t width, std::uint32_t height) {
-    const std::uint64_t rowBytes = isPacked(format) ? (static_cast<std::uint64_t>(width) * format.depth + 7) / 8
-                                                    : static_cast<std::uint64_t>(width) * format.bytes;
-    return rowBytes * height;
 }
 
 std::array<float, 4> averagesOf(const CLibraryHandle& handle, std::span<const std::uint8_t> bytes,

@@ -28,9 +28,6 @@ std::optional<SRegion> parsedRegion(std::string_view text);
 /// takes). Throws CBadArguments for a region that lies outside.
 SRegion regionInside(const std::string& text, std::uint32_t width, std::uint32_t height);
 
-/// Bytes of one frame of any raw or mono format, packed ones included.
-std::uint64_t rawFrameBytes(const STransferFormat& format, std::uint32_t width, std::uint32_t height);
-
 /// Means by place in the 2 x 2 cell, or one mean and three zeros where colorArray is mono, with
 /// VekCam_GetAveragePixelValue. A mono format is measured as the raw format of the same layout.
 /// Throws CFailure when the library refuses.

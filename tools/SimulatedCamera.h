@@ -3,7 +3,11 @@
 
 #include "sim/SimulatedDriver.h"
 
+#include <CLI/App.hpp>
+
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace vek::tools {
@@ -14,6 +18,20 @@ inline constexpr const char* kDefaultModel = "global-1m";
 /// The simulation's model names, separated by ", ".
 std::string modelList();
 bool isModel(const std::string& name);
+
+/// What the command line says of a simulated sensor.
+struct SSimulatedSetup {
+    std::optional<unsigned> width;  ///< pixels; the model's by default
+    std::optional<unsigned> height; ///< rows; the model's by default
+    unsigned hot = 0;               ///< hot pixels
+    bool noNoise = false;           ///< no noise and no fixed pattern but the hot pixels
+    std::uint64_t seed = 1;         ///< of the noise and of the hot pixels' places
+};
+
+/// Adds --width, --height, --hot, --no-noise and --seed. excluded: an option that none of them goes with, or null.
+void addSimulatedSetup(CLI::App& command, SSimulatedSetup& setup, CLI::Option* excluded);
+
+sim::SSensorConfig sensorOf(const sim::SCameraModel& model, const SSimulatedSetup& setup);
 
 /// A simulated camera behind a descriptor of this process, taken away again at the end.
 class CSimulatedCamera {

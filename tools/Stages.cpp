@@ -126,15 +126,23 @@ SFileStages readFileStages(const CLibraryHandle& library, const std::string& pat
 
 SFileStages stagesForFrame(const SFileStages& stages, unsigned short colorArray, bool greyPicture) {
     SFileStages result = stages;
-    const bool mono = colorArray == VEK_COLOR_ARRAY_MONO;
-    result.balance = stages.balance && !mono;
-    result.rawGamma = stages.rawGamma && !mono;
+    const bool bayer = colorArray >= VEK_COLOR_ARRAY_RGGB && colorArray <= VEK_COLOR_ARRAY_BGGR;
+    result.balance = stages.balance && bayer;
+    result.rawGamma = stages.rawGamma && bayer;
     result.colour = stages.colour && !greyPicture;
     return result;
 }
 
-void checkStages(const SStages& stages, std::uint32_t width, std::uint32_t height, unsigned short colorArray,
-                 bool greyPicture) {
+void checkStages(const SStages& stages, const STransferFormat& format, std::uint32_t width, std::uint32_t height,
+                 unsigned short colorArray, bool greyPicture) {
+    if (!format.isRaw() && stages.onRaw()) {
+        const char* const option = stages.balance    ? "--wb"
+                                   : stages.rawGamma ? "--raw-gamma"
+                                   : stages.mirror   ? "--mirror"
+                                                     : "--rotate";
+        throw CBadArguments(
+            fmt::format("{} needs a raw or mono frame: format {} is colour already", option, format.name));
+    }
     if (colorArray == VEK_COLOR_ARRAY_MONO && (stages.balance || stages.rawGamma)) {
         throw CBadArguments(
             fmt::format("{} needs a Bayer frame: this one is mono", stages.balance ? "--wb" : "--raw-gamma"));

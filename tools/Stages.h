@@ -71,11 +71,12 @@ SFileStages readFileStages(const CLibraryHandle& library, const std::string& pat
 /// The stages of a file that do something to such a frame. greyPicture: what the demosaicing makes of it.
 SFileStages stagesForFrame(const SFileStages& stages, unsigned short colorArray, bool greyPicture);
 
-/// Throws CBadArguments when a stage cannot work on such a frame. greyPicture: what the demosaicing makes of it.
-void checkStages(const SStages& stages, std::uint32_t width, std::uint32_t height, unsigned short colorArray,
-                 bool greyPicture);
+/// Throws CBadArguments when a stage cannot work on such a frame. colorArray: of a raw frame; greyPicture: what the
+/// demosaicing makes of it.
+void checkStages(const SStages& stages, const STransferFormat& format, std::uint32_t width, std::uint32_t height,
+                 unsigned short colorArray, bool greyPicture);
 
-/// Takes a frame down to the stages' depth and through those that work on raw frames. A quarter turn exchanges its
+/// Takes a raw frame down to the stages' depth and through those that work on raw frames. A quarter turn exchanges its
 /// width and height, and its colour array may become another. Throws CFailure when the library refuses.
 SRawFrame afterRawStages(const CLibraryHandle& library, const SStages& stages, const SRawFrame& frame);
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AlcCommand.h"
+#include "CalibrateCommand.h"
 #include "ConvertCommand.h"
 #include "DefectsCommand.h"
 #include "DemoCommand.h"
@@ -65,6 +66,7 @@ int run(int argc, char** argv) {
     addConvertCommand(app);
     addMeasureCommand(app);
     addAlcCommand(app);
+    addCalibrateCommand(app);
     addDefectsCommand(app);
     addUnitsCommand(app);
     addSettingsCommand(app);

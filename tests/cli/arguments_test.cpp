@@ -150,6 +150,9 @@ INSTANTIATE_TEST_SUITE_P(
         convertBad({"-W", "2", "-H", "2", "-f", "raw8", "-a", "rggb", "-m", "magic"}, "magic"),
         convertBad({"-W", "1", "-H", "2", "-f", "raw8", "-a", "rggb", "-m", "bilinear"}, "2 x 2"),
         convertBad({"-W", "2", "-H", "1", "-f", "raw8", "-a", "rggb", "-m", "nearest"}, "2 x 2"),
+        convertBad({"-W", "2", "-H", "1", "-f", "raw8", "-a", "rggb", "-m", "bicubic"}, "bicubic needs 2 x 2"),
+        convertBad({"-W", "3", "-H", "4", "-f", "raw8", "-a", "rggb", "-m", "nearest2"}, "nearest2 needs 4 x 4"),
+        convertBad({"-W", "4", "-H", "3", "-f", "raw8", "-a", "rggb", "-m", "5"}, "bilinear-fcr needs 4 x 4"),
         convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--bits-out", "12"}, "--bits-out"),
         convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--src-offset", "-1"}, "--src-offset"),
         convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--src-offset", "1152921504606846977"}, "--src-offset"),
@@ -163,15 +166,26 @@ INSTANTIATE_TEST_SUITE_P(
         convertBad({"-W", "2", "-H", "2", "-f", "mono8", "second.raw"}, "second.raw"),
         convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--paint"}, "--paint")));
 
-TEST(ConvertFormats, ThoseThatTheLibraryCannotConvertAreNamed) {
-    for (const char* const format : {"raw10p", "raw12p", "mono10p", "mono12p", "bgr8", "bgr10", "ycrcb411", "ycrcb422",
-                                     "ycrcb444", "ycrcb411-bt709", "ycrcb422-bt709", "ycrcb444-bt709"}) {
+TEST(ConvertFormats, ThoseOfColourTakeNoColourArrayAndNoStageOfRawFrames) {
+    for (const char* const format :
+         {"bgr8", "bgr10", "ycrcb411", "ycrcb422", "ycrcb444", "ycrcb411-bt709", "ycrcb422-bt709", "ycrcb444-bt709"}) {
         const SResult result = runVekcam(convertWith({"-W", "2", "-H", "2", "-a", "rggb", "-f", format}));
         EXPECT_EQ(result.exitCode, 2) << format;
-        EXPECT_EQ(result.err, "vekcam: format " + std::string(format) + " cannot be converted yet\n");
+        EXPECT_EQ(result.err, "vekcam: --colour-array does not go with format " + std::string(format) + "\n");
+        for (const std::vector<std::string>& stage :
+             {std::vector<std::string>{"--wb", "auto"}, {"--raw-gamma", "2"}, {"--mirror", "h"}, {"--rotate", "cw"}}) {
+            std::vector<std::string> arguments = {"-W", "2", "-H", "2", "-f", format};
+            arguments.insert(arguments.end(), stage.begin(), stage.end());
+            const SResult refused = runVekcam(convertWith(arguments));
+            EXPECT_EQ(refused.exitCode, 2) << format;
+            EXPECT_EQ(refused.err, "vekcam: " + stage.front() + " needs a raw or mono frame: format " +
+                                       std::string(format) + " is colour already\n");
+        }
     }
-    EXPECT_EQ(runVekcam(convertWith({"-W", "2", "-H", "2", "-f", "10"})).err,
-              "vekcam: format bgr8 cannot be converted yet\n");
+    for (const char* const format : {"raw10p", "raw12p"}) {
+        EXPECT_EQ(runVekcam(convertWith({"-W", "2", "-H", "2", "-f", format})).err,
+                  "vekcam: --colour-array is required with format " + std::string(format) + "\n");
+    }
 }
 
 } // namespace

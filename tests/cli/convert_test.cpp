@@ -3,6 +3,11 @@
 #include "PngFile.h"
 #include "Program.h"
 
+#include "VekTrgApi.h"
+#include "sim/SimulatedDriver.h"
+
+#include <utility>
+
 namespace vek::test {
 
 namespace {
@@ -125,6 +130,247 @@ TEST_F(Convert, MethodMonoShowsBayerSamplesAsGrey) {
     const SPng image = Converted({1, 2, 3, 4, 5, 6}, size(3, 2, {"-f", "raw8", "-a", "gbrg", "-m", "mono"}));
     EXPECT_EQ(image.channels, 1U);
     EXPECT_EQ(image.samples, (Samples{1, 2, 3, 4, 5, 6}));
+}
+
+// ---- methods that need bytes, or whole blocks ----
+
+/// A cell of reds 10, 50, 90, 130 at even places of a 4 x 4 frame, all greens 20, all blues 40.
+const std::vector<std::uint8_t> kReds = {10, 20, 50,  20, 20, 40, 20, 40, //
+                                         90, 20, 130, 20, 20, 40, 20, 40};
+
+Samples redsOf(const SPng& image) {
+    Samples reds;
+    for (std::size_t i = 0; i < image.samples.size(); i += 3) {
+        reds.push_back(image.samples[i]);
+        EXPECT_EQ(image.samples[i + 1], 20U) << i;
+        EXPECT_EQ(image.samples[i + 2], 40U) << i;
+    }
+    return reds;
+}
+
+TEST_F(Convert, Nearest2TakesTheSamplesOfEachBlock) {
+    // The block of a pixel has it in its upper left corner; the last column and row share that of their neighbours.
+    const Samples expected = {10, 50, 50, 50, 90, 130, 130, 130, 90, 130, 130, 130, 90, 130, 130, 130};
+    EXPECT_EQ(redsOf(Converted(kReds, size(4, 4, {"-f", "raw8", "-a", "rggb", "-m", "nearest2"}))), expected);
+    EXPECT_EQ(redsOf(Converted(kReds, size(4, 4, {"-f", "raw8", "-a", "rggb", "-m", "6"}))), expected);
+}
+
+TEST_F(Convert, BilinearFalseColourReductionMeasuresAtTheCentreOfEachBlock) {
+    // The centre of the first block is a quarter of the way to the next red: (9 x 10 + 3 x 50 + 3 x 90 + 130) / 16.
+    const Samples reds = redsOf(Converted(kReds, size(4, 4, {"-f", "raw8", "-a", "rggb", "-m", "bilinear-fcr"})));
+    EXPECT_EQ(reds[0], 40U);
+    // One column on it is a quarter of the way back: (3 x 10 + 9 x 50 + 90 + 3 x 130) / 16.
+    EXPECT_EQ(reds[1], 60U);
+    EXPECT_EQ(reds, redsOf(Converted(kReds, size(4, 4, {"-f", "raw8", "-a", "rggb", "-m", "5"}))));
+}
+
+TEST_F(Convert, BicubicUsesFourNeighbours) {
+    // A green row G 0 - G 0 - G 160 - G 0: between the middle two 5/8 x (0 + 160) - 1/8 x (0 + 0).
+    const std::vector<std::uint8_t> raw = {9, 0, 9, 0, 9, 160, 9, 0, 0, 7, 0, 7, 160, 7, 0, 7};
+    const SPng image = Converted(raw, size(8, 2, {"-f", "raw8", "-a", "rggb", "-m", "bicubic"}));
+    EXPECT_EQ(image.samples[3 * 4 + 1], 100U);
+    EXPECT_EQ(Converted(raw, size(8, 2, {"-f", "raw8", "-a", "rggb", "-m", "4"})).samples, image.samples);
+    EXPECT_EQ(Converted(raw, size(8, 2, {"-f", "raw8", "-a", "rggb", "-m", "bilinear"})).samples[3 * 4 + 1], 80U);
+}
+
+TEST_F(Convert, BicubicTakesDeepFramesDownToEightBits) {
+    // At 12 bits the library would leave nothing above 255.
+    std::vector<std::uint16_t> words(16, 0xC80);
+    const SPng image = Converted(littleEndian(words), size(4, 4, {"-f", "raw12", "-a", "gbrg", "-m", "bicubic"}));
+    EXPECT_EQ(image.bits, 8U);
+    EXPECT_EQ(image.samples, Samples(48, 0xC8));
+    EXPECT_EQ(
+        Converted(littleEndian(words), size(4, 4, {"-f", "raw12", "-a", "gbrg", "-m", "bicubic", "--bits-out", "16"}))
+            .samples,
+        Samples(48, 0xC8C8));
+    // A mono frame has nothing to interpolate: it stays as deep as it is.
+    EXPECT_EQ(Converted(littleEndian({0xC80}), size(1, 1, {"-f", "mono12", "-m", "bicubic"})).samples,
+              (Samples{0xC80C}));
+    // --black and --white are samples of the format all the same.
+    EXPECT_EQ(Converted(littleEndian(words), size(4, 4,
+                                                  {"-f", "raw12", "-a", "gbrg", "-m", "bicubic", "--display", "--black",
+                                                   "1024", "--white", "3200"}))
+                  .samples,
+              Samples(48, 255));
+}
+
+TEST_F(Convert, OddSizesOfEveryMethod) {
+    // What is read behind a row's end and behind the image has the right colour in a flat field.
+    std::vector<std::uint8_t> raw;
+    for (unsigned y = 0; y < 5; ++y) {
+        for (unsigned x = 0; x < 7; ++x) {
+            raw.push_back(60);
+        }
+    }
+    for (const char* const method : {"nearest", "bilinear", "bicubic", "bilinear-fcr", "nearest2"}) {
+        EXPECT_EQ(Converted(raw, size(7, 5, {"-f", "raw8", "-a", "bggr", "-m", method})).samples, Samples(105, 60))
+            << method;
+    }
+}
+
+// ---- packed formats ----
+
+/// One row of samples as a little-endian bit stream.
+std::vector<std::uint8_t> packed(const std::vector<unsigned>& samples, unsigned bits) {
+    std::vector<std::uint8_t> bytes((samples.size() * bits + 7) / 8);
+    for (std::size_t i = 0; i < samples.size() * bits; ++i) {
+        if ((samples[i / bits] >> i % bits & 1U) != 0) {
+            bytes[i / 8] = static_cast<std::uint8_t>(bytes[i / 8] | 1U << i % 8);
+        }
+    }
+    return bytes;
+}
+
+TEST_F(Convert, PackedSamplesKeepTheirUpperEightBits) {
+    EXPECT_EQ(packed({0xABC, 0x123}, 12), (std::vector<std::uint8_t>{0xBC, 0x3A, 0x12}));
+    const SPng image = Converted({0xBC, 0x3A, 0x12}, size(2, 1, {"-f", "mono12p"}));
+    EXPECT_EQ(image.bits, 8U);
+    EXPECT_EQ(image.samples, (Samples{0xAB, 0x12}));
+    EXPECT_EQ(Converted(packed({0x2AF, 0x3FF, 0x000, 0x155}, 10), size(4, 1, {"-f", "mono10p"})).samples,
+              (Samples{0xAB, 0xFF, 0x00, 0x55}));
+}
+
+TEST_F(Convert, PackedRowsStartAtAByte) {
+    // Three pixels of 12 bits are 36 bits in 5 bytes; of 10 bits 30 in 4.
+    for (const unsigned bits : {10U, 12U}) {
+        std::vector<std::uint8_t> raw =
+            packed({0x100U >> (12 - bits), 0x200U >> (12 - bits), 0x300U >> (12 - bits)}, bits);
+        const auto lower = packed({0x400U >> (12 - bits), 0x500U >> (12 - bits), 0x600U >> (12 - bits)}, bits);
+        raw.insert(raw.end(), lower.begin(), lower.end());
+        const std::string name = "raw" + std::to_string(bits) + "p";
+        EXPECT_EQ(Converted(raw, size(3, 2, {"-f", name, "-a", "mono"})).samples,
+                  (Samples{0x10, 0x20, 0x30, 0x40, 0x50, 0x60}))
+            << name;
+        EXPECT_EQ(Converted(raw, size(3, 2, {"-f", name, "-a", "rggb", "-m", "none"})).samples,
+                  (Samples{0x10, 0, 0, 0, 0x20, 0, 0x30, 0, 0, 0, 0x40, 0, 0, 0, 0x50, 0, 0x60, 0}))
+            << name;
+        // The second frame of the file.
+        std::vector<std::uint8_t> two(raw.size(), 0xFF);
+        two.insert(two.end(), raw.begin(), raw.end());
+        EXPECT_EQ(Converted(two, size(3, 2, {"-f", name, "-a", "mono", "--frame", "1"})).samples,
+                  (Samples{0x10, 0x20, 0x30, 0x40, 0x50, 0x60}))
+            << name;
+    }
+}
+
+TEST_F(Convert, StagesOfPackedFrames) {
+    EXPECT_EQ(Converted(packed({0x100, 0x200}, 12),
+                        size(2, 1, {"-f", "raw12p", "-a", "rggb", "-m", "none", "--wb", "2,3,1,1"}))
+                  .samples,
+              (Samples{0x20, 0, 0, 0, 0x60, 0}));
+}
+
+// ---- colours that the camera has made ----
+
+TEST_F(Convert, BlueGreenRed) {
+    // Three columns: nine bytes a row, without padding.
+    const std::vector<std::uint8_t> raw = {1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 13, 14, 15, 16, 17, 18, 19};
+    const SPng image = Converted(raw, size(3, 2, {"-f", "bgr8"}));
+    EXPECT_EQ(image.bits, 8U);
+    EXPECT_EQ(image.samples, (Samples{3, 2, 1, 6, 5, 4, 9, 8, 7, 13, 12, 11, 16, 15, 14, 19, 18, 17}));
+    // There is nothing to demosaic, so every method but mono gives the same.
+    EXPECT_EQ(Converted(raw, size(3, 2, {"-f", "10", "-m", "none"})).samples, image.samples);
+    const SPng green = Converted(raw, size(3, 2, {"-f", "bgr8", "-m", "mono"}));
+    EXPECT_EQ(green.channels, 1U);
+    EXPECT_EQ(green.samples, (Samples{2, 5, 8, 12, 15, 18}));
+}
+
+TEST_F(Convert, BlueGreenRedOfTenBits) {
+    // 8 bytes a pixel: blue 0x155, green 0x2AA, red 0x3FF become 0x55, 0xAA, 0xFF.
+    const std::uint32_t pixel = 0x155U | 0x2AAU << 10 | 0x3FFU << 20;
+    std::vector<std::uint8_t> raw;
+    for (unsigned i = 0; i < 8; ++i) {
+        raw.push_back(static_cast<std::uint8_t>(i < 4 ? pixel >> 8 * i : 0));
+    }
+    raw.resize(16);
+    const SPng image = Converted(raw, size(2, 1, {"-f", "bgr10"}));
+    EXPECT_EQ(image.bits, 8U);
+    EXPECT_EQ(image.samples, (Samples{0xFF, 0xAA, 0x55, 0, 0, 0}));
+    EXPECT_EQ(Converted(raw, size(2, 1, {"-f", "bgr10", "--display", "--black", "0", "--white", "340"})).samples[2],
+              255U);
+}
+
+TEST_F(Convert, YCrCbOfEachPixel) {
+    // Red 100 + 1.402 x 50, green 100 - 0.714 x 50; blue 100 + 1.772 x 20, green 100 - 0.344 x 20.
+    const SPng image = Converted({100, 128, 178, 100, 148, 128, 255, 128, 128}, size(3, 1, {"-f", "ycrcb444"}));
+    EXPECT_EQ(image.samples, (Samples{170, 64, 100, 100, 93, 135, 255, 255, 255}));
+    // Video range: luma 16 is black. 235 comes to a little less than 255, of which the fraction is cut off.
+    EXPECT_EQ(Converted({16, 128, 128, 235, 128, 128, 126, 128, 128}, size(3, 1, {"-f", "ycrcb444-bt709"})).samples,
+              (Samples{0, 0, 0, 254, 254, 254, 128, 128, 128}));
+    EXPECT_EQ(Converted({100, 128, 178, 200, 148, 128}, size(2, 1, {"-f", "ycrcb444", "-m", "mono"})).samples,
+              (Samples{100, 200}));
+}
+
+TEST_F(Convert, YCrCb422OfAnyWidth) {
+    // Pairs share Cb 128 and Cr 178: red is 70 more, green 35.7 less. The third pixel has its own Cb, and its Cr has
+    // no place in a row of three: it is that of the pair before.
+    const Samples expected = {170, 64, 100, 120, 14, 50, 80, 0, 45};
+    EXPECT_EQ(Converted({100, 128, 50, 178, 10, 148}, size(3, 1, {"-f", "ycrcb422"})).samples, expected);
+    Samples rows = expected;
+    rows.insert(rows.end(), {10, 10, 10, 20, 20, 20, 30, 30, 30});
+    EXPECT_EQ(
+        Converted({100, 128, 50, 178, 10, 148, 10, 128, 20, 128, 30, 128}, size(3, 2, {"-f", "ycrcb422"})).samples,
+        rows);
+    EXPECT_EQ(Converted({77, 128}, size(1, 1, {"-f", "ycrcb422"})).samples, (Samples{77, 77, 77}));
+}
+
+TEST_F(Convert, YCrCb411OfAnyWidth) {
+    // Fours share Cb 128 and Cr 178. The file's rows of w pixels have w + w / 2 bytes.
+    const std::vector<std::uint8_t> groups = {100, 110, 128, 120, 130, 178, 140, 150, 128, 160, 170, 178};
+    const Samples reds = {170, 180, 190, 200, 210, 220, 230, 240};
+    for (const unsigned width : {4U, 5U, 6U, 7U, 8U}) {
+        std::vector<std::uint8_t> raw(groups.begin(), groups.begin() + width + width / 2);
+        raw.insert(raw.end(), groups.begin(), groups.begin() + width + width / 2);
+        const SPng image = Converted(raw, size(width, 2, {"-f", "ycrcb411"}));
+        ASSERT_EQ(image.samples.size(), 6U * width);
+        for (unsigned i = 0; i < 2 * width; ++i) {
+            EXPECT_EQ(image.samples[3 * i], reds[i % width]) << width << ": " << i;
+            EXPECT_EQ(image.samples[3 * i + 1] + 106, reds[i % width]) << width << ": " << i;
+            EXPECT_EQ(image.samples[3 * i + 2] + 70, reds[i % width]) << width << ": " << i;
+        }
+    }
+    // No chroma at all, or half of it: grey where there is none.
+    EXPECT_EQ(Converted({77}, size(1, 1, {"-f", "ycrcb411"})).samples, (Samples{77, 77, 77}));
+    EXPECT_EQ(Converted({77, 80, 128, 90}, size(3, 1, {"-f", "ycrcb411-bt709", "-m", "mono"})).samples.size(), 3U);
+}
+
+TEST_F(Convert, PictureStagesOfColourFormats) {
+    EXPECT_EQ(Converted({1, 2, 3}, size(1, 1, {"-f", "bgr8", "--matrix", "1,0,0,0,1,0,0,0,1"})).samples,
+              (Samples{4, 3, 2}));
+}
+
+TEST_F(Convert, WhatTheSimulatedCameraSendsLooksTheSameInEveryColourFormat) {
+    // 4:4:4 is exact to a level of rounding; shared chroma shows at the chart's edges only, so the patches agree.
+    const sim::SCameraModel& model = sim::FindCameraModel("global-1m");
+    sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
+    sensor.width = 320;
+    sensor.height = 240;
+    sim::CSimulatedDriver driver(model, sensor);
+    const auto taken = [&](const std::string& format, unsigned long code) {
+        driver.SetTransferFormat(code);
+        driver.SetFrameNumber(0);
+        return Converted(driver.CaptureFrame(), size(320, 240, {"-f", format}));
+    };
+    const sim::CScene scene = driver.Scene();
+    const SPng bgr = taken("bgr8", VEK_TRANSFER_BGR8);
+    for (const auto& [format, code] : {std::pair<const char*, unsigned long>{"bgr10", VEK_TRANSFER_BGR10},
+                                       {"ycrcb444", VEK_TRANSFER_YCRCB444},
+                                       {"ycrcb422", VEK_TRANSFER_YCRCB422},
+                                       {"ycrcb411", VEK_TRANSFER_YCRCB411},
+                                       {"ycrcb444-bt709", VEK_TRANSFER_YCRCB444_BT709},
+                                       {"ycrcb422-bt709", VEK_TRANSFER_YCRCB422_BT709},
+                                       {"ycrcb411-bt709", VEK_TRANSFER_YCRCB411_BT709}}) {
+        const SPng image = taken(format, code);
+        ASSERT_EQ(image.samples.size(), bgr.samples.size()) << format;
+        for (const sim::SPatch& patch : scene.Patches()) {
+            for (unsigned c = 0; c < 3; ++c) {
+                const auto mean = [&](const SPng& picture) {
+                    return picture.mean(patch.x + 4, patch.y + 4, patch.width - 8, patch.height - 8, c);
+                };
+                EXPECT_NEAR(mean(image), mean(bgr), 2.0) << format << ", patch at " << patch.x << ", " << patch.y;
+            }
+        }
+    }
 }
 
 TEST_F(Convert, OffsetAndFrameChooseThePlaceInTheFile) {

@@ -40,9 +40,13 @@ protected:
 
 TEST_F(Demo, WritesAndListsItsPictures) {
     const SResult result = Run({"--frames", "2"}, "new/demo");
-    const std::set<std::string> expected = {"frame1-mono.png",     "frame1-none.png",    "frame1-nearest.png",
-                                            "frame1-bilinear.png", "deep-16bit.png",     "frame2-mono.png",
-                                            "frame2-none.png",     "frame2-nearest.png", "frame2-bilinear.png"};
+    std::set<std::string> expected = {"deep-16bit.png"};
+    for (const std::string frame : {"frame1", "frame2"}) {
+        for (const char* const method :
+             {"mono", "none", "nearest", "bilinear", "bicubic", "bilinear-fcr", "nearest2"}) {
+            expected.insert(frame + "-" + method + ".png");
+        }
+    }
     EXPECT_EQ(Files("new/demo"), expected);
     EXPECT_NE(result.out.find("320 x 240 pixels"), std::string::npos) << result.out;
     for (const std::string& name : expected) {
@@ -64,7 +68,8 @@ TEST_F(Demo, ChartLooksRightInEveryPhase) {
         SCOPED_TRACE(std::string(model.name));
         Run({"--frames", "1", "--model", std::string(model.name)});
         const sim::CScene scene = sim::CScene::Chart(kWidth, kHeight);
-        for (const char* const name : {"frame1-nearest.png", "frame1-bilinear.png", "deep-16bit.png"}) {
+        for (const char* const name : {"frame1-nearest.png", "frame1-bilinear.png", "frame1-bicubic.png",
+                                       "frame1-bilinear-fcr.png", "frame1-nearest2.png", "deep-16bit.png"}) {
             SCOPED_TRACE(name);
             const SPng image = readPng(Path(std::string("demo/") + name));
             const double full = image.bits == 16 ? 65535 : 255;
@@ -141,9 +146,59 @@ TEST_F(Demo, WithoutNoiseTheSeedAndTheFrameDoNotMatter) {
     EXPECT_EQ(readFile(Path("a/deep.raw")), readFile(Path("b/deep.raw")));
 }
 
+TEST_F(Demo, TruthHasAllColoursOfEveryPixel) {
+    // Red, green and blue of the sensor's filters: what stands in a pixel of the mosaic is one of them, in every phase.
+    for (const auto& [model, places] : {std::pair<const char*, std::array<unsigned, 4>>{"global-1m", {0, 1, 1, 2}},
+                                        {"line-2m", {2, 1, 1, 0}},
+                                        {"global-3m", {1, 2, 0, 1}},
+                                        {"rolling-4m", {1, 0, 2, 1}}}) {
+        const SResult result = Run({"--frames", "1", "--raw", "--no-noise", "--truth", "--model", model});
+        EXPECT_NE(result.out.find("  " + Path("demo/truth.png") + "\n"), std::string::npos) << result.out;
+        const SPng truth = readPng(Path("demo/truth.png"));
+        ASSERT_EQ(truth.bits, 16U);
+        ASSERT_EQ(truth.channels, 3U);
+        EXPECT_FALSE(truth.sRgb);
+        const std::vector<std::uint8_t> raw = readFile(Path("demo/frame1.raw"));
+        for (std::size_t i = 0; i < raw.size(); ++i) {
+            const std::size_t place = i % kWidth % 2 + i / kWidth % 2 * 2;
+            ASSERT_EQ(truth.samples[3 * i + places[place]] >> 8, raw[i]) << model << ": " << i;
+        }
+        // The chart's red patch, and its green one, are what they are called in the sensor's samples, too.
+        const sim::CScene scene = sim::CScene::Chart(kWidth, kHeight);
+        for (const unsigned number : {12U, 13U}) {
+            const sim::SPatch& patch = scene.Patches()[number];
+            const unsigned strongest = number - 12;
+            for (unsigned c = 0; c < 3; ++c) {
+                EXPECT_LE(truth.mean(patch.x, patch.y, patch.width, patch.height, c),
+                          truth.mean(patch.x, patch.y, patch.width, patch.height, strongest));
+            }
+        }
+    }
+    Run({"--frames", "1", "--raw", "--no-noise", "--truth", "--model", "clock-vga"});
+    EXPECT_EQ(readPng(Path("demo/truth.png")).channels, 1U);
+    // Noise and hot pixels are none of the chart's colours.
+    Run({"--frames", "1", "--truth", "--no-noise"}, "quiet");
+    const std::vector<std::uint8_t> quiet = readFile(Path("quiet/truth.png"));
+    Run({"--frames", "1", "--truth", "--no-noise", "--seed", "5"}, "seed");
+    EXPECT_EQ(readFile(Path("seed/truth.png")), quiet);
+}
+
+TEST_F(Demo, HotPixelsStandOut) {
+    Run({"--frames", "1", "--raw", "--no-noise", "--hot", "50"});
+    Run({"--frames", "1", "--raw", "--no-noise"}, "sound");
+    const std::vector<std::uint8_t> hot = readFile(Path("demo/frame1.raw"));
+    const std::vector<std::uint8_t> sound = readFile(Path("sound/frame1.raw"));
+    std::size_t brighter = 0;
+    for (std::size_t i = 0; i < hot.size(); ++i) {
+        brighter += hot[i] > sound[i] + 30 ? 1U : 0U;
+    }
+    EXPECT_GE(brighter, 45U); // on the brightest patches some are lost in saturation
+    EXPECT_LE(brighter, 50U);
+}
+
 TEST_F(Demo, ThreeFramesByDefault) {
     Run({});
-    EXPECT_EQ(Files().size(), 13U);
+    EXPECT_EQ(Files().size(), 22U);
     EXPECT_NE(readFile(Path("demo/frame1-mono.png")), readFile(Path("demo/frame3-mono.png")));
 }
 
