@@ -106,7 +106,7 @@ inline std::size_t lookUpBlocks(std::uint8_t* row, std::size_t width, const std:
     return x;
 }
 
-#elif defined(__ARM_NEON)
+#elif defined(__ARM_NEON) && VEK_VECTOR_BYTES != 0
 
 /// 256 bytes, in fours of registers as tbl takes them. An index beyond 63 gives 0 (tbl) or what was there (tbx).
 struct SByteTable {
