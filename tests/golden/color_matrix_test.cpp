@@ -2,6 +2,7 @@
 // Colour matrix, hue and saturation by hand. A sample s counts as s + 1; each input's share of an output is cut off
 // towards zero by itself.
 #include "api/VekImageProcLib.h"
+#include "imageproc/ColorMatrix.h"
 #include "imageproc/IColorMatrix.h"
 
 #include <gtest/gtest.h>
@@ -282,6 +283,17 @@ TEST_F(CGoldenColorMatrix, DerivedLinesAreMultiplesOfFour) {
     std::vector<std::uint8_t> bytes{1, 2, 3, 77, 4, 5, 6};
     EXPECT_EQ(mModule->ProcessB(1, 2, 0, 4, bytes.data(), 8), 0U);
     EXPECT_EQ(bytes, (std::vector<std::uint8_t>{2, 3, 4, 77, 5, 6, 7}));
+}
+
+// The byte form of the clamp: 0 .. 255 as it is, a set bit 28 (negative values) as 0, all else as 255.
+TEST(CColorMatrixSums, BecomeBytes) {
+    EXPECT_EQ(INT_2_BYTE(0), 0);
+    EXPECT_EQ(INT_2_BYTE(255), 255);
+    EXPECT_EQ(INT_2_BYTE(256), 255);
+    EXPECT_EQ(INT_2_BYTE((1 << 28) - 1), 255);
+    EXPECT_EQ(INT_2_BYTE(1 << 28), 0);
+    EXPECT_EQ(INT_2_BYTE(-1), 0);
+    EXPECT_EQ(INT_2_BYTE(-70000), 0);
 }
 
 } // namespace vek::test

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Noise reduction by hand. X and Y are the colours that are not green; positions are (column, row).
 #include "common/Status.h"
+#include "imageproc/NoiseReduction.h"
 #include "model/NoiseReductionCalls.h"
 
 #include <gtest/gtest.h>
@@ -665,6 +666,28 @@ TEST_F(CGoldenNoiseReduction, DepthIsNotPartOfTheDarkFrame) {
     std::vector<std::uint16_t> live = {9, 9, 9, 9};
     EXPECT_EQ(mWords->NRProcW(4, 1, 0, kMono, live.data(), 10, kNoiseComplex), kOk);
     EXPECT_EQ(live, (std::vector<std::uint16_t>{9, 9, 9, 2}));
+}
+
+// Values are sorted in place, largest first; an even number of them gives the mean of the two in the middle, cut off.
+TEST(CNoiseReductionMedian, SortsItsValues) {
+    unsigned char odd[] = {10, 50, 30, 20, 40};
+    EXPECT_EQ(mGetCenterValue(odd, 5), 30);
+    EXPECT_EQ(odd[0], 50);
+    EXPECT_EQ(odd[4], 10);
+    unsigned short even[] = {65535, 1, 65534, 7};
+    EXPECT_EQ(mGetCenterValue(even, 4), 32770); // (65534 + 7) >> 1
+}
+
+// The centre stands first and is compared as it was before the sorting moved it.
+TEST(CNoiseReductionMedian, SmallerAndLargerCompareTheFirstValue) {
+    unsigned char bright[] = {200, 10, 20, 30, 40};
+    EXPECT_EQ(mGetCenterValueSmaller(bright, 5), 30);
+    unsigned char dark[] = {5, 10, 20, 30, 40};
+    EXPECT_EQ(mGetCenterValueSmaller(dark, 5), 5);
+    unsigned short clipped[] = {250, 255, 252, 254, 251};
+    EXPECT_EQ(mGetCenterValueLarger(clipped, 5), 252);
+    unsigned short brighter[] = {250, 1, 2, 3, 4};
+    EXPECT_EQ(mGetCenterValueLarger(brighter, 5), 250);
 }
 
 } // namespace vek::test
