@@ -4,8 +4,8 @@
 namespace vek {
 
 /// Colour matrix, hue and saturation of blue-green-red images, in place. width, height in pixels, lineBytes in bytes
-/// (0: samples x width, rounded up to a multiple of 4), pixelFormat: enum VekDestinationFormat. Results: 0, or -22 as
-/// an unsigned 64-bit number, and then nothing has changed.
+/// (0: the samples of a row, rounded up to a multiple of 4), pixelFormat: enum VekDestinationFormat. Results: 0, or -22
+/// as an unsigned 64-bit number, and then nothing has changed.
 class IColorMatrix {
 public:
     /// mode: 0 identity, 255 matrix. matrix: rows R, G, B of three coefficients for R, G, B (hundredths) and an offset
