@@ -55,6 +55,17 @@ CColorMatrix::Matrix3 CColorMatrix::mGetMixMatrix() const {
     return mix;
 }
 
+namespace {
+
+/// Three entries of less than this size stay far from 2^28 together.
+constexpr int kModerate = 1 << 26;
+
+constexpr bool isModerate(int entry) {
+    return entry > -kModerate && entry < kModerate;
+}
+
+} // namespace
+
 /// Entry i holds the products of i + 1, and the offsets stand in the table of red alone: images that were tuned with
 /// both depend on them.
 void CColorMatrix::mUpdateTable() {
@@ -64,12 +75,15 @@ void CColorMatrix::mUpdateTable() {
                                          static_cast<float>(mMatrix[11]) / 100.0F};
     Matrix3 sum = mix;
     constexpr std::size_t outputs[] = {kB, kG, kR};
+    mbModerate = true;
     for (std::size_t i = 0; i < mTableR.size(); ++i) {
         for (std::size_t j = 0; j < 3; ++j) {
             const std::array<float, 3>& row = sum[outputs[j]];
             mTableB[i][j] = saturateTo<int>(row[kB]);
             mTableG[i][j] = saturateTo<int>(row[kG]);
             mTableR[i][j] = saturateTo<int>(offset[outputs[j]] + row[kR]);
+            mbModerate =
+                mbModerate && isModerate(mTableB[i][j]) && isModerate(mTableG[i][j]) && isModerate(mTableR[i][j]);
         }
         for (std::size_t row = 0; row < 3; ++row) {
             for (std::size_t column = 0; column < 3; ++column) {
@@ -146,7 +160,7 @@ unsigned long CColorMatrix::Process(unsigned long width, unsigned long height, u
     const unsigned maxValue =
         bits < std::numeric_limits<T>::digits ? (1U << bits) - 1 : unsigned{std::numeric_limits<T>::max()};
     const auto matrix = rows::colourRows<T>(mRows).matrix;
-    const rows::SMatrixTables tables = {mTableB.data(), mTableG.data(), mTableR.data()};
+    const rows::SMatrixTables tables = {mTableB.data(), mTableG.data(), mTableR.data(), mbModerate};
     return SImage<T>{width, height, lineBytes, image}.forRows(
         [&](T* row, unsigned long) { matrix(row, width, samples, tables, maxValue); });
 }

@@ -54,6 +54,7 @@ private:
     Table mTableB{};
     Table mTableG{};
     Table mTableR{};
+    bool mbModerate = true; ///< no sum of the tables' entries comes near the limits of the clamp
 };
 
 } // namespace vek

@@ -26,8 +26,9 @@ struct SSettings {
     std::vector<std::array<std::int32_t, 4>> products = std::vector<std::array<std::int32_t, 4>>(3 * 4096);
     rows::SChromaLimits limits{};
     unsigned coring = 0;
+    bool moderate; ///< products are those of a usual matrix
 
-    SSettings(std::uint64_t seed, unsigned depth) {
+    SSettings(std::uint64_t seed, unsigned depth) : moderate(seed % 2 == 0) {
         CRandom random(seed);
         const double largest = (1U << depth) - 1;
         for (unsigned i = 0; i < rows::SLumaTables::kEntries; ++i) {
@@ -40,7 +41,7 @@ struct SSettings {
         for (std::array<std::int32_t, 4>& entry : products) {
             for (std::int32_t& product : entry) {
                 const auto value = static_cast<std::int32_t>(random.Next());
-                product = seed % 2 == 0 ? value % static_cast<std::int32_t>(largest) : value;
+                product = moderate ? value % static_cast<std::int32_t>(largest) : value;
             }
         }
         limits = {static_cast<std::uint16_t>(random.Below(1U << depth)),
@@ -53,7 +54,7 @@ struct SSettings {
     rows::SLumaTables luma() const { return {blue.data(), green.data(), red.data()}; }
     rows::SMatrixTables matrix() const {
         const auto* const first = reinterpret_cast<const rows::SMatrixTables::Entry*>(products.data());
-        return {first, first + 4096, first + 2 * 4096};
+        return {first, first + 4096, first + 2 * 4096, moderate};
     }
     rows::SSharpening sharpening(unsigned depth) const { return {corrections.data(), coring, (1U << depth) - 1}; }
 };

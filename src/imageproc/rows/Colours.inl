@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rows of blue-green-red pixels: luma curve, colour matrix, chroma suppression; and the unsharp mask.
+//
+// The tiers with vectors reckon luma instead of looking it up, and take a row in chunks: luma of a chunk to a buffer,
+// there through the curve or the corrections, and from there to the pixels.
 
 namespace vek::rows::VEK_ISA {
 namespace {
@@ -28,11 +31,13 @@ inline T clampTo(std::int32_t value, std::int32_t maxValue) {
     return static_cast<T>(value < 0 ? 0 : value > maxValue ? maxValue : value);
 }
 
+// ---- plain loops: columns from .. to-1 ----
+
 template <class T>
-void lumaCurve(T* row, std::size_t width, std::size_t step, const SLumaTables& luma, const std::uint16_t* curve,
-               unsigned maxValue) {
+inline void lumaCurveSpan(T* row, std::size_t from, std::size_t to, std::size_t step, const SLumaTables& luma,
+                          const std::uint16_t* curve, unsigned maxValue) {
     const auto max = static_cast<std::int32_t>(maxValue);
-    for (std::size_t x = 0; x < width; ++x) {
+    for (std::size_t x = from; x < to; ++x) {
         T* const pixel = row + x * step;
         const unsigned y = lumaOf(pixel, luma);
         const auto change = static_cast<std::int16_t>(curve[entryOf<4096>(static_cast<std::uint16_t>(y))] - y);
@@ -49,8 +54,9 @@ inline T clampSum(std::uint32_t sum, unsigned maxValue) {
 }
 
 template <class T>
-void matrix(T* row, std::size_t width, std::size_t step, const SMatrixTables& tables, unsigned maxValue) {
-    for (std::size_t x = 0; x < width; ++x) {
+inline void matrixSpan(T* row, std::size_t from, std::size_t to, std::size_t step, const SMatrixTables& tables,
+                       unsigned maxValue) {
+    for (std::size_t x = from; x < to; ++x) {
         T* const pixel = row + x * step;
         const SMatrixTables::Entry& blue = tables.blue[entryOf<4096>(pixel[0])];
         const SMatrixTables::Entry& green = tables.green[entryOf<4096>(pixel[1])];
@@ -71,10 +77,13 @@ inline T towardGreen(T sample, T green, std::int32_t strength) {
     return static_cast<T>(move > 0 ? sample + (move >> 14) : sample - (-move >> 14));
 }
 
+/// Full suppression.
+constexpr std::uint16_t kFullStrength = 1 << 14;
+
 template <class T>
-void suppressChroma(T* row, std::size_t width, std::size_t step, const SLumaTables& luma, const SChromaLimits& limits) {
-    constexpr std::uint32_t full = 1 << 14;
-    for (std::size_t x = 0; x < width; ++x) {
+inline void suppressChromaSpan(T* row, std::size_t from, std::size_t to, std::size_t step, const SLumaTables& luma,
+                               const SChromaLimits& limits) {
+    for (std::size_t x = from; x < to; ++x) {
         T* const pixel = row + x * step;
         const unsigned y = lumaOf(pixel, luma);
         std::uint32_t strength = 0;
@@ -86,22 +95,23 @@ void suppressChroma(T* row, std::size_t width, std::size_t step, const SLumaTabl
                 std::uint32_t{limits.highSlope} * static_cast<std::uint16_t>(y - limits.highStart + 1);
             strength = high > strength ? high : strength;
         }
-        const auto k = static_cast<std::int32_t>(strength < full ? strength : full);
+        const auto k = static_cast<std::int32_t>(strength < kFullStrength ? strength : kFullStrength);
         pixel[0] = towardGreen(pixel[0], pixel[1], k);
         pixel[2] = towardGreen(pixel[2], pixel[1], k);
     }
 }
 
 template <class T>
-void luma(const T* row, T* lumaRow, std::size_t width, std::size_t step, const SLumaTables& tables) {
-    for (std::size_t x = 0; x < width; ++x) {
+inline void lumaSpan(const T* row, T* lumaRow, std::size_t from, std::size_t to, std::size_t step,
+                     const SLumaTables& tables) {
+    for (std::size_t x = from; x < to; ++x) {
         lumaRow[x] = static_cast<T>(lumaOf(row + x * step, tables));
     }
 }
 
 template <class T>
-void sum3(const T* row, std::uint16_t* sumRow, std::size_t width) {
-    for (std::size_t x = 1; x + 1 < width; ++x) {
+inline void sum3Span(const T* row, std::uint16_t* sumRow, std::size_t from, std::size_t to) {
+    for (std::size_t x = from; x < to; ++x) {
         sumRow[x] = static_cast<std::uint16_t>(row[x - 1] + row[x] + row[x + 1]);
     }
 }
@@ -150,12 +160,12 @@ inline std::uint16_t darkerColour(std::uint16_t sample, unsigned correction, uns
     return static_cast<std::uint16_t>(darker < maxValue ? darker : maxValue);
 }
 
+/// left: the sample in front of from as it was before its own change. Returns that of the last column.
 template <class T>
-void sharpenGrey(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
-                 const SSharpening& sharpening) {
+inline T sharpenGreySpan(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t from,
+                         std::size_t to, T left, const SSharpening& sharpening) {
     const auto coring = static_cast<std::int32_t>(sharpening.coring);
-    T left = row[0]; // as it was before its own change
-    for (std::size_t x = 1; x + 1 < width; ++x) {
+    for (std::size_t x = from; x < to; ++x) {
         const T centre = row[x];
         const std::int32_t difference = detail(centre, left, row[x + 1], above[x], below[x]);
         if (difference > coring) {
@@ -165,13 +175,15 @@ void sharpenGrey(T* row, const std::uint16_t* above, const std::uint16_t* below,
         }
         left = centre;
     }
+    return left;
 }
 
 template <class T>
-void sharpenColour(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above, const std::uint16_t* below,
-                   std::size_t width, const SSharpening& sharpening) {
+inline void sharpenColourSpan(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above,
+                              const std::uint16_t* below, std::size_t from, std::size_t to,
+                              const SSharpening& sharpening) {
     const auto coring = static_cast<std::int32_t>(sharpening.coring);
-    for (std::size_t x = 1; x + 1 < width; ++x) {
+    for (std::size_t x = from; x < to; ++x) {
         T* const pixel = row + x * step;
         const std::int32_t difference = detail(lumaRow[x], lumaRow[x - 1], lumaRow[x + 1], above[x], below[x]);
         if (difference > coring) {
@@ -186,6 +198,597 @@ void sharpenColour(T* row, std::size_t step, const T* lumaRow, const std::uint16
             }
         }
     }
+}
+
+#if VEK_VECTOR_BYTES != 0
+
+// ---- blocks: each function works on whole blocks of a row and returns the column behind them ----
+
+/// Pixels that go through the steps of a kernel together.
+constexpr std::size_t kChunk = 512;
+
+/// A value for each pixel of a chunk.
+template <class T>
+struct SChunk {
+    alignas(VEK_VECTOR_BYTES) T at[kChunk];
+};
+
+/// Whole blocks of T from column x on, a chunk at most.
+template <class T>
+inline std::size_t chunkColumns(std::size_t x, std::size_t end) {
+    const std::size_t blocks = (end - x) / kLanes<T> * kLanes<T>;
+    return blocks < kChunk ? blocks : kChunk;
+}
+
+template <std::size_t Step>
+struct SStep {
+    static constexpr std::size_t value = Step;
+};
+
+/// body(SStep<step>) where the tier's vectors take the step, first otherwise.
+template <class Body>
+inline std::size_t forStep(std::size_t step, std::size_t first, Body body) {
+    if (step == 3) {
+        return body(SStep<3>{});
+    }
+    if constexpr (kTakesStep<4>) {
+        switch (step) {
+        case 4:
+            return body(SStep<4>{});
+        case 6:
+            return body(SStep<6>{});
+        case 8:
+            return body(SStep<8>{});
+        default:
+            break;
+        }
+    }
+    return first;
+}
+
+/// Luma of bytes. The weights of ITU-R BT.601 in 15 bits round every byte as the tables do.
+inline Vec<std::uint8_t> lumaVec(const SColours<std::uint8_t>& pixels) {
+    using Words = Vec<std::uint16_t>;
+    return inPairs<std::uint8_t>(
+        [](Words blue, Words green, Words red) {
+            return mulRounded(blue, Words{} + 3736) + mulRounded(green, Words{} + 19235) +
+                   mulRounded(red, Words{} + 9798);
+        },
+        pixels.blue, pixels.green, pixels.red);
+}
+
+/// The share of samples within the tables. The products have three decimals: a constant between the largest fraction
+/// that is cut off, 0.499, and the smallest that is not leaves room for single precision.
+inline Vec<std::uint32_t> lumaShare(Vec<std::uint32_t> samples, float weight) {
+    const auto product = __builtin_convertvector((Vec<std::int32_t>)samples, Vec<float>) * weight + 0.5005F;
+    return (Vec<std::uint32_t>)__builtin_convertvector(product, Vec<std::int32_t>);
+}
+
+/// Luma of words.
+inline Vec<std::uint16_t> lumaVec(const SColours<std::uint16_t>& pixels) {
+    using Wide = Vec<std::uint32_t>;
+    const Vec<std::uint16_t> last = Vec<std::uint16_t>{} + (SLumaTables::kEntries - 1);
+    return inPairs<std::uint16_t>(
+        [](Wide blue, Wide green, Wide red) {
+            return lumaShare(blue, 0.114F) + lumaShare(green, 0.587F) + lumaShare(red, 0.299F);
+        },
+        minVec(pixels.blue, last), minVec(pixels.green, last), minVec(pixels.red, last));
+}
+
+/// Luma of count pixels, whole blocks.
+template <std::size_t Step, class T>
+inline void lumaBlocks(const T* row, T* lumaRow, std::size_t count) {
+    for (std::size_t x = 0; x < count; x += kLanes<T>) {
+        store(lumaRow + x, lumaVec(loadColours<Step>(row + x * Step)));
+    }
+}
+
+/// Vector K of a block of pixels: plus and then minus a change, up to maxValue.
+template <std::size_t Step, std::size_t K, class T>
+inline void changeVector(T* pixels, Vec<T> plus, Vec<T> minus, Vec<T> maxValue) {
+    const Vec<T> changed =
+        subSat(addSat(loadSamples<Step, K>(pixels), repeatLanes<Step, K, T>(plus)), repeatLanes<Step, K, T>(minus));
+    storeSamples<Step, K>(pixels, sizeof(T) == 1 ? changed : minVec(changed, maxValue));
+    if constexpr (K + 1 < Step) {
+        changeVector<Step, K + 1>(pixels, plus, minus, maxValue);
+    }
+}
+
+/// The samples of a block of pixels become larger by plus and smaller by minus, of which one is 0; they stay within
+/// 0 .. maxValue (bytes: 255).
+template <std::size_t Step, class T>
+inline void changeBlock(T* pixels, Vec<T> plus, Vec<T> minus, Vec<T> maxValue) {
+    changeVector<Step, 0>(pixels, plus, minus, maxValue);
+}
+
+/// The first entries of a table of words as bytes, in runs of 16 up to the first that is not of bytes throughout;
+/// returns their number.
+inline std::size_t byteEntries(const std::uint16_t* table, std::uint8_t* bytes) {
+    std::size_t count = 0;
+    for (; count < kCurveEntries<std::uint8_t>; count += 16) {
+        std::uint16_t all = 0;
+        for (std::size_t i = count; i < count + 16; ++i) {
+            bytes[i] = static_cast<std::uint8_t>(table[i]);
+            all = static_cast<std::uint16_t>(all | table[i]);
+        }
+        if (all > 255) {
+            break;
+        }
+    }
+    return count;
+}
+
+/// The curve as the lookup takes it; null where vectors cannot work with it.
+inline const std::uint16_t* curveFor(const std::uint16_t* curve, unsigned maxValue, std::uint16_t*) {
+    return maxValue < 0x8000 ? curve : nullptr;
+}
+inline const std::uint8_t* curveFor(const std::uint16_t* curve, unsigned maxValue, std::uint8_t* bytes) {
+    return maxValue == 255 && byteEntries(curve, bytes) == kCurveEntries<std::uint8_t> ? bytes : nullptr;
+}
+
+template <std::size_t Step, class T>
+inline std::size_t lumaCurveBlocks(T* row, std::size_t width, const std::uint16_t* curve, unsigned maxValue) {
+    T bytes[sizeof(T) == 1 ? kCurveEntries<T> : 1];
+    const T* const levels = curveFor(curve, maxValue, bytes);
+    if (levels == nullptr) {
+        return 0;
+    }
+    const Vec<T> max = Vec<T>{} + static_cast<T>(maxValue);
+    SChunk<T> luma;
+    SChunk<T> level;
+    std::size_t x = 0;
+    while (const std::size_t count = chunkColumns<T>(x, width)) {
+        T* const pixels = row + x * Step;
+        lumaBlocks<Step>(pixels, luma.at, count);
+        __builtin_memcpy(level.at, luma.at, count * sizeof(T));
+        lookUp(level.at, count, levels, levels);
+        for (std::size_t i = 0; i < count; i += kLanes<T>) {
+            const Vec<T> before = load(luma.at + i);
+            const Vec<T> after = load(level.at + i);
+            if constexpr (sizeof(T) == 1) {
+                changeBlock<Step>(pixels + i * Step, subSat(after, before), subSat(before, after), max);
+            } else {
+                // The difference counts in 16 bits with a sign.
+                const Vec<T> falls = (Vec<T>)((Vec<std::int16_t>)(after - before) < 0);
+                changeBlock<Step>(pixels + i * Step, (after - before) & ~falls, (before - after) & falls, max);
+            }
+        }
+        x += count;
+    }
+    return x;
+}
+
+/// Strength of suppression at a distance beyond a start level.
+inline Vec<std::uint16_t> strengthAt(Vec<std::uint16_t> distance, std::uint16_t slope) {
+    using Words = Vec<std::uint16_t>;
+    const Words slopes = Words{} + slope;
+    const Words full = Words{} + kFullStrength;
+    return mulHigh(distance, slopes) != 0 ? full : minVec(distance * slopes, full);
+}
+
+inline Vec<std::uint16_t> strengthOf(Vec<std::uint16_t> y, const SChromaLimits& limits) {
+    using Words = Vec<std::uint16_t>;
+    const Words lowStart = Words{} + limits.lowStart;
+    const Words highStart = Words{} + limits.highStart;
+    const Words low = strengthAt(lowStart - y + 1, limits.lowSlope) & (Words)(y < lowStart);
+    const Words high = strengthAt(y - highStart + 1, limits.highSlope) & (Words)(y > highStart);
+    return maxVec(low, high);
+}
+
+/// Strengths of a block: bytes have those of even and of odd columns.
+template <class T>
+struct SStrength;
+template <>
+struct SStrength<std::uint8_t> {
+    Vec<std::uint16_t> even;
+    Vec<std::uint16_t> odd;
+    SStrength(Vec<std::uint8_t> y, const SChromaLimits& limits)
+        : even(strengthOf((Vec<std::uint16_t>)y & 0xFF, limits)), odd(strengthOf((Vec<std::uint16_t>)y >> 8, limits)) {}
+    bool Any() const { return anyLane(even | odd); }
+    /// distance x strength / 16384
+    Vec<std::uint8_t> Of(Vec<std::uint8_t> distance) const {
+        const auto pairs = (Vec<std::uint16_t>)distance;
+        return (Vec<std::uint8_t>)(mulHigh((pairs & 0xFF) << 2, even) | mulHigh(pairs >> 8 << 2, odd) << 8);
+    }
+};
+template <>
+struct SStrength<std::uint16_t> {
+    Vec<std::uint16_t> all;
+    SStrength(Vec<std::uint16_t> y, const SChromaLimits& limits) : all(strengthOf(y, limits)) {}
+    bool Any() const { return anyLane(all); }
+    Vec<std::uint16_t> Of(Vec<std::uint16_t> distance) const {
+        return all == kFullStrength ? distance : mulHigh(distance, all << 2);
+    }
+};
+
+template <class T>
+inline Vec<T> towardGreenVec(Vec<T> samples, Vec<T> green, const SStrength<T>& strength) {
+    const Vec<T> up = subSat(green, samples);
+    const Vec<T> move = strength.Of(up | subSat(samples, green));
+    return up != 0 ? samples + move : samples - move;
+}
+
+template <unsigned Channels, class T>
+inline std::size_t suppressChromaBlocks(T* row, std::size_t width, const SChromaLimits& limits) {
+    std::size_t x = 0;
+    for (; x + kLanes<T> <= width; x += kLanes<T>) {
+        T* const pixels = row + x * Channels;
+        const SColours<T> colours = loadColours<Channels>(pixels);
+        const SStrength<T> strength(lumaVec(colours), limits);
+        // Bright and dark areas are connected.
+        if (strength.Any()) {
+            storePixels<Channels>(pixels, towardGreenVec(colours.blue, colours.green, strength), colours.green,
+                                  towardGreenVec(colours.red, colours.green, strength));
+        }
+    }
+    return x;
+}
+
+/// kLanes<std::uint16_t> samples as words.
+inline Vec<std::uint16_t> loadWords(const std::uint16_t* p) {
+    return load(p);
+}
+inline Vec<std::uint16_t> loadWords(const std::uint8_t* p) {
+    std::uint8_t bytes __attribute__((vector_size(kLanes<std::uint16_t>)));
+    __builtin_memcpy(&bytes, p, sizeof bytes);
+    return __builtin_convertvector(bytes, Vec<std::uint16_t>);
+}
+
+/// Words of 0 .. 255 as kLanes<std::uint16_t> bytes; words stay.
+inline void storeNarrow(std::uint16_t* p, Vec<std::uint16_t> v) {
+    store(p, v);
+}
+inline void storeNarrow(std::uint8_t* p, Vec<std::uint16_t> v) {
+    using Bytes = std::uint8_t __attribute__((vector_size(kLanes<std::uint16_t>)));
+    const auto bytes = __builtin_convertvector(v, Bytes);
+    __builtin_memcpy(p, &bytes, sizeof bytes);
+}
+
+template <class T>
+inline std::size_t sum3Blocks(const T* row, std::uint16_t* sumRow, std::size_t width) {
+    constexpr std::size_t lanes = kLanes<std::uint16_t>;
+    std::size_t x = 1;
+    for (; x + lanes < width; x += lanes) {
+        store(sumRow + x, loadWords(row + x - 1) + loadWords(row + x) + loadWords(row + x + 1));
+    }
+    return x;
+}
+
+/// Corrections by difference for the samples of T. Bytes take two tables of bytes: what they get brighter by counts
+/// modulo 256, what the pixels of colour images get darker by is held at 255.
+template <class T>
+struct SCorrections;
+template <>
+struct SCorrections<std::uint8_t> {
+    std::uint8_t raise[kCurveEntries<std::uint8_t>];
+    std::uint8_t lower[kCurveEntries<std::uint8_t>];
+    bool differ = false;
+    explicit SCorrections(const std::uint16_t* table) {
+        std::uint16_t all = 0;
+        for (std::size_t i = 0; i < kCurveEntries<std::uint8_t>; ++i) {
+            raise[i] = static_cast<std::uint8_t>(table[i]);
+            lower[i] = static_cast<std::uint8_t>(table[i] < 255 ? table[i] : 255);
+            all = static_cast<std::uint16_t>(all | table[i]);
+        }
+        differ = all > 255;
+    }
+};
+template <>
+struct SCorrections<std::uint16_t> {
+    const std::uint16_t* raise;
+    const std::uint16_t* lower;
+    static constexpr bool differ = false;
+    explicit SCorrections(const std::uint16_t* table) : raise(table), lower(table) {}
+};
+
+/// What the unsharp mask knows of the pixels of a chunk: how far they are above or below the mean of their neighbours,
+/// 0 where that is within the coring; and the corrections for it.
+template <class T>
+struct SSharpChunk {
+    SChunk<T> brighter;
+    SChunk<T> darker;
+    SChunk<T> raise;
+    SChunk<T> lower;
+
+    /// samples: those of the row; leftOf(i): the left neighbours of column i and those behind it, as words; above,
+    /// below: sums of three of the rows beside. Returns false where sums leave 16 bits: words above any depth.
+    template <class LeftOf>
+    bool Compare(const T* samples, LeftOf leftOf, const std::uint16_t* above, const std::uint16_t* below,
+                 std::size_t count, unsigned coring) {
+        Vec<std::uint16_t> sums{};
+        Vec<std::uint16_t> neighbours{};
+        for (std::size_t i = 0; i < count; i += kLanes<std::uint16_t>) {
+            const Vec<std::uint16_t> a = load(above + i);
+            const Vec<std::uint16_t> b = load(below + i);
+            const Vec<std::uint16_t> left = leftOf(i);
+            const Vec<std::uint16_t> right = loadWords(samples + i + 1);
+            sums |= a | b;
+            neighbours |= left | right;
+            storeNarrow(raise.at + i, (a + b + left + right + 4) >> 3);
+        }
+        constexpr T largest = static_cast<T>(~T{0});
+        const T held = coring < largest ? static_cast<T>(coring) : largest;
+        const Vec<T> limit = Vec<T>{} + held;
+        for (std::size_t i = 0; i < count; i += kLanes<T>) {
+            const Vec<T> sample = load(samples + i);
+            const Vec<T> mean = load(raise.at + i);
+            const Vec<T> more = subSat(sample, mean);
+            const Vec<T> less = subSat(mean, sample);
+            store(brighter.at + i, more & (Vec<T>)(more > limit));
+            store(darker.at + i, less & (Vec<T>)(less > limit));
+            store(raise.at + i, more | less);
+        }
+        return !anyLane((sums & 0xC000) | (neighbours & 0xE000));
+    }
+
+    /// Corrections from differences. apart: pixels that get darker have a table of their own.
+    void LookUp(const SCorrections<T>& corrections, std::size_t count, bool apart) {
+        if (apart) {
+            __builtin_memcpy(lower.at, raise.at, count * sizeof(T));
+            lookUp(lower.at, count, corrections.lower, corrections.lower);
+        }
+        lookUp(raise.at, count, corrections.raise, corrections.raise);
+    }
+    Vec<T> Plus(std::size_t i) const { return load(raise.at + i) & (Vec<T>)(load(brighter.at + i) != 0); }
+    Vec<T> Minus(std::size_t i, bool apart) const {
+        return load((apart ? lower.at : raise.at) + i) & (Vec<T>)(load(darker.at + i) != 0);
+    }
+};
+
+/// Whether vectors know the largest sample: all bytes, words of up to 15 bits.
+template <class T>
+constexpr bool isUsualMaximum(unsigned maxValue) {
+    return sizeof(T) == 1 ? maxValue == 255 : maxValue < 0x8000;
+}
+
+template <class T>
+inline std::size_t sharpenGreyBlocks(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
+                                     T& left, const SSharpening& sharpening) {
+    std::size_t x = 1;
+    if (!isUsualMaximum<T>(sharpening.maxValue) || width < kLanes<T> + 2) {
+        return x;
+    }
+    const SCorrections<T> corrections(sharpening.table);
+    const Vec<T> max = Vec<T>{} + static_cast<T>(sharpening.maxValue);
+    SSharpChunk<T> chunk;
+    while (const std::size_t count = chunkColumns<T>(x, width - 1)) {
+        T* const samples = row + x;
+        const auto leftOf = [&](std::size_t i) {
+            Vec<std::uint16_t> words = loadWords(samples + i - 1);
+            if (i == 0) {
+                words[0] = left;
+            }
+            return words;
+        };
+        bool usual = chunk.Compare(samples, leftOf, above + x, below + x, count, sharpening.coring);
+        if constexpr (sizeof(T) != 1) {
+            // Samples above the largest keep what the plain loop leaves of them.
+            Vec<T> high{};
+            for (std::size_t i = 0; i < count; i += kLanes<T>) {
+                high |= (Vec<T>)(load(samples + i) > max);
+            }
+            usual = usual && !anyLane(high);
+        }
+        if (usual) {
+            left = samples[count - 1];
+            chunk.LookUp(corrections, count, false);
+            for (std::size_t i = 0; i < count; i += kLanes<T>) {
+                const Vec<T> sharp = subSat(addSat(load(samples + i), chunk.Plus(i)), chunk.Minus(i, false));
+                store(samples + i, sizeof(T) == 1 ? sharp : minVec(sharp, max));
+            }
+        } else {
+            left = sharpenGreySpan(row, above, below, x, x + count, left, sharpening);
+        }
+        x += count;
+    }
+    return x;
+}
+
+/// Whether a sample of a block's pixels is above maxValue.
+template <std::size_t Step, std::size_t K, class T>
+inline Vec<T> samplesAbove(const T* pixels, Vec<T> maxValue) {
+    const Vec<T> high = (Vec<T>)(loadSamples<Step, K>(pixels) > maxValue);
+    if constexpr (K + 1 < Step) {
+        return high | samplesAbove<Step, K + 1>(pixels, maxValue);
+    } else {
+        return high;
+    }
+}
+
+template <std::size_t Step, class T>
+inline std::size_t sharpenColourBlocks(T* row, const T* lumaRow, const std::uint16_t* above, const std::uint16_t* below,
+                                       std::size_t width, const SSharpening& sharpening) {
+    std::size_t x = 1;
+    if (!isUsualMaximum<T>(sharpening.maxValue) || width < kLanes<T> + 2) {
+        return x;
+    }
+    const SCorrections<T> corrections(sharpening.table);
+    const Vec<T> max = Vec<T>{} + static_cast<T>(sharpening.maxValue);
+    SSharpChunk<T> chunk;
+    while (const std::size_t count = chunkColumns<T>(x, width - 1)) {
+        const auto leftOf = [&](std::size_t i) { return loadWords(lumaRow + x + i - 1); };
+        if (chunk.Compare(lumaRow + x, leftOf, above + x, below + x, count, sharpening.coring)) {
+            chunk.LookUp(corrections, count, corrections.differ);
+            for (std::size_t i = 0; i < count; i += kLanes<T>) {
+                T* const pixels = row + (x + i) * Step;
+                if (sizeof(T) != 1 && anyLane(samplesAbove<Step, 0>(pixels, max))) {
+                    // Those that are left alone stay as they are.
+                    sharpenColourSpan(row, Step, lumaRow, above, below, x + i, x + i + kLanes<T>, sharpening);
+                } else {
+                    changeBlock<Step>(pixels, chunk.Plus(i), chunk.Minus(i, corrections.differ), max);
+                }
+            }
+        } else {
+            sharpenColourSpan(row, Step, lumaRow, above, below, x, x + count, sharpening);
+        }
+        x += count;
+    }
+    return x;
+}
+
+#endif
+
+// ---- colour matrix ----
+
+#if VEK_VECTOR_BYTES != 0
+
+// Four sums of 32 bits are a pixel. They go to bytes or words as a clamp does it, which is what the limits of 2^28 come
+// to where no sum can reach them.
+
+using Sums = std::int32_t __attribute__((vector_size(16)));
+
+inline Sums entryAt(const SMatrixTables::Entry* table, std::size_t sample) {
+    Sums entry;
+    __builtin_memcpy(&entry, table[sample], sizeof entry);
+    return entry;
+}
+
+template <class T>
+inline Sums pixelSums(const SMatrixTables& tables, const T* pixel) {
+    return entryAt(tables.blue, entryOf<4096>(pixel[0])) + entryAt(tables.green, entryOf<4096>(pixel[1])) +
+           entryAt(tables.red, entryOf<4096>(pixel[2]));
+}
+
+/// 16 bytes of samples: four pixels of bytes, two of words, with anything in the fourth sample of each.
+template <class T>
+struct SSumBlock {
+    static constexpr std::size_t pixels = 4 / sizeof(T);
+    typedef T Samples __attribute__((vector_size(16)));
+};
+
+#if defined(__ARM_NEON)
+inline uint16x8_t packWords(Sums a, Sums b) {
+    return vcombine_u16(vqmovun_s32(a), vqmovun_s32(b));
+}
+inline SSumBlock<std::uint16_t>::Samples packSums(const Sums* sums, std::uint16_t) {
+    return packWords(sums[0], sums[1]);
+}
+inline SSumBlock<std::uint8_t>::Samples packSums(const Sums* sums, std::uint8_t) {
+    return vcombine_u8(vqmovn_u16(packWords(sums[0], sums[1])), vqmovn_u16(packWords(sums[2], sums[3])));
+}
+#else
+inline SSumBlock<std::uint16_t>::Samples packSums(const Sums* sums, std::uint16_t) {
+    return (SSumBlock<std::uint16_t>::Samples)_mm_packus_epi32((__m128i)sums[0], (__m128i)sums[1]);
+}
+inline SSumBlock<std::uint8_t>::Samples packSums(const Sums* sums, std::uint8_t) {
+    return (SSumBlock<std::uint8_t>::Samples)_mm_packus_epi16(_mm_packs_epi32((__m128i)sums[0], (__m128i)sums[1]),
+                                                              _mm_packs_epi32((__m128i)sums[2], (__m128i)sums[3]));
+}
+#endif
+
+template <class T>
+inline std::size_t matrixBlocks(T* row, std::size_t width, std::size_t step, const SMatrixTables& tables,
+                                unsigned maxValue) {
+    using Samples = typename SSumBlock<T>::Samples;
+    constexpr std::size_t pixels = SSumBlock<T>::pixels;
+    if (!tables.moderate) {
+        return 0;
+    }
+    const Samples max = Samples{} + static_cast<T>(maxValue);
+    std::size_t x = 0;
+    for (; x + pixels <= width; x += pixels) {
+        T* const at = row + x * step;
+        Sums sums[pixels];
+        for (std::size_t i = 0; i < pixels; ++i) {
+            sums[i] = pixelSums(tables, at + i * step);
+        }
+        const Samples samples = minVec(packSums(sums, T{}), max);
+        if (step == 3) {
+            const Bytes16 dense = narrowPixels<3 * sizeof(T)>((Bytes16)samples);
+            __builtin_memcpy(at, &dense, 3 * pixels * sizeof(T));
+        } else {
+            T stored[16 / sizeof(T)];
+            __builtin_memcpy(stored, &samples, sizeof stored);
+            for (std::size_t i = 0; i < pixels; ++i) {
+                __builtin_memcpy(at + i * step, stored + 4 * i, 3 * sizeof(T));
+            }
+        }
+    }
+    return x;
+}
+
+#endif
+
+// ---- kernels ----
+
+template <class T>
+void lumaCurve(T* row, std::size_t width, std::size_t step, const SLumaTables& luma, const std::uint16_t* curve,
+               unsigned maxValue) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    done = forStep(step, 0, [&](auto s) { return lumaCurveBlocks<s.value>(row, width, curve, maxValue); });
+#endif
+    lumaCurveSpan(row, done, width, step, luma, curve, maxValue);
+}
+
+template <class T>
+void matrix(T* row, std::size_t width, std::size_t step, const SMatrixTables& tables, unsigned maxValue) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    done = matrixBlocks(row, width, step, tables, maxValue);
+#endif
+    matrixSpan(row, done, width, step, tables, maxValue);
+}
+
+template <class T>
+void suppressChroma(T* row, std::size_t width, std::size_t step, const SLumaTables& luma, const SChromaLimits& limits) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    done = forStep(step, 0, [&](auto s) {
+        if constexpr (s.value <= 4) {
+            return suppressChromaBlocks<s.value>(row, width, limits);
+        } else {
+            return std::size_t{0};
+        }
+    });
+#endif
+    suppressChromaSpan(row, done, width, step, luma, limits);
+}
+
+template <class T>
+void luma(const T* row, T* lumaRow, std::size_t width, std::size_t step, const SLumaTables& tables) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    done = forStep(step, 0, [&](auto s) {
+        const std::size_t blocks = width / kLanes<T> * kLanes<T>;
+        lumaBlocks<s.value>(row, lumaRow, blocks);
+        return blocks;
+    });
+#endif
+    lumaSpan(row, lumaRow, done, width, step, tables);
+}
+
+template <class T>
+void sum3(const T* row, std::uint16_t* sumRow, std::size_t width) {
+    std::size_t done = 1;
+#if VEK_VECTOR_BYTES != 0
+    done = sum3Blocks(row, sumRow, width);
+#endif
+    if (width > 2) {
+        sum3Span(row, sumRow, done, width - 1);
+    }
+}
+
+template <class T>
+void sharpenGrey(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
+                 const SSharpening& sharpening) {
+    std::size_t done = 1;
+    T left = row[0];
+#if VEK_VECTOR_BYTES != 0
+    done = sharpenGreyBlocks(row, above, below, width, left, sharpening);
+#endif
+    sharpenGreySpan(row, above, below, done, width - 1, left, sharpening);
+}
+
+template <class T>
+void sharpenColour(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above, const std::uint16_t* below,
+                   std::size_t width, const SSharpening& sharpening) {
+    std::size_t done = 1;
+#if VEK_VECTOR_BYTES != 0
+    done = forStep(step, 1,
+                   [&](auto s) { return sharpenColourBlocks<s.value>(row, lumaRow, above, below, width, sharpening); });
+#endif
+    sharpenColourSpan(row, step, lumaRow, above, below, done, width - 1, sharpening);
 }
 
 template <class T>

@@ -134,7 +134,8 @@ struct SCurveRows {
     void (*lookUp)(T* row, std::size_t width, const T* even, const T* odd);
 };
 
-/// Luma shares of blue, green and red, by sample.
+/// Luma shares of blue, green and red, by sample: sample x 0.114, 0.587 and 0.299, rounded. Tiers with vectors reckon
+/// them.
 struct SLumaTables {
     static constexpr unsigned kEntries = 4196;
     const std::uint16_t* blue;
@@ -149,6 +150,7 @@ struct SMatrixTables {
     const Entry* blue;
     const Entry* green;
     const Entry* red;
+    bool moderate; ///< no sum of three entries leaves -2^28 .. 2^28 - 1
 };
 
 /// Suppression strength by luma, 1/16384 for each level beyond a start level. A slope of 0 switches its part off.

@@ -8,7 +8,6 @@
 #include "imageproc/rows/Vector.inl"
 
 #include "imageproc/rows/Bytes.inl"
-#include "imageproc/rows/Colours.inl"
 #include "imageproc/rows/Curves.inl"
 #include "imageproc/rows/Demosaic.inl"
 #include "imageproc/rows/Flips.inl"
@@ -16,6 +15,8 @@
 #include "imageproc/rows/Shading.inl"
 #include "imageproc/rows/Sums.inl"
 #include "imageproc/rows/YCrCb.inl"
+
+#include "imageproc/rows/Colours.inl" // looks up and narrows as the ones above do
 
 namespace vek::rows::VEK_ISA {
 

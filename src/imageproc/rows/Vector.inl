@@ -13,6 +13,15 @@
 namespace vek::rows::VEK_ISA {
 namespace {
 
+#if !defined(__ARM_NEON)
+/// A vector as the intrinsics take it.
+#if VEK_VECTOR_BYTES == 32
+using Register = __m256i;
+#else
+using Register = __m128i;
+#endif
+#endif
+
 template <class T>
 struct SVec {
     typedef T type __attribute__((vector_size(VEK_VECTOR_BYTES)));
@@ -264,10 +273,8 @@ inline void storeThreeOfFour(std::uint16_t* dst, Vec<std::uint16_t> pixels) {
 #else // pshufb and unpack work within 16 bytes
 
 #if VEK_VECTOR_BYTES == 32
-using Register = __m256i;
 #define VEK_MM(op) _mm256_##op
 #else
-using Register = __m128i;
 #define VEK_MM(op) _mm_##op
 #endif
 
@@ -403,6 +410,262 @@ inline void storePixels(T* dst, Vec<T> b, Vec<T> g, Vec<T> r) {
 }
 
 #endif // x86-64
+
+// ---- arithmetic that the vector types cannot say ----
+
+// addSat, subSat: a + b and a - b, held within the sample's range. mulHigh: the upper half of a product. mulRounded:
+// (a x b + 2^14) >> 15, of factors below 2^15. anyLane: whether any bit is set.
+#if defined(__ARM_NEON)
+
+inline Vec<std::uint8_t> addSat(Vec<std::uint8_t> a, Vec<std::uint8_t> b) {
+    return vqaddq_u8(a, b);
+}
+inline Vec<std::uint16_t> addSat(Vec<std::uint16_t> a, Vec<std::uint16_t> b) {
+    return vqaddq_u16(a, b);
+}
+inline Vec<std::uint8_t> subSat(Vec<std::uint8_t> a, Vec<std::uint8_t> b) {
+    return vqsubq_u8(a, b);
+}
+inline Vec<std::uint16_t> subSat(Vec<std::uint16_t> a, Vec<std::uint16_t> b) {
+    return vqsubq_u16(a, b);
+}
+inline Vec<std::uint16_t> mulHigh(Vec<std::uint16_t> a, Vec<std::uint16_t> b) {
+    const uint32x4_t low = vmull_u16(vget_low_u16(a), vget_low_u16(b));
+    const uint32x4_t high = vmull_high_u16(a, b);
+    return vuzp2q_u16(vreinterpretq_u16_u32(low), vreinterpretq_u16_u32(high));
+}
+inline Vec<std::uint16_t> mulRounded(Vec<std::uint16_t> a, Vec<std::uint16_t> b) {
+    return (Vec<std::uint16_t>)vqrdmulhq_s16((int16x8_t)a, (int16x8_t)b);
+}
+template <class V>
+inline bool anyLane(V v) {
+    return vmaxvq_u32((uint32x4_t)v) != 0;
+}
+
+#else
+
+#if VEK_VECTOR_BYTES == 32
+#define VEK_MM(op) _mm256_##op
+#define VEK_MM_TESTZ(v) _mm256_testz_si256(v, v)
+#else
+#define VEK_MM(op) _mm_##op
+#define VEK_MM_TESTZ(v) _mm_testz_si128(v, v)
+#endif
+
+inline Vec<std::uint8_t> addSat(Vec<std::uint8_t> a, Vec<std::uint8_t> b) {
+    return (Vec<std::uint8_t>)VEK_MM(adds_epu8)((Register)a, (Register)b);
+}
+inline Vec<std::uint16_t> addSat(Vec<std::uint16_t> a, Vec<std::uint16_t> b) {
+    return (Vec<std::uint16_t>)VEK_MM(adds_epu16)((Register)a, (Register)b);
+}
+inline Vec<std::uint8_t> subSat(Vec<std::uint8_t> a, Vec<std::uint8_t> b) {
+    return (Vec<std::uint8_t>)VEK_MM(subs_epu8)((Register)a, (Register)b);
+}
+inline Vec<std::uint16_t> subSat(Vec<std::uint16_t> a, Vec<std::uint16_t> b) {
+    return (Vec<std::uint16_t>)VEK_MM(subs_epu16)((Register)a, (Register)b);
+}
+inline Vec<std::uint16_t> mulHigh(Vec<std::uint16_t> a, Vec<std::uint16_t> b) {
+    return (Vec<std::uint16_t>)VEK_MM(mulhi_epu16)((Register)a, (Register)b);
+}
+inline Vec<std::uint16_t> mulRounded(Vec<std::uint16_t> a, Vec<std::uint16_t> b) {
+    return (Vec<std::uint16_t>)VEK_MM(mulhrs_epi16)((Register)a, (Register)b);
+}
+template <class V>
+inline bool anyLane(V v) {
+    return VEK_MM_TESTZ((Register)v) == 0;
+}
+
+#undef VEK_MM
+#undef VEK_MM_TESTZ
+
+#endif
+
+template <class V>
+inline V minVec(V a, V b) {
+    return a < b ? a : b;
+}
+template <class V>
+inline V maxVec(V a, V b) {
+    return a < b ? b : a;
+}
+
+// ---- pixels in memory order ----
+
+/// Blue, green and red of kLanes<T> pixels.
+template <class T>
+struct SColours {
+    Vec<T> blue;
+    Vec<T> green;
+    Vec<T> red;
+};
+
+// loadColours reads the first three samples of kLanes<T> pixels that stand Step samples apart. repeatLanes: sample i of
+// vector K of such pixels, in memory order, gets its pixel's lane of v. loadSamples and storeSamples move that vector,
+// without the samples behind each pixel's third. kTakesStep: the steps that these know.
+
+#if defined(__AVX512VBMI__)
+
+template <std::size_t Step>
+constexpr bool kTakesStep = true;
+
+/// The lanes of vector K that hold blue, green or red.
+template <std::size_t Step, std::size_t K, class T>
+constexpr std::uint32_t coloursMask() {
+    std::uint32_t mask = 0;
+    for (std::size_t i = 0; i < kLanes<T>; ++i) {
+        mask |= (K * kLanes<T> + i) % Step < 3 ? std::uint32_t{1} << i : 0;
+    }
+    return mask;
+}
+
+template <std::size_t Step, std::size_t K, class T>
+inline Vec<T> loadSamples(const T* p) {
+    const T* const at = p + K * kLanes<T>;
+    if constexpr (Step == 3) {
+        return load(at);
+    } else if constexpr (sizeof(T) == 1) {
+        return (Vec<T>)_mm256_maskz_loadu_epi8(coloursMask<Step, K, T>(), at);
+    } else {
+        return (Vec<T>)_mm256_maskz_loadu_epi16(coloursMask<Step, K, T>(), at);
+    }
+}
+
+template <std::size_t Step, std::size_t K, class T>
+inline void storeSamples(T* p, Vec<T> v) {
+    T* const at = p + K * kLanes<T>;
+    if constexpr (Step == 3) {
+        store(at, v);
+    } else if constexpr (sizeof(T) == 1) {
+        _mm256_mask_storeu_epi8(at, coloursMask<Step, K, T>(), (__m256i)v);
+    } else {
+        _mm256_mask_storeu_epi16(at, coloursMask<Step, K, T>(), (__m256i)v);
+    }
+}
+
+template <std::size_t Step, std::size_t K, class T>
+inline Vec<T> repeatLanes(Vec<T> v) {
+    static constexpr SLanes<T> kIndex = makeLanes<T>([](std::size_t i) { return (K * kLanes<T> + i) / Step; });
+    return permute2(v, kIndex.vec(), v);
+}
+
+/// Puts the lanes of channel Channel that vector K holds where they belong; found has those of the vectors before.
+template <std::size_t Step, std::size_t Channel, std::size_t K, class T>
+inline Vec<T> collectLanes(Vec<T> found, const T* p) {
+    if constexpr (K == Step) {
+        return found;
+    } else {
+        static constexpr SLanes<T> kIndex = makeLanes<T>([](std::size_t pixel) {
+            const std::size_t at = pixel * Step + Channel;
+            return at / kLanes<T> == K ? kLanes<T> + at % kLanes<T> : pixel;
+        });
+        return collectLanes<Step, Channel, K + 1>(permute2(found, kIndex.vec(), loadSamples<Step, K>(p)), p);
+    }
+}
+
+template <std::size_t Step, std::size_t Channel, class T>
+inline Vec<T> loadChannel(const T* p) {
+    static constexpr SLanes<T> kIndex = makeLanes<T>([](std::size_t pixel) {
+        const std::size_t at = pixel * Step + Channel;
+        return at < 2 * kLanes<T> ? at : pixel;
+    });
+    const Vec<T> found = permute2(loadSamples<Step, 0>(p), kIndex.vec(), loadSamples<Step, 1>(p));
+    return collectLanes<Step, Channel, 2>(found, p);
+}
+
+template <std::size_t Step, class T>
+inline SColours<T> loadColours(const T* p) {
+    return {loadChannel<Step, 0>(p), loadChannel<Step, 1>(p), loadChannel<Step, 2>(p)};
+}
+
+#else
+
+template <std::size_t Step>
+constexpr bool kTakesStep = Step == 3;
+
+template <std::size_t Step, std::size_t K, class T>
+inline Vec<T> loadSamples(const T* p) {
+    static_assert(Step == 3);
+    return load(p + K * kLanes<T>);
+}
+
+template <std::size_t Step, std::size_t K, class T>
+inline void storeSamples(T* p, Vec<T> v) {
+    static_assert(Step == 3);
+    store(p + K * kLanes<T>, v);
+}
+
+/// Of three vectors, 16 bytes at a time (Half): the samples K x kLanes<T> + 0 .. lie in one half of v, the low one for
+/// the first three of the six.
+template <std::size_t Step, std::size_t K, class T>
+inline Vec<T> repeatLanes(Vec<T> v) {
+    static_assert(Step == 3);
+    static constexpr SLanes<std::uint8_t> kIndex = makeLanes<std::uint8_t>([](std::size_t byte) {
+        const std::size_t pixel = (K * kLanes<T> + byte / sizeof(T)) / Step;
+        return pixel * sizeof(T) % 16 + byte % sizeof(T);
+    });
+#if VEK_VECTOR_BYTES == 32
+    constexpr int halves = K == 0 ? 0x00 : K == 1 ? 0x10 : 0x11;
+    const auto source = (Vec<std::uint8_t>)_mm256_permute2x128_si256((__m256i)v, (__m256i)v, halves);
+#else
+    const auto source = (Vec<std::uint8_t>)v;
+#endif
+    return (Vec<T>)shuffleBytes(source, kIndex.vec());
+}
+
+#if defined(__ARM_NEON)
+
+template <std::size_t Step>
+inline SColours<std::uint8_t> loadColours(const std::uint8_t* p) {
+    static_assert(Step == 3);
+    const uint8x16x3_t v = vld3q_u8(p);
+    return {v.val[0], v.val[1], v.val[2]};
+}
+template <std::size_t Step>
+inline SColours<std::uint16_t> loadColours(const std::uint16_t* p) {
+    static_assert(Step == 3);
+    const uint16x8x3_t v = vld3q_u16(p);
+    return {v.val[0], v.val[1], v.val[2]};
+}
+
+#else
+
+/// Channel's samples stand in each position of one of the three runs: see runOf.
+template <std::size_t Channel, class T>
+inline Vec<T> channelOfRuns(Register run0, Register run1, Register run2) {
+    static constexpr SLanes<std::uint8_t> kSecond = makeLanes<std::uint8_t>(
+        [](std::size_t byte) { return runOf<T>(Channel, byte % 16 / sizeof(T)) == 1 ? 255 : 0; });
+    static constexpr SLanes<std::uint8_t> kThird = makeLanes<std::uint8_t>(
+        [](std::size_t byte) { return runOf<T>(Channel, byte % 16 / sizeof(T)) == 2 ? 255 : 0; });
+    static constexpr SLanes<std::uint8_t> kIndex = makeLanes<std::uint8_t>([](std::size_t byte) {
+        const std::size_t pixel = byte % 16 / sizeof(T);
+        return (pixel * 3 + Channel) % kRun<T> * sizeof(T) + byte % sizeof(T);
+    });
+    const auto all = select(kThird.vec(), (Vec<std::uint8_t>)run2,
+                            select(kSecond.vec(), (Vec<std::uint8_t>)run1, (Vec<std::uint8_t>)run0));
+    return (Vec<T>)shuffleBytes(all, kIndex.vec());
+}
+
+template <std::size_t Step, class T>
+inline SColours<T> loadColours(const T* p) {
+    const auto v0 = (Register)loadSamples<Step, 0>(p);
+    const auto v1 = (Register)loadSamples<Step, 1>(p);
+    const auto v2 = (Register)loadSamples<Step, 2>(p);
+#if VEK_VECTOR_BYTES == 32
+    // The first 16 bytes' worth of pixels to the low halves, the second to the high ones.
+    const Register run0 = _mm256_blend_epi32(v0, v1, 0xF0);
+    const Register run1 = _mm256_permute2x128_si256(v0, v2, 0x21);
+    const Register run2 = _mm256_blend_epi32(v1, v2, 0xF0);
+#else
+    const Register run0 = v0;
+    const Register run1 = v1;
+    const Register run2 = v2;
+#endif
+    return {channelOfRuns<0, T>(run0, run1, run2), channelOfRuns<1, T>(run0, run1, run2),
+            channelOfRuns<2, T>(run0, run1, run2)};
+}
+
+#endif
+#endif
 
 } // namespace
 } // namespace vek::rows::VEK_ISA
