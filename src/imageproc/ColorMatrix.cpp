@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <limits>
 
 namespace vek {
@@ -57,11 +58,15 @@ CColorMatrix::Matrix3 CColorMatrix::mGetMixMatrix() const {
 
 namespace {
 
-/// Three entries of less than this size stay far from 2^28 together.
+// Three entries within these stay far from 2^28 together, and within 16 bits.
 constexpr int kModerate = 1 << 26;
+constexpr int kNarrow = std::numeric_limits<short>::max() / 3;
 
-constexpr bool isModerate(int entry) {
-    return entry > -kModerate && entry < kModerate;
+/// Stores an entry in both widths and returns its magnitude, at most kModerate.
+int mnStore(int& entry, short& narrow, float value) {
+    entry = saturateTo<int>(value);
+    narrow = saturateTo<short>(entry);
+    return std::abs(std::clamp(entry, -kModerate, kModerate));
 }
 
 } // namespace
@@ -75,15 +80,16 @@ void CColorMatrix::mUpdateTable() {
                                          static_cast<float>(mMatrix[11]) / 100.0F};
     Matrix3 sum = mix;
     constexpr std::size_t outputs[] = {kB, kG, kR};
-    mbModerate = true;
+    mLargest16 = 0;
     for (std::size_t i = 0; i < mTableR.size(); ++i) {
         for (std::size_t j = 0; j < 3; ++j) {
             const std::array<float, 3>& row = sum[outputs[j]];
-            mTableB[i][j] = saturateTo<int>(row[kB]);
-            mTableG[i][j] = saturateTo<int>(row[kG]);
-            mTableR[i][j] = saturateTo<int>(offset[outputs[j]] + row[kR]);
-            mbModerate =
-                mbModerate && isModerate(mTableB[i][j]) && isModerate(mTableG[i][j]) && isModerate(mTableR[i][j]);
+            mLargest16 = std::max({mLargest16, mnStore(mTableB[i][j], mNarrowB[i][j], row[kB]),
+                                   mnStore(mTableG[i][j], mNarrowG[i][j], row[kG]),
+                                   mnStore(mTableR[i][j], mNarrowR[i][j], offset[outputs[j]] + row[kR])});
+        }
+        if (i == std::numeric_limits<unsigned char>::max()) {
+            mLargest8 = mLargest16;
         }
         for (std::size_t row = 0; row < 3; ++row) {
             for (std::size_t column = 0; column < 3; ++column) {
@@ -160,7 +166,9 @@ unsigned long CColorMatrix::Process(unsigned long width, unsigned long height, u
     const unsigned maxValue =
         bits < std::numeric_limits<T>::digits ? (1U << bits) - 1 : unsigned{std::numeric_limits<T>::max()};
     const auto matrix = rows::colourRows<T>(mRows).matrix;
-    const rows::SMatrixTables tables = {mTableB.data(), mTableG.data(), mTableR.data(), mbModerate};
+    const rows::SMatrixTables tables = {mTableB.data(),         mTableG.data(),       mTableR.data(),
+                                        mNarrowB.data(),        mNarrowG.data(),      mNarrowR.data(),
+                                        mLargest16 < kModerate, mLargest8 <= kNarrow, mLargest16 <= kNarrow};
     return SImage<T>{width, height, lineBytes, image}.forRows(
         [&](T* row, unsigned long) { matrix(row, width, samples, tables, maxValue); });
 }

@@ -36,6 +36,7 @@ private:
     using Matrix = std::array<short, 12>;
     using Matrix3 = std::array<std::array<float, 3>, 3>; ///< rows and columns R, G, B
     using Table = std::array<int[4], 4096>;
+    using NarrowTable = std::array<short[4], 4097>; ///< one more: kernels load two entries at once
     static constexpr Matrix kIdentity = {100, 0, 0, 0, 0, 100, 0, 0, 0, 0, 100, 0};
 
     template <class T>
@@ -54,7 +55,12 @@ private:
     Table mTableB{};
     Table mTableG{};
     Table mTableR{};
-    bool mbModerate = true; ///< no sum of the tables' entries comes near the limits of the clamp
+    // The same entries in 16 bits for the row kernels, and how large they are.
+    NarrowTable mNarrowB{};
+    NarrowTable mNarrowG{};
+    NarrowTable mNarrowR{};
+    int mLargest8 = 0;  ///< magnitude of the largest entry of a byte
+    int mLargest16 = 0; ///< magnitude of the largest entry
 };
 
 } // namespace vek

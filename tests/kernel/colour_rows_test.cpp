@@ -16,6 +16,9 @@ namespace {
 
 constexpr std::size_t kSteps[] = {3, 4, 6, 8};
 
+/// Sizes of a matrix's products: of 16 bits with their sums, below 2^26, or anything.
+enum class Products : std::uint8_t { Narrow, Moderate, Any };
+
 /// Tables and settings of a row's stages. Random: every value that the types hold.
 struct SSettings {
     std::vector<std::uint16_t> blue = std::vector<std::uint16_t>(rows::SLumaTables::kEntries);
@@ -24,13 +27,13 @@ struct SSettings {
     std::vector<std::uint16_t> curve = std::vector<std::uint16_t>(4096);
     std::vector<std::uint16_t> corrections = curve;
     std::vector<std::array<std::int32_t, 4>> products = std::vector<std::array<std::int32_t, 4>>(3 * 4096);
+    std::vector<std::array<std::int16_t, 4>> narrowProducts = std::vector<std::array<std::int16_t, 4>>(3 * 4097);
     rows::SChromaLimits limits{};
     unsigned coring = 0;
-    bool moderate; ///< products are those of a usual matrix
+    Products kind;
 
-    SSettings(std::uint64_t seed, unsigned depth) : moderate(seed % 2 == 0) {
+    SSettings(std::uint64_t seed, unsigned depth) : kind(static_cast<Products>(seed % 3)) {
         CRandom random(seed);
-        const double largest = (1U << depth) - 1;
         for (unsigned i = 0; i < rows::SLumaTables::kEntries; ++i) {
             blue[i] = static_cast<std::uint16_t>(i * 0.114 + 0.5);
             green[i] = static_cast<std::uint16_t>(i * 0.587 + 0.5);
@@ -38,10 +41,13 @@ struct SSettings {
         }
         fillSamples(curve.data(), curve.size(), Pattern::Random, seed % 2 == 0 ? depth : 16, random);
         fillSamples(corrections.data(), corrections.size(), Pattern::Random, seed % 2 == 0 ? depth - 2 : 12, random);
-        for (std::array<std::int32_t, 4>& entry : products) {
-            for (std::int32_t& product : entry) {
+        for (std::size_t i = 0; i < products.size(); ++i) {
+            for (std::size_t j = 0; j < 3; ++j) {
                 const auto value = static_cast<std::int32_t>(random.Next());
-                product = moderate ? value % static_cast<std::int32_t>(largest) : value;
+                std::int32_t& product = products[i][j];
+                product = kind == Products::Any ? value : kind == Products::Moderate ? value >> 5 : value % 10923;
+                // One entry behind each table of 16 bits.
+                narrowProducts[i + i / 4096][j] = static_cast<std::int16_t>(kind == Products::Narrow ? product : 99);
             }
         }
         limits = {static_cast<std::uint16_t>(random.Below(1U << depth)),
@@ -54,7 +60,10 @@ struct SSettings {
     rows::SLumaTables luma() const { return {blue.data(), green.data(), red.data()}; }
     rows::SMatrixTables matrix() const {
         const auto* const first = reinterpret_cast<const rows::SMatrixTables::Entry*>(products.data());
-        return {first, first + 4096, first + 2 * 4096, moderate};
+        const auto* const narrow = reinterpret_cast<const rows::SMatrixTables::NarrowEntry*>(narrowProducts.data());
+        const bool fits = kind == Products::Narrow;
+        return {first, first + 4096, first + 2 * 4096, narrow, narrow + 4097, narrow + 2 * 4097, kind != Products::Any,
+                fits,  fits};
     }
     rows::SSharpening sharpening(unsigned depth) const { return {corrections.data(), coring, (1U << depth) - 1}; }
 };
@@ -155,7 +164,7 @@ TEST_P(ColourRows, EqualScalarForEveryWidthUpTo130) {
 
 TEST_P(ColourRows, EqualScalarForEveryDepthAndExtremeData) {
     for (const Pattern pattern : kPatterns) {
-        for (const std::uint64_t seed : {1UL, 2UL}) {
+        for (const std::uint64_t seed : {1UL, 2UL, 3UL}) {
             CheckWidth<std::uint8_t>(67, pattern, 8, Flush::Right, seed);
             for (const unsigned depth : {9U, 10U, 12U, 16U}) {
                 CheckWidth<std::uint16_t>(67, pattern, depth, Flush::Right, seed);

@@ -225,6 +225,10 @@ struct SStep {
     static constexpr std::size_t value = Step;
 };
 
+struct SAnyStep {
+    std::size_t value;
+};
+
 /// body(SStep<step>) where the tier's vectors take the step, first otherwise.
 template <class Body>
 inline std::size_t forStep(std::size_t step, std::size_t first, Body body) {
@@ -632,79 +636,118 @@ inline std::size_t sharpenColourBlocks(T* row, const T* lumaRow, const std::uint
 
 #if VEK_VECTOR_BYTES != 0
 
-// Four sums of 32 bits are a pixel. They go to bytes or words as a clamp does it, which is what the limits of 2^28 come
-// to where no sum can reach them.
+// A pixel is a vector of four sums, its last one without a meaning.
 
-using Sums = std::int32_t __attribute__((vector_size(16)));
-
-inline Sums entryAt(const SMatrixTables::Entry* table, std::size_t sample) {
-    Sums entry;
-    __builtin_memcpy(&entry, table[sample], sizeof entry);
-    return entry;
-}
-
-template <class T>
-inline Sums pixelSums(const SMatrixTables& tables, const T* pixel) {
-    return entryAt(tables.blue, entryOf<4096>(pixel[0])) + entryAt(tables.green, entryOf<4096>(pixel[1])) +
-           entryAt(tables.red, entryOf<4096>(pixel[2]));
-}
-
-/// 16 bytes of samples: four pixels of bytes, two of words, with anything in the fourth sample of each.
-template <class T>
-struct SSumBlock {
-    static constexpr std::size_t pixels = 4 / sizeof(T);
-    typedef T Samples __attribute__((vector_size(16)));
+/// Sums of 32 bits. They go to bytes or words as a clamp does it, which is what the limits of 2^28 come to where no sum
+/// reaches them.
+struct SWideSums {
+    typedef std::int32_t Vector __attribute__((vector_size(16)));
+    using Entry = SMatrixTables::Entry;
+};
+/// Sums of 16 bits, in the lower half.
+struct SNarrowSums {
+    typedef std::int16_t Vector __attribute__((vector_size(16)));
+    using Entry = SMatrixTables::NarrowEntry;
 };
 
+typedef std::uint8_t SampleBytes __attribute__((vector_size(16)));
+typedef std::uint16_t SampleWords __attribute__((vector_size(16)));
+inline SampleBytes samplesOfVector(std::uint8_t) {
+    return SampleBytes{};
+}
+inline SampleWords samplesOfVector(std::uint16_t) {
+    return SampleWords{};
+}
+
+/// 16 bytes of samples from four pixels (bytes) or two (words).
 #if defined(__ARM_NEON)
-inline uint16x8_t packWords(Sums a, Sums b) {
-    return vcombine_u16(vqmovun_s32(a), vqmovun_s32(b));
+inline SampleWords packSums(const SWideSums::Vector* sums, std::uint16_t) {
+    return vcombine_u16(vqmovun_s32(sums[0]), vqmovun_s32(sums[1]));
 }
-inline SSumBlock<std::uint16_t>::Samples packSums(const Sums* sums, std::uint16_t) {
-    return packWords(sums[0], sums[1]);
+inline SampleBytes packSums(const SWideSums::Vector* sums, std::uint8_t) {
+    return vcombine_u8(vqmovn_u16(packSums(sums, std::uint16_t{})), vqmovn_u16(packSums(sums + 2, std::uint16_t{})));
 }
-inline SSumBlock<std::uint8_t>::Samples packSums(const Sums* sums, std::uint8_t) {
-    return vcombine_u8(vqmovn_u16(packWords(sums[0], sums[1])), vqmovn_u16(packWords(sums[2], sums[3])));
+inline SampleWords packSums(const SNarrowSums::Vector* sums, std::uint16_t) {
+    return (SampleWords)vmaxq_s16((int16x8_t)vzip1q_s64((int64x2_t)sums[0], (int64x2_t)sums[1]), int16x8_t{});
+}
+inline SampleBytes packSums(const SNarrowSums::Vector* sums, std::uint8_t) {
+    return vcombine_u8(vqmovun_s16((int16x8_t)vzip1q_s64((int64x2_t)sums[0], (int64x2_t)sums[1])),
+                       vqmovun_s16((int16x8_t)vzip1q_s64((int64x2_t)sums[2], (int64x2_t)sums[3])));
 }
 #else
-inline SSumBlock<std::uint16_t>::Samples packSums(const Sums* sums, std::uint16_t) {
-    return (SSumBlock<std::uint16_t>::Samples)_mm_packus_epi32((__m128i)sums[0], (__m128i)sums[1]);
+inline SampleWords packSums(const SWideSums::Vector* sums, std::uint16_t) {
+    return (SampleWords)_mm_packus_epi32((__m128i)sums[0], (__m128i)sums[1]);
 }
-inline SSumBlock<std::uint8_t>::Samples packSums(const Sums* sums, std::uint8_t) {
-    return (SSumBlock<std::uint8_t>::Samples)_mm_packus_epi16(_mm_packs_epi32((__m128i)sums[0], (__m128i)sums[1]),
-                                                              _mm_packs_epi32((__m128i)sums[2], (__m128i)sums[3]));
+inline SampleBytes packSums(const SWideSums::Vector* sums, std::uint8_t) {
+    return (SampleBytes)_mm_packus_epi16(_mm_packs_epi32((__m128i)sums[0], (__m128i)sums[1]),
+                                         _mm_packs_epi32((__m128i)sums[2], (__m128i)sums[3]));
+}
+inline SampleWords packSums(const SNarrowSums::Vector* sums, std::uint16_t) {
+    return (SampleWords)_mm_max_epi16(_mm_unpacklo_epi64((__m128i)sums[0], (__m128i)sums[1]), _mm_setzero_si128());
+}
+inline SampleBytes packSums(const SNarrowSums::Vector* sums, std::uint8_t) {
+    return (SampleBytes)_mm_packus_epi16(_mm_unpacklo_epi64((__m128i)sums[0], (__m128i)sums[1]),
+                                         _mm_unpacklo_epi64((__m128i)sums[2], (__m128i)sums[3]));
 }
 #endif
 
-template <class T>
-inline std::size_t matrixBlocks(T* row, std::size_t width, std::size_t step, const SMatrixTables& tables,
-                                unsigned maxValue) {
-    using Samples = typename SSumBlock<T>::Samples;
-    constexpr std::size_t pixels = SSumBlock<T>::pixels;
-    if (!tables.moderate) {
-        return 0;
-    }
-    const Samples max = Samples{} + static_cast<T>(maxValue);
+/// The first 12 bytes.
+inline void store12(void* p, Bytes16 v) {
+    typedef std::uint64_t Halves __attribute__((vector_size(16)));
+    typedef std::uint32_t Quarters __attribute__((vector_size(16)));
+    const std::uint64_t low = ((Halves)v)[0];
+    const std::uint32_t high = ((Quarters)v)[2];
+    __builtin_memcpy(p, &low, sizeof low);
+    __builtin_memcpy(static_cast<std::uint8_t*>(p) + sizeof low, &high, sizeof high);
+}
+
+/// A sample's entry; one of 8 bytes comes with the next one.
+template <class Kind, class T>
+inline typename Kind::Vector entryAt(const typename Kind::Entry* table, T sample) {
+    typename Kind::Vector entry;
+    __builtin_memcpy(&entry, table[entryOf<4096>(sample)], sizeof entry);
+    return entry;
+}
+
+/// Blocks of pixels that stand step samples apart.
+template <class Kind, class T, class Step>
+inline std::size_t matrixBlocks(T* row, std::size_t width, Step step, const typename Kind::Entry* blue,
+                                const typename Kind::Entry* green, const typename Kind::Entry* red, unsigned maxValue) {
+    constexpr std::size_t pixels = 4 / sizeof(T);
+    constexpr unsigned largest = 0x7FFF; // which no sum of 16 bits exceeds
+    const T held =
+        static_cast<T>(sizeof(T) == 2 && sizeof(typename Kind::Entry) == 8 && maxValue > largest ? largest : maxValue);
+    const auto max = samplesOfVector(T{}) + held;
     std::size_t x = 0;
     for (; x + pixels <= width; x += pixels) {
-        T* const at = row + x * step;
-        Sums sums[pixels];
+        T* const at = row + x * step.value;
+        typename Kind::Vector sums[pixels];
         for (std::size_t i = 0; i < pixels; ++i) {
-            sums[i] = pixelSums(tables, at + i * step);
+            const T* const pixel = at + i * step.value;
+            sums[i] = entryAt<Kind>(blue, pixel[0]) + entryAt<Kind>(green, pixel[1]) + entryAt<Kind>(red, pixel[2]);
         }
-        const Samples samples = minVec(packSums(sums, T{}), max);
-        if (step == 3) {
-            const Bytes16 dense = narrowPixels<3 * sizeof(T)>((Bytes16)samples);
-            __builtin_memcpy(at, &dense, 3 * pixels * sizeof(T));
+        const auto samples = minVec(packSums(sums, T{}), max);
+        if constexpr (sizeof(step) == sizeof(SStep<3>)) {
+            store12(at, narrowPixels<3 * sizeof(T)>((Bytes16)samples));
         } else {
             T stored[16 / sizeof(T)];
             __builtin_memcpy(stored, &samples, sizeof stored);
             for (std::size_t i = 0; i < pixels; ++i) {
-                __builtin_memcpy(at + i * step, stored + 4 * i, 3 * sizeof(T));
+                __builtin_memcpy(at + i * step.value, stored + 4 * i, 3 * sizeof(T));
             }
         }
     }
     return x;
+}
+
+template <class T, class Step>
+inline std::size_t matrixBlocks(T* row, std::size_t width, Step step, const SMatrixTables& tables, unsigned maxValue) {
+    if (sizeof(T) == 1 ? tables.narrowBytes : tables.narrowWords) {
+        return matrixBlocks<SNarrowSums>(row, width, step, tables.narrowBlue, tables.narrowGreen, tables.narrowRed,
+                                         maxValue);
+    }
+    return tables.moderate ? matrixBlocks<SWideSums>(row, width, step, tables.blue, tables.green, tables.red, maxValue)
+                           : 0;
 }
 
 #endif
@@ -725,7 +768,8 @@ template <class T>
 void matrix(T* row, std::size_t width, std::size_t step, const SMatrixTables& tables, unsigned maxValue) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
-    done = matrixBlocks(row, width, step, tables, maxValue);
+    done = step == 3 ? matrixBlocks(row, width, SStep<3>{}, tables, maxValue)
+                     : matrixBlocks(row, width, SAnyStep{step}, tables, maxValue);
 #endif
     matrixSpan(row, done, width, step, tables, maxValue);
 }

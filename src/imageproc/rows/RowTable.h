@@ -144,13 +144,20 @@ struct SLumaTables {
 };
 
 /// Products of each input sample with a column of the colour matrix: the shares of blue, green and red output, and a
-/// number that is not used.
+/// number that is not used. 4096 entries each.
 struct SMatrixTables {
     using Entry = std::int32_t[4];
     const Entry* blue;
     const Entry* green;
     const Entry* red;
-    bool moderate; ///< no sum of three entries leaves -2^28 .. 2^28 - 1
+    /// The same in 16 bits, where they fit; one more entry follows each table.
+    using NarrowEntry = std::int16_t[4];
+    const NarrowEntry* narrowBlue;
+    const NarrowEntry* narrowGreen;
+    const NarrowEntry* narrowRed;
+    bool moderate;    ///< no sum of three entries leaves -2^28 .. 2^28 - 1
+    bool narrowBytes; ///< 16 bits hold every sum of the products of bytes
+    bool narrowWords; ///< 16 bits hold every sum
 };
 
 /// Suppression strength by luma, 1/16384 for each level beyond a start level. A slope of 0 switches its part off.
