@@ -178,13 +178,13 @@ inline T sharpenGreySpan(T* row, const std::uint16_t* above, const std::uint16_t
     return left;
 }
 
+/// pixel: that of column from.
 template <class T>
-inline void sharpenColourSpan(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above,
+inline void sharpenColourSpan(T* pixel, std::size_t step, const T* lumaRow, const std::uint16_t* above,
                               const std::uint16_t* below, std::size_t from, std::size_t to,
                               const SSharpening& sharpening) {
     const auto coring = static_cast<std::int32_t>(sharpening.coring);
-    for (std::size_t x = from; x < to; ++x) {
-        T* const pixel = row + x * step;
+    for (std::size_t x = from; x < to; ++x, pixel += step) {
         const std::int32_t difference = detail(lumaRow[x], lumaRow[x - 1], lumaRow[x + 1], above[x], below[x]);
         if (difference > coring) {
             const unsigned correction = correctionOf(difference, sharpening);
@@ -220,35 +220,49 @@ inline std::size_t chunkColumns(std::size_t x, std::size_t end) {
     return blocks < kChunk ? blocks : kChunk;
 }
 
-template <std::size_t Step>
-struct SStep {
-    static constexpr std::size_t value = Step;
-};
+/// Pixels of three samples without gaps: those of a row themselves, or a copy of a chunk where they stand further
+/// apart.
+template <class T>
+class CDensePixels {
+public:
+    explicit CDensePixels(std::size_t step) : mStep(step) {}
 
-struct SAnyStep {
-    std::size_t value;
-};
-
-/// body(SStep<step>) where the tier's vectors take the step, first otherwise.
-template <class Body>
-inline std::size_t forStep(std::size_t step, std::size_t first, Body body) {
-    if (step == 3) {
-        return body(SStep<3>{});
+    /// count pixels from pixels on, at least one. Samples between pixels may be read with them, those behind the last
+    /// pixel are not.
+    template <class Pixels>
+    Pixels* Take(Pixels* pixels, std::size_t count) {
+        if (mStep == 3) {
+            return pixels;
+        }
+        std::size_t i = 0;
+        if (mStep == 4) {
+            constexpr std::size_t together = 4 / sizeof(T);
+            for (; i + together < count; i += together) {
+                Bytes16 four;
+                __builtin_memcpy(&four, pixels + 4 * i, sizeof four);
+                four = narrowPixels<3 * sizeof(T)>(four);
+                __builtin_memcpy(mPixels + 3 * i, &four, sizeof four);
+            }
+        }
+        for (; i + 1 < count; ++i) {
+            __builtin_memcpy(mPixels + 3 * i, pixels + i * mStep, 4 * sizeof(T));
+        }
+        __builtin_memcpy(mPixels + 3 * i, pixels + i * mStep, 3 * sizeof(T));
+        return mPixels;
     }
-    if constexpr (kTakesStep<4>) {
-        switch (step) {
-        case 4:
-            return body(SStep<4>{});
-        case 6:
-            return body(SStep<6>{});
-        case 8:
-            return body(SStep<8>{});
-        default:
-            break;
+    /// What Take gave goes back to where it came from.
+    void PutBack(T* pixels, std::size_t count) const {
+        if (mStep != 3) {
+            for (std::size_t i = 0; i < count; ++i) {
+                __builtin_memcpy(pixels + i * mStep, mPixels + 3 * i, 3 * sizeof(T));
+            }
         }
     }
-    return first;
-}
+
+private:
+    std::size_t mStep;
+    T mPixels[3 * kChunk + 4]; ///< and room for what is stored with the last pixels
+};
 
 /// Luma of bytes. The weights of ITU-R BT.601 in 15 bits round every byte as the tables do.
 inline Vec<std::uint8_t> lumaVec(const SColours<std::uint8_t>& pixels) {
@@ -280,29 +294,28 @@ inline Vec<std::uint16_t> lumaVec(const SColours<std::uint16_t>& pixels) {
 }
 
 /// Luma of count pixels, whole blocks.
-template <std::size_t Step, class T>
-inline void lumaBlocks(const T* row, T* lumaRow, std::size_t count) {
+template <class T>
+inline void lumaBlocks(const T* pixels, T* lumaRow, std::size_t count) {
     for (std::size_t x = 0; x < count; x += kLanes<T>) {
-        store(lumaRow + x, lumaVec(loadColours<Step>(row + x * Step)));
+        store(lumaRow + x, lumaVec(loadColours(pixels + 3 * x)));
     }
 }
 
 /// Vector K of a block of pixels: plus and then minus a change, up to maxValue.
-template <std::size_t Step, std::size_t K, class T>
+template <std::size_t K, class T>
 inline void changeVector(T* pixels, Vec<T> plus, Vec<T> minus, Vec<T> maxValue) {
-    const Vec<T> changed =
-        subSat(addSat(loadSamples<Step, K>(pixels), repeatLanes<Step, K, T>(plus)), repeatLanes<Step, K, T>(minus));
-    storeSamples<Step, K>(pixels, sizeof(T) == 1 ? changed : minVec(changed, maxValue));
-    if constexpr (K + 1 < Step) {
-        changeVector<Step, K + 1>(pixels, plus, minus, maxValue);
-    }
+    T* const at = pixels + K * kLanes<T>;
+    const Vec<T> changed = subSat(addSat(load(at), repeatLanes<K, T>(plus)), repeatLanes<K, T>(minus));
+    store(at, sizeof(T) == 1 ? changed : minVec(changed, maxValue));
 }
 
 /// The samples of a block of pixels become larger by plus and smaller by minus, of which one is 0; they stay within
 /// 0 .. maxValue (bytes: 255).
-template <std::size_t Step, class T>
+template <class T>
 inline void changeBlock(T* pixels, Vec<T> plus, Vec<T> minus, Vec<T> maxValue) {
-    changeVector<Step, 0>(pixels, plus, minus, maxValue);
+    changeVector<0>(pixels, plus, minus, maxValue);
+    changeVector<1>(pixels, plus, minus, maxValue);
+    changeVector<2>(pixels, plus, minus, maxValue);
 }
 
 /// The first entries of a table of words as bytes, in runs of 16 up to the first that is not of bytes throughout;
@@ -330,8 +343,9 @@ inline const std::uint8_t* curveFor(const std::uint16_t* curve, unsigned maxValu
     return maxValue == 255 && byteEntries(curve, bytes) == kCurveEntries<std::uint8_t> ? bytes : nullptr;
 }
 
-template <std::size_t Step, class T>
-inline std::size_t lumaCurveBlocks(T* row, std::size_t width, const std::uint16_t* curve, unsigned maxValue) {
+template <class T>
+inline std::size_t lumaCurveBlocks(T* row, std::size_t width, std::size_t step, const std::uint16_t* curve,
+                                   unsigned maxValue) {
     T bytes[sizeof(T) == 1 ? kCurveEntries<T> : 1];
     const T* const levels = curveFor(curve, maxValue, bytes);
     if (levels == nullptr) {
@@ -340,23 +354,25 @@ inline std::size_t lumaCurveBlocks(T* row, std::size_t width, const std::uint16_
     const Vec<T> max = Vec<T>{} + static_cast<T>(maxValue);
     SChunk<T> luma;
     SChunk<T> level;
+    CDensePixels<T> dense(step);
     std::size_t x = 0;
     while (const std::size_t count = chunkColumns<T>(x, width)) {
-        T* const pixels = row + x * Step;
-        lumaBlocks<Step>(pixels, luma.at, count);
+        T* const pixels = dense.Take(row + x * step, count);
+        lumaBlocks(pixels, luma.at, count);
         __builtin_memcpy(level.at, luma.at, count * sizeof(T));
         lookUp(level.at, count, levels, levels);
         for (std::size_t i = 0; i < count; i += kLanes<T>) {
             const Vec<T> before = load(luma.at + i);
             const Vec<T> after = load(level.at + i);
             if constexpr (sizeof(T) == 1) {
-                changeBlock<Step>(pixels + i * Step, subSat(after, before), subSat(before, after), max);
+                changeBlock(pixels + 3 * i, subSat(after, before), subSat(before, after), max);
             } else {
                 // The difference counts in 16 bits with a sign.
                 const Vec<T> falls = (Vec<T>)((Vec<std::int16_t>)(after - before) < 0);
-                changeBlock<Step>(pixels + i * Step, (after - before) & ~falls, (before - after) & falls, max);
+                changeBlock(pixels + 3 * i, (after - before) & ~falls, (before - after) & falls, max);
             }
         }
+        dense.PutBack(row + x * step, count);
         x += count;
     }
     return x;
@@ -412,18 +428,23 @@ inline Vec<T> towardGreenVec(Vec<T> samples, Vec<T> green, const SStrength<T>& s
     return up != 0 ? samples + move : samples - move;
 }
 
-template <unsigned Channels, class T>
-inline std::size_t suppressChromaBlocks(T* row, std::size_t width, const SChromaLimits& limits) {
+template <class T>
+inline std::size_t suppressChromaBlocks(T* row, std::size_t width, std::size_t step, const SChromaLimits& limits) {
+    CDensePixels<T> dense(step);
     std::size_t x = 0;
-    for (; x + kLanes<T> <= width; x += kLanes<T>) {
-        T* const pixels = row + x * Channels;
-        const SColours<T> colours = loadColours<Channels>(pixels);
-        const SStrength<T> strength(lumaVec(colours), limits);
-        // Bright and dark areas are connected.
-        if (strength.Any()) {
-            storePixels<Channels>(pixels, towardGreenVec(colours.blue, colours.green, strength), colours.green,
-                                  towardGreenVec(colours.red, colours.green, strength));
+    while (const std::size_t count = chunkColumns<T>(x, width)) {
+        T* const pixels = dense.Take(row + x * step, count);
+        for (std::size_t i = 0; i < count; i += kLanes<T>) {
+            const SColours<T> colours = loadColours(pixels + 3 * i);
+            const SStrength<T> strength(lumaVec(colours), limits);
+            // Bright and dark areas are connected.
+            if (strength.Any()) {
+                storePixels<3>(pixels + 3 * i, towardGreenVec(colours.blue, colours.green, strength), colours.green,
+                               towardGreenVec(colours.red, colours.green, strength));
+            }
         }
+        dense.PutBack(row + x * step, count);
+        x += count;
     }
     return x;
 }
@@ -525,13 +546,35 @@ struct SSharpChunk {
         return !anyLane((sums & 0xC000) | (neighbours & 0xE000));
     }
 
-    /// Corrections from differences. apart: pixels that get darker have a table of their own.
-    void LookUp(const SCorrections<T>& corrections, std::size_t count, bool apart) {
-        if (apart) {
-            __builtin_memcpy(lower.at, raise.at, count * sizeof(T));
-            lookUp(lower.at, count, corrections.lower, corrections.lower);
+    /// Whether there is anything to correct in columns from .. from + count - 1.
+    bool Any(std::size_t from, std::size_t count) const {
+        Vec<T> any{};
+        for (std::size_t i = from; i < from + count; i += kLanes<T>) {
+            any |= load(brighter.at + i) | load(darker.at + i);
         }
-        lookUp(raise.at, count, corrections.raise, corrections.raise);
+        return anyLane(any);
+    }
+    /// Corrections from their differences. apart: pixels that get darker have a table of their own.
+    void LookUp(const SCorrections<T>& corrections, std::size_t from, std::size_t count, bool apart) {
+        if (apart) {
+            __builtin_memcpy(lower.at + from, raise.at + from, count * sizeof(T));
+            lookUp(lower.at + from, count, corrections.lower, corrections.lower);
+        }
+        lookUp(raise.at + from, count, corrections.raise, corrections.raise);
+    }
+    /// Calls correct(i) for the blocks of every run that has something to correct. Even areas have nothing.
+    template <class Correct>
+    void ForRuns(const SCorrections<T>& corrections, std::size_t count, bool apart, Correct correct) {
+        constexpr std::size_t run = 64;
+        for (std::size_t from = 0; from < count; from += run) {
+            const std::size_t columns = count - from < run ? count - from : run;
+            if (Any(from, columns)) {
+                LookUp(corrections, from, columns, apart);
+                for (std::size_t i = from; i < from + columns; i += kLanes<T>) {
+                    correct(i);
+                }
+            }
+        }
     }
     Vec<T> Plus(std::size_t i) const { return load(raise.at + i) & (Vec<T>)(load(brighter.at + i) != 0); }
     Vec<T> Minus(std::size_t i, bool apart) const {
@@ -575,11 +618,10 @@ inline std::size_t sharpenGreyBlocks(T* row, const std::uint16_t* above, const s
         }
         if (usual) {
             left = samples[count - 1];
-            chunk.LookUp(corrections, count, false);
-            for (std::size_t i = 0; i < count; i += kLanes<T>) {
+            chunk.ForRuns(corrections, count, false, [&](std::size_t i) {
                 const Vec<T> sharp = subSat(addSat(load(samples + i), chunk.Plus(i)), chunk.Minus(i, false));
                 store(samples + i, sizeof(T) == 1 ? sharp : minVec(sharp, max));
-            }
+            });
         } else {
             left = sharpenGreySpan(row, above, below, x, x + count, left, sharpening);
         }
@@ -589,19 +631,15 @@ inline std::size_t sharpenGreyBlocks(T* row, const std::uint16_t* above, const s
 }
 
 /// Whether a sample of a block's pixels is above maxValue.
-template <std::size_t Step, std::size_t K, class T>
-inline Vec<T> samplesAbove(const T* pixels, Vec<T> maxValue) {
-    const Vec<T> high = (Vec<T>)(loadSamples<Step, K>(pixels) > maxValue);
-    if constexpr (K + 1 < Step) {
-        return high | samplesAbove<Step, K + 1>(pixels, maxValue);
-    } else {
-        return high;
-    }
+template <class T>
+inline bool anyAbove(const T* pixels, Vec<T> maxValue) {
+    return anyLane((Vec<T>)((load(pixels) > maxValue) | (load(pixels + kLanes<T>) > maxValue) |
+                            (load(pixels + 2 * kLanes<T>) > maxValue)));
 }
 
-template <std::size_t Step, class T>
-inline std::size_t sharpenColourBlocks(T* row, const T* lumaRow, const std::uint16_t* above, const std::uint16_t* below,
-                                       std::size_t width, const SSharpening& sharpening) {
+template <class T>
+inline std::size_t sharpenColourBlocks(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above,
+                                       const std::uint16_t* below, std::size_t width, const SSharpening& sharpening) {
     std::size_t x = 1;
     if (!isUsualMaximum<T>(sharpening.maxValue) || width < kLanes<T> + 2) {
         return x;
@@ -609,22 +647,23 @@ inline std::size_t sharpenColourBlocks(T* row, const T* lumaRow, const std::uint
     const SCorrections<T> corrections(sharpening.table);
     const Vec<T> max = Vec<T>{} + static_cast<T>(sharpening.maxValue);
     SSharpChunk<T> chunk;
+    CDensePixels<T> dense(step);
     while (const std::size_t count = chunkColumns<T>(x, width - 1)) {
+        T* const pixels = dense.Take(row + x * step, count);
         const auto leftOf = [&](std::size_t i) { return loadWords(lumaRow + x + i - 1); };
         if (chunk.Compare(lumaRow + x, leftOf, above + x, below + x, count, sharpening.coring)) {
-            chunk.LookUp(corrections, count, corrections.differ);
-            for (std::size_t i = 0; i < count; i += kLanes<T>) {
-                T* const pixels = row + (x + i) * Step;
-                if (sizeof(T) != 1 && anyLane(samplesAbove<Step, 0>(pixels, max))) {
+            chunk.ForRuns(corrections, count, corrections.differ, [&](std::size_t i) {
+                if (sizeof(T) != 1 && anyAbove(pixels + 3 * i, max)) {
                     // Those that are left alone stay as they are.
-                    sharpenColourSpan(row, Step, lumaRow, above, below, x + i, x + i + kLanes<T>, sharpening);
+                    sharpenColourSpan(pixels + 3 * i, 3, lumaRow, above, below, x + i, x + i + kLanes<T>, sharpening);
                 } else {
-                    changeBlock<Step>(pixels, chunk.Plus(i), chunk.Minus(i, corrections.differ), max);
+                    changeBlock(pixels + 3 * i, chunk.Plus(i), chunk.Minus(i, corrections.differ), max);
                 }
-            }
+            });
         } else {
-            sharpenColourSpan(row, Step, lumaRow, above, below, x, x + count, sharpening);
+            sharpenColourSpan(pixels, 3, lumaRow, above, below, x, x + count, sharpening);
         }
+        dense.PutBack(row + x * step, count);
         x += count;
     }
     return x;
@@ -710,8 +749,8 @@ inline typename Kind::Vector entryAt(const typename Kind::Entry* table, T sample
 }
 
 /// Blocks of pixels that stand step samples apart.
-template <class Kind, class T, class Step>
-inline std::size_t matrixBlocks(T* row, std::size_t width, Step step, const typename Kind::Entry* blue,
+template <class Kind, bool Dense, class T>
+inline std::size_t matrixBlocks(T* row, std::size_t width, std::size_t step, const typename Kind::Entry* blue,
                                 const typename Kind::Entry* green, const typename Kind::Entry* red, unsigned maxValue) {
     constexpr std::size_t pixels = 4 / sizeof(T);
     constexpr unsigned largest = 0x7FFF; // which no sum of 16 bits exceeds
@@ -720,34 +759,36 @@ inline std::size_t matrixBlocks(T* row, std::size_t width, Step step, const type
     const auto max = samplesOfVector(T{}) + held;
     std::size_t x = 0;
     for (; x + pixels <= width; x += pixels) {
-        T* const at = row + x * step.value;
+        T* const at = row + x * step;
         typename Kind::Vector sums[pixels];
         for (std::size_t i = 0; i < pixels; ++i) {
-            const T* const pixel = at + i * step.value;
+            const T* const pixel = at + i * step;
             sums[i] = entryAt<Kind>(blue, pixel[0]) + entryAt<Kind>(green, pixel[1]) + entryAt<Kind>(red, pixel[2]);
         }
         const auto samples = minVec(packSums(sums, T{}), max);
-        if constexpr (sizeof(step) == sizeof(SStep<3>)) {
+        if constexpr (Dense) {
             store12(at, narrowPixels<3 * sizeof(T)>((Bytes16)samples));
         } else {
             T stored[16 / sizeof(T)];
             __builtin_memcpy(stored, &samples, sizeof stored);
             for (std::size_t i = 0; i < pixels; ++i) {
-                __builtin_memcpy(at + i * step.value, stored + 4 * i, 3 * sizeof(T));
+                __builtin_memcpy(at + i * step, stored + 4 * i, 3 * sizeof(T));
             }
         }
     }
     return x;
 }
 
-template <class T, class Step>
-inline std::size_t matrixBlocks(T* row, std::size_t width, Step step, const SMatrixTables& tables, unsigned maxValue) {
+template <bool Dense, class T>
+inline std::size_t matrixBlocks(T* row, std::size_t width, std::size_t step, const SMatrixTables& tables,
+                                unsigned maxValue) {
     if (sizeof(T) == 1 ? tables.narrowBytes : tables.narrowWords) {
-        return matrixBlocks<SNarrowSums>(row, width, step, tables.narrowBlue, tables.narrowGreen, tables.narrowRed,
-                                         maxValue);
+        return matrixBlocks<SNarrowSums, Dense>(row, width, step, tables.narrowBlue, tables.narrowGreen,
+                                                tables.narrowRed, maxValue);
     }
-    return tables.moderate ? matrixBlocks<SWideSums>(row, width, step, tables.blue, tables.green, tables.red, maxValue)
-                           : 0;
+    return tables.moderate
+               ? matrixBlocks<SWideSums, Dense>(row, width, step, tables.blue, tables.green, tables.red, maxValue)
+               : 0;
 }
 
 #endif
@@ -759,7 +800,7 @@ void lumaCurve(T* row, std::size_t width, std::size_t step, const SLumaTables& l
                unsigned maxValue) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
-    done = forStep(step, 0, [&](auto s) { return lumaCurveBlocks<s.value>(row, width, curve, maxValue); });
+    done = lumaCurveBlocks(row, width, step, curve, maxValue);
 #endif
     lumaCurveSpan(row, done, width, step, luma, curve, maxValue);
 }
@@ -768,8 +809,8 @@ template <class T>
 void matrix(T* row, std::size_t width, std::size_t step, const SMatrixTables& tables, unsigned maxValue) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
-    done = step == 3 ? matrixBlocks(row, width, SStep<3>{}, tables, maxValue)
-                     : matrixBlocks(row, width, SAnyStep{step}, tables, maxValue);
+    done = step == 3 ? matrixBlocks<true>(row, width, 3, tables, maxValue)
+                     : matrixBlocks<false>(row, width, step, tables, maxValue);
 #endif
     matrixSpan(row, done, width, step, tables, maxValue);
 }
@@ -778,13 +819,7 @@ template <class T>
 void suppressChroma(T* row, std::size_t width, std::size_t step, const SLumaTables& luma, const SChromaLimits& limits) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
-    done = forStep(step, 0, [&](auto s) {
-        if constexpr (s.value <= 4) {
-            return suppressChromaBlocks<s.value>(row, width, limits);
-        } else {
-            return std::size_t{0};
-        }
-    });
+    done = suppressChromaBlocks(row, width, step, limits);
 #endif
     suppressChromaSpan(row, done, width, step, luma, limits);
 }
@@ -793,11 +828,11 @@ template <class T>
 void luma(const T* row, T* lumaRow, std::size_t width, std::size_t step, const SLumaTables& tables) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
-    done = forStep(step, 0, [&](auto s) {
-        const std::size_t blocks = width / kLanes<T> * kLanes<T>;
-        lumaBlocks<s.value>(row, lumaRow, blocks);
-        return blocks;
-    });
+    CDensePixels<T> dense(step);
+    while (const std::size_t count = chunkColumns<T>(done, width)) {
+        lumaBlocks<T>(dense.Take(row + done * step, count), lumaRow + done, count);
+        done += count;
+    }
 #endif
     lumaSpan(row, lumaRow, done, width, step, tables);
 }
@@ -829,10 +864,9 @@ void sharpenColour(T* row, std::size_t step, const T* lumaRow, const std::uint16
                    std::size_t width, const SSharpening& sharpening) {
     std::size_t done = 1;
 #if VEK_VECTOR_BYTES != 0
-    done = forStep(step, 1,
-                   [&](auto s) { return sharpenColourBlocks<s.value>(row, lumaRow, above, below, width, sharpening); });
+    done = sharpenColourBlocks(row, step, lumaRow, above, below, width, sharpening);
 #endif
-    sharpenColourSpan(row, step, lumaRow, above, below, done, width - 1, sharpening);
+    sharpenColourSpan(row + done * step, step, lumaRow, above, below, done, width - 1, sharpening);
 }
 
 template <class T>

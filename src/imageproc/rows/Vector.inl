@@ -499,137 +499,68 @@ struct SColours {
     Vec<T> red;
 };
 
-// loadColours reads the first three samples of kLanes<T> pixels that stand Step samples apart. repeatLanes: sample i of
-// vector K of such pixels, in memory order, gets its pixel's lane of v. loadSamples and storeSamples move that vector,
-// without the samples behind each pixel's third. kTakesStep: the steps that these know.
+// loadColours takes kLanes<T> dense pixels of three samples apart. repeatLanes<K> gives sample i of the K-th of their
+// three vectors in memory order the lane of its pixel in v.
 
 #if defined(__AVX512VBMI__)
 
-template <std::size_t Step>
-constexpr bool kTakesStep = true;
-
-/// The lanes of vector K that hold blue, green or red.
-template <std::size_t Step, std::size_t K, class T>
-constexpr std::uint32_t coloursMask() {
-    std::uint32_t mask = 0;
-    for (std::size_t i = 0; i < kLanes<T>; ++i) {
-        mask |= (K * kLanes<T> + i) % Step < 3 ? std::uint32_t{1} << i : 0;
-    }
-    return mask;
-}
-
-template <std::size_t Step, std::size_t K, class T>
-inline Vec<T> loadSamples(const T* p) {
-    const T* const at = p + K * kLanes<T>;
-    if constexpr (Step == 3) {
-        return load(at);
-    } else if constexpr (sizeof(T) == 1) {
-        return (Vec<T>)_mm256_maskz_loadu_epi8(coloursMask<Step, K, T>(), at);
-    } else {
-        return (Vec<T>)_mm256_maskz_loadu_epi16(coloursMask<Step, K, T>(), at);
-    }
-}
-
-template <std::size_t Step, std::size_t K, class T>
-inline void storeSamples(T* p, Vec<T> v) {
-    T* const at = p + K * kLanes<T>;
-    if constexpr (Step == 3) {
-        store(at, v);
-    } else if constexpr (sizeof(T) == 1) {
-        _mm256_mask_storeu_epi8(at, coloursMask<Step, K, T>(), (__m256i)v);
-    } else {
-        _mm256_mask_storeu_epi16(at, coloursMask<Step, K, T>(), (__m256i)v);
-    }
-}
-
-template <std::size_t Step, std::size_t K, class T>
+template <std::size_t K, class T>
 inline Vec<T> repeatLanes(Vec<T> v) {
-    static constexpr SLanes<T> kIndex = makeLanes<T>([](std::size_t i) { return (K * kLanes<T> + i) / Step; });
+    static constexpr SLanes<T> kIndex = makeLanes<T>([](std::size_t i) { return pixelOf<3, T>(K, i); });
     return permute2(v, kIndex.vec(), v);
 }
 
-/// Puts the lanes of channel Channel that vector K holds where they belong; found has those of the vectors before.
-template <std::size_t Step, std::size_t Channel, std::size_t K, class T>
-inline Vec<T> collectLanes(Vec<T> found, const T* p) {
-    if constexpr (K == Step) {
-        return found;
-    } else {
-        static constexpr SLanes<T> kIndex = makeLanes<T>([](std::size_t pixel) {
-            const std::size_t at = pixel * Step + Channel;
-            return at / kLanes<T> == K ? kLanes<T> + at % kLanes<T> : pixel;
-        });
-        return collectLanes<Step, Channel, K + 1>(permute2(found, kIndex.vec(), loadSamples<Step, K>(p)), p);
-    }
-}
-
-template <std::size_t Step, std::size_t Channel, class T>
-inline Vec<T> loadChannel(const T* p) {
-    static constexpr SLanes<T> kIndex = makeLanes<T>([](std::size_t pixel) {
-        const std::size_t at = pixel * Step + Channel;
-        return at < 2 * kLanes<T> ? at : pixel;
+template <std::size_t Channel, class T>
+inline Vec<T> channelOfVectors(Vec<T> v0, Vec<T> v1, Vec<T> v2) {
+    constexpr std::size_t lanes = kLanes<T>;
+    static constexpr SLanes<T> kFirstTwo = makeLanes<T>([](std::size_t pixel) {
+        const std::size_t sample = 3 * pixel + Channel;
+        return sample < 2 * kLanes<T> ? sample : 0;
     });
-    const Vec<T> found = permute2(loadSamples<Step, 0>(p), kIndex.vec(), loadSamples<Step, 1>(p));
-    return collectLanes<Step, Channel, 2>(found, p);
+    static constexpr SLanes<T> kThird = makeLanes<T>([](std::size_t pixel) {
+        const std::size_t sample = 3 * pixel + Channel;
+        return sample < 2 * lanes ? pixel : sample - lanes;
+    });
+    return permute2(permute2(v0, kFirstTwo.vec(), v1), kThird.vec(), v2);
 }
 
-template <std::size_t Step, class T>
+template <class T>
 inline SColours<T> loadColours(const T* p) {
-    return {loadChannel<Step, 0>(p), loadChannel<Step, 1>(p), loadChannel<Step, 2>(p)};
+    const Vec<T> v0 = load(p);
+    const Vec<T> v1 = load(p + kLanes<T>);
+    const Vec<T> v2 = load(p + 2 * kLanes<T>);
+    return {channelOfVectors<0, T>(v0, v1, v2), channelOfVectors<1, T>(v0, v1, v2), channelOfVectors<2, T>(v0, v1, v2)};
 }
 
 #else
 
-template <std::size_t Step>
-constexpr bool kTakesStep = Step == 3;
-
-template <std::size_t Step, std::size_t K, class T>
-inline Vec<T> loadSamples(const T* p) {
-    static_assert(Step == 3);
-    return load(p + K * kLanes<T>);
-}
-
-template <std::size_t Step, std::size_t K, class T>
-inline void storeSamples(T* p, Vec<T> v) {
-    static_assert(Step == 3);
-    store(p + K * kLanes<T>, v);
-}
-
-/// Of three vectors, 16 bytes at a time (Half): the samples K x kLanes<T> + 0 .. lie in one half of v, the low one for
-/// the first three of the six.
-template <std::size_t Step, std::size_t K, class T>
+template <std::size_t K, class T>
 inline Vec<T> repeatLanes(Vec<T> v) {
-    static_assert(Step == 3);
-    static constexpr SLanes<std::uint8_t> kIndex = makeLanes<std::uint8_t>([](std::size_t byte) {
-        const std::size_t pixel = (K * kLanes<T> + byte / sizeof(T)) / Step;
-        return pixel * sizeof(T) % 16 + byte % sizeof(T);
-    });
+    static constexpr SLanes<std::uint8_t> kIndex = makeLanes<std::uint8_t>(
+        [](std::size_t byte) { return (K * kLanes<T> + byte / sizeof(T)) / 3 * sizeof(T) % 16 + byte % sizeof(T); });
+    auto source = (Vec<std::uint8_t>)v;
 #if VEK_VECTOR_BYTES == 32
+    // Of the six halves that the pixels fill, three have their pixels in the low half of v, three in the high one.
     constexpr int halves = K == 0 ? 0x00 : K == 1 ? 0x10 : 0x11;
-    const auto source = (Vec<std::uint8_t>)_mm256_permute2x128_si256((__m256i)v, (__m256i)v, halves);
-#else
-    const auto source = (Vec<std::uint8_t>)v;
+    source = (Vec<std::uint8_t>)_mm256_permute2x128_si256((__m256i)v, (__m256i)v, halves);
 #endif
     return (Vec<T>)shuffleBytes(source, kIndex.vec());
 }
 
 #if defined(__ARM_NEON)
 
-template <std::size_t Step>
 inline SColours<std::uint8_t> loadColours(const std::uint8_t* p) {
-    static_assert(Step == 3);
     const uint8x16x3_t v = vld3q_u8(p);
     return {v.val[0], v.val[1], v.val[2]};
 }
-template <std::size_t Step>
 inline SColours<std::uint16_t> loadColours(const std::uint16_t* p) {
-    static_assert(Step == 3);
     const uint16x8x3_t v = vld3q_u16(p);
     return {v.val[0], v.val[1], v.val[2]};
 }
 
 #else
 
-/// Channel's samples stand in each position of one of the three runs: see runOf.
+/// Each position belongs to the channel in one of the three runs: see runOf.
 template <std::size_t Channel, class T>
 inline Vec<T> channelOfRuns(Register run0, Register run1, Register run2) {
     static constexpr SLanes<std::uint8_t> kSecond = makeLanes<std::uint8_t>(
@@ -638,18 +569,18 @@ inline Vec<T> channelOfRuns(Register run0, Register run1, Register run2) {
         [](std::size_t byte) { return runOf<T>(Channel, byte % 16 / sizeof(T)) == 2 ? 255 : 0; });
     static constexpr SLanes<std::uint8_t> kIndex = makeLanes<std::uint8_t>([](std::size_t byte) {
         const std::size_t pixel = byte % 16 / sizeof(T);
-        return (pixel * 3 + Channel) % kRun<T> * sizeof(T) + byte % sizeof(T);
+        return (3 * pixel + Channel) % kRun<T> * sizeof(T) + byte % sizeof(T);
     });
     const auto all = select(kThird.vec(), (Vec<std::uint8_t>)run2,
                             select(kSecond.vec(), (Vec<std::uint8_t>)run1, (Vec<std::uint8_t>)run0));
     return (Vec<T>)shuffleBytes(all, kIndex.vec());
 }
 
-template <std::size_t Step, class T>
+template <class T>
 inline SColours<T> loadColours(const T* p) {
-    const auto v0 = (Register)loadSamples<Step, 0>(p);
-    const auto v1 = (Register)loadSamples<Step, 1>(p);
-    const auto v2 = (Register)loadSamples<Step, 2>(p);
+    const auto v0 = (Register)load(p);
+    const auto v1 = (Register)load(p + kLanes<T>);
+    const auto v2 = (Register)load(p + 2 * kLanes<T>);
 #if VEK_VECTOR_BYTES == 32
     // The first 16 bytes' worth of pixels to the low halves, the second to the high ones.
     const Register run0 = _mm256_blend_epi32(v0, v1, 0xF0);
