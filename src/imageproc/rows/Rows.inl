@@ -16,9 +16,27 @@
 #include "imageproc/rows/Sums.inl"
 #include "imageproc/rows/YCrCb.inl"
 
+// Colour pixels are worked on in the cache, and longer vectors pay there.
+#ifdef VEK_WIDE_VECTOR_BYTES
+#pragma push_macro("VEK_ISA")
+#pragma push_macro("VEK_VECTOR_BYTES")
+#undef VEK_ISA
+#undef VEK_VECTOR_BYTES
+#define VEK_ISA VEK_WIDE_ISA
+#define VEK_VECTOR_BYTES VEK_WIDE_VECTOR_BYTES
+#include "imageproc/rows/Vector.inl"
+#endif
 #include "imageproc/rows/Colours.inl" // looks up and narrows as the ones above do
+#ifdef VEK_WIDE_VECTOR_BYTES
+#pragma pop_macro("VEK_ISA")
+#pragma pop_macro("VEK_VECTOR_BYTES")
+#endif
 
 namespace vek::rows::VEK_ISA {
+
+#ifdef VEK_WIDE_VECTOR_BYTES
+using wide::colourTable;
+#endif
 
 extern const SRowTable kTable;
 const SRowTable kTable = {

@@ -4,4 +4,6 @@
 #define VEK_ISA_NAME "avx512"
 #define VEK_ISA_ENUM Isa::Avx512
 #define VEK_VECTOR_BYTES 32
+#define VEK_WIDE_ISA avx512::wide
+#define VEK_WIDE_VECTOR_BYTES 64
 #include "imageproc/rows/Rows.inl"

@@ -15,10 +15,15 @@ namespace {
 
 #if !defined(__ARM_NEON)
 /// A vector as the intrinsics take it.
-#if VEK_VECTOR_BYTES == 32
+#if VEK_VECTOR_BYTES == 64
+using Register = __m512i;
+#define VEK_MM(op) _mm512_##op
+#elif VEK_VECTOR_BYTES == 32
 using Register = __m256i;
+#define VEK_MM(op) _mm256_##op
 #else
 using Register = __m128i;
+#define VEK_MM(op) _mm_##op
 #endif
 #endif
 
@@ -156,6 +161,10 @@ inline Vec<std::uint8_t> shuffleBytes(Vec<std::uint8_t> v, Vec<std::uint8_t> ind
 inline Vec<std::uint8_t> loadParts(const std::uint8_t* p, std::size_t) {
     return load(p);
 }
+#elif VEK_VECTOR_BYTES == 64
+inline Vec<std::uint8_t> shuffleBytes(Vec<std::uint8_t> v, Vec<std::uint8_t> index) {
+    return (Vec<std::uint8_t>)_mm512_shuffle_epi8((__m512i)v, (__m512i)index);
+}
 #elif VEK_VECTOR_BYTES == 32
 inline Vec<std::uint8_t> shuffleBytes(Vec<std::uint8_t> v, Vec<std::uint8_t> index) {
     return (Vec<std::uint8_t>)_mm256_shuffle_epi8((__m256i)v, (__m256i)index);
@@ -237,10 +246,10 @@ struct SPixelVectors {
 
 // vpermi2b and vpermi2w take any lane of two registers: two of them make a vector of pixels.
 inline Vec<std::uint8_t> permute2(Vec<std::uint8_t> a, Vec<std::uint8_t> index, Vec<std::uint8_t> b) {
-    return (Vec<std::uint8_t>)_mm256_permutex2var_epi8((__m256i)a, (__m256i)index, (__m256i)b);
+    return (Vec<std::uint8_t>)VEK_MM(permutex2var_epi8)((Register)a, (Register)index, (Register)b);
 }
 inline Vec<std::uint16_t> permute2(Vec<std::uint16_t> a, Vec<std::uint16_t> index, Vec<std::uint16_t> b) {
-    return (Vec<std::uint16_t>)_mm256_permutex2var_epi16((__m256i)a, (__m256i)index, (__m256i)b);
+    return (Vec<std::uint16_t>)VEK_MM(permutex2var_epi16)((Register)a, (Register)index, (Register)b);
 }
 
 template <unsigned Channels, std::size_t K, class T>
@@ -262,21 +271,23 @@ inline SPixelVectors<Channels, T> interleave(Vec<T> b, Vec<T> g, Vec<T> r) {
     }
 }
 
+#if VEK_VECTOR_BYTES == 64
+using ByteMask = __mmask64;
+using WordMask = __mmask32;
+#else
+using ByteMask = __mmask32;
+using WordMask = __mmask16;
+#endif
+
 /// Stores the first three samples of each four.
 inline void storeThreeOfFour(std::uint8_t* dst, Vec<std::uint8_t> pixels) {
-    _mm256_mask_storeu_epi8(dst, 0x77777777, (__m256i)pixels);
+    VEK_MM(mask_storeu_epi8)(dst, static_cast<ByteMask>(0x7777777777777777), (Register)pixels);
 }
 inline void storeThreeOfFour(std::uint16_t* dst, Vec<std::uint16_t> pixels) {
-    _mm256_mask_storeu_epi16(dst, 0x7777, (__m256i)pixels);
+    VEK_MM(mask_storeu_epi16)(dst, static_cast<WordMask>(0x77777777), (Register)pixels);
 }
 
 #else // pshufb and unpack work within 16 bytes
-
-#if VEK_VECTOR_BYTES == 32
-#define VEK_MM(op) _mm256_##op
-#else
-#define VEK_MM(op) _mm_##op
-#endif
 
 /// Samples in 16 bytes: as many pixels become Channels runs of 16 bytes, on their own.
 template <class T>
@@ -366,8 +377,6 @@ inline SPixelVectors<Channels, T> interleave(Vec<T> b, Vec<T> g, Vec<T> r) {
     }
 }
 
-#undef VEK_MM
-
 #endif
 
 /// Stores the first three samples of each four in 8 bytes.
@@ -444,14 +453,6 @@ inline bool anyLane(V v) {
 
 #else
 
-#if VEK_VECTOR_BYTES == 32
-#define VEK_MM(op) _mm256_##op
-#define VEK_MM_TESTZ(v) _mm256_testz_si256(v, v)
-#else
-#define VEK_MM(op) _mm_##op
-#define VEK_MM_TESTZ(v) _mm_testz_si128(v, v)
-#endif
-
 inline Vec<std::uint8_t> addSat(Vec<std::uint8_t> a, Vec<std::uint8_t> b) {
     return (Vec<std::uint8_t>)VEK_MM(adds_epu8)((Register)a, (Register)b);
 }
@@ -472,11 +473,14 @@ inline Vec<std::uint16_t> mulRounded(Vec<std::uint16_t> a, Vec<std::uint16_t> b)
 }
 template <class V>
 inline bool anyLane(V v) {
-    return VEK_MM_TESTZ((Register)v) == 0;
+#if VEK_VECTOR_BYTES == 64
+    return _mm512_test_epi64_mask((Register)v, (Register)v) != 0;
+#elif VEK_VECTOR_BYTES == 32
+    return _mm256_testz_si256((Register)v, (Register)v) == 0;
+#else
+    return _mm_testz_si128((Register)v, (Register)v) == 0;
+#endif
 }
-
-#undef VEK_MM
-#undef VEK_MM_TESTZ
 
 #endif
 
@@ -597,6 +601,8 @@ inline SColours<T> loadColours(const T* p) {
 
 #endif
 #endif
+
+#undef VEK_MM
 
 } // namespace
 } // namespace vek::rows::VEK_ISA
