@@ -449,25 +449,47 @@ inline std::size_t suppressChromaBlocks(T* row, std::size_t width, std::size_t s
     return x;
 }
 
-/// kLanes<std::uint16_t> samples as words.
+// loadWords: kLanes<std::uint16_t> samples as words. storeNarrow: words of 0 .. 255 as so many bytes; words stay.
+
 inline Vec<std::uint16_t> loadWords(const std::uint16_t* p) {
     return load(p);
 }
-inline Vec<std::uint16_t> loadWords(const std::uint8_t* p) {
-    std::uint8_t bytes __attribute__((vector_size(kLanes<std::uint16_t>)));
-    __builtin_memcpy(&bytes, p, sizeof bytes);
-    return __builtin_convertvector(bytes, Vec<std::uint16_t>);
-}
-
-/// Words of 0 .. 255 as kLanes<std::uint16_t> bytes; words stay.
 inline void storeNarrow(std::uint16_t* p, Vec<std::uint16_t> v) {
     store(p, v);
 }
-inline void storeNarrow(std::uint8_t* p, Vec<std::uint16_t> v) {
-    using Bytes = std::uint8_t __attribute__((vector_size(kLanes<std::uint16_t>)));
-    const auto bytes = __builtin_convertvector(v, Bytes);
-    __builtin_memcpy(p, &bytes, sizeof bytes);
+
+#if defined(__ARM_NEON)
+inline Vec<std::uint16_t> loadWords(const std::uint8_t* p) {
+    return vmovl_u8(vld1_u8(p));
 }
+inline void storeNarrow(std::uint8_t* p, Vec<std::uint16_t> v) {
+    vst1_u8(p, vmovn_u16(v));
+}
+#elif VEK_VECTOR_BYTES == 64
+// The conversions without a mask start from an undefined vector, which g++ 12 warns of.
+constexpr __mmask32 kAllWords = 0xFFFFFFFF;
+inline Vec<std::uint16_t> loadWords(const std::uint8_t* p) {
+    return (Vec<std::uint16_t>)_mm512_maskz_cvtepu8_epi16(kAllWords, _mm256_loadu_si256((const __m256i*)p));
+}
+inline void storeNarrow(std::uint8_t* p, Vec<std::uint16_t> v) {
+    _mm256_storeu_si256((__m256i*)p, _mm512_maskz_cvtepi16_epi8(kAllWords, (__m512i)v));
+}
+#elif VEK_VECTOR_BYTES == 32
+inline Vec<std::uint16_t> loadWords(const std::uint8_t* p) {
+    return (Vec<std::uint16_t>)_mm256_cvtepu8_epi16(_mm_loadu_si128((const __m128i*)p));
+}
+inline void storeNarrow(std::uint8_t* p, Vec<std::uint16_t> v) {
+    const __m128i low = _mm256_castsi256_si128((__m256i)v);
+    _mm_storeu_si128((__m128i*)p, _mm_packus_epi16(low, _mm256_extracti128_si256((__m256i)v, 1)));
+}
+#else
+inline Vec<std::uint16_t> loadWords(const std::uint8_t* p) {
+    return (Vec<std::uint16_t>)_mm_cvtepu8_epi16(_mm_loadl_epi64((const __m128i*)p));
+}
+inline void storeNarrow(std::uint8_t* p, Vec<std::uint16_t> v) {
+    _mm_storel_epi64((__m128i*)p, _mm_packus_epi16((__m128i)v, (__m128i)v));
+}
+#endif
 
 template <class T>
 inline std::size_t sum3Blocks(const T* row, std::uint16_t* sumRow, std::size_t width) {
@@ -740,30 +762,38 @@ inline void store12(void* p, Bytes16 v) {
     __builtin_memcpy(static_cast<std::uint8_t*>(p) + sizeof low, &high, sizeof high);
 }
 
-/// A sample's entry; one of 8 bytes comes with the next one.
-template <class Kind, class T>
+/// A sample's entry; one of 8 bytes comes with the next one. Held: the sample may lie beyond the table.
+template <class Kind, bool Held, class T>
 inline typename Kind::Vector entryAt(const typename Kind::Entry* table, T sample) {
     typename Kind::Vector entry;
-    __builtin_memcpy(&entry, table[entryOf<4096>(sample)], sizeof entry);
+    __builtin_memcpy(&entry, table[Held ? entryOf<4096>(sample) : unsigned{sample}], sizeof entry);
     return entry;
 }
 
-/// Blocks of pixels that stand step samples apart.
-template <class Kind, bool Dense, class T>
-inline std::size_t matrixBlocks(T* row, std::size_t width, std::size_t step, const typename Kind::Entry* blue,
-                                const typename Kind::Entry* green, const typename Kind::Entry* red, unsigned maxValue) {
-    constexpr std::size_t pixels = 4 / sizeof(T);
-    constexpr unsigned largest = 0x7FFF; // which no sum of 16 bits exceeds
-    const T held =
-        static_cast<T>(sizeof(T) == 2 && sizeof(typename Kind::Entry) == 8 && maxValue > largest ? largest : maxValue);
-    const auto max = samplesOfVector(T{}) + held;
-    std::size_t x = 0;
-    for (; x + pixels <= width; x += pixels) {
-        T* const at = row + x * step;
-        typename Kind::Vector sums[pixels];
-        for (std::size_t i = 0; i < pixels; ++i) {
-            const T* const pixel = at + i * step;
-            sums[i] = entryAt<Kind>(blue, pixel[0]) + entryAt<Kind>(green, pixel[1]) + entryAt<Kind>(red, pixel[2]);
+/// The three tables of a kind.
+template <class Kind>
+struct SProducts {
+    const typename Kind::Entry* blue;
+    const typename Kind::Entry* green;
+    const typename Kind::Entry* red;
+
+    template <bool Held, class T>
+    typename Kind::Vector Sums(const T* pixel) const {
+        return entryAt<Kind, Held>(blue, pixel[0]) + entryAt<Kind, Held>(green, pixel[1]) +
+               entryAt<Kind, Held>(red, pixel[2]);
+    }
+};
+
+/// Blocks of pixels that stand step samples apart, 3 if Dense.
+template <bool Held, bool Dense, class Kind, class T>
+inline void multiplyBlocks(T* pixels, std::size_t count, std::size_t step, SProducts<Kind> products, T maxValue) {
+    constexpr std::size_t block = 4 / sizeof(T);
+    const auto max = samplesOfVector(T{}) + maxValue;
+    for (std::size_t x = 0; x < count; x += block) {
+        T* const at = pixels + x * step;
+        typename Kind::Vector sums[block];
+        for (std::size_t i = 0; i < block; ++i) {
+            sums[i] = products.template Sums<Held>(at + i * step);
         }
         const auto samples = minVec(packSums(sums, T{}), max);
         if constexpr (Dense) {
@@ -771,24 +801,43 @@ inline std::size_t matrixBlocks(T* row, std::size_t width, std::size_t step, con
         } else {
             T stored[16 / sizeof(T)];
             __builtin_memcpy(stored, &samples, sizeof stored);
-            for (std::size_t i = 0; i < pixels; ++i) {
+            for (std::size_t i = 0; i < block; ++i) {
                 __builtin_memcpy(at + i * step, stored + 4 * i, 3 * sizeof(T));
             }
         }
     }
-    return x;
 }
 
-template <bool Dense, class T>
+template <class Kind, class T>
+inline std::size_t multiply(T* row, std::size_t width, std::size_t step, SProducts<Kind> products, T maxValue) {
+    constexpr std::size_t lanes = kLanes<T>;
+    const std::size_t columns = width / lanes * lanes;
+    if (step != 3) {
+        multiplyBlocks<true, false>(row, columns, step, products, maxValue);
+    } else if constexpr (sizeof(T) == 1) {
+        multiplyBlocks<false, true>(row, columns, 3, products, maxValue);
+    } else {
+        const Vec<T> last = Vec<T>{} + 4095;
+        for (std::size_t x = 0; x < columns; x += lanes) {
+            T* const pixels = row + 3 * x;
+            anyAbove(pixels, last) ? multiplyBlocks<true, true>(pixels, lanes, 3, products, maxValue)
+                                   : multiplyBlocks<false, true>(pixels, lanes, 3, products, maxValue);
+        }
+    }
+    return columns;
+}
+
+template <class T>
 inline std::size_t matrixBlocks(T* row, std::size_t width, std::size_t step, const SMatrixTables& tables,
                                 unsigned maxValue) {
     if (sizeof(T) == 1 ? tables.narrowBytes : tables.narrowWords) {
-        return matrixBlocks<SNarrowSums, Dense>(row, width, step, tables.narrowBlue, tables.narrowGreen,
-                                                tables.narrowRed, maxValue);
+        constexpr unsigned largest = 0x7FFF; // which no sum of 16 bits exceeds
+        const auto held = static_cast<T>(sizeof(T) == 2 && maxValue > largest ? largest : maxValue);
+        const SProducts<SNarrowSums> products = {tables.narrowBlue, tables.narrowGreen, tables.narrowRed};
+        return multiply(row, width, step, products, held);
     }
-    return tables.moderate
-               ? matrixBlocks<SWideSums, Dense>(row, width, step, tables.blue, tables.green, tables.red, maxValue)
-               : 0;
+    const SProducts<SWideSums> products = {tables.blue, tables.green, tables.red};
+    return tables.moderate ? multiply(row, width, step, products, static_cast<T>(maxValue)) : 0;
 }
 
 #endif
@@ -809,8 +858,7 @@ template <class T>
 void matrix(T* row, std::size_t width, std::size_t step, const SMatrixTables& tables, unsigned maxValue) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
-    done = step == 3 ? matrixBlocks<true>(row, width, 3, tables, maxValue)
-                     : matrixBlocks<false>(row, width, step, tables, maxValue);
+    done = matrixBlocks(row, width, step, tables, maxValue);
 #endif
     matrixSpan(row, done, width, step, tables, maxValue);
 }
