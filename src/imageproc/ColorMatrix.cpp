@@ -62,6 +62,16 @@ namespace {
 constexpr int kModerate = 1 << 26;
 constexpr int kNarrow = std::numeric_limits<short>::max() / 3;
 
+constexpr std::size_t kLastByte = std::numeric_limits<unsigned char>::max();
+
+/// The bytes of a sample's products.
+void mvSplit(rows::SMatrixTables::BytePlanes& planes, std::size_t sample, const short* products) {
+    for (std::size_t j = 0; j < 3; ++j) {
+        planes.low[j][sample] = static_cast<unsigned char>(products[j]);
+        planes.high[j][sample] = static_cast<unsigned char>(products[j] >> 8);
+    }
+}
+
 /// Stores an entry in both widths and returns its magnitude, at most kModerate.
 int mnStore(int& entry, short& narrow, float value) {
     entry = saturateTo<int>(value);
@@ -88,8 +98,11 @@ void CColorMatrix::mUpdateTable() {
                                    mnStore(mTableG[i][j], mNarrowG[i][j], row[kG]),
                                    mnStore(mTableR[i][j], mNarrowR[i][j], offset[outputs[j]] + row[kR])});
         }
-        if (i == std::numeric_limits<unsigned char>::max()) {
+        if (i <= kLastByte) {
             mLargest8 = mLargest16;
+            mvSplit(mPlanes[0], i, mNarrowB[i]);
+            mvSplit(mPlanes[1], i, mNarrowG[i]);
+            mvSplit(mPlanes[2], i, mNarrowR[i]);
         }
         for (std::size_t row = 0; row < 3; ++row) {
             for (std::size_t column = 0; column < 3; ++column) {
@@ -166,9 +179,9 @@ unsigned long CColorMatrix::Process(unsigned long width, unsigned long height, u
     const unsigned maxValue =
         bits < std::numeric_limits<T>::digits ? (1U << bits) - 1 : unsigned{std::numeric_limits<T>::max()};
     const auto matrix = rows::colourRows<T>(mRows).matrix;
-    const rows::SMatrixTables tables = {mTableB.data(),         mTableG.data(),       mTableR.data(),
-                                        mNarrowB.data(),        mNarrowG.data(),      mNarrowR.data(),
-                                        mLargest16 < kModerate, mLargest8 <= kNarrow, mLargest16 <= kNarrow};
+    const rows::SMatrixTables tables = {
+        mTableB.data(),  mTableG.data(), mTableR.data(),         mNarrowB.data(),      mNarrowG.data(),
+        mNarrowR.data(), mPlanes.data(), mLargest16 < kModerate, mLargest8 <= kNarrow, mLargest16 <= kNarrow};
     return SImage<T>{width, height, lineBytes, image}.forRows(
         [&](T* row, unsigned long) { matrix(row, width, samples, tables, maxValue); });
 }

@@ -59,8 +59,9 @@ private:
     NarrowTable mNarrowB{};
     NarrowTable mNarrowG{};
     NarrowTable mNarrowR{};
-    int mLargest8 = 0;  ///< magnitude of the largest entry of a byte
-    int mLargest16 = 0; ///< magnitude of the largest entry
+    std::array<rows::SMatrixTables::BytePlanes, 3> mPlanes{}; ///< by input component: B, G, R
+    int mLargest8 = 0;                                        ///< magnitude of the largest entry of a byte
+    int mLargest16 = 0;                                       ///< magnitude of the largest entry
 };
 
 } // namespace vek

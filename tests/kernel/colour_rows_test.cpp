@@ -28,6 +28,7 @@ struct SSettings {
     std::vector<std::uint16_t> corrections = curve;
     std::vector<std::array<std::int32_t, 4>> products = std::vector<std::array<std::int32_t, 4>>(3 * 4096);
     std::vector<std::array<std::int16_t, 4>> narrowProducts = std::vector<std::array<std::int16_t, 4>>(3 * 4097);
+    std::vector<rows::SMatrixTables::BytePlanes> planes = std::vector<rows::SMatrixTables::BytePlanes>(3);
     rows::SChromaLimits limits{};
     unsigned coring = 0;
     Products kind;
@@ -42,12 +43,18 @@ struct SSettings {
         fillSamples(curve.data(), curve.size(), Pattern::Random, seed % 2 == 0 ? depth : 16, random);
         fillSamples(corrections.data(), corrections.size(), Pattern::Random, seed % 2 == 0 ? depth - 2 : 12, random);
         for (std::size_t i = 0; i < products.size(); ++i) {
+            rows::SMatrixTables::BytePlanes& ofInput = planes[i / 4096];
             for (std::size_t j = 0; j < 3; ++j) {
                 const auto value = static_cast<std::int32_t>(random.Next());
                 std::int32_t& product = products[i][j];
                 product = kind == Products::Any ? value : kind == Products::Moderate ? value >> 5 : value % 10923;
                 // One entry behind each table of 16 bits.
-                narrowProducts[i + i / 4096][j] = static_cast<std::int16_t>(kind == Products::Narrow ? product : 99);
+                const auto narrow = static_cast<std::int16_t>(kind == Products::Narrow ? product : 99);
+                narrowProducts[i + i / 4096][j] = narrow;
+                if (i % 4096 < 256) {
+                    ofInput.low[j][i % 4096] = static_cast<std::uint8_t>(narrow);
+                    ofInput.high[j][i % 4096] = static_cast<std::uint8_t>(narrow >> 8);
+                }
             }
         }
         limits = {static_cast<std::uint16_t>(random.Below(1U << depth)),
@@ -62,8 +69,10 @@ struct SSettings {
         const auto* const first = reinterpret_cast<const rows::SMatrixTables::Entry*>(products.data());
         const auto* const narrow = reinterpret_cast<const rows::SMatrixTables::NarrowEntry*>(narrowProducts.data());
         const bool fits = kind == Products::Narrow;
-        return {first, first + 4096, first + 2 * 4096, narrow, narrow + 4097, narrow + 2 * 4097, kind != Products::Any,
-                fits,  fits};
+        return {first,         first + 4096,          first + 2 * 4096,
+                narrow,        narrow + 4097,         narrow + 2 * 4097,
+                planes.data(), kind != Products::Any, fits,
+                fits};
     }
     rows::SSharpening sharpening(unsigned depth) const { return {corrections.data(), coring, (1U << depth) - 1}; }
 };

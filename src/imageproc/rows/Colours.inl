@@ -808,6 +808,34 @@ inline void multiplyBlocks(T* pixels, std::size_t count, std::size_t step, SProd
     }
 }
 
+#if VEK_VECTOR_BYTES == 64
+
+/// 64 dense pixels of bytes at a time: 16-bit products from tables that stand in registers.
+inline std::size_t multiplyInRegisters(std::uint8_t* row, std::size_t width, const SMatrixTables::BytePlanes* planes) {
+    std::size_t x = 0;
+    for (; x + kLanes<std::uint8_t> <= width; x += kLanes<std::uint8_t>) {
+        const SColours<std::uint8_t> colours = loadColours(row + 3 * x);
+        const __m512i in[3] = {(__m512i)colours.blue, (__m512i)colours.green, (__m512i)colours.red};
+        Vec<std::uint8_t> out[3];
+        for (std::size_t j = 0; j < 3; ++j) {
+            __m512i low = _mm512_setzero_si512();
+            __m512i high = low;
+            for (std::size_t i = 0; i < 3; ++i) {
+                const __mmask64 upperHalf = _mm512_movepi8_mask(in[i]);
+                const __m512i lowBytes = SByteTable(planes[i].low[j]).LookUp(in[i], upperHalf);
+                const __m512i highBytes = SByteTable(planes[i].high[j]).LookUp(in[i], upperHalf);
+                low = _mm512_add_epi16(low, _mm512_unpacklo_epi8(lowBytes, highBytes));
+                high = _mm512_add_epi16(high, _mm512_unpackhi_epi8(lowBytes, highBytes));
+            }
+            out[j] = (Vec<std::uint8_t>)_mm512_packus_epi16(low, high);
+        }
+        storePixels<3>(row + 3 * x, out[0], out[1], out[2]);
+    }
+    return x;
+}
+
+#endif
+
 template <class Kind, class T>
 inline std::size_t multiply(T* row, std::size_t width, std::size_t step, SProducts<Kind> products, T maxValue) {
     constexpr std::size_t lanes = kLanes<T>;
@@ -830,6 +858,13 @@ inline std::size_t multiply(T* row, std::size_t width, std::size_t step, SProduc
 template <class T>
 inline std::size_t matrixBlocks(T* row, std::size_t width, std::size_t step, const SMatrixTables& tables,
                                 unsigned maxValue) {
+#if VEK_VECTOR_BYTES == 64
+    if constexpr (sizeof(T) == 1) {
+        if (tables.narrowBytes && step == 3 && maxValue == 255) {
+            return multiplyInRegisters(row, width, tables.planes);
+        }
+    }
+#endif
     if (sizeof(T) == 1 ? tables.narrowBytes : tables.narrowWords) {
         constexpr unsigned largest = 0x7FFF; // which no sum of 16 bits exceeds
         const auto held = static_cast<T>(sizeof(T) == 2 && maxValue > largest ? largest : maxValue);

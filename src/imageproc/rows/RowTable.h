@@ -155,9 +155,16 @@ struct SMatrixTables {
     const NarrowEntry* narrowBlue;
     const NarrowEntry* narrowGreen;
     const NarrowEntry* narrowRed;
-    bool moderate;    ///< no sum of three entries leaves -2^28 .. 2^28 - 1
-    bool narrowBytes; ///< 16 bits hold every sum of the products of bytes
-    bool narrowWords; ///< 16 bits hold every sum
+    /// The products of bytes in 16 bits once more, low and high bytes apart: by output blue, green, red, and input
+    /// byte.
+    struct BytePlanes {
+        std::uint8_t low[3][256];
+        std::uint8_t high[3][256];
+    };
+    const BytePlanes* planes; ///< of the blue, green and red input
+    bool moderate;            ///< no sum of three entries leaves -2^28 .. 2^28 - 1
+    bool narrowBytes;         ///< 16 bits hold every sum of the products of bytes
+    bool narrowWords;         ///< 16 bits hold every sum
 };
 
 /// Suppression strength by luma, 1/16384 for each level beyond a start level. A slope of 0 switches its part off.
