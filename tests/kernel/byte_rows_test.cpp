@@ -45,7 +45,7 @@ class ByteRows : public CTierTest {
 protected:
     void CheckShifts(std::size_t width) {
         for (const std::size_t channels : {1UL, 3UL, 4UL}) {
-            for (const int shift : {-31, -2, 0, 2, 4, 6, 8, 31}) {
+            for (const int shift : {-31, -16, -15, -8, -7, -2, 0, 2, 4, 6, 7, 8, 15, 16, 31}) {
                 const std::size_t at = rows::bytePixel(channels);
                 compare<std::uint8_t>(table(), "shift8", width, pixelBytes(width, channels), width,
                                       [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
@@ -59,7 +59,8 @@ protected:
         }
     }
     void CheckUnpacking(std::size_t width) {
-        for (const int shift : {0, 2, 4}) {
+        // Above 2 and 4 bits of the next pixel come in.
+        for (const int shift : {0, 1, 2, 3, 4, 5, 8, 16}) {
             compare<std::uint8_t>(table(), "unpack10", (width * 10 + 7) / 8, width, width,
                                   [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
                                       rows.bytes.unpack10(src, dst, width, shift);
@@ -104,6 +105,30 @@ TEST_P(ByteRows, EqualScalarForLargeWidths) {
         CheckShifts(width);
         CheckUnpacking(width);
         CheckYCrCb(width);
+    }
+}
+
+// Bytes may replace what they are made of: no block may read what an earlier one wrote.
+TEST_P(ByteRows, TakeTheirSourcesPlace) {
+    const auto check = [&](std::size_t width, std::size_t srcBytes, const char* name, auto call) {
+        CRandom random(width);
+        std::vector<std::uint8_t> expected(srcBytes);
+        fillSamples(expected.data(), srcBytes, Pattern::Random, 8, random);
+        std::vector<std::uint8_t> got = expected;
+        call(scalar(), expected.data());
+        call(table(), got.data());
+        ASSERT_EQ(got, expected) << table().name << ' ' << name << ' ' << width;
+    };
+    for (std::size_t width = 1; width <= 130; ++width) {
+        check(width, width, "shift8",
+              [&](const rows::SRowTable& rows, std::uint8_t* row) { rows.bytes.shift8[0](row, row, width, 3); });
+        check(width, 2 * width, "shift16", [&](const rows::SRowTable& rows, std::uint8_t* row) {
+            rows.bytes.shift16[0](reinterpret_cast<const std::uint16_t*>(row), row, width, 4);
+        });
+        check(width, (width * 10 + 7) / 8, "unpack10",
+              [&](const rows::SRowTable& rows, std::uint8_t* row) { rows.bytes.unpack10(row, row, width, 2); });
+        check(width, (width * 12 + 7) / 8, "unpack12",
+              [&](const rows::SRowTable& rows, std::uint8_t* row) { rows.bytes.unpack12(row, row, width, 4); });
     }
 }
 
