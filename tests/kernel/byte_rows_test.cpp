@@ -73,20 +73,26 @@ protected:
     }
     void CheckYCrCb(std::size_t width) {
         const std::size_t bytes[] = {2 * width, 3 * width, width + width / 2};
-        for (std::size_t packing = 0; packing < rows::kPackings; ++packing) {
-            for (const unsigned channels : {3U, 4U}) {
-                compare<std::uint8_t>(table(), "toBgr", bytes[packing], pixelBytes(width, channels), width,
+        // Up to the last luma byte.
+        const std::size_t last = width - 1;
+        const std::size_t lumaBytes[] = {2 * last + 1, 3 * last + 1, last / 4 * 6 + last % 4 + last % 4 / 2 + 1};
+        for (std::size_t space = 0; space < rows::kYCrCbSpaces; ++space) {
+            for (std::size_t packing = 0; packing < rows::kPackings; ++packing) {
+                for (const unsigned channels : {3U, 4U}) {
+                    compare<std::uint8_t>(table(), "toBgr", bytes[packing], pixelBytes(width, channels), width,
+                                          [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
+                                              rows.yCrCb.toBgr[space][packing][rows::pixelLayout(channels)](
+                                                  src, dst, width, kTables[space]);
+                                          });
+                }
+                compare<std::uint8_t>(table(), "toGrey", width == 0 ? 0 : lumaBytes[packing], width, width,
                                       [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
-                                          rows.yCrCb.toBgr[packing][rows::pixelLayout(channels)](src, dst, width,
-                                                                                                 pnYCrCbConvTable);
+                                          rows.yCrCb.toGrey[space][packing](src, dst, width, kTables[space]);
                                       });
             }
-            compare<std::uint8_t>(table(), "toGrey", bytes[packing], width, width,
-                                  [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
-                                      rows.yCrCb.toGrey[packing](src, dst, width, pnYCrCbConvTable);
-                                  });
         }
     }
+    static constexpr const int (*kTables[rows::kYCrCbSpaces])[256] = {pnYCrCbConvTable, pnYCrCbConvTable709};
 };
 
 TEST_P(ByteRows, EqualScalarForEveryWidthUpTo130) {
@@ -129,6 +135,32 @@ TEST_P(ByteRows, TakeTheirSourcesPlace) {
               [&](const rows::SRowTable& rows, std::uint8_t* row) { rows.bytes.unpack10(row, row, width, 2); });
         check(width, (width * 12 + 7) / 8, "unpack12",
               [&](const rows::SRowTable& rows, std::uint8_t* row) { rows.bytes.unpack12(row, row, width, 4); });
+    }
+}
+
+// The vectors calculate what the tables hold, so every colour there is.
+TEST_P(ByteRows, EveryYCrCbColour) {
+    constexpr std::size_t width = 256;
+    std::vector<std::uint8_t> src(3 * width);
+    std::vector<std::uint8_t> expected(3 * width);
+    std::vector<std::uint8_t> got(3 * width);
+    const auto packing = static_cast<std::size_t>(rows::YCrCb::P444);
+    for (std::size_t y = 0; y < width; ++y) {
+        src[3 * y] = static_cast<std::uint8_t>(y);
+    }
+    for (std::size_t space = 0; space < rows::kYCrCbSpaces; ++space) {
+        for (std::size_t chroma = 0; chroma < 65536; ++chroma) {
+            for (std::size_t y = 0; y < width; ++y) {
+                src[3 * y + 1] = static_cast<std::uint8_t>(chroma);
+                src[3 * y + 2] = static_cast<std::uint8_t>(chroma >> 8);
+            }
+            scalar().yCrCb.toBgr[space][packing][0](src.data(), expected.data(), width, kTables[space]);
+            table().yCrCb.toBgr[space][packing][0](src.data(), got.data(), width, kTables[space]);
+            ASSERT_EQ(got, expected) << table().name << ' ' << space << ' ' << chroma;
+        }
+        scalar().yCrCb.toGrey[space][packing](src.data(), expected.data(), width, kTables[space]);
+        table().yCrCb.toGrey[space][packing](src.data(), got.data(), width, kTables[space]);
+        ASSERT_EQ(got, expected) << table().name << ' ' << space;
     }
 }
 
