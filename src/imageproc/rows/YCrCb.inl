@@ -127,7 +127,8 @@ constexpr SYBytes makeYBytes(F byteAt) {
 }
 
 // In 16 bytes at a time: words of a low and a high byte, from the first and from the last 8 bytes of each; and back, as
-// bytes that stop at 0 and 255. mulRounded: (a x b + 2^14) >> 15. shuffleY: bytes by index, within 16.
+// bytes that stop at 0 and 255. mulRounded: (a x b + 2^14) >> 15; mulHigh: a x b >> 16. shuffleY: bytes by index,
+// within 16.
 #if defined(__ARM_NEON)
 inline YSigned zipWordsLow(YBytes low, YBytes high) {
     return (YSigned)vzip1q_u8(low, high);
@@ -141,8 +142,19 @@ inline YBytes packWords(YSigned a, YSigned b) {
 inline YSigned mulRounded(YSigned a, YSigned b) {
     return (YSigned)vqrdmulhq_s16((int16x8_t)a, (int16x8_t)b);
 }
+inline YSigned mulHigh(YSigned a, YSigned b) {
+    const int32x4_t low = vmull_s16(vget_low_s16((int16x8_t)a), vget_low_s16((int16x8_t)b));
+    const int32x4_t high = vmull_high_s16((int16x8_t)a, (int16x8_t)b);
+    return (YSigned)vuzp2q_s16((int16x8_t)low, (int16x8_t)high);
+}
 inline YBytes shuffleY(YBytes v, YBytes index) {
     return vqtbl1q_u8(v, index);
+}
+inline YBytes smaller(YBytes a, YBytes b) {
+    return vminq_u8(a, b);
+}
+inline YBytes larger(YBytes a, YBytes b) {
+    return vmaxq_u8(a, b);
 }
 #else
 #if defined(__AVX512VBMI__)
@@ -167,8 +179,17 @@ inline YBytes packWords(YSigned a, YSigned b) {
 inline YSigned mulRounded(YSigned a, YSigned b) {
     return (YSigned)VEK_MM(mulhrs_epi16)((YRegister)a, (YRegister)b);
 }
+inline YSigned mulHigh(YSigned a, YSigned b) {
+    return (YSigned)VEK_MM(mulhi_epi16)((YRegister)a, (YRegister)b);
+}
 inline YBytes shuffleY(YBytes v, YBytes index) {
     return (YBytes)VEK_MM(shuffle_epi8)((YRegister)v, (YRegister)index);
+}
+inline YBytes smaller(YBytes a, YBytes b) {
+    return (YBytes)VEK_MM(min_epu8)((YRegister)a, (YRegister)b);
+}
+inline YBytes larger(YBytes a, YBytes b) {
+    return (YBytes)VEK_MM(max_epu8)((YRegister)a, (YRegister)b);
 }
 #undef VEK_MM
 #endif
@@ -300,43 +321,118 @@ constexpr std::uint16_t exactWeight(int weight) {
     return static_cast<std::uint16_t>(weight >> 1);
 }
 
-inline YSigned floorOf(YSigned estimate, YWords exact) {
-    const YSigned whole = estimate >> 6;
-    const auto rest = (YSigned)(exact - (YWords)whole * static_cast<std::uint16_t>(kWhole));
-    return whole + (rest < static_cast<std::int16_t>(-kExactBias));
+// The floor of one weighted byte takes a product alone: a byte's multiples of a weight of two or three decimals keep
+// further away from whole numbers than the product with a weight in 1/65536 is wrong.
+constexpr int nearestWhole(int weight) {
+    return (weight + 50000) / 100000;
+}
+constexpr int fractionWeight(int weight) {
+    const long scaled = (weight - 100000 * nearestWhole(weight)) * 65536L;
+    return static_cast<int>((scaled + (scaled < 0 ? -50000 : 50000)) / 100000);
+}
+
+/// What the blocks need of a colour space, in every lane.
+template <class T>
+struct SYSame {
+    alignas(kYCrCbLanes) T lane[kYCrCbLanes / sizeof(T)];
+    constexpr explicit SYSame(int value) : lane{} {
+        for (T& each : lane) {
+            each = static_cast<T>(value);
+        }
+    }
+    auto vec() const {
+        typedef T Same __attribute__((vector_size(kYCrCbLanes)));
+        Same v;
+        __builtin_memcpy(&v, lane, sizeof v);
+        return v;
+    }
+};
+template <YCrCbSpace Space>
+struct SYConstants {
+    using S = SSpace<Space>;
+    using Bytes = SYSame<std::uint8_t>;
+    using Words = SYSame<std::uint16_t>;
+    using Signed = SYSame<std::int16_t>;
+    Bytes lumaLow{S::lumaLow};
+    Bytes lumaHigh{S::lumaHigh};
+    Bytes chromaLow{S::chromaLow};
+    Bytes chromaHigh{S::chromaHigh};
+    Bytes chromaZero{0x80};
+    Bytes one{1};
+    Bytes nibble{15};
+    Words whole{kWhole};
+    Words exactBias{kExactBias};
+    Signed below{-kExactBias};
+    Signed margin{kEstimateMargin};
+    Signed lumaEstimate{estimateWeight(S::luma, 128)};
+    Signed crRedEstimate{estimateWeight(S::crRed, 256)};
+    Signed cbGreenEstimate{estimateWeight(S::cbGreen, 256)};
+    Signed crGreenEstimate{estimateWeight(S::crGreen, 256)};
+    Signed cbBlueEstimate{estimateWeight(S::cbBlue, 256)};
+    Words lumaExact{exactWeight(S::luma)};
+    Words crRedExact{exactWeight(S::crRed)};
+    Words cbGreenExact{exactWeight(S::cbGreen)};
+    Words crGreenExact{exactWeight(S::crGreen)};
+    Words cbBlueExact{exactWeight(S::cbBlue)};
+    Signed crRedFraction{fractionWeight(S::crRed)};
+    Signed cbBlueFraction{fractionWeight(S::cbBlue)};
+};
+
+/// The constants, by an address that tells the compiler nothing: it would build most of them anew for every block, from
+/// a general register, instead of reading them.
+template <YCrCbSpace Space>
+inline const SYConstants<Space>& yConstants() {
+    static constexpr SYConstants<Space> kConstants;
+    const SYConstants<Space>* constants = &kConstants;
+    __asm__("" : "+r"(constants));
+    return *constants;
 }
 
 template <YCrCbSpace Space>
-inline YBytes limitLuma(YBytes y) {
-    using S = SSpace<Space>;
-    if constexpr (S::lumaLow == 0) {
+inline YBytes limitLuma(const SYConstants<Space>& c, YBytes y) {
+    if constexpr (SSpace<Space>::lumaLow == 0) {
         return y;
     } else {
-        const YBytes raised = y > S::lumaLow ? y : YBytes{} + S::lumaLow;
-        return (raised < S::lumaHigh ? raised : YBytes{} + S::lumaHigh) - S::lumaLow;
+        return smaller(larger(y, c.lumaLow.vec()), c.lumaHigh.vec()) - c.lumaLow.vec();
     }
 }
 /// As signed bytes around 0.
 template <YCrCbSpace Space>
-inline YBytes limitChroma(YBytes c) {
-    using S = SSpace<Space>;
-    if constexpr (S::chromaLow != 0) {
-        c = c > S::chromaLow ? c : YBytes{} + S::chromaLow;
-        c = c < S::chromaHigh ? c : YBytes{} + S::chromaHigh;
+inline YBytes limitChroma(const SYConstants<Space>& c, YBytes v) {
+    if constexpr (SSpace<Space>::chromaLow != 0) {
+        v = smaller(larger(v, c.chromaLow.vec()), c.chromaHigh.vec());
     }
-    return c ^ 0x80;
+    return v ^ c.chromaZero.vec();
 }
 
-/// Luma's share of a sum.
-template <YCrCbSpace Space>
-struct SLumaShare {
+/// The floor of a chroma times a positive weight.
+template <int Weight>
+inline YSigned floorOfOne(YSigned chroma, YSigned fraction) {
+    return mulHigh(chroma, fraction) + (nearestWhole(Weight) == 1 ? chroma : chroma + chroma);
+}
+
+/// A sum of weighted bytes.
+struct SYSum {
     YSigned estimate;
     YWords exact;
-    explicit SLumaShare(YSigned luma)
-        : estimate(mulRounded(luma << 7, YSigned{} + estimateWeight(SSpace<Space>::luma, 128)) +
-                   static_cast<std::int16_t>(kEstimateMargin)),
-          exact((YWords)luma * exactWeight(SSpace<Space>::luma) - static_cast<std::uint16_t>(kExactBias)) {}
 };
+inline SYSum operator+(const SYSum& a, const SYSum& b) {
+    return {a.estimate + b.estimate, a.exact + b.exact};
+}
+
+template <YCrCbSpace Space>
+inline YSigned floorOf(const SYConstants<Space>& c, const SYSum& sum) {
+    const YSigned whole = sum.estimate >> 6;
+    const auto rest = (YSigned)(sum.exact - (YWords)whole * c.whole.vec());
+    return rest < c.below.vec() ? whole - 1 : whole;
+}
+
+/// Luma's share of a sum, with what the estimate and the rest are moved by.
+template <YCrCbSpace Space>
+inline SYSum lumaShare(const SYConstants<Space>& c, YSigned luma) {
+    return {mulRounded(luma << 7, c.lumaEstimate.vec()) + c.margin.vec(),
+            (YWords)luma * c.lumaExact.vec() - c.exactBias.vec()};
+}
 
 /// Bits luma / 16 of entry luma % 16: the lumas below.
 constexpr std::uint16_t kShort709[16] = {0x00C0, 0x0800, 0x0001, 0x0030, 0x0200, 0x2000, 0x0008, 0x0000,
@@ -345,7 +441,7 @@ constexpr std::uint16_t kShort709[16] = {0x00C0, 0x0800, 0x0001, 0x0030, 0x0200,
 /// 1 for a luma whose green, where a chroma makes it a whole number, is cut off to the one below: the three rounded
 /// entries of the table add up to a little less. For a luma there is one such chroma at most, so luma alone tells.
 template <YCrCbSpace Space>
-inline YBytes greenFallsShort(YBytes luma) {
+inline YBytes greenFallsShort(const SYConstants<Space>& c, YBytes luma) {
     if constexpr (Space == YCrCbSpace::Full601) {
         return YBytes{};
     } else {
@@ -353,11 +449,11 @@ inline YBytes greenFallsShort(YBytes luma) {
         static constexpr SYBytes kHigh = makeYBytes([](std::size_t i) { return kShort709[i % 16] >> 8; });
         static constexpr SYBytes kLowBit = makeYBytes([](std::size_t i) { return 1 << i % 16; });
         static constexpr SYBytes kHighBit = makeYBytes([](std::size_t i) { return 1 << i % 16 >> 8; });
-        const YBytes row = luma & 15;
-        const YBytes bit = (YBytes)((YWords)luma >> 4) & 15;
+        const YBytes row = luma & c.nibble.vec();
+        const YBytes bit = (YBytes)((YWords)luma >> 4) & c.nibble.vec();
         const YBytes found = (shuffleY(kLow.vec(), row) & shuffleY(kLowBit.vec(), bit)) |
                              (shuffleY(kHigh.vec(), row) & shuffleY(kHighBit.vec(), bit));
-        return (YBytes)(found != 0) & 1;
+        return smaller(found, c.one.vec());
     }
 }
 
@@ -369,63 +465,87 @@ struct SYColours {
 
 /// Chroma as 256 times a signed byte.
 template <YCrCbSpace Space>
-inline SYColours decodeWords(YSigned luma, YSigned cbHigh, YSigned crHigh, YSigned fallsShort) {
+inline SYColours decodeWords(const SYConstants<Space>& c, YSigned luma, YSigned cbHigh, YSigned crHigh,
+                             YSigned fallsShort) {
     using S = SSpace<Space>;
-    const auto estimate = [](YSigned high, int weight) {
-        return mulRounded(high, YSigned{} + estimateWeight(weight, 256));
-    };
-    const auto cb = (YWords)(cbHigh >> 8);
-    const auto cr = (YWords)(crHigh >> 8);
-    const SLumaShare<Space> share(luma);
-    YWords exactGreen = share.exact + cb * exactWeight(S::cbGreen) + cr * exactWeight(S::crGreen);
-    static_assert(S::cbGreen % 2 == S::crGreen % 2);
-    if constexpr (S::cbGreen % 2 != 0) {
-        exactGreen += (YWords)(((YSigned)(cb + cr) - fallsShort) >> 1);
+    const YSigned cb = cbHigh >> 8;
+    const YSigned cr = crHigh >> 8;
+    const SYSum cbGreen = {mulRounded(cbHigh, c.cbGreenEstimate.vec()), (YWords)cb * c.cbGreenExact.vec()};
+    const SYSum crGreen = {mulRounded(crHigh, c.crGreenEstimate.vec()), (YWords)cr * c.crGreenExact.vec()};
+    if constexpr (S::luma == 100000) {
+        // Luma is whole: what chroma adds to it is rounded by itself.
+        static_assert(S::cbGreen % 2 == 0 && S::crGreen % 2 == 0);
+        const SYSum moved = {c.margin.vec(), -c.exactBias.vec()};
+        return {luma + floorOfOne<S::cbBlue>(cb, c.cbBlueFraction.vec()), luma + floorOf(c, moved + cbGreen + crGreen),
+                luma + floorOfOne<S::crRed>(cr, c.crRedFraction.vec())};
+    } else {
+        static_assert(S::cbGreen % 2 != 0 && S::crGreen % 2 != 0);
+        const SYSum share = lumaShare(c, luma);
+        const SYSum halves = {YSigned{}, (YWords)((cb + cr - fallsShort) >> 1)};
+        const SYSum cbBlue = {mulRounded(cbHigh, c.cbBlueEstimate.vec()), (YWords)cb * c.cbBlueExact.vec()};
+        const SYSum crRed = {mulRounded(crHigh, c.crRedEstimate.vec()), (YWords)cr * c.crRedExact.vec()};
+        return {floorOf(c, share + cbBlue), floorOf(c, share + cbGreen + crGreen + halves), floorOf(c, share + crRed)};
     }
-    return {floorOf(share.estimate + estimate(cbHigh, S::cbBlue), share.exact + cb * exactWeight(S::cbBlue)),
-            floorOf(share.estimate + estimate(cbHigh, S::cbGreen) + estimate(crHigh, S::crGreen), exactGreen),
-            floorOf(share.estimate + estimate(crHigh, S::crRed), share.exact + cr * exactWeight(S::crRed))};
 }
 
 /// Stores a block's pixels.
-template <unsigned Channels>
-inline void storeYPixels(std::uint8_t* dst, YBytes b, YBytes g, YBytes r) {
-    constexpr std::size_t lanes = kLanes<std::uint8_t>;
-    const auto part = [](YBytes v, std::size_t at) {
-        Vec<std::uint8_t> result;
-        __builtin_memcpy(&result, reinterpret_cast<const char*>(&v) + at, sizeof result);
-        return result;
-    };
-    for (std::size_t at = 0; at < kYCrCbLanes; at += lanes) {
-        storePixels<Channels>(dst + at * Channels, part(b, at), part(g, at), part(r, at));
+#if defined(__AVX512VBMI__)
+template <unsigned Channels, std::size_t K>
+inline void storeYVector(std::uint8_t* dst, YBytes b, YBytes g, YBytes r) {
+    static constexpr SYBytes kFromBlueGreen = makeYBytes([](std::size_t i) {
+        const std::size_t at = K * kYCrCbLanes + i;
+        return at / Channels + (at % Channels == 1 ? kYCrCbLanes : 0);
+    });
+    static constexpr SYBytes kFromRed = makeYBytes([](std::size_t i) {
+        const std::size_t at = K * kYCrCbLanes + i;
+        return at % Channels == 2 ? kYCrCbLanes + at / Channels : i;
+    });
+    const __m512i bg = _mm512_permutex2var_epi8((__m512i)b, (__m512i)kFromBlueGreen.vec(), (__m512i)g);
+    const __m512i pixels = _mm512_permutex2var_epi8(bg, (__m512i)kFromRed.vec(), (__m512i)r);
+    if constexpr (Channels == 3) {
+        _mm512_storeu_si512(dst + K * kYCrCbLanes, pixels);
+    } else {
+        _mm512_mask_storeu_epi8(dst + K * kYCrCbLanes, 0x7777777777777777, pixels);
+    }
+    if constexpr (K + 1 < Channels) {
+        storeYVector<Channels, K + 1>(dst, b, g, r);
     }
 }
+template <unsigned Channels>
+inline void storeYPixels(std::uint8_t* dst, YBytes b, YBytes g, YBytes r) {
+    storeYVector<Channels, 0>(dst, b, g, r);
+}
+#else
+template <unsigned Channels>
+inline void storeYPixels(std::uint8_t* dst, YBytes b, YBytes g, YBytes r) {
+    storePixels<Channels>(dst, b, g, r);
+}
+#endif
 
 template <YCrCbSpace Space, YCrCb Packing, unsigned Channels>
-inline void decodeBlock(const std::uint8_t* src, std::uint8_t* dst) {
+inline void decodeBlock(const SYConstants<Space>& c, const std::uint8_t* src, std::uint8_t* dst) {
     const SYCrCbBlock<Packing> block(src);
-    const YBytes luma = limitLuma<Space>(block.template plane<YCrCbPlane::Luma>());
-    const YBytes cb = limitChroma<Space>(block.template plane<YCrCbPlane::Cb>());
-    const YBytes cr = limitChroma<Space>(block.template plane<YCrCbPlane::Cr>());
-    const YBytes fallsShort = greenFallsShort<Space>(luma);
+    const YBytes luma = limitLuma(c, block.template plane<YCrCbPlane::Luma>());
+    const YBytes cb = limitChroma(c, block.template plane<YCrCbPlane::Cb>());
+    const YBytes cr = limitChroma(c, block.template plane<YCrCbPlane::Cr>());
+    const YBytes fallsShort = greenFallsShort(c, luma);
     const YBytes zero{};
-    const SYColours low = decodeWords<Space>(zipWordsLow(luma, zero), zipWordsLow(zero, cb), zipWordsLow(zero, cr),
-                                             zipWordsLow(fallsShort, zero));
-    const SYColours high = decodeWords<Space>(zipWordsHigh(luma, zero), zipWordsHigh(zero, cb), zipWordsHigh(zero, cr),
-                                              zipWordsHigh(fallsShort, zero));
+    const SYColours low = decodeWords(c, zipWordsLow(luma, zero), zipWordsLow(zero, cb), zipWordsLow(zero, cr),
+                                      zipWordsLow(fallsShort, zero));
+    const SYColours high = decodeWords(c, zipWordsHigh(luma, zero), zipWordsHigh(zero, cb), zipWordsHigh(zero, cr),
+                                       zipWordsHigh(fallsShort, zero));
     storeYPixels<Channels>(dst, packWords(low.blue, high.blue), packWords(low.green, high.green),
                            packWords(low.red, high.red));
 }
 
 /// The luma bytes of a block as grey.
 template <YCrCbSpace Space, YCrCb Packing>
-inline void greyBlock(const std::uint8_t* src, std::uint8_t* dst) {
-    const YBytes luma = limitLuma<Space>(SYCrCbBlock<Packing>(src).template plane<YCrCbPlane::Luma>());
+inline void greyBlock(const SYConstants<Space>& c, const std::uint8_t* src, std::uint8_t* dst) {
+    const YBytes luma = limitLuma(c, SYCrCbBlock<Packing>(src).template plane<YCrCbPlane::Luma>());
     YBytes grey = luma;
     if constexpr (Space != YCrCbSpace::Full601) {
-        const SLumaShare<Space> low(zipWordsLow(luma, YBytes{}));
-        const SLumaShare<Space> high(zipWordsHigh(luma, YBytes{}));
-        grey = packWords(floorOf(low.estimate, low.exact), floorOf(high.estimate, high.exact));
+        grey = packWords(floorOf(c, lumaShare(c, zipWordsLow(luma, YBytes{}))),
+                         floorOf(c, lumaShare(c, zipWordsHigh(luma, YBytes{}))));
     }
     __builtin_memcpy(dst, &grey, sizeof grey);
 }
@@ -471,9 +591,11 @@ void yCrCbToBgr(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, Y
     }
     const std::size_t groups = (P::end(width) + P::pixels - 1) / P::pixels;
 #if VEK_VECTOR_BYTES != 0
-    forYCrCbBlocks<Packing, Channels>(
-        src, groups * P::bytes, dst, groups * P::pixels,
-        [](const std::uint8_t* from, std::uint8_t* to) { decodeBlock<Space, Packing, Channels>(from, to); });
+    const SYConstants<Space>& constants = yConstants<Space>();
+    forYCrCbBlocks<Packing, Channels>(src, groups * P::bytes, dst, groups * P::pixels,
+                                      [&](const std::uint8_t* from, std::uint8_t* to) {
+                                          decodeBlock<Space, Packing, Channels>(constants, from, to);
+                                      });
 #else
     groupSpan<Packing, Channels>(src, dst, groups * P::pixels, table);
 #endif
@@ -491,9 +613,11 @@ void yCrCbToGrey(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, 
         return;
     }
 #if VEK_VECTOR_BYTES != 0
+    const SYConstants<Space>& constants = yConstants<Space>();
     // A row of luma alone ends with its last luma byte.
-    forYCrCbBlocks<Packing, 1>(src, lumaAt<Packing>(width - 1) + 1, dst, width,
-                               [](const std::uint8_t* from, std::uint8_t* to) { greyBlock<Space, Packing>(from, to); });
+    forYCrCbBlocks<Packing, 1>(
+        src, lumaAt<Packing>(width - 1) + 1, dst, width,
+        [&](const std::uint8_t* from, std::uint8_t* to) { greyBlock<Space, Packing>(constants, from, to); });
 #else
     lumaSpan<Packing>(src, dst, width, table);
 #endif
