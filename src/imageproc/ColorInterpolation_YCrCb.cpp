@@ -6,33 +6,39 @@ namespace vek {
 namespace {
 
 using rows::YCrCb;
-using Table = const int (*)[256];
+using rows::YCrCbSpace;
 
-template <YCrCb Packing>
-void mYCrCb2BGR(const rows::SYCrCbRows& kernels, const SYCrCbImage& image, Table table) {
-    const auto toBgr = kernels.toBgr[static_cast<std::size_t>(Packing)][rows::pixelLayout(image.channels)];
+template <YCrCbSpace Space>
+constexpr auto& kTable = Space == YCrCbSpace::Full601 ? pnYCrCbConvTable : pnYCrCbConvTable709;
+
+template <YCrCbSpace Space, YCrCb Packing>
+void mYCrCb2BGR(const rows::SYCrCbRows& kernels, const SYCrCbImage& image) {
+    const auto toBgr = kernels.toBgr[static_cast<std::size_t>(Space)][static_cast<std::size_t>(Packing)]
+                                    [rows::pixelLayout(image.channels)];
     for (unsigned long y = 0; y < image.height; ++y) {
-        toBgr(image.src + y * image.srcPitch, image.dst + y * image.dstPitch, image.width, table);
+        toBgr(image.src + y * image.srcPitch, image.dst + y * image.dstPitch, image.width, kTable<Space>);
     }
 }
-constexpr auto mYCrCb4222BGR = mYCrCb2BGR<YCrCb::P422>;
-constexpr auto mYCrCb4442BGR = mYCrCb2BGR<YCrCb::P444>;
-constexpr auto mYCrCb4112BGR = mYCrCb2BGR<YCrCb::P411>;
+constexpr auto mYCrCb4222BGR = mYCrCb2BGR<YCrCbSpace::Full601, YCrCb::P422>;
+constexpr auto mYCrCb4442BGR = mYCrCb2BGR<YCrCbSpace::Full601, YCrCb::P444>;
+constexpr auto mYCrCb4112BGR = mYCrCb2BGR<YCrCbSpace::Full601, YCrCb::P411>;
+constexpr auto mYCrCb422_7092BGR = mYCrCb2BGR<YCrCbSpace::Video709, YCrCb::P422>;
+constexpr auto mYCrCb444_7092BGR = mYCrCb2BGR<YCrCbSpace::Video709, YCrCb::P444>;
+constexpr auto mYCrCb411_7092BGR = mYCrCb2BGR<YCrCbSpace::Video709, YCrCb::P411>;
 
-/// Table: full range leaves luma as it is.
-template <YCrCb Packing, const int (&Tables)[5][256]>
+template <YCrCbSpace Space, YCrCb Packing>
 void mYCrCb2Mono(const rows::SYCrCbRows& kernels, const SYCrCbImage& image) {
-    const auto toGrey = kernels.toGrey[static_cast<std::size_t>(Packing)];
+    const auto toGrey = kernels.toGrey[static_cast<std::size_t>(Space)][static_cast<std::size_t>(Packing)];
     for (unsigned long y = 0; y < image.height; ++y) {
-        toGrey(image.src + y * image.srcPitch, image.dst + y * image.dstPitch, image.width, Tables);
+        toGrey(image.src + y * image.srcPitch, image.dst + y * image.dstPitch, image.width, kTable<Space>);
     }
 }
-constexpr auto mYCrCb4222Mono = mYCrCb2Mono<YCrCb::P422, pnYCrCbConvTable>;
-constexpr auto mYCrCb4442Mono = mYCrCb2Mono<YCrCb::P444, pnYCrCbConvTable>;
-constexpr auto mYCrCb4112Mono = mYCrCb2Mono<YCrCb::P411, pnYCrCbConvTable>;
-constexpr auto mYCrCb422_7092Mono = mYCrCb2Mono<YCrCb::P422, pnYCrCbConvTable709>;
-constexpr auto mYCrCb444_7092Mono = mYCrCb2Mono<YCrCb::P444, pnYCrCbConvTable709>;
-constexpr auto mYCrCb411_7092Mono = mYCrCb2Mono<YCrCb::P411, pnYCrCbConvTable709>;
+constexpr auto mYCrCb4222Mono = mYCrCb2Mono<YCrCbSpace::Full601, YCrCb::P422>;
+constexpr auto mYCrCb4442Mono = mYCrCb2Mono<YCrCbSpace::Full601, YCrCb::P444>;
+constexpr auto mYCrCb4112Mono = mYCrCb2Mono<YCrCbSpace::Full601, YCrCb::P411>;
+constexpr auto mYCrCb422_7092Mono = mYCrCb2Mono<YCrCbSpace::Video709, YCrCb::P422>;
+constexpr auto mYCrCb444_7092Mono = mYCrCb2Mono<YCrCbSpace::Video709, YCrCb::P444>;
+constexpr auto mYCrCb411_7092Mono = mYCrCb2Mono<YCrCbSpace::Video709, YCrCb::P411>;
 
 } // namespace
 
@@ -52,17 +58,17 @@ unsigned long yCrCbRowBytes(unsigned short colorArray, unsigned long width, unsi
 void mvTransform_YCrCb2BGR(const rows::SYCrCbRows& kernels, const SYCrCbImage& image, unsigned short colorArray) {
     switch (colorArray) {
     case VEK_COLOR_ARRAY_YCRCB422:
-        return mYCrCb4222BGR(kernels, image, pnYCrCbConvTable);
+        return mYCrCb4222BGR(kernels, image);
     case VEK_COLOR_ARRAY_YCRCB444:
-        return mYCrCb4442BGR(kernels, image, pnYCrCbConvTable);
+        return mYCrCb4442BGR(kernels, image);
     case VEK_COLOR_ARRAY_YCRCB411:
-        return mYCrCb4112BGR(kernels, image, pnYCrCbConvTable);
+        return mYCrCb4112BGR(kernels, image);
     case VEK_COLOR_ARRAY_YCRCB422_BT709:
-        return mYCrCb4222BGR(kernels, image, pnYCrCbConvTable709);
+        return mYCrCb422_7092BGR(kernels, image);
     case VEK_COLOR_ARRAY_YCRCB444_BT709:
-        return mYCrCb4442BGR(kernels, image, pnYCrCbConvTable709);
+        return mYCrCb444_7092BGR(kernels, image);
     case VEK_COLOR_ARRAY_YCRCB411_BT709:
-        return mYCrCb4112BGR(kernels, image, pnYCrCbConvTable709);
+        return mYCrCb411_7092BGR(kernels, image);
     default:
         return;
     }

@@ -20,5 +20,31 @@ inline unsigned packedPixel(const std::uint8_t* row, std::size_t x) {
     return packedWord<Bits>(row, x) & ((1U << Bits) - 1);
 }
 
+/// Bytes of a row.
+template <unsigned Bits>
+constexpr std::size_t packedBytes(std::size_t width) {
+    return (width * Bits + 7) / 8;
+}
+
+#if VEK_VECTOR_BYTES != 0
+
+/// Bytes that unpackBlock reads: the last 16-byte part is read whole.
+template <unsigned Bits>
+constexpr std::size_t kPackedReach = kLanes<std::uint16_t>* Bits / 8 - Bits + 16;
+
+/// kLanes<std::uint16_t> packed pixels, of which each 16-byte part of the vector takes 8 from the low Bits bytes of
+/// its own: the word of each pixel, shifted up so that its highest bit is the word's, then down.
+template <unsigned Bits>
+inline Vec<std::uint16_t> unpackBlock(const std::uint8_t* p) {
+    static constexpr SLanes<std::uint8_t> kBytes =
+        makeLanes<std::uint8_t>([](std::size_t i) { return i % 16 / 2 * Bits / 8 + i % 2; });
+    static constexpr SLanes<std::uint16_t> kUp =
+        makeLanes<std::uint16_t>([](std::size_t i) { return 1U << (16 - Bits - i % 8 * Bits % 8); });
+    const auto words = (Vec<std::uint16_t>)shuffleBytes(loadParts(p, Bits), kBytes.vec());
+    return words * kUp.vec() >> (16 - Bits);
+}
+
+#endif
+
 } // namespace
 } // namespace vek::rows::VEK_ISA

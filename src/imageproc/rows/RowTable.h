@@ -87,15 +87,24 @@ enum class YCrCb : std::uint8_t {
 };
 constexpr std::size_t kPackings = 3;
 
-/// Rows of YCrCb bytes. Tables: rows of 256 for Y, Cr to red, Cb to green, Cr to green, Cb to blue, 22 fraction bits.
+/// What YCrCb is decoded by, as an index into a kernel's table.
+enum class YCrCbSpace : std::uint8_t {
+    Full601, ///< ITU-R BT.601, full range
+    Video709 ///< ITU-R BT.709, video range
+};
+constexpr std::size_t kYCrCbSpaces = 2;
+
+/// Rows of YCrCb bytes. table: the colour space's own, rows of 256 for Y, Cr to red, Cb to green, Cr to green, Cb to
+/// blue, 22 fraction bits.
 struct SYCrCbRows {
     /// Whole groups become pixels, but for the last four pixels of 4:1:1 of a width that is a multiple of 4. Pixels
     /// behind the last whole group go to the row's first one, with the chroma of that group; 4:1:1 of width 4 and less
     /// does nothing. Any width.
-    void (*toBgr[kPackings][kPixelLayouts])(const std::uint8_t* src, std::uint8_t* dst, std::size_t width,
+    using ToBgr = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, const int (*table)[256]);
+    ToBgr toBgr[kYCrCbSpaces][kPackings][kPixelLayouts];
+    /// dst[x]: luma of pixel x through row 0 of the table, which full range leaves as it is. Any width.
+    void (*toGrey[kYCrCbSpaces][kPackings])(const std::uint8_t* src, std::uint8_t* dst, std::size_t width,
                                             const int (*table)[256]);
-    /// dst[x]: luma of pixel x through row 0 of a table. Any width.
-    void (*toGrey[kPackings])(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, const int (*table)[256]);
 };
 
 /// Bytes of a grey or colour pixel, as an index into a kernel's table: 1, 3, 4.

@@ -4,8 +4,9 @@
 // code compiled for a wider instruction set must never be linked in for a narrower one.
 #include "imageproc/rows/RowTable.h"
 
-#include "imageproc/rows/Packed.inl"
 #include "imageproc/rows/Vector.inl"
+
+#include "imageproc/rows/Packed.inl"
 
 #include "imageproc/rows/Bytes.inl"
 #include "imageproc/rows/Curves.inl"

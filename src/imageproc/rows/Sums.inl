@@ -63,18 +63,6 @@ inline void sumBlocks(std::size_t count, std::size_t room, std::uint64_t* sums, 
     }
 }
 
-/// kLanes<std::uint16_t> packed pixels, of which each 16-byte part of the vector takes 8 from the low Bits bytes of
-/// its own: the word of each pixel, shifted up so that its highest bit is the word's, then down.
-template <unsigned Bits>
-inline Vec<std::uint16_t> unpackBlock(const std::uint8_t* p) {
-    static constexpr SLanes<std::uint8_t> kBytes =
-        makeLanes<std::uint8_t>([](std::size_t i) { return i % 16 / 2 * Bits / 8 + i % 2; });
-    static constexpr SLanes<std::uint16_t> kUp =
-        makeLanes<std::uint16_t>([](std::size_t i) { return 1U << (16 - Bits - i % 8 * Bits % 8); });
-    const auto words = (Vec<std::uint16_t>)shuffleBytes(loadParts(p, Bits), kBytes.vec());
-    return words * kUp.vec() >> (16 - Bits);
-}
-
 #endif
 
 // ---- kernels ----
@@ -98,9 +86,8 @@ void sumPacked(const std::uint8_t* row, std::size_t width, std::uint64_t* sums) 
 #if VEK_VECTOR_BYTES != 0
     constexpr std::size_t pixels = kLanes<std::uint16_t>;
     constexpr std::size_t bytes = pixels * Bits / 8;
-    // The last 16-byte part of a block is read whole: no further than the row's last pixel reaches.
-    constexpr std::size_t reach = bytes - Bits + 16;
-    const std::size_t rowBytes = (width * Bits + 7) / 8;
+    constexpr std::size_t reach = kPackedReach<Bits>;
+    const std::size_t rowBytes = packedBytes<Bits>(width);
     const std::size_t blocks = rowBytes < reach ? 0 : (rowBytes - reach) / bytes + 1;
     sumBlocks<std::uint16_t>(blocks, std::size_t{1} << 16, sums,
                              [=](std::size_t block) { return unpackBlock<Bits>(row + block * bytes); });

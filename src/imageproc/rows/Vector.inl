@@ -181,6 +181,22 @@ inline Vec<std::uint8_t> loadParts(const std::uint8_t* p, std::size_t) {
 }
 #endif
 
+/// The low byte of each word of a, then of b.
+inline Vec<std::uint8_t> lowBytes(Vec<std::uint16_t> a, Vec<std::uint16_t> b) {
+#if defined(__ARM_NEON)
+    return vuzp1q_u8((uint8x16_t)a, (uint8x16_t)b);
+#elif defined(__AVX512VBMI__)
+    static constexpr SLanes<std::uint8_t> kEven = makeLanes<std::uint8_t>([](std::size_t i) { return 2 * i; });
+    return (Vec<std::uint8_t>)_mm256_permutex2var_epi8((__m256i)a, (__m256i)kEven.vec(), (__m256i)b);
+#elif VEK_VECTOR_BYTES == 32
+    // The pack works within 16 bytes: the middle quarters change places.
+    const __m256i packed = _mm256_packus_epi16((__m256i)(a & 0xFF), (__m256i)(b & 0xFF));
+    return (Vec<std::uint8_t>)_mm256_permute4x64_epi64(packed, 0xD8);
+#else
+    return (Vec<std::uint8_t>)_mm_packus_epi16((__m128i)(a & 0xFF), (__m128i)(b & 0xFF));
+#endif
+}
+
 // storePixels writes kLanes<T> pixels of blue, green and red. A fourth sample of a pixel is neither read nor written:
 // it may belong to another thread, or lie on a page that is not there.
 
