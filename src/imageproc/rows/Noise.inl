@@ -88,7 +88,7 @@ inline void repairBayerSpan(const SBayerRows<T>& around, T* row, const T* live, 
 
 #if VEK_VECTOR_BYTES != 0
 
-// ---- blocks of kLanes<T> samples; those of a row do not overlap, since it is changed in place ----
+// ---- blocks ----
 
 /// v with its lanes Bytes further up; the highest ones of fill come in from below.
 template <std::size_t Bytes, class V>
@@ -130,10 +130,20 @@ template <class V>
 inline bool mbAnySet(V mask) {
 #if defined(__ARM_NEON)
     return vmaxvq_u8((uint8x16_t)mask) != 0;
-#elif VEK_VECTOR_BYTES == 32
-    return _mm256_testz_si256((__m256i)mask, (__m256i)mask) == 0;
 #else
-    return _mm_testz_si128((__m128i)mask, (__m128i)mask) == 0;
+    if constexpr (sizeof mask == 16) {
+        return _mm_testz_si128((__m128i)mask, (__m128i)mask) == 0;
+    }
+#if VEK_VECTOR_BYTES == 32
+    if constexpr (sizeof mask == 32) {
+        return _mm256_testz_si256((__m256i)mask, (__m256i)mask) == 0;
+    }
+#endif
+#if defined(__AVX512VBMI__)
+    if constexpr (sizeof mask == 64) {
+        return _mm512_test_epi64_mask((__m512i)mask, (__m512i)mask) != 0;
+    }
+#endif
 #endif
 }
 
@@ -186,40 +196,30 @@ inline Vec<T> greenMask(unsigned greenParity) {
     return greenParity == 0 ? parityMask<T, 0>() : parityMask<T, 1>();
 }
 
-template <class T>
-inline Vec<T> darkerBlock(const T* above, Vec<T> own, const T* below, std::size_t x) {
-    return darkerMedian<Vec<T>>(own, load(above + x - 1), load(above + x + 1), load(below + x - 1),
-                                load(below + x + 1));
+template <class V, class T>
+inline V darkerBlock(const T* above, V own, const T* below, std::size_t x) {
+    return darkerMedian(own, inRegister(loadAs<V>(above + x - 1)), inRegister(loadAs<V>(above + x + 1)),
+                        inRegister(loadAs<V>(below + x - 1)), inRegister(loadAs<V>(below + x + 1)));
 }
-template <class T>
-inline Vec<T> brighterBlock(const T* above, Vec<T> own, const T* below, std::size_t x) {
-    return brighterMedian<Vec<T>>(own, load(above + x - 1), load(above + x + 1), load(below + x - 1),
-                                  load(below + x + 1));
+template <class V, class T>
+inline V brighterBlock(const T* above, V own, const T* below, std::size_t x) {
+    return brighterMedian(own, loadAs<V>(above + x - 1), loadAs<V>(above + x + 1), loadAs<V>(below + x - 1),
+                          loadAs<V>(below + x + 1));
 }
 
 /// All ones where a sample was clipped and no longer looks it.
-template <class T>
-inline Vec<T> clippedMask(Vec<T> live, Vec<T> own, T threshold) {
-    return (Vec<T>)((live >= threshold) & (own < threshold));
+template <class V, class T>
+inline V clippedMask(V live, V own, T threshold) {
+    return (V)((live >= threshold) & (own < threshold));
 }
 
-// Each of the following works on the whole blocks from column from on that lie before column to, and returns the first
-// column behind them.
+// Each of the following works on the whole blocks of an even column from on that lie before column to, and returns the
+// first column behind them. The blocks do not overlap: each depends on the one before it.
 
-template <class T>
-inline std::size_t easyMonoBlocks(const T* above, T* row, const T* below, std::size_t from, std::size_t to) {
-    std::size_t x = from;
-    for (; x + kLanes<T> <= to; x += kLanes<T>) {
-        store(row + x, darkerBlock<T>(above, load(row + x), below, x));
-    }
-    return x;
-}
-
-/// from: even.
 template <class T>
 inline std::size_t easyBayerBlocks(const SBayerRows<T>& around, T* row, std::size_t from, std::size_t to) {
     std::size_t x = from;
-    if (x + kLanes < T >> to) {
+    if (to < x + kLanes<T>) {
         return x;
     }
     const Vec<T> greens = greenMask<T>(around.greenParity);
@@ -229,7 +229,7 @@ inline std::size_t easyBayerBlocks(const SBayerRows<T>& around, T* row, std::siz
         const Vec<T> own = load(row + x);
         const SSorted<T> others = sortedNeighbours(around, row, x);
         const SLimits<T> limits = limitsFromStart<T>({others.middle, smaller(own, others.largest)});
-        store(row + x, select(greens, darkerBlock<T>(around.above, own, around.below, x), limits.Apply(before)));
+        store(row + x, select(greens, darkerBlock(around.above, own, around.below, x), limits.Apply(before)));
         // Two steps from block to block: the limits do not wait for the blocks before.
         before = SLimits<T>{repeatLastPair<T>(limits.floor), repeatLastPair<T>(limits.ceiling)}.Apply(before);
     }
@@ -237,45 +237,19 @@ inline std::size_t easyBayerBlocks(const SBayerRows<T>& around, T* row, std::siz
 }
 
 template <class T>
-inline std::size_t subtractBlocks(T* row, const T* dark, std::size_t from, std::size_t to) {
-    std::size_t x = from;
-    for (; x + kLanes<T> <= to; x += kLanes<T>) {
-        const Vec<T> level = load(dark + x);
-        store(row + x, larger<Vec<T>>(load(row + x), level) - level);
-    }
-    return x;
-}
-
-template <class T>
-inline std::size_t repairMonoBlocks(const T* above, T* row, const T* below, const T* live, std::size_t from,
-                                    std::size_t to, T threshold) {
-    std::size_t x = from;
-    for (; x + kLanes<T> <= to; x += kLanes<T>) {
-        const Vec<T> own = load(row + x);
-        const Vec<T> clipped = clippedMask<T>(load(live + x), own, threshold);
-        // Rare, and then side by side.
-        if (mbAnySet(clipped)) {
-            store(row + x, select(clipped, brighterBlock<T>(above, own, below, x), own));
-        }
-    }
-    return x;
-}
-
-/// from: even.
-template <class T>
 inline std::size_t repairBayerBlocks(const SBayerRows<T>& around, T* row, const T* live, std::size_t from,
                                      std::size_t to, T threshold) {
     const Vec<T> greens = greenMask<T>(around.greenParity);
     std::size_t x = from;
     for (; x + kLanes<T> <= to; x += kLanes<T>) {
         const Vec<T> own = load(row + x);
-        const Vec<T> clipped = clippedMask<T>(load(live + x), own, threshold);
+        const Vec<T> clipped = clippedMask(load(live + x), own, threshold);
         if (mbAnySet(clipped)) {
             const SSorted<T> others = sortedNeighbours(around, row, x);
             // What is not clipped stays, whatever stands before it.
             const SLimits<T> limits = limitsFromStart<T>(
                 {select(clipped, larger(own, others.smallest), own), select(clipped, larger(own, others.middle), own)});
-            const Vec<T> green = select(clipped, brighterBlock<T>(around.above, own, around.below, x), own);
+            const Vec<T> green = select(clipped, brighterBlock(around.above, own, around.below, x), own);
             store(row + x, select(greens, green, limits.Apply(repeatPair(row + x - 2))));
         }
     }
@@ -296,7 +270,8 @@ void easyMono(const T* above, T* row, const T* below, std::size_t width) {
     const std::size_t end = innerEnd(width, 1);
     std::size_t done = 1;
 #if VEK_VECTOR_BYTES != 0
-    done = easyMonoBlocks(above, row, below, done, end);
+    done = changeBlocks(row, done, end,
+                        [=]<class V>(V, std::size_t x) { return darkerBlock(above, loadAs<V>(row + x), below, x); });
 #endif
     easyMonoSpan(above, row, below, done, end);
 }
@@ -317,7 +292,10 @@ template <class T>
 void subtract(T* row, const T* dark, std::size_t width) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
-    done = subtractBlocks(row, dark, done, width);
+    done = changeBlocks(row, done, width, [=]<class V>(V, std::size_t x) {
+        const V level = loadAs<V>(dark + x);
+        return larger(loadAs<V>(row + x), level) - level;
+    });
 #endif
     subtractSpan(row, dark, done, width);
 }
@@ -327,7 +305,12 @@ void repairMono(const T* above, T* row, const T* below, const T* live, std::size
     const std::size_t end = innerEnd(width, 1);
     std::size_t done = 1;
 #if VEK_VECTOR_BYTES != 0
-    done = repairMonoBlocks(above, row, below, live, done, end, threshold);
+    done = changeBlocks(row, done, end, [=]<class V>(V, std::size_t x) {
+        const V own = loadAs<V>(row + x);
+        const V clipped = clippedMask(loadAs<V>(live + x), own, threshold);
+        // Rare, and then side by side.
+        return mbAnySet(clipped) ? select(clipped, brighterBlock(above, own, below, x), own) : own;
+    });
 #endif
     repairMonoSpan(above, row, below, live, done, end, threshold);
 }

@@ -138,6 +138,71 @@ inline void forBlocks(const T* dst, std::size_t first, std::size_t count, Body b
     }
 }
 
+// Vectors as wide as the registers are: for kernels that compute more than they move, where lanes keep their places.
+#if defined(__AVX512VBMI__)
+constexpr std::size_t kWideBytes = 64;
+#else
+constexpr std::size_t kWideBytes = VEK_VECTOR_BYTES;
+#endif
+
+template <class T>
+struct SWideVec {
+    typedef T type __attribute__((vector_size(kWideBytes)));
+};
+template <class T>
+using WideVec = typename SWideVec<T>::type;
+
+template <class V, class T>
+inline V loadAs(const T* p) {
+    V v;
+    __builtin_memcpy(&v, p, sizeof v);
+    return v;
+}
+
+template <class V, class T>
+inline void storeAs(T* p, V v) {
+    __builtin_memcpy(p, &v, sizeof v);
+}
+
+/// v in a register: GCC loads a vector anew for each instruction that it can be an operand of, and loads off the lines
+/// cost more than such instructions.
+template <class V>
+inline V inRegister(V v) {
+#if defined(__x86_64__)
+    __asm__("" : "+v"(v));
+#endif
+    return v;
+}
+
+template <class V, class T, class Body>
+inline std::size_t changeBlocksOf(T* row, std::size_t from, std::size_t to, Body body) {
+    constexpr std::size_t lanes = sizeof(V) / sizeof(T);
+    if (to < from + lanes) {
+        return from;
+    }
+    const V first = body(V{}, from);
+    const V last = body(V{}, to - lanes);
+    const std::size_t misaligned = reinterpret_cast<std::uintptr_t>(row + from) / sizeof(T) % lanes;
+    for (std::size_t x = from + lanes - misaligned; x + lanes <= to; x += lanes) {
+        storeAs(row + x, body(V{}, x));
+    }
+    storeAs(row + from, first);
+    storeAs(row + to - lanes, last);
+    return to;
+}
+
+/// Changes columns from .. to-1 of a row in place, block by block: body(V{}, x) gives the vector V that goes to x, from
+/// samples of the row at the same columns alone. The first and the last block overlap others, to bring those between
+/// into line, and so are made before anything is stored. Returns to, or from where the columns do not fill a vector.
+template <class T, class Body>
+inline std::size_t changeBlocks(T* row, std::size_t from, std::size_t to, Body body) {
+    const std::size_t done = changeBlocksOf<WideVec<T>>(row, from, to, body);
+    if constexpr (sizeof(WideVec<T>) != sizeof(Vec<T>)) {
+        return done == from ? changeBlocksOf<Vec<T>>(row, from, to, body) : done;
+    }
+    return done;
+}
+
 // shuffleBytes picks bytes within each 16 bytes of a vector by index; loadParts fills those 16-byte parts from
 // addresses step bytes apart.
 #if defined(__ARM_NEON)
