@@ -46,7 +46,7 @@ public:
     }
     /// mGetCenterValueSmaller of the values, mostly without sorting: its branches would be foretold wrong in noise.
     T Smaller() {
-        const auto [centre, a, b, c, d] = mValues;
+        const auto& [centre, a, b, c, d] = mValues;
         switch (mCount) {
         case 3:
             return std::min(centre, std::max(a, b));
