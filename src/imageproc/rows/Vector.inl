@@ -145,12 +145,14 @@ constexpr std::size_t kWideBytes = 64;
 constexpr std::size_t kWideBytes = VEK_VECTOR_BYTES;
 #endif
 
-template <class T>
-struct SWideVec {
-    typedef T type __attribute__((vector_size(kWideBytes)));
+template <class T, std::size_t Bytes>
+struct SVecOf {
+    typedef T type __attribute__((vector_size(Bytes)));
 };
+template <class T, std::size_t Bytes>
+using VecOf = typename SVecOf<T, Bytes>::type;
 template <class T>
-using WideVec = typename SWideVec<T>::type;
+using WideVec = VecOf<T, kWideBytes>;
 
 template <class V, class T>
 inline V loadAs(const T* p) {
