@@ -134,6 +134,12 @@ struct SCurveRows {
     void (*lookUp)(T* row, std::size_t width, const T* even, const T* odd);
 };
 
+struct SGainRows {
+    /// In place: bytes of even columns become min(byte x evenGain / 128, 255), those of odd ones the same with oddGain.
+    /// Gains: 16 bits. Any width.
+    void (*bytes)(std::uint8_t* row, std::size_t width, unsigned evenGain, unsigned oddGain);
+};
+
 /// Luma shares of blue, green and red, by sample.
 struct SLumaTables {
     static constexpr unsigned kEntries = 4196;
@@ -252,6 +258,7 @@ struct SRowTable {
     SSumRows sums;
     SCurveRows<std::uint8_t> curves8;
     SCurveRows<std::uint16_t> curves16;
+    SGainRows gains;
     SColourRows<std::uint8_t> colours8;
     SColourRows<std::uint16_t> colours16;
     SFlipRows flips;
