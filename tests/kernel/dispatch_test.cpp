@@ -45,6 +45,7 @@ void appendDemosaic(std::vector<SKernel>& list, const std::string& prefix, const
     append(list, prefix + "biCubic", rows.biCubic);
     append(list, prefix + "biCubicThird", rows.biCubicThird);
     append(list, prefix + "meanThird", rows.meanThird);
+    append(list, prefix + "pixels", rows.pixels);
 }
 
 template <class T>

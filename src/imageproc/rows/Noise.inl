@@ -5,15 +5,6 @@
 namespace vek::rows::VEK_ISA {
 namespace {
 
-template <class T>
-inline T smaller(T a, T b) {
-    return a < b ? a : b;
-}
-template <class T>
-inline T larger(T a, T b) {
-    return a < b ? b : a;
-}
-
 /// min(centre, median of centre and four neighbours)
 template <class T>
 inline T darkerMedian(T centre, T a, T b, T c, T d) {

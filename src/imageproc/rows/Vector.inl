@@ -2,6 +2,22 @@
 // Vectors of samples in the compiler's own vector types, and the one thing those cannot say well: storing three
 // vectors of blue, green and red as interleaved pixels.
 
+namespace vek::rows::VEK_ISA {
+namespace {
+
+// Of samples, and lane by lane.
+template <class T>
+inline T smaller(T a, T b) {
+    return a < b ? a : b;
+}
+template <class T>
+inline T larger(T a, T b) {
+    return a < b ? b : a;
+}
+
+} // namespace
+} // namespace vek::rows::VEK_ISA
+
 #if VEK_VECTOR_BYTES != 0
 
 #if defined(__ARM_NEON)
