@@ -48,10 +48,6 @@ constexpr SPhase kBGGR = {{BayerRow::BG, BayerRow::GR}};
 template <class T>
 using PhaseWorker = void (*)(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image);
 
-/// One row of such an image.
-template <class T>
-using RowWorker = void (*)(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, unsigned long y);
-
 /// The rows of an image of one of two phases; redFirst: red stands in the upper row of the top left cell.
 template <class T>
 using BlockWorker = void (*)(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, bool redFirst);
@@ -172,52 +168,85 @@ unsigned long ColorInterpolation_BilinearSimple(const rows::SDemosaicRows<T>& ke
 
 // ---- BiCubic ----
 
+/// Columns that both passes work on at a time: their samples stay in the first-level cache.
+constexpr std::size_t kStripColumns = 512;
+/// Rows above and below that the third colour of a row takes.
+constexpr unsigned long kBiCubicReach = 3;
+
+/// A strip of an image between the two passes: what the horizontal one made of a row, until the vertical one needs it
+/// no more.
+template <class T>
+struct SBiCubicStrip {
+    std::size_t from;
+    std::size_t to;
+    alignas(64) T green[kBiCubicReach + 1][kStripColumns];
+    alignas(64) T colour[2 * (kBiCubicReach + 1)][kStripColumns];
+
+    std::size_t width() const { return to - from; }
+    T* greenRow(unsigned long y) { return green[y % (kBiCubicReach + 1)]; }
+    T* colourRow(unsigned long y) { return colour[y % (2 * (kBiCubicReach + 1))]; }
+};
+
+/// One row of a strip.
+template <class T>
+using StripWorker = void (*)(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, SBiCubicStrip<T>& strip,
+                             unsigned long y);
+
 /// The two colours that row y holds.
 template <class T, SPhase Phase>
-void mvBiCubic_H(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, unsigned long y) {
-    kernels.biCubic[Phase.kind(y)][image.layout()](image.srcRow(y), image.dstRow(y), image.width);
+void mvBiCubic_H(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, SBiCubicStrip<T>& strip,
+                 unsigned long y) {
+    kernels.biCubic[Phase.kind(y)](image.srcRow(y), strip.greenRow(y), strip.colourRow(y), strip.from, strip.to,
+                                   image.width);
 }
 template <class T>
-constexpr RowWorker<T> ColorInterpolation_BiCubicRGGB_H = mvBiCubic_H<T, kRGGB>;
+constexpr StripWorker<T> ColorInterpolation_BiCubicRGGB_H = mvBiCubic_H<T, kRGGB>;
 template <class T>
-constexpr RowWorker<T> ColorInterpolation_BiCubicGRBG_H = mvBiCubic_H<T, kGRBG>;
+constexpr StripWorker<T> ColorInterpolation_BiCubicGRBG_H = mvBiCubic_H<T, kGRBG>;
 template <class T>
-constexpr RowWorker<T> ColorInterpolation_BiCubicGBRG_H = mvBiCubic_H<T, kGBRG>;
+constexpr StripWorker<T> ColorInterpolation_BiCubicGBRG_H = mvBiCubic_H<T, kGBRG>;
 template <class T>
-constexpr RowWorker<T> ColorInterpolation_BiCubicBGGR_H = mvBiCubic_H<T, kBGGR>;
+constexpr StripWorker<T> ColorInterpolation_BiCubicBGGR_H = mvBiCubic_H<T, kBGGR>;
 
-/// The third colour of row y, in place, from the rows of pixels above and below it, which hold it already.
-/// EvenChannel: the channel that even rows lack.
-template <class T, unsigned EvenChannel>
-void mvBiCubicThird(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, unsigned long y) {
-    const unsigned channel = y % 2 == 0 ? EvenChannel : 2 - EvenChannel;
+/// The third colour of row y, from the colours of the rows above and below it, and its pixels.
+/// RedFirst: even rows hold red.
+template <class T, bool RedFirst>
+void mvBiCubicThird(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, SBiCubicStrip<T>& strip,
+                    unsigned long y) {
     const unsigned long last = image.height - 1;
-    T* const dst = image.dstRow(y);
+    alignas(64) T third[kStripColumns];
     if (y >= 3 && y + 3 <= last) {
-        kernels.biCubicThird[image.layout()](image.dstRow(y - 3), image.dstRow(y - 1), image.dstRow(y + 1),
-                                             image.dstRow(y + 3), dst, image.width, channel);
-        return;
+        kernels.biCubicThird(strip.colourRow(y - 3), strip.colourRow(y - 1), strip.colourRow(y + 1),
+                             strip.colourRow(y + 3), third, strip.width());
+    } else {
+        // A single neighbour stands for both: its mean with itself is itself.
+        kernels.meanThird(strip.colourRow(y == 0 ? 1 : y - 1), strip.colourRow(y == last ? y - 1 : y + 1), third,
+                          strip.width());
     }
-    // A single neighbour stands for both: its mean with itself is itself.
-    kernels.meanThird[image.layout()](image.dstRow(y == 0 ? 1 : y - 1), image.dstRow(y == last ? y - 1 : y + 1), dst,
-                                      image.width, channel);
+    const bool redRow = RedFirst == (y % 2 == 0);
+    const T* const colour = strip.colourRow(y);
+    kernels.pixels[image.layout()](redRow ? third : colour, strip.greenRow(y), redRow ? colour : third,
+                                   image.dstRow(y) + strip.from * image.channels, strip.width());
 }
 template <class T>
-constexpr RowWorker<T> ColorInterpolation_BiCubicRFirst = mvBiCubicThird<T, 0>;
+constexpr StripWorker<T> ColorInterpolation_BiCubicRFirst = mvBiCubicThird<T, true>;
 template <class T>
-constexpr RowWorker<T> ColorInterpolation_BiCubicBFirst = mvBiCubicThird<T, 2>;
+constexpr StripWorker<T> ColorInterpolation_BiCubicBFirst = mvBiCubicThird<T, false>;
 
-/// Both passes; the second follows three rows behind the first, while its rows are still in the cache.
+/// Both passes, strip by strip; the second follows three rows behind the first.
 template <class T>
-void mvBiCubic(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, RowWorker<T> horizontal,
-               RowWorker<T> vertical) {
-    constexpr unsigned long reach = 3;
-    for (unsigned long y = 0; y < image.height + reach; ++y) {
-        if (y < image.height) {
-            horizontal(kernels, image, y);
-        }
-        if (y >= reach) {
-            vertical(kernels, image, y - reach);
+void mvBiCubic(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, StripWorker<T> horizontal,
+               StripWorker<T> vertical) {
+    SBiCubicStrip<T> strip;
+    for (strip.from = 0; strip.from < image.width; strip.from = strip.to) {
+        strip.to = std::min<std::size_t>(strip.from + kStripColumns, image.width);
+        for (unsigned long y = 0; y < image.height + kBiCubicReach; ++y) {
+            if (y < image.height) {
+                horizontal(kernels, image, strip, y);
+            }
+            if (y >= kBiCubicReach) {
+                vertical(kernels, image, strip, y - kBiCubicReach);
+            }
         }
     }
 }

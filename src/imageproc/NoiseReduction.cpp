@@ -32,7 +32,7 @@ template <class T>
 class CNeighbourhood {
 public:
     CNeighbourhood(unsigned long width, unsigned long height, unsigned long x, unsigned long y, T centre)
-        : mWidth(width), mHeight(height), mX(x), mY(y), mValues{centre} {}
+        : mWidth(width), mHeight(height), mX(x), mY(y), mValues{centre, 0, 0, 0, 0} {}
 
     /// The neighbour dx columns and dy rows away, where it lies in the image. at(x, y): its value.
     template <class At>
@@ -44,7 +44,23 @@ public:
             mValues[mCount++] = at(x, y);
         }
     }
-    T Smaller() { return mGetCenterValueSmaller(mValues, mCount); }
+    /// mGetCenterValueSmaller of the values, mostly without sorting: its branches would be foretold wrong in noise.
+    T Smaller() {
+        const auto& [centre, a, b, c, d] = mValues;
+        switch (mCount) {
+        case 3:
+            return std::min(centre, std::max(a, b));
+        case 4: {
+            const int inner = centre + a + b + c - std::min({centre, a, b, c}) - std::max({centre, a, b, c});
+            return std::min(centre, static_cast<T>(inner >> 1));
+        }
+        case 5: // centre, or the third smallest of the others
+            return std::min(
+                centre, std::max(std::min(std::max(a, b), std::max(c, d)), std::max(std::min(a, b), std::min(c, d))));
+        default:
+            return mGetCenterValueSmaller(mValues, mCount);
+        }
+    }
 
 private:
     unsigned long mWidth;

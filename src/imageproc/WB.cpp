@@ -137,6 +137,15 @@ unsigned long CWB::ProcImage(unsigned long width, unsigned long height, unsigned
         return kInvalid;
     }
     const PhaseSlots slots = phaseSlots(colorArray);
+    if constexpr (sizeof(T) == 1) {
+        if (mwTableDepth == 8) {
+            // What the tables hold, without looking it up.
+            const auto gain = mRows.gains.bytes;
+            return SImage<T>{width, height, lineBytes, image}.forRows([&](T* row, unsigned long y) {
+                gain(row, width, mwGain[slots[2 * (y % 2)]], mwGain[slots[2 * (y % 2) + 1]]);
+            });
+        }
+    }
     const auto lookUp = rows::curveRows<T>(mRows).lookUp;
     return SImage<T>{width, height, lineBytes, image}.forRows([&](T* row, unsigned long y) {
         lookUp(row, width, mpTable<T>(slots[2 * (y % 2)]), mpTable<T>(slots[2 * (y % 2) + 1]));

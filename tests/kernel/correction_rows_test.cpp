@@ -58,7 +58,19 @@ protected:
         Compare<T>("repairMono", width, pattern, depth, flush, random, [&](Table rows, T* row) {
             rows::noiseRows<T>(rows).repairMono(around[1], row, around[2], around[4], width, threshold);
         });
+        // A frame with few clipped samples: most blocks have none, some have one.
+        std::vector<T> live(width, static_cast<T>(threshold - 1));
+        for (std::size_t x = random.Next() % 40; x < width; x += 1 + random.Next() % 80) {
+            live[x] = threshold;
+        }
+        Compare<T>("repairMono, few", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+            rows::noiseRows<T>(rows).repairMono(around[1], row, around[2], live.data(), width, threshold);
+        });
         for (const unsigned greenParity : {0U, 1U}) {
+            Compare<T>("repairBayer, few", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+                rows::noiseRows<T>(rows).repairBayer(around[0], around[1], row, around[2], around[3], live.data(),
+                                                     width, greenParity, threshold);
+            });
             Compare<T>("easyBayer", width, pattern, depth, flush, random, [&](Table rows, T* row) {
                 rows::noiseRows<T>(rows).easyBayer(around[0], around[1], row, around[2], around[3], width, greenParity);
             });
@@ -80,7 +92,7 @@ protected:
         }
         const std::uint32_t maxValue = (1U << depth) - 1;
         using Table = const rows::SRowTable&;
-        for (const std::uint32_t offset : {0U, 16U}) {
+        for (const std::uint32_t offset : {0U, 16U, ~0U}) {
             Compare<T>("gain", width, pattern, depth, flush, random, [&](Table rows, T* row) {
                 rows::shadingRows<T>(rows).gain(row, entries.data(), width, offset, maxValue);
             });
@@ -126,6 +138,51 @@ TEST_P(CorrectionRows, EqualScalarForEveryDepthAndExtremeData) {
             CheckShading<std::uint8_t>(129, pattern, 8, Flush::Right, seed);
         }
     }
+}
+
+/// Limits beyond the sample type: of a result the low bits are left.
+TEST_P(CorrectionRows, LimitsAboveTheSamplesKeepLowBits) {
+    for (const std::uint64_t seed : {1UL, 2UL}) {
+        CheckShading<std::uint8_t>(129, Pattern::Random, 16, Flush::Right, seed);
+        CheckShading<std::uint8_t>(129, Pattern::Random, 31, Flush::Right, seed);
+        CheckShading<std::uint16_t>(129, Pattern::Random, 31, Flush::Right, seed);
+    }
+}
+
+/// Results that run along a row: bright columns that darken from one to the next, and isolated ones.
+template <class T>
+void checkChains(const rows::SRowTable& scalar, const rows::SRowTable& table) {
+    constexpr std::size_t width = 301;
+    constexpr unsigned top = sizeof(T) == 1 ? 255 : 65535;
+    for (unsigned shape = 0; shape < 6; ++shape) {
+        std::vector<T> above(width, static_cast<T>(shape % 2 == 0 ? top : 0));
+        std::vector<T> below(width, T{0});
+        std::vector<T> row(width);
+        for (std::size_t x = 0; x < width; ++x) {
+            row[x] = static_cast<T>(shape / 2 == 0 ? top - x : shape / 2 == 1 ? x : (x % 7 == 0 ? 0 : top));
+        }
+        for (const unsigned greenParity : {0U, 1U}) {
+            std::vector<T> expected = row;
+            std::vector<T> got = row;
+            rows::noiseRows<T>(scalar).easyBayer(above.data(), above.data(), expected.data(), below.data(),
+                                                 below.data(), width, greenParity);
+            rows::noiseRows<T>(table).easyBayer(above.data(), above.data(), got.data(), below.data(), below.data(),
+                                                width, greenParity);
+            ASSERT_EQ(expected, got) << table.name << " shape " << shape;
+            const std::vector<T> live(width, static_cast<T>(top));
+            rows::noiseRows<T>(scalar).repairBayer(above.data(), above.data(), expected.data(), below.data(),
+                                                   below.data(), live.data(), width, greenParity,
+                                                   static_cast<T>(top / 2));
+            rows::noiseRows<T>(table).repairBayer(above.data(), above.data(), got.data(), below.data(), below.data(),
+                                                  live.data(), width, greenParity, static_cast<T>(top / 2));
+            ASSERT_EQ(expected, got) << table.name << " shape " << shape;
+        }
+    }
+}
+
+TEST_P(CorrectionRows, ResultsThatRunAlongARow) {
+    checkChains<std::uint8_t>(scalar(), table());
+    checkChains<std::uint16_t>(scalar(), table());
 }
 
 TEST_P(CorrectionRows, EqualScalarForLargeWidths) {

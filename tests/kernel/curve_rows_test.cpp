@@ -96,6 +96,54 @@ TEST_P(CurveRows, EveryAddress) {
     checkAddresses<std::uint16_t>(table());
 }
 
+/// A byte after a gain, as white balance defines it.
+std::uint8_t gained(unsigned sample, unsigned gain) {
+    return static_cast<std::uint8_t>(std::min(sample * gain / 128, 255U));
+}
+
+TEST_P(CurveRows, EveryByteTimesEveryGain) {
+    std::vector<std::uint8_t> row(512);
+    for (unsigned gain = 0; gain < 65536; ++gain) {
+        const unsigned oddGain = 65535 - gain;
+        for (unsigned x = 0; x < row.size(); ++x) {
+            row[x] = static_cast<std::uint8_t>(x / 2);
+        }
+        table().gains.bytes(row.data(), row.size(), gain, oddGain);
+        bool equal = true;
+        for (unsigned x = 0; x < row.size(); ++x) {
+            equal = equal && row[x] == gained(x / 2, x % 2 == 0 ? gain : oddGain);
+        }
+        ASSERT_TRUE(equal) << table().name << " gain " << gain;
+    }
+}
+
+TEST_P(CurveRows, GainsAtEveryWidthAndAddress) {
+    CRandom random(8);
+    for (std::size_t width = 0; width <= 260; ++width) {
+        for (const Flush flush : {Flush::Left, Flush::Right}) {
+            CGuardedBuffer<std::uint8_t> row(width, flush);
+            fillSamples(row.data(), width, Pattern::Random, 8, random);
+            std::vector<std::uint8_t> expected(row.data(), row.data() + width);
+            for (std::size_t x = 0; x < width; ++x) {
+                expected[x] = gained(expected[x], x % 2 == 0 ? 140 : 217);
+            }
+            table().gains.bytes(row.data(), width, 140, 217);
+            ASSERT_TRUE(std::equal(expected.begin(), expected.end(), row.data())) << table().name << ' ' << width;
+            ASSERT_TRUE(row.CanaryIntact()) << table().name << ' ' << width;
+        }
+    }
+    for (std::size_t offset = 0; offset < 64; ++offset) {
+        std::vector<std::uint8_t> row(400);
+        fillSamples(row.data(), row.size(), Pattern::Random, 8, random);
+        std::vector<std::uint8_t> expected = row;
+        for (std::size_t x = 0; x < 251; ++x) {
+            expected[offset + x] = gained(expected[offset + x], x % 2 == 0 ? 300 : 60);
+        }
+        table().gains.bytes(row.data() + offset, 251, 300, 60);
+        ASSERT_EQ(row, expected) << table().name << " offset " << offset;
+    }
+}
+
 VEK_FOR_EVERY_TIER(CurveRows);
 
 } // namespace

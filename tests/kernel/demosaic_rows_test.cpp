@@ -28,8 +28,10 @@ enum class Kernel {
     BlockLower,
     Centre,
     Cubic,
+    CubicStrip,
     CubicThird,
-    MeanThird
+    MeanThird,
+    Pixels
 };
 
 /// What a test has to know of a kernel.
@@ -38,26 +40,33 @@ struct SKernelTraits {
     const char* name;
     std::size_t sourceRows;
     std::size_t smallestWidth;
-    bool readsPast;   ///< reads one sample behind a row of odd width
-    bool readsPixels; ///< its sources are rows of pixels, not of samples
+    bool readsPast;      ///< reads one sample behind a row of odd width
+    std::size_t results; ///< samples that it writes for each column; 0: a pixel
 };
 constexpr SKernelTraits kKernels[] = {
-    {Kernel::Grey, "grey", 1, 1, false, false},
-    {Kernel::None, "none", 1, 1, false, false},
-    {Kernel::NearestNeighbor, "nearestNeighbor", 2, 2, false, false},
-    {Kernel::Bilinear, "bilinearSimple", 3, 2, true, false},
-    {Kernel::BilinearOpen, "bilinearSimpleOpen", 1, 2, true, false},
-    {Kernel::BlockUpper, "nearestNeighbor2, upper row", 2, 2, false, false},
-    {Kernel::BlockLower, "nearestNeighbor2, lower row", 2, 2, true, false},
-    {Kernel::Centre, "bilinearFalseColorReduction", 4, 3, false, false},
-    {Kernel::Cubic, "biCubic", 1, 2, false, false},
-    {Kernel::CubicThird, "biCubicThird", 4, 1, false, true},
-    {Kernel::MeanThird, "meanThird", 2, 1, false, true},
+    {Kernel::Grey, "grey", 1, 1, false, 0},
+    {Kernel::None, "none", 1, 1, false, 0},
+    {Kernel::NearestNeighbor, "nearestNeighbor", 2, 2, false, 0},
+    {Kernel::Bilinear, "bilinearSimple", 3, 2, true, 0},
+    {Kernel::BilinearOpen, "bilinearSimpleOpen", 1, 2, true, 0},
+    {Kernel::BlockUpper, "nearestNeighbor2, upper row", 2, 2, false, 0},
+    {Kernel::BlockLower, "nearestNeighbor2, lower row", 2, 2, true, 0},
+    {Kernel::Centre, "bilinearFalseColorReduction", 4, 3, false, 0},
+    {Kernel::Cubic, "biCubic", 1, 2, false, 2},
+    {Kernel::CubicStrip, "biCubic of a strip", 1, 2, false, 2},
+    {Kernel::CubicThird, "biCubicThird", 4, 1, false, 1},
+    {Kernel::MeanThird, "meanThird", 2, 1, false, 1},
+    {Kernel::Pixels, "pixels", 3, 1, false, 0},
 };
 
 /// Samples of each source row that a kernel may read.
-std::size_t readable(const SKernelTraits& kernel, std::size_t width, unsigned channels) {
-    return kernel.readsPixels ? width * channels : width + (kernel.readsPast && width % 2 == 1 ? 1 : 0);
+std::size_t readable(const SKernelTraits& kernel, std::size_t width) {
+    return width + (kernel.readsPast && width % 2 == 1 ? 1 : 0);
+}
+
+/// Samples that a kernel may write.
+std::size_t writable(const SKernelTraits& kernel, std::size_t width, unsigned channels) {
+    return width * (kernel.results == 0 ? channels : kernel.results);
 }
 
 template <class T>
@@ -65,8 +74,9 @@ void run(const SRowTable& table, Kernel kernel, std::size_t row, unsigned channe
          std::size_t width) {
     const auto& k = rows::demosaicRows<T>(table);
     const std::size_t layout = rows::pixelLayout(channels);
-    // Red or blue.
-    const unsigned third = row < 2 ? 0 : 2;
+    // The middle of a row; its first column is even.
+    const std::size_t from = width / 4 * 2;
+    const std::size_t to = width - width / 5;
     switch (kernel) {
     case Kernel::Grey:
         return k.grey[layout](src[0], dst, width);
@@ -85,11 +95,15 @@ void run(const SRowTable& table, Kernel kernel, std::size_t row, unsigned channe
     case Kernel::Centre:
         return k.bilinearFalseColorReduction[row][layout](src[0], src[1], src[2], src[3], dst, width);
     case Kernel::Cubic:
-        return k.biCubic[row][layout](src[0], dst, width);
+        return k.biCubic[row](src[0], dst, dst + width, 0, width, width);
+    case Kernel::CubicStrip:
+        return k.biCubic[row](src[0], dst, dst + width + from, from, to, width);
     case Kernel::CubicThird:
-        return k.biCubicThird[layout](src[0], src[1], src[2], src[3], dst, width, third);
+        return k.biCubicThird(src[0], src[1], src[2], src[3], dst, width);
     case Kernel::MeanThird:
-        return k.meanThird[layout](src[0], src[1], dst, width, third);
+        return k.meanThird(src[0], src[1], dst, width);
+    case Kernel::Pixels:
+        return k.pixels[layout](src[0], src[1], src[2], dst, width);
     }
 }
 
@@ -97,7 +111,7 @@ void run(const SRowTable& table, Kernel kernel, std::size_t row, unsigned channe
 template <class T>
 void compare(const SRowTable& tier, const SKernelTraits& kernel, std::size_t row, unsigned channels, std::size_t width,
              Pattern pattern, unsigned depth, Flush flush, CRandom& random) {
-    const std::size_t count = readable(kernel, width, channels);
+    const std::size_t count = readable(kernel, width);
     CGuardedBuffer<T> a(count, flush);
     CGuardedBuffer<T> b(count, flush);
     CGuardedBuffer<T> c(count, flush);
@@ -108,7 +122,7 @@ void compare(const SRowTable& tier, const SKernelTraits& kernel, std::size_t row
         fillSamples(sources[i]->data(), count, pattern, depth, random);
         src[i] = sources[i]->data();
     }
-    const std::size_t outCount = width * channels;
+    const std::size_t outCount = writable(kernel, width, channels);
     CGuardedBuffer<T> got(outCount, flush);
     std::vector<T> expected(outCount);
     fillSamples(expected.data(), outCount, Pattern::Random, 8 * sizeof(T), random);
@@ -205,6 +219,62 @@ TEST_P(DemosaicRows, EqualScalarAtEveryAddress) {
         compareOffsets<std::uint8_t>(table(), kernel);
         compareOffsets<std::uint16_t>(table(), kernel);
     }
+}
+
+/// sum as two samples, the first one as large as it can be.
+template <class T>
+void split(unsigned sum, T* first, T* second) {
+    constexpr unsigned largest = static_cast<T>(-1);
+    *first = static_cast<T>(std::min(sum, largest));
+    *second = static_cast<T>(sum - *first);
+}
+
+/// (5 x inner + 4) / 8 - (outer + 4) / 8 within 0 .. 255, sums limited to 8191.
+unsigned cubicOf(unsigned inner, unsigned outer) {
+    const int value = (5 * std::min<int>(static_cast<int>(inner), 8191) + 4) / 8 -
+                      (std::min<int>(static_cast<int>(outer), 8191) + 4) / 8;
+    return static_cast<unsigned>(std::clamp(value, 0, 255));
+}
+
+/// Cubic convolution of every sum in inner with every one in outer.
+template <class T>
+void compareCubic(const SRowTable& table, const std::vector<unsigned>& inner, const std::vector<unsigned>& outer) {
+    const std::size_t width = inner.size();
+    std::vector<T> above(width);
+    std::vector<T> below(width);
+    for (std::size_t x = 0; x < width; ++x) {
+        split(inner[x], &above[x], &below[x]);
+    }
+    std::vector<T> third(width);
+    for (const unsigned sum : outer) {
+        std::vector<T> above3(width);
+        std::vector<T> below3(width);
+        for (std::size_t x = 0; x < width; ++x) {
+            split(sum, &above3[x], &below3[x]);
+        }
+        rows::demosaicRows<T>(table).biCubicThird(above3.data(), above.data(), below.data(), below3.data(),
+                                                  third.data(), width);
+        for (std::size_t x = 0; x < width; ++x) {
+            ASSERT_EQ(third[x], cubicOf(inner[x], sum)) << table.name << " sums " << inner[x] << ' ' << sum;
+        }
+    }
+}
+
+std::vector<unsigned> everySum(unsigned largest, unsigned step) {
+    std::vector<unsigned> sums;
+    for (unsigned sum = 0; sum <= largest; sum += step) {
+        sums.push_back(sum);
+    }
+    return sums;
+}
+
+TEST_P(DemosaicRows, CubicOfEverySum) {
+    compareCubic<std::uint8_t>(table(), everySum(510, 1), everySum(510, 1));
+    const std::vector<unsigned> some = {0,    1,    3,    4,    5,    11,    12,    400,   4095,  4096,
+                                        8187, 8188, 8190, 8191, 8192, 16384, 65535, 65536, 65540, 131070};
+    compareCubic<std::uint16_t>(table(), everySum(131070, 1), some);
+    compareCubic<std::uint16_t>(table(), some, everySum(131070, 1));
+    compareCubic<std::uint16_t>(table(), everySum(8400, 7), everySum(8400, 5));
 }
 
 VEK_FOR_EVERY_TIER(DemosaicRows);

@@ -45,6 +45,7 @@ void appendDemosaic(std::vector<SKernel>& list, const std::string& prefix, const
     append(list, prefix + "biCubic", rows.biCubic);
     append(list, prefix + "biCubicThird", rows.biCubicThird);
     append(list, prefix + "meanThird", rows.meanThird);
+    append(list, prefix + "pixels", rows.pixels);
 }
 
 template <class T>
@@ -83,6 +84,7 @@ std::vector<SKernel> kernelsOf(const SRowTable& table) {
     append(list, "sums.packed12", table.sums.packed12);
     append(list, "curves8.lookUp", table.curves8.lookUp);
     append(list, "curves16.lookUp", table.curves16.lookUp);
+    append(list, "gains.bytes", table.gains.bytes);
     appendColours(list, "colours8.", table.colours8);
     appendColours(list, "colours16.", table.colours16);
     append(list, "flips.reverse", table.flips.reverse);

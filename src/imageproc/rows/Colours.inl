@@ -290,7 +290,7 @@ inline Vec<std::uint16_t> lumaVec(const SColours<std::uint16_t>& pixels) {
         [](Wide blue, Wide green, Wide red) {
             return lumaShare(blue, 0.114F) + lumaShare(green, 0.587F) + lumaShare(red, 0.299F);
         },
-        minVec(pixels.blue, last), minVec(pixels.green, last), minVec(pixels.red, last));
+        smaller(pixels.blue, last), smaller(pixels.green, last), smaller(pixels.red, last));
 }
 
 /// Luma of count pixels, whole blocks.
@@ -306,7 +306,7 @@ template <std::size_t K, class T>
 inline void changeVector(T* pixels, Vec<T> plus, Vec<T> minus, Vec<T> maxValue) {
     T* const at = pixels + K * kLanes<T>;
     const Vec<T> changed = subSat(addSat(load(at), repeatLanes<K, T>(plus)), repeatLanes<K, T>(minus));
-    store(at, sizeof(T) == 1 ? changed : minVec(changed, maxValue));
+    store(at, sizeof(T) == 1 ? changed : smaller(changed, maxValue));
 }
 
 /// The samples of a block of pixels become larger by plus and smaller by minus, of which one is 0; they stay within
@@ -383,7 +383,7 @@ inline Vec<std::uint16_t> strengthAt(Vec<std::uint16_t> distance, std::uint16_t 
     using Words = Vec<std::uint16_t>;
     const Words slopes = Words{} + slope;
     const Words full = Words{} + kFullStrength;
-    return mulHigh(distance, slopes) != 0 ? full : minVec(distance * slopes, full);
+    return mulHigh(distance, slopes) != 0 ? full : smaller(distance * slopes, full);
 }
 
 inline Vec<std::uint16_t> strengthOf(Vec<std::uint16_t> y, const SChromaLimits& limits) {
@@ -392,7 +392,7 @@ inline Vec<std::uint16_t> strengthOf(Vec<std::uint16_t> y, const SChromaLimits& 
     const Words highStart = Words{} + limits.highStart;
     const Words low = strengthAt(lowStart - y + 1, limits.lowSlope) & (Words)(y < lowStart);
     const Words high = strengthAt(y - highStart + 1, limits.highSlope) & (Words)(y > highStart);
-    return maxVec(low, high);
+    return larger(low, high);
 }
 
 /// Strengths of a block: bytes have those of even and of odd columns.
@@ -642,7 +642,7 @@ inline std::size_t sharpenGreyBlocks(T* row, const std::uint16_t* above, const s
             left = samples[count - 1];
             chunk.ForRuns(corrections, count, false, [&](std::size_t i) {
                 const Vec<T> sharp = subSat(addSat(load(samples + i), chunk.Plus(i)), chunk.Minus(i, false));
-                store(samples + i, sizeof(T) == 1 ? sharp : minVec(sharp, max));
+                store(samples + i, sizeof(T) == 1 ? sharp : smaller(sharp, max));
             });
         } else {
             left = sharpenGreySpan(row, above, below, x, x + count, left, sharpening);
@@ -795,7 +795,7 @@ inline void multiplyBlocks(T* pixels, std::size_t count, std::size_t step, SProd
         for (std::size_t i = 0; i < block; ++i) {
             sums[i] = products.template Sums<Held>(at + i * step);
         }
-        const auto samples = minVec(packSums(sums, T{}), max);
+        const auto samples = smaller(packSums(sums, T{}), max);
         if constexpr (Dense) {
             store12(at, narrowPixels<3 * sizeof(T)>((Bytes16)samples));
         } else {

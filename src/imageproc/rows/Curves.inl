@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Samples through tables, one for even and one for odd columns.
+// Samples through tables or times gains, one for even and one for odd columns.
 
 namespace vek::rows::VEK_ISA {
 namespace {
@@ -191,6 +191,78 @@ void lookUp(T* row, std::size_t width, const T* even, const T* odd) {
 template <class T>
 constexpr SCurveRows<T> curveTable() {
     return {lookUp<T>};
+}
+
+#if VEK_VECTOR_BYTES != 0
+
+/// The upper halves of the products of words.
+template <class V>
+inline V upperProduct(V a, V b) {
+#if defined(__ARM_NEON)
+    const auto low = (uint16x8_t)vmull_u16(vget_low_u16(a), vget_low_u16(b));
+    return vuzp2q_u16(low, (uint16x8_t)vmull_high_u16(a, b));
+#else
+    if constexpr (sizeof a == 16) {
+        return (V)_mm_mulhi_epu16((__m128i)a, (__m128i)b);
+    }
+#if VEK_VECTOR_BYTES == 32
+    if constexpr (sizeof a == 32) {
+        return (V)_mm256_mulhi_epu16((__m256i)a, (__m256i)b);
+    }
+#endif
+#if defined(__AVX512VBMI__)
+    if constexpr (sizeof a == 64) {
+        return (V)_mm512_mulhi_epu16((__m512i)a, (__m512i)b);
+    }
+#endif
+#endif
+}
+
+/// Gains as factors of upper product: byte x 256 x factor / 65536. One is all it takes to reach 255 with the largest
+/// that fits, so that greater gains change nothing.
+inline std::uint16_t gainFactor(unsigned gain) {
+    constexpr unsigned largest = 32767;
+    return static_cast<std::uint16_t>(2 * (gain < largest ? gain : largest));
+}
+
+#endif
+
+inline std::uint8_t gained(std::uint8_t sample, unsigned gain) {
+    const unsigned value = sample * gain >> 7;
+    return static_cast<std::uint8_t>(value < 255 ? value : 255);
+}
+
+/// Columns from .. width-1.
+inline void gainSpan(std::uint8_t* row, std::size_t from, std::size_t width, unsigned evenGain, unsigned oddGain) {
+    std::size_t x = from;
+    for (; x + 1 < width; x += 2) {
+        row[x] = gained(row[x], evenGain);
+        row[x + 1] = gained(row[x + 1], oddGain);
+    }
+    if (x < width) {
+        row[x] = gained(row[x], evenGain);
+    }
+}
+
+inline void gainBytes(std::uint8_t* row, std::size_t width, unsigned evenGain, unsigned oddGain) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    const std::uint16_t factors[] = {gainFactor(evenGain), gainFactor(oddGain), gainFactor(evenGain)};
+    done = changeBlocks(row, 0, width, [=]<class V>(V, std::size_t x) {
+        using Words = VecOf<std::uint16_t, sizeof(V)>;
+        const std::uint16_t* const factor = factors + x % 2;
+        const auto words = (Words)loadAs<V>(row + x);
+        const Words largest = Words{} + std::uint16_t{255};
+        const Words low = upperProduct(words << 8, Words{} + factor[0]);
+        const Words high = upperProduct(words & 0xFF00, Words{} + factor[1]);
+        return (V)((low < largest ? low : largest) | (high < largest ? high : largest) << 8);
+    });
+#endif
+    gainSpan(row, done, width, evenGain, oddGain);
+}
+
+constexpr SGainRows gainTable() {
+    return {gainBytes};
 }
 
 } // namespace

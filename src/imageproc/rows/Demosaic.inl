@@ -165,11 +165,9 @@ inline T cubic(T outerLeft, T left, T right, T outerRight) {
     return static_cast<T>(value < 0 ? 0 : value > 255 ? 255 : value);
 }
 
-template <class T, BayerRow Row, unsigned Channels>
-inline void biCubicSpan(const T* row, T* dst, std::size_t from, std::size_t to, std::size_t width) {
+template <class T, unsigned GreenParity>
+inline void biCubicSpan(const T* row, T* green, T* colour, std::size_t from, std::size_t to, std::size_t width) {
     for (std::size_t x = from; x < to; ++x) {
-        T* const pixel = dst + x * Channels;
-        const bool green = x % 2 == SRow<Row>::greenParity;
         T other = 0;
         if (x >= 3 && x + 3 < width) {
             other = cubic(row[x - 3], row[x - 1], row[x + 1], row[x + 3]);
@@ -178,9 +176,18 @@ inline void biCubicSpan(const T* row, T* dst, std::size_t from, std::size_t to, 
         } else {
             other = row[x == 0 ? 1 : x - 1];
         }
-        pixel[kGreen] = green ? row[x] : other;
-        pixel[SRow<Row>::rowColour] = green ? other : row[x];
-        pixel[SRow<Row>::thirdColour] = 0;
+        green[x] = x % 2 == GreenParity ? row[x] : other;
+        colour[x] = x % 2 == GreenParity ? other : row[x];
+    }
+}
+
+template <class T, unsigned Channels>
+inline void pixelSpan(const T* blue, const T* green, const T* red, T* dst, std::size_t from, std::size_t to) {
+    for (std::size_t x = from; x < to; ++x) {
+        T* const pixel = dst + x * Channels;
+        pixel[kBlue] = blue[x];
+        pixel[kGreen] = green[x];
+        pixel[kRed] = red[x];
     }
 }
 
@@ -240,41 +247,62 @@ inline Vec<T> centreBlock(const T* row, const T* farRow, std::size_t x) {
                       own.near, own.far, other.near, other.far);
 }
 
-/// Cubic convolution as in cubic(), in lanes of 16 bits.
-inline Vec<std::uint16_t> cubicLanes(Vec<std::uint16_t> outerLeft, Vec<std::uint16_t> left, Vec<std::uint16_t> right,
+/// Cubic convolution as in cubic().
+inline Vec<std::uint16_t> cubicBlock(Vec<std::uint16_t> outerLeft, Vec<std::uint16_t> left, Vec<std::uint16_t> right,
                                      Vec<std::uint16_t> outerRight) {
     using V = Vec<std::uint16_t>;
     const V largest = V{} + static_cast<std::uint16_t>(kLargestCubicSum);
-    const auto limitedSum = [=](V a, V b) {
-        const V sum = a + b;
-        // A sum that left 16 bits is below its parts.
-        return (sum < a) | (sum > largest) ? largest : sum;
-    };
+    // Limited before they are added: the sum of any two samples does not fit.
+    const auto limitedSum = [=](V a, V b) { return smaller(smaller(a, largest) + smaller(b, largest), largest); };
     const V inner = (limitedSum(left, right) * 5 + 4) >> 3;
     const V outer = (limitedSum(outerLeft, outerRight) + 4) >> 3;
-    const V value = inner - outer;
-    return inner < outer ? V{} : value > 255 ? V{} + 255 : value;
+    return smaller(larger(inner, outer) - outer, V{} + std::uint16_t{255});
 }
 
-template <class T>
-inline Vec<T> cubicBlock(Vec<T> outerLeft, Vec<T> left, Vec<T> right, Vec<T> outerRight) {
-    if constexpr (sizeof(T) == 1) {
-        return inPairs<T>([](auto a, auto b, auto c, auto d) { return cubicLanes(a, b, c, d); }, outerLeft, left, right,
-                          outerRight);
-    } else {
-        return cubicLanes(outerLeft, left, right, outerRight);
-    }
+#if defined(__ARM_NEON)
+
+inline Vec<std::uint8_t> cubicBlock(Vec<std::uint8_t> outerLeft, Vec<std::uint8_t> left, Vec<std::uint8_t> right,
+                                    Vec<std::uint8_t> outerRight) {
+    const auto half = [](uint8x8_t a, uint8x8_t b, uint8x8_t c, uint8x8_t d) {
+        const uint16x8_t inner = vrshrq_n_u16(vmulq_n_u16(vaddl_u8(b, c), 5), 3);
+        const uint16x8_t outer = vrshrq_n_u16(vaddl_u8(a, d), 3);
+        return vqmovun_s16((int16x8_t)(inner - outer));
+    };
+    return vcombine_u8(
+        half(vget_low_u8(outerLeft), vget_low_u8(left), vget_low_u8(right), vget_low_u8(outerRight)),
+        half(vget_high_u8(outerLeft), vget_high_u8(left), vget_high_u8(right), vget_high_u8(outerRight)));
 }
 
-/// All ones in the samples of a channel in vector k of three that hold whole pixels of three samples.
-template <class T>
-inline Vec<T> channelMask(std::size_t k, unsigned channel) {
-    Vec<T> mask{};
-    for (std::size_t i = 0; i < kLanes<T>; ++i) {
-        mask[i] = (k * kLanes<T> + i) % 3 == channel ? static_cast<T>(-1) : T{0};
-    }
-    return mask;
+#else
+
+#if VEK_VECTOR_BYTES == 32
+#define VEK_MM(op) _mm256_##op
+#else
+#define VEK_MM(op) _mm_##op
+#endif
+
+inline Vec<std::uint8_t> cubicBlock(Vec<std::uint8_t> outerLeft, Vec<std::uint8_t> left, Vec<std::uint8_t> right,
+                                    Vec<std::uint8_t> outerRight) {
+    using Bytes = decltype(VEK_MM(set1_epi8)(0));
+    // Pairs of bytes side by side are weighted and added by one instruction. A product by 4096 / 32768, rounded, is an
+    // eighth, rounded; packing brings the difference back into 0 .. 255.
+    const auto eighths = [](Bytes pairs, char weight) {
+        return VEK_MM(mulhrs_epi16)(VEK_MM(maddubs_epi16)(pairs, VEK_MM(set1_epi8)(weight)), VEK_MM(set1_epi16)(4096));
+    };
+    const auto value = [=](Bytes inner, Bytes outer) {
+        return VEK_MM(sub_epi16)(eighths(inner, 5), eighths(outer, 1));
+    };
+    const auto a = (Bytes)outerLeft;
+    const auto b = (Bytes)left;
+    const auto c = (Bytes)right;
+    const auto d = (Bytes)outerRight;
+    return (Vec<std::uint8_t>)VEK_MM(packus_epi16)(value(VEK_MM(unpacklo_epi8)(b, c), VEK_MM(unpacklo_epi8)(a, d)),
+                                                   value(VEK_MM(unpackhi_epi8)(b, c), VEK_MM(unpackhi_epi8)(a, d)));
 }
+
+#undef VEK_MM
+
+#endif
 
 /// An even number of columns, from .. from + count - 1, that blocks can take, all with reach columns beyond them within
 /// the row; 0 where they do not fill a block.
@@ -282,6 +310,22 @@ template <class T>
 inline std::size_t blockColumns(std::size_t from, std::size_t reach, std::size_t width) {
     const std::size_t count = width < from + reach ? 0 : (width - from - reach) & ~std::size_t{1};
     return count < kLanes<T> ? 0 : count;
+}
+
+/// Calls body(x) for blocks of kLanes<T> columns from first (even) on that lie before last; the last one overlaps its
+/// predecessor, and every x is even. Returns the column behind them, first where the columns do not fill a block.
+template <class T, class Body>
+inline std::size_t forPlaneBlocks(std::size_t first, std::size_t last, Body body) {
+    const std::size_t count = blockColumns<T>(first, 0, last);
+    if (count == 0) {
+        return first;
+    }
+    const std::size_t end = first + count - kLanes<T>;
+    for (std::size_t x = first; x < end; x += kLanes<T>) {
+        body(x);
+    }
+    body(end);
+    return first + count;
 }
 
 /// Columns from 2 on that blocks can take: an even number, all with both neighbours within the row.
@@ -430,55 +474,66 @@ void bilinearFalseColorReduction(const T* upper, const T* lower, const T* upperF
     }
 }
 
-template <class T, BayerRow Row, unsigned Channels>
-void biCubic(const T* row, T* dst, std::size_t width) {
-    std::size_t done = 0;
+template <class T, unsigned GreenParity>
+void biCubic(const T* row, T* green, T* colour, std::size_t from, std::size_t to, std::size_t width) {
+    // So that x is a column of the row in all of them.
+    green -= from;
+    colour -= from;
+    std::size_t done = from;
 #if VEK_VECTOR_BYTES != 0
-    if (const std::size_t inner = blockColumns<T>(4, 3, width); inner != 0) {
-        biCubicSpan<T, Row, Channels>(row, dst, 0, 4, width);
-        const Vec<T> greenColumns = parityMask<T, SRow<Row>::greenParity>();
-        forBlocks<T, Channels>(dst, 4, inner, [=](std::size_t x) {
+    const std::size_t first = from < 4 ? 4 : from;
+    const std::size_t last = width < to + 3 ? width - 3 : to;
+    if (width >= 3 && last >= first + kLanes<T>) {
+        biCubicSpan<T, GreenParity>(row, green, colour, from, first, width);
+        const Vec<T> greenColumns = parityMask<T, GreenParity>();
+        done = forPlaneBlocks<T>(first, last, [=](std::size_t x) {
             const Vec<T> own = load(row + x);
-            const Vec<T> other =
-                cubicBlock<T>(load(row + x - 3), load(row + x - 1), load(row + x + 1), load(row + x + 3));
-            storeColours<T, Row, Channels>(dst + x * Channels, select(greenColumns, other, own),
-                                           select(greenColumns, own, other), Vec<T>{});
+            const Vec<T> other = cubicBlock(load(row + x - 3), load(row + x - 1), load(row + x + 1), load(row + x + 3));
+            store(green + x, select(greenColumns, own, other));
+            store(colour + x, select(greenColumns, other, own));
         });
-        done = 4 + inner;
     }
 #endif
-    biCubicSpan<T, Row, Channels>(row, dst, done, width, width);
+    biCubicSpan<T, GreenParity>(row, green, colour, done, to, width);
 }
 
-template <class T, unsigned Channels>
-void biCubicThird(const T* above3, const T* above, const T* below, const T* below3, T* dst, std::size_t width,
-                  unsigned channel) {
+template <class T>
+void biCubicThird(const T* above3, const T* above, const T* below, const T* below3, T* third, std::size_t width) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
-    // Three vectors hold whole pixels of three samples: all are computed, those of the channel are kept. Pixels of four
-    // would bring in the fourth sample.
-    if constexpr (Channels == 3) {
-        const Vec<T> mask[3] = {channelMask<T>(0, channel), channelMask<T>(1, channel), channelMask<T>(2, channel)};
-        for (; done + kLanes<T> <= width; done += kLanes<T>) {
-            for (std::size_t k = 0; k < 3; ++k) {
-                const std::size_t at = 3 * done + k * kLanes<T>;
-                const Vec<T> value =
-                    cubicBlock<T>(load(above3 + at), load(above + at), load(below + at), load(below3 + at));
-                store(dst + at, select(mask[k], value, load(dst + at)));
-            }
-        }
-    }
+    done = forPlaneBlocks<T>(0, width, [=](std::size_t x) {
+        store(third + x, cubicBlock(load(above3 + x), load(above + x), load(below + x), load(below3 + x)));
+    });
 #endif
-    for (std::size_t i = done * Channels + channel; i < width * Channels; i += Channels) {
-        dst[i] = cubic(above3[i], above[i], below[i], below3[i]);
+    for (std::size_t x = done; x < width; ++x) {
+        third[x] = cubic(above3[x], above[x], below[x], below3[x]);
+    }
+}
+
+template <class T>
+void meanThird(const T* above, const T* below, T* third, std::size_t width) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    done = forPlaneBlocks<T>(0, width,
+                             [=](std::size_t x) { store(third + x, meanVec(load(above + x), load(below + x))); });
+#endif
+    for (std::size_t x = done; x < width; ++x) {
+        third[x] = mean(above[x], below[x]);
     }
 }
 
 template <class T, unsigned Channels>
-void meanThird(const T* above, const T* below, T* dst, std::size_t width, unsigned channel) {
-    for (std::size_t i = channel; i < width * Channels; i += Channels) {
-        dst[i] = mean(above[i], below[i]);
+void pixels(const T* blue, const T* green, const T* red, T* dst, std::size_t width) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    if (const std::size_t pairs = width & ~std::size_t{1}; pairs >= kLanes<T>) {
+        forBlocks<T, Channels>(dst, 0, pairs, [=](std::size_t x) {
+            storePixels<Channels, T>(dst + x * Channels, load(blue + x), load(green + x), load(red + x));
+        });
+        done = pairs;
     }
+#endif
+    pixelSpan<T, Channels>(blue, green, red, dst, done, width);
 }
 
 #define VEK_BY_LAYOUT(kernel, ...)                                                                                     \
@@ -498,9 +553,10 @@ constexpr SDemosaicRows<T> demosaicTable() {
             VEK_BY_ROW(bilinearSimpleOpen),
             VEK_BY_ROW(nearestNeighbor2),
             VEK_BY_ROW(bilinearFalseColorReduction),
-            VEK_BY_ROW(biCubic),
-            VEK_BY_LAYOUT(biCubicThird, T),
-            VEK_BY_LAYOUT(meanThird, T)};
+            {biCubic<T, 1>, biCubic<T, 0>, biCubic<T, 0>, biCubic<T, 1>}, // by the parity of green, as in SRow
+            biCubicThird<T>,
+            meanThird<T>,
+            VEK_BY_LAYOUT(pixels, T)};
 }
 
 #undef VEK_BY_ROW

@@ -66,17 +66,24 @@ struct SDemosaicRows {
                             std::size_t width);
     Centre bilinearFalseColorReduction[kBayerRows][kPixelLayouts];
 
-    /// The row's two colours by cubic convolution, 0 in the third. Width 2 and more.
-    using Cubic = void (*)(const T* row, T* dst, std::size_t width);
-    Cubic biCubic[kBayerRows][kPixelLayouts];
+    // BiCubic works on one colour of a row at a time, a sample for each column.
 
-    /// A row's third colour (channel) from that of the rows of pixels 1 and 3 above and below it, by cubic convolution
-    /// or as a mean. Any width.
-    using CubicThird = void (*)(const T* above3, const T* above, const T* below, const T* below3, T* dst,
-                                std::size_t width, unsigned channel);
-    CubicThird biCubicThird[kPixelLayouts];
-    using MeanThird = void (*)(const T* above, const T* below, T* dst, std::size_t width, unsigned channel);
-    MeanThird meanThird[kPixelLayouts];
+    /// The row's two colours at columns from .. to-1 by cubic convolution: green and the other one, from green[0] and
+    /// colour[0] on. from: even. Width 2 and more.
+    using Cubic = void (*)(const T* row, T* green, T* colour, std::size_t from, std::size_t to, std::size_t width);
+    Cubic biCubic[kBayerRows];
+
+    /// A row's third colour from that of the rows 1 and 3 above and below it, by cubic convolution or as a mean. Any
+    /// width.
+    using CubicThird = void (*)(const T* above3, const T* above, const T* below, const T* below3, T* third,
+                                std::size_t width);
+    CubicThird biCubicThird;
+    using MeanThird = void (*)(const T* above, const T* below, T* third, std::size_t width);
+    MeanThird meanThird;
+
+    /// Pixels of the three colours. Any width.
+    using Pixels = void (*)(const T* blue, const T* green, const T* red, T* dst, std::size_t width);
+    Pixels pixels[kPixelLayouts];
 };
 
 /// Packings of YCrCb, as an index into a kernel's table.
@@ -141,6 +148,12 @@ struct SCurveRows {
     /// In place: samples of even columns become even[sample], those of odd ones odd[sample]; words above the table
     /// take its last entry. Any width.
     void (*lookUp)(T* row, std::size_t width, const T* even, const T* odd);
+};
+
+struct SGainRows {
+    /// In place: bytes of even columns become min(byte x evenGain / 128, 255), those of odd ones the same with oddGain.
+    /// Gains: 16 bits. Any width.
+    void (*bytes)(std::uint8_t* row, std::size_t width, unsigned evenGain, unsigned oddGain);
 };
 
 /// Luma shares of blue, green and red, by sample: sample x 0.114, 0.587 and 0.299, rounded. Tiers with vectors reckon
@@ -277,6 +290,7 @@ struct SRowTable {
     SSumRows sums;
     SCurveRows<std::uint8_t> curves8;
     SCurveRows<std::uint16_t> curves16;
+    SGainRows gains;
     SColourRows<std::uint8_t> colours8;
     SColourRows<std::uint16_t> colours16;
     SFlipRows flips;

@@ -48,6 +48,7 @@ const SRowTable kTable = {
     sumTable(),
     curveTable<std::uint8_t>(),
     curveTable<std::uint16_t>(),
+    gainTable(),
     colourTable<std::uint8_t>(),
     colourTable<std::uint16_t>(),
     flipTable(),

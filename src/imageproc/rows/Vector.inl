@@ -2,6 +2,22 @@
 // Vectors of samples in the compiler's own vector types, and the one thing those cannot say well: storing three
 // vectors of blue, green and red as interleaved pixels.
 
+namespace vek::rows::VEK_ISA {
+namespace {
+
+// Of samples, or lane by lane.
+template <class T>
+inline T smaller(T a, T b) {
+    return a < b ? a : b;
+}
+template <class T>
+inline T larger(T a, T b) {
+    return a < b ? b : a;
+}
+
+} // namespace
+} // namespace vek::rows::VEK_ISA
+
 #if VEK_VECTOR_BYTES != 0
 
 #if defined(__ARM_NEON)
@@ -152,6 +168,73 @@ inline void forBlocks(const T* dst, std::size_t first, std::size_t count, Body b
     }
 }
 
+// Vectors as wide as the registers are: for kernels that compute more than they move, where lanes keep their places.
+#if defined(__AVX512VBMI__)
+constexpr std::size_t kWideBytes = 64;
+#else
+constexpr std::size_t kWideBytes = VEK_VECTOR_BYTES;
+#endif
+
+template <class T, std::size_t Bytes>
+struct SVecOf {
+    typedef T type __attribute__((vector_size(Bytes)));
+};
+template <class T, std::size_t Bytes>
+using VecOf = typename SVecOf<T, Bytes>::type;
+template <class T>
+using WideVec = VecOf<T, kWideBytes>;
+
+template <class V, class T>
+inline V loadAs(const T* p) {
+    V v;
+    __builtin_memcpy(&v, p, sizeof v);
+    return v;
+}
+
+template <class V, class T>
+inline void storeAs(T* p, V v) {
+    __builtin_memcpy(p, &v, sizeof v);
+}
+
+/// v in a register: GCC loads a vector anew for each instruction that it can be an operand of, and loads off the lines
+/// cost more than such instructions.
+template <class V>
+inline V inRegister(V v) {
+#if defined(__x86_64__)
+    __asm__("" : "+v"(v));
+#endif
+    return v;
+}
+
+template <class V, class T, class Body>
+inline std::size_t changeBlocksOf(T* row, std::size_t from, std::size_t to, Body body) {
+    constexpr std::size_t lanes = sizeof(V) / sizeof(T);
+    if (to < from + lanes) {
+        return from;
+    }
+    const V first = body(V{}, from);
+    const V last = body(V{}, to - lanes);
+    const std::size_t misaligned = reinterpret_cast<std::uintptr_t>(row + from) / sizeof(T) % lanes;
+    for (std::size_t x = from + lanes - misaligned; x + lanes <= to; x += lanes) {
+        storeAs(row + x, body(V{}, x));
+    }
+    storeAs(row + from, first);
+    storeAs(row + to - lanes, last);
+    return to;
+}
+
+/// Changes columns from .. to-1 of a row in place, block by block: body(V{}, x) gives the vector V that goes to x, from
+/// samples of the row at the same columns alone. The first and the last block overlap others, to bring those between
+/// into line, and so are made before anything is stored. Returns to, or from where the columns do not fill a vector.
+template <class T, class Body>
+inline std::size_t changeBlocks(T* row, std::size_t from, std::size_t to, Body body) {
+    const std::size_t done = changeBlocksOf<WideVec<T>>(row, from, to, body);
+    if constexpr (sizeof(WideVec<T>) != sizeof(Vec<T>)) {
+        return done == from ? changeBlocksOf<Vec<T>>(row, from, to, body) : done;
+    }
+    return done;
+}
+
 // shuffleBytes picks bytes within each 16 bytes of a vector by index; loadParts fills those 16-byte parts from
 // addresses step bytes apart.
 #if defined(__ARM_NEON)
@@ -187,7 +270,7 @@ inline Vec<std::uint8_t> lowBytes(Vec<std::uint16_t> a, Vec<std::uint16_t> b) {
     return vuzp1q_u8((uint8x16_t)a, (uint8x16_t)b);
 #elif defined(__AVX512VBMI__)
     static constexpr SLanes<std::uint8_t> kEven = makeLanes<std::uint8_t>([](std::size_t i) { return 2 * i; });
-    return (Vec<std::uint8_t>)_mm256_permutex2var_epi8((__m256i)a, (__m256i)kEven.vec(), (__m256i)b);
+    return (Vec<std::uint8_t>)VEK_MM(permutex2var_epi8)((Register)a, (Register)kEven.vec(), (Register)b);
 #elif VEK_VECTOR_BYTES == 32
     // The pack works within 16 bytes: the middle quarters change places.
     const __m256i packed = _mm256_packus_epi16((__m256i)(a & 0xFF), (__m256i)(b & 0xFF));
@@ -499,15 +582,6 @@ inline bool anyLane(V v) {
 }
 
 #endif
-
-template <class V>
-inline V minVec(V a, V b) {
-    return a < b ? a : b;
-}
-template <class V>
-inline V maxVec(V a, V b) {
-    return a < b ? b : a;
-}
 
 // ---- pixels in memory order ----
 
