@@ -98,11 +98,16 @@ protected:
         ASSERT_TRUE(got.CanaryIntact()) << table().name << ' ' << name;
     }
 
-    /// Every kernel on one width.
     template <class T>
     void CheckWidth(std::size_t width, Pattern pattern, unsigned depth, Flush flush, std::uint64_t seed) {
-        const SSettings settings(seed, std::min(depth, 12U));
-        const unsigned maxValue = (1U << depth) - 1;
+        CheckSamples<T>(width, pattern, depth, flush, seed, depth, SSettings(seed, std::min(depth, 12U)));
+    }
+
+    /// Every kernel on one width. depth: of the samples; range: bits of the largest value allowed.
+    template <class T>
+    void CheckSamples(std::size_t width, Pattern pattern, unsigned depth, Flush flush, std::uint64_t seed,
+                      unsigned range, const SSettings& settings) {
+        const unsigned maxValue = (1U << range) - 1;
         const rows::SLumaTables luma = settings.luma();
         for (const std::size_t step : kSteps) {
             // A row ends with its last pixel's third sample.
@@ -122,7 +127,7 @@ protected:
             Compare<T>("luma", width, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
                 rows::colourRows<T>(rows).luma(pixels.data(), row, width, step, luma);
             });
-            CheckSharpening<T>(width, step, count, pattern, depth, flush, seed, settings);
+            CheckSharpening<T>(width, step, count, pattern, depth, flush, seed, range, settings);
             if (HasFatalFailure()) {
                 return;
             }
@@ -138,7 +143,7 @@ protected:
 
     template <class T>
     void CheckSharpening(std::size_t width, std::size_t step, std::size_t count, Pattern pattern, unsigned depth,
-                         Flush flush, std::uint64_t seed, const SSettings& settings) {
+                         Flush flush, std::uint64_t seed, unsigned range, const SSettings& settings) {
         if (width < 3) {
             return; // the module has no work for it
         }
@@ -149,7 +154,7 @@ protected:
         fillSamples(above.data(), width, pattern, std::min(depth + 1, 16U), random);
         fillSamples(below.data(), width, pattern, std::min(depth + 1, 16U), random);
         fillSamples(lumaRow.data(), width, pattern, depth, random);
-        const rows::SSharpening sharpening = settings.sharpening(depth);
+        const rows::SSharpening sharpening = settings.sharpening(range);
         Compare<T>("sharpenColour", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
             rows::colourRows<T>(rows).sharpenColour(row, step, lumaRow.data(), above.data(), below.data(), width,
                                                     sharpening);
@@ -185,6 +190,147 @@ TEST_P(ColourRows, EqualScalarForEveryDepthAndExtremeData) {
 TEST_P(ColourRows, EqualScalarForLargeWidths) {
     CheckWidth<std::uint8_t>(2447, Pattern::Random, 8, Flush::Right, 4);
     CheckWidth<std::uint16_t>(2447, Pattern::Random, 12, Flush::Right, 4);
+}
+
+TEST_P(ColourRows, EqualScalarAroundWhatIsDoneTogether) {
+    for (const std::size_t width : {511U, 512U, 513U, 514U, 515U, 575U, 576U, 577U, 578U, 1023U, 1025U, 1026U}) {
+        CheckWidth<std::uint8_t>(width, Pattern::Random, 8, Flush::Right, width);
+        CheckWidth<std::uint16_t>(width, Pattern::Random, 12, Flush::Left, width);
+        if (HasFatalFailure()) {
+            return;
+        }
+    }
+}
+
+// Words may hold more than their depth: what is left alone keeps it, what is changed is limited.
+TEST_P(ColourRows, EqualScalarForSamplesAboveTheRange) {
+    for (const std::uint64_t seed : {1UL, 2UL, 3UL, 4UL, 5UL, 6UL}) {
+        for (const unsigned range : {9U, 10U, 12U}) {
+            for (const unsigned depth : {range, range + 1, 13U, 14U, 15U, 16U}) {
+                for (const Pattern pattern : kPatterns) {
+                    CheckSamples<std::uint16_t>(133, pattern, depth, Flush::Right, seed, range, SSettings(seed, range));
+                    if (HasFatalFailure()) {
+                        return;
+                    }
+                }
+            }
+        }
+    }
+}
+
+// One sample too large among usual ones, at every place of the blocks.
+TEST_P(ColourRows, EqualScalarForOneSampleAboveTheRange) {
+    const SSettings settings(2, 12);
+    constexpr std::size_t width = 140;
+    for (std::size_t at = 0; at < 3 * width; ++at) {
+        for (const unsigned sample : {4096U, 4197U, 8192U, 16384U, 65535U}) {
+            const auto spoil = [&](std::uint16_t* row) { row[at] = static_cast<std::uint16_t>(sample); };
+            Compare<std::uint16_t>("matrix", 3 * width, Pattern::Random, 12, Flush::Right, 1,
+                                   [&](const rows::SRowTable& rows, std::uint16_t* row) {
+                                       spoil(row);
+                                       rows.colours16.matrix(row, width, 3, settings.matrix(), 4095);
+                                   });
+            Compare<std::uint16_t>("lumaCurve", 3 * width, Pattern::Random, 12, Flush::Right, 1,
+                                   [&](const rows::SRowTable& rows, std::uint16_t* row) {
+                                       spoil(row);
+                                       rows.colours16.lumaCurve(row, width, 3, settings.luma(), settings.curve.data(),
+                                                                4095);
+                                   });
+            CRandom random(3);
+            std::vector<std::uint16_t> sums(3 * width);
+            fillSamples(sums.data(), sums.size(), Pattern::Random, 13, random);
+            Compare<std::uint16_t>("sharpenGrey", 3 * width, Pattern::Random, 12, Flush::Right, 1,
+                                   [&](const rows::SRowTable& rows, std::uint16_t* row) {
+                                       spoil(row);
+                                       rows.colours16.sharpenGrey(row, sums.data(), sums.data(), 3 * width,
+                                                                  settings.sharpening(12));
+                                   });
+            std::vector<std::uint16_t> luma(sums.begin(), sums.begin() + width);
+            Compare<std::uint16_t>("sharpenColour", 3 * width, Pattern::Random, 12, Flush::Right, 1,
+                                   [&](const rows::SRowTable& rows, std::uint16_t* row) {
+                                       spoil(row);
+                                       rows.colours16.sharpenColour(row, 3, luma.data(), sums.data(), sums.data(),
+                                                                    width, settings.sharpening(12));
+                                   });
+            if (HasFatalFailure()) {
+                return;
+            }
+        }
+    }
+}
+
+// Sums at which 16 bits overflow, alone and together.
+TEST_P(ColourRows, SharpeningEqualsScalarForExtremeSums) {
+    const SSettings settings(2, 12);
+    constexpr std::size_t width = 200;
+    for (const unsigned sums : {0U, 8191U, 12285U, 16383U, 16384U, 32767U, 32768U, 65535U}) {
+        for (const unsigned sample : {0U, 4095U, 8191U, 8192U, 16384U, 65535U}) {
+            const std::vector<std::uint16_t> beside(width, static_cast<std::uint16_t>(sums));
+            const std::vector<std::uint16_t> luma(width, static_cast<std::uint16_t>(sample));
+            Compare<std::uint16_t>("sharpenColour", 3 * width, Pattern::Random, 12, Flush::Right, 1,
+                                   [&](const rows::SRowTable& rows, std::uint16_t* row) {
+                                       rows.colours16.sharpenColour(row, 3, luma.data(), beside.data(), beside.data(),
+                                                                    width, settings.sharpening(12));
+                                   });
+            Compare<std::uint16_t>("sharpenGrey", width, Pattern::Random, 12, Flush::Right, 1,
+                                   [&](const rows::SRowTable& rows, std::uint16_t* row) {
+                                       std::fill(row, row + width, static_cast<std::uint16_t>(sample));
+                                       rows.colours16.sharpenGrey(row, beside.data(), beside.data(), width,
+                                                                  settings.sharpening(12));
+                                   });
+            if (HasFatalFailure()) {
+                return;
+            }
+        }
+    }
+}
+
+TEST_P(ColourRows, EqualScalarForExtremeSettings) {
+    for (const std::uint64_t seed : {1UL, 2UL}) {
+        for (const unsigned start : {0U, 1U, 128U, 254U, 255U, 256U, 4095U, 65534U, 65535U}) {
+            for (const unsigned slope : {0U, 1U, 63U, 64U, 65U, 16383U, 16384U, 65535U}) {
+                for (const unsigned coring : {0U, 1U, 254U, 255U, 256U, 4095U, 65535U}) {
+                    SSettings settings(seed, 12);
+                    const auto step = static_cast<std::uint16_t>(slope);
+                    settings.limits = {static_cast<std::uint16_t>(start), static_cast<std::uint16_t>(65535 - start),
+                                       step, step};
+                    settings.coring = coring;
+                    CheckSamples<std::uint8_t>(150, Pattern::Random, 8, Flush::Right, seed, 8, settings);
+                    if (coring < 2) {
+                        CheckSamples<std::uint16_t>(150, Pattern::Random, 12, Flush::Right, seed, 12, settings);
+                        CheckSamples<std::uint16_t>(150, Pattern::Random, 16, Flush::Right, seed, 12, settings);
+                    }
+                    if (HasFatalFailure()) {
+                        return;
+                    }
+                }
+            }
+        }
+    }
+}
+
+/// Luma of every sample in one channel, the two others 0.
+template <class T>
+void checkShares(const rows::SRowTable& table, const rows::SLumaTables& luma, std::size_t samples) {
+    constexpr unsigned weights[] = {114, 587, 299}; // thousandths
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+        std::vector<T> pixels(3 * samples);
+        for (std::size_t i = 0; i < samples; ++i) {
+            pixels[3 * i + channel] = static_cast<T>(i);
+        }
+        std::vector<T> got(samples);
+        rows::colourRows<T>(table).luma(pixels.data(), got.data(), samples, 3, luma);
+        for (std::size_t i = 0; i < samples; ++i) {
+            const std::size_t held = std::min<std::size_t>(i, rows::SLumaTables::kEntries - 1);
+            ASSERT_EQ(got[i], (held * weights[channel] + 500) / 1000) << table.name << ", channel " << channel;
+        }
+    }
+}
+
+TEST_P(ColourRows, LumaOfEverySample) {
+    const SSettings settings(1, 12);
+    checkShares<std::uint8_t>(table(), settings.luma(), 256);
+    checkShares<std::uint16_t>(table(), settings.luma(), 65536);
 }
 
 VEK_FOR_EVERY_TIER(ColourRows);
