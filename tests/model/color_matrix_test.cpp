@@ -170,7 +170,7 @@ TYPED_TEST(CColorMatrixTest, ManySettings) {
     const unsigned bits = sizeof(TypeParam) == 1 ? 8 : 12;
     for (unsigned turn = 0; turn < 150; ++turn) {
         this->SetRandom();
-        ASSERT_TRUE(this->Run({61, 2, 3, 0}, this->Format(3, turn), bits, bits, Flush::Right));
+        ASSERT_TRUE(this->Run({131, 2, 3, 0}, this->Format(3, turn), bits, bits, Flush::Right));
     }
 }
 
@@ -180,7 +180,35 @@ TYPED_TEST(CColorMatrixTest, HuesAndSaturations) {
     for (const int hue : {0, 1, -1, 300, 450, 900, 1800, 2700, 3600, -900, -1800, 5400, 7205, 32767, -32768}) {
         for (const unsigned saturation : {0U, 1U, 50U, 99U, 100U, 101U, 200U, 1000U, 20000U, 65535U}) {
             this->SetHue(1, hue, saturation);
-            ASSERT_TRUE(this->Run({31, 2, 3, 0}, this->Format(3, 0), bits, bits, Flush::Right));
+            ASSERT_TRUE(this->Run({67, 2, 3, 0}, this->Format(3, 0), bits, bits, Flush::Right));
+        }
+    }
+}
+
+// Coefficients with which the products of a byte, or of 12 bits, come to the ends of 16 bits, alone and in sums of
+// three; and to 2^26 and beyond.
+TYPED_TEST(CColorMatrixTest, ProductsAtTheEndsOfSixteenBits) {
+    const unsigned bits = sizeof(TypeParam) == 1 ? 8 : 12;
+    for (const int coefficient : {80,   265,  266,  267,  268,  399,  400,   401,   799,   800,  801,
+                                  4264, 4266, 4267, 4268, 6399, 6400, 12799, 12800, 12801, 32767}) {
+        for (const int sign : {1, -1}) {
+            for (const int offset : {0, 32767, -32768}) {
+                std::array<short, 12> matrix{};
+                for (std::size_t i = 0; i < matrix.size(); ++i) {
+                    matrix[i] = static_cast<short>(i % 4 == 3   ? offset
+                                                   : i % 5 == 1 ? -sign * coefficient
+                                                                : sign * coefficient);
+                }
+                this->SetMatrix(255, matrix);
+                this->SetHue(0, 0, 0);
+                ASSERT_TRUE(this->Run({131, 2, 3, 0}, this->Format(3, 0), bits, bits, Flush::Right));
+                for (const unsigned saturation : {300U, 65535U}) {
+                    this->SetHue(1, 100, saturation);
+                    if (this->mModel.Defined()) {
+                        ASSERT_TRUE(this->Run({131, 2, 3, 0}, this->Format(3, 0), bits, bits, Flush::Left));
+                    }
+                }
+            }
         }
     }
 }
