@@ -168,8 +168,9 @@ unsigned long ColorInterpolation_BilinearSimple(const rows::SDemosaicRows<T>& ke
 
 // ---- BiCubic ----
 
-/// Columns that both passes work on at a time: their samples stay in the first-level cache.
-constexpr std::size_t kStripColumns = 512;
+/// Columns that both passes work on at a time: wide enough for the usual sensors, since memory is fastest along whole
+/// rows, and small enough for a stack (66 kB of words).
+constexpr std::size_t kStripColumns = 2560;
 /// Rows above and below that the third colour of a row takes.
 constexpr unsigned long kBiCubicReach = 3;
 

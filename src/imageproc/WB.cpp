@@ -6,6 +6,7 @@
 #include "common/Status.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace vek {
 
@@ -15,6 +16,26 @@ constexpr unsigned short kUnityGain = 128;
 constexpr unsigned short kMaxDepth = 12;
 /// The refinement of an automatic gain ends at this gain, a factor of 5.
 constexpr unsigned short kMaxRefinedGain = 640;
+
+/// Adds the samples of even columns to one histogram, those of odd ones to the other; values above them to their last
+/// entries.
+template <class T>
+void mvCount(const T* row, unsigned long width, unsigned long* even, unsigned long* odd) {
+    const auto entry = [](T value) { return std::min<unsigned>(value, (1U << kMaxDepth) - 1); };
+    unsigned long x = 0;
+    // Several samples from one load: each of the increments is a load, too.
+    for (; x + 4 <= width; x += 4) {
+        std::array<T, 4> samples;
+        std::memcpy(samples.data(), row + x, sizeof samples);
+        ++even[entry(samples[0])];
+        ++odd[entry(samples[1])];
+        ++even[entry(samples[2])];
+        ++odd[entry(samples[3])];
+    }
+    for (; x < width; ++x) {
+        ++(x % 2 == 0 ? even : odd)[entry(row[x])];
+    }
+}
 
 } // namespace
 
@@ -50,22 +71,16 @@ unsigned long CWB::UpdateHistgram(unsigned long width, unsigned long height, uns
     for (Histogram& histogram : mulHistogram) {
         histogram.fill(0);
     }
-    std::array<unsigned long, 4> sum{};
+    std::array<std::uint64_t, 4> sum{};
     mulCount = {};
+    const auto sumRow = rows::sumRow<T>(mRows);
     const SImage<const T> view = {width, height, lineBytes, image};
     const unsigned long status = view.forRows([&](const T* row, unsigned long y) {
-        for (unsigned long column = 0; column < 2; ++column) {
-            const std::size_t phase = 2 * (y % 2) + column;
-            Histogram& histogram = mulHistogram[phase];
-            unsigned long rowSum = 0;
-            for (unsigned long x = column; x < width; x += 2) {
-                const unsigned value = row[x];
-                ++histogram[std::min<std::size_t>(value, kEntries16 - 1)];
-                rowSum += value;
-            }
-            sum[phase] += rowSum;
-            mulCount[phase] += (width + 1 - column) / 2;
-        }
+        const std::size_t first = 2 * (y % 2);
+        sumRow(row, width, &sum[first]);
+        mulCount[first] += (width + 1) / 2;
+        mulCount[first + 1] += width / 2;
+        mvCount(row, width, mulHistogram[first].data(), mulHistogram[first + 1].data());
     });
     for (std::size_t phase = 0; phase < 4; ++phase) {
         mdblAverage[phase] =

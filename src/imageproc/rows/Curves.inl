@@ -73,16 +73,25 @@ struct SByteTable {
             run[i] = _mm256_broadcastsi128_si256(_mm_loadu_si128((const __m128i*)(table + 16 * i)));
         }
     }
-    /// vpshufb gives 0 for an index with its highest bit set: the saturating sum sets it for all that is not in a run.
+    /// Every run gives what it has for the low four bits of the index; the other four choose, one by one. vpblendvb
+    /// goes by the highest bit of a byte.
     __m256i LookUp(__m256i index) const {
-        const __m256i outside = _mm256_set1_epi8(0x70);
-        const __m256i runLength = _mm256_set1_epi8(16);
-        __m256i result = _mm256_shuffle_epi8(run[0], _mm256_adds_epu8(index, outside));
-        for (unsigned i = 1; i < 16; ++i) {
-            index = _mm256_sub_epi8(index, runLength);
-            result = _mm256_or_si256(result, _mm256_shuffle_epi8(run[i], _mm256_adds_epu8(index, outside)));
+        const __m256i low = _mm256_and_si256(index, _mm256_set1_epi8(15));
+        const __m256i bit[4] = {_mm256_slli_epi16(index, 3), _mm256_slli_epi16(index, 2), _mm256_slli_epi16(index, 1),
+                                index};
+        return Choose<3>(0, low, bit);
+    }
+
+private:
+    /// From the runs first .. first + 2^(Bit + 1) - 1.
+    template <int Bit>
+    __m256i Choose(unsigned first, __m256i low, const __m256i (&bit)[4]) const {
+        if constexpr (Bit < 0) {
+            return _mm256_shuffle_epi8(run[first], low);
+        } else {
+            return _mm256_blendv_epi8(Choose<Bit - 1>(first, low, bit), Choose<Bit - 1>(first + (1U << Bit), low, bit),
+                                      bit[Bit]);
         }
-        return result;
     }
 };
 
@@ -152,22 +161,23 @@ inline std::size_t lookUpBlocks(std::uint8_t*, std::size_t, const std::uint8_t*,
 
 #if VEK_VECTOR_BYTES != 0
 
-/// Tables of words are too large for registers, and gathers are slower than loads: the vector limits the samples, each
-/// 64 bits of it are taken apart and put together again.
+/// Tables of words are too large for registers, and gathers are slower than loads. What a vector can do is to see that
+/// no sample of a block has to be limited; two samples at a time then take the fewest instructions.
 inline std::size_t lookUpBlocks(std::uint16_t* row, std::size_t width, const std::uint16_t* even,
                                 const std::uint16_t* odd) {
     constexpr std::uint16_t last = kCurveEntries<std::uint16_t> - 1;
+    constexpr std::size_t lanes = kLanes<std::uint16_t>;
     std::size_t x = 0;
-    for (; x + kLanes<std::uint16_t> <= width; x += kLanes<std::uint16_t>) {
-        const Vec<std::uint16_t> samples = load(row + x);
-        const auto words = (Vec<std::uint64_t>)(samples < last ? samples : Vec<std::uint16_t>{} + last);
-        for (std::size_t i = 0; i < kLanes<std::uint64_t>; ++i) {
-            const std::uint64_t index = words[i];
-            const std::uint64_t low = even[index & 0xFFFF] | static_cast<std::uint64_t>(odd[index >> 16 & 0xFFFF])
-                                                                 << 16;
-            const std::uint64_t high = even[index >> 32 & 0xFFFF] | static_cast<std::uint64_t>(odd[index >> 48]) << 16;
-            const std::uint64_t result = low | high << 32;
-            __builtin_memcpy(row + x + 4 * i, &result, sizeof result);
+    for (; x + lanes <= width; x += lanes) {
+        if (mbAnySet(load(row + x) > last)) {
+            lookUpSpan(row, x, x + lanes, even, odd);
+            continue;
+        }
+        for (std::size_t i = 0; i < lanes; i += 2) {
+            std::uint32_t samples;
+            __builtin_memcpy(&samples, row + x + i, sizeof samples);
+            const std::uint32_t results = even[samples & 0xFFFF] | static_cast<std::uint32_t>(odd[samples >> 16]) << 16;
+            __builtin_memcpy(row + x + i, &results, sizeof results);
         }
     }
     return x;

@@ -117,27 +117,6 @@ inline Vec<T> repeatPair(const T* p) {
     return (Vec<T>)(Vec<typename SPair<T>::type>{} + pair);
 }
 
-template <class V>
-inline bool mbAnySet(V mask) {
-#if defined(__ARM_NEON)
-    return vmaxvq_u8((uint8x16_t)mask) != 0;
-#else
-    if constexpr (sizeof mask == 16) {
-        return _mm_testz_si128((__m128i)mask, (__m128i)mask) == 0;
-    }
-#if VEK_VECTOR_BYTES == 32
-    if constexpr (sizeof mask == 32) {
-        return _mm256_testz_si256((__m256i)mask, (__m256i)mask) == 0;
-    }
-#endif
-#if defined(__AVX512VBMI__)
-    if constexpr (sizeof mask == 64) {
-        return _mm512_test_epi64_mask((__m512i)mask, (__m512i)mask) != 0;
-    }
-#endif
-#endif
-}
-
 /// min(max(sample, floor), ceiling) in each lane: how a result depends on the one of two columns before it, which is
 /// one of its four neighbours. The three others, sorted, are the limits.
 template <class T>

@@ -206,6 +206,27 @@ inline V inRegister(V v) {
     return v;
 }
 
+template <class V>
+inline bool mbAnySet(V mask) {
+#if defined(__ARM_NEON)
+    return vmaxvq_u8((uint8x16_t)mask) != 0;
+#else
+    if constexpr (sizeof mask == 16) {
+        return _mm_testz_si128((__m128i)mask, (__m128i)mask) == 0;
+    }
+#if VEK_VECTOR_BYTES == 32
+    if constexpr (sizeof mask == 32) {
+        return _mm256_testz_si256((__m256i)mask, (__m256i)mask) == 0;
+    }
+#endif
+#if defined(__AVX512VBMI__)
+    if constexpr (sizeof mask == 64) {
+        return _mm512_test_epi64_mask((__m512i)mask, (__m512i)mask) != 0;
+    }
+#endif
+#endif
+}
+
 template <class V, class T, class Body>
 inline std::size_t changeBlocksOf(T* row, std::size_t from, std::size_t to, Body body) {
     constexpr std::size_t lanes = sizeof(V) / sizeof(T);
