@@ -149,6 +149,16 @@ TEST_P(FlipRows, TransposeLargerImagesInEveryDirection) {
     }
 }
 
+// Rows of 1024 bytes, where the order of the tiles is another one, and images larger than a block of tiles.
+TEST_P(FlipRows, TransposeOfCrowdedRows) {
+    for (const std::size_t pixelBytes : kPixelBytes) {
+        const std::size_t width = (1024 - 5) / pixelBytes;
+        const std::size_t padding = 1024 - width * pixelBytes;
+        CheckTranspose(pixelBytes, width, 301, false, true, padding);
+        CheckTranspose(pixelBytes, 301, width, true, false, padding);
+    }
+}
+
 TEST_P(FlipRows, TransposeOfNothing) {
     std::uint8_t src = 1;
     std::uint8_t dst = 2;

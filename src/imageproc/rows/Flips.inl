@@ -60,6 +60,18 @@ inline void transposeSpan(const std::uint8_t* src, std::ptrdiff_t srcPitch, std:
     }
 }
 
+/// The same in bands of as many source rows as fill whole cache lines of a destination row: each line is then written
+/// at once.
+template <std::size_t Bytes>
+inline void transposeBands(const std::uint8_t* src, std::ptrdiff_t srcPitch, std::uint8_t* dst, std::ptrdiff_t dstPitch,
+                           std::size_t width, std::size_t height) {
+    constexpr std::size_t band = Bytes % 3 == 0 ? 192 / Bytes : 64 / Bytes;
+    for (std::size_t y = 0; y < height; y += band) {
+        transposeSpan<Bytes>(src + static_cast<std::ptrdiff_t>(y) * srcPitch, srcPitch, dst + y * Bytes, dstPitch,
+                             width, height - y < band ? height - y : band);
+    }
+}
+
 #if VEK_VECTOR_BYTES != 0
 
 // ---- 16 bytes at a time ----
@@ -239,6 +251,40 @@ inline void transposeTile(const std::uint8_t* src, std::ptrdiff_t srcPitch, std:
     }
 }
 
+/// Whole tiles, in blocks of 16 by 4 that are about a cache line wide in the source and stay in the first-level cache:
+/// of each line the four tiles are taken soon after one another. Within a block no more than a tile's destination rows
+/// are written at a time: where the pitch is a power of two, the cache has room for few lines of one column.
+template <std::size_t Bytes>
+inline void transposeTiles(const std::uint8_t* src, std::ptrdiff_t srcPitch, std::uint8_t* dst, std::ptrdiff_t dstPitch,
+                           std::size_t width, std::size_t height) {
+    constexpr std::size_t n = kTile16<Bytes>;
+    // Where it is the source's lines that get in each other's way, they are read on to the right at once, the fewer the
+    // larger the pixels are.
+    constexpr std::ptrdiff_t crowded = 1024;
+    const bool byRows = srcPitch % crowded == 0 && dstPitch % crowded != 0;
+    const std::size_t blockColumns = byRows ? width : 4 * n;
+    const std::size_t blockRows = byRows && Bytes > 3 ? 4 * n : 16 * n;
+    for (std::size_t left = 0; left < width; left += blockColumns) {
+        const std::size_t right = width - left < blockColumns ? width : left + blockColumns;
+        for (std::size_t top = 0; top < height; top += blockRows) {
+            const std::size_t bottom = height - top < blockRows ? height : top + blockRows;
+            if constexpr (Bytes > 1) {
+                // The block to the right comes after a whole column of blocks. Its lines lie in pages that are at hand
+                // now; no prefetcher of the processor's own follows a column from page to page.
+                for (std::size_t y = top; right < width && y < bottom; ++y) {
+                    __builtin_prefetch(src + static_cast<std::ptrdiff_t>(y) * srcPitch + right * Bytes, 0, 2);
+                }
+            }
+            for (std::size_t x = left; x < right; x += n) {
+                for (std::size_t y = top; y < bottom; y += n) {
+                    transposeTile<Bytes>(src + static_cast<std::ptrdiff_t>(y) * srcPitch + x * Bytes, srcPitch,
+                                         dst + static_cast<std::ptrdiff_t>(x) * dstPitch + y * Bytes, dstPitch);
+                }
+            }
+        }
+    }
+}
+
 #endif
 
 // ---- kernels ----
@@ -280,30 +326,20 @@ void exchangeReversed(std::uint8_t* a, std::uint8_t* b, std::size_t width) {
 template <std::size_t Bytes>
 void transpose(const std::uint8_t* src, std::ptrdiff_t srcPitch, std::uint8_t* dst, std::ptrdiff_t dstPitch,
                std::size_t width, std::size_t height) {
-    // As many source rows as fill whole cache lines of a destination row: each line is then written at once.
-    constexpr std::size_t band = Bytes % 3 == 0 ? 192 / Bytes : 64 / Bytes;
-    for (std::size_t y = 0; y < height; y += band) {
-        const std::size_t rows = height - y < band ? height - y : band;
-        const std::uint8_t* const from = src + static_cast<std::ptrdiff_t>(y) * srcPitch;
-        std::uint8_t* const to = dst + y * Bytes;
-        std::size_t x = 0;
-        std::size_t done = 0;
+    std::size_t columns = 0;
+    std::size_t rows = 0;
 #if VEK_VECTOR_BYTES != 0
-        constexpr std::size_t n = kTile16<Bytes>;
-        done = rows / n * n;
-        for (; done != 0 && x * Bytes + 16 <= width * Bytes; x += n) {
-            for (std::size_t i = 0; i < done; i += n) {
-                transposeTile<Bytes>(from + static_cast<std::ptrdiff_t>(i) * srcPitch + x * Bytes, srcPitch,
-                                     to + static_cast<std::ptrdiff_t>(x) * dstPitch + i * Bytes, dstPitch);
-            }
-        }
+    // A tile reads 16 bytes of its rows, which are more than its pixels where those have 3 or 6 bytes.
+    constexpr std::size_t n = kTile16<Bytes>;
+    rows = height / n * n;
+    columns = width * Bytes < 16 ? 0 : (width - 16 / Bytes - (16 % Bytes != 0 ? 1 : 0) + n) / n * n;
+    transposeTiles<Bytes>(src, srcPitch, dst, dstPitch, columns, rows);
 #endif
-        // Rows beyond the tiles, then columns beyond them.
-        transposeSpan<Bytes>(from + static_cast<std::ptrdiff_t>(done) * srcPitch, srcPitch, to + done * Bytes, dstPitch,
-                             x, rows - done);
-        transposeSpan<Bytes>(from + x * Bytes, srcPitch, to + static_cast<std::ptrdiff_t>(x) * dstPitch, dstPitch,
-                             width - x, rows);
-    }
+    // Rows beyond the tiles, then columns beyond them.
+    transposeBands<Bytes>(src + static_cast<std::ptrdiff_t>(rows) * srcPitch, srcPitch, dst + rows * Bytes, dstPitch,
+                          columns, height - rows);
+    transposeBands<Bytes>(src + columns * Bytes, srcPitch, dst + static_cast<std::ptrdiff_t>(columns) * dstPitch,
+                          dstPitch, width - columns, height);
 }
 
 #define VEK_BY_PIXEL(kernel)                                                                                           \
