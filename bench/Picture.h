@@ -49,10 +49,11 @@ public:
 private:
     static constexpr unsigned long kBandRows = 32;
 
-    /// Up and down again within 2048 columns, a third of a turn later for each further sample of a pixel.
+    /// Up and down again in five sixths of a row, a third of a turn later for each further sample of a pixel.
     static std::uint32_t Level(SSize size, std::size_t i, std::size_t samplesPerPixel) {
         const std::size_t pixel = i / samplesPerPixel;
-        const std::size_t turn = pixel % size.width + 2 * (pixel / size.width) + 683 * (i % samplesPerPixel);
+        const std::size_t column = pixel % size.width * kFrame.width / size.width;
+        const std::size_t turn = column + 2 * (pixel / size.width) + 683 * (i % samplesPerPixel);
         const std::size_t phase = turn / 4 % 512;
         const std::size_t level = phase < 256 ? phase : 511 - phase;
         return static_cast<std::uint32_t>(level << (kDepth<T> - 8));

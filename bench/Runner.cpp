@@ -8,7 +8,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <limits>
+#include <map>
 #include <stdexcept>
 #include <utility>
 
@@ -166,41 +168,35 @@ void registerSizes(const Operations& operations) {
     }
 }
 
-bool CTableReporter::ReportContext(const Context& context) {
-    PrintBasicContext(&GetErrorStream(), context);
-    std::printf("%-42s %-11s %-34s %9s %8s %9s %9s\n", "operation / bits", "size", "tier or peer", "ns/pixel", "GB/s",
-                "x memcpy", "x scalar");
-    return true;
-}
-
-void CTableReporter::ReportRuns(const std::vector<Run>& runs) {
-    SMeasurement* measured = nullptr;
+void CCollector::ReportRuns(const std::vector<Run>& runs) {
     for (const Run& run : runs) {
         const auto known = indices().find(run.run_name.function_name);
-        if (run.run_type != Run::RT_Iteration || run.error_occurred || known == indices().end()) {
-            continue;
+        if (run.run_type == Run::RT_Iteration && !run.error_occurred && known != indices().end()) {
+            SMeasurement& measured = measurements()[known->second];
+            const double seconds = run.counters.at("smallest");
+            measured.seconds = measured.seconds > 0 ? std::min(measured.seconds, seconds) : seconds;
         }
-        measured = &measurements()[known->second];
-        const double seconds = run.counters.at("smallest");
-        measured->seconds = measured->seconds > 0 ? std::min(measured->seconds, seconds) : seconds;
     }
-    if (measured == nullptr) {
-        return;
-    }
-    const std::string row = measured->operation + '/' + std::to_string(measured->bits);
-    const std::string size = std::to_string(measured->size.width) + 'x' + std::to_string(measured->size.height);
-    std::printf("%-42s %-11s %-34s %9.4f %8.1f %9s %9s\n", row.c_str(), size.c_str(), measured->name.c_str(),
-                measured->NsPerPixel(), measured->GigabytesPerSecond(),
-                ratio(measured->seconds, secondsOf(*measured, EKind::Copy, "memcpy")).c_str(),
-                ratio(measured->seconds, secondsOf(*measured, EKind::Tier, "scalar")).c_str());
-    std::fflush(stdout);
 }
 
-std::vector<SMeasurement> CTableReporter::Measurements() const {
+std::vector<SMeasurement> CCollector::Measurements() const {
     std::vector<SMeasurement> done;
     std::copy_if(measurements().begin(), measurements().end(), std::back_inserter(done),
                  [](const SMeasurement& measurement) { return measurement.seconds > 0; });
     return done;
+}
+
+void CCollector::Print() const {
+    std::printf("%-42s %-11s %-34s %9s %8s %9s %9s\n", "operation / bits", "size", "tier or peer", "ns/pixel", "GB/s",
+                "x memcpy", "x scalar");
+    for (const SMeasurement& measured : Measurements()) {
+        const std::string row = measured.operation + '/' + std::to_string(measured.bits);
+        const std::string size = std::to_string(measured.size.width) + 'x' + std::to_string(measured.size.height);
+        std::printf("%-42s %-11s %-34s %9.4f %8.1f %9s %9s\n", row.c_str(), size.c_str(), measured.name.c_str(),
+                    measured.NsPerPixel(), measured.GigabytesPerSecond(),
+                    ratio(measured.seconds, secondsOf(measured, EKind::Copy, "memcpy")).c_str(),
+                    ratio(measured.seconds, secondsOf(measured, EKind::Tier, "scalar")).c_str());
+    }
 }
 
 } // namespace vek::bench

@@ -5,7 +5,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <map>
 #include <string>
 #include <vector>
 
@@ -34,15 +33,16 @@ void registerTiers(const Operations& operations, const Peers& peers);
 /// The fastest tier of the operations, and copies, from 64 x 64 to 100 megapixels.
 void registerSizes(const Operations& operations);
 
-/// Prints each measurement as it comes, and keeps it: time, its multiple of memcpy's for the same traffic and of the
-/// scalar tier's. Times are the smallest of all calls: what the machine does when nothing else disturbs it.
-class CTableReporter : public benchmark::BenchmarkReporter {
+/// Keeps the smallest time of all calls: what the machine does when nothing else disturbs it.
+class CCollector : public benchmark::BenchmarkReporter {
 public:
-    bool ReportContext(const Context& context) override;
+    bool ReportContext(const Context&) override { return true; }
     void ReportRuns(const std::vector<Run>& runs) override;
 
     /// In the order of registration; those that a filter left out are missing.
     std::vector<SMeasurement> Measurements() const;
+    /// A line for each measurement: time, its multiple of memcpy's for the same traffic and of the scalar tier's.
+    void Print() const;
 };
 
 } // namespace vek::bench

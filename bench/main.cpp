@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// usage: vek_bench [--all] [--scaling] [--json FILE] [--benchmark_...]
+// usage: vek_bench [--all] [--scaling] [--passes N] [--json FILE] [--benchmark_...]
 //   --all      measures operations of less importance as well
 //   --scaling  measures the fastest tier over sizes of image, instead of every tier and peer at one size
-//   --json     writes the figures to a file
+//   --passes   goes through all of them so many times: what disturbs the machine for a while does not hit each pass
+//   --json     writes the figures to a file instead of printing them
 #include "JsonFile.h"
 #include "Runner.h"
 #include "imageproc/Operations.h"
@@ -11,10 +12,11 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -24,11 +26,12 @@ using namespace vek::bench;
 struct SOptions {
     bool all = false;
     bool scaling = false;
+    int passes = 1;
     std::string json;
     std::vector<char*> others; ///< the benchmark library's, behind the program's name
 };
 
-/// False for an option without its value.
+/// False for an option whose value is missing or wrong.
 bool parse(int argc, char** argv, SOptions* options) {
     // The benchmark library takes the last of equal options: the user's come behind these.
     static char leastTime[] = "--benchmark_min_time=0.03";
@@ -39,15 +42,15 @@ bool parse(int argc, char** argv, SOptions* options) {
             options->all = true;
         } else if (std::strcmp(argv[i], "--scaling") == 0) {
             options->scaling = true;
-        } else if (std::strcmp(argv[i], "--json") != 0) {
-            options->others.push_back(argv[i]);
-        } else if (++i < argc) {
-            options->json = argv[i];
+        } else if (std::strcmp(argv[i], "--json") == 0 && i + 1 < argc) {
+            options->json = argv[++i];
+        } else if (std::strcmp(argv[i], "--passes") == 0 && i + 1 < argc) {
+            options->passes = std::atoi(argv[++i]);
         } else {
-            return false;
+            options->others.push_back(argv[i]); // refused there
         }
     }
-    return true;
+    return options->passes > 0;
 }
 
 Operations operations(bool all) {
@@ -68,7 +71,7 @@ Operations operations(bool all) {
 int run(int argc, char** argv) {
     SOptions options;
     if (!parse(argc, argv, &options)) {
-        std::fprintf(stderr, "vek_bench: --json needs a file\n");
+        std::fprintf(stderr, "vek_bench: --passes takes 1 and more\n");
         return 2;
     }
     int count = static_cast<int>(options.others.size());
@@ -87,11 +90,18 @@ int run(int argc, char** argv) {
         }
         registerTiers(operations(options.all), peers);
     }
-    CTableReporter table;
-    benchmark::RunSpecifiedBenchmarks(&table);
+    CCollector collector;
+    for (int pass = 1; pass <= options.passes; ++pass) {
+        std::fprintf(stderr, "pass %d of %d\n", pass, options.passes);
+        if (benchmark::RunSpecifiedBenchmarks(&collector) == 0) {
+            return 1; // the library has said that nothing fits the filter
+        }
+    }
     benchmark::Shutdown();
-    if (!options.json.empty()) {
-        writeJson(options.json, table.Measurements(), libraries);
+    if (options.json.empty()) {
+        collector.Print();
+    } else {
+        writeJson(options.json, collector.Measurements(), libraries);
     }
     return 0;
 }
