@@ -11,7 +11,7 @@ import sys
 
 from figures import put_table, save_svg
 import matplotlib.pyplot as plt
-from matplotlib.ticker import FuncFormatter
+from matplotlib.ticker import FuncFormatter, NullFormatter
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "bench"))
 import report  # noqa: E402
@@ -75,9 +75,13 @@ def scaling(run, out):
                       label=name.removeprefix("demosaic ") if bits != 16 or (name, 8) not in chosen else None)
         axes.set_title(title, fontsize=10, loc="left")
         axes.set_xscale("log")
-        axes.set_ylim(bottom=0)
-        # Room for the names above the lines.
-        axes.set_ylim(top=axes.get_ylim()[1] * (1.12 + 0.11 * len(names)))
+        axes.set_yscale("log")
+        # At least a decade, so that a line of small waves looks flat; room for the names above the lines.
+        low, high = axes.get_ylim()
+        low, high = min(low, high / 10), high
+        axes.set_ylim(low, high * (high / low) ** (0.06 + 0.09 * len(names)))
+        axes.yaxis.set_major_formatter(FuncFormatter(plain))
+        axes.yaxis.set_minor_formatter(NullFormatter())
         axes.xaxis.set_major_formatter(FuncFormatter(plain))
         axes.grid(True, color="0.9", linewidth=0.6)
         axes.tick_params(labelsize=8)
