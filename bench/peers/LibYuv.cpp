@@ -5,7 +5,9 @@
 #include <libyuv.h>
 
 #include <cstdint>
+#include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace vek::bench {
@@ -13,6 +15,16 @@ namespace {
 
 using Byte = std::uint8_t;
 using Word = std::uint16_t;
+
+/// Most functions give 0, some nothing.
+template <class Call, class... Arguments>
+void succeed(const Call& call, Arguments... arguments) {
+    if constexpr (std::is_void_v<std::invoke_result_t<Call, Arguments...>>) {
+        call(arguments...);
+    } else if (call(arguments...) != 0) {
+        throw std::runtime_error("libyuv refuses an image");
+    }
+}
 
 /// A plane of so many bytes a pixel to one of other bytes a pixel: call(src, srcPitch, dst, dstPitch, width, height).
 template <class Call>
@@ -23,7 +35,8 @@ SPeer bytes(const char* operation, const char* name, int srcBytes, int dstBytes,
                 const std::size_t dstSamples = size.Pixels() * static_cast<std::size_t>(dstBytes);
                 return conversionJob<Byte>(CPicture<Byte>(size, static_cast<std::size_t>(srcBytes)), dstSamples,
                                            [=](const Byte* src, Byte* dst) {
-                                               call(src, srcBytes * width, dst, dstBytes * width, width, height);
+                                               succeed(call, src, srcBytes * width, dst, dstBytes * width, width,
+                                                       height);
                                            });
             }};
 }
@@ -35,8 +48,8 @@ SPeer planar444() {
                 const int height = static_cast<int>(size.height);
                 const std::size_t plane = size.Pixels();
                 return conversionJob<Byte>(CPicture<Byte>(size, 3), plane * 3, [=](const Byte* src, Byte* dst) {
-                    libyuv::I444ToRGB24(src, width, src + plane, width, src + 2 * plane, width, dst, 3 * width, width,
-                                        height);
+                    succeed(libyuv::I444ToRGB24, src, width, src + plane, width, src + 2 * plane, width, dst, 3 * width,
+                            width, height);
                 });
             }};
 }
@@ -57,7 +70,7 @@ SPeer rotateWords() {
                 const int width = static_cast<int>(size.width);
                 const int height = static_cast<int>(size.height);
                 return conversionJob<Word>(CPicture<Word>(size, 1), size.Pixels(), [=](const Word* src, Word* dst) {
-                    libyuv::RotatePlane_16(src, width, dst, height, width, height, libyuv::kRotate90);
+                    succeed(libyuv::RotatePlane_16, src, width, dst, height, width, height, libyuv::kRotate90);
                 });
             }};
 }
@@ -82,11 +95,11 @@ SLibrary libYuv() {
         {bytes("YCrCb 4:2:2 to BGR", "libyuv YUY2ToARGB", 2, 4, YUY2ToARGB), planar444(),
          bytes("luma gamma BGR", "libyuv ARGBLumaColorTable", 4, 4,
                [table = lumaTable()](const Byte* src, int srcPitch, Byte* dst, int dstPitch, int width, int height) {
-                   ARGBLumaColorTable(src, srcPitch, dst, dstPitch, table.data(), width, height);
+                   return ARGBLumaColorTable(src, srcPitch, dst, dstPitch, table.data(), width, height);
                }),
          bytes("colour matrix BGR", "libyuv ARGBColorMatrix", 4, 4,
                [](const Byte* src, int srcPitch, Byte* dst, int dstPitch, int width, int height) {
-                   ARGBColorMatrix(src, srcPitch, dst, dstPitch, matrix, width, height);
+                   return ARGBColorMatrix(src, srcPitch, dst, dstPitch, matrix, width, height);
                }),
          bytes("mirror H", "libyuv MirrorPlane", 1, 1, MirrorPlane),
          bytes("mirror HV", "libyuv RotatePlane180", 1, 1, RotatePlane180),

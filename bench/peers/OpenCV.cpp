@@ -7,8 +7,9 @@
 #include <opencv2/core/utility.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include <cmath>
 #include <cstdint>
-#include <utility>
+#include <vector>
 
 namespace vek::bench {
 namespace {

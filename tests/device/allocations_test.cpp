@@ -6,14 +6,19 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
+#include <ostream>
 #include <vector>
 
 // A sanitizer's allocator is not to be replaced.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define VEK_COUNTS_ALLOCATIONS 0
+#elif defined(__has_feature)
+#define VEK_COUNTS_ALLOCATIONS (!__has_feature(address_sanitizer) && !__has_feature(thread_sanitizer))
 #else
 #define VEK_COUNTS_ALLOCATIONS 1
 #endif
@@ -27,11 +32,11 @@ std::size_t gCount = 0;
 long gKept = 0; ///< allocations less releases
 bool gbCounting = false;
 
+#if VEK_COUNTS_ALLOCATIONS
 bool counts() {
     return gbCounting && !vek::test::CFakeDriver::Answering();
 }
 
-#if VEK_COUNTS_ALLOCATIONS
 void* noted(void* memory, std::size_t size) {
     if (counts()) {
         if (gCount < kRoom) {
@@ -121,7 +126,7 @@ SAsked forTheCall(std::size_t bytes) {
 class CAllocations : public testing::Test {
 protected:
     void SetUp() override {
-        if (VEK_COUNTS_ALLOCATIONS == 0) {
+        if (!VEK_COUNTS_ALLOCATIONS) {
             GTEST_SKIP() << "a sanitizer has the allocator";
         }
         SCameraValues values;
