@@ -10,6 +10,7 @@ usage: report.py table RUN.json            one line per operation and depth: tie
 All figures are ns per pixel.
 """
 import json
+import signal
 import sys
 
 MARGIN = 0.1
@@ -151,4 +152,5 @@ def main(arguments):
 
 
 if __name__ == "__main__":
+    signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # a reader such as head may have seen enough
     sys.exit(main(sys.argv[1:]))
