@@ -3,6 +3,10 @@
 
 #include "imageproc/rows/RowDispatch.h"
 
+#ifdef __x86_64__
+#include <cpuid.h>
+#endif
+
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
@@ -64,11 +68,32 @@ void releaseUpperHalves() {
 #endif
 }
 
+/// The upper halves are in use. False where the processor does not tell.
+bool upperHalvesInUse() {
+#ifdef __x86_64__
+    static const bool tells = [] {
+        unsigned registers[4] = {};
+        return __builtin_cpu_supports("avx") != 0 &&
+               __get_cpuid_count(13, 1, &registers[0], &registers[1], &registers[2], &registers[3]) != 0 &&
+               (registers[0] & 4) != 0; // XGETBV with ECX = 1
+    }();
+    if (tells) {
+        unsigned low = 0;
+        unsigned high = 0;
+        __asm__ volatile("xgetbv" : "=a"(low), "=d"(high) : "c"(1));
+        return (low & 4) != 0;
+    }
+#endif
+    return false;
+}
+
 /// Each call is measured by itself: an average would have everything in it that disturbs the machine now and then. The
-/// call before it leaves the caches warm, a restored image is written in the same order as by a call.
-void measure(benchmark::State& state, std::vector<SJob>& jobs) {
+/// call before it leaves the caches warm, a restored image is written in the same order as by a call. A tier that
+/// leaves upper halves in use slows the application down, and is told of.
+void measure(benchmark::State& state, std::vector<SJob>& jobs, EKind kind) {
     using Clock = std::chrono::steady_clock;
     double smallest = std::numeric_limits<double>::max();
+    bool leavesInUse = false;
     for (auto _ : state) {
         for (const SJob& job : jobs) {
             if (job.restore) {
@@ -76,15 +101,18 @@ void measure(benchmark::State& state, std::vector<SJob>& jobs) {
             }
         }
         releaseUpperHalves();
+        const bool released = !upperHalvesInUse();
         const Clock::time_point start = Clock::now();
         for (const SJob& job : jobs) {
             job.run();
         }
         const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        leavesInUse |= kind == EKind::Tier && released && upperHalvesInUse();
         state.SetIterationTime(seconds);
         smallest = std::min(smallest, seconds);
     }
     state.counters["smallest"] = smallest / static_cast<double>(jobs.size());
+    state.counters["in use"] = leavesInUse ? 1 : 0;
 }
 
 template <class Make>
@@ -97,7 +125,7 @@ void add(const SMeasurement& measurement, Make make) {
     measurements().push_back(measurement);
     indices()[name] = index;
     benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-        measure(state, jobsOf(index, make));
+        measure(state, jobsOf(index, make), measurements()[index].kind);
     })->UseManualTime();
 }
 
@@ -184,6 +212,10 @@ void CCollector::ReportRuns(const std::vector<Run>& runs) {
         const auto known = indices().find(run.run_name.function_name);
         if (run.run_type == Run::RT_Iteration && !run.error_occurred && known != indices().end()) {
             SMeasurement& measured = measurements()[known->second];
+            if (run.counters.at("in use") != 0 && !measured.leavesUpperHalves) {
+                std::fprintf(stderr, "%s leaves the upper halves of vector registers in use\n", known->first.c_str());
+                measured.leavesUpperHalves = true;
+            }
             const double seconds = run.counters.at("smallest");
             measured.seconds = measured.seconds > 0 ? std::min(measured.seconds, seconds) : seconds;
         }

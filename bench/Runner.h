@@ -20,8 +20,9 @@ struct SMeasurement {
     SSize size;
     double bytesPerPixel;
     EKind kind;
-    std::string name;   ///< of the tier or peer; "memcpy"
-    double seconds = 0; ///< of one call, the smallest; 0: not measured
+    std::string name;               ///< of the tier or peer; "memcpy"
+    double seconds = 0;             ///< of one call, the smallest; 0: not measured
+    bool leavesUpperHalves = false; ///< in use; only tiers are asked
     double NsPerPixel() const { return seconds * 1e9 / static_cast<double>(size.Pixels()); }
     double GigabytesPerSecond() const { return bytesPerPixel / NsPerPixel(); }
 };
