@@ -1,15 +1,118 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "TableReporter.h"
+// usage: vek_bench [--all] [--scaling] [--passes N] [--json FILE] [--benchmark_...]
+//   --all      measures operations of less importance as well
+//   --scaling  measures the fastest tier over sizes of image, instead of every tier and peer at one size
+//   --passes   goes through all of them so many times: what disturbs the machine for a while does not hit each pass
+//   --json     writes the figures to a file instead of printing them
+#include "JsonFile.h"
+#include "Runner.h"
+#include "imageproc/Operations.h"
+#include "peers/Peers.h"
 
 #include <benchmark/benchmark.h>
 
-int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace vek::bench;
+
+struct SOptions {
+    bool all = false;
+    bool scaling = false;
+    int passes = 1;
+    std::string json;
+    std::vector<char*> others; ///< the benchmark library's, behind the program's name
+};
+
+/// False for an option whose value is missing or wrong.
+bool parse(int argc, char** argv, SOptions* options) {
+    // The benchmark library takes the last of equal options: the user's come behind these.
+    static char leastTime[] = "--benchmark_min_time=0.03";
+    static char repetitions[] = "--benchmark_repetitions=5";
+    options->others = {argv[0], leastTime, repetitions};
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--all") == 0) {
+            options->all = true;
+        } else if (std::strcmp(argv[i], "--scaling") == 0) {
+            options->scaling = true;
+        } else if (std::strcmp(argv[i], "--json") == 0 && i + 1 < argc) {
+            options->json = argv[++i];
+        } else if (std::strcmp(argv[i], "--passes") == 0 && i + 1 < argc) {
+            options->passes = std::atoi(argv[++i]);
+        } else {
+            options->others.push_back(argv[i]); // refused there
+        }
+    }
+    return options->passes > 0;
+}
+
+Operations operations(bool all) {
+    Operations chosen;
+    for (const auto& family :
+         {colorInterpolationOperations, whiteBalanceOperations, gammaOperations, colorMatrixOperations,
+          chromaSuppressOperations, sharpnessOperations, noiseReductionOperations, shadingOperations, flipOperations,
+          formatConversionOperations, averageOperations, chainOperations}) {
+        for (SOperation& operation : family()) {
+            if (all || !operation.extra) {
+                chosen.push_back(std::move(operation));
+            }
+        }
+    }
+    return chosen;
+}
+
+int run(int argc, char** argv) {
+    SOptions options;
+    if (!parse(argc, argv, &options)) {
+        std::fprintf(stderr, "vek_bench: --passes takes 1 and more\n");
         return 2;
     }
-    vek::bench::CTableReporter table;
-    benchmark::RunSpecifiedBenchmarks(&table);
+    int count = static_cast<int>(options.others.size());
+    benchmark::Initialize(&count, options.others.data());
+    if (benchmark::ReportUnrecognizedArguments(count, options.others.data())) {
+        return 2;
+    }
+    std::vector<std::string> libraries;
+    if (options.scaling) {
+        registerSizes(operations(options.all));
+    } else {
+        Peers peers;
+        for (const SLibrary& library : peerLibraries()) {
+            libraries.push_back(library.version);
+            peers.insert(peers.end(), library.peers.begin(), library.peers.end());
+        }
+        registerTiers(operations(options.all), peers);
+    }
+    CCollector collector;
+    for (int pass = 1; pass <= options.passes; ++pass) {
+        std::fprintf(stderr, "pass %d of %d\n", pass, options.passes);
+        if (benchmark::RunSpecifiedBenchmarks(&collector) == 0) {
+            return 1; // the library has said that nothing fits the filter
+        }
+    }
     benchmark::Shutdown();
+    if (options.json.empty()) {
+        collector.Print();
+    } else {
+        writeJson(options.json, collector.Measurements(), libraries);
+    }
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "vek_bench: %s\n", error.what());
+        return 1;
+    }
 }

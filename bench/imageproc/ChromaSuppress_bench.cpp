@@ -1,48 +1,79 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/ChromaSuppress.h"
 
-#include "Frame.h"
-#include "VekTrgApi.h"
+#include "imageproc/Operations.h"
+#include "imageproc/Stages.h"
 
-#include <benchmark/benchmark.h>
-
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace vek::bench {
 namespace {
 
-/// noise: samples without any order, the worst case for the branches.
+/// Limits below and above which an eighth of the picture's pixels lies each: a quarter is suppressed, slowly.
 template <class T>
-void registerFor(const char* operation, unsigned long pixelFormat, std::size_t samples, bool noise = false) {
-    const std::size_t bytes = kWidth * kHeight * samples * sizeof(T);
-    registerTiers(operation, sizeof(T), 2 * bytes, [=](benchmark::State& state, const rows::SRowTable& table) {
-        CChromaSuppress module(table);
-        // Both parts at work, the middle third of the range left alone.
-        constexpr unsigned range = sizeof(T) == 1 ? 256 : 4096;
-        module.SetLowStartLevel(static_cast<unsigned short>(range / 3));
-        module.SetLowSlope(static_cast<unsigned short>(16384 * 4 / range));
-        module.SetHighStartLevel(static_cast<unsigned short>(2 * range / 3));
-        module.SetHighSlope(static_cast<unsigned short>(16384 * 4 / range));
-        const std::vector<T> picture = noise ? makeSamples<T>(kWidth * kHeight * samples) : makePicture<T>(samples);
-        measureInPlace(state, picture, [&](T* image) {
-            if constexpr (sizeof(T) == 1) {
-                module.ProcessB(kWidth, kHeight, 0, pixelFormat, image);
-            } else {
-                module.ProcessW(kWidth, kHeight, 0, pixelFormat, image);
-            }
-        });
-    });
+void setLimits(CChromaSuppress& module, const CPicture<T>& picture, std::size_t samples) {
+    const std::vector<T>& band = picture.Band();
+    std::vector<unsigned> luma(band.size() / samples);
+    for (std::size_t i = 0; i < luma.size(); ++i) {
+        const T* const pixel = &band[i * samples];
+        luma[i] = static_cast<unsigned>(gpwB2Y[pixel[0]] + gpwG2Y[pixel[1]] + gpwR2Y[pixel[2]]);
+    }
+    std::vector<unsigned> sorted = luma;
+    std::sort(sorted.begin(), sorted.end());
+    const unsigned low = sorted[sorted.size() / 8];
+    const unsigned high = sorted[sorted.size() * 7 / 8];
+    const auto active = std::count_if(luma.begin(), luma.end(), [=](unsigned y) { return y < low || y > high; });
+    const double share = static_cast<double>(active) / static_cast<double>(luma.size());
+    if (share < 0.23 || share > 0.27) {
+        std::fprintf(stderr, "chroma suppression: %.3f of the picture is suppressed, not a quarter\n", share);
+        std::exit(1);
+    }
+    constexpr auto slope = static_cast<unsigned short>(16384 >> (kDepth<T> - 2)); // grey within a quarter of the range
+    module.SetLowStartLevel(static_cast<unsigned short>(low));
+    module.SetLowSlope(slope);
+    module.SetHighStartLevel(static_cast<unsigned short>(high));
+    module.SetHighSlope(slope);
 }
 
-const bool kRegistered = [] {
-    registerFor<std::uint8_t>("chroma suppression BGR", VEK_DESTINATION_BGR24, 3);
-    registerFor<std::uint16_t>("chroma suppression BGR", VEK_DESTINATION_BGR48, 3);
-    registerFor<std::uint8_t>("chroma suppression BGRX", VEK_DESTINATION_BGRX32, 4);
-    registerFor<std::uint16_t>("chroma suppression BGRX", VEK_DESTINATION_BGRX64, 4);
-    registerFor<std::uint8_t>("chroma suppression BGR noise", VEK_DESTINATION_BGR24, 3, true);
-    registerFor<std::uint16_t>("chroma suppression BGR noise", VEK_DESTINATION_BGR48, 3, true);
-    return true;
-}();
+template <class T>
+SOperation operation(const char* name, unsigned long pixelFormat, std::size_t samples,
+                     EContent content = EContent::Picture) {
+    return {name, kBits<T>, static_cast<double>(2 * samples * sizeof(T)),
+            [=](const rows::SRowTable& table, SSize size) {
+                const auto module = std::make_shared<CChromaSuppress>(table);
+                CPicture<T> picture(size, samples, content);
+                setLimits(*module, picture, samples);
+                return inPlaceJob(std::move(picture), [=](T* image) {
+                    if constexpr (kBytes<T>) {
+                        module->ProcessB(size.width, size.height, 0, pixelFormat, image);
+                    } else {
+                        module->ProcessW(size.width, size.height, 0, pixelFormat, image);
+                    }
+                });
+            },
+            samples == 4 || content == EContent::Noise};
+}
+
+template <class T>
+void add(Operations* operations) {
+    operations->push_back(operation<T>("chroma suppression BGR", kBgr<T>, 3));
+    operations->push_back(operation<T>("chroma suppression BGRX", kBgrx<T>, 4));
+    operations->push_back(operation<T>("chroma suppression BGR noise", kBgr<T>, 3, EContent::Noise));
+}
 
 } // namespace
+
+Operations chromaSuppressOperations() {
+    Operations operations;
+    add<std::uint8_t>(&operations);
+    add<std::uint16_t>(&operations);
+    return operations;
+}
+
 } // namespace vek::bench

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/ColorInterpolation.h"
 
-#include "Frame.h"
-#include "VekTrgApi.h"
-#include "imageproc/rows/RowDispatch.h"
+#include "imageproc/Operations.h"
+#include "imageproc/Stages.h"
 
-#include <benchmark/benchmark.h>
-
-#include <vector>
+#include <memory>
+#include <string>
 
 namespace vek::bench {
 namespace {
@@ -19,78 +17,59 @@ struct SMethod {
 constexpr SMethod kMethods[] = {{"demosaic None", VEK_DEMOSAIC_NONE},
                                 {"demosaic NearestNeighbor", VEK_DEMOSAIC_NEAREST_NEIGHBOR},
                                 {"demosaic BilinearSimple", VEK_DEMOSAIC_BILINEAR_SIMPLE},
-                                {"demosaic BiCubic", VEK_DEMOSAIC_BICUBIC},
-                                {"demosaic BilinearFalseColorReduction", VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION},
                                 {"demosaic NearestNeighbor2", VEK_DEMOSAIC_NEAREST_NEIGHBOR2},
-                                {"grey to BGR", VEK_DEMOSAIC_MONO}};
+                                {"demosaic BilinearFalseColorReduction", VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION},
+                                {"demosaic BiCubic", VEK_DEMOSAIC_BICUBIC}};
+constexpr SMethod kGrey = {"grey to BGR", VEK_DEMOSAIC_MONO};
+constexpr SMethod kFourSamples = {"demosaic BilinearSimple BGRX", VEK_DEMOSAIC_BILINEAR_SIMPLE};
 
 template <class T>
-std::size_t trafficOf(unsigned channels) {
-    return kWidth * kHeight * (1 + channels) * sizeof(T);
-}
-
-template <class T>
-void demosaic(benchmark::State& state, const rows::SRowTable* table, unsigned char method, unsigned short channels) {
-    CColorInterpolation module(*table);
-    std::vector<T> src = makeSamples<T>(kWidth * kHeight + 1);
-    std::vector<T> dst(kWidth * kHeight * channels);
-    for (auto _ : state) {
-        if constexpr (sizeof(T) == 1) {
-            module.ColorInterporationB(kWidth, kHeight, src.data(), dst.data(), method, VEK_COLOR_ARRAY_RGGB, channels);
-        } else {
-            module.ColorInterporationW(kWidth, kHeight, src.data(), dst.data(), method, VEK_COLOR_ARRAY_RGGB, channels);
-        }
-        benchmark::ClobberMemory();
-    }
-    setWork(state, trafficOf<T>(channels));
-}
-
-template <class T>
-void registerFor(const SMethod& method, unsigned short channels) {
-    const std::string operation = std::string(method.name) + (channels == 4 ? " BGRX" : "");
-    benchmark::RegisterBenchmark(benchName(operation.c_str(), sizeof(T), "memcpy").c_str(),
-                                 [channels](benchmark::State& state) { copyTraffic(state, trafficOf<T>(channels)); });
-    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
-        const rows::STier tier = rows::tier(i);
-        if (tier.usable) {
-            benchmark::RegisterBenchmark(
-                benchName(operation.c_str(), sizeof(T), tier.table->name).c_str(),
-                [=](benchmark::State& state) { demosaic<T>(state, tier.table, method.code, channels); });
-        }
-    }
+SOperation demosaic(const SMethod& method, unsigned short channels, bool extra = false) {
+    return {method.name, kBits<T>, static_cast<double>((1U + channels) * sizeof(T)),
+            [=](const rows::SRowTable& table, SSize size) {
+                const auto module = std::make_shared<CColorInterpolation>(table);
+                return conversionJob<T>(CPicture<T>(size, 1), size.Pixels() * channels, [=](T* src, T* dst) {
+                    interpolate(*module, size, src, dst, method.code, VEK_COLOR_ARRAY_RGGB, channels);
+                });
+            },
+            extra};
 }
 
 /// halfSamples: bytes of a pixel of the frame, doubled.
-void registerYCrCb(const char* operation, unsigned short colorArray, std::size_t halfSamples, unsigned char method) {
-    const std::size_t sourceBytes = kWidth * kHeight * halfSamples / 2;
+SOperation decode(const char* name, unsigned short colorArray, unsigned halfSamples, unsigned char method,
+                  bool extra = false) {
     const unsigned short channels = method == VEK_DEMOSAIC_MONO ? 1 : 3;
-    registerTiers(operation, 1, sourceBytes + kWidth * kHeight * channels,
-                  [=](benchmark::State& state, const rows::SRowTable& table) {
-                      CColorInterpolation module(table);
-                      std::vector<std::uint8_t> src = makeSamples<std::uint8_t>(sourceBytes);
-                      std::vector<std::uint8_t> dst(kWidth * kHeight * channels);
-                      for (auto _ : state) {
-                          module.ColorInterporationB(kWidth, kHeight, src.data(), dst.data(), method, colorArray,
-                                                     channels);
-                          benchmark::ClobberMemory();
-                      }
-                  });
+    return {name, 8, halfSamples / 2.0 + channels,
+            [=](const rows::SRowTable& table, SSize size) {
+                using Byte = std::uint8_t;
+                const auto module = std::make_shared<CColorInterpolation>(table);
+                const CPicture<Byte> picture({size.width * halfSamples / 2, size.height}, 1);
+                return conversionJob<Byte>(picture, size.Pixels() * channels, [=](Byte* src, Byte* dst) {
+                    interpolate(*module, size, src, dst, method, colorArray, channels);
+                });
+            },
+            extra};
 }
 
-const bool kRegistered = [] {
-    for (const SMethod& method : kMethods) {
-        registerFor<std::uint8_t>(method, 3);
-        registerFor<std::uint16_t>(method, 3);
-    }
-    registerFor<std::uint8_t>(kMethods[2], 4);
-    registerFor<std::uint16_t>(kMethods[2], 4);
-    registerYCrCb("YCrCb 4:2:2 to BGR", VEK_COLOR_ARRAY_YCRCB422, 4, VEK_DEMOSAIC_NEAREST_NEIGHBOR);
-    registerYCrCb("YCrCb 4:4:4 to BGR", VEK_COLOR_ARRAY_YCRCB444, 6, VEK_DEMOSAIC_NEAREST_NEIGHBOR);
-    registerYCrCb("YCrCb 4:1:1 to BGR", VEK_COLOR_ARRAY_YCRCB411, 3, VEK_DEMOSAIC_NEAREST_NEIGHBOR);
-    registerYCrCb("YCrCb 4:2:2 BT.709 to BGR", VEK_COLOR_ARRAY_YCRCB422_BT709, 4, VEK_DEMOSAIC_NEAREST_NEIGHBOR);
-    registerYCrCb("YCrCb 4:2:2 to grey", VEK_COLOR_ARRAY_YCRCB422, 4, VEK_DEMOSAIC_MONO);
-    return true;
-}();
-
 } // namespace
+
+Operations colorInterpolationOperations() {
+    Operations operations;
+    for (const SMethod& method : kMethods) {
+        operations.push_back(demosaic<std::uint8_t>(method, 3));
+        operations.push_back(demosaic<std::uint16_t>(method, 3));
+    }
+    operations.push_back(demosaic<std::uint8_t>(kGrey, 3, true));
+    operations.push_back(demosaic<std::uint16_t>(kGrey, 3, true));
+    operations.push_back(demosaic<std::uint8_t>(kFourSamples, 4, true));
+    operations.push_back(demosaic<std::uint16_t>(kFourSamples, 4, true));
+    constexpr unsigned char any = VEK_DEMOSAIC_NEAREST_NEIGHBOR;
+    operations.push_back(decode("YCrCb 4:2:2 to BGR", VEK_COLOR_ARRAY_YCRCB422, 4, any));
+    operations.push_back(decode("YCrCb 4:4:4 to BGR", VEK_COLOR_ARRAY_YCRCB444, 6, any));
+    operations.push_back(decode("YCrCb 4:1:1 to BGR", VEK_COLOR_ARRAY_YCRCB411, 3, any));
+    operations.push_back(decode("YCrCb 4:2:2 BT.709 to BGR", VEK_COLOR_ARRAY_YCRCB422_BT709, 4, any, true));
+    operations.push_back(decode("YCrCb 4:2:2 to grey", VEK_COLOR_ARRAY_YCRCB422, 4, VEK_DEMOSAIC_MONO, true));
+    return operations;
+}
+
 } // namespace vek::bench

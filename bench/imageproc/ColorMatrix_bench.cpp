@@ -1,45 +1,41 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/ColorMatrix.h"
 
-#include "Frame.h"
-#include "VekTrgApi.h"
+#include "imageproc/Operations.h"
+#include "imageproc/Stages.h"
 
-#include <benchmark/benchmark.h>
-
-#include <vector>
+#include <memory>
 
 namespace vek::bench {
 namespace {
 
-constexpr short kMatrix[12] = {150, -30, -20, 0, -25, 160, -35, 0, -10, -40, 150, 0};
-
-/// noise: samples without any order, the worst case for the branches.
 template <class T>
-void registerFor(const char* operation, unsigned long pixelFormat, std::size_t samples, bool noise = false) {
-    const std::size_t bytes = kWidth * kHeight * samples * sizeof(T);
-    registerTiers(operation, sizeof(T), 2 * bytes, [=](benchmark::State& state, const rows::SRowTable& table) {
-        CColorMatrix module(table);
-        module.SetColorMatrix(VEK_COLOR_MATRIX_CUSTOM, kMatrix);
-        const std::vector<T> picture = noise ? makeSamples<T>(kWidth * kHeight * samples) : makePicture<T>(samples);
-        measureInPlace(state, picture, [&](T* image) {
-            if constexpr (sizeof(T) == 1) {
-                module.ProcessB(kWidth, kHeight, 0, pixelFormat, image, 8);
-            } else {
-                module.ProcessW(kWidth, kHeight, 0, pixelFormat, image, 12);
-            }
-        });
-    });
+SOperation operation(const char* name, unsigned long pixelFormat, std::size_t samples,
+                     EContent content = EContent::Picture) {
+    return {name, kBits<T>, static_cast<double>(2 * samples * sizeof(T)),
+            [=](const rows::SRowTable& table, SSize size) {
+                const auto module = std::make_shared<CColorMatrix>(table);
+                setMatrix(*module);
+                return inPlaceJob(CPicture<T>(size, samples, content),
+                                  [=](T* image) { process(*module, size, pixelFormat, image); });
+            },
+            samples == 4 || content == EContent::Noise};
 }
 
-const bool kRegistered = [] {
-    registerFor<std::uint8_t>("colour matrix BGR", VEK_DESTINATION_BGR24, 3);
-    registerFor<std::uint16_t>("colour matrix BGR", VEK_DESTINATION_BGR48, 3);
-    registerFor<std::uint8_t>("colour matrix BGRX", VEK_DESTINATION_BGRX32, 4);
-    registerFor<std::uint16_t>("colour matrix BGRX", VEK_DESTINATION_BGRX64, 4);
-    registerFor<std::uint8_t>("colour matrix BGR noise", VEK_DESTINATION_BGR24, 3, true);
-    registerFor<std::uint16_t>("colour matrix BGR noise", VEK_DESTINATION_BGR48, 3, true);
-    return true;
-}();
+template <class T>
+void add(Operations* operations) {
+    operations->push_back(operation<T>("colour matrix BGR", kBgr<T>, 3));
+    operations->push_back(operation<T>("colour matrix BGRX", kBgrx<T>, 4));
+    operations->push_back(operation<T>("colour matrix BGR noise", kBgr<T>, 3, EContent::Noise));
+}
 
 } // namespace
+
+Operations colorMatrixOperations() {
+    Operations operations;
+    add<std::uint8_t>(&operations);
+    add<std::uint16_t>(&operations);
+    return operations;
+}
+
 } // namespace vek::bench

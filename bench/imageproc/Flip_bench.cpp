@@ -1,87 +1,75 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/Flip.h"
 
-#include "Frame.h"
+#include "Picture.h"
 #include "VekTrgApi.h"
+#include "imageproc/Operations.h"
+#include "imageproc/Stages.h"
 
-#include <benchmark/benchmark.h>
-
+#include <memory>
 #include <vector>
 
 namespace vek::bench {
 namespace {
 
-struct STransform {
-    const char* inPlace; ///< of raw images, the way of the export; rotations take the detour over a buffer
-    const char* colour;  ///< of blue-green-red images, from one to another
-    unsigned char mirror;
-    unsigned char rotation;
-};
-constexpr STransform kTransforms[] = {
-    {"mirror h", "mirror h BGR", VEK_MIRROR_HORIZONTAL, VEK_ROTATION_NONE},
-    {"mirror v", nullptr, VEK_MIRROR_VERTICAL, VEK_ROTATION_NONE},
-    {"mirror hv", nullptr, VEK_MIRROR_HORIZONTAL | VEK_MIRROR_VERTICAL, VEK_ROTATION_NONE},
-    {"rotate", "rotate BGR", VEK_MIRROR_NONE, VEK_ROTATION_CLOCKWISE},
-};
-
+/// Of raw images, in place, as the export does it: a quarter turn takes the detour over a buffer.
 template <class T>
-void flipInPlace(benchmark::State& state, const rows::SRowTable& table, const STransform& transform) {
-    CFlip module(table);
-    std::vector<T> image = makeSamples<T>(kWidth * kHeight);
-    unsigned long width = kWidth;
-    unsigned long height = kHeight;
-    unsigned short colorArray = VEK_COLOR_ARRAY_RGGB;
-    for (auto _ : state) {
-        if constexpr (sizeof(T) == 1) {
-            module.FlipRawB(transform.mirror, transform.rotation, &width, &height, image.data(), image.data(),
-                            &colorArray);
-        } else {
-            module.FlipRawW(transform.mirror, transform.rotation, &width, &height, image.data(), image.data(),
-                            &colorArray);
-        }
-        benchmark::ClobberMemory();
-    }
+SOperation raw(const char* name, unsigned char mirror, unsigned char rotation) {
+    return {name, kBits<T>, 2.0 * sizeof(T), [=](const rows::SRowTable& table, SSize size) {
+                const auto module = std::make_shared<CFlip>(table);
+                const auto image = std::make_shared<std::vector<T>>(makeImage(CPicture<T>(size, 1)));
+                // Nothing is restored: what a call leaves is as hard as the picture.
+                const auto run = [=] {
+                    unsigned long width = size.width;
+                    unsigned long height = size.height;
+                    unsigned short colorArray = VEK_COLOR_ARRAY_RGGB;
+                    if constexpr (kBytes<T>) {
+                        module->FlipRawB(mirror, rotation, &width, &height, image->data(), image->data(), &colorArray);
+                    } else {
+                        module->FlipRawW(mirror, rotation, &width, &height, image->data(), image->data(), &colorArray);
+                    }
+                };
+                return SJob{run, {}};
+            }};
+}
+
+/// Of blue-green-red images, from one to another.
+template <class T>
+SOperation colour(const char* name, unsigned char mirror, unsigned char rotation) {
+    return {name, kBits<T>, 6.0 * sizeof(T),
+            [=](const rows::SRowTable& table, SSize size) {
+                const auto module = std::make_shared<CFlip>(table);
+                return conversionJob<T>(CPicture<T>(size, 3), size.Pixels() * 3, [=](T* src, T* dst) {
+                    unsigned long width = size.width;
+                    unsigned long height = size.height;
+                    if constexpr (kBytes<T>) {
+                        module->FlipBGRB(mirror, rotation, &width, &height, src, dst, 3);
+                    } else {
+                        module->FlipBGRW(mirror, rotation, &width, &height, src, dst, 3);
+                    }
+                });
+            },
+            true};
 }
 
 template <class T>
-void flipColour(benchmark::State& state, const rows::SRowTable& table, const STransform& transform) {
-    CFlip module(table);
-    std::vector<T> src = makeSamples<T>(kWidth * kHeight * 3);
-    std::vector<T> dst(src.size());
-    for (auto _ : state) {
-        unsigned long width = kWidth;
-        unsigned long height = kHeight;
-        if constexpr (sizeof(T) == 1) {
-            module.FlipBGRB(transform.mirror, transform.rotation, &width, &height, src.data(), dst.data(), 3);
-        } else {
-            module.FlipBGRW(transform.mirror, transform.rotation, &width, &height, src.data(), dst.data(), 3);
-        }
-        benchmark::ClobberMemory();
-    }
+void add(Operations* operations) {
+    constexpr unsigned char both = VEK_MIRROR_HORIZONTAL | VEK_MIRROR_VERTICAL;
+    operations->push_back(raw<T>("mirror H", VEK_MIRROR_HORIZONTAL, VEK_ROTATION_NONE));
+    operations->push_back(raw<T>("mirror HV", both, VEK_ROTATION_NONE));
+    operations->push_back(raw<T>("mirror V", VEK_MIRROR_VERTICAL, VEK_ROTATION_NONE));
+    operations->push_back(raw<T>("rotation", VEK_MIRROR_NONE, VEK_ROTATION_CLOCKWISE));
+    operations->push_back(colour<T>("mirror H BGR", VEK_MIRROR_HORIZONTAL, VEK_ROTATION_NONE));
+    operations->push_back(colour<T>("rotation BGR", VEK_MIRROR_NONE, VEK_ROTATION_CLOCKWISE));
 }
-
-template <class T>
-void registerFor(const STransform& transform) {
-    const std::size_t bytes = kWidth * kHeight * sizeof(T);
-    registerTiers(transform.inPlace, sizeof(T), 2 * bytes,
-                  [transform](benchmark::State& state, const rows::SRowTable& table) {
-                      flipInPlace<T>(state, table, transform);
-                  });
-    if (transform.colour != nullptr) {
-        registerTiers(transform.colour, sizeof(T), 2 * 3 * bytes,
-                      [transform](benchmark::State& state, const rows::SRowTable& table) {
-                          flipColour<T>(state, table, transform);
-                      });
-    }
-}
-
-const bool kRegistered = [] {
-    for (const STransform& transform : kTransforms) {
-        registerFor<std::uint8_t>(transform);
-        registerFor<std::uint16_t>(transform);
-    }
-    return true;
-}();
 
 } // namespace
+
+Operations flipOperations() {
+    Operations operations;
+    add<std::uint8_t>(&operations);
+    add<std::uint16_t>(&operations);
+    return operations;
+}
+
 } // namespace vek::bench

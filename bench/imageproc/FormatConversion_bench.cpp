@@ -1,57 +1,56 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/FormatConversion.h"
 
-#include "Frame.h"
+#include "Picture.h"
 #include "VekTrgApi.h"
+#include "imageproc/Operations.h"
 
-#include <benchmark/benchmark.h>
-
-#include <vector>
+#include <cstdint>
 
 namespace vek::bench {
 namespace {
 
-/// sourceBits: of a pixel in the frame; the result has pixelBytes. Operations on bytes and on packed data count as 8
-/// bits, those on words as 16.
-void registerFor(const char* operation, unsigned long transferFormat, std::size_t sourceBits,
-                 unsigned long destinationFormat, std::size_t pixelBytes) {
-    const std::size_t sourceBytes = kWidth * kHeight * sourceBits / 8;
-    const std::size_t bytes = sourceBytes + kWidth * kHeight * pixelBytes;
-    registerTiers(operation, sourceBits == 16 ? 2 : 1, bytes,
-                  [=](benchmark::State& state, const rows::SRowTable& table) {
-                      const std::vector<std::uint8_t> src = makeSamples<std::uint8_t>(sourceBytes);
-                      std::vector<std::uint8_t> dst(kWidth * kHeight * pixelBytes);
-                      for (auto _ : state) {
-                          ConvGrayToBGRImage(table, kWidth, kHeight, 0, transferFormat, src.data(), nullptr,
-                                             destinationFormat, dst.data());
-                          benchmark::ClobberMemory();
-                      }
-                  });
+/// bits: of a pixel in the frame; the result has pixelBytes.
+template <class T>
+SOperation raw(const char* name, unsigned long transferFormat, unsigned bits, unsigned long destinationFormat,
+               std::size_t pixelBytes, bool extra = false) {
+    return {name, bits, bits / 8.0 + static_cast<double>(pixelBytes),
+            [=](const rows::SRowTable& table, SSize size) {
+                const CPicture<T> picture({size.width * bits / kBits<T>, size.height}, 1);
+                return conversionJob<std::uint8_t>(
+                    picture, size.Pixels() * pixelBytes, [=, &table](const T* src, std::uint8_t* dst) {
+                        ConvGrayToBGRImage(table, size.width, size.height, 0, transferFormat, src, nullptr,
+                                           destinationFormat, dst);
+                    });
+            },
+            extra};
 }
 
 /// There is one version of these two only.
-void registerBgr(const char* operation, unsigned long transferFormat, std::size_t sourceBytes) {
-    const std::size_t bytes = kWidth * kHeight * (sourceBytes + 4);
-    registerTiers(operation, 1, bytes, [=](benchmark::State& state, const rows::SRowTable&) {
-        const std::vector<std::uint8_t> src = makeSamples<std::uint8_t>(kWidth * kHeight * sourceBytes);
-        std::vector<std::uint8_t> dst(kWidth * kHeight * 4);
-        for (auto _ : state) {
-            ConvBGRToBGR(kWidth, kHeight, transferFormat, src.data(), VEK_DESTINATION_BGRX32, dst.data());
-            benchmark::ClobberMemory();
-        }
-    });
+SOperation colour(const char* name, unsigned long transferFormat, std::size_t sourceBytes) {
+    return {name, 8, static_cast<double>(sourceBytes + 4),
+            [=](const rows::SRowTable&, SSize size) {
+                const CPicture<std::uint8_t> picture(size, sourceBytes);
+                return conversionJob<std::uint8_t>(
+                    picture, size.Pixels() * 4, [=](const std::uint8_t* src, std::uint8_t* dst) {
+                        ConvBGRToBGR(size.width, size.height, transferFormat, src, VEK_DESTINATION_BGRX32, dst);
+                    });
+            },
+            true};
 }
 
-const bool kRegistered = [] {
-    registerFor("12 bit to bytes", VEK_TRANSFER_RAW12, 16, VEK_DESTINATION_MONO8, 1);
-    registerFor("12 bit to BGR bytes", VEK_TRANSFER_RAW12, 16, VEK_DESTINATION_BGR24, 3);
-    registerFor("8 bit to BGR bytes", VEK_TRANSFER_RAW8, 8, VEK_DESTINATION_BGR24, 3);
-    registerFor("packed 10 bit to bytes", VEK_TRANSFER_RAW10_PACKED, 10, VEK_DESTINATION_MONO8, 1);
-    registerFor("packed 12 bit to bytes", VEK_TRANSFER_RAW12_PACKED, 12, VEK_DESTINATION_MONO8, 1);
-    registerBgr("BGR to BGRX", VEK_TRANSFER_BGR8, 3);
-    registerBgr("10 bit BGR to BGRX", VEK_TRANSFER_BGR10, 8);
-    return true;
-}();
-
 } // namespace
+
+Operations formatConversionOperations() {
+    using Byte = std::uint8_t;
+    using Word = std::uint16_t;
+    return {raw<Byte>("unpack 10 bit to 8", VEK_TRANSFER_RAW10_PACKED, 10, VEK_DESTINATION_MONO8, 1),
+            raw<Byte>("unpack 12 bit to 8", VEK_TRANSFER_RAW12_PACKED, 12, VEK_DESTINATION_MONO8, 1),
+            raw<Word>("words to 8 bit", VEK_TRANSFER_RAW12, 16, VEK_DESTINATION_MONO8, 1),
+            raw<Word>("words to BGR 8 bit", VEK_TRANSFER_RAW12, 16, VEK_DESTINATION_BGR24, 3, true),
+            raw<Byte>("bytes to BGR 8 bit", VEK_TRANSFER_RAW8, 8, VEK_DESTINATION_BGR24, 3, true),
+            colour("BGR to BGRX", VEK_TRANSFER_BGR8, 3),
+            colour("10 bit BGR to BGRX", VEK_TRANSFER_BGR10, 8)};
+}
+
 } // namespace vek::bench

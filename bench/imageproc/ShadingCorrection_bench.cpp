@@ -1,66 +1,54 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/ShadingCorrection.h"
 
-#include "Frame.h"
-#include "VekTrgApi.h"
+#include "imageproc/Operations.h"
+#include "imageproc/Stages.h"
 
-#include <benchmark/benchmark.h>
-
+#include <memory>
 #include <vector>
 
 namespace vek::bench {
 namespace {
 
-template <class T>
-void process(CShadingCorrection& module, T* image) {
-    if constexpr (sizeof(T) == 1) {
-        module.ProcessB(kWidth, kHeight, 0, image, 8);
-    } else {
-        module.ProcessW(kWidth, kHeight, 0, image, 12);
-    }
-}
-
 /// The mean is read and written, too.
 template <class T>
-void registerCalibration() {
-    const std::size_t bytes = kWidth * kHeight * (sizeof(T) + 2 * sizeof(double));
-    registerTiers("shading calibration", sizeof(T), bytes, [](benchmark::State& state, const rows::SRowTable& table) {
-        CShadingCorrection module(table);
-        module.SetMode(VEK_SHADING_CALIBRATE_GAIN);
-        std::vector<T> picture = makePicture<T>(1);
-        for (auto _ : state) {
-            process(module, picture.data());
-            benchmark::ClobberMemory();
-        }
-    });
+SOperation calibration() {
+    return {"shading calibration", kBits<T>, sizeof(T) + 2.0 * sizeof(double),
+            [](const rows::SRowTable& table, SSize size) {
+                const auto module = std::make_shared<CShadingCorrection>(table);
+                module->SetMode(VEK_SHADING_CALIBRATE_GAIN);
+                const auto picture = std::make_shared<std::vector<T>>(makeImage(CPicture<T>(size, 1)));
+                return SJob{[=] { process(*module, size, picture->data()); }, {}};
+            },
+            true};
 }
 
 /// Reads frame and map, writes the frame.
 template <class T>
-void registerCorrection(const char* operation, unsigned long calibrate, unsigned long correct) {
-    const std::size_t bytes = kWidth * kHeight * (2 * sizeof(T) + sizeof(int));
-    registerTiers(operation, sizeof(T), bytes, [=](benchmark::State& state, const rows::SRowTable& table) {
-        CShadingCorrection module(table);
-        module.SetColorArray(VEK_COLOR_ARRAY_RGGB);
-        std::vector<T> picture = makePicture<T>(1);
-        module.SetMode(calibrate);
-        process(module, picture.data());
-        module.SetMode(correct);
-        std::vector<T> first = picture;
-        process(module, first.data()); // makes the map
-        measureInPlace(state, picture, [&](T* image) { process(module, image); });
-    });
+SOperation correction(const char* name, unsigned long calibrating, unsigned long correcting, bool extra = false) {
+    return {name, kBits<T>, 2.0 * sizeof(T) + sizeof(int),
+            [=](const rows::SRowTable& table, SSize size) {
+                const auto module = std::make_shared<CShadingCorrection>(table);
+                calibrate<T>(*module, size, calibrating, correcting);
+                return inPlaceJob(CPicture<T>(size, 1), [=](T* image) { process(*module, size, image); });
+            },
+            extra};
 }
 
-const bool kRegistered = [] {
-    registerCalibration<std::uint8_t>();
-    registerCalibration<std::uint16_t>();
-    registerCorrection<std::uint8_t>("shading gain", VEK_SHADING_CALIBRATE_GAIN, VEK_SHADING_GAIN);
-    registerCorrection<std::uint16_t>("shading gain", VEK_SHADING_CALIBRATE_GAIN, VEK_SHADING_GAIN);
-    registerCorrection<std::uint8_t>("shading offset", VEK_SHADING_CALIBRATE_OFFSET, VEK_SHADING_OFFSET);
-    registerCorrection<std::uint16_t>("shading offset", VEK_SHADING_CALIBRATE_OFFSET, VEK_SHADING_OFFSET);
-    return true;
-}();
+template <class T>
+void add(Operations* operations) {
+    operations->push_back(correction<T>("shading gain", VEK_SHADING_CALIBRATE_GAIN, VEK_SHADING_GAIN));
+    operations->push_back(correction<T>("shading offset", VEK_SHADING_CALIBRATE_OFFSET, VEK_SHADING_OFFSET, true));
+    operations->push_back(calibration<T>());
+}
 
 } // namespace
+
+Operations shadingOperations() {
+    Operations operations;
+    add<std::uint8_t>(&operations);
+    add<std::uint16_t>(&operations);
+    return operations;
+}
+
 } // namespace vek::bench

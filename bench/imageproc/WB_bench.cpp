@@ -1,44 +1,32 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/WB.h"
 
-#include "Frame.h"
-#include "VekTrgApi.h"
+#include "imageproc/Operations.h"
+#include "imageproc/Stages.h"
 
-#include <benchmark/benchmark.h>
-
-#include <string>
-#include <vector>
+#include <memory>
 
 namespace vek::bench {
 namespace {
 
-// R, Gr, Gb, B; no colour passes unchanged.
-constexpr unsigned short kGains[] = {256, 140, 140, 217};
-
 template <class T>
-void registerFor(const char* operation, unsigned char mode) {
-    const std::size_t bytes = kWidth * kHeight * sizeof(T);
-    registerTiers(operation, sizeof(T), 2 * bytes, [mode](benchmark::State& state, const rows::SRowTable& table) {
-        CWB module(table);
-        module.SetWBMode(mode);
-        module.SetWBGain(kGains);
-        measureInPlace(state, makePicture<T>(1), [&](T* image) {
-            if constexpr (sizeof(T) == 1) {
-                module.WBProcB(kWidth, kHeight, 0, VEK_COLOR_ARRAY_RGGB, image, 8);
-            } else {
-                module.WBProcW(kWidth, kHeight, 0, VEK_COLOR_ARRAY_RGGB, image, 12);
-            }
-        });
-    });
+SOperation operation(const char* name, unsigned char mode, bool extra) {
+    return {name, kBits<T>, 2.0 * sizeof(T),
+            [=](const rows::SRowTable& table, SSize size) {
+                const auto module = std::make_shared<CWB>(table);
+                setBalance(*module, mode);
+                return inPlaceJob(CPicture<T>(size, 1), [=](T* image) { process(*module, size, image); });
+            },
+            extra};
 }
 
-const bool kRegistered = [] {
-    registerFor<std::uint8_t>("white balance", VEK_WB_MANUAL);
-    registerFor<std::uint16_t>("white balance", VEK_WB_MANUAL);
-    registerFor<std::uint8_t>("white balance, automatic", VEK_WB_AUTO);
-    registerFor<std::uint16_t>("white balance, automatic", VEK_WB_AUTO);
-    return true;
-}();
-
 } // namespace
+
+Operations whiteBalanceOperations() {
+    return {operation<std::uint8_t>("white balance", VEK_WB_MANUAL, false),
+            operation<std::uint16_t>("white balance", VEK_WB_MANUAL, false),
+            operation<std::uint8_t>("white balance, automatic", VEK_WB_AUTO, true),
+            operation<std::uint16_t>("white balance, automatic", VEK_WB_AUTO, true)};
+}
+
 } // namespace vek::bench

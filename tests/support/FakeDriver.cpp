@@ -14,6 +14,14 @@ namespace vek::test {
 namespace {
 
 CFakeDriver* gpDriver = nullptr;
+bool gbAnswering = false;
+
+struct SAnswering {
+    SAnswering() { gbAnswering = true; }
+    ~SAnswering() { gbAnswering = false; }
+    SAnswering(const SAnswering&) = delete;
+    SAnswering& operator=(const SAnswering&) = delete;
+};
 
 } // namespace
 
@@ -44,7 +52,12 @@ void CFakeDriver::ClearLog() {
     mFailures.clear();
 }
 
+bool CFakeDriver::Answering() {
+    return gbAnswering;
+}
+
 int CFakeDriver::Answer(int fd, unsigned long number, void* argument) {
+    const SAnswering answering;
     SRequest request;
     request.fd = fd;
     request.number = number;

@@ -64,6 +64,8 @@ public:
     void ClearLog();
 
     int Answer(int fd, unsigned long number, void* argument);
+    /// Some driver is at work: what the program does meanwhile is not the library's doing.
+    static bool Answering();
 
 private:
     bool mbFill(unsigned long number, std::uint8_t* bytes);

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "imageproc/rows/RowTable.h"
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace vek::bench {
+
+/// Pixels of an image. Every operation takes multiples of 4.
+struct SSize {
+    unsigned long width;
+    unsigned long height;
+    std::size_t Pixels() const { return width * height; }
+};
+
+/// The frame that every operation is measured on: five megapixels.
+constexpr SSize kFrame = {2448, 2048};
+
+/// One call of what is measured, with image buffers of its own.
+struct SJob {
+    std::function<void()> run;
+    std::function<void()> restore; ///< before each call, outside of the measured time; may be empty
+};
+
+/// An operation of the library, measured for every tier of the machine.
+struct SOperation {
+    std::string name;
+    unsigned bits;        ///< of a sample's type: 8 or 16; of packed data those of a pixel
+    double bytesPerPixel; ///< read and written, by caches that keep nothing
+    std::function<SJob(const rows::SRowTable&, SSize)> make;
+    bool extra = false; ///< measured on request only
+};
+
+/// Another library's nearest relative of an operation.
+struct SPeer {
+    std::string operation;
+    unsigned bits;
+    std::string name; ///< library and function
+    std::function<SJob(SSize)> make;
+};
+
+using Operations = std::vector<SOperation>;
+using Peers = std::vector<SPeer>;
+
+/// Name of a sample type's size in the table.
+template <class T>
+constexpr unsigned kBits = 8 * sizeof(T);
+
+/// Significant bits of the samples: words hold 12.
+template <class T>
+constexpr unsigned short kDepth = sizeof(T) == 1 ? 8 : 12;
+
+} // namespace vek::bench
