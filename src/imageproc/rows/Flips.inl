@@ -251,6 +251,8 @@ inline void transposeTile(const std::uint8_t* src, std::ptrdiff_t srcPitch, std:
     }
 }
 
+constexpr std::size_t kLine = 64; // bytes of a cache line
+
 /// Whole tiles, in blocks of 16 by 4 that are about a cache line wide in the source and stay in the first-level cache:
 /// of each line the four tiles are taken soon after one another. Within a block no more than a tile's destination rows
 /// are written at a time: where the pitch is a power of two, the cache has room for few lines of one column.
@@ -258,27 +260,41 @@ template <std::size_t Bytes>
 inline void transposeTiles(const std::uint8_t* src, std::ptrdiff_t srcPitch, std::uint8_t* dst, std::ptrdiff_t dstPitch,
                            std::size_t width, std::size_t height) {
     constexpr std::size_t n = kTile16<Bytes>;
-    // Where it is the source's lines that get in each other's way, they are read on to the right at once, the fewer the
-    // larger the pixels are.
+    // Where it is the source's lines that get in each other's way, small pixels are copied first. Larger ones are read
+    // on to the right at once, the fewer rows the larger they are.
     constexpr std::ptrdiff_t crowded = 1024;
-    const bool byRows = srcPitch % crowded == 0 && dstPitch % crowded != 0;
+    constexpr bool small = Bytes <= 2;
+    const bool copied = small && srcPitch % crowded == 0;
+    const bool byRows = !small && srcPitch % crowded == 0 && dstPitch % crowded != 0;
     const std::size_t blockColumns = byRows ? width : 4 * n;
     const std::size_t blockRows = byRows && Bytes > 3 ? 4 * n : 16 * n;
+    alignas(kLine) std::uint8_t lines[small ? 16 * n : 1][kLine];
     for (std::size_t left = 0; left < width; left += blockColumns) {
         const std::size_t right = width - left < blockColumns ? width : left + blockColumns;
         for (std::size_t top = 0; top < height; top += blockRows) {
             const std::size_t bottom = height - top < blockRows ? height : top + blockRows;
-            if constexpr (Bytes > 1) {
+            const std::uint8_t* block = src + static_cast<std::ptrdiff_t>(top) * srcPitch + left * Bytes;
+            std::ptrdiff_t blockPitch = srcPitch;
+            if (Bytes > 1 || copied) {
                 // The block to the right comes after a whole column of blocks. Its lines lie in pages that are at hand
                 // now; no prefetcher of the processor's own follows a column from page to page.
-                for (std::size_t y = top; right < width && y < bottom; ++y) {
-                    __builtin_prefetch(src + static_cast<std::ptrdiff_t>(y) * srcPitch + right * Bytes, 0, 2);
+                for (std::size_t y = 0; right < width && y < bottom - top; ++y) {
+                    __builtin_prefetch(block + static_cast<std::ptrdiff_t>(y) * srcPitch + (right - left) * Bytes, 0,
+                                       2);
                 }
             }
-            for (std::size_t x = left; x < right; x += n) {
-                for (std::size_t y = top; y < bottom; y += n) {
-                    transposeTile<Bytes>(src + static_cast<std::ptrdiff_t>(y) * srcPitch + x * Bytes, srcPitch,
-                                         dst + static_cast<std::ptrdiff_t>(x) * dstPitch + y * Bytes, dstPitch);
+            if (copied && right - left == 4 * n) {
+                for (std::size_t y = 0; y < bottom - top; ++y) {
+                    __builtin_memcpy(lines[y], block + static_cast<std::ptrdiff_t>(y) * srcPitch, kLine);
+                }
+                block = lines[0];
+                blockPitch = kLine;
+            }
+            for (std::size_t x = 0; x < right - left; x += n) {
+                for (std::size_t y = 0; y < bottom - top; y += n) {
+                    transposeTile<Bytes>(block + static_cast<std::ptrdiff_t>(y) * blockPitch + x * Bytes, blockPitch,
+                                         dst + static_cast<std::ptrdiff_t>(left + x) * dstPitch + (top + y) * Bytes,
+                                         dstPitch);
                 }
             }
         }
