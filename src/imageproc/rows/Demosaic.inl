@@ -207,7 +207,7 @@ inline void storeColours(T* dst, Vec<T> rowColour, Vec<T> green, Vec<T> third) {
 /// Horizontal step for kLanes columns from x on, x even: columns of Parity hold the wanted colour themselves, the
 /// others take the mean of their neighbours.
 template <class T, unsigned Parity>
-inline Vec<T> horizontalBlock(const T* row, std::size_t x) {
+[[gnu::always_inline]] inline Vec<T> horizontalBlock(const T* row, std::size_t x) {
     const Vec<T> sides = meanVec(load(row + x - 1), load(row + x + 1));
     return select(parityMask<T, Parity>(), load(row + x), sides);
 }
@@ -239,7 +239,7 @@ inline SNearAndFar<T> nearAndFar(const T* row, std::size_t x) {
 }
 
 template <class T, unsigned GreenParity>
-inline Vec<T> centreBlock(const T* row, const T* farRow, std::size_t x) {
+[[gnu::always_inline]] inline Vec<T> centreBlock(const T* row, const T* farRow, std::size_t x) {
     const SNearAndFar<T> own = nearAndFar<T, GreenParity>(row, x);
     const SNearAndFar<T> other = nearAndFar<T, GreenParity>(farRow, x);
     return inPairs<T>([](auto near, auto farColumn, auto farRowNear,

@@ -301,8 +301,9 @@ inline Vec<std::uint8_t> lowBytes(Vec<std::uint16_t> a, Vec<std::uint16_t> b) {
 #endif
 }
 
-// storePixels writes kLanes<T> pixels of blue, green and red. A fourth sample of a pixel is neither read nor written:
-// it may belong to another thread, or lie on a page that is not there.
+// storePixels writes kLanes<T> pixels of blue, green and red. It is inlined always: behind a call with vectors, g++ 12
+// does not release the upper halves of the registers, and code without AVX is slow until someone does. A fourth sample
+// of a pixel is neither read nor written: it may belong to another thread, or lie on a page that is not there.
 
 #if defined(__ARM_NEON)
 
@@ -336,7 +337,7 @@ inline void storeLanesFrom(T* dst, Three v) {
 }
 
 template <unsigned Channels, class T>
-inline void storePixels(T* dst, Vec<T> b, Vec<T> g, Vec<T> r) {
+[[gnu::always_inline]] inline void storePixels(T* dst, Vec<T> b, Vec<T> g, Vec<T> r) {
     if constexpr (Channels == 3) {
         storeThree(dst, three(b, g, r));
     } else {
@@ -515,7 +516,7 @@ inline void storeThreeOfFour(std::uint16_t* dst, std::uint64_t word) {
 }
 
 template <unsigned Channels, class T>
-inline void storePixels(T* dst, Vec<T> b, Vec<T> g, Vec<T> r) {
+[[gnu::always_inline]] inline void storePixels(T* dst, Vec<T> b, Vec<T> g, Vec<T> r) {
     const SPixelVectors<Channels, T> pixels = interleave<Channels, T>(b, g, r);
     if constexpr (Channels == 3) {
         for (std::size_t k = 0; k < 3; ++k) {

@@ -465,8 +465,8 @@ struct SYColours {
 
 /// Chroma as 256 times a signed byte.
 template <YCrCbSpace Space>
-inline SYColours decodeWords(const SYConstants<Space>& c, YSigned luma, YSigned cbHigh, YSigned crHigh,
-                             YSigned fallsShort) {
+[[gnu::always_inline]] inline SYColours decodeWords(const SYConstants<Space>& c, YSigned luma, YSigned cbHigh,
+                                                    YSigned crHigh, YSigned fallsShort) {
     using S = SSpace<Space>;
     const YSigned cb = cbHigh >> 8;
     const YSigned cr = crHigh >> 8;
