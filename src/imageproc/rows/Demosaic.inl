@@ -238,18 +238,9 @@ inline SNearAndFar<T> nearAndFar(const T* row, std::size_t x) {
     return {select(green, load(row + x + 1), load(row + x)), select(green, load(row + x - 1), load(row + x + 2))};
 }
 
-template <class T, unsigned GreenParity>
-[[gnu::always_inline]] inline Vec<T> centreBlock(const T* row, const T* farRow, std::size_t x) {
-    const SNearAndFar<T> own = nearAndFar<T, GreenParity>(row, x);
-    const SNearAndFar<T> other = nearAndFar<T, GreenParity>(farRow, x);
-    return inPairs<T>([](auto near, auto farColumn, auto farRowNear,
-                         auto farBoth) { return (near * 9 + (farColumn + farRowNear) * 3 + farBoth) >> 4; },
-                      own.near, own.far, other.near, other.far);
-}
-
 /// Cubic convolution as in cubic().
-inline Vec<std::uint16_t> cubicBlock(Vec<std::uint16_t> outerLeft, Vec<std::uint16_t> left, Vec<std::uint16_t> right,
-                                     Vec<std::uint16_t> outerRight) {
+[[gnu::always_inline]] inline Vec<std::uint16_t> cubicBlock(Vec<std::uint16_t> outerLeft, Vec<std::uint16_t> left,
+                                                            Vec<std::uint16_t> right, Vec<std::uint16_t> outerRight) {
     using V = Vec<std::uint16_t>;
     const V largest = V{} + static_cast<std::uint16_t>(kLargestCubicSum);
     // Limited before they are added: the sum of any two samples does not fit.
@@ -261,8 +252,16 @@ inline Vec<std::uint16_t> cubicBlock(Vec<std::uint16_t> outerLeft, Vec<std::uint
 
 #if defined(__ARM_NEON)
 
-inline Vec<std::uint8_t> cubicBlock(Vec<std::uint8_t> outerLeft, Vec<std::uint8_t> left, Vec<std::uint8_t> right,
-                                    Vec<std::uint8_t> outerRight) {
+/// Lanes that are wide enough for the products.
+struct SCentreOfLanes {
+    template <class V>
+    V operator()(V near, V farColumn, V farRow, V farBoth) const {
+        return (near * 9 + (farColumn + farRow) * 3 + farBoth) >> 4;
+    }
+};
+
+[[gnu::always_inline]] inline Vec<std::uint8_t> cubicBlock(Vec<std::uint8_t> outerLeft, Vec<std::uint8_t> left,
+                                                           Vec<std::uint8_t> right, Vec<std::uint8_t> outerRight) {
     const auto half = [](uint8x8_t a, uint8x8_t b, uint8x8_t c, uint8x8_t d) {
         const uint16x8_t inner = vrshrq_n_u16(vmulq_n_u16(vaddl_u8(b, c), 5), 3);
         const uint16x8_t outer = vrshrq_n_u16(vaddl_u8(a, d), 3);
@@ -273,36 +272,95 @@ inline Vec<std::uint8_t> cubicBlock(Vec<std::uint8_t> outerLeft, Vec<std::uint8_
         half(vget_high_u8(outerLeft), vget_high_u8(left), vget_high_u8(right), vget_high_u8(outerRight)));
 }
 
+/// Means as in centre().
+[[gnu::always_inline]] inline Vec<std::uint8_t> centreBlock(Vec<std::uint8_t> near, Vec<std::uint8_t> farColumn,
+                                                            Vec<std::uint8_t> farRow, Vec<std::uint8_t> farBoth) {
+    return inPairs<std::uint8_t>(SCentreOfLanes{}, near, farColumn, farRow, farBoth);
+}
+[[gnu::always_inline]] inline Vec<std::uint16_t> centreBlock(Vec<std::uint16_t> near, Vec<std::uint16_t> farColumn,
+                                                             Vec<std::uint16_t> farRow, Vec<std::uint16_t> farBoth) {
+    return inPairs<std::uint16_t>(SCentreOfLanes{}, near, farColumn, farRow, farBoth);
+}
+
 #else
 
 #if VEK_VECTOR_BYTES == 32
 #define VEK_MM(op) _mm256_##op
+using IntVec = __m256i;
 #else
 #define VEK_MM(op) _mm_##op
+using IntVec = __m128i;
 #endif
 
-inline Vec<std::uint8_t> cubicBlock(Vec<std::uint8_t> outerLeft, Vec<std::uint8_t> left, Vec<std::uint8_t> right,
-                                    Vec<std::uint8_t> outerRight) {
-    using Bytes = decltype(VEK_MM(set1_epi8)(0));
+/// Four neighbours, in the type that intrinsics take.
+struct SSources {
+    IntVec a;
+    IntVec b;
+    IntVec c;
+    IntVec d;
+};
+
+[[gnu::always_inline]] inline Vec<std::uint8_t> cubicBlock(Vec<std::uint8_t> outerLeft, Vec<std::uint8_t> left,
+                                                           Vec<std::uint8_t> right, Vec<std::uint8_t> outerRight) {
     // Pairs of bytes side by side are weighted and added by one instruction. A product by 4096 / 32768, rounded, is an
     // eighth, rounded; packing brings the difference back into 0 .. 255.
-    const auto eighths = [](Bytes pairs, char weight) {
+    const auto eighths = [](IntVec pairs, char weight) {
         return VEK_MM(mulhrs_epi16)(VEK_MM(maddubs_epi16)(pairs, VEK_MM(set1_epi8)(weight)), VEK_MM(set1_epi16)(4096));
     };
-    const auto value = [=](Bytes inner, Bytes outer) {
+    const auto value = [=](IntVec inner, IntVec outer) {
         return VEK_MM(sub_epi16)(eighths(inner, 5), eighths(outer, 1));
     };
-    const auto a = (Bytes)outerLeft;
-    const auto b = (Bytes)left;
-    const auto c = (Bytes)right;
-    const auto d = (Bytes)outerRight;
+    const auto [a, b, c, d] = SSources{(IntVec)outerLeft, (IntVec)left, (IntVec)right, (IntVec)outerRight};
     return (Vec<std::uint8_t>)VEK_MM(packus_epi16)(value(VEK_MM(unpacklo_epi8)(b, c), VEK_MM(unpacklo_epi8)(a, d)),
                                                    value(VEK_MM(unpackhi_epi8)(b, c), VEK_MM(unpackhi_epi8)(a, d)));
+}
+
+/// The weights of two bytes or words that stand side by side, the first one in the lower half of lanes.
+inline IntVec pairWeights(unsigned bits, int first, int second) {
+    return bits == 8 ? VEK_MM(set1_epi16)(static_cast<short>(second << 8 | first))
+                     : VEK_MM(set1_epi32)(second << 16 | first);
+}
+
+/// Means as in centre().
+[[gnu::always_inline]] inline Vec<std::uint8_t> centreBlock(Vec<std::uint8_t> near, Vec<std::uint8_t> farColumn,
+                                                            Vec<std::uint8_t> farRow, Vec<std::uint8_t> farBoth) {
+    const auto half = [](IntVec ownRow, IntVec otherRow) {
+        const IntVec own = VEK_MM(maddubs_epi16)(ownRow, pairWeights(8, 9, 3));
+        const IntVec other = VEK_MM(maddubs_epi16)(otherRow, pairWeights(8, 3, 1));
+        return VEK_MM(srli_epi16)(VEK_MM(add_epi16)(own, other), 4);
+    };
+    const auto [a, b, c, d] = SSources{(IntVec)near, (IntVec)farColumn, (IntVec)farRow, (IntVec)farBoth};
+    return (Vec<std::uint8_t>)VEK_MM(packus_epi16)(half(VEK_MM(unpacklo_epi8)(a, b), VEK_MM(unpacklo_epi8)(c, d)),
+                                                   half(VEK_MM(unpackhi_epi8)(a, b), VEK_MM(unpackhi_epi8)(c, d)));
+}
+
+/// The same for words. The products are of signed ones: all are moved down by half of their range, and so is their
+/// mean, the weights being 16 in all.
+[[gnu::always_inline]] inline Vec<std::uint16_t> centreBlock(Vec<std::uint16_t> near, Vec<std::uint16_t> farColumn,
+                                                             Vec<std::uint16_t> farRow, Vec<std::uint16_t> farBoth) {
+    const auto half = [](IntVec ownRow, IntVec otherRow) {
+        const IntVec own = VEK_MM(madd_epi16)(ownRow, pairWeights(16, 9, 3));
+        const IntVec other = VEK_MM(madd_epi16)(otherRow, pairWeights(16, 3, 1));
+        return VEK_MM(srai_epi32)(VEK_MM(add_epi32)(own, other), 4);
+    };
+    const Vec<std::uint16_t> middle = Vec<std::uint16_t>{} + std::uint16_t{0x8000};
+    const auto [a, b, c, d] = SSources{(IntVec)(near ^ middle), (IntVec)(farColumn ^ middle), (IntVec)(farRow ^ middle),
+                                       (IntVec)(farBoth ^ middle)};
+    const IntVec means = VEK_MM(packs_epi32)(half(VEK_MM(unpacklo_epi16)(a, b), VEK_MM(unpacklo_epi16)(c, d)),
+                                             half(VEK_MM(unpackhi_epi16)(a, b), VEK_MM(unpackhi_epi16)(c, d)));
+    return (Vec<std::uint16_t>)means ^ middle;
 }
 
 #undef VEK_MM
 
 #endif
+
+template <class T, unsigned GreenParity>
+inline Vec<T> centreColour(const T* row, const T* farRow, std::size_t x) {
+    const SNearAndFar<T> own = nearAndFar<T, GreenParity>(row, x);
+    const SNearAndFar<T> other = nearAndFar<T, GreenParity>(farRow, x);
+    return centreBlock(own.near, own.far, other.near, other.far);
+}
 
 /// An even number of columns, from .. from + count - 1, that blocks can take, all with reach columns beyond them within
 /// the row; 0 where they do not fill a block.
@@ -452,8 +510,8 @@ void bilinearFalseColorReduction(const T* upper, const T* lower, const T* upperF
         forBlocks<T, Channels>(dst, 2, inner, [=](std::size_t x) {
             const Vec<T> green =
                 meanVec(blockSamples<T, greenParity>(upper, x).green, blockSamples<T, 1 - greenParity>(lower, x).green);
-            storeColours<T, Upper, Channels>(dst + x * Channels, centreBlock<T, greenParity>(upper, upperFar, x), green,
-                                             centreBlock<T, 1 - greenParity>(lower, lowerFar, x));
+            storeColours<T, Upper, Channels>(dst + x * Channels, centreColour<T, greenParity>(upper, upperFar, x),
+                                             green, centreColour<T, 1 - greenParity>(lower, lowerFar, x));
         });
         done = 2 + inner;
     }

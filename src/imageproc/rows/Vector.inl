@@ -116,7 +116,7 @@ struct SPair<std::uint32_t> {
 
 /// combine on the even and on the odd lanes of vectors, in lanes of twice the width; its results fit a sample.
 template <class T, class Combine, class... V>
-inline Vec<T> inPairs(Combine combine, V... v) {
+[[gnu::always_inline]] inline Vec<T> inPairs(Combine combine, V... v) {
     using Pair = typename SPair<T>::type;
     constexpr unsigned bits = 8 * sizeof(T);
     constexpr auto low = static_cast<Pair>((Pair{1} << bits) - 1);
