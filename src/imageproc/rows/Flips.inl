@@ -194,6 +194,21 @@ VEK_ZIP(4, u32, uint32x4_t, epi32)
 VEK_ZIP(8, u64, uint64x2_t, epi64)
 #undef VEK_ZIP
 
+#if VEK_VECTOR_BYTES == 32
+/// Two times 16 bytes, each on their own.
+using Bytes16x2 = Vec<std::uint8_t>;
+template <std::size_t Bytes>
+inline Bytes16x2 zipLow(Bytes16x2 a, Bytes16x2 b) {
+    static_assert(Bytes == 1);
+    return (Bytes16x2)_mm256_unpacklo_epi8((__m256i)a, (__m256i)b);
+}
+template <std::size_t Bytes>
+inline Bytes16x2 zipHigh(Bytes16x2 a, Bytes16x2 b) {
+    static_assert(Bytes == 1);
+    return (Bytes16x2)_mm256_unpackhi_epi8((__m256i)a, (__m256i)b);
+}
+#endif
+
 /// Bytes that a pixel takes while it is transposed: 3 and 6 grow to a power of two.
 template <std::size_t Bytes>
 constexpr std::size_t kUnit16 = Bytes == 3   ? 4
@@ -225,29 +240,62 @@ inline void storeTileRow(std::uint8_t* p, Bytes16 v) {
     __builtin_memcpy(p, &v, kTile16<Bytes> * Bytes);
 }
 
-/// A square of as many pixels as 16 bytes hold. Zipping each row with the one half the square further down moves one
-/// bit of the row's number into the column's; once for each bit, and rows are columns. Reads 16 bytes of each row.
-template <std::size_t Bytes>
-inline void transposeTile(const std::uint8_t* src, std::ptrdiff_t srcPitch, std::uint8_t* dst,
-                          std::ptrdiff_t dstPitch) {
-    constexpr std::size_t n = kTile16<Bytes>;
-    constexpr std::size_t unit = kUnit16<Bytes>;
-    Bytes16 row[n];
-    for (std::size_t i = 0; i < n; ++i) {
-        row[i] = widenPixels<Bytes>(load16(src + static_cast<std::ptrdiff_t>(i) * srcPitch));
-    }
+/// Rows become columns: zipping each row with the one half the square further down moves one bit of the row's number
+/// into the column's; once for each bit of n.
+template <std::size_t Unit, std::size_t n, class V>
+inline void zipRows(V (&row)[n]) {
     for (std::size_t bit = 1; bit < n; bit *= 2) {
-        Bytes16 zipped[n];
+        V zipped[n];
         for (std::size_t i = 0; i < n / 2; ++i) {
-            zipped[2 * i] = zipLow<unit>(row[i], row[i + n / 2]);
-            zipped[2 * i + 1] = zipHigh<unit>(row[i], row[i + n / 2]);
+            zipped[2 * i] = zipLow<Unit>(row[i], row[i + n / 2]);
+            zipped[2 * i + 1] = zipHigh<Unit>(row[i], row[i + n / 2]);
         }
         for (std::size_t i = 0; i < n; ++i) {
             row[i] = zipped[i];
         }
     }
+}
+
+/// A square of as many pixels as 16 bytes hold. Reads 16 bytes of each row.
+template <std::size_t Bytes>
+inline void transposeTile(const std::uint8_t* src, std::ptrdiff_t srcPitch, std::uint8_t* dst,
+                          std::ptrdiff_t dstPitch) {
+    constexpr std::size_t n = kTile16<Bytes>;
+    Bytes16 row[n];
+    for (std::size_t i = 0; i < n; ++i) {
+        row[i] = widenPixels<Bytes>(load16(src + static_cast<std::ptrdiff_t>(i) * srcPitch));
+    }
+    zipRows<kUnit16<Bytes>>(row);
     for (std::size_t i = 0; i < n; ++i) {
         storeTileRow<Bytes>(dst + static_cast<std::ptrdiff_t>(i) * dstPitch, narrowPixels<Bytes>(row[i]));
+    }
+}
+
+/// Tiles one below the other in the source, as many as there are rows for; n divides rows.
+template <std::size_t Bytes>
+inline void transposeColumn(const std::uint8_t* src, std::ptrdiff_t srcPitch, std::uint8_t* dst,
+                            std::ptrdiff_t dstPitch, std::size_t rows) {
+    constexpr std::size_t n = kTile16<Bytes>;
+    std::size_t y = 0;
+#if VEK_VECTOR_BYTES == 32
+    // Bytes two tiles at a time. Larger pixels wait for memory, and for stores that straddle cache lines.
+    if constexpr (Bytes == 1) {
+        for (; y + 2 * n <= rows; y += 2 * n) {
+            Bytes16x2 row[n];
+            for (std::size_t i = 0; i < n; ++i) {
+                const std::uint8_t* const upper = src + static_cast<std::ptrdiff_t>(y + i) * srcPitch;
+                const std::uint8_t* const lower = upper + static_cast<std::ptrdiff_t>(n) * srcPitch;
+                row[i] = (Bytes16x2)_mm256_loadu2_m128i((const __m128i*)lower, (const __m128i*)upper);
+            }
+            zipRows<Bytes>(row);
+            for (std::size_t i = 0; i < n; ++i) {
+                store(dst + static_cast<std::ptrdiff_t>(i) * dstPitch + y * Bytes, row[i]);
+            }
+        }
+    }
+#endif
+    for (; y < rows; y += n) {
+        transposeTile<Bytes>(src + static_cast<std::ptrdiff_t>(y) * srcPitch, srcPitch, dst + y * Bytes, dstPitch);
     }
 }
 
@@ -291,11 +339,9 @@ inline void transposeTiles(const std::uint8_t* src, std::ptrdiff_t srcPitch, std
                 blockPitch = kLine;
             }
             for (std::size_t x = 0; x < right - left; x += n) {
-                for (std::size_t y = 0; y < bottom - top; y += n) {
-                    transposeTile<Bytes>(block + static_cast<std::ptrdiff_t>(y) * blockPitch + x * Bytes, blockPitch,
-                                         dst + static_cast<std::ptrdiff_t>(left + x) * dstPitch + (top + y) * Bytes,
-                                         dstPitch);
-                }
+                transposeColumn<Bytes>(block + x * Bytes, blockPitch,
+                                       dst + static_cast<std::ptrdiff_t>(left + x) * dstPitch + top * Bytes, dstPitch,
+                                       bottom - top);
             }
         }
     }
