@@ -11,6 +11,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -53,6 +54,7 @@ bool parse(int argc, char** argv, SOptions* options) {
     return options->passes > 0;
 }
 
+/// In the order of the stages, the depths of an operation together.
 Operations operations(bool all) {
     Operations chosen;
     for (const auto& family :
@@ -61,7 +63,9 @@ Operations operations(bool all) {
           formatConversionOperations, averageOperations, chainOperations}) {
         for (SOperation& operation : family()) {
             if (all || !operation.extra) {
-                chosen.push_back(std::move(operation));
+                const auto last = std::find_if(chosen.rbegin(), chosen.rend(),
+                                               [&](const SOperation& other) { return other.name == operation.name; });
+                chosen.insert(last == chosen.rend() ? chosen.end() : last.base(), std::move(operation));
             }
         }
     }

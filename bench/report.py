@@ -101,25 +101,30 @@ def mark(old, new, margin):
     return "faster" if new < old * (1 - margin) else ""
 
 
+def keyed(run):
+    return {(row["operation"], row["bits"], row["width"], row["height"]): row for row in run["rows"]}
+
+
 def compare_table(old, new, margin=MARGIN):
-    """The best tier of every row, copies and other tiers where they differ by more than the margin."""
-    def keyed(run):
-        return {(row["operation"], row["bits"], row["width"], row["height"]): row for row in run["rows"]}
+    """The best tier of every row of both runs, copies and other tiers where they differ by more than the margin."""
     before, after = keyed(old), keyed(new)
+    best = new["context"]["best_tier"]
     rows = []
-    for key in [*before, *[key for key in after if key not in before]]:
-        name = [key[0], str(key[1]), f"{key[2]} x {key[3]}"]
-        if key not in before or key not in after:
-            rows.append([*name, "", "", "", "", "only in the old run" if key in before else "only in the new run"])
-            continue
+    for key in [key for key in before if key in after]:
         a, b = ({"memcpy": row["memcpy"], **row["tiers"]} for row in (before[key], after[key]))
-        best = new["context"]["best_tier"]
         for tier in [best, *[tier for tier in a if tier != best]]:
             if a.get(tier) and b.get(tier):
                 word = mark(a[tier], b[tier], margin)
                 if word or tier == best:
-                    rows.append([*name, tier, figure(a[tier]), figure(b[tier]), ratio(b[tier], a[tier]), word])
+                    rows.append([key[0], str(key[1]), f"{key[2]} x {key[3]}", tier, figure(a[tier]), figure(b[tier]),
+                                 ratio(b[tier], a[tier]), word])
     return ["operation", "bits", "size", "tier", "old", "new", "ratio", ""], rows
+
+
+def lonely(run, other, name):
+    """A line that names the rows which the other run lacks; none if there are none."""
+    names = dict.fromkeys(f"{key[0]}/{key[1]}" for key in keyed(run) if key not in keyed(other))
+    return [f"only in the {name} run: {', '.join(names)}"] if names else []
 
 
 def print_table(head, rows):
@@ -137,7 +142,9 @@ def main(arguments):
         command, *values = arguments or [""]
         if command == "compare" and len(values) in (2, 3):
             margin = float(values[2]) if len(values) == 3 else MARGIN
-            print_table(*compare_table(load(values[0]), load(values[1]), margin))
+            old, new = load(values[0]), load(values[1])
+            print_table(*compare_table(old, new, margin))
+            print(*lonely(old, new, "old"), *lonely(new, old, "new"), sep="\n")
         elif command in ("table", "scaling") and len(values) == 1:
             run = load(values[0])
             print("\n".join(f"{name + ':':11}{text}" for name, text in context_lines(run)), end="\n\n")

@@ -84,9 +84,10 @@ class Report(unittest.TestCase):
         old = self.load(row("turn", {"avx2": 0.1}), row("turn", {"avx2": 0.1}, bits=16))
         new = self.load(row("turn", {"avx2": 0.1}), row("turn", {"avx2": 0.1}, size=(64, 64)))
         _, rows = report.compare_table(old, new)
-        self.assertEqual([(line[1], line[2], line[7]) for line in rows],
-                         [("8", "2448 x 2048", ""), ("16", "2448 x 2048", "only in the old run"),
-                          ("8", "64 x 64", "only in the new run")])
+        self.assertEqual([line[1:3] for line in rows], [["8", "2448 x 2048"]])
+        self.assertEqual(report.lonely(old, new, "old"), ["only in the old run: turn/16"])
+        self.assertEqual(report.lonely(new, old, "new"), ["only in the new run: turn/8"])
+        self.assertEqual(report.lonely(old, old, "old"), [])
 
     def test_comparison_ends_well_whatever_it_finds(self):
         old = self.file(record(row("turn", {"avx2": 0.1})), "old.json")
