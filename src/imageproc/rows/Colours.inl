@@ -220,8 +220,15 @@ inline std::size_t chunkColumns(std::size_t x, std::size_t end) {
     return blocks < kChunk ? blocks : kChunk;
 }
 
-/// Pixels of three samples without gaps: those of a row themselves, or a copy of a chunk where they stand further
-/// apart.
+/// Columns from x on, a chunk at most; less than a block is the end of a row.
+template <class T>
+inline std::size_t anyColumns(std::size_t x, std::size_t end) {
+    const std::size_t blocks = chunkColumns<T>(x, end);
+    return blocks != 0 ? blocks : end - x;
+}
+
+/// Pixels of three samples without gaps, in whole blocks: those of a row themselves, or a copy where they stand further
+/// apart or are less than a block.
 template <class T>
 class CDensePixels {
 public:
@@ -231,7 +238,7 @@ public:
     /// pixel are not.
     template <class Pixels>
     Pixels* Take(Pixels* pixels, std::size_t count) {
-        if (mStep == 3) {
+        if (mStep == 3 && count >= kLanes<T>) {
             return pixels;
         }
         std::size_t i = 0;
@@ -248,11 +255,14 @@ public:
             __builtin_memcpy(mPixels + 3 * i, pixels + i * mStep, 4 * sizeof(T));
         }
         __builtin_memcpy(mPixels + 3 * i, pixels + i * mStep, 3 * sizeof(T));
+        if (count < kLanes<T>) {
+            __builtin_memset(mPixels + 3 * count, 0, 3 * (kLanes<T> - count) * sizeof(T));
+        }
         return mPixels;
     }
     /// What Take gave goes back to where it came from.
     void PutBack(T* pixels, std::size_t count) const {
-        if (mStep != 3) {
+        if (mStep != 3 || count < kLanes<T>) {
             for (std::size_t i = 0; i < count; ++i) {
                 __builtin_memcpy(pixels + i * mStep, mPixels + 3 * i, 3 * sizeof(T));
             }
@@ -356,8 +366,9 @@ inline std::size_t lumaCurveBlocks(T* row, std::size_t width, std::size_t step, 
     SChunk<T> level;
     CDensePixels<T> dense(step);
     std::size_t x = 0;
-    while (const std::size_t count = chunkColumns<T>(x, width)) {
-        T* const pixels = dense.Take(row + x * step, count);
+    while (const std::size_t columns = anyColumns<T>(x, width)) {
+        const std::size_t count = columns < kLanes<T> ? kLanes<T> : columns;
+        T* const pixels = dense.Take(row + x * step, columns);
         lumaBlocks(pixels, luma.at, count);
         __builtin_memcpy(level.at, luma.at, count * sizeof(T));
         lookUp(level.at, count, levels, levels);
@@ -372,8 +383,8 @@ inline std::size_t lumaCurveBlocks(T* row, std::size_t width, std::size_t step, 
                 changeBlock(pixels + 3 * i, (after - before) & ~falls, (before - after) & falls, max);
             }
         }
-        dense.PutBack(row + x * step, count);
-        x += count;
+        dense.PutBack(row + x * step, columns);
+        x += columns;
     }
     return x;
 }
@@ -432,9 +443,9 @@ template <class T>
 inline std::size_t suppressChromaBlocks(T* row, std::size_t width, std::size_t step, const SChromaLimits& limits) {
     CDensePixels<T> dense(step);
     std::size_t x = 0;
-    while (const std::size_t count = chunkColumns<T>(x, width)) {
-        T* const pixels = dense.Take(row + x * step, count);
-        for (std::size_t i = 0; i < count; i += kLanes<T>) {
+    while (const std::size_t columns = anyColumns<T>(x, width)) {
+        T* const pixels = dense.Take(row + x * step, columns);
+        for (std::size_t i = 0; i < columns; i += kLanes<T>) {
             const SColours<T> colours = loadColours(pixels + 3 * i);
             const SStrength<T> strength(lumaVec(colours), limits);
             // Bright and dark areas are connected.
@@ -443,8 +454,8 @@ inline std::size_t suppressChromaBlocks(T* row, std::size_t width, std::size_t s
                                towardGreenVec(colours.red, colours.green, strength));
             }
         }
-        dense.PutBack(row + x * step, count);
-        x += count;
+        dense.PutBack(row + x * step, columns);
+        x += columns;
     }
     return x;
 }
@@ -808,12 +819,24 @@ inline void multiplyBlocks(T* pixels, std::size_t count, std::size_t step, SProd
     }
 }
 
+/// Asks for the dense pixels of a block some time ahead: these loops are slow enough for the processor to lose sight of
+/// the row. Nothing is read.
+template <class T>
+inline void prefetchPixels(const T* pixels) {
+    constexpr std::size_t ahead = 1024;
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(pixels) + ahead;
+    for (std::size_t i = 0; i < 3 * VEK_VECTOR_BYTES; i += 64) {
+        __builtin_prefetch(bytes + i);
+    }
+}
+
 #if VEK_VECTOR_BYTES == 64
 
 /// 64 dense pixels of bytes at a time: 16-bit products from tables that stand in registers.
 inline std::size_t multiplyInRegisters(std::uint8_t* row, std::size_t width, const SMatrixTables::BytePlanes* planes) {
     std::size_t x = 0;
     for (; x + kLanes<std::uint8_t> <= width; x += kLanes<std::uint8_t>) {
+        prefetchPixels(row + 3 * x);
         const SColours<std::uint8_t> colours = loadColours(row + 3 * x);
         const __m512i in[3] = {(__m512i)colours.blue, (__m512i)colours.green, (__m512i)colours.red};
         Vec<std::uint8_t> out[3];
@@ -837,31 +860,38 @@ inline std::size_t multiplyInRegisters(std::uint8_t* row, std::size_t width, con
 #endif
 
 template <class Kind, class T>
-inline std::size_t multiply(T* row, std::size_t width, std::size_t step, SProducts<Kind> products, T maxValue) {
-    constexpr std::size_t lanes = kLanes<T>;
-    const std::size_t columns = width / lanes * lanes;
+inline std::size_t multiply(T* row, std::size_t done, std::size_t width, std::size_t step, SProducts<Kind> products,
+                            T maxValue) {
+    constexpr std::size_t block = 4 / sizeof(T);
+    std::size_t x = done;
     if (step != 3) {
-        multiplyBlocks<true, false>(row, columns, step, products, maxValue);
-    } else if constexpr (sizeof(T) == 1) {
-        multiplyBlocks<false, true>(row, columns, 3, products, maxValue);
-    } else {
+        const std::size_t columns = (width - x) / block * block;
+        multiplyBlocks<true, false>(row + x * step, columns, step, products, maxValue);
+        return x + columns;
+    }
+    if constexpr (sizeof(T) != 1) {
+        constexpr std::size_t lanes = kLanes<T>;
         const Vec<T> last = Vec<T>{} + 4095;
-        for (std::size_t x = 0; x < columns; x += lanes) {
+        for (; x + lanes <= width; x += lanes) {
             T* const pixels = row + 3 * x;
+            prefetchPixels(pixels);
             anyAbove(pixels, last) ? multiplyBlocks<true, true>(pixels, lanes, 3, products, maxValue)
                                    : multiplyBlocks<false, true>(pixels, lanes, 3, products, maxValue);
         }
     }
-    return columns;
+    const std::size_t columns = (width - x) / block * block;
+    multiplyBlocks<sizeof(T) != 1, true>(row + 3 * x, columns, 3, products, maxValue);
+    return x + columns;
 }
 
 template <class T>
 inline std::size_t matrixBlocks(T* row, std::size_t width, std::size_t step, const SMatrixTables& tables,
                                 unsigned maxValue) {
+    std::size_t done = 0;
 #if VEK_VECTOR_BYTES == 64
     if constexpr (sizeof(T) == 1) {
         if (tables.narrowBytes && step == 3 && maxValue == 255) {
-            return multiplyInRegisters(row, width, tables.planes);
+            done = multiplyInRegisters(row, width, tables.planes);
         }
     }
 #endif
@@ -869,10 +899,10 @@ inline std::size_t matrixBlocks(T* row, std::size_t width, std::size_t step, con
         constexpr unsigned largest = 0x7FFF; // which no sum of 16 bits exceeds
         const auto held = static_cast<T>(sizeof(T) == 2 && maxValue > largest ? largest : maxValue);
         const SProducts<SNarrowSums> products = {tables.narrowBlue, tables.narrowGreen, tables.narrowRed};
-        return multiply(row, width, step, products, held);
+        return multiply(row, done, width, step, products, held);
     }
     const SProducts<SWideSums> products = {tables.blue, tables.green, tables.red};
-    return tables.moderate ? multiply(row, width, step, products, static_cast<T>(maxValue)) : 0;
+    return tables.moderate ? multiply(row, 0, width, step, products, static_cast<T>(maxValue)) : 0;
 }
 
 #endif
