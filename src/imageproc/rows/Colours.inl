@@ -220,6 +220,11 @@ inline std::size_t chunkColumns(std::size_t x, std::size_t end) {
     return blocks < kChunk ? blocks : kChunk;
 }
 
+template <std::size_t Step>
+struct SStep {
+    static constexpr std::size_t value = Step;
+};
+
 /// Columns from x on, a chunk at most; less than a block is the end of a row.
 template <class T>
 inline std::size_t anyColumns(std::size_t x, std::size_t end) {
@@ -227,34 +232,69 @@ inline std::size_t anyColumns(std::size_t x, std::size_t end) {
     return blocks != 0 ? blocks : end - x;
 }
 
-/// Pixels of three samples without gaps, in whole blocks: those of a row themselves, or a copy where they stand further
-/// apart or are less than a block.
+/// Copies the pixels of a row that stand Step samples apart to dense ones, or back. Samples between pixels may be read
+/// with them, those behind the last pixel are not; only pixels are written.
+template <std::size_t Step, class T>
+inline void gatherPixels(const T* pixels, std::size_t count, T* dense) {
+    // A chunk further on: nothing is read there.
+    constexpr std::size_t ahead = kChunk * Step * sizeof(T);
+    std::size_t i = 0;
+    if constexpr (Step == 4) {
+        constexpr std::size_t together = 4 / sizeof(T);
+        for (; i + together < count; i += together) {
+            __builtin_prefetch(reinterpret_cast<const std::uint8_t*>(pixels + i * Step) + ahead);
+            Bytes16 four;
+            __builtin_memcpy(&four, pixels + i * Step, sizeof four);
+            four = narrowPixels<3 * sizeof(T)>(four);
+            __builtin_memcpy(dense + 3 * i, &four, sizeof four);
+        }
+    }
+    for (; i + 1 < count; ++i) {
+        __builtin_prefetch(reinterpret_cast<const std::uint8_t*>(pixels + i * Step) + ahead);
+        __builtin_memcpy(dense + 3 * i, pixels + i * Step, 4 * sizeof(T));
+    }
+    __builtin_memcpy(dense + 3 * i, pixels + i * Step, 3 * sizeof(T));
+}
+template <std::size_t Step, class T>
+inline void scatterPixels(const T* dense, std::size_t count, T* pixels) {
+    for (std::size_t i = 0; i < count; ++i) {
+        __builtin_memcpy(pixels + i * Step, dense + 3 * i, 3 * sizeof(T));
+    }
+}
+
+/// Calls copy(step) with the step as a constant.
+template <class Copy>
+inline void withStep(std::size_t step, Copy copy) {
+    switch (step) {
+    case 3:
+        copy(SStep<3>{});
+        break;
+    case 4:
+        copy(SStep<4>{});
+        break;
+    case 6:
+        copy(SStep<6>{});
+        break;
+    default:
+        copy(SStep<8>{});
+        break;
+    }
+}
+
+/// Pixels of three samples without gaps, in whole blocks: those of a row themselves, or a copy where they stand 4, 6 or
+/// 8 samples apart or are less than a block.
 template <class T>
 class CDensePixels {
 public:
     explicit CDensePixels(std::size_t step) : mStep(step) {}
 
-    /// count pixels from pixels on, at least one. Samples between pixels may be read with them, those behind the last
-    /// pixel are not.
+    /// count pixels from pixels on, at least one.
     template <class Pixels>
     Pixels* Take(Pixels* pixels, std::size_t count) {
-        if (mStep == 3 && count >= kLanes<T>) {
+        if (!Copies(count)) {
             return pixels;
         }
-        std::size_t i = 0;
-        if (mStep == 4) {
-            constexpr std::size_t together = 4 / sizeof(T);
-            for (; i + together < count; i += together) {
-                Bytes16 four;
-                __builtin_memcpy(&four, pixels + 4 * i, sizeof four);
-                four = narrowPixels<3 * sizeof(T)>(four);
-                __builtin_memcpy(mPixels + 3 * i, &four, sizeof four);
-            }
-        }
-        for (; i + 1 < count; ++i) {
-            __builtin_memcpy(mPixels + 3 * i, pixels + i * mStep, 4 * sizeof(T));
-        }
-        __builtin_memcpy(mPixels + 3 * i, pixels + i * mStep, 3 * sizeof(T));
+        withStep(mStep, [=, this](auto step) { gatherPixels<step.value, T>(pixels, count, mPixels); });
         if (count < kLanes<T>) {
             __builtin_memset(mPixels + 3 * count, 0, 3 * (kLanes<T> - count) * sizeof(T));
         }
@@ -262,14 +302,14 @@ public:
     }
     /// What Take gave goes back to where it came from.
     void PutBack(T* pixels, std::size_t count) const {
-        if (mStep != 3 || count < kLanes<T>) {
-            for (std::size_t i = 0; i < count; ++i) {
-                __builtin_memcpy(pixels + i * mStep, mPixels + 3 * i, 3 * sizeof(T));
-            }
+        if (Copies(count)) {
+            withStep(mStep, [=, this](auto step) { scatterPixels<step.value, T>(mPixels, count, pixels); });
         }
     }
 
 private:
+    bool Copies(std::size_t count) const { return mStep != 3 || count < kLanes<T>; }
+
     std::size_t mStep;
     T mPixels[3 * kChunk + 4]; ///< and room for what is stored with the last pixels
 };

@@ -250,7 +250,13 @@ struct SYCrCbBlock {
         } else {
             static constexpr SYBytes kThird =
                 makeYBytes([](std::size_t i) { return Part::find(2, planeAt<Packing, Plane>(i)); });
-            const __mmask64 third = _mm512_cmplt_epu8_mask((__m512i)kThird.vec(), _mm512_set1_epi8(kYCrCbPart));
+            constexpr std::uint64_t third = [] {
+                std::uint64_t mask = 0;
+                for (std::size_t i = 0; i < kYCrCbLanes; ++i) {
+                    mask |= std::uint64_t{kThird.byte[i] < kYCrCbPart} << i;
+                }
+                return mask;
+            }();
             return (YBytes)_mm512_mask_permutexvar_epi8((__m512i)firstTwo, third, (__m512i)kThird.vec(), (__m512i)v[2]);
         }
 #else
