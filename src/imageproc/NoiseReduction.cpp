@@ -341,13 +341,13 @@ unsigned long CNoiseReduction::mComplexNR(unsigned long width, unsigned long hei
     constexpr unsigned long reach = 2;
     T* const samples = static_cast<T*>(live.get());
     const auto liveRow = [&](unsigned long y) { return samples + y % (reach + 1) * width; };
+    T brightest[reach + 1] = {};
     for (unsigned long y = 0; y < height + reach; ++y) {
         if (y < height) {
-            T* const row = rowAt(image, y, linePitch);
-            std::copy(row, row + width, liveRow(y));
-            subtract(row, rowAt(dark, y, linePitch), width);
+            brightest[y % (reach + 1)] =
+                subtract(rowAt(image, y, linePitch), rowAt(dark, y, linePitch), liveRow(y), width);
         }
-        if (y >= reach && known) {
+        if (y >= reach && known && brightest[(y - reach) % (reach + 1)] >= threshold) {
             mMedianFilterClippedPixel<T>(width, height, linePitch, colorArray, liveRow(y - reach), image, threshold,
                                          y - reach);
         }

@@ -169,7 +169,7 @@ inline std::size_t lookUpBlocks(std::uint16_t* row, std::size_t width, const std
     constexpr std::size_t lanes = kLanes<std::uint16_t>;
     std::size_t x = 0;
     for (; x + lanes <= width; x += lanes) {
-        if (mbAnySet(load(row + x) > last)) {
+        if (anyLane(load(row + x) > last)) {
             lookUpSpan(row, x, x + lanes, even, odd);
             continue;
         }

@@ -48,10 +48,14 @@ inline void easyBayerSpan(const SBayerRows<T>& around, T* row, std::size_t from,
 }
 
 template <class T>
-inline void subtractSpan(T* row, const T* dark, std::size_t from, std::size_t to) {
+inline T subtractSpan(T* row, const T* dark, T* live, std::size_t from, std::size_t to) {
+    T brightest = 0;
     for (std::size_t x = from; x < to; ++x) {
+        live[x] = row[x];
+        brightest = larger(brightest, live[x]);
         row[x] = static_cast<T>(row[x] > dark[x] ? row[x] - dark[x] : 0);
     }
+    return brightest;
 }
 
 template <class T>
@@ -206,24 +210,55 @@ inline std::size_t easyBayerBlocks(const SBayerRows<T>& around, T* row, std::siz
     return x;
 }
 
+/// Calls repair(x) for the whole blocks from column from on that have a clipped sample, and perhaps a few that have
+/// none; returns the first column behind those that are done. Clipped samples are rare and stand together.
+template <class T, class Repair>
+inline std::size_t forClippedBlocks(const T* live, std::size_t from, std::size_t to, T threshold, Repair repair) {
+    using Wide = WideVec<T>;
+    constexpr std::size_t lanes = sizeof(Wide) / sizeof(T);
+    const Wide limit = Wide{} + threshold;
+    const auto anyClipped = [=](std::size_t x) { return anyLane(loadAs<Wide>(live + x) >= limit); };
+    std::size_t x = from;
+    for (; x + lanes <= to; x += lanes) {
+        if (anyClipped(x)) {
+            for (std::size_t i = 0; i < lanes; i += kLanes<T>) {
+                repair(x + i);
+            }
+        }
+    }
+    if (x != from && !anyClipped(to - lanes)) {
+        return to;
+    }
+    for (; x + kLanes<T> <= to; x += kLanes<T>) {
+        repair(x);
+    }
+    return x;
+}
+
 template <class T>
 inline std::size_t repairBayerBlocks(const SBayerRows<T>& around, T* row, const T* live, std::size_t from,
                                      std::size_t to, T threshold) {
     const Vec<T> greens = greenMask<T>(around.greenParity);
-    std::size_t x = from;
-    for (; x + kLanes<T> <= to; x += kLanes<T>) {
+    return forClippedBlocks(live, from, to, threshold, [&](std::size_t x) {
         const Vec<T> own = load(row + x);
         const Vec<T> clipped = clippedMask(load(live + x), own, threshold);
-        if (mbAnySet(clipped)) {
-            const SSorted<T> others = sortedNeighbours(around, row, x);
-            // What is not clipped stays, whatever stands before it.
-            const SLimits<T> limits = limitsFromStart<T>(
-                {select(clipped, larger(own, others.smallest), own), select(clipped, larger(own, others.middle), own)});
-            const Vec<T> green = select(clipped, brighterBlock(around.above, own, around.below, x), own);
-            store(row + x, select(greens, green, limits.Apply(repeatPair(row + x - 2))));
-        }
-    }
-    return x;
+        const SSorted<T> others = sortedNeighbours(around, row, x);
+        // What is not clipped stays, whatever stands before it.
+        const SLimits<T> limits = limitsFromStart<T>(
+            {select(clipped, larger(own, others.smallest), own), select(clipped, larger(own, others.middle), own)});
+        const Vec<T> green = select(clipped, brighterBlock(around.above, own, around.below, x), own);
+        store(row + x, select(greens, green, limits.Apply(repeatPair(row + x - 2))));
+    });
+}
+
+template <class T>
+inline std::size_t repairMonoBlocks(const T* above, T* row, const T* below, const T* live, std::size_t from,
+                                    std::size_t to, T threshold) {
+    return forClippedBlocks(live, from, to, threshold, [=](std::size_t x) {
+        const Vec<T> own = load(row + x);
+        const Vec<T> clipped = clippedMask(load(live + x), own, threshold);
+        store(row + x, select(clipped, brighterBlock(above, own, below, x), own));
+    });
 }
 
 #endif
@@ -259,16 +294,24 @@ void easyBayer(const T* above2, const T* above, T* row, const T* below, const T*
 }
 
 template <class T>
-void subtract(T* row, const T* dark, std::size_t width) {
+T subtract(T* row, const T* dark, T* live, std::size_t width) {
     std::size_t done = 0;
+    T brightest = 0;
 #if VEK_VECTOR_BYTES != 0
     // Memory alone decides here, and it is slower with wider vectors.
-    done = changeBlocksOf<Vec<T>>(row, done, width, [=]<class V>(V, std::size_t x) {
-        const V level = loadAs<V>(dark + x);
-        return larger(loadAs<V>(row + x), level) - level;
+    Vec<T> bright{};
+    done = changeBlocksOf<Vec<T>>(row, done, width, [&](Vec<T>, std::size_t x) {
+        const Vec<T> own = load(row + x);
+        const Vec<T> level = load(dark + x);
+        store(live + x, own);
+        bright = larger(bright, own);
+        return larger(own, level) - level;
     });
+    for (std::size_t i = 0; i < kLanes<T>; ++i) {
+        brightest = larger(brightest, static_cast<T>(bright[i]));
+    }
 #endif
-    subtractSpan(row, dark, done, width);
+    return larger(brightest, subtractSpan(row, dark, live, done, width));
 }
 
 template <class T>
@@ -276,12 +319,7 @@ void repairMono(const T* above, T* row, const T* below, const T* live, std::size
     const std::size_t end = innerEnd(width, 1);
     std::size_t done = 1;
 #if VEK_VECTOR_BYTES != 0
-    done = changeBlocks(row, done, end, [=]<class V>(V, std::size_t x) {
-        const V own = loadAs<V>(row + x);
-        const V clipped = clippedMask(loadAs<V>(live + x), own, threshold);
-        // Rare, and then side by side.
-        return mbAnySet(clipped) ? select(clipped, brighterBlock(above, own, below, x), own) : own;
-    });
+    done = repairMonoBlocks(above, row, below, live, done, end, threshold);
 #endif
     repairMonoSpan(above, row, below, live, done, end, threshold);
 }

@@ -179,7 +179,7 @@ struct SMatrixTables {
     const NarrowEntry* narrowRed;
     /// The products of bytes in 16 bits once more, low and high bytes apart: by output blue, green, red, and input
     /// byte.
-    struct BytePlanes {
+    struct alignas(64) BytePlanes {
         std::uint8_t low[3][256];
         std::uint8_t high[3][256];
     };
@@ -260,8 +260,8 @@ struct SNoiseRows {
     /// colour those two columns and two rows away.
     void (*easyBayer)(const T* above2, const T* above, T* row, const T* below, const T* below2, std::size_t width,
                       unsigned greenParity);
-    /// row - dark, 0 at least. Any width.
-    void (*subtract)(T* row, const T* dark, std::size_t width);
+    /// row - dark, 0 at least; live gets the row as it was. Returns its largest sample. Any width.
+    T (*subtract)(T* row, const T* dark, T* live, std::size_t width);
     /// Columns 1 .. width-2 (mono) or 2 .. width-3 (Bayer) that were at or above threshold in live and are below it now
     /// become the median of themselves and the neighbours of the easy filter where that is brighter, left to right.
     void (*repairMono)(const T* above, T* row, const T* below, const T* live, std::size_t width, T threshold);

@@ -206,8 +206,9 @@ inline V inRegister(V v) {
     return v;
 }
 
+/// Whether any bit is set, of vectors of any size.
 template <class V>
-inline bool mbAnySet(V mask) {
+inline bool anyLane(V mask) {
 #if defined(__ARM_NEON)
     return vmaxvq_u8((uint8x16_t)mask) != 0;
 #else
@@ -544,7 +545,7 @@ template <unsigned Channels, class T>
 // ---- arithmetic that the vector types cannot say ----
 
 // addSat, subSat: a + b and a - b, held within the sample's range. mulHigh: the upper half of a product. mulRounded:
-// (a x b + 2^14) >> 15, of factors below 2^15. anyLane: whether any bit is set.
+// (a x b + 2^14) >> 15, of factors below 2^15.
 #if defined(__ARM_NEON)
 
 inline Vec<std::uint8_t> addSat(Vec<std::uint8_t> a, Vec<std::uint8_t> b) {
@@ -567,10 +568,6 @@ inline Vec<std::uint16_t> mulHigh(Vec<std::uint16_t> a, Vec<std::uint16_t> b) {
 inline Vec<std::uint16_t> mulRounded(Vec<std::uint16_t> a, Vec<std::uint16_t> b) {
     return (Vec<std::uint16_t>)vqrdmulhq_s16((int16x8_t)a, (int16x8_t)b);
 }
-template <class V>
-inline bool anyLane(V v) {
-    return vmaxvq_u32((uint32x4_t)v) != 0;
-}
 
 #else
 
@@ -591,16 +588,6 @@ inline Vec<std::uint16_t> mulHigh(Vec<std::uint16_t> a, Vec<std::uint16_t> b) {
 }
 inline Vec<std::uint16_t> mulRounded(Vec<std::uint16_t> a, Vec<std::uint16_t> b) {
     return (Vec<std::uint16_t>)VEK_MM(mulhrs_epi16)((Register)a, (Register)b);
-}
-template <class V>
-inline bool anyLane(V v) {
-#if VEK_VECTOR_BYTES == 64
-    return _mm512_test_epi64_mask((Register)v, (Register)v) != 0;
-#elif VEK_VECTOR_BYTES == 32
-    return _mm256_testz_si256((Register)v, (Register)v) == 0;
-#else
-    return _mm_testz_si128((Register)v, (Register)v) == 0;
-#endif
 }
 
 #endif
