@@ -53,16 +53,16 @@ protected:
         using Table = const rows::SRowTable&;
         Compare<T>("easyMono", width, pattern, depth, flush, random,
                    [&](Table rows, T* row) { rows::noiseRows<T>(rows).easyMono(around[1], row, around[2], width); });
-        std::vector<T> live[2] = {std::vector<T>(width + 1), std::vector<T>(width + 1)};
+        std::vector<T> kept[2] = {std::vector<T>(width + 1), std::vector<T>(width + 1)};
         T brightest[2] = {};
         std::size_t turn = 0;
         Compare<T>("subtract", width, pattern, depth, flush, random, [&](Table rows, T* row) {
-            brightest[turn] = rows::noiseRows<T>(rows).subtract(row, around[0], live[turn].data(), width);
+            brightest[turn] = rows::noiseRows<T>(rows).subtract(row, around[0], kept[turn].data(), width);
             ++turn;
         });
-        ASSERT_EQ(live[0], live[1]) << table().name;
+        ASSERT_EQ(kept[0], kept[1]) << table().name;
         ASSERT_EQ(brightest[0], brightest[1]) << table().name;
-        ASSERT_EQ(brightest[1], *std::max_element(live[1].begin(), live[1].end())) << table().name;
+        ASSERT_EQ(brightest[1], *std::max_element(kept[1].begin(), kept[1].end())) << table().name;
         Compare<T>("repairMono", width, pattern, depth, flush, random, [&](Table rows, T* row) {
             rows::noiseRows<T>(rows).repairMono(around[1], row, around[2], around[4], width, threshold);
         });
