@@ -364,9 +364,10 @@ struct SPixelVectors {
     Vec<T> v[Channels];
 };
 
-#if defined(__AVX512VBMI__)
+#if VEK_VECTOR_BYTES == 64
 
-// vpermi2b and vpermi2w take any lane of two registers: two of them make a vector of pixels.
+// vpermi2b and vpermi2w take any lane of two registers: two of them make a vector of pixels. In vectors of 32 bytes
+// they are no faster than what AVX2 does.
 inline Vec<std::uint8_t> permute2(Vec<std::uint8_t> a, Vec<std::uint8_t> index, Vec<std::uint8_t> b) {
     return (Vec<std::uint8_t>)VEK_MM(permutex2var_epi8)((Register)a, (Register)index, (Register)b);
 }
@@ -391,22 +392,6 @@ inline SPixelVectors<Channels, T> interleave(Vec<T> b, Vec<T> g, Vec<T> r) {
         return {{pixelVector<4, 0, T>(b, g, r), pixelVector<4, 1, T>(b, g, r), pixelVector<4, 2, T>(b, g, r),
                  pixelVector<4, 3, T>(b, g, r)}};
     }
-}
-
-#if VEK_VECTOR_BYTES == 64
-using ByteMask = __mmask64;
-using WordMask = __mmask32;
-#else
-using ByteMask = __mmask32;
-using WordMask = __mmask16;
-#endif
-
-/// Stores the first three samples of each four.
-inline void storeThreeOfFour(std::uint8_t* dst, Vec<std::uint8_t> pixels) {
-    VEK_MM(mask_storeu_epi8)(dst, static_cast<ByteMask>(0x7777777777777777), (Register)pixels);
-}
-inline void storeThreeOfFour(std::uint16_t* dst, Vec<std::uint16_t> pixels) {
-    VEK_MM(mask_storeu_epi16)(dst, static_cast<WordMask>(0x77777777), (Register)pixels);
 }
 
 #else // pshufb and unpack work within 16 bytes
@@ -497,6 +482,26 @@ inline SPixelVectors<Channels, T> interleave(Vec<T> b, Vec<T> g, Vec<T> r) {
         return {{(V)run0, (V)run1, (V)run2, (V)run3}};
 #endif
     }
+}
+
+#endif
+
+#if defined(__AVX512VBMI__)
+
+#if VEK_VECTOR_BYTES == 64
+using ByteMask = __mmask64;
+using WordMask = __mmask32;
+#else
+using ByteMask = __mmask32;
+using WordMask = __mmask16;
+#endif
+
+/// Stores the first three samples of each four.
+inline void storeThreeOfFour(std::uint8_t* dst, Vec<std::uint8_t> pixels) {
+    VEK_MM(mask_storeu_epi8)(dst, static_cast<ByteMask>(0x7777777777777777), (Register)pixels);
+}
+inline void storeThreeOfFour(std::uint16_t* dst, Vec<std::uint16_t> pixels) {
+    VEK_MM(mask_storeu_epi16)(dst, static_cast<WordMask>(0x77777777), (Register)pixels);
 }
 
 #endif
@@ -605,7 +610,7 @@ struct SColours {
 // loadColours takes kLanes<T> dense pixels of three samples apart. repeatLanes<K> gives sample i of the K-th of their
 // three vectors in memory order the lane of its pixel in v.
 
-#if defined(__AVX512VBMI__)
+#if VEK_VECTOR_BYTES == 64
 
 template <std::size_t K, class T>
 inline Vec<T> repeatLanes(Vec<T> v) {
