@@ -286,37 +286,35 @@ struct SCentreOfLanes {
 
 #if VEK_VECTOR_BYTES == 32
 #define VEK_MM(op) _mm256_##op
-using IntVec = __m256i;
 #else
 #define VEK_MM(op) _mm_##op
-using IntVec = __m128i;
 #endif
 
 /// Four neighbours, in the type that intrinsics take.
 struct SSources {
-    IntVec a;
-    IntVec b;
-    IntVec c;
-    IntVec d;
+    Register a;
+    Register b;
+    Register c;
+    Register d;
 };
 
 [[gnu::always_inline]] inline Vec<std::uint8_t> cubicBlock(Vec<std::uint8_t> outerLeft, Vec<std::uint8_t> left,
                                                            Vec<std::uint8_t> right, Vec<std::uint8_t> outerRight) {
     // Pairs of bytes side by side are weighted and added by one instruction. A product by 4096 / 32768, rounded, is an
     // eighth, rounded; packing brings the difference back into 0 .. 255.
-    const auto eighths = [](IntVec pairs, char weight) {
+    const auto eighths = [](Register pairs, char weight) {
         return VEK_MM(mulhrs_epi16)(VEK_MM(maddubs_epi16)(pairs, VEK_MM(set1_epi8)(weight)), VEK_MM(set1_epi16)(4096));
     };
-    const auto value = [=](IntVec inner, IntVec outer) {
+    const auto value = [=](Register inner, Register outer) {
         return VEK_MM(sub_epi16)(eighths(inner, 5), eighths(outer, 1));
     };
-    const auto [a, b, c, d] = SSources{(IntVec)outerLeft, (IntVec)left, (IntVec)right, (IntVec)outerRight};
+    const auto [a, b, c, d] = SSources{(Register)outerLeft, (Register)left, (Register)right, (Register)outerRight};
     return (Vec<std::uint8_t>)VEK_MM(packus_epi16)(value(VEK_MM(unpacklo_epi8)(b, c), VEK_MM(unpacklo_epi8)(a, d)),
                                                    value(VEK_MM(unpackhi_epi8)(b, c), VEK_MM(unpackhi_epi8)(a, d)));
 }
 
 /// The weights of two bytes or words that stand side by side, the first one in the lower half of lanes.
-inline IntVec pairWeights(unsigned bits, int first, int second) {
+inline Register pairWeights(unsigned bits, int first, int second) {
     return bits == 8 ? VEK_MM(set1_epi16)(static_cast<short>(second << 8 | first))
                      : VEK_MM(set1_epi32)(second << 16 | first);
 }
@@ -324,12 +322,12 @@ inline IntVec pairWeights(unsigned bits, int first, int second) {
 /// Means as in centre().
 [[gnu::always_inline]] inline Vec<std::uint8_t> centreBlock(Vec<std::uint8_t> near, Vec<std::uint8_t> farColumn,
                                                             Vec<std::uint8_t> farRow, Vec<std::uint8_t> farBoth) {
-    const auto half = [](IntVec ownRow, IntVec otherRow) {
-        const IntVec own = VEK_MM(maddubs_epi16)(ownRow, pairWeights(8, 9, 3));
-        const IntVec other = VEK_MM(maddubs_epi16)(otherRow, pairWeights(8, 3, 1));
+    const auto half = [](Register ownRow, Register otherRow) {
+        const Register own = VEK_MM(maddubs_epi16)(ownRow, pairWeights(8, 9, 3));
+        const Register other = VEK_MM(maddubs_epi16)(otherRow, pairWeights(8, 3, 1));
         return VEK_MM(srli_epi16)(VEK_MM(add_epi16)(own, other), 4);
     };
-    const auto [a, b, c, d] = SSources{(IntVec)near, (IntVec)farColumn, (IntVec)farRow, (IntVec)farBoth};
+    const auto [a, b, c, d] = SSources{(Register)near, (Register)farColumn, (Register)farRow, (Register)farBoth};
     return (Vec<std::uint8_t>)VEK_MM(packus_epi16)(half(VEK_MM(unpacklo_epi8)(a, b), VEK_MM(unpacklo_epi8)(c, d)),
                                                    half(VEK_MM(unpackhi_epi8)(a, b), VEK_MM(unpackhi_epi8)(c, d)));
 }
@@ -338,16 +336,16 @@ inline IntVec pairWeights(unsigned bits, int first, int second) {
 /// mean, the weights being 16 in all.
 [[gnu::always_inline]] inline Vec<std::uint16_t> centreBlock(Vec<std::uint16_t> near, Vec<std::uint16_t> farColumn,
                                                              Vec<std::uint16_t> farRow, Vec<std::uint16_t> farBoth) {
-    const auto half = [](IntVec ownRow, IntVec otherRow) {
-        const IntVec own = VEK_MM(madd_epi16)(ownRow, pairWeights(16, 9, 3));
-        const IntVec other = VEK_MM(madd_epi16)(otherRow, pairWeights(16, 3, 1));
+    const auto half = [](Register ownRow, Register otherRow) {
+        const Register own = VEK_MM(madd_epi16)(ownRow, pairWeights(16, 9, 3));
+        const Register other = VEK_MM(madd_epi16)(otherRow, pairWeights(16, 3, 1));
         return VEK_MM(srai_epi32)(VEK_MM(add_epi32)(own, other), 4);
     };
     const Vec<std::uint16_t> middle = Vec<std::uint16_t>{} + std::uint16_t{0x8000};
-    const auto [a, b, c, d] = SSources{(IntVec)(near ^ middle), (IntVec)(farColumn ^ middle), (IntVec)(farRow ^ middle),
-                                       (IntVec)(farBoth ^ middle)};
-    const IntVec means = VEK_MM(packs_epi32)(half(VEK_MM(unpacklo_epi16)(a, b), VEK_MM(unpacklo_epi16)(c, d)),
-                                             half(VEK_MM(unpackhi_epi16)(a, b), VEK_MM(unpackhi_epi16)(c, d)));
+    const auto [a, b, c, d] = SSources{(Register)(near ^ middle), (Register)(farColumn ^ middle),
+                                       (Register)(farRow ^ middle), (Register)(farBoth ^ middle)};
+    const Register means = VEK_MM(packs_epi32)(half(VEK_MM(unpacklo_epi16)(a, b), VEK_MM(unpacklo_epi16)(c, d)),
+                                               half(VEK_MM(unpackhi_epi16)(a, b), VEK_MM(unpackhi_epi16)(c, d)));
     return (Vec<std::uint16_t>)means ^ middle;
 }
 
