@@ -354,7 +354,7 @@ inline Register pairWeights(unsigned bits, int first, int second) {
 #endif
 
 template <class T, unsigned GreenParity>
-inline Vec<T> centreColour(const T* row, const T* farRow, std::size_t x) {
+[[gnu::always_inline]] inline Vec<T> centreColour(const T* row, const T* farRow, std::size_t x) {
     const SNearAndFar<T> own = nearAndFar<T, GreenParity>(row, x);
     const SNearAndFar<T> other = nearAndFar<T, GreenParity>(farRow, x);
     return centreBlock(own.near, own.far, other.near, other.far);
