@@ -238,7 +238,7 @@ constexpr StripWorker<T> ColorInterpolation_BiCubicBFirst = mvBiCubicThird<T, fa
 template <class T>
 void mvBiCubic(const rows::SDemosaicRows<T>& kernels, const SImagePair<T>& image, StripWorker<T> horizontal,
                StripWorker<T> vertical) {
-    SBiCubicStrip<T> strip;
+    SBiCubicStrip<T> strip; // NOLINT(cppcoreguidelines-pro-type-member-init): large, and written before it is read
     for (strip.from = 0; strip.from < image.width; strip.from = strip.to) {
         strip.to = std::min<std::size_t>(strip.from + kStripColumns, image.width);
         for (unsigned long y = 0; y < image.height + kBiCubicReach; ++y) {

@@ -25,7 +25,7 @@ void mvCount(const T* row, unsigned long width, unsigned long* even, unsigned lo
     unsigned long x = 0;
     // Several samples from one load: each of the increments is a load, too.
     for (; x + 4 <= width; x += 4) {
-        std::array<T, 4> samples;
+        std::array<T, 4> samples{};
         std::memcpy(samples.data(), row + x, sizeof samples);
         ++even[entry(samples[0])];
         ++odd[entry(samples[1])];
