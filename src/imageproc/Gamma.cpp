@@ -59,6 +59,9 @@ void CGamma::mvStore(unsigned char channel, unsigned char mode, unsigned short g
     mwBits[channel] = bits;
     std::transform(mwTable[channel].begin(), mwTable[channel].begin() + kEntries8, mTable8[channel].begin(),
                    [](unsigned short entry) { return static_cast<unsigned char>(entry); });
+    if (channel == VEK_GAMMA_Y) {
+        mbBytes = std::equal(mTable8[channel].begin(), mTable8[channel].end(), mwTable[channel].begin());
+    }
 }
 
 template <>
@@ -211,7 +214,7 @@ template <class T>
 unsigned long CGamma::mProcBGR(unsigned long width, unsigned long height, unsigned long lineBytes, unsigned long step,
                                T* image, unsigned maxValue) const {
     const auto lumaCurve = rows::colourRows<T>(mRows).lumaCurve;
-    const unsigned short* const curve = mwTable[VEK_GAMMA_Y].data();
+    const rows::SLumaCurve curve = {mwTable[VEK_GAMMA_Y].data(), mbBytes ? mTable8[VEK_GAMMA_Y].data() : nullptr};
     return SImage<T>{width, height, lineBytes, image}.forRows(
         [&](T* row, unsigned long) { lumaCurve(row, width, step, kLumaTables, curve, maxValue); });
 }

@@ -62,6 +62,7 @@ private:
     std::array<unsigned short, kChannels> mwBits{};
     /// The low bytes of the tables' first entries, for images of bytes.
     std::array<std::array<unsigned char, kEntries8>, kChannels> mTable8{};
+    bool mbBytes = false; ///< the bytes of Y are its levels themselves
 };
 
 } // namespace vek

@@ -5,6 +5,7 @@
 #include "common/Image.h"
 #include "common/Memory.h"
 #include "common/PixelFormat.h"
+#include "common/Saturate.h"
 #include "common/Status.h"
 #include "imageproc/ColorSpace.h"
 
@@ -96,6 +97,10 @@ bool CSharpness::mbUpdateShapnessTable() {
         mwTable[i] = static_cast<unsigned short>(std::min(rounded, last));
         accumulator += step;
     }
+    for (std::size_t i = 0; i < mRaise8.size(); ++i) {
+        mRaise8[i] = static_cast<unsigned char>(mwTable[i]);
+        mLower8[i] = saturateTo<unsigned char>(mwTable[i]);
+    }
     return true;
 }
 
@@ -145,10 +150,11 @@ unsigned long CSharpness::Process(unsigned long width, unsigned long height, uns
         return kInvalid;
     }
     const unsigned long rowSamples = std::max(samples, 1U) * width;
-    const SSharpener<T> sharpener = {rows::colourRows<T>(mRows),
-                                     {mwTable.data(), mwCoring, (1U << bits) - 1},
-                                     {width, height, lineBytesOr<T>(lineBytes, rowSamples), image},
-                                     static_cast<unsigned short*>(work.get())};
+    const SSharpener<T> sharpener = {
+        rows::colourRows<T>(mRows),
+        {mwTable.data(), mRaise8.data(), mRaise8 == mLower8 ? nullptr : mLower8.data(), mwCoring, (1U << bits) - 1},
+        {width, height, lineBytesOr<T>(lineBytes, rowSamples), image},
+        static_cast<unsigned short*>(work.get())};
     samples == 0 ? mbSharpness_Gray(sharpener) : mbSharpness_BGR(sharpener, samples);
     return kOk;
 }

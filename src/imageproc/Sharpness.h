@@ -32,6 +32,9 @@ private:
     unsigned short mwGain = 0;
     unsigned short mwCoring = 0;
     std::array<unsigned short, 4096> mwTable{}; ///< correction by absolute difference
+    // The same for bytes: modulo 256, and at most 255.
+    std::array<unsigned char, 256> mRaise8{};
+    std::array<unsigned char, 256> mLower8{};
 };
 
 } // namespace vek

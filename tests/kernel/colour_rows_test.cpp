@@ -26,6 +26,9 @@ struct SSettings {
     std::vector<std::uint16_t> red = blue;
     std::vector<std::uint16_t> curve = std::vector<std::uint16_t>(4096);
     std::vector<std::uint16_t> corrections = curve;
+    std::vector<std::uint8_t> levels = std::vector<std::uint8_t>(256);
+    std::vector<std::uint8_t> raise = levels;
+    std::vector<std::uint8_t> lower = levels;
     std::vector<std::array<std::int32_t, 4>> products = std::vector<std::array<std::int32_t, 4>>(3 * 4096);
     std::vector<std::array<std::int16_t, 4>> narrowProducts = std::vector<std::array<std::int16_t, 4>>(3 * 4097);
     std::vector<rows::SMatrixTables::BytePlanes> planes = std::vector<rows::SMatrixTables::BytePlanes>(3);
@@ -42,6 +45,11 @@ struct SSettings {
         }
         fillSamples(curve.data(), curve.size(), Pattern::Random, seed % 2 == 0 ? depth : 16, random);
         fillSamples(corrections.data(), corrections.size(), Pattern::Random, seed % 2 == 0 ? depth - 2 : 12, random);
+        for (std::size_t i = 0; i < levels.size(); ++i) {
+            levels[i] = static_cast<std::uint8_t>(curve[i]);
+            raise[i] = static_cast<std::uint8_t>(corrections[i]);
+            lower[i] = static_cast<std::uint8_t>(std::min<unsigned>(corrections[i], 255));
+        }
         for (std::size_t i = 0; i < products.size(); ++i) {
             rows::SMatrixTables::BytePlanes& ofInput = planes[i / 4096];
             for (std::size_t j = 0; j < 3; ++j) {
@@ -74,7 +82,13 @@ struct SSettings {
                 planes.data(), kind != Products::Any, fits,
                 fits};
     }
-    rows::SSharpening sharpening(unsigned depth) const { return {corrections.data(), coring, (1U << depth) - 1}; }
+    rows::SSharpening sharpening(unsigned depth) const {
+        return {corrections.data(), raise.data(), raise == lower ? nullptr : lower.data(), coring, (1U << depth) - 1};
+    }
+    rows::SLumaCurve lumaCurve() const {
+        const bool bytes = std::equal(levels.begin(), levels.end(), curve.begin());
+        return {curve.data(), bytes ? levels.data() : nullptr};
+    }
 };
 
 class ColourRows : public CTierTest {
@@ -113,7 +127,7 @@ protected:
             // A row ends with its last pixel's third sample.
             const std::size_t count = width == 0 ? 0 : (width - 1) * step + 3;
             Compare<T>("lumaCurve", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
-                rows::colourRows<T>(rows).lumaCurve(row, width, step, luma, settings.curve.data(), maxValue);
+                rows::colourRows<T>(rows).lumaCurve(row, width, step, luma, settings.lumaCurve(), maxValue);
             });
             Compare<T>("matrix", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
                 rows::colourRows<T>(rows).matrix(row, width, step, settings.matrix(), maxValue);
@@ -233,7 +247,7 @@ TEST_P(ColourRows, EqualScalarForOneSampleAboveTheRange) {
             Compare<std::uint16_t>("lumaCurve", 3 * width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        spoil(row);
-                                       rows.colours16.lumaCurve(row, width, 3, settings.luma(), settings.curve.data(),
+                                       rows.colours16.lumaCurve(row, width, 3, settings.luma(), settings.lumaCurve(),
                                                                 4095);
                                    });
             CRandom random(3);

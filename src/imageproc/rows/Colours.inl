@@ -35,12 +35,12 @@ inline T clampTo(std::int32_t value, std::int32_t maxValue) {
 
 template <class T>
 inline void lumaCurveSpan(T* row, std::size_t from, std::size_t to, std::size_t step, const SLumaTables& luma,
-                          const std::uint16_t* curve, unsigned maxValue) {
+                          const SLumaCurve& curve, unsigned maxValue) {
     const auto max = static_cast<std::int32_t>(maxValue);
     for (std::size_t x = from; x < to; ++x) {
         T* const pixel = row + x * step;
         const unsigned y = lumaOf(pixel, luma);
-        const auto change = static_cast<std::int16_t>(curve[entryOf<4096>(static_cast<std::uint16_t>(y))] - y);
+        const auto change = static_cast<std::int16_t>(curve.levels[entryOf<4096>(static_cast<std::uint16_t>(y))] - y);
         for (unsigned i = 0; i < 3; ++i) {
             pixel[i] = clampTo<T>(pixel[i] + change, max);
         }
@@ -368,36 +368,18 @@ inline void changeBlock(T* pixels, Vec<T> plus, Vec<T> minus, Vec<T> maxValue) {
     changeVector<2>(pixels, plus, minus, maxValue);
 }
 
-/// The first entries of a table of words as bytes, in runs of 16 up to the first that is not of bytes throughout;
-/// returns their number.
-inline std::size_t byteEntries(const std::uint16_t* table, std::uint8_t* bytes) {
-    std::size_t count = 0;
-    for (; count < kCurveEntries<std::uint8_t>; count += 16) {
-        std::uint16_t all = 0;
-        for (std::size_t i = count; i < count + 16; ++i) {
-            bytes[i] = static_cast<std::uint8_t>(table[i]);
-            all = static_cast<std::uint16_t>(all | table[i]);
-        }
-        if (all > 255) {
-            break;
-        }
-    }
-    return count;
-}
-
 /// The curve as the lookup takes it; null where vectors cannot work with it.
-inline const std::uint16_t* curveFor(const std::uint16_t* curve, unsigned maxValue, std::uint16_t*) {
-    return maxValue < 0x8000 ? curve : nullptr;
+inline const std::uint16_t* levelsOf(const SLumaCurve& curve, unsigned maxValue, std::uint16_t) {
+    return maxValue < 0x8000 ? curve.levels : nullptr;
 }
-inline const std::uint8_t* curveFor(const std::uint16_t* curve, unsigned maxValue, std::uint8_t* bytes) {
-    return maxValue == 255 && byteEntries(curve, bytes) == kCurveEntries<std::uint8_t> ? bytes : nullptr;
+inline const std::uint8_t* levelsOf(const SLumaCurve& curve, unsigned maxValue, std::uint8_t) {
+    return maxValue == 255 ? curve.bytes : nullptr;
 }
 
 template <class T>
-inline std::size_t lumaCurveBlocks(T* row, std::size_t width, std::size_t step, const std::uint16_t* curve,
+inline std::size_t lumaCurveBlocks(T* row, std::size_t width, std::size_t step, const SLumaCurve& curve,
                                    unsigned maxValue) {
-    T bytes[sizeof(T) == 1 ? kCurveEntries<T> : 1];
-    const T* const levels = curveFor(curve, maxValue, bytes);
+    const T* const levels = levelsOf(curve, maxValue, T{});
     if (levels == nullptr) {
         return 0;
     }
@@ -552,32 +534,18 @@ inline std::size_t sum3Blocks(const T* row, std::uint16_t* sumRow, std::size_t w
     return x;
 }
 
-/// Corrections by difference for the samples of T. Bytes take two tables of bytes: what they get brighter by counts
-/// modulo 256, what the pixels of colour images get darker by is held at 255.
+/// Tables of corrections as the lookup takes them; lower is null where raise serves both.
 template <class T>
-struct SCorrections;
-template <>
-struct SCorrections<std::uint8_t> {
-    std::uint8_t raise[kCurveEntries<std::uint8_t>];
-    std::uint8_t lower[kCurveEntries<std::uint8_t>];
-    bool differ = false;
-    explicit SCorrections(const std::uint16_t* table) {
-        std::uint16_t all = 0;
-        for (std::size_t i = 0; i < kCurveEntries<std::uint8_t>; ++i) {
-            raise[i] = static_cast<std::uint8_t>(table[i]);
-            lower[i] = static_cast<std::uint8_t>(table[i] < 255 ? table[i] : 255);
-            all = static_cast<std::uint16_t>(all | table[i]);
-        }
-        differ = all > 255;
-    }
+struct SCorrections {
+    const T* raise;
+    const T* lower;
 };
-template <>
-struct SCorrections<std::uint16_t> {
-    const std::uint16_t* raise;
-    const std::uint16_t* lower;
-    static constexpr bool differ = false;
-    explicit SCorrections(const std::uint16_t* table) : raise(table), lower(table) {}
-};
+inline SCorrections<std::uint16_t> correctionsOf(const SSharpening& sharpening, std::uint16_t) {
+    return {sharpening.table, nullptr};
+}
+inline SCorrections<std::uint8_t> correctionsOf(const SSharpening& sharpening, std::uint8_t) {
+    return {sharpening.raiseBytes, sharpening.lowerBytes};
+}
 
 /// What the unsharp mask knows of the pixels of a chunk: how far they are above or below the mean of their neighbours,
 /// 0 where that is within the coring; and the corrections for it.
@@ -627,9 +595,9 @@ struct SSharpChunk {
         }
         return anyLane(any);
     }
-    /// Corrections from their differences. apart: pixels that get darker have a table of their own.
-    void LookUp(const SCorrections<T>& corrections, std::size_t from, std::size_t count, bool apart) {
-        if (apart) {
+    /// Corrections from their differences.
+    void LookUp(const SCorrections<T>& corrections, std::size_t from, std::size_t count) {
+        if (corrections.lower != nullptr) {
             __builtin_memcpy(lower.at + from, raise.at + from, count * sizeof(T));
             lookUp(lower.at + from, count, corrections.lower, corrections.lower);
         }
@@ -637,12 +605,12 @@ struct SSharpChunk {
     }
     /// Calls correct(i) for the blocks of every run that has something to correct. Even areas have nothing.
     template <class Correct>
-    void ForRuns(const SCorrections<T>& corrections, std::size_t count, bool apart, Correct correct) {
+    void ForRuns(const SCorrections<T>& corrections, std::size_t count, Correct correct) {
         constexpr std::size_t run = 64;
         for (std::size_t from = 0; from < count; from += run) {
             const std::size_t columns = count - from < run ? count - from : run;
             if (Any(from, columns)) {
-                LookUp(corrections, from, columns, apart);
+                LookUp(corrections, from, columns);
                 for (std::size_t i = from; i < from + columns; i += kLanes<T>) {
                     correct(i);
                 }
@@ -668,7 +636,8 @@ inline std::size_t sharpenGreyBlocks(T* row, const std::uint16_t* above, const s
     if (!isUsualMaximum<T>(sharpening.maxValue) || width < kLanes<T> + 2) {
         return x;
     }
-    const SCorrections<T> corrections(sharpening.table);
+    // What a grey sample gets darker by counts modulo 256, too.
+    const SCorrections<T> corrections = {correctionsOf(sharpening, T{}).raise, nullptr};
     const Vec<T> max = Vec<T>{} + static_cast<T>(sharpening.maxValue);
     SSharpChunk<T> chunk;
     while (const std::size_t count = chunkColumns<T>(x, width - 1)) {
@@ -691,7 +660,7 @@ inline std::size_t sharpenGreyBlocks(T* row, const std::uint16_t* above, const s
         }
         if (usual) {
             left = samples[count - 1];
-            chunk.ForRuns(corrections, count, false, [&](std::size_t i) {
+            chunk.ForRuns(corrections, count, [&](std::size_t i) {
                 const Vec<T> sharp = subSat(addSat(load(samples + i), chunk.Plus(i)), chunk.Minus(i, false));
                 store(samples + i, sizeof(T) == 1 ? sharp : smaller(sharp, max));
             });
@@ -717,7 +686,7 @@ inline std::size_t sharpenColourBlocks(T* row, std::size_t step, const T* lumaRo
     if (!isUsualMaximum<T>(sharpening.maxValue) || width < kLanes<T> + 2) {
         return x;
     }
-    const SCorrections<T> corrections(sharpening.table);
+    const SCorrections<T> corrections = correctionsOf(sharpening, T{});
     const Vec<T> max = Vec<T>{} + static_cast<T>(sharpening.maxValue);
     SSharpChunk<T> chunk;
     CDensePixels<T> dense(step);
@@ -725,12 +694,12 @@ inline std::size_t sharpenColourBlocks(T* row, std::size_t step, const T* lumaRo
         T* const pixels = dense.Take(row + x * step, count);
         const auto leftOf = [&](std::size_t i) { return loadWords(lumaRow + x + i - 1); };
         if (chunk.Compare(lumaRow + x, leftOf, above + x, below + x, count, sharpening.coring)) {
-            chunk.ForRuns(corrections, count, corrections.differ, [&](std::size_t i) {
+            chunk.ForRuns(corrections, count, [&](std::size_t i) {
                 if (sizeof(T) != 1 && anyAbove(pixels + 3 * i, max)) {
                     // Those that are left alone stay as they are.
                     sharpenColourSpan(pixels + 3 * i, 3, lumaRow, above, below, x + i, x + i + kLanes<T>, sharpening);
                 } else {
-                    changeBlock(pixels + 3 * i, chunk.Plus(i), chunk.Minus(i, corrections.differ), max);
+                    changeBlock(pixels + 3 * i, chunk.Plus(i), chunk.Minus(i, corrections.lower != nullptr), max);
                 }
             });
         } else {
@@ -950,7 +919,7 @@ inline std::size_t matrixBlocks(T* row, std::size_t width, std::size_t step, con
 // ---- kernels ----
 
 template <class T>
-void lumaCurve(T* row, std::size_t width, std::size_t step, const SLumaTables& luma, const std::uint16_t* curve,
+void lumaCurve(T* row, std::size_t width, std::size_t step, const SLumaTables& luma, const SLumaCurve& curve,
                unsigned maxValue) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0

@@ -197,19 +197,27 @@ struct SChromaLimits {
     std::uint16_t highSlope;
 };
 
+/// Levels by luma, 4096 entries.
+struct SLumaCurve {
+    const std::uint16_t* levels;
+    const std::uint8_t* bytes; ///< the first 256, null where one of them is not a byte
+};
+
 /// Correction by absolute difference, 4096 entries.
 struct SSharpening {
     const std::uint16_t* table;
-    unsigned coring;   ///< differences up to this one are left alone
-    unsigned maxValue; ///< largest sample
+    const std::uint8_t* raiseBytes; ///< the first 256 modulo 256
+    const std::uint8_t* lowerBytes; ///< the first 256, at most 255; null where they are those of raiseBytes
+    unsigned coring;                ///< differences up to this one are left alone
+    unsigned maxValue;              ///< largest sample
 };
 
 /// Rows of blue-green-red pixels that stand step samples apart, worked on in place where nothing else is said. A
 /// sample behind the third is neither read nor written. Words above a table take its last entry. Any width.
 template <class T>
 struct SColourRows {
-    /// The change of luma under curve (4096 entries) is added to the three samples, which stay within 0 .. maxValue.
-    void (*lumaCurve)(T* row, std::size_t width, std::size_t step, const SLumaTables& luma, const std::uint16_t* curve,
+    /// The change of luma under curve is added to the three samples, which stay within 0 .. maxValue.
+    void (*lumaCurve)(T* row, std::size_t width, std::size_t step, const SLumaTables& luma, const SLumaCurve& curve,
                       unsigned maxValue);
     /// Sums of the three tables' entries, modulo 2^32: 0 .. maxValue stay, larger ones below 2^28 become maxValue,
     /// others 0.
