@@ -314,6 +314,17 @@ private:
     T mPixels[3 * kChunk + 4]; ///< and room for what is stored with the last pixels
 };
 
+/// Asks for the dense pixels of a block some time ahead: these loops are slow enough for the processor to lose sight of
+/// the row. Nothing is read.
+template <class T>
+inline void prefetchPixels(const T* pixels) {
+    constexpr std::size_t ahead = 1024;
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(pixels) + ahead;
+    for (std::size_t i = 0; i < 3 * VEK_VECTOR_BYTES; i += 64) {
+        __builtin_prefetch(bytes + i);
+    }
+}
+
 /// Luma of bytes. The weights of ITU-R BT.601 in 15 bits round every byte as the tables do.
 inline Vec<std::uint8_t> lumaVec(const SColours<std::uint8_t>& pixels) {
     using Words = Vec<std::uint16_t>;
@@ -347,6 +358,7 @@ inline Vec<std::uint16_t> lumaVec(const SColours<std::uint16_t>& pixels) {
 template <class T>
 inline void lumaBlocks(const T* pixels, T* lumaRow, std::size_t count) {
     for (std::size_t x = 0; x < count; x += kLanes<T>) {
+        prefetchPixels(pixels + 3 * x);
         store(lumaRow + x, lumaVec(loadColours(pixels + 3 * x)));
     }
 }
@@ -825,17 +837,6 @@ inline void multiplyBlocks(T* pixels, std::size_t count, std::size_t step, SProd
                 __builtin_memcpy(at + i * step, stored + 4 * i, 3 * sizeof(T));
             }
         }
-    }
-}
-
-/// Asks for the dense pixels of a block some time ahead: these loops are slow enough for the processor to lose sight of
-/// the row. Nothing is read.
-template <class T>
-inline void prefetchPixels(const T* pixels) {
-    constexpr std::size_t ahead = 1024;
-    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(pixels) + ahead;
-    for (std::size_t i = 0; i < 3 * VEK_VECTOR_BYTES; i += 64) {
-        __builtin_prefetch(bytes + i);
     }
 }
 
