@@ -213,6 +213,18 @@ TYPED_TEST(CColorMatrixTest, ProductsAtTheEndsOfSixteenBits) {
     }
 }
 
+// A byte's products fit 16 bits in sums of three, those of the next entry of the tables do not.
+TYPED_TEST(CColorMatrixTest, LastByteBelowTheEndOfSixteenBits) {
+    this->SetMatrix(255, {4266, 4266, 4266, 0, 4266, 4266, 4266, 0, 4266, 4266, 4266, 0});
+    for (const unsigned samples : {3U, 4U}) {
+        std::vector<TypeParam> image(samples * 131UL, TypeParam{255});
+        std::vector<TypeParam> expected = image;
+        ASSERT_EQ(this->mModel.Process(131, 1, 0, 4 * (samples - 2), expected.data(), 8), 0U);
+        ASSERT_EQ(call(*this->mpTested, {131, 1, samples, 0}, 4 * (samples - 2), image.data(), 8), 0U);
+        ASSERT_EQ(image, expected) << samples;
+    }
+}
+
 // Every value of a sample through every table, words beyond the tables included.
 TYPED_TEST(CColorMatrixTest, EveryValue) {
     this->SetMatrix(255, kMatrix);

@@ -729,17 +729,18 @@ inline std::size_t sharpenColourBlocks(T* row, std::size_t step, const T* lumaRo
 
 #if VEK_VECTOR_BYTES != 0
 
-// A pixel is a vector of four sums, its last one without a meaning.
+// A pixel is a vector of sums, of which the first three have a meaning. They are added without a sign: the others may
+// leave its range.
 
 /// Sums of 32 bits. They go to bytes or words as a clamp does it, which is what the limits of 2^28 come to where no sum
 /// reaches them.
 struct SWideSums {
-    typedef std::int32_t Vector __attribute__((vector_size(16)));
+    typedef std::uint32_t Vector __attribute__((vector_size(16)));
     using Entry = SMatrixTables::Entry;
 };
 /// Sums of 16 bits, in the lower half.
 struct SNarrowSums {
-    typedef std::int16_t Vector __attribute__((vector_size(16)));
+    typedef std::uint16_t Vector __attribute__((vector_size(16)));
     using Entry = SMatrixTables::NarrowEntry;
 };
 
@@ -755,7 +756,7 @@ inline SampleWords samplesOfVector(std::uint16_t) {
 /// 16 bytes of samples from four pixels (bytes) or two (words).
 #if defined(__ARM_NEON)
 inline SampleWords packSums(const SWideSums::Vector* sums, std::uint16_t) {
-    return vcombine_u16(vqmovun_s32(sums[0]), vqmovun_s32(sums[1]));
+    return vcombine_u16(vqmovun_s32((int32x4_t)sums[0]), vqmovun_s32((int32x4_t)sums[1]));
 }
 inline SampleBytes packSums(const SWideSums::Vector* sums, std::uint8_t) {
     return vcombine_u8(vqmovn_u16(packSums(sums, std::uint16_t{})), vqmovn_u16(packSums(sums + 2, std::uint16_t{})));

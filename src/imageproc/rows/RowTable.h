@@ -208,12 +208,13 @@ struct SSharpening {
     const std::uint16_t* table;
     const std::uint8_t* raiseBytes; ///< the first 256 modulo 256
     const std::uint8_t* lowerBytes; ///< the first 256, at most 255; null where they are those of raiseBytes
-    unsigned coring;                ///< differences up to this one are left alone
+    unsigned coring;                ///< differences up to this one, at most 65535, are left alone
     unsigned maxValue;              ///< largest sample
 };
 
-/// Rows of blue-green-red pixels that stand step samples apart, worked on in place where nothing else is said. A
-/// sample behind the third is neither read nor written. Words above a table take its last entry. Any width.
+/// Rows of blue-green-red pixels that stand step (3, 4, 6 or 8) samples apart, worked on in place where nothing else is
+/// said. Samples behind a pixel's third are never written, and those behind the row's last pixel not read either. Words
+/// above a table take its last entry. maxValue: at most what the sample holds. Any width.
 template <class T>
 struct SColourRows {
     /// The change of luma under curve is added to the three samples, which stay within 0 .. maxValue.
@@ -230,7 +231,8 @@ struct SColourRows {
 
     /// sumRow[x] = row[x-1] + row[x] + row[x+1] modulo 65536, for x = 1 .. width-2.
     void (*sum3)(const T* row, std::uint16_t* sumRow, std::size_t width);
-    /// Unsharp mask on columns 1 .. width-2 of a grey row; above and below: sum3 of the rows beside it.
+    /// Unsharp mask on columns 1 .. width-2 of a grey row; above and below: sum3 of the rows beside it. Width 3 and
+    /// more.
     void (*sharpenGrey)(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
                         const SSharpening& sharpening);
     /// The same for pixels, by their luma: lumaRow is the row's own, above and below are sums of luma.
