@@ -2,11 +2,11 @@
 // The camera object: its two interfaces, what opening it asks of the driver, the requests of each operation.
 #include "api/VekTrgCamera.h"
 #include "support/FakeDriver.h"
+#include "support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstring>
 
 namespace vek::test {
 
@@ -28,17 +28,6 @@ protected:
     CFakeDriver mDriver;
     CVekTrgCamera mCamera;
 };
-
-#if defined(__x86_64__)
-/// Number of a virtual function's slot in its table, from 1. A pointer to a virtual member holds the slot's byte
-/// offset plus 1 (Itanium C++ ABI).
-template <class Member>
-std::size_t slotOf(Member member) {
-    std::size_t word = 0;
-    std::memcpy(&word, &member, sizeof word);
-    return (word - 1) / sizeof(void*) + 1;
-}
-#endif
 
 } // namespace
 

@@ -2,11 +2,11 @@
 // Multi-ROI assembly by hand.
 #include "imageproc/MultiROIImage.h"
 #include "model/MultiROICalls.h"
+#include "support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstring>
 #include <vector>
 
 namespace vek::test {
@@ -53,17 +53,6 @@ protected:
 
     MultiROIImagePtr mModule;
 };
-
-#if defined(__x86_64__)
-/// Number of a virtual function's slot in its table, from 1. A pointer to a virtual member holds the slot's byte
-/// offset plus 1 (Itanium C++ ABI).
-template <class Member>
-std::size_t slotOf(Member member) {
-    std::size_t word = 0;
-    std::memcpy(&word, &member, sizeof word);
-    return (word - 1) / sizeof(void*) + 1;
-}
-#endif
 
 } // namespace
 

@@ -380,19 +380,25 @@ inline void changeBlock(T* pixels, Vec<T> plus, Vec<T> minus, Vec<T> maxValue) {
     changeVector<2>(pixels, plus, minus, maxValue);
 }
 
-/// The curve as the lookup takes it; null where vectors cannot work with it.
-inline const std::uint16_t* levelsOf(const SLumaCurve& curve, unsigned maxValue, std::uint16_t) {
-    return maxValue < 0x8000 ? curve.levels : nullptr;
+/// Whether vectors know the largest sample: all bytes, words of up to 15 bits.
+template <class T>
+constexpr bool isUsualMaximum(unsigned maxValue) {
+    return sizeof(T) == 1 ? maxValue == 255 : maxValue < 0x8000;
 }
-inline const std::uint8_t* levelsOf(const SLumaCurve& curve, unsigned maxValue, std::uint8_t) {
-    return maxValue == 255 ? curve.bytes : nullptr;
+
+/// The curve as the lookup takes it; null where its levels are no bytes.
+inline const std::uint16_t* levelsOf(const SLumaCurve& curve, std::uint16_t) {
+    return curve.levels;
+}
+inline const std::uint8_t* levelsOf(const SLumaCurve& curve, std::uint8_t) {
+    return curve.bytes;
 }
 
 template <class T>
 inline std::size_t lumaCurveBlocks(T* row, std::size_t width, std::size_t step, const SLumaCurve& curve,
                                    unsigned maxValue) {
-    const T* const levels = levelsOf(curve, maxValue, T{});
-    if (levels == nullptr) {
+    const T* const levels = levelsOf(curve, T{});
+    if (levels == nullptr || !isUsualMaximum<T>(maxValue)) {
         return 0;
     }
     const Vec<T> max = Vec<T>{} + static_cast<T>(maxValue);
@@ -634,12 +640,6 @@ struct SSharpChunk {
         return load((apart ? lower.at : raise.at) + i) & (Vec<T>)(load(darker.at + i) != 0);
     }
 };
-
-/// Whether vectors know the largest sample: all bytes, words of up to 15 bits.
-template <class T>
-constexpr bool isUsualMaximum(unsigned maxValue) {
-    return sizeof(T) == 1 ? maxValue == 255 : maxValue < 0x8000;
-}
 
 template <class T>
 inline std::size_t sharpenGreyBlocks(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
