@@ -23,9 +23,6 @@ namespace vek::tools {
 
 namespace {
 
-constexpr std::uint64_t kMaxGain = std::numeric_limits<unsigned short>::max();
-constexpr std::uint64_t kMaxControl = std::numeric_limits<std::int32_t>::max();
-
 struct SAlcArguments {
     SCameraChoice camera;
     std::string mode = "both";

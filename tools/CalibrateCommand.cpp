@@ -27,8 +27,6 @@ namespace {
 
 // Sums of samples of 16 bits stay within 32 bits.
 constexpr std::uint64_t kMostFrames = 1000;
-constexpr std::uint64_t kMaxGain = std::numeric_limits<unsigned short>::max();
-constexpr std::uint64_t kMaxControl = std::numeric_limits<std::int32_t>::max();
 
 struct SCalibrateArguments {
     SCameraChoice camera;

@@ -11,9 +11,14 @@
 #include <CLI/Validators.hpp>
 
 #include <cstdint>
+#include <limits>
 #include <string>
 
 namespace vek::tools {
+
+/// Largest values of a camera's gain setting and of its other controls.
+inline constexpr std::uint64_t kMaxGain = std::numeric_limits<unsigned short>::max();
+inline constexpr std::uint64_t kMaxControl = std::numeric_limits<std::int32_t>::max();
 
 /// Check of an option that takes a code's number or name out of a table.
 inline CLI::Validator isNameOf(std::span<const SName> names) {

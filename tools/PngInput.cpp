@@ -19,12 +19,12 @@ namespace {
 // As large as frames can be.
 constexpr png_uint_32 kLargestSide = 65535;
 
-void onError(png_structp png, png_const_charp message) {
+void onReadError(png_structp png, png_const_charp message) {
     *static_cast<std::string*>(png_get_error_ptr(png)) = message;
     png_longjmp(png, 1);
 }
 
-void onWarning(png_structp, png_const_charp) {
+void onReadWarning(png_structp, png_const_charp) {
     // Only the samples count.
 }
 
@@ -34,7 +34,7 @@ struct SPngReader {
     std::string error;
 
     SPngReader() {
-        png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &error, onError, onWarning);
+        png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &error, onReadError, onReadWarning);
         info = png != nullptr ? png_create_info_struct(png) : nullptr;
         if (info == nullptr) {
             png_destroy_read_struct(&png, nullptr, nullptr);

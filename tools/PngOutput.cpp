@@ -23,14 +23,14 @@ struct SPngError {
     int error = 0;
 };
 
-void onError(png_structp png, png_const_charp message) {
+void onWriteError(png_structp png, png_const_charp message) {
     auto* const report = static_cast<SPngError*>(png_get_error_ptr(png));
     report->error = errno;
     report->text = message;
     png_longjmp(png, 1);
 }
 
-void onWarning(png_structp, png_const_charp) {
+void onWriteWarning(png_structp, png_const_charp) {
     // Warnings are about chunks that this writer does not make.
 }
 
@@ -52,7 +52,7 @@ struct SPngWriter {
     SPngError error;
 
     SPngWriter() {
-        png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &error, onError, onWarning);
+        png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &error, onWriteError, onWriteWarning);
         info = png != nullptr ? png_create_info_struct(png) : nullptr;
         if (info == nullptr) {
             png_destroy_write_struct(&png, nullptr);
