@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "control/LuminanceCtrl.h"
 
-#include "common/Saturate.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -26,10 +24,6 @@ constexpr unsigned char kGainOnce = 6;
 
 /// Linear gain below which a step never goes, where there is no other limit.
 constexpr float kSmallestGain = 0.0001F;
-
-unsigned short mwSaturate(float value) {
-    return saturateTo<unsigned short>(static_cast<double>(value));
-}
 
 } // namespace
 
@@ -178,14 +172,14 @@ bool CLuminanceCtrl::RunAGC(unsigned short average, unsigned short target) {
     const auto decibels = [](float gain) { return static_cast<float>(20.0 * std::log10(static_cast<double>(gain))); };
     const auto gain =
         static_cast<float>(std::pow(10.0, static_cast<double>(mpCamera->GainValue2DB(mwCurrentGain)) / 20.0));
-    // The level that the image would have at a gain of 1.
-    unsigned short base = average;
+    // The level that the image would have at a gain of 1, a whole number: above 16 bits where gains are below 1.
+    float base = average;
     if (gain > 0) {
-        base = mwSaturate(static_cast<float>(average) / gain);
+        base = std::trunc(base / gain);
     }
     float wanted = 1.0F;
     if (base != 0) {
-        wanted = static_cast<float>(target) / static_cast<float>(base);
+        wanted = static_cast<float>(target) / base;
     } else if (target != 0) {
         wanted = target;
     }

@@ -214,6 +214,20 @@ TEST(CLuminanceSteps, GainMovesByAtLeastOneAndTwiceAtMost) {
     EXPECT_EQ(black.camera.askedDb[0], static_cast<float>(20.0 * std::log10(static_cast<double>(0.0001F))));
 }
 
+// -2.36 dB is a gain of 0.76208: at a gain of 1 the image would have a level of 78731, and a target of 65000 wants
+// 20 log10(65000 / 78731) = -1.6646 dB, whose value is (-1.66 + 2.36) / 0.132 = 5.
+TEST(CLuminanceSteps, LevelAtAGainOf1HasNoLimit) {
+    CScriptedCamera camera = cameraAt(0, 1000);
+    camera.gainType = 0;
+    SLoop loop(3, camera);
+    loop.control.SetTarget(65000);
+    EXPECT_EQ(loop.Run(60000), 1U);
+    EXPECT_EQ(loop.flags, 2U);
+    EXPECT_EQ(loop.camera.writes, (Writes{{5, 1000}}));
+    ASSERT_EQ(loop.camera.askedDb.size(), 1U);
+    EXPECT_NEAR(loop.camera.askedDb[0], -1.6646F, 0.0001F);
+}
+
 TEST(CLuminanceSteps, GainEndsAreEnds) {
     CScriptedCamera camera = cameraAt(65535, 1000);
     camera.maxGain = 65535;

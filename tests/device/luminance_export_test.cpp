@@ -187,6 +187,22 @@ TEST_F(CLuminanceExports, GainStep) {
     EXPECT_EQ(mFlags, 0U);
 }
 
+// -2.36 dB: the level at a gain of 1 is 78731, above 16 bits; 65000 of it are -1.66 dB.
+TEST_F(CLuminanceExports, GainStepAtAGainBelow1) {
+    SCameraValues values;
+    values.gainType = 0;
+    values.maxGain = 300;
+    values.exposure = 1000;
+    report(values, &mDriver);
+    VekCam_Close(mHandle);
+    mHandle = VekCam_Open(6);
+    ASSERT_EQ(VekCam_SetALCMode(mHandle, 3), 1);
+    ASSERT_EQ(VekCam_SetALCTargetLevel(mHandle, 65000), 1);
+    EXPECT_EQ(Step(60000), 1);
+    EXPECT_EQ(mFlags, 2U);
+    EXPECT_EQ(Writes(), (Values{kCidGain, 5, kCidExposure, 1000}));
+}
+
 TEST_F(CLuminanceExports, RefusedWrites) {
     ASSERT_EQ(VekCam_SetALCMode(mHandle, 5), 1);
     mDriver.controls.erase(kCidExposure);

@@ -146,14 +146,13 @@ bool SLuminanceModel::mbRunExposure(unsigned average) {
 
 bool SLuminanceModel::mbRunGain(unsigned average) {
     const float g = static_cast<float>(std::pow(10.0, static_cast<double>(camera->GainValue2DB(gain)) / 20.0));
-    unsigned base = average;
+    float base = static_cast<float>(average);
     if (g > 0.0F) {
-        const float level = std::trunc(static_cast<float>(average) / g);
-        base = level >= 65535.0F ? 65535 : static_cast<unsigned>(level);
+        base = std::trunc(static_cast<float>(average) / g);
     }
     float w = 1.0F;
-    if (base != 0) {
-        w = static_cast<float>(target) / static_cast<float>(base);
+    if (base != 0.0F) {
+        w = static_cast<float>(target) / base;
     } else if (target != 0) {
         w = static_cast<float>(target);
     }
