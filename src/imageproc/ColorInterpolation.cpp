@@ -4,7 +4,7 @@
 #include "VekTrgApi.h"
 #include "common/Image.h"
 #include "common/Status.h"
-#include "imageproc/ColorInterpolation_YCrCb.h"
+#include "imageproc/ColorInterpolation_YCbCr.h"
 
 #include <algorithm>
 #include <cstring>

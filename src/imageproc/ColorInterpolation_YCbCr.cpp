@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "imageproc/ColorInterpolation_YCrCb.h"
+#include "imageproc/ColorInterpolation_YCbCr.h"
 
 namespace vek {
 

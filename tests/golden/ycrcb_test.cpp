@@ -128,11 +128,19 @@ TEST(GoldenYCrCb, PixelsBehindTheGroupsReplaceTheFirst) {
 }
 
 // Rows of 4 pixels and less of 4:1:1 are left alone.
-TEST(GoldenYCrCb, ShortRowsOf411AreLeftAlone) {
-    for (unsigned long width = 1; width <= 4; ++width) {
-        EXPECT_EQ(decode(width, k411, std::vector<std::uint8_t>(6, 200)), Pixels(width * 3, kKept));
-        EXPECT_EQ(decode(width, k411Video, std::vector<std::uint8_t>(6, 200)), Pixels(width * 3, kKept));
-    }
+TEST(GoldenYCrCb, FourPixelsOf411AreLeftAlone) {
+    EXPECT_EQ(decode(4, k411, std::vector<std::uint8_t>(6, 200)), Pixels(12, kKept));
+    EXPECT_EQ(decode(4, k411Video, std::vector<std::uint8_t>(6, 200)), Pixels(12, kKept));
+}
+
+// No group is decoded: the pixels are grey, one after the other lands on the row's first place, and the last one stays.
+TEST(GoldenYCrCb, ShortRowsOf411) {
+    const std::vector<std::uint8_t> source{10, 20, 1, 30, 40, 2};
+    EXPECT_EQ(decode(1, k411, source), (Pixels{10, 10, 10}));
+    EXPECT_EQ(decode(2, k411, source), (Pixels{20, 20, 20, kKept, kKept, kKept}));
+    EXPECT_EQ(decode(3, k411, source), (Pixels{30, 30, 30, kKept, kKept, kKept, kKept, kKept, kKept}));
+    // 1.16438 x 14 = 16.3
+    EXPECT_EQ(decode(3, k411Video, source), (Pixels{16, 16, 16, kKept, kKept, kKept, kKept, kKept, kKept}));
 }
 
 // Grey is luma, a byte a pixel, from the start of the row, also where the rows are wide enough for 3 channels.

@@ -73,9 +73,6 @@ unsigned long ycrcbRowBytes(const SDemosaicCall& call) {
     case Packing::P422:
         return width % 2 == 0 ? 2 * width : lumaOffset(packing, width - 1) + 1;
     default:
-        if (width <= 4) {
-            return 0;
-        }
         return width % 4 == 0 ? (width - 4) / 4 * 6 : lumaOffset(packing, width - 1) + 1;
     }
 }
@@ -541,7 +538,7 @@ void CDemosaicModel<T>::mvYCrCbPixel(unsigned long row, unsigned long column, st
 }
 
 /// Complete groups, then what is left of the row, which lands on the row's first pixel. 4:1:1 leaves out the last group
-/// of a width that is a multiple of 4, and rows of 4 pixels and less.
+/// of a width that is a multiple of 4.
 template <class T>
 void CDemosaicModel<T>::mvYCrCbRow(unsigned long row) {
     const bool video = isVideoRange(mCall.colorArray);
@@ -559,9 +556,6 @@ void CDemosaicModel<T>::mvYCrCbRow(unsigned long row) {
         crAt = 3;
         groups = width / 2;
     } else if (packing == Packing::P411) {
-        if (width <= 4) {
-            return;
-        }
         group = 4;
         groupBytes = 6;
         cbAt = 2;

@@ -60,7 +60,7 @@ struct SPacking<YCrCb::P411> {
     static constexpr std::size_t luma[] = {0, 1, 3, 4};
     static constexpr std::size_t cb = 2;
     static constexpr std::size_t cr = 5;
-    static std::size_t end(std::size_t width) { return width - 4; }
+    static std::size_t end(std::size_t width) { return width > 4 ? width - 4 : 0; }
 };
 
 /// The luma byte of column x, counted from the row's first byte.
@@ -592,7 +592,7 @@ inline void forYCrCbBlocks(const std::uint8_t* src, std::size_t bytes, std::uint
 template <YCrCbSpace Space, YCrCb Packing, unsigned Channels>
 void yCrCbToBgr(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, YCrCbTable table) {
     using P = SPacking<Packing>;
-    if (width == 0 || (Packing == YCrCb::P411 && width <= 4)) {
+    if (width == 0) {
         return;
     }
     const std::size_t groups = (P::end(width) + P::pixels - 1) / P::pixels;
