@@ -93,8 +93,8 @@ void checkCorrections(const SCorrections& corrections, const STransferFormat& fo
         if (mono && (width < 2 || height < 2)) {
             throw CBadArguments("--noise easy needs 2 x 2 pixels or more");
         }
-        if (!mono && (width < 4 || height < 4 || width % 2 != 0 || height % 2 != 0)) {
-            throw CBadArguments("--noise easy of a Bayer frame needs an even width and height of 4 or more");
+        if (!mono && (width < 4 || height < 4)) {
+            throw CBadArguments("--noise easy of a Bayer frame needs 4 x 4 pixels or more");
         }
     }
     for (const std::string& path : {corrections.darkPath, corrections.shadingPath}) {

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -84,8 +85,8 @@ struct SBayerFilter {
     T* row(unsigned long y) const { return rowAt(image, y, linePitch); }
 
     /// Filters one pixel by the rules of the image's edge: neighbours outside drop out. Where the top left pixel is
-    /// green, greens one column from the left or the right edge take the neighbours on the far side of it alone, and
-    /// the top left one takes the next green of its own row.
+    /// green, greens one column from the left edge, or from the right edge of an even width, take the neighbours on the
+    /// far side of it alone, and the top left one takes the next green of its own row.
     void FilterPixel(unsigned long x, unsigned long y) const {
         // Row 0 is filtered from samples as they came; everything else from what stands in the image by now.
         const auto at = [&](unsigned long column, unsigned long line) {
@@ -102,7 +103,7 @@ struct SBayerFilter {
             pixels.Add(1, 1, at);
         } else {
             const bool left = !greenFirst || x != 1;
-            const bool right = !greenFirst || x != width - 2;
+            const bool right = !greenFirst || x != width - 2 || width % 2 != 0;
             for (const long dy : {-1L, 1L}) {
                 if (left) {
                     pixels.Add(-1, dy, at);
@@ -228,8 +229,7 @@ unsigned long CNoiseReduction::mEasyNR(int width, int height, unsigned long line
     }
     const bool mono = colorArray == VEK_COLOR_ARRAY_MONO;
     const int minSize = mono ? 2 : 4;
-    const bool oddSize = width % 2 != 0 || height % 2 != 0;
-    if ((!mono && (!isBayer(colorArray) || oddSize)) || width < minSize || height < minSize || image == nullptr) {
+    if ((!mono && !isBayer(colorArray)) || width < minSize || height < minSize || image == nullptr) {
         return kInvalid;
     }
     T* const samples = static_cast<T*>(snapshot.get());
@@ -272,10 +272,12 @@ unsigned long CNoiseReduction::mDarkCL(unsigned long width, unsigned long height
         return kOk;
     }
     T* const dark = reinterpret_cast<T*>(mpDarkImage.get());
-    for (unsigned long y = 0; y < height; ++y) {
-        // Without what lies between the rows: a frame that has anything there is never subtracted.
-        std::copy_n(rowAt(image, y, linePitch), width, rowAt(dark, y, linePitch));
-    }
+    // With what lies between the rows: to deeper samples, of which a row takes the whole pitch, it is pixels. Behind
+    // the last row the image ends.
+    const unsigned long lastRow = linePitch * (height - 1);
+    const unsigned long rowBytes = width * sizeof(T);
+    std::memcpy(dark, image, lastRow + rowBytes);
+    std::memset(mpDarkImage.get() + lastRow + rowBytes, 0, linePitch - rowBytes);
 
     // Floor of each place in the 2 x 2 cell, over whole cells: an odd last row or column keeps its raw values.
     const unsigned long evenWidth = width & ~1UL;
@@ -362,8 +364,8 @@ unsigned long CNoiseReduction::Run(unsigned long width, unsigned long height, un
     if (linePitch == 0) {
         linePitch = width * ((bitsPerPixel + 7UL) >> 3);
     }
-    // The frames that this module keeps hold linePitch bytes a row.
-    const bool pitchOk = linePitch / sizeof(T) >= width;
+    // The frames that this module keeps hold linePitch bytes a row, where they have any.
+    const bool pitchOk = height == 0 || linePitch / sizeof(T) >= width;
     switch (mode) {
     case VEK_NOISE_OFF:
         return kOk;

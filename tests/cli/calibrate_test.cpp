@@ -169,6 +169,17 @@ TEST_P(CalibrateDepth, DarkFrameTakesThePatternAway) {
     EXPECT_EQ(countFrom(Corrected("dark", form, {"--noise", "easy"}), GetParam().left), 0U);
 }
 
+// A Bayer frame of odd sides: the one bright pixel goes.
+TEST_F(Calibrate, EasyFilterTakesOddSizes) {
+    std::vector<std::uint8_t> frame(7 * 5, 30);
+    frame[3 * 7 + 6] = 200;
+    const std::string raw = Write("odd.raw", frame);
+    const SResult result = runVekcam({"convert", raw, "-W", "7", "-H", "5", "-f", "raw8", "-a", "grbg", "-m", "mono",
+                                      "--noise", "easy", "-o", Path("odd.png")});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(readPng(Path("odd.png")).samples, Samples(7 * 5, 30));
+}
+
 INSTANTIATE_TEST_SUITE_P(Depths, CalibrateDepth,
                          ::testing::Values(SPatternCase{"raw8", 48, 20}, SPatternCase{"raw10", 48 * 257, 20 * 257},
                                            SPatternCase{"raw12", 48 * 257, 20 * 257}));
@@ -354,8 +365,8 @@ INSTANTIATE_TEST_SUITE_P(
         SCorrectionRefusal{bayer(4, 4, {"--noise", "easy", "--dark", "d.png"}), "--dark goes with --noise complex"},
         SCorrectionRefusal{bayer(4, 4, {"--dark", "d.png"}), "--dark requires --noise"},
         SCorrectionRefusal{bayer(4, 4, {"--noise", "off"}), "\"off\" is none of: easy, complex"},
-        SCorrectionRefusal{bayer(5, 4, {"--noise", "easy"}), "needs an even width and height of 4 or more"},
-        SCorrectionRefusal{bayer(4, 2, {"--noise", "easy"}), "needs an even width and height of 4 or more"},
+        SCorrectionRefusal{bayer(3, 4, {"--noise", "easy"}), "needs 4 x 4 pixels or more"},
+        SCorrectionRefusal{bayer(4, 3, {"--noise", "easy"}), "needs 4 x 4 pixels or more"},
         SCorrectionRefusal{{"-W", "1", "-H", "9", "-f", "mono8", "--noise", "easy"}, "needs 2 x 2 pixels or more"},
         SCorrectionRefusal{bayer(4, 4, {"--shading", "flat.tif"}), "flat.tif: the name of a calibration ends in .png"},
         SCorrectionRefusal{{"-W", "4", "-H", "4", "-f", "bgr8", "--shading", "f.png"},

@@ -328,9 +328,6 @@ TEST_F(CNoiseReductionModelTest, RandomHistories) {
         } else {
             call.bits = wordDepth(static_cast<unsigned>(Random().Below(6)));
             call = withPitch<std::uint16_t>(call, kind < 12 ? 4 : kind);
-            if (call.mode == kNoiseComplex && modelDarkOfOtherWidth(mCheck.Model(), call, 2)) {
-                continue; // a test of its own
-            }
             const unsigned depth = call.mode == kNoiseStore ? 1 + static_cast<unsigned>(Random().Below(16)) : call.bits;
             ASSERT_TRUE(Run<std::uint16_t>(call, flush, depth)) << "round " << round;
         }

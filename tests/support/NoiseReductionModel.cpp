@@ -134,6 +134,21 @@ Points gxygNeighbours(long width, long height, long x, long y) {
                          : sameColour(Family::GXYG, x, y);
 }
 
+/// Odd sides: at the left and at the top as told; at the right and at the bottom only what lies outside drops out.
+Points oddGxygNeighbours(long width, long height, long x, long y) {
+    if (x == 0 && y == 0) {
+        return {{2, 0}, {1, 1}};
+    }
+    if (x == 1 && y % 2 == 1) {
+        return insideOnly({{2, y - 1}, {2, y + 1}}, width, height);
+    }
+    const bool bEvenWidth = width % 2 == 0;
+    if (bEvenWidth && x == width - 2 && y % 2 == 0) {
+        return insideOnly({{x - 1, y - 1}, {x - 1, y + 1}}, width, height);
+    }
+    return insideOnly(sameColour(Family::GXYG, x, y), width, height);
+}
+
 Points easyNeighbours(Family family, long width, long height, long x, long y) {
     switch (family) {
     case Family::Mono:
@@ -141,7 +156,8 @@ Points easyNeighbours(Family family, long width, long height, long x, long y) {
     case Family::XGGY:
         return insideOnly(sameColour(Family::XGGY, x, y), width, height);
     default:
-        return gxygNeighbours(width, height, x, y);
+        return width % 2 == 0 && height % 2 == 0 ? gxygNeighbours(width, height, x, y)
+                                                 : oddGxygNeighbours(width, height, x, y);
     }
 }
 
@@ -163,9 +179,6 @@ unsigned long easy(const SNoiseCall& call, T* image) {
     const Family family = familyOf(call.colorArray);
     const unsigned long least = family == Family::Mono ? 2 : 4;
     if (family == Family::None || isRowTooShort<T>(call) || call.width < least || call.height < least) {
-        return kInvalid;
-    }
-    if (family != Family::Mono && (call.width % 2 != 0 || call.height % 2 != 0)) {
         return kInvalid;
     }
     if (image == nullptr) {
@@ -217,7 +230,6 @@ unsigned long store(SNoiseModel* model, const SNoiseCall& call, const T* image) 
     model->height = call.height;
     model->pitch = pitch;
     model->colorArray = call.colorArray;
-    model->sampleBytes = sizeof(T);
     // Complete 2 x 2 cells only.
     const long cellColumns = static_cast<long>(call.width / 2 * 2);
     const long cellLines = static_cast<long>(call.height / 2 * 2);
@@ -263,8 +275,9 @@ void repair(const SNoiseCall& call, Family family, const std::vector<std::uint8_
 template <class T>
 unsigned long complex(const SNoiseModel& model, const SNoiseCall& call, T* image) {
     const unsigned long pitch = modelNoisePitch(call);
-    if (!model.bHeld || model.sampleBytes != sizeof(T) || call.width != model.width || call.height != model.height ||
-        call.colorArray != model.colorArray || pitch != model.pitch || pitch != call.width * sizeof(T)) {
+    if (!model.bHeld || call.width != model.width || call.height != model.height ||
+        call.colorArray != model.colorArray || pitch != model.pitch ||
+        call.width * call.height * sizeof(T) != model.bytes.size()) {
         return kInvalid;
     }
     const std::size_t extent = modelNoiseExtent(call, sizeof(T));
@@ -299,7 +312,7 @@ unsigned long modelNoisePitch(const SNoiseCall& call) {
 std::size_t modelNoiseExtent(const SNoiseCall& call, std::size_t sampleBytes) {
     const unsigned long row = call.width * sampleBytes;
     const unsigned long pitch = modelNoisePitch(call);
-    return imageExtent(call.width, call.height, pitch, call.mode == kNoiseStore && pitch > row ? pitch : row);
+    return imageExtent(call.width, call.height, pitch, row);
 }
 
 std::uint16_t modelMedian(std::vector<std::uint16_t> values) {
@@ -319,12 +332,6 @@ std::uint32_t modelSaturation(unsigned bits, std::size_t sampleBytes) {
     const std::uint64_t margin = bits < 7 ? 0 : std::uint64_t{1} << (bits - 7);
     const std::uint64_t saturation = full - margin - 1;
     return sampleBytes == 1 ? static_cast<std::uint8_t>(saturation) : static_cast<std::uint16_t>(saturation);
-}
-
-bool modelDarkOfOtherWidth(const SNoiseModel& model, const SNoiseCall& call, std::size_t sampleBytes) {
-    return model.bHeld && model.sampleBytes != sampleBytes && modelNoisePitch(call) == model.pitch &&
-           call.width == model.width && call.height == model.height && call.colorArray == model.colorArray &&
-           call.width * sampleBytes == model.pitch;
 }
 
 template <class T>

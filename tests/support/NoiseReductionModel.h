@@ -22,7 +22,8 @@ struct SNoiseCall {
     unsigned long mode = 0;
 };
 
-/// What a module holds: the dark frame as bytes, with its padding, and the call that stored it.
+/// What a module holds: the dark frame as bytes, with the padding between its rows and 0 behind the last one, and the
+/// call that stored it.
 struct SNoiseModel {
     bool bHeld = false;
     std::vector<std::uint8_t> bytes;
@@ -30,19 +31,15 @@ struct SNoiseModel {
     unsigned long height = 0;
     unsigned long pitch = 0;
     unsigned short colorArray = 0;
-    std::size_t sampleBytes = 0;
 };
 
 unsigned long modelNoisePitch(const SNoiseCall& call);
-/// Bytes from the image's start to the end of its last row, of one that is to be stored with the row's padding.
+/// Bytes from the image's start to the end of its last row.
 std::size_t modelNoiseExtent(const SNoiseCall& call, std::size_t sampleBytes);
 /// The median of values in any order; the mean of the two in the middle, its half cut off, of an even number.
 std::uint16_t modelMedian(std::vector<std::uint16_t> values);
 /// Subtracted samples below this one are repaired where the live ones were not; depths up to 31 bits.
 std::uint32_t modelSaturation(unsigned bits, std::size_t sampleBytes);
-/// Words that a dark frame of bytes is offered to, and whose padded rows are as long as theirs.
-bool modelDarkOfOtherWidth(const SNoiseModel& model, const SNoiseCall& call, std::size_t sampleBytes);
-
 /// image may be null. Images whose copies need 2^63 bytes and more are without memory.
 template <class T>
 unsigned long modelNoiseReduction(SNoiseModel* model, const SNoiseCall& call, T* image);
