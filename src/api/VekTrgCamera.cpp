@@ -97,8 +97,7 @@ unsigned short CVekTrgCamera::GetMaxROICount() {
 }
 
 int CVekTrgCamera::GetMultiROIType() {
-    // 0: one block of data after the other; 2: combined by the camera.
-    return mpDeviceControl->GetMaxRoiCount() == 8 ? 0 : 2;
+    return mpDeviceControl->GetMaxRoiCount() == 8 ? vek::kROIBlocks : vek::kROIsCombined;
 }
 
 void CVekTrgCamera::GetROIInfo(unsigned int index, unsigned int* enabled, unsigned int* offsetX, unsigned int* offsetY,
@@ -169,17 +168,14 @@ unsigned long CVekTrgCamera::DecodingCombinedMultiROI(unsigned long roiSelector,
     if (outImage == nullptr) {
         return vek::kOk;
     }
-    if (frame == nullptr) {
-        return vek::kInvalid;
-    }
+    unsigned int width = 0;
+    unsigned int height = 0;
+    unsigned int linePitch = 0;
     if (!all) {
-        unsigned int width = 0;
-        unsigned int height = 0;
-        unsigned int linePitch = 0;
         void* const region = module.GetEachROIData(static_cast<unsigned int>(roiSelector), frame, size, format, nullptr,
                                                    nullptr, &width, &height, &linePitch);
         *outImage = static_cast<unsigned char*>(region);
-        if (region != nullptr) {
+        if (width != 0) { // the region lies in the frame, which may be null
             // 32-bit numbers: the upper halves of the outputs stay the caller's.
             const auto storeLow = [](unsigned long* output, unsigned int value) {
                 if (output != nullptr) {
@@ -191,6 +187,17 @@ unsigned long CVekTrgCamera::DecodingCombinedMultiROI(unsigned long roiSelector,
             storeLow(outLinePitch, linePitch);
         }
         return vek::kOk;
+    }
+    if (frame == nullptr && GetMultiROIType() != vek::kROIsCombined) {
+        // Without a frame there is nothing to copy from, if only one block fits.
+        constexpr unsigned long endless = ~0UL;
+        for (unsigned int region = 0; region < count; ++region) {
+            module.GetEachROIData(region, nullptr, endless, format, nullptr, nullptr, &width, &height, &linePitch);
+            const unsigned long block = static_cast<unsigned long>(height) * linePitch;
+            if (block != 0 && block <= size) {
+                return vek::kInvalid;
+            }
+        }
     }
     module.ClearInsideImageBuffer();
     *outImage = static_cast<unsigned char*>(module.AddImageData(0, frame, size, format));

@@ -13,13 +13,16 @@ namespace {
 
 constexpr int kHorizontal = 0;
 constexpr int kVertical = 1;
-/// Layout code of frames that the camera combines itself.
-constexpr unsigned int kAlreadyCombined = 2;
 
 void mvWrite(unsigned int* output, unsigned long value) {
     if (output != nullptr) {
         *output = static_cast<unsigned int>(value);
     }
+}
+
+/// Null stays null.
+void* mpAt(void* data, unsigned long offset) {
+    return data != nullptr ? static_cast<unsigned char*>(data) + offset : nullptr;
 }
 
 /// The block of a region in a frame that holds the blocks back to back.
@@ -206,27 +209,28 @@ void* CMultiROIImage::AddImageData(unsigned long frameID, void* roiData, unsigne
     if (buffer == nullptr) {
         return nullptr;
     }
+    // A block counts whatever it holds.
+    if (frameID != mFrameID) {
+        mFrameID = frameID;
+        mReceivedCount = 0;
+    }
+    ++mReceivedCount;
     const unsigned long x = offsetX - mOffset[kHorizontal].GetOffset(offsetX);
     const unsigned long y = offsetY - mOffset[kVertical].GetOffset(offsetY);
     const unsigned long combinedWidth = GetCombiningImageSize(kHorizontal);
     const unsigned long combinedHeight = GetCombiningImageSize(kVertical);
     const bool inside =
         x <= combinedWidth && width <= combinedWidth - x && y <= combinedHeight && height <= combinedHeight - y;
-    if (!inside || (roiData == nullptr && width != 0 && height != 0)) {
+    const unsigned long rowBytes = GetLinePitch(pixelFormat, static_cast<unsigned int>(width), 1, 0);
+    const bool pixels = inside && height != 0 && rowBytes != 0;
+    if (pixels && roiData == nullptr) {
         return nullptr;
     }
-    if (frameID != mFrameID) {
-        mFrameID = frameID;
-        mReceivedCount = 0;
-    }
-    ++mReceivedCount;
-
-    const unsigned long rowBytes = GetLinePitch(pixelFormat, static_cast<unsigned int>(width), 1, 0);
     const unsigned long step = roiLinePitch != 0 ? roiLinePitch : rowBytes;
     const auto* src = static_cast<const unsigned char*>(roiData);
     unsigned char* dst =
         buffer + y * mCombiningLinePitch + GetLinePitch(pixelFormat, static_cast<unsigned int>(x), 1, 0);
-    for (unsigned long row = 0; row < height && rowBytes != 0; ++row) {
+    for (unsigned long row = 0; pixels && row < height; ++row) {
         std::memcpy(dst + row * mCombiningLinePitch, src + row * step, rowBytes);
     }
     return mReceivedCount >= mROICount ? buffer : nullptr;
@@ -234,15 +238,12 @@ void* CMultiROIImage::AddImageData(unsigned long frameID, void* roiData, unsigne
 
 void* CMultiROIImage::AddImageData(unsigned long frameID, void* data, unsigned long dataSize,
                                    unsigned long pixelFormat) {
-    if (mMultiROIType == kAlreadyCombined) {
+    if (mMultiROIType == kROIsCombined) {
         DeleteBuffer(); // it would not fit the line pitch any more
         mPixelFormat = static_cast<unsigned int>(pixelFormat);
         mCombiningLinePitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(GetCombiningImageSize(kHorizontal)),
                                            mLinePitchAlignment, 0);
         return data;
-    }
-    if (data == nullptr) {
-        return nullptr;
     }
     void* result = nullptr;
     unsigned long start = 0;
@@ -251,9 +252,8 @@ void* CMultiROIImage::AddImageData(unsigned long frameID, void* data, unsigned l
         if (!block.fits) {
             continue; // a later, smaller one may still be there
         }
-        result = AddImageData(frameID, static_cast<unsigned char*>(data) + start, block.size, pixelFormat,
-                              roi->GetOffset(kHorizontal), roi->GetOffset(kVertical), roi->GetSize(kHorizontal),
-                              roi->GetSize(kVertical), 0);
+        result = AddImageData(frameID, mpAt(data, start), block.size, pixelFormat, roi->GetOffset(kHorizontal),
+                              roi->GetOffset(kVertical), roi->GetSize(kHorizontal), roi->GetSize(kVertical), 0);
         start += block.size;
     }
     return result;
@@ -262,12 +262,12 @@ void* CMultiROIImage::AddImageData(unsigned long frameID, void* data, unsigned l
 void* CMultiROIImage::GetEachROIData(unsigned int index, void* data, unsigned long dataSize, unsigned long pixelFormat,
                                      unsigned int* offsetX, unsigned int* offsetY, unsigned int* width,
                                      unsigned int* height, unsigned int* linePitch) {
-    if (index >= mROIInfo.size() || data == nullptr) {
+    if (index >= mROIInfo.size()) {
         return nullptr;
     }
     unsigned long start = 0;
     unsigned long pitch = 0;
-    if (mMultiROIType == kAlreadyCombined) {
+    if (mMultiROIType == kROIsCombined) {
         // Bands of regions with the same offset, side by side in the order of the list.
         pitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(GetCombiningImageSize(kHorizontal)), 1, 0);
         unsigned long bandRow = 0;
@@ -298,7 +298,7 @@ void* CMultiROIImage::GetEachROIData(unsigned int index, void* data, unsigned lo
     mvWrite(width, roi.GetSize(kHorizontal));
     mvWrite(height, roi.GetSize(kVertical));
     mvWrite(linePitch, pitch);
-    return static_cast<unsigned char*>(data) + start;
+    return mpAt(data, start);
 }
 
 } // namespace vek

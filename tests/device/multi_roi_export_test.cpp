@@ -353,24 +353,56 @@ TEST_F(CMultiROIExport, Selectors) {
     }
 }
 
-// With several regions a frame is needed; without an output for the image nothing is done, and none is needed.
+// Without a frame a region's place cannot be told, but its numbers can, and so can those of an image that the camera
+// combined; without an output for the image nothing is done.
 TEST_F(CMultiROIExport, NullFrame) {
     for (const unsigned maxRois : {8U, 4U}) {
         SetCamera(maxRois);
-        SetSlots({{0, 0, 2, 2}, {4, 0, 2, 2}});
-        SetSize(8);
-        for (const unsigned long selector : {0UL, 1UL, 0x80000000UL}) {
-            for (int missing = 0; missing < 16; ++missing) {
-                if ((missing & kMissingImage) == 0) {
-                    EXPECT_TRUE(Refused(selector, nullptr, missing));
-                } else {
-                    SOutputs out = kUntouched;
-                    EXPECT_EQ(Decode(selector, nullptr, &out, missing), 0);
-                    EXPECT_EQ(out, kUntouched);
+        SetSlots({{0, 0, 2, 2}, {4, 0, 3, 2}});
+        SetSize(10);
+        for (int missing = 0; missing < 16; ++missing) {
+            const auto told = [&](unsigned long width, unsigned long height, unsigned long pitch) {
+                SOutputs out = kUntouched;
+                out.image = (missing & kMissingImage) != 0 ? out.image : nullptr;
+                const unsigned long numbers[] = {width, height, pitch};
+                for (unsigned i = 0; i < 3; ++i) {
+                    if (((missing & kMissingImage) | (missing & (kMissingWidth << i))) == 0) {
+                        out.numbers[i] = numbers[i];
+                    }
                 }
+                return out;
+            };
+            SOutputs out = kUntouched;
+            EXPECT_EQ(Decode(1, nullptr, &out, missing), 0);
+            EXPECT_EQ(out,
+                      told(lowHalf(kMarks[0], 3), lowHalf(kMarks[1], 2), lowHalf(kMarks[2], maxRois == 8 ? 3 : 5)));
+            if (maxRois == 4 || (missing & kMissingImage) != 0) {
+                EXPECT_EQ(Decode(kWhole, nullptr, &out, missing), 0);
+                EXPECT_EQ(out, told(5, 2, 5));
+            } else {
+                EXPECT_TRUE(Refused(kWhole, nullptr, missing)); // here pixels would be copied
             }
         }
     }
+}
+
+// Blocks that are not copied need no frame: none fits, or a pixel has no bits; a region beyond the frame has no place.
+TEST_F(CMultiROIExport, NullFrameOfWhichNothingIsCopied) {
+    SetSlots({{0, 0, 4, 2}, {4, 0, 4, 1}});
+    SetSize(3);
+    SOutputs out = kUntouched;
+    EXPECT_EQ(Decode(kWhole, nullptr, &out), 0);
+    EXPECT_EQ(out.image, nullptr);
+    EXPECT_EQ(out.numbers[0], 8U);
+    EXPECT_EQ(out.numbers[1], 2U);
+    EXPECT_EQ(Decode(1, nullptr, &out), 0);
+    EXPECT_EQ(out.image, nullptr);
+    EXPECT_EQ(out.numbers, kUntouched.numbers);
+    SetSize(4); // the second block fits where the first does not
+    EXPECT_TRUE(Refused(kWhole, nullptr));
+    SetFormat(VEK_TRANSFER_RAW10_PACKED);
+    EXPECT_EQ(Decode(kWhole, nullptr, &out), 0);
+    EXPECT_EQ(out.numbers[2], 0U);
 }
 
 // A single region is a plain image: the frame itself, with what the driver says of it. The frame is not touched.

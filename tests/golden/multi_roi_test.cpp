@@ -336,11 +336,42 @@ TEST_F(CGoldenMultiROI, HalfBytesReachIntoTheNextRow) {
 }
 
 // A block beyond the combining image is dropped.
-TEST_F(CGoldenMultiROI, BlocksOutsideAreDropped) {
-    Update({{0, 0, 2, 1}});
+// A block counts before it is looked at: one outside copies nothing, and the frame is complete with it all the same.
+TEST_F(CGoldenMultiROI, BlocksOutsideCountAndAreNotCopied) {
+    Update({{0, 0, 2, 1}, {0, 1, 2, 1}, {0, 2, 2, 1}});
     Bytes block{1, 2};
     EXPECT_EQ(mModule->AddImageData(1, block.data(), 2, kMono8, 1, 0, 2, 1, 0), nullptr);
-    EXPECT_EQ(mModule->AddImageData(1, block.data(), 2, kMono8, 0, 1, 2, 1, 0), nullptr);
+    EXPECT_EQ(mModule->AddImageData(1, block.data(), 2, kMono8, 0, 3, 2, 1, 0), nullptr);
+    EXPECT_EQ(Image(mModule->AddImageData(1, block.data(), 2, kMono8, 0, 1, 2, 1, 0)), (Bytes{0, 0, 1, 2, 0, 0}));
+    // One outside is the last that the frame waits for.
+    EXPECT_EQ(mModule->AddImageData(2, block.data(), 2, kMono8, 0, 0, 2, 1, 0), nullptr);
+    EXPECT_EQ(mModule->AddImageData(2, block.data(), 2, kMono8, 0, 2, 2, 1, 0), nullptr);
+    EXPECT_EQ(Image(mModule->AddImageData(2, block.data(), 2, kMono8, 0, 0, 3, 1, 0)), (Bytes{1, 2, 1, 2, 1, 2}));
+}
+
+// Without data there is nothing to copy, and no image; the block has counted.
+TEST_F(CGoldenMultiROI, BlocksWithoutData) {
+    Update({{0, 0, 2, 1}, {0, 1, 2, 1}});
+    Bytes block{1, 2};
+    EXPECT_EQ(mModule->AddImageData(1, nullptr, 2, kMono8, 0, 0, 2, 1, 0), nullptr);
+    EXPECT_EQ(Image(mModule->AddImageData(1, block.data(), 2, kMono8, 0, 1, 2, 1, 0)), (Bytes{0, 0, 1, 2}));
+    EXPECT_EQ(mModule->AddImageData(1, nullptr, 2, kMono8, 0, 0, 2, 1, 0), nullptr);
+}
+
+// An address is only worked out: without a frame there is none, and the numbers are written.
+TEST_F(CGoldenMultiROI, PlacesWithoutAFrame) {
+    for (const int type : {0, 2}) {
+        Update({{50, 1, 3, 2}, {10, 2, 2, 2}}, type);
+        unsigned out[5] = {7, 7, 7, 7, 7};
+        EXPECT_EQ(mModule->GetEachROIData(1, nullptr, 10, kMono8, &out[0], &out[1], &out[2], &out[3], &out[4]),
+                  nullptr);
+        EXPECT_EQ(out[0], 10U);
+        EXPECT_EQ(out[1], 2U);
+        EXPECT_EQ(out[2], 2U);
+        EXPECT_EQ(out[3], 2U);
+        EXPECT_EQ(out[4], type == 0 ? 2U : 5U);
+        EXPECT_EQ(mModule->AddImageData(1, nullptr, 10, kMono8), nullptr);
+    }
 }
 
 // Blocks lie one behind the other: 6, 4 and 2 bytes.

@@ -389,8 +389,7 @@ TEST_F(CMultiROIModelTest, BlocksThatAreNoRegions) {
         Update(RandomSlots(2 + mRandom.Below(5), 16), 0, 1);
         unsigned long frameId = static_cast<unsigned long>(round) * 100;
         for (int step = 0; step < 20; ++step) {
-            // A dropped block may or may not count for its frame: each block has one of its own here.
-            ++frameId;
+            frameId += mRandom.Below(3) == 0 ? 1 : 0;
             const SRegionModel block{mRandom.Below(26), mRandom.Below(26), 1 + mRandom.Below(14),
                                      1 + mRandom.Below(14)};
             ASSERT_TRUE(AddBlock(frameId, 0x00080000, block, mRandom.Below(3), kFlushes[mRandom.Below(2)]))
@@ -471,7 +470,7 @@ TEST_F(CMultiROIModelTest, ExceptionsEndTheScan) {
 }
 
 // Blocks beyond the right or lower edge, with coordinates near the ends of their type: dropped, nothing is written.
-TEST_F(CMultiROIModelTest, BlocksOutsideAreDropped) {
+TEST_F(CMultiROIModelTest, BlocksOutsideAreNotCopied) {
     Update({{10, 20, 8, 6}, {30, 40, 4, 2}}, 0, 1);
     constexpr unsigned long kFormat = 0x00080000;
     ASSERT_TRUE(AddFrame(1, FrameBytes(kFormat), kFormat, Flush::Right));
@@ -484,14 +483,20 @@ TEST_F(CMultiROIModelTest, BlocksOutsideAreDropped) {
                                     {10, 1UL << 32, 1, 1},  {10, 20, 1UL << 32, 1}, {10, 20, (1UL << 32) + 1, 1},
                                     {10, 20, 1, 1UL << 32}, {11, 20, kMax, 1},      {10, 21, 1, kMax},
                                     {0, 0, 1UL << 61, 1}};
+    unsigned long frameId = 99;
     for (const unsigned long format : {kFormat, 0x00FF0000UL, 0x000C0000UL}) {
         for (const SRegionModel& region : outside) {
             CGuardedBuffer<std::uint8_t> unreadable(0, Flush::Left);
             for (const unsigned long pitch : {0UL, 1UL, kMax}) {
-                EXPECT_EQ(mModule->AddImageData(99, unreadable.data() - 1, 0, format, region.x, region.y, region.width,
-                                                region.height, pitch),
-                          nullptr)
-                    << region.x << ' ' << region.y << ' ' << region.width << ' ' << region.height;
+                // The first of a frame's two blocks, then the second.
+                ++frameId;
+                for (const bool bComplete : {false, true}) {
+                    const void* const result =
+                        mModule->AddImageData(frameId, unreadable.data() - 1, 0, format, region.x, region.y,
+                                              region.width, region.height, pitch);
+                    EXPECT_EQ(result != nullptr, bComplete)
+                        << region.x << ' ' << region.y << ' ' << region.width << ' ' << region.height;
+                }
             }
         }
     }

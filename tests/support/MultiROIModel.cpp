@@ -92,14 +92,15 @@ CMultiROIModel::Result CMultiROIModel::AddBlock(unsigned long frameId, const std
     MakeBuffer(format);
     const unsigned long x = region.x - mAxis[0].Offset(region.x);
     const unsigned long y = region.y - mAxis[1].Offset(region.y);
-    if (x + region.width > Size(0) || y + region.height > Size(1)) {
-        return Result::Null;
-    }
     if (frameId != mFrameId) {
         mFrameId = frameId;
         mReceived = 0;
     }
     ++mReceived;
+    const Result result = mReceived >= mRegions.size() ? Result::Buffer : Result::Null;
+    if (x + region.width > Size(0) || y + region.height > Size(1)) {
+        return result;
+    }
     const unsigned long rowBytes = modelLinePitch(format, region.width, 1, 0);
     const unsigned long step = sourcePitch == 0 ? rowBytes : sourcePitch;
     for (unsigned long row = 0; row < region.height; ++row) {
@@ -107,7 +108,7 @@ CMultiROIModel::Result CMultiROIModel::AddBlock(unsigned long frameId, const std
             mBuffer->at((y + row) * mPitch + modelLinePitch(format, x, 1, 0) + i) = block[row * step + i];
         }
     }
-    return mReceived >= mRegions.size() ? Result::Buffer : Result::Null;
+    return result;
 }
 
 CMultiROIModel::Result CMultiROIModel::AddFrame(unsigned long frameId, const std::uint8_t* data, unsigned long dataSize,
