@@ -52,8 +52,8 @@ void ImageBitShift(const rows::SRowTable& rows, unsigned long width, unsigned lo
     for (unsigned long y = 0; y < height; ++y) {
         const Src* const from = src + y * rowSamples;
         Dst* const to = dst + y * rowBytes;
-        if (sizeof(Src) == 1 && pixelBytes == 1 && shift == 0) {
-            std::memcpy(to, from, width);
+        if (pixelBytes == 1 && shift == 0) {
+            std::memcpy(to, from, width); // bytes as they stand, of words, too
         } else {
             shiftOne(from, to, width, rowShift);
         }

@@ -126,6 +126,19 @@ TEST(GoldenConversion, ShiftToTheLeft) {
     }
 }
 
+// Without a shift a grey row is a copy of as many bytes as it has pixels: of words the low and the high byte of the
+// first ones. With three channels each word's low byte stands in all of them.
+TEST(GoldenConversion, WordsWithoutAShift) {
+    const std::uint16_t src[] = {0x0201, 0x0403, 0x0605, 0x0807};
+    Bytes grey(9, kKept);
+    unsigned long pitch = 5;
+    ImageBitShift(rows::bestTable(), 2, 2, 0, src, &pitch, 1, grey.data(), 0);
+    EXPECT_EQ(grey, (Bytes{1, 2, kKept, kKept, kKept, 5, 6, kKept, kKept}));
+    Bytes three(7, kKept);
+    ImageBitShift(rows::bestTable(), 2, 1, 0, src, nullptr, 4, three.data(), 0);
+    EXPECT_EQ(three, (Bytes{1, 1, 1, 3, 3, 3, kKept}));
+}
+
 TEST(GoldenConversion, BlueGreenRedBytes) {
     const Bytes src{1, 2, 3, 4, 5, 6};
     Bytes grey(3, kKept);

@@ -121,6 +121,10 @@ void modelBitShift(const SConversion& call, const Src* src, unsigned long* dstPi
         }
     }
     for (unsigned long y = 0; y < call.height; ++y) {
+        if (shift == 0 && pixelBytes == 1) {
+            std::memcpy(dst + y * pitch, src + y * srcPitch, call.width); // a block of bytes, of words, too
+            continue;
+        }
         for (unsigned long x = 0; x < call.width; ++x) {
             std::uint64_t value = src[y * srcPitch + x];
             if (shift > 0) {
