@@ -11,13 +11,18 @@
 #include "imageproc/ISharpness.h"
 #include "imageproc/IWB.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdio>
 #include <iterator>
+#include <limits>
 #include <memory>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -308,6 +313,44 @@ File openFile(const char* path, const char* mode) {
     return file;
 }
 
+/// A path for openFile to read from: null where it leads to a pipe or a device, which may never end or never begin.
+const char* readablePath(const char* path) {
+    struct stat status {};
+    return path != nullptr && stat(path, &status) == 0 && S_ISREG(status.st_mode) ? path : nullptr;
+}
+
+/// Bytes that the lines of all keys take at most, and the 0 that snprintf puts behind them.
+constexpr std::size_t longestText() {
+    constexpr std::size_t digits = std::numeric_limits<long>::digits10 + 1;
+    std::size_t size = 1;
+    for (const SKey& key : kKeys) {
+        size += key.name.size() + sizeof(" -\n") - 1 + digits;
+    }
+    return size;
+}
+
+/// The lines of a file, made before anything is written.
+class CText {
+public:
+    void AddLine(std::string_view key, long value) {
+        const int length = std::snprintf(mText + mLength, sizeof mText - mLength, "%s %ld\n", key.data(), value);
+        mLength += static_cast<std::size_t>(length);
+    }
+    /// At once; closes the file. False: not all of it is there, or it is not sure to be.
+    bool Write(File file) const {
+        std::setvbuf(file.get(), nullptr, _IONBF, 0);
+        const bool written = std::fwrite(mText, 1, mLength, file.get()) == mLength && std::fflush(file.get()) == 0;
+        return std::fclose(file.release()) == 0 && written;
+    }
+
+private:
+    char mText[longestText()] = {};
+    std::size_t mLength = 0;
+};
+
+/// Bytes of a file that are read at most. What VekCam_WriteSettingFile makes has less than a thousand.
+constexpr std::size_t kMostBytes = 1UL << 20;
+
 /// Longest key that is read at once. A longer one is read in pieces, which are no keys.
 constexpr std::size_t kKeyLength = 63;
 
@@ -350,18 +393,21 @@ void mvReadValues(std::FILE* file, Values& values) {
 
 int VekCam_WriteSettingFile(VekCam_Handle handle, const char* path) {
     return vek::miExport(handle, [&](CVekTrgCamera& camera) -> int {
-        const File file = openFile(path, "w+");
+        File file = openFile(path, "w+");
         if (file == nullptr) {
             return VEK_EINVAL;
         }
-        return miForGroups([&](const SGroup& group, std::size_t first) {
+        CText text;
+        const int status = miForGroups([&](const SGroup& group, std::size_t first) {
             Values values{};
-            const int status = group.get(camera, values.data() + first);
-            for (std::size_t i = first; status >= 0 && i < first + group.keys; ++i) {
-                std::fprintf(file.get(), "%s %ld\n", kKeys[i].name.data(), values[i]);
+            const int result = group.get(camera, values.data() + first);
+            for (std::size_t i = first; result >= 0 && i < first + group.keys; ++i) {
+                text.AddLine(kKeys[i].name, values[i]);
             }
-            return status;
+            return result;
         });
+        const bool written = text.Write(std::move(file));
+        return written || status < 0 ? status : VEK_EINVAL;
     });
 }
 
@@ -369,8 +415,13 @@ int VekCam_ReadSettingFile(VekCam_Handle handle, const char* path) {
     return vek::miExport(handle, [&](CVekTrgCamera& camera) -> int {
         Values values{};
         {
-            const File file = openFile(path, "r+");
+            const File file = openFile(readablePath(path), "r+");
             if (file == nullptr) {
+                return VEK_EINVAL;
+            }
+            std::vector<char> text(kMostBytes);
+            text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+            if (std::ferror(file.get()) != 0) {
                 return VEK_EINVAL;
             }
             // A setting whose key is missing gets back what it is.
@@ -379,7 +430,11 @@ int VekCam_ReadSettingFile(VekCam_Handle handle, const char* path) {
             if (status < 0) {
                 return status;
             }
-            mvReadValues(file.get(), values);
+            if (const File lines(text.empty() ? nullptr : fmemopen(text.data(), text.size(), "r")); lines != nullptr) {
+                mvReadValues(lines.get(), values);
+            } else if (!text.empty()) {
+                return VEK_ENOMEM;
+            }
         }
         return miForGroups(
             [&](const SGroup& group, std::size_t first) { return group.set(camera, values.data() + first); });

@@ -8,12 +8,15 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -256,12 +259,83 @@ TEST_F(CSettingFileExports, FileItselfIsWritten) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(mDirectory.File("")), {}), 3);
 }
 
-// A device that takes nothing: the result is that of the last setting, not of the writing.
+// A device that takes nothing.
 TEST_F(CSettingFileExports, FullDisk) {
     if (access("/dev/full", W_OK) != 0) {
         GTEST_SKIP() << "no /dev/full";
     }
-    EXPECT_EQ(Quiet([&] { return VekCam_WriteSettingFile(mHandle, "/dev/full"); }), 0);
+    EXPECT_EQ(Quiet([&] { return VekCam_WriteSettingFile(mHandle, "/dev/full"); }), -22);
+    EXPECT_EQ(Write(), 0);
+}
+
+// A file that may not grow so far takes a part: that is told. A file that may is complete.
+TEST_F(CSettingFileExports, FileSizeLimit) {
+    const std::string text = modelText(modelLines(SSettings()));
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    // The signal that comes with the limit would end the program, as it would any that does not handle it.
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    for (const std::size_t limit : {std::size_t{0}, std::size_t{1}, std::size_t{100}, text.size() - 1, text.size()}) {
+        std::remove(mPath.c_str());
+        rlimit small = before;
+        small.rlim_cur = limit;
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+        const int status = VekCam_WriteSettingFile(mHandle, mPath.c_str());
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+        EXPECT_EQ(status, limit < text.size() ? -22 : 0) << limit;
+        EXPECT_EQ(contentOf(mPath), text.substr(0, limit));
+    }
+    std::signal(SIGXFSZ, handler);
+}
+
+// The text goes to the file in one piece: whoever reads from a pipe gets all of it at once.
+TEST_F(CSettingFileExports, WrittenAtOnce) {
+    int ends[2] = {};
+    ASSERT_EQ(pipe2(ends, O_DIRECT | O_CLOEXEC), 0); // each write is a packet of its own
+    const std::string path = "/dev/fd/" + std::to_string(ends[1]);
+    EXPECT_EQ(VekCam_WriteSettingFile(mHandle, path.c_str()), 0);
+    char packet[4096] = {};
+    const ssize_t length = read(ends[0], packet, sizeof packet);
+    EXPECT_EQ(std::string(packet, length > 0 ? static_cast<std::size_t>(length) : 0),
+              modelText(modelLines(SSettings())));
+    close(ends[0]);
+    close(ends[1]);
+}
+
+// What is no regular file cannot be opened for reading: it may have no end, or no beginning.
+TEST_F(CSettingFileExports, NoRegularFile) {
+    const std::string fifo = mDirectory.File("fifo");
+    const std::string link = mDirectory.File("link");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    std::filesystem::create_symlink(fifo, link);
+    const SSettings before = Randomize();
+    for (const std::string& path : {fifo, link, std::string("/dev/zero"), std::string("/dev/null"),
+                                    std::string("/dev/full"), std::string("/dev/tty"), mDirectory.File("")}) {
+        const long descriptors = openDescriptors();
+        ::testing::internal::CaptureStdout();
+        const int status = VekCam_ReadSettingFile(mHandle, path.c_str());
+        EXPECT_EQ(::testing::internal::GetCapturedStdout(), kMessage) << path;
+        EXPECT_EQ(status, -22) << path;
+        EXPECT_EQ(openDescriptors(), descriptors) << path;
+        EXPECT_EQ(settingsOf(mHandle), before) << path;
+    }
+}
+
+// A file is read up to 1 MB: what stands behind is not there.
+TEST_F(CSettingFileExports, LongFiles) {
+    constexpr std::size_t kMost = 1048576;
+    SSettings settings = Randomize();
+    const std::string last = "WBGainB 78\n";
+    for (const std::size_t start : {kMost - last.size(), kMost}) {
+        std::string content = "WBGainR 77\n";
+        content.resize(start, '\n');
+        content += last;
+        settings.wbGain[0] = 77;
+        settings.wbGain[3] = start < kMost ? 78 : settings.wbGain[3];
+        EXPECT_EQ(Read(content), 0);
+        EXPECT_EQ(settingsOf(mHandle), settings) << start;
+        settings = Randomize();
+    }
 }
 
 // Every key alone: its setting changes, the others stay.
@@ -509,7 +583,7 @@ TEST_F(CSettingFileExports, DamagedFiles) {
 }
 
 // 100 MB on one line, in one word of null bytes: read to the end in a moment.
-TEST_F(CSettingFileExports, OneHugeLine) {
+TEST_F(CSettingFileExports, OneHugeFile) {
     constexpr std::size_t kSize = 100UL << 20;
     const std::string last = "\nWBGainB 78\n";
     setContent(mPath, "WBGainR 77\n");
@@ -520,8 +594,7 @@ TEST_F(CSettingFileExports, OneHugeLine) {
     }
     ASSERT_EQ(std::filesystem::file_size(mPath), kSize + last.size());
     SSettings settings = Randomize();
-    settings.wbGain[0] = 77;
-    settings.wbGain[3] = 78;
+    settings.wbGain[0] = 77; // the last line stands too far behind
     EXPECT_EQ(Quiet([this] { return VekCam_ReadSettingFile(mHandle, mPath.c_str()); }), 0);
     EXPECT_EQ(settingsOf(mHandle), settings);
 }
