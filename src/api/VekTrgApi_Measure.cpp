@@ -48,6 +48,9 @@ vek::SCellSums mSumRegion(unsigned long transferFormat, const void* src, unsigne
 /// The brightest pixels at or above threshold.
 void mvCollect(vek::CPixelList& list, unsigned long width, unsigned long height, const unsigned char* image,
                int threshold) {
+    if (width == 0) {
+        return;
+    }
     for (unsigned long y = 0; y < height; ++y) {
         const unsigned char* const row = image + y * width;
         for (unsigned long x = 0; x < width; ++x) {

@@ -10,7 +10,8 @@ public:
     /// mode: enum VekShadingMode, not checked; others do nothing. The calibrating modes start anew.
     virtual unsigned long SetMode(unsigned long mode) = 0;
     virtual unsigned long GetMode(unsigned long* mode) = 0;
-    /// 1 when memory for a calibration runs out.
+    /// 1 when memory for the mean of a calibration runs out, 0 when that for its map does: without a map frames pass
+    /// unchanged.
     virtual unsigned long ProcessW(unsigned long width, unsigned long height, unsigned long linePitch,
                                    unsigned short* image, unsigned short bitsPerPixel) = 0;
     virtual unsigned long ProcessB(unsigned long width, unsigned long height, unsigned long linePitch,
@@ -23,7 +24,8 @@ public:
     virtual unsigned long SetColorArray(unsigned short colorArray) = 0;
     virtual unsigned long GetColorArray(unsigned short* colorArray) = 0;
     /// height rows of width entries, linePitch bytes apart, linePitch x height bytes in all; linePitch: 4 x width and
-    /// more. -22 for a shorter pitch or a null map; -12 when memory runs out.
+    /// more. -22 for a shorter pitch or a null map; -12 when memory runs out, and no map stays. Frames that wait for a
+    /// calibration's map still replace one of their size that is set in between.
     virtual unsigned long SetMap(unsigned long width, unsigned long height, unsigned long linePitch,
                                  const int* map) = 0;
     /// Every output may be null; map takes linePitch x height bytes.

@@ -216,13 +216,16 @@ unsigned long CShadingCorrection::Calibration(unsigned long width, unsigned long
         mCalibrationHeight = 0;
         unsigned long size = 0;
         unsigned long mapPitch = 0;
+        // Without pixels there is no size that is too large.
+        const bool tooWide = __builtin_mul_overflow(width, sizeof(int), &mapPitch);
         if (__builtin_mul_overflow(width, height, &size) || size > PTRDIFF_MAX / sizeof(double) ||
-            __builtin_mul_overflow(width, sizeof(int), &mapPitch)) {
+            (tooWide && size != 0)) {
             return kCalibrationFailed;
         }
         CreateMapBuffer(width, height, mapPitch);
         mpCalibrationImage.reset(new (std::nothrow) double[size]());
         if (mpCalibrationImage == nullptr) {
+            Reset(); // a map of zeros would make frames black
             return kCalibrationFailed;
         }
         mCalibrationWidth = width;

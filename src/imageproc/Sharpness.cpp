@@ -134,8 +134,10 @@ unsigned long CSharpness::Process(unsigned long width, unsigned long height, uns
     if (bits < kMinDepth || bits > kMaxDepth) {
         return kInvalid;
     }
-    const Malloced<void> work(allocateRows(width, kWorkBytesPerColumn));
-    if (work == nullptr) {
+    // An image of no pixels needs no work buffer, however wide it is.
+    const bool empty = width == 0 || height == 0;
+    const Malloced<void> work(empty ? nullptr : allocateRows(width, kWorkBytesPerColumn));
+    if (work == nullptr && !empty) {
         return kNoMemory;
     }
     const bool words = bits > kMinDepth;

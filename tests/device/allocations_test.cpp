@@ -31,10 +31,14 @@ std::size_t gSizes[kRoom];
 std::size_t gCount = 0;
 long gKept = 0; ///< allocations less releases
 bool gbCounting = false;
+std::size_t gRefused = 0; ///< requests of so many bytes fail
 
 #if VEK_COUNTS_ALLOCATIONS
 bool counts() {
     return gbCounting && !vek::test::CFakeDriver::Answering();
+}
+bool refuses(std::size_t size) {
+    return counts() && size == gRefused && size != 0;
 }
 
 void* noted(void* memory, std::size_t size) {
@@ -70,7 +74,7 @@ void __libc_free(void* memory);
 
 // They stand before the C library's for the shared library and the C++ runtime, too.
 void* malloc(std::size_t size) noexcept {
-    return noted(__libc_malloc(size), size);
+    return refuses(size) ? nullptr : noted(__libc_malloc(size), size);
 }
 void* calloc(std::size_t count, std::size_t size) noexcept {
     return noted(__libc_calloc(count, size), count * size);
@@ -355,6 +359,30 @@ TEST_F(CAllocations, ShadingNeedsMapAndMean) {
         ASSERT_EQ(VekCam_SetShadingCorrectionMode(mHandle, mode), 0);
         EXPECT_EQ(shade(0), kNothing) << "mode " << mode;
         EXPECT_EQ(shade(0), kNothing) << "mode " << mode << ", again";
+    }
+}
+
+// A calibration that gets its map but not the mean leaves no map: frames pass as if there had been none.
+TEST_F(CAllocations, ShadingWithoutTheMean) {
+    const auto shade = [&](int bits) {
+        return VekCam_ShadingCorrection(mHandle, kWidth, kHeight, 0, mImage.data(), bits);
+    };
+    const std::vector<unsigned char> before = mImage;
+    for (const int bits : {8, 12}) {
+        for (const unsigned long mode : {VEK_SHADING_GAIN, VEK_SHADING_OFFSET, VEK_SHADING_SHOW_MAP}) {
+            ASSERT_EQ(VekCam_SetShadingCorrectionMode(mHandle, VEK_SHADING_CALIBRATE_GAIN), 0);
+            ASSERT_EQ(shade(bits), 0); // a map of an earlier calibration goes, too
+            ASSERT_EQ(VekCam_SetShadingCorrectionMode(mHandle, VEK_SHADING_CALIBRATE_GAIN), 0);
+            gRefused = 8 * kPixels;
+            gbCounting = true;
+            const int status = shade(bits);
+            gbCounting = false;
+            gRefused = 0;
+            EXPECT_EQ(status, 1);
+            ASSERT_EQ(VekCam_SetShadingCorrectionMode(mHandle, mode), 0);
+            EXPECT_EQ(shade(bits), 0);
+            EXPECT_EQ(mImage, before) << "mode " << mode;
+        }
     }
 }
 
