@@ -12,11 +12,44 @@
  *
  * Conventions that hold for every function:
  *  - A handle belongs to one camera and is used by one thread at a time. Different handles share nothing.
- *  - Every call runs to its end on the caller's thread; nothing is kept of an image after the call.
+ *  - Every call runs to its end on the caller's thread. No pointer to an image is kept; what is kept of its samples is
+ *    the dark frame of VEK_NOISE_STORE_DARK and the mean of shading calibration frames.
  *  - A null handle gives VEK_EINVAL at once, nothing else is touched. VekCam_GetlibVersion alone takes any handle.
  *  - Samples: 8-bit data are bytes; deeper data are 16-bit little-endian words with the value in the low bits.
  *  - Colour output is interleaved blue, green, red; a fourth sample of a pixel is never written.
  *  - No exception leaves the library, and it prints nothing unless a function says so.
+ *
+ * What the image functions take. Nothing else is defined; within the table a call gives what its comment says:
+ *
+ *  function                       depth, bits                      no pixels (a side of 0)
+ *  -----------------------------  -------------------------------  ------------------------------------------------
+ *  ColorInterpolation             8, 10, 12; others are refused    success
+ *  ConvTo8BitsImage,              told by the transfer format      success; dstPitch is written
+ *  ConvYUVOrBGRToBGRImage
+ *  GetAveragePixelValue           told by the transfer format      success, means of 0
+ *  DetectDefectPixel              8                                success, every slot is marked unused
+ *  WhiteBalance                   8, 10, 12; others are refused    success; automatic gains become 128
+ *  RawColorGamma, BGRGamma        any: above 8 means words         success
+ *  Sharpness                      8 to 12; others are refused      success
+ *  MirrorRotation                 8                                success; sides and colour array as with pixels
+ *  HueSaturationColorMatrix       0 to 16, as the format allows    success
+ *  NoiseReduction                 any: above 8 means words; with   VEK_NOISE_EASY refuses sides below 2 (mono) or 4;
+ *                                 a linePitch of 0 a sample takes  an empty dark frame is stored, and subtracted
+ *                                 (depth + 7) / 8 bytes: three     with success
+ *                                 from 17 bits on
+ *  ShadingCorrection              any: above 8 means words         success; a calibration makes an empty map
+ *  DecodingCombinedMultiROI       told by the camera               regions with a side of 0 do not count
+ *
+ *  - Words are aligned to 2 bytes: an image's first sample, and every row, so that pitches of words in bytes are even.
+ *    YCrCb and packed data, VEK_TRANSFER_BGR10, multi-ROI frames and the tables of VekCam_SetGammaMode and
+ *    VekCam_GetGammaMode may stand anywhere.
+ *  - Sizes and offsets are never compared with a buffer, whose length no function knows: it holds every row from its
+ *    first sample to its last one, and what a comment says is read beyond. VEK_NOISE_STORE_DARK also reads what lies
+ *    between two rows. A pitch is 0 or at least as long as a row; VEK_NOISE_EASY and VEK_NOISE_STORE_DARK refuse
+ *    shorter ones.
+ *  - Source and destination do not overlap, but for grey copies in place (VEK_DEMOSAIC_MONO to one channel).
+ *  - A null buffer gives VEK_EINVAL (1 in ColorInterpolation and MirrorRotation) where it would be touched: after every
+ *    other refusal, and not where nothing is to be done.
  */
 
 #ifdef __cplusplus
@@ -330,8 +363,8 @@ VEK_API int VekCam_GetlibVersion(VekCam_Handle handle, unsigned long *version);
  *      that row holds red, red where it holds blue).
  *      VEK_DEMOSAIC_BICUBIC limits what it interpolates to 0 .. 255 at every depth.
  *      YCrCb 4:2:2 of odd width and 4:1:1 of a width that is no multiple of 4 write the row's last pixel in the place
- *      of its first one. 4:1:1 of another width leaves the row's last four pixels as they were, and rows of 4 pixels
- *      and less altogether.
+ *      of its first one, grey where the row has no whole group (4:2:2 of 1 pixel, 4:1:1 of 1 to 3). 4:1:1 of another
+ *      width leaves the row's last four pixels as they were.
  *  destinationPixelFormat: enum VekDestinationFormat: MONO8, BGR24, BGRX32 at 8 bits; MONO10, MONO12, BGR48, BGRX64 at
  *      10 and 12 bits. Grey formats go with VEK_DEMOSAIC_MONO or a mono image only.
  *  bitsPerPixel: depth of the source: 8 (bytes), 10 or 12 (words). YCrCb is bytes at every depth, and so is its result.
@@ -365,8 +398,8 @@ VEK_API int VekCam_ConvTo8BitsImage(VekCam_Handle handle, unsigned long width, u
  *  src: rows without padding. VEK_TRANSFER_BGR10 takes 8 bytes a pixel.
  *  destinationPixelFormat: VEK_DESTINATION_MONO8, BGR24 or BGRX32.
  *  dst: rows padded to a multiple of 4 bytes; without padding for the blue-green-red formats.
- * Returns 0; VEK_EINVAL for a null handle, another destination format, or a null src or dst that would be touched; 1
- * where VekCam_ColorInterpolation does.
+ * Returns 0; VEK_EINVAL for a null handle, another destination format, or a null src or dst that would be touched. The
+ * YCrCb formats give what VekCam_ColorInterpolation gives: 1 for a null src or dst.
  */
 VEK_API int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long width, unsigned long height,
                                           unsigned long transferFormat, const void *src,
@@ -375,9 +408,10 @@ VEK_API int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long wi
 /*
  * Unit conversions. The camera counts gain as setting values, exposure in exposure clocks (rows, lines, microseconds or
  * sensor clocks, by model) and vertical blanking in lines; docs/units.md has the formulas. Clock, line length and
- * image size are asked of the driver on each call. Where the driver reports a clock or line length of 0, a time or a
- * count that has no finite value becomes 0 (not a number, negative) or the largest number of its type, before the
- * stated limits apply. A null output gives VEK_EINVAL.
+ * image size are asked of the driver on each call. Where the driver reports a clock or line length of 0, times in
+ * seconds come out infinite or not a number; counts become the largest number of their type where they would be
+ * infinite, and 0 where they would be negative or not a number, before the stated limits apply. A null output gives
+ * VEK_EINVAL.
  */
 
 /**
@@ -385,7 +419,8 @@ VEK_API int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long wi
  *  fps: frames per second.
  *  vblank: receives lines, rounded; 0 where the camera cannot be that fast.
  * Returns 0; VEK_EINVAL for a null handle, on a camera without a blanking setting (vblank is left alone), and when the
- * driver reports a clock or line length of 0 (vblank receives 0).
+ * driver reports a clock or line length of 0 (vblank receives 0). Of cameras that count exposure in rows (product ids
+ * 0x111 and 0x211) the line length is worked out: with a clock of 0 the result is 0, and vblank receives 0.
  */
 VEK_API int VekCam_GetVBlankFromFPS(VekCam_Handle handle, float fps, unsigned long *vblank);
 
@@ -397,8 +432,10 @@ VEK_API int VekCam_GetVBlankFromFPS(VekCam_Handle handle, float fps, unsigned lo
 VEK_API int VekCam_GetDigitalGainTimesFromSettingValue(VekCam_Handle handle, unsigned short value, float *times);
 
 /**
- * Nearest digital gain setting value for a factor.
- *  value: receives 0 .. the camera's maximum; 0 without a digital gain.
+ * Digital gain setting value for a factor, the nearest within the camera's range.
+ *  value: receives 0 .. the camera's maximum; 0 without a digital gain. 64 x times, rounded, counts modulo 65536: a
+ *      factor below 0 gives the maximum on most cameras, one of 1024 and more anything. On cameras that count from a
+ *      factor of 1, whatever comes to less than 65/64 gives 0.
  * Returns 1; VEK_EINVAL for a null handle.
  */
 VEK_API int VekCam_GetDigitalGainSettingValueFromGainTimes(VekCam_Handle handle, float times, unsigned short *value);
@@ -406,7 +443,8 @@ VEK_API int VekCam_GetDigitalGainSettingValueFromGainTimes(VekCam_Handle handle,
 /**
  * Exposure clocks for an exposure time.
  *  seconds: 0 and more.
- *  clock: receives 1 .. the camera's maximum; at a maximum of 0, 0 for every time that takes a clock or more.
+ *  clock: receives 1 .. the camera's maximum. At a maximum of 0: 0 for a time that comes to a clock or more, 1 for a
+ *      shorter one.
  * Returns 1; 0 when the row length cannot be computed (clock is left alone); VEK_EINVAL for a null handle.
  */
 VEK_API int VekCam_GetExposureClockFromTime(VekCam_Handle handle, float seconds, unsigned long *clock);
@@ -703,9 +741,11 @@ VEK_API int VekCam_GetLowChromaSuppression(VekCam_Handle handle, unsigned short 
  *      VEK_NOISE_EASY: a pixel becomes the median of itself and its neighbours where that is darker. Neighbours are
  *      those of the same colour: the four diagonal ones for mono and green, those two columns and two rows away for
  *      red and blue; fewer, or the four nearest for mono, at the edge. In Bayer images the ones to the left and above
- *      count as already filtered. Bayer images have an even size of 4 x 4 and more, mono ones 2 x 2 and more.
- *      VEK_NOISE_STORE_DARK: the image is kept, less its own floor (the least sample of each place in the 2 x 2 cell),
- *      and is not changed.
+ *      count as already filtered; of GRBG and GBRG, greens one column from the left edge, or from the right edge of an
+ *      even width, take the two diagonal ones towards the middle. Bayer images have 4 x 4 pixels and more, mono ones
+ *      2 x 2 and more.
+ *      VEK_NOISE_STORE_DARK: the image is kept, less its own floor (the least sample of each place in the 2 x 2 cell,
+ *      an odd side's last row or column aside), and is not changed.
  *      VEK_NOISE_COMPLEX: the dark frame is subtracted (0 at least); pixels that were saturated before and no longer
  *      are become the median of their neighbourhood where that is brighter. Size, pitch and colour array as when the
  *      dark frame was stored, and rows without padding.
@@ -745,7 +785,9 @@ VEK_API int VekCam_GetShadingCorrectionTarget(VekCam_Handle handle, unsigned sho
  *  bitsPerPixel: depth; above 8 the image is words, else bytes. Its low 16 bits count. Results are at most 2^bits - 1.
  * Calibration keeps the mean of frames only while linePitch is 4 x width; with any other pitch each frame replaces the
  * one before it. Gains are in 1/128, 16 at most; the first corrected frame makes the map from the calibration.
- * Returns 0; VEK_EINVAL for a null handle; 1 when memory for a calibration runs out.
+ * Returns 0; VEK_EINVAL for a null handle, or a null image that would be touched; 1 when memory for the mean of a
+ * calibration runs out. There is no map then, as there is none, with a result of 0, when memory for the map runs out:
+ * frames pass unchanged until a calibration succeeds.
  */
 VEK_API int VekCam_ShadingCorrection(VekCam_Handle handle, unsigned long width, unsigned long height,
                                      unsigned long linePitch, void *image, int bitsPerPixel);
@@ -761,15 +803,20 @@ VEK_API int VekCam_ShadingCorrection(VekCam_Handle handle, unsigned long width, 
  * Finds a region of interest in a transferred multi-ROI frame, or puts all of them together: the combining image is the
  * sensor area that some region covers, with the columns and rows that none covers squeezed out. The layout is asked of
  * the driver on each call.
- *  roiSelector: number of an enabled region, the first being 0, or VEK_COMBINING_IMAGE.
+ *  roiSelector: number of an enabled region, the first being 0, or VEK_COMBINING_IMAGE. A region that the driver does
+ *      not answer for counts as not enabled, and when memory runs out while the layout is read the regions found so far
+ *      stand: then there are fewer regions, with other numbers, than were set.
  *  frame: the frame as transferred, in the camera's pixel format and size.
  *  outImage: receives where the result begins: in frame, or in a buffer of the handle that lasts until the next call.
- *      Null where the region lies beyond the frame, or memory runs out. A null outImage: nothing is done, but for a
- *      camera with a single region.
+ *      Cameras with 8 region slots transfer the regions one after the other: null where one of them, up to the wanted
+ *      one, ends beyond the frame size that the driver reports. All other cameras combine the regions themselves: the
+ *      place in their frame is not compared with any size. Null, too, where memory for the combining image runs out,
+ *      for a null frame, and, of blocks that have to be put together, until the handle has met as many blocks as there
+ *      are regions, counted over all calls. A null outImage: nothing is done, but for a camera with a single region.
  *  outWidth, outHeight, outLinePitch: receive pixels, rows, and bytes from row to row. Each may be null. For a single
  *      region out of several only the low 32 bits are written: clear them first.
  * Returns 0; VEK_EINVAL for a null handle, no enabled region, a driver that reports a frame size of 0, a selector that
- * is none of the above, or a null frame that would be used.
+ * is none of the above, or a null frame whose pixels would be copied; VEK_ENOMEM when memory for the layout runs out.
  */
 VEK_API int VekCam_DecodingCombinedMultiROI(VekCam_Handle handle, unsigned long roiSelector, unsigned char *frame,
                                             unsigned char **outImage, unsigned long *outWidth, unsigned long *outHeight,
@@ -777,24 +824,26 @@ VEK_API int VekCam_DecodingCombinedMultiROI(VekCam_Handle handle, unsigned long 
 
 /*
  * Settings of a handle in a text file: a key, a blank and a decimal number a line. docs/settings.md lists the keys.
- * Tables of tone curves and the shading map are not in the file.
+ * The colour matrix, the depth and the tables of tone curves, the dark frame and the shading map are not in the file.
  */
 
 /**
  * Writes every setting.
- *  path: created, or emptied first. The file itself is written: a full disk leaves part of it.
- * Returns 0; VEK_EINVAL for a null handle, and, after "file open error!!" on standard output, where the file cannot be
- * opened.
+ *  path: created, or emptied first, and written at once. A full disk leaves part of the text, or nothing.
+ * Returns 0; VEK_EINVAL for a null handle, where not everything could be written, and, after "file open error!!" on
+ * standard output, where the file cannot be opened.
  */
 VEK_API int VekCam_WriteSettingFile(VekCam_Handle handle, const char *path);
 
 /**
  * Reads settings back and applies them in a fixed order.
- *  path: has to be writable, too. Unknown keys are ignored, the last one of equal keys counts, settings whose key is
+ *  path: a regular file, which has to be writable, too; anything else counts as one that cannot be opened. The first
+ *      1048576 bytes are read. Unknown keys are ignored, the last one of equal keys counts, settings whose key is
  *      missing stay as they are. Numbers are cut to the width of their setting. Tone curves keep their depth, and, in
- *      VEK_GAMMA_TABLE, their table.
- * Returns 0; VEK_EINVAL for a null handle, for a setting that is refused (the ones before it are applied, the ones
- * after it are not), and, after "file open error!!" on standard output, where the file cannot be opened.
+ *      VEK_GAMMA_TABLE, their table. A shading calibration that is running starts anew.
+ * Returns 0; VEK_EINVAL for a null handle, where the file cannot be read (nothing is applied), for a setting that is
+ * refused (the ones before it are applied, the ones after it are not), and, after "file open error!!" on standard
+ * output, where the file cannot be opened; VEK_ENOMEM when memory runs out (nothing is applied).
  */
 VEK_API int VekCam_ReadSettingFile(VekCam_Handle handle, const char *path);
 
