@@ -226,7 +226,7 @@ void addConvertCommand(CLI::App& app) {
         ->check(isCodeOf(demosaicMethods()));
     command
         ->add_option("-o,--output", arguments->output,
-                     "PNG file to write; - writes standard output, which has\nto be no terminal")
+                     "PNG file to write; - writes standard output unless that is a terminal")
         ->type_name("FILE")
         ->check(isOutput(pictureComplaint))
         ->required();

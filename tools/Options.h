@@ -95,7 +95,7 @@ CLI::Validator wholeRange(T low, T high) {
     return CLI::Validator(
         [=](std::string& text) {
             const std::optional<T> value = sim::ReadWhole<T>(text, low, high);
-            const std::string complaint = value ? std::string() : sim::WholeComplaint(text, lowest, highest);
+            std::string complaint = value ? std::string() : sim::WholeComplaint(text, lowest, highest);
             text = value ? std::to_string(*value) : text;
             return complaint;
         },
@@ -127,7 +127,7 @@ inline CLI::Validator eitherOf(unsigned one, unsigned other) {
         [=](std::string& text) {
             const std::optional<unsigned> value = sim::ReadWhole<unsigned>(text, one, other);
             const bool taken = value == one || value == other;
-            const std::string complaint = taken ? "" : fmt::format("\"{}\" is neither {} nor {}", text, one, other);
+            std::string complaint = taken ? "" : fmt::format("\"{}\" is neither {} nor {}", text, one, other);
             text = taken ? std::to_string(*value) : text;
             return complaint;
         },
