@@ -16,7 +16,6 @@ namespace {
 
 constexpr std::uint64_t kResponseStream = ~std::uint64_t{0}; // frame numbers never get there
 constexpr std::uint64_t kDarkStream = ~std::uint64_t{1};
-constexpr float kMaxLightLevel = 1e6F;
 constexpr double kPi = 3.14159265358979323846;
 
 /// Filter colours of the top-left 2 x 2 cell, row by row, for colour arrays 1 .. 5.
@@ -78,7 +77,8 @@ CSimulatedSensor::CSimulatedSensor(const SSensorConfig& config, CScene scene)
 void CSimulatedSensor::mvCheckConfig() const {
     const SSensorConfig& c = mConfig;
     const bool depthOk = c.depth >= 8 && c.depth <= 16 && c.depth % 2 == 0;
-    const bool sizeOk = c.width >= 2 && c.height >= 2 && c.width <= 65534 && c.height <= 65534;
+    const bool sizeOk = c.width >= kMinSensorSide && c.height >= kMinSensorSide && c.width <= kMaxSensorSide &&
+                        c.height <= kMaxSensorSide;
     const bool chargeOk = c.fullWellElectrons > 0.0F && c.dnPerElectron >= 0.0F && c.whiteElectronsPerSecond >= 0.0F &&
                           c.readNoiseElectrons >= 0.0F && c.darkElectronsPerSecond >= 0.0F;
     const bool lightOk = c.lensShading >= 0.0F && c.lensShading <= 1.0F && c.lightLevel >= 0.0F &&

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 namespace vek::sim {
@@ -16,6 +17,9 @@ struct SPixelPosition {
     unsigned y = 0; ///< sensor row
 };
 
+/// What people call the colour arrays of sensors, whose codes start at 1.
+inline constexpr std::array<std::string_view, 5> kColorArrayNames = {"mono", "rggb", "grbg", "gbrg", "bggr"};
+
 /// A pixel with excess charge that no light explains.
 struct SHotPixel {
     unsigned x = 0;
@@ -24,10 +28,15 @@ struct SHotPixel {
     float offsetElectrons = 0.0F;    ///< excess charge of every frame, however short
 };
 
+/// Largest light on a scene; sides of a sensor, pixels.
+inline constexpr float kMaxLightLevel = 1e6F;
+inline constexpr unsigned kMinSensorSide = 2;
+inline constexpr unsigned kMaxSensorSide = 65534;
+
 /// Physical description of a sensor and of the light on it. Charges in electrons, levels in DN at the sensor's depth.
 struct SSensorConfig {
-    unsigned width = 1280; ///< pixels, 2 or more
-    unsigned height = 960; ///< pixels, 2 or more
+    unsigned width = 1280; ///< pixels, kMinSensorSide .. kMaxSensorSide
+    unsigned height = 960; ///< pixels, the same
     unsigned depth = 12;   ///< significant bits: 8, 10, 12, 14 or 16
     int colorArray = 2;    ///< 1 mono, 2 RGGB, 3 GRBG, 4 GBRG, 5 BGGR
 
@@ -49,7 +58,7 @@ struct SSensorConfig {
     std::array<float, 9> sensorFromScene = {0.56F, 0.08F, 0.01F, 0.07F, 0.88F, 0.05F, 0.01F, 0.13F, 0.60F};
     std::array<float, 3> monoFromScene = {0.25F, 0.55F, 0.20F}; ///< the same for a monochrome sensor
 
-    float lightLevel = 1.0F;   ///< multiplies the scene, 0 .. 1e6
+    float lightLevel = 1.0F;   ///< multiplies the scene, 0 .. kMaxLightLevel
     bool lensCap = false;      ///< no light at all
     float flickerHz = 0.0F;    ///< frequency of the light's ripple (twice the mains); 0: steady
     float flickerDepth = 0.0F; ///< amplitude of the ripple relative to the mean, 0 .. 1

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 namespace vek::sim {
@@ -29,6 +31,12 @@ enum class ETransferContent {
 };
 
 constexpr unsigned long kTransferFormatCount = 22;
+
+/// What people call the formats, by code; p: packed.
+inline constexpr std::array<std::string_view, kTransferFormatCount> kTransferFormatNames = {
+    "raw8",           "raw10",          "raw10p", "raw12", "raw12p",   "mono8",    "mono10",   "mono10p",
+    "mono12",         "mono12p",        "bgr8",   "bgr10", "ycrcb411", "ycrcb422", "ycrcb444", "ycrcb411-bt709",
+    "ycrcb422-bt709", "ycrcb444-bt709", "raw14",  "raw16", "mono14",   "mono16"};
 
 /// All three throw std::invalid_argument for codes above 21.
 ETransferContent TransferContent(unsigned long format);

@@ -161,48 +161,50 @@ void addAlcCommand(CLI::App& app) {
     command
         ->add_option("-m,--mode", arguments->mode, "What is controlled, number 1 to 6 or name: " + nameList(alcModes()))
         ->capture_default_str()
-        ->check(isNameOf(alcModes()));
+        ->check(isCodeOf(alcModes()));
     command->add_flag("--once", arguments->once, "End when the level is reached: both becomes both-once and so on")
         ->disable_flag_override();
     command->add_option("-t,--target", settings.target, "Mean level to reach, of 8-bit samples")
         ->capture_default_str()
-        ->check(range(0, 255));
+        ->transform(range(0, 255));
     command->add_option("-n,--frames", arguments->frames, "Frames to take; one-shot modes may end before")
         ->capture_default_str()
-        ->check(range(1, 100000));
+        ->transform(range(1, 100000));
     command->add_option("-r,--region", arguments->region, "Where the level is measured; the whole image by default")
         ->type_name("X,Y,W,H")
         ->check(isRegion());
     CLI::Option* const light =
         command->add_option("--light", arguments->light, "Light on the simulated scene, 1 is normal");
-    light->capture_default_str()->check(CLI::Range(0.0, kMaxLight).description("0..1000000"))->excludes(device);
+    light->capture_default_str()->transform(numberRange(0, kMaxLight))->excludes(device);
     command
         ->add_option("--light-steps", arguments->lightSteps,
                      "Light from these frames on, the first frame being 0: 30:4,60:0.5")
         ->type_name("FRAME:LIGHT,...")
-        ->check(isText([](std::string_view text) { return parsedLightSteps(text).has_value(); },
-                       "is not FRAME:LIGHT,... with rising frames and lights of 0 to 1000000"))
+        ->check(
+            isText([](std::string_view text) { return parsedLightSteps(text).has_value(); },
+                   "is not FRAME:LIGHT,... with whole, rising frames of 0 to 4294967295 and lights of 0 to 1000000"))
         ->excludes(device);
     command->add_option("--start-exposure", arguments->startExposure, "Exposure clocks of the first frame")
-        ->check(range(0, kMaxControl));
+        ->transform(range(0, kMaxControl));
     command->add_option("--start-gain", arguments->startGain, "Gain setting value of the first frame")
-        ->check(range(0, kMaxGain));
-    command->add_option("--min-gain", settings.minGain, "Smallest gain setting value")->check(range(0, kMaxGain));
-    command->add_option("--max-gain", settings.maxGain, "Largest gain setting value")->check(range(0, kMaxGain));
-    command->add_option("--min-exposure", settings.minExposure, "Fewest exposure clocks")->check(range(0, kMaxControl));
+        ->transform(range(0, kMaxGain));
+    command->add_option("--min-gain", settings.minGain, "Smallest gain setting value")->transform(range(0, kMaxGain));
+    command->add_option("--max-gain", settings.maxGain, "Largest gain setting value")->transform(range(0, kMaxGain));
+    command->add_option("--min-exposure", settings.minExposure, "Fewest exposure clocks")
+        ->transform(range(0, kMaxControl));
     command
         ->add_option("--max-exposure", settings.maxExposure,
                      "Most exposure clocks; 0, the default, is the longest exposure that keeps\nthe frame rate")
-        ->check(range(0, kMaxControl));
+        ->transform(range(0, kMaxControl));
     command->add_option("--seed", arguments->seed, "Seed of the simulated sensor's noise")
         ->capture_default_str()
-        ->check(CLI::NonNegativeNumber)
+        ->transform(range(0, kMaxSeed))
         ->excludes(device);
     command->add_option("--width", arguments->width, "Pixels of a row of the simulated sensor; the model's by default")
-        ->check(range(2, 8192))
+        ->transform(range(2, 8192))
         ->excludes(device);
     command->add_option("--height", arguments->height, "Rows of the simulated sensor; the model's by default")
-        ->check(range(2, 8192))
+        ->transform(range(2, 8192))
         ->excludes(device);
     command->add_option("--csv", arguments->csv, "Write the steps as comma-separated values; - writes standard output")
         ->type_name("FILE");

@@ -154,23 +154,24 @@ void addKind(CLI::App& command, const char* name, const char* help, bool dark) {
         ->required();
     kind->add_option("-n,--frames", arguments->frames, "Frames to take the mean of")
         ->capture_default_str()
-        ->check(range(1, kMostFrames));
+        ->transform(range(1, kMostFrames));
     kind->add_option("-f,--format", arguments->format,
                      "Transfer format, of the depth of the frames to be corrected: raw8, raw10,\nraw12, raw14, raw16, "
                      "mono8 to mono16")
         ->capture_default_str()
         ->check(isTransferFormat());
     kind->add_option("--exposure", arguments->exposure, "Exposure clocks; the camera's current ones by default")
-        ->check(range(0, kMaxControl));
+        ->transform(range(0, kMaxControl));
     kind->add_option("--gain", arguments->gain, "Gain setting value; the camera's current one by default")
-        ->check(range(0, kMaxGain));
+        ->transform(range(0, kMaxGain));
     kind->add_option("--raw", arguments->raw, "Keep the last frame as the camera sent it, for `vekcam convert`")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(isOutput(bytesComplaint));
     addSimulatedSetup(*kind, arguments->setup, device);
     if (!dark) {
         kind->add_option("--light", arguments->light, "Light on the simulated white surface, 1 is normal")
             ->capture_default_str()
-            ->check(CLI::Range(0.0, kMaxLight).description("0..1000000"))
+            ->transform(numberRange(0, kMaxLight))
             ->excludes(device);
     }
     kind->callback([arguments, dark] { calibrate(*arguments, dark); });

@@ -6,11 +6,17 @@
 #include "PngOutput.h"
 #include "TextOutput.h"
 
+#include "sim/ValueText.h"
+
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
+#include <limits>
+#include <string_view>
+#include <utility>
 
 namespace vek::tools {
 
@@ -23,13 +29,82 @@ std::string formOf(const STransferFormat& format, std::uint32_t width, std::uint
     return fmt::format("{} x {}, {} bit, {}", width, height, format.depth, colorArrayName(colorArray));
 }
 
+/// The description of a calibration as a file has it.
+class CDescription {
+public:
+    explicit CDescription(const std::string& path) : mPath(path) {
+        std::ifstream file(path);
+        if (!file) {
+            throw CFailure(fmt::format("{}: cannot open: {}", path, systemMessage(errno)));
+        }
+        std::string text;
+        char piece[4096];
+        while (file.read(piece, sizeof piece), file.gcount() > 0) {
+            text.append(piece, static_cast<std::size_t>(file.gcount()));
+        }
+        if (file.bad()) {
+            throw CFailure(fmt::format("{}: cannot read: {}", path, systemMessage(errno)));
+        }
+        try {
+            mJson = nlohmann::json::parse(text);
+        } catch (const nlohmann::json::parse_error& error) {
+            // Counted from 1, the one behind the last where the text breaks off.
+            const std::string_view before = std::string_view(text).substr(0, std::max<std::size_t>(error.byte, 1) - 1);
+            const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+            const std::size_t column = before.size() - (before.rfind('\n') + 1) + 1; // npos + 1 is 0
+            Refuse(fmt::format("line {}, column {}: {}", line, column,
+                               error.byte > text.size() ? "the file breaks off" : "this is no JSON"));
+        } catch (const nlohmann::json::exception&) {
+            Refuse("a number in it is too large");
+        }
+    }
+
+    [[noreturn]] void Refuse(const std::string& why) const {
+        throw CFailure(
+            fmt::format("{}: no description of a calibration, as `vekcam calibrate` writes it: {}", mPath, why));
+    }
+
+    std::string Text(const char* key) const {
+        const nlohmann::json& value = mValue(key);
+        if (!value.is_string()) {
+            Refuse(fmt::format("\"{}\" is no text", key));
+        }
+        return value.get<std::string>();
+    }
+
+    /// A whole number from low to T's largest.
+    template <class T>
+    T Whole(const char* key, T low) const {
+        constexpr T kLargest = std::numeric_limits<T>::max();
+        const nlohmann::json& value = mValue(key);
+        // Positive numbers have a type of their own.
+        if (!value.is_number_unsigned() || std::cmp_less(value.get<std::uint64_t>(), low) ||
+            std::cmp_greater(value.get<std::uint64_t>(), kLargest)) {
+            Refuse(fmt::format("\"{}\" is no whole number of {} to {}", key, low, kLargest));
+        }
+        return value.get<T>();
+    }
+
+private:
+    const nlohmann::json& mValue(const char* key) const {
+        if (!mJson.contains(key)) {
+            Refuse(fmt::format("\"{}\" is missing", key));
+        }
+        return mJson.at(key);
+    }
+
+    std::string mPath;
+    nlohmann::json mJson;
+};
+
 } // namespace
 
 std::string descriptionPath(const std::string& path) {
-    if (path.size() <= kEnding.size() || !path.ends_with(kEnding)) {
+    const std::size_t stem = path.size() > kEnding.size() ? path.size() - kEnding.size() : 0;
+    if (stem == 0 || !sim::IsName(std::string_view(path).substr(stem), kEnding)) {
         throw CBadArguments(fmt::format("{}: the name of a calibration ends in {}", path, kEnding));
     }
-    return path.substr(0, path.size() - kEnding.size()) + ".json";
+    return path.substr(0, stem) + ".json";
 }
 
 void writeCalibration(const std::string& path, const SCalibration& calibration) {
@@ -52,31 +127,20 @@ void writeCalibration(const std::string& path, const SCalibration& calibration) 
 }
 
 SCalibration readCalibration(const std::string& path, const std::string& kind) {
-    const std::string description = descriptionPath(path);
-    std::ifstream file(description);
-    if (!file) {
-        throw CFailure(fmt::format("{}: cannot open: {}", description, systemMessage(errno)));
-    }
+    const CDescription description(descriptionPath(path));
     SCalibration calibration;
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    try {
-        const nlohmann::json json = nlohmann::json::parse(file);
-        calibration.kind = json.at("kind").get<std::string>();
-        calibration.camera = json.at("camera").get<std::string>();
-        width = json.at("width").get<std::uint32_t>();
-        height = json.at("height").get<std::uint32_t>();
-        calibration.format = findTransferFormat(json.at("format").get<std::string>());
-        calibration.colorArray = static_cast<unsigned short>(
-            findCode(bayerColorArrays(), json.at("colorArray").get<std::string>()).value_or(0));
-        calibration.frames = json.at("frames").get<unsigned>();
-        calibration.exposureClocks = json.at("exposureClocks").get<std::int32_t>();
-        calibration.gain = json.at("gain").get<std::int32_t>();
-    } catch (const nlohmann::json::exception& error) {
-        throw CFailure(fmt::format("{}: no description of a calibration: {}", description, error.what()));
-    }
+    calibration.kind = description.Text("kind");
+    calibration.camera = description.Text("camera");
+    const auto width = description.Whole<std::uint32_t>("width", 1);
+    const auto height = description.Whole<std::uint32_t>("height", 1);
+    calibration.format = findTransferFormat(description.Text("format"));
+    calibration.colorArray =
+        static_cast<unsigned short>(findCode(bayerColorArrays(), description.Text("colorArray")).value_or(0));
+    calibration.frames = description.Whole<unsigned>("frames", 1);
+    calibration.exposureClocks = description.Whole<std::int32_t>("exposureClocks", 0);
+    calibration.gain = description.Whole<std::int32_t>("gain", 0);
     if (calibration.format == nullptr || !calibration.format->isRaw() || calibration.colorArray == 0) {
-        throw CFailure(fmt::format("{}: no description of a calibration: unknown format or colour array", description));
+        description.Refuse("unknown format or colour array");
     }
     if (calibration.kind != kind) {
         throw CFailure(fmt::format("{}: a {} frame is needed, this one is {}", path, kind, calibration.kind));

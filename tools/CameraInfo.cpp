@@ -11,6 +11,7 @@
 #include <linux/videodev2.h>
 #include <nlohmann/json.hpp>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 
@@ -30,6 +31,23 @@ int askControl(int fd, std::uint32_t id, std::int32_t& value) {
     return result == 0 ? 0 : errno;
 }
 
+/// What stands behind a descriptor that is no Video4Linux2 device.
+const char* kindOf(int fd) {
+    struct stat status {};
+    if (fstat(fd, &status) != 0) {
+        return "nothing";
+    }
+    return S_ISREG(status.st_mode)    ? "a plain file"
+           : S_ISFIFO(status.st_mode) ? "a pipe"
+           : S_ISCHR(status.st_mode)  ? "a device of another kind"
+                                      : "a file of another kind";
+}
+
+bool isVideoDevice(int fd) {
+    v4l2_capability capability{};
+    return ioctl(fd, VIDIOC_QUERYCAP, &capability) == 0 || errno != ENOTTY;
+}
+
 class CControlReader {
 public:
     CControlReader(int fd, const std::string& source) : mFd(fd), mSource(source) {}
@@ -38,6 +56,10 @@ public:
     std::int32_t operator()(std::uint32_t id, const char* what) const {
         std::int32_t value = 0;
         if (const int error = askControl(mFd, id, value); error != 0) {
+            if (error == ENOTTY && !isVideoDevice(mFd)) {
+                throw CFailure(
+                    fmt::format("{}: not a trigger camera: {}, not a Video4Linux2 device", mSource, kindOf(mFd)));
+            }
             throw CFailure(fmt::format("{}: not a trigger camera: no answer for {} (control 0x{:08x}): {}", mSource,
                                        what, id, systemMessage(error)));
         }
@@ -91,6 +113,11 @@ SCameraInfo readCameraInfo(int fd, const std::string& source) {
 
 std::int32_t readControl(int fd, const std::string& source, std::uint32_t id, const char* what) {
     return CControlReader(fd, source)(id, what);
+}
+
+void requireTriggerCamera(int fd, const std::string& source) {
+    // What only a camera of this kind has.
+    readControl(fd, source, VEK_CID_COLOR_ARRAY, "the colour array");
 }
 
 void setControl(int fd, const std::string& source, std::uint32_t id, std::int32_t value) {

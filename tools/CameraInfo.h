@@ -36,6 +36,9 @@ SCameraInfo readCameraInfo(int fd, const std::string& source);
 /// Reads one control; what: the control in words, for messages. Throws CFailure.
 std::int32_t readControl(int fd, const std::string& source, std::uint32_t id, const char* what);
 
+/// Throws CFailure when the descriptor does not answer as a trigger camera.
+void requireTriggerCamera(int fd, const std::string& source);
+
 /// Sets one control of a camera. Throws CFailure.
 void setControl(int fd, const std::string& source, std::uint32_t id, std::int32_t value);
 

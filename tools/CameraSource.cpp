@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "CameraSource.h"
 
+#include "CameraInfo.h"
 #include "Errors.h"
 #include "Options.h"
 
@@ -22,12 +23,12 @@ std::string SCameraChoice::modelName() const {
 void addCameraOptions(CLI::App& command, SCameraChoice& choice, const std::string& defaultDevice) {
     choice.device = defaultDevice;
     CLI::Option* const device = command.add_option("-d,--device", choice.device, "The camera's Video4Linux2 node");
+    choice.deviceOption = device;
     device->type_name("FILE")->default_str(choice.device);
-    choice.simulatedOption = command.add_option("-s,--sim", choice.model,
-                                                std::string("A simulated camera") +
-                                                    (defaultDevice.empty() ? " (the default), " : " instead, ") +
-                                                    kDefaultModel + " or one of:\n" + modelList());
-    choice.simulatedOption->type_name("[MODEL]")->expected(0, 1)->check(isSimulatedModel())->excludes(device);
+    choice.simulatedOption =
+        addModelOption(command, choice.model,
+                       defaultDevice.empty() ? "A simulated camera (the default)" : "A simulated camera instead");
+    choice.simulatedOption->excludes(device);
 }
 
 CCamera::CCamera(const std::string& device, int flags)
@@ -35,6 +36,7 @@ CCamera::CCamera(const std::string& device, int flags)
     if (!mDevice.IsOpen()) {
         throw CFailure(fmt::format("{}: cannot open: {}", device, systemMessage(errno)));
     }
+    requireTriggerCamera(mDevice.Get(), device);
 }
 
 CCamera::CCamera(std::shared_ptr<sim::CSimulatedDriver> driver) {

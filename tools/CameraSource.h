@@ -15,6 +15,7 @@ namespace vek::tools {
 /// Which camera a command works on: a device or a simulated one.
 struct SCameraChoice {
     std::string device;
+    CLI::Option* deviceOption = nullptr;
     CLI::Option* simulatedOption = nullptr;
     std::string model;
 
@@ -29,7 +30,8 @@ void addCameraOptions(CLI::App& command, SCameraChoice& choice, const std::strin
 /// An open camera of either kind.
 class CCamera {
 public:
-    /// A device. Throws CFailure when it cannot be opened. flags: of open, besides O_RDWR and O_CLOEXEC.
+    /// A device. Throws CFailure when it cannot be opened or is no trigger camera. flags: of open, besides O_RDWR and
+    /// O_CLOEXEC.
     explicit CCamera(const std::string& device, int flags = 0);
     explicit CCamera(std::shared_ptr<sim::CSimulatedDriver> driver);
 

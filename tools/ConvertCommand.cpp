@@ -37,6 +37,8 @@ struct SConvertArguments {
     std::uint64_t offset = 0;
     std::uint64_t frame = 0;
     bool display = false;
+    std::optional<std::string> blackText; ///< as typed: what it may be depends on the format
+    std::optional<std::string> whiteText;
     std::optional<unsigned> black;
     std::optional<unsigned> white;
     std::string settings;
@@ -83,14 +85,27 @@ bool needsBytes(const SConvertArguments& arguments, unsigned short colorArray, u
     return arguments.stages.any() || (isBayer(colorArray) && method == VEK_DEMOSAIC_BICUBIC);
 }
 
-void checkLevels(const SConvertArguments& arguments, const SConversion& conversion) {
-    const STransferFormat& format = *conversion.format;
-    const unsigned largest = maxSample(format.depth);
-    const unsigned black = arguments.black.value_or(0);
-    const unsigned white = arguments.white.value_or(largest);
-    if (black > largest || white > largest) {
-        throw CBadArguments(fmt::format("--black and --white: format {} has samples 0 to {}", format.name, largest));
+/// A level in samples of the format; nothing where none was given.
+std::optional<unsigned> checkedLevel(const char* option, const std::optional<std::string>& text,
+                                     const STransferFormat& format) {
+    if (!text) {
+        return std::nullopt;
     }
+    const unsigned largest = maxSample(format.depth);
+    const std::optional<unsigned> level = sim::ReadWhole<unsigned>(*text, 0, largest);
+    if (!level) {
+        throw CBadArguments(fmt::format("{}: {} with format {}", option,
+                                        sim::WholeComplaint(*text, "0", std::to_string(largest)), format.name));
+    }
+    return level;
+}
+
+void checkLevels(SConvertArguments& arguments, const SConversion& conversion) {
+    const STransferFormat& format = *conversion.format;
+    arguments.black = checkedLevel("--black", arguments.blackText, format);
+    arguments.white = checkedLevel("--white", arguments.whiteText, format);
+    const unsigned black = arguments.black.value_or(0);
+    const unsigned white = arguments.white.value_or(maxSample(format.depth));
     // Both are shifted down with the samples and have to stay apart.
     const int shift = format.depth - conversion.depth;
     if (black >> shift >= white >> shift) {
@@ -186,8 +201,8 @@ void addConvertCommand(CLI::App& app) {
     command->add_option("IN", arguments->input, "File with raw frames; - reads standard input")
         ->type_name("FILE")
         ->required();
-    command->add_option("-W,--width", arguments->width, "Pixels of a row")->required()->check(range(1, 65535));
-    command->add_option("-H,--height", arguments->height, "Rows")->required()->check(range(1, 65535));
+    command->add_option("-W,--width", arguments->width, "Pixels of a row")->required()->transform(range(1, 65535));
+    command->add_option("-H,--height", arguments->height, "Rows")->required()->transform(range(1, 65535));
     command
         ->add_option("-f,--format", arguments->format,
                      "Transfer format, number 0 to 21 or name: raw8, raw10, raw12, raw14, raw16,\n"
@@ -201,35 +216,41 @@ void addConvertCommand(CLI::App& app) {
         ->add_option("-a,--colour-array,--color-array", arguments->colorArray,
                      "Number 1 to 5 or name: " + nameList(bayerColorArrays()) +
                          ".\nMay be left out with the mono formats, and has to be with bgr and ycrcb")
-        ->check(isNameOf(bayerColorArrays()));
+        ->check(isCodeOf(bayerColorArrays()));
     command
         ->add_option("-m,--method", arguments->method,
                      "Demosaic method, number or name: " + nameList(demosaicMethods()) +
                          ".\nBicubic works at 8 bits. Of bgr and ycrcb mono shows green and luma, every\n"
                          "other method the colours")
         ->default_val("bilinear")
-        ->check(isNameOf(demosaicMethods()));
-    command->add_option("-o,--output", arguments->output, "PNG file to write; - writes standard output")
+        ->check(isCodeOf(demosaicMethods()));
+    command
+        ->add_option("-o,--output", arguments->output,
+                     "PNG file to write; - writes standard output unless that is a terminal")
         ->type_name("FILE")
+        ->check(isOutput(pictureComplaint))
         ->required();
     command
         ->add_option("--bits-out", arguments->bitsOut,
                      "Bits of a sample in the PNG file; by default 8 for 8-bit formats and with\n"
                      "--display or an image stage, else 16. Samples are scaled to the whole range")
-        ->check(CLI::IsMember({8, 16}).description("8|16"));
+        ->transform(eitherOf(8, 16));
     command->add_option("--src-offset", arguments->offset, "Bytes in front of the first frame, 0 by default")
-        ->check(range(0, kMaxOffset));
+        ->transform(range(0, kMaxOffset));
     command->add_option("--frame", arguments->frame, "Which frame of the file, counted from 0, which is the default")
-        ->check(range(0, kMaxFrame));
+        ->transform(range(0, kMaxFrame));
     CLI::Option* const display =
         command->add_flag("--display", arguments->display,
                           "Render for the eye: black and white level, grey-world white balance, sRGB curve");
     display->disable_flag_override();
-    command->add_option("--black", arguments->black, "Sensor level of black, in samples of the format, 0 by default")
+    command
+        ->add_option("--black", arguments->blackText, "Sensor level of black, in samples of the format, 0 by default")
+        ->type_name("LEVEL")
         ->needs(display);
     command
-        ->add_option("--white", arguments->white,
+        ->add_option("--white", arguments->whiteText,
                      "Sensor level of white; without it the bright end of the picture decides")
+        ->type_name("LEVEL")
         ->needs(display);
     command
         ->add_option("--settings", arguments->settings,

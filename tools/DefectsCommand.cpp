@@ -33,8 +33,7 @@ std::size_t countFrom(const std::vector<std::uint8_t>& frame, unsigned threshold
 }
 
 void detect(const SDefectsArguments& arguments) {
-    const sim::SCameraModel& model =
-        sim::FindCameraModel(arguments.model.empty() ? kDefaultModel : arguments.model.c_str());
+    const sim::SCameraModel& model = modelNamed(arguments.model);
     const auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensorOf(model, arguments.setup));
     driver->SetLensCap(true);
 
@@ -82,21 +81,16 @@ void addDefectsCommand(CLI::App& app) {
         "detect", "Find the hot pixels of a capped simulated camera and let the camera correct them");
     const auto arguments = std::make_shared<SDefectsArguments>();
 
-    detectCommand
-        ->add_option("-s,--sim", arguments->model,
-                     "Simulated camera model, " + std::string(kDefaultModel) + " or one of:\n" + modelList())
-        ->type_name("[MODEL]")
-        ->expected(0, 1)
-        ->check(isSimulatedModel());
+    addModelOption(*detectCommand, arguments->model, "Simulated camera model");
     detectCommand->add_option("-t,--threshold", arguments->threshold, "Level from which a pixel counts as hot")
         ->capture_default_str()
-        ->check(range(0, 256));
+        ->transform(range(0, 256));
     detectCommand->add_option("--hot", arguments->setup.hot, "Hot pixels that the sensor has")
         ->capture_default_str()
-        ->check(range(0, 10000));
+        ->transform(range(0, 10000));
     detectCommand->add_option("--seed", arguments->setup.seed, "Seed of their places and of the noise")
         ->capture_default_str()
-        ->check(CLI::NonNegativeNumber);
+        ->transform(range(0, kMaxSeed));
     detectCommand->callback([arguments] { detect(*arguments); });
 }
 

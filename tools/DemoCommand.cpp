@@ -39,7 +39,7 @@ constexpr unsigned kMostFrames = 40;
 struct SDemoArguments {
     std::string directory = "demo-output";
     unsigned frames = 3;
-    std::string model = kDefaultModel;
+    std::string model;
     SSimulatedSetup setup;
     bool raw = false;
     bool truth = false;
@@ -77,7 +77,7 @@ constexpr SFilters kFilters[] = {{VEK_COLOR_ARRAY_RGGB, {0, 1, 1, 2}},
                                  {VEK_COLOR_ARRAY_BGGR, {2, 1, 1, 0}}};
 
 std::shared_ptr<sim::CSimulatedDriver> makeDriver(const SDemoArguments& arguments) {
-    const sim::SCameraModel& model = sim::FindCameraModel(arguments.model);
+    const sim::SCameraModel& model = modelNamed(arguments.model);
     auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensorOf(model, arguments.setup));
     driver->SetExposureTime(kStartSeconds);
     return driver;
@@ -251,7 +251,7 @@ private:
         SSimulatedSetup setup = mArguments.setup;
         setup.noNoise = true;
         setup.hot = 0;
-        const sim::SCameraModel& model = sim::FindCameraModel(mArguments.model);
+        const sim::SCameraModel& model = modelNamed(mArguments.model);
         sim::CSimulatedDriver perfect(model, sensorOf(model, setup));
         perfect.SetExposure(mDriver->ExposureValue());
         perfect.SetGain(mDriver->GainValue());
@@ -294,7 +294,12 @@ private:
         if (!mRawFrames.empty()) {
             text += "\nRaw frames, and what `vekcam convert` is told of them:\n" + mListOf(mRawFrames);
         }
-        std::fputs((text + mTruth).c_str(), stdout);
+        text += mTruth;
+        std::error_code error;
+        if (const auto program = std::filesystem::read_symlink("/proc/self/exe", error); !error) {
+            text += fmt::format("\nThis was {0}; what else it does:\n  {0} --help\n", program.string());
+        }
+        std::fputs(text.c_str(), stdout);
     }
 
     const SDemoArguments& mArguments;
@@ -319,10 +324,12 @@ void addDemoCommand(CLI::App& app) {
         ->capture_default_str();
     command->add_option("-n,--frames", arguments->frames, "Frames of 8 bits to take; one of 12 bits comes on top")
         ->capture_default_str()
-        ->check(range(1, 1000));
-    command->add_option("--model", arguments->model, "Simulated camera model:\n" + modelList())
-        ->capture_default_str()
-        ->check(isSimulatedModel());
+        ->transform(range(1, 1000));
+    CLI::Option* const simulated = addModelOption(*command, arguments->model, "Simulated camera model");
+    command->add_option("--model", arguments->model, "The same as --sim MODEL")
+        ->type_name("MODEL")
+        ->check(isSimulatedModel())
+        ->excludes(simulated);
     addSimulatedSetup(*command, arguments->setup, nullptr);
     command->add_flag("--raw", arguments->raw, "Keep the raw frames, too, as files for `vekcam convert`")
         ->disable_flag_override();

@@ -3,9 +3,11 @@
 
 #include "CameraInfo.h"
 #include "CameraSource.h"
+#include "Errors.h"
 #include "LibraryHandle.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 
 #include <cstdio>
 #include <memory>
@@ -27,10 +29,18 @@ void printInfo(const CCamera& camera, bool json) {
 }
 
 void info(const SInfoArguments& arguments) {
-    if (arguments.camera.simulated(false)) {
-        printInfo(CCamera(std::make_shared<sim::CSimulatedDriver>(arguments.camera.modelName())), arguments.json);
-    } else {
-        printInfo(CCamera(arguments.camera.device, O_NONBLOCK), arguments.json);
+    const SCameraChoice& choice = arguments.camera;
+    if (choice.simulated(false)) {
+        printInfo(CCamera(std::make_shared<sim::CSimulatedDriver>(choice.modelName())), arguments.json);
+        return;
+    }
+    try {
+        printInfo(CCamera(choice.device, O_NONBLOCK), arguments.json);
+    } catch (const CFailure& failure) {
+        if (choice.deviceOption->count() > 0) {
+            throw;
+        }
+        throw CFailure(fmt::format("{}; --device names another node, --sim takes a simulated camera", failure.what()));
     }
 }
 

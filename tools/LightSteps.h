@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "sim/SimulatedSensor.h"
+
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -14,7 +16,7 @@ struct SLightStep {
 };
 
 /// Largest light that a simulated scene takes.
-inline constexpr double kMaxLight = 1e6;
+inline constexpr double kMaxLight = sim::kMaxLightLevel;
 
 /// "FRAME:LIGHT,FRAME:LIGHT,...", frames rising; nothing for another text.
 std::optional<std::vector<SLightStep>> parsedLightSteps(std::string_view text);

@@ -90,8 +90,12 @@ std::string textOf(const SSettling& settling, unsigned target) {
     if (!settling.frames) {
         return fmt::format("not settled: level {:.1f}, target {}", settling.level, target);
     }
-    return fmt::format("{} after {} frame{}: level {:.1f}, target {}", settling.reached ? "settled" : "out of reach",
-                       *settling.frames, *settling.frames == 1 ? "" : "s", settling.level, target);
+    // A first frame that needs no change is no time of settling.
+    const std::string when = *settling.frames == 0
+                                 ? "at the first frame"
+                                 : fmt::format("after {} frame{}", *settling.frames, *settling.frames == 1 ? "" : "s");
+    return fmt::format("{} {}: level {:.1f}, target {}", settling.reached ? "settled" : "out of reach", when,
+                       settling.level, target);
 }
 
 std::string changesText(unsigned long changes) {

@@ -84,8 +84,7 @@ SFrame frameOfCamera(const SMeasureArguments& arguments) {
     if (!arguments.input.empty()) {
         throw CBadArguments("IN and --sim exclude each other");
     }
-    const sim::SCameraModel& model =
-        sim::FindCameraModel(arguments.model.empty() ? kDefaultModel : arguments.model.c_str());
+    const sim::SCameraModel& model = modelNamed(arguments.model);
     sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
     sensor.width = arguments.width != 0 ? arguments.width : sensor.width;
     sensor.height = arguments.height != 0 ? arguments.height : sensor.height;
@@ -185,12 +184,9 @@ void addMeasureCommand(CLI::App& app) {
     const auto arguments = std::make_shared<SMeasureArguments>();
 
     command->add_option("IN", arguments->input, "File with raw frames; - reads standard input")->type_name("FILE");
-    arguments->simulated = command->add_option("-s,--sim", arguments->model,
-                                               "A frame of a simulated camera instead, " + std::string(kDefaultModel) +
-                                                   " or one of:\n" + modelList());
-    arguments->simulated->type_name("[MODEL]")->expected(0, 1)->check(isSimulatedModel());
-    command->add_option("-W,--width", arguments->width, "Pixels of a row")->check(range(1, 65535));
-    command->add_option("-H,--height", arguments->height, "Rows")->check(range(1, 65535));
+    arguments->simulated = addModelOption(*command, arguments->model, "A frame of a simulated camera instead");
+    command->add_option("-W,--width", arguments->width, "Pixels of a row")->transform(range(1, 65535));
+    command->add_option("-H,--height", arguments->height, "Rows")->transform(range(1, 65535));
     command
         ->add_option("-f,--format", arguments->format,
                      "Transfer format, number or name: raw8, raw10, raw10p, raw12, raw12p, raw14, raw16\n"
@@ -200,16 +196,16 @@ void addMeasureCommand(CLI::App& app) {
         ->add_option("-a,--colour-array,--color-array", arguments->colorArray,
                      "Number 1 to 5 or name: " + nameList(bayerColorArrays()) +
                          ".\nMay be left out with the mono formats")
-        ->check(isNameOf(bayerColorArrays()))
+        ->check(isCodeOf(bayerColorArrays()))
         ->excludes(arguments->simulated);
     command->add_option("-r,--region", arguments->region, "Where to measure; the whole image by default")
         ->type_name("X,Y,W,H")
         ->check(isRegion());
     command->add_option("--src-offset", arguments->offset, "Bytes in front of the first frame, 0 by default")
-        ->check(range(0, kMaxOffset))
+        ->transform(range(0, kMaxOffset))
         ->excludes(arguments->simulated);
     command->add_option("--frame", arguments->frame, "Which frame of the file, counted from 0, which is the default")
-        ->check(range(0, kMaxFrame))
+        ->transform(range(0, kMaxFrame))
         ->excludes(arguments->simulated);
     command->add_flag("--json", arguments->json, "Print a JSON object")->disable_flag_override();
     command->callback([arguments] { measure(*arguments); });

@@ -3,31 +3,30 @@
 
 #include "Errors.h"
 
+#include "sim/ValueText.h"
+
 #include <VekTrgApi.h>
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
+#include <limits>
 
 namespace vek::tools {
 
 std::optional<SRegion> parsedRegion(std::string_view text) {
+    const std::vector<std::string_view> parts = sim::SplitText(text, ',');
     std::array<std::uint32_t, 4> values{};
-    const char* at = text.data();
-    const char* const end = at + text.size();
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        if (i > 0 && (at == end || *at++ != ',')) {
-            return std::nullopt;
-        }
-        const auto [next, error] = std::from_chars(at, end, values[i]);
-        if (error != std::errc{}) {
-            return std::nullopt;
-        }
-        at = next;
-    }
-    if (at != end || values[2] == 0 || values[3] == 0) {
+    if (parts.size() != values.size()) {
         return std::nullopt;
+    }
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        constexpr std::uint32_t kLargest = std::numeric_limits<std::uint32_t>::max();
+        const std::optional<std::uint32_t> value = sim::ReadWhole<std::uint32_t>(parts[i], i < 2 ? 0 : 1, kLargest);
+        if (!value) {
+            return std::nullopt;
+        }
+        values[i] = *value;
     }
     return SRegion{values[0], values[1], values[2], values[3]};
 }

@@ -1,47 +1,58 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Names.h"
 
+#include "sim/SimulatedSensor.h"
+#include "sim/TransferFormat.h"
+#include "sim/ValueText.h"
+
 #include <VekTrgApi.h>
 
-#include <algorithm>
 #include <array>
-#include <charconv>
 
 namespace vek::tools {
 
 namespace {
 
+constexpr STransferFormat formatOf(unsigned code, unsigned short depth, ELayout layout, unsigned short bits,
+                                   bool mono) {
+    return {code, sim::kTransferFormatNames[code], depth, layout, bits, mono};
+}
+
 constexpr std::array kTransferFormats = {
-    STransferFormat{VEK_TRANSFER_RAW8, "raw8", 8, ELayout::Bytes, 8, false},
-    STransferFormat{VEK_TRANSFER_RAW10, "raw10", 10, ELayout::Words, 16, false},
-    STransferFormat{VEK_TRANSFER_RAW10_PACKED, "raw10p", 10, ELayout::Packed, 10, false},
-    STransferFormat{VEK_TRANSFER_RAW12, "raw12", 12, ELayout::Words, 16, false},
-    STransferFormat{VEK_TRANSFER_RAW12_PACKED, "raw12p", 12, ELayout::Packed, 12, false},
-    STransferFormat{VEK_TRANSFER_MONO8, "mono8", 8, ELayout::Bytes, 8, true},
-    STransferFormat{VEK_TRANSFER_MONO10, "mono10", 10, ELayout::Words, 16, true},
-    STransferFormat{VEK_TRANSFER_MONO10_PACKED, "mono10p", 10, ELayout::Packed, 10, true},
-    STransferFormat{VEK_TRANSFER_MONO12, "mono12", 12, ELayout::Words, 16, true},
-    STransferFormat{VEK_TRANSFER_MONO12_PACKED, "mono12p", 12, ELayout::Packed, 12, true},
-    STransferFormat{VEK_TRANSFER_BGR8, "bgr8", 8, ELayout::Bgr, 24, false},
-    STransferFormat{VEK_TRANSFER_BGR10, "bgr10", 10, ELayout::Bgr, 64, false},
-    STransferFormat{VEK_TRANSFER_YCRCB411, "ycrcb411", 8, ELayout::YCrCb, 12, false},
-    STransferFormat{VEK_TRANSFER_YCRCB422, "ycrcb422", 8, ELayout::YCrCb, 16, false},
-    STransferFormat{VEK_TRANSFER_YCRCB444, "ycrcb444", 8, ELayout::YCrCb, 24, false},
-    STransferFormat{VEK_TRANSFER_YCRCB411_BT709, "ycrcb411-bt709", 8, ELayout::YCrCb, 12, false},
-    STransferFormat{VEK_TRANSFER_YCRCB422_BT709, "ycrcb422-bt709", 8, ELayout::YCrCb, 16, false},
-    STransferFormat{VEK_TRANSFER_YCRCB444_BT709, "ycrcb444-bt709", 8, ELayout::YCrCb, 24, false},
-    STransferFormat{VEK_TRANSFER_RAW14, "raw14", 14, ELayout::Words, 16, false},
-    STransferFormat{VEK_TRANSFER_RAW16, "raw16", 16, ELayout::Words, 16, false},
-    STransferFormat{VEK_TRANSFER_MONO14, "mono14", 14, ELayout::Words, 16, true},
-    STransferFormat{VEK_TRANSFER_MONO16, "mono16", 16, ELayout::Words, 16, true},
+    formatOf(VEK_TRANSFER_RAW8, 8, ELayout::Bytes, 8, false),
+    formatOf(VEK_TRANSFER_RAW10, 10, ELayout::Words, 16, false),
+    formatOf(VEK_TRANSFER_RAW10_PACKED, 10, ELayout::Packed, 10, false),
+    formatOf(VEK_TRANSFER_RAW12, 12, ELayout::Words, 16, false),
+    formatOf(VEK_TRANSFER_RAW12_PACKED, 12, ELayout::Packed, 12, false),
+    formatOf(VEK_TRANSFER_MONO8, 8, ELayout::Bytes, 8, true),
+    formatOf(VEK_TRANSFER_MONO10, 10, ELayout::Words, 16, true),
+    formatOf(VEK_TRANSFER_MONO10_PACKED, 10, ELayout::Packed, 10, true),
+    formatOf(VEK_TRANSFER_MONO12, 12, ELayout::Words, 16, true),
+    formatOf(VEK_TRANSFER_MONO12_PACKED, 12, ELayout::Packed, 12, true),
+    formatOf(VEK_TRANSFER_BGR8, 8, ELayout::Bgr, 24, false),
+    formatOf(VEK_TRANSFER_BGR10, 10, ELayout::Bgr, 64, false),
+    formatOf(VEK_TRANSFER_YCRCB411, 8, ELayout::YCrCb, 12, false),
+    formatOf(VEK_TRANSFER_YCRCB422, 8, ELayout::YCrCb, 16, false),
+    formatOf(VEK_TRANSFER_YCRCB444, 8, ELayout::YCrCb, 24, false),
+    formatOf(VEK_TRANSFER_YCRCB411_BT709, 8, ELayout::YCrCb, 12, false),
+    formatOf(VEK_TRANSFER_YCRCB422_BT709, 8, ELayout::YCrCb, 16, false),
+    formatOf(VEK_TRANSFER_YCRCB444_BT709, 8, ELayout::YCrCb, 24, false),
+    formatOf(VEK_TRANSFER_RAW14, 14, ELayout::Words, 16, false),
+    formatOf(VEK_TRANSFER_RAW16, 16, ELayout::Words, 16, false),
+    formatOf(VEK_TRANSFER_MONO14, 14, ELayout::Words, 16, true),
+    formatOf(VEK_TRANSFER_MONO16, 16, ELayout::Words, 16, true),
 };
 
+constexpr SName sensorArray(unsigned code) {
+    return {code, sim::kColorArrayNames[code - VEK_COLOR_ARRAY_MONO]};
+}
+
 constexpr std::array kColorArrays = {
-    SName{VEK_COLOR_ARRAY_MONO, "mono"},
-    SName{VEK_COLOR_ARRAY_RGGB, "rggb"},
-    SName{VEK_COLOR_ARRAY_GRBG, "grbg"},
-    SName{VEK_COLOR_ARRAY_GBRG, "gbrg"},
-    SName{VEK_COLOR_ARRAY_BGGR, "bggr"},
+    sensorArray(VEK_COLOR_ARRAY_MONO),
+    sensorArray(VEK_COLOR_ARRAY_RGGB),
+    sensorArray(VEK_COLOR_ARRAY_GRBG),
+    sensorArray(VEK_COLOR_ARRAY_GBRG),
+    sensorArray(VEK_COLOR_ARRAY_BGGR),
     SName{VEK_COLOR_ARRAY_YCRCB422, "ycrcb422"},
     SName{VEK_COLOR_ARRAY_YCRCB444, "ycrcb444"},
     SName{VEK_COLOR_ARRAY_YCRCB411, "ycrcb411"},
@@ -106,31 +117,12 @@ constexpr std::array kPixelFormats = {
 
 constexpr std::string_view kUnknown = "unknown";
 
-char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-/// name is lower case already.
-bool sameName(std::string_view name, std::string_view text) {
-    return std::equal(name.begin(), name.end(), text.begin(), text.end(), [](char a, char b) { return a == lower(b); });
-}
-
-/// A whole text of decimal digits; nothing for signs, blanks, other characters and numbers beyond the type.
-std::optional<unsigned> decimal(std::string_view text) {
-    unsigned value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (text.empty() || error != std::errc{} || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
-    return value;
-}
-
 /// The element of a table whose number or name text is; null when there is none.
 template <class Table>
 auto findIn(const Table& table, std::string_view text) -> decltype(table.data()) {
-    const std::optional<unsigned> number = decimal(text);
+    const std::optional<unsigned> number = sim::ReadCode(text);
     for (const auto& element : table) {
-        if (number ? element.code == *number : sameName(element.name, text)) {
+        if (number ? element.code == *number : sim::IsName(text, element.name)) {
             return &element;
         }
     }

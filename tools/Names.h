@@ -42,7 +42,8 @@ std::span<const SName> bayerColorArrays(); ///< the ones a raw frame can have, m
 std::span<const SName> demosaicMethods();  ///< enum VekDemosaicMethod
 std::span<const SName> alcModes();         ///< enum VekALCMode without off
 
-/// Finds a code by its decimal number or its name (letter case does not matter); nothing when there is none.
+/// Finds a code by its number, decimal or hexadecimal behind 0x, or its name (letter case does not matter); nothing
+/// when there is none.
 std::optional<unsigned> findCode(std::span<const SName> names, std::string_view text);
 const STransferFormat* findTransferFormat(std::string_view text);
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "SettingsCommand.h"
 
-#include "CameraInfo.h"
 #include "CameraSource.h"
 #include "Errors.h"
 #include "HandleSettings.h"
@@ -13,8 +12,8 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -68,11 +67,6 @@ CCamera openCamera(const SCameraChoice& choice) {
                                   : CCamera(choice.device);
 }
 
-/// Throws CFailure for what is no camera: a handle of it has settings, too, with no range of gain.
-void requireCamera(const CCamera& camera) {
-    readControl(camera.Fd(), camera.Name(), VEK_CID_COLOR_ARRAY, "the colour array");
-}
-
 // ---- save ----
 
 struct SSaveArguments {
@@ -85,12 +79,6 @@ struct SChange {
     std::size_t key;
     long value;
 };
-
-std::optional<long> decimalNumber(std::string_view text) {
-    long value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc{} && end == text.data() + text.size() ? std::optional(value) : std::nullopt;
-}
 
 /// What KEY=VALUE asks for; complaint: receives what is wrong with it.
 std::optional<SChange> parsedChange(std::string_view text, std::string& complaint) {
@@ -106,7 +94,8 @@ std::optional<SChange> parsedChange(std::string_view text, std::string& complain
     if (const auto code = findCode(names, value)) {
         return SChange{*index, static_cast<long>(*code)};
     }
-    const std::optional<long> number = decimalNumber(value);
+    using Limits = std::numeric_limits<long>;
+    const std::optional<long> number = sim::ReadWhole<long>(value, Limits::min(), Limits::max());
     const bool negativeLong = key.bits == 64 && number && *number < 0;
     if (!number || negativeLong || cutToSetting(key, *number) != *number) {
         const unsigned long range = (1UL << (key.bits - 1)) - 1; // of a signed number
@@ -165,7 +154,6 @@ void applyChanges(VekCam_Handle handle, const std::vector<std::string>& changes)
 
 void save(const SSaveArguments& arguments) {
     const CCamera camera = openCamera(arguments.camera);
-    requireCamera(camera);
     const CLibraryHandle handle(camera.Fd());
     applyChanges(handle.Get(), arguments.changes);
     writeSettingFile(handle.Get(), arguments.file);
@@ -209,7 +197,6 @@ void printLoaded(const SLoadArguments& arguments, const CCamera& camera, VekCam_
 
 void load(const SLoadArguments& arguments) {
     const CCamera camera = openCamera(arguments.camera);
-    requireCamera(camera);
     const CLibraryHandle handle(camera.Fd());
     const bool accepted = readSettingFile(handle.Get(), arguments.file);
     printLoaded(arguments, camera, handle.Get(), accepted);

@@ -51,23 +51,35 @@ bool isModel(const std::string& name) {
                        [&](const sim::SCameraModel& model) { return model.name == name; });
 }
 
+const sim::SCameraModel& modelNamed(const std::string& name) {
+    return sim::FindCameraModel(name.empty() ? kDefaultModel : name);
+}
+
+CLI::Option* addModelOption(CLI::App& command, std::string& model, const std::string& what) {
+    return command
+        .add_option("-s,--sim", model, fmt::format("{}, {} or one of:\n{}", what, kDefaultModel, modelList()))
+        ->type_name("[MODEL]")
+        ->expected(0, 1)
+        ->check(isSimulatedModel());
+}
+
 void addSimulatedSetup(CLI::App& command, SSimulatedSetup& setup, CLI::Option* excluded) {
     // Smaller charts show nothing any more, and hold all hot pixels; larger sensors only take time.
     CLI::Option* const options[] = {
         command.add_option("--width", setup.width, "Pixels of a row of the simulated sensor; the model's by default")
-            ->check(range(64, 8192)),
+            ->transform(range(64, 8192)),
         command.add_option("--height", setup.height, "Rows of the simulated sensor; the model's by default")
-            ->check(range(64, 8192)),
+            ->transform(range(64, 8192)),
         command.add_option("--hot", setup.hot, "Hot pixels that the simulated sensor has")
             ->capture_default_str()
-            ->check(range(0, 1000)),
+            ->transform(range(0, 1000)),
         command
             .add_flag("--no-noise", setup.noNoise,
                       "A perfect simulated sensor: no noise, no fixed pattern but hot pixels")
             ->disable_flag_override(),
         command.add_option("--seed", setup.seed, "Seed of the sensor's noise and of the hot pixels' places")
             ->capture_default_str()
-            ->check(CLI::NonNegativeNumber)};
+            ->transform(range(0, kMaxSeed))};
     if (excluded != nullptr) {
         for (CLI::Option* const option : options) {
             option->excludes(excluded);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "sim/CameraModel.h"
 #include "sim/SimulatedDriver.h"
 
 #include <CLI/App.hpp>
@@ -18,6 +19,11 @@ inline constexpr const char* kDefaultModel = "global-1m";
 /// The simulation's model names, separated by ", ".
 std::string modelList();
 bool isModel(const std::string& name);
+/// The model of a name, the default one of an empty name.
+const sim::SCameraModel& modelNamed(const std::string& name);
+
+/// Adds --sim [MODEL]; what: the help's first words. model stays empty where no model is named.
+CLI::Option* addModelOption(CLI::App& command, std::string& model, const std::string& what);
 
 /// What the command line says of a simulated sensor.
 struct SSimulatedSetup {

@@ -3,7 +3,6 @@
 
 #include "Options.h"
 
-#include <charconv>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -27,26 +26,18 @@ constexpr SName kMirrors[] = {
     {VEK_MIRROR_HORIZONTAL, "h"}, {VEK_MIRROR_VERTICAL, "v"}, {VEK_MIRROR_HORIZONTAL | VEK_MIRROR_VERTICAL, "hv"}};
 constexpr SName kRotations[] = {{VEK_ROTATION_CLOCKWISE, "cw"}, {VEK_ROTATION_COUNTERCLOCKWISE, "ccw"}};
 
-/// Decimal numbers with commas between; empty for another text.
+/// Numbers with commas between; empty for another text.
 std::vector<double> decimals(std::string_view text) {
+    constexpr double kLargest = std::numeric_limits<double>::max();
     std::vector<double> numbers;
-    const char* at = text.data();
-    const char* const end = at + text.size();
-    while (true) {
-        double number = 0;
-        const auto [next, error] = std::from_chars(at, end, number, std::chars_format::fixed);
-        if (error != std::errc{}) {
+    for (const std::string_view part : sim::SplitText(text, ',')) {
+        const std::optional<double> number = sim::ReadNumber(part, -kLargest, kLargest);
+        if (!number) {
             return {};
         }
-        numbers.push_back(number);
-        if (next == end) {
-            return numbers;
-        }
-        if (*next != ',') {
-            return {};
-        }
-        at = next + 1;
+        numbers.push_back(*number);
     }
+    return numbers;
 }
 
 /// value times scale, rounded; nothing below low, above T's range, or for what is not a number.
@@ -59,10 +50,10 @@ std::optional<T> scaled(double value, double scale, T low = std::numeric_limits<
     return static_cast<T>(rounded);
 }
 
-/// A text of whole numbers that fit their types.
+/// A whole number that fits its type.
 template <class T>
-std::optional<T> whole(double value) {
-    return std::trunc(value) == value ? scaled<T>(value, 1) : std::nullopt;
+std::optional<T> whole(std::string_view text) {
+    return sim::ReadWhole<T>(text, 0, std::numeric_limits<T>::max());
 }
 
 std::optional<SBalance> parsedBalance(std::string_view text) {
@@ -115,22 +106,22 @@ std::optional<short> parsedHue(std::string_view text) {
 }
 
 std::optional<SChromaLimit> parsedChromaLimit(std::string_view text) {
-    const std::vector<double> numbers = decimals(text);
-    if (numbers.size() != 2) {
+    const std::vector<std::string_view> parts = sim::SplitText(text, ',');
+    if (parts.size() != 2) {
         return std::nullopt;
     }
-    const std::optional<unsigned char> start = whole<unsigned char>(numbers[0]);
-    const std::optional<unsigned short> slope = whole<unsigned short>(numbers[1]);
+    const std::optional<unsigned char> start = whole<unsigned char>(parts[0]);
+    const std::optional<unsigned short> slope = whole<unsigned short>(parts[1]);
     return start && slope ? std::optional(SChromaLimit{*start, *slope}) : std::nullopt;
 }
 
 std::optional<SSharpness> parsedSharpness(std::string_view text) {
-    const std::vector<double> numbers = decimals(text);
-    if (numbers.empty() || numbers.size() > 2) {
+    const std::vector<std::string_view> parts = sim::SplitText(text, ',');
+    if (parts.size() > 2) {
         return std::nullopt;
     }
-    const std::optional<unsigned short> gain = whole<unsigned short>(numbers[0]);
-    const std::optional<unsigned char> coring = whole<unsigned char>(numbers.size() == 2 ? numbers[1] : 0);
+    const std::optional<unsigned short> gain = whole<unsigned short>(parts[0]);
+    const std::optional<unsigned char> coring = whole<unsigned char>(parts.size() == 2 ? parts[1] : "0");
     const bool fits = gain && coring && *gain * (255U - *coring) <= kMaxMove;
     return fits ? std::optional(SSharpness{*gain, *coring}) : std::nullopt;
 }
@@ -192,7 +183,7 @@ void addStageOptions(CLI::App& command, SStages& stages) {
         .add_option("--saturation", stages.saturation,
                     "Strength of the colours, per cent; 0 makes grey, 100 is unchanged")
         ->type_name("PERCENT")
-        ->check(range(0, kMaxSaturation))
+        ->transform(range(0, kMaxSaturation))
         ->group(kGroup);
     const std::string noLimit = "is no START,SLOPE of 0 to 255 and 0 to 65535";
     addParsed(command, "--suppress-high", stages.suppressHigh, parsedChromaLimit, noLimit,
@@ -203,16 +194,15 @@ void addStageOptions(CLI::App& command, SStages& stages) {
     addParsed(command, "--gamma", stages.gamma, parsedGamma, "is no gamma of 0.01 to 655.35",
               "Tone curve of the luma, exponent 1 / G")
         ->type_name("G");
-    CLI::Validator levels = CLI::Range(-255, 255);
     command.add_option("--brightness", stages.brightness, "The luma curve's input gets this much brighter, levels")
         ->type_name("LEVELS")
-        ->check(levels.description("-255..255"))
+        ->transform(signedRange(-255, 255))
         ->group(kGroup);
     command
         .add_option("--contrast", stages.contrast,
                     "The luma curve has this many levels of black and of white at its ends")
         ->type_name("LEVELS")
-        ->check(range(0, kMaxContrast))
+        ->transform(range(0, kMaxContrast))
         ->group(kGroup);
     addParsed(command, "--sharpness", stages.sharpness, parsedSharpness,
               "is no GAIN or GAIN,CORING of whole numbers with GAIN x (255 - CORING) up to 25500",

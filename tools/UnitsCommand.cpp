@@ -246,18 +246,18 @@ void addUnitsCommand(CLI::App& app) {
 
     addCameraOptions(*command, arguments->camera, "");
     command->add_option("--exposure-time", arguments->exposureTime, "Seconds, to exposure clocks and back")
-        ->check(CLI::Range(0.0F, 1e6F).description("0..1000000"));
+        ->transform(numberRange(0.0, 1e6));
     command->add_option("--exposure-clocks", arguments->exposureClocks, "Exposure clocks, to seconds and back")
-        ->check(range(0, std::numeric_limits<std::uint32_t>::max()));
-    command->add_option("--gain", arguments->gain, "Gain setting value, to decibels")->check(value16);
+        ->transform(range(0, std::numeric_limits<std::uint32_t>::max()));
+    command->add_option("--gain", arguments->gain, "Gain setting value, to decibels")->transform(value16);
     command->add_option("--gain-db", arguments->gainDb, "Decibels, to the nearest gain setting value and back")
-        ->check(CLI::Range(-1000.0F, 1000.0F).description("-1000..1000"));
+        ->transform(numberRange(-1000.0, 1000.0));
     command->add_option("--digital-gain", arguments->digitalGain, "Digital gain setting value, to a factor and back")
-        ->check(value16);
+        ->transform(value16);
     command->add_option("--digital-times", arguments->digitalTimes, "Digital gain factor, to a setting value and back")
-        ->check(CLI::Range(0.0F, 1000.0F).description("0..1000"));
+        ->transform(numberRange(0.0, 1000.0));
     command->add_option("--fps", arguments->fps, "Frames per second, to lines of vertical blanking")
-        ->check(CLI::Range(0.001F, 1e6F).description("0.001..1000000"));
+        ->transform(numberRange(0.001, 1e6));
     command->add_flag("--json", arguments->json, "Print a JSON object")->disable_flag_override();
     command->callback([arguments] { units(*arguments); });
 }

@@ -2,6 +2,7 @@
 #include "Program.h"
 
 #include <fcntl.h>
+#include <pty.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,12 +17,18 @@ namespace vek::test {
 
 namespace {
 
+/// The program writes to end 1, the test reads from end 0.
 struct SPipe {
     int end[2] = {-1, -1};
 
-    SPipe() {
-        if (pipe2(end, O_CLOEXEC) != 0) {
+    /// terminal: end 1 is one, else a pipe's.
+    explicit SPipe(bool terminal = false) {
+        if (terminal ? openpty(&end[0], &end[1], nullptr, nullptr, nullptr) != 0 : pipe2(end, O_CLOEXEC) != 0) {
             throw std::runtime_error("no pipe");
+        }
+        if (terminal) {
+            fcntl(end[0], F_SETFD, FD_CLOEXEC);
+            fcntl(end[1], F_SETFD, FD_CLOEXEC);
         }
     }
     ~SPipe() {
@@ -76,9 +83,19 @@ SResult runVekcam(const std::vector<std::string>& arguments, const SStreams& str
     }
     argv.push_back(nullptr);
 
+    std::vector<std::string> variables = streams.environment;
+    std::vector<char*> envp;
+    for (std::string& variable : variables) {
+        envp.push_back(variable.data());
+    }
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        envp.push_back(*variable); // of two with one name the first counts
+    }
+    envp.push_back(nullptr);
+
     SPipe in;
-    SPipe out;
-    SPipe err;
+    SPipe out(streams.outIsTerminal);
+    SPipe err(streams.errIsTerminal);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, in.end[0], STDIN_FILENO);
@@ -101,7 +118,7 @@ SResult runVekcam(const std::vector<std::string>& arguments, const SStreams& str
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
 
     pid_t child = -1;
-    const int error = posix_spawn(&child, VEKCAM_PROGRAM, &actions, &attributes, argv.data(), environ);
+    const int error = posix_spawn(&child, VEKCAM_PROGRAM, &actions, &attributes, argv.data(), envp.data());
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attributes);
     if (error != 0) {

@@ -16,9 +16,12 @@ struct SResult {
 
 /// Where a run's standard streams go when they are not the captured ones.
 struct SStreams {
-    std::vector<std::uint8_t> in = {}; ///< what standard input delivers, through a pipe
-    std::string outFile = {};          ///< standard output goes there instead
-    bool outIsBrokenPipe = false;      ///< standard output is a pipe that nobody reads
+    std::vector<std::uint8_t> in = {};         ///< what standard input delivers, through a pipe
+    std::string outFile = {};                  ///< standard output goes there instead
+    bool outIsBrokenPipe = false;              ///< standard output is a pipe that nobody reads
+    bool outIsTerminal = false;                ///< standard output is a terminal
+    bool errIsTerminal = false;                ///< standard error is a terminal
+    std::vector<std::string> environment = {}; ///< NAME=VALUE, beside the variables of the test itself
 };
 
 /// Runs vekcam and waits for its end.

@@ -82,6 +82,30 @@ TEST(Alc, OneShotEndsWhenTheLevelIsReached) {
     }
 }
 
+TEST(Alc, OneShotThatIsThereAtOnceShowsItsStep) {
+    // This exposure gives the chart a mean of 31.
+    const std::vector<std::string> arguments = {"--once", "--target", "31", "--max-exposure", "20000"};
+    const std::vector<Row> rows = runForRows(arguments);
+    ASSERT_EQ(rows.size(), 1U);
+    EXPECT_EQ(rows[0][kFrame], 0);
+    EXPECT_EQ(rows[0][kExposure], 10000);
+    EXPECT_EQ(rows[0][kMode], VEK_ALC_OFF);
+    EXPECT_EQ(rows[0][kChanged] + rows[0][kGainChanged], 0);
+    EXPECT_NEAR(rows[0][kLevel], 31, 5);
+    const std::string step = "    0    31.2       10000    0.010000      0    0.00  -               off";
+    const std::string settled = "settled at the first frame: level 31.2, target 31\n";
+    EXPECT_TRUE(runAlc(arguments).out.ends_with("mode\n" + step + "\n" + settled));
+    std::vector<std::string> onTerminal = {"alc", "--width", "160", "--height", "120"};
+    onTerminal.insert(onTerminal.end(), arguments.begin(), arguments.end());
+    const std::string seen = runVekcam(onTerminal, {.outIsTerminal = true, .environment = {"TERM=xterm"}}).out;
+    EXPECT_NE(seen.find(step + "    ...#="), std::string::npos) << seen;
+    EXPECT_NE(seen.find("settled at the first frame"), std::string::npos) << seen;
+    // No light at all is a level that is there at once, too, and is not the target.
+    const std::string dark =
+        runAlc({"--once", "--light", "0", "--max-exposure", "1", "--start-exposure", "1", "--mode", "exposure"}).out;
+    EXPECT_NE(dark.find("\nout of reach at the first frame: level "), std::string::npos) << dark;
+}
+
 TEST(Alc, ContinuousModesTakeAllFrames) {
     EXPECT_EQ(runForRows({"--frames", "7"}).size(), 7U);
     EXPECT_EQ(runForRows({"--frames", "8", "--mode", "3"}).back()[kMode], VEK_ALC_GAIN);

@@ -455,7 +455,7 @@ INSTANTIATE_TEST_SUITE_P(WhiteBalance, StageRefusal,
                          ::testing::ValuesIn(badTexts("--wb",
                                                       {"2", "1,1,1", "1,1,1,1,1", "1,1,1,", ",1,1,1", "1,1,1,-1",
                                                        "1,1,1,512", "1,1,1,nan", "1,1,1,inf", "1 1 1 1", "Auto",
-                                                       "1,1,1,1x", "1e2,1,1,1"},
+                                                       "1,1,1,1x", "1e3,1,1,1"},
                                                       "is neither auto nor R,GR,GB,B, four factors of 0 to 511.99")));
 INSTANTIATE_TEST_SUITE_P(Gamma, StageRefusal,
                          ::testing::ValuesIn(badTexts("--gamma", {"0", "0.004", "-1", "655.36", "nan", "2,2", "x"},
