@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-// Stands between a program and the kernel: ioctl and read on a simulated camera's descriptor go to its driver, all
-// others to the kernel. These definitions take the place of the C library's for every call of the process that is
-// bound by the dynamic linker, shared libraries included.
+// Stands between a program and the C library: ioctl and read on a simulated camera's descriptor go to its driver, all
+// others to the definition that comes next, the C library's. These definitions take the place of that one for every
+// call of the process that is bound by the dynamic linker, shared libraries included. A program with a simulated camera
+// of its own may have a second one preloaded: the next definition of the program's is then that of the preloaded one.
 #include "sim/SimulatedDevice.h"
 
+#include <dlfcn.h>
 #include <sys/ioctl.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
@@ -32,6 +34,30 @@ long Answer(Operation operation) noexcept {
     return result < 0 ? -1 : result;
 }
 
+/// The definition of a function behind the one in this program or library.
+template <typename Function>
+class CNextDefinition {
+public:
+    explicit constexpr CNextDefinition(const char* name) : mName(name) {}
+
+    /// Looked up at the first call, which may be earlier than any constructor; threads that meet here find the same.
+    Function* Get() noexcept {
+        Function* found = mFound.load(std::memory_order_relaxed);
+        if (found == nullptr) {
+            found = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, mName));
+            mFound.store(found, std::memory_order_relaxed);
+        }
+        return found;
+    }
+
+private:
+    const char* mName;
+    std::atomic<Function*> mFound = nullptr;
+};
+
+constinit CNextDefinition<int(int, unsigned long, ...)> nextIoctl("ioctl");
+constinit CNextDefinition<ssize_t(int, void*, size_t)> nextRead("read");
+
 } // namespace
 
 extern "C" {
@@ -44,14 +70,14 @@ __attribute__((visibility("default"))) int ioctl(int fd, unsigned long request, 
     if (const auto driver = vek::sim::FindSimulatedCamera(fd)) {
         return static_cast<int>(Answer([&] { return long{driver->Ioctl(request, argument)}; }));
     }
-    return static_cast<int>(syscall(SYS_ioctl, fd, request, argument));
+    return nextIoctl.Get()(fd, request, argument);
 }
 
 __attribute__((visibility("default"))) ssize_t read(int fd, void* buffer, size_t size) {
     if (const auto driver = vek::sim::FindSimulatedCamera(fd)) {
         return Answer([&] { return driver->Read(buffer, size); });
     }
-    return syscall(SYS_read, fd, buffer, size);
+    return nextRead.Get()(fd, buffer, size);
 }
 
 // What fortified programs call where the compiler knows the buffer's size.
