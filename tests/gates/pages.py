@@ -186,7 +186,8 @@ def runProblems(page, notRun, shorter, source, build, scratch):
         (results / f"{number}.command").write_text(shorter.get((page.name, command), command))
         # The camera that a page names is a simulated one, unless the page preloads it itself.
         device = None if "LD_PRELOAD=" in command else re.search(r"/dev/video\d+", command)
-        camera = f"LD_PRELOAD='{build}/sim/libvekcam-sim.so' VEKCAM_SIM_DEVICE={device[0]} " if device else ""
+        camera = f"LD_PRELOAD='{build}/sim/libvekcam-sim.so' VEKCAM_SIM_DEVICE={device[0]} " \
+            "VEKCAM_SIM_SIZE=640x480 " if device else ""
         result = f"'{results}/{number}'"
         script.append(f"{camera}eval \"$(cat {result}.command)\" >{result}.out 2>{result}.err </dev/null || exit 1")
         script.append(f"echo done >{result}.done")
