@@ -8,6 +8,7 @@
 #include "LibraryHandle.h"
 #include "Names.h"
 #include "Options.h"
+#include "OutputFile.h"
 #include "PngOutput.h"
 #include "StageOptions.h"
 #include "Stages.h"
@@ -159,6 +160,17 @@ SImage picture(const CLibraryHandle& library, std::span<const std::uint8_t> byte
     return library.Demosaic(frame, conversion.method);
 }
 
+/// The files that a conversion reads.
+std::vector<std::string> inputsOf(const SConvertArguments& arguments) {
+    std::vector<std::string> inputs = {arguments.input, arguments.settings};
+    for (const std::string& path : {arguments.corrections.darkPath, arguments.corrections.shadingPath}) {
+        if (!path.empty()) {
+            inputs.insert(inputs.end(), {path, descriptionPath(path)});
+        }
+    }
+    return inputs;
+}
+
 void convert(SConvertArguments& arguments) {
     const CLibraryHandle library(-1);
     if (!arguments.settings.empty()) {
@@ -174,7 +186,9 @@ void convert(SConvertArguments& arguments) {
     }
     const SImage result =
         arguments.display ? displayed(image, arguments, conversion) : scaledToDepth(image, conversion.bitsOut);
-    writePng(arguments.output, result, arguments.display);
+    COutputFiles files(inputsOf(arguments));
+    writePng(files.Open(arguments.output), result, arguments.display);
+    files.Publish();
 }
 
 } // namespace

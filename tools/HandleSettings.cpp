@@ -3,11 +3,14 @@
 
 #include "Descriptor.h"
 #include "Errors.h"
+#include "OutputFile.h"
 #include "SettingText.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -178,13 +181,26 @@ void requireFile(const std::string& path) {
     }
 }
 
-/// Throws CFailure when a file cannot be opened as the library opens it.
-void requireOpen(const std::string& path, int flags) {
-    constexpr mode_t kAllMayReadAndWrite = 0666; // less what the process's mask takes away
-    const CDescriptor file(open(path.c_str(), flags | O_RDWR | O_CLOEXEC, kAllMayReadAndWrite));
+/// Throws CFailure when a file cannot be opened as the library opens it to read.
+void requireOpen(const std::string& path) {
+    const CDescriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC));
     if (!file.IsOpen()) {
         throw CFailure(fmt::format("{}: cannot open for reading and writing: {}", path, systemMessage(errno)));
     }
+}
+
+/// What the library writes, into memory. name: of the setting file, for messages.
+std::string writtenSettings(VekCam_Handle handle, const std::string& name) {
+    const CDescriptor memory(memfd_create("vekcam-settings", MFD_CLOEXEC));
+    const std::string path = fmt::format("/proc/self/fd/{}", memory.Get());
+    if (!memory.IsOpen() || access(path.c_str(), R_OK | W_OK) != 0) {
+        throw CFailure(fmt::format("{}: cannot write: no file in memory: {}", name, systemMessage(errno)));
+    }
+    const int status = VekCam_WriteSettingFile(handle, path.c_str());
+    if (status < 0) {
+        throw CFailure(fmt::format("{}: the library could not write it: {}", name, status));
+    }
+    return readText(path);
 }
 
 } // namespace
@@ -214,25 +230,24 @@ bool setGroup(VekCam_Handle handle, const SSettingGroup& group, const SettingVal
 
 bool readSettingFile(VekCam_Handle handle, const std::string& path) {
     requireFile(path);
-    requireOpen(path, 0);
+    requireOpen(path);
     return VekCam_ReadSettingFile(handle, path.c_str()) >= 0;
 }
 
 void writeSettingFile(VekCam_Handle handle, const std::string& path) {
-    requireFile(path);
-    requireOpen(path, O_CREAT);
-    const int status = VekCam_WriteSettingFile(handle, path.c_str());
-    if (status < 0) {
-        throw CFailure(fmt::format("{}: the library could not write it: {}", path, status));
+    if (!isStandardOutput(path)) {
+        requireFile(path);
     }
-    // The library does not look at what becomes of its lines: a full disk shows here.
+    const std::string written = writtenSettings(handle, path);
+    // The library does not look at what becomes of its lines: a limit of the process shows here.
     const SettingValues values = handleSettings(handle);
-    const SSettingText text = readSettingText(path);
+    const SSettingText text = parsedSettings(written);
     for (std::size_t i = 0; i < kSettingCount; ++i) {
         if (!text.settings[i] || text.settings[i]->written != values[i]) {
-            throw CFailure(fmt::format("{}: cannot write: the file ends before {}", path, settingKeys()[i].name));
+            throw CFailure(fmt::format("{}: cannot write: the text ends before {}", path, settingKeys()[i].name));
         }
     }
+    writeText(path, written);
 }
 
 } // namespace vek::tools

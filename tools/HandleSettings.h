@@ -32,7 +32,8 @@ bool setGroup(VekCam_Handle handle, const SSettingGroup& group, const SettingVal
 /// CFailure where the file cannot be read, before the library would say so on standard output.
 bool readSettingFile(VekCam_Handle handle, const std::string& path);
 
-/// Has the library write a setting file. Throws CFailure where it cannot be written, or not as a whole.
+/// Has the library write a setting file; "-" is standard output. Throws CFailure where it cannot be written, or not as
+/// a whole.
 void writeSettingFile(VekCam_Handle handle, const std::string& path);
 
 } // namespace vek::tools

@@ -93,6 +93,7 @@ int main(int argc, char** argv) {
     openStandardDescriptors();
     // A reader that went away is an error of write, told like any other.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // the same of a file that may not become larger
     int code = kFailure;
     try {
         code = run(argc, argv);

@@ -4,11 +4,9 @@
 #include "Program.h"
 
 #include <nlohmann/json.hpp>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <sstream>
 
 namespace vek::test {
@@ -248,16 +246,15 @@ TEST_F(Settings, SaveRefusesWhatTheLibraryWouldNotKeepAndWritesNothing) {
 }
 
 TEST_F(Settings, SaveNoticesAFullDisk) {
-    // A file may grow to 100 bytes only; without the signal a longer write is an error.
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit tight = before;
-    tight.rlim_cur = 100;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tight), 0);
-    ExpectFailure({"settings", "save", Path("short")}, 1, "cannot write");
-    setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
+    const SResult result = runVekcam({"settings", "save", Path("short")}, {.fileSize = 100});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+    EXPECT_NE(result.err.find("cannot write"), std::string::npos) << result.err;
+}
+
+TEST_F(Settings, SaveToStandardOutputWritesTheSettingsAlone) {
+    EXPECT_EQ(Printed({"settings", "save", "-"}), kNewHandle);
+    EXPECT_EQ(Printed({"settings", "save", "/dev/stdout"}), kNewHandle);
 }
 
 // ---- show ----
