@@ -231,6 +231,7 @@ bool setGroup(VekCam_Handle handle, const SSettingGroup& group, const SettingVal
 bool readSettingFile(VekCam_Handle handle, const std::string& path) {
     requireFile(path);
     requireOpen(path);
+    readSettingText(path);
     return VekCam_ReadSettingFile(handle, path.c_str()) >= 0;
 }
 

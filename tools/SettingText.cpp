@@ -135,7 +135,12 @@ SSettingText parsedSettings(std::string_view text) {
 }
 
 SSettingText readSettingText(const std::string& path) {
-    return parsedSettings(readText(path));
+    SSettingText text = parsedSettings(readText(path));
+    if (std::none_of(text.settings.begin(), text.settings.end(),
+                     [](const auto& setting) { return setting.has_value(); })) {
+        throw CFailure(fmt::format("{}: no setting file: none of its words is a key with a number", path));
+    }
+    return text;
 }
 
 } // namespace vek::tools

@@ -41,7 +41,7 @@ SSettingText parsedSettings(std::string_view text);
 /// use for.
 std::string readText(const std::string& path);
 
-/// The same, understood.
+/// The same, understood. Throws CFailure for a file without a setting, too.
 SSettingText readSettingText(const std::string& path);
 
 } // namespace vek::tools
