@@ -7,7 +7,7 @@
 #include "LuminanceLoop.h"
 #include "LuminanceReport.h"
 #include "Options.h"
-#include "TextOutput.h"
+#include "OutputFile.h"
 
 #include <fmt/format.h>
 
@@ -70,6 +70,9 @@ public:
 
     /// report: null for none. Returns the texts on how the control settled, one for each light.
     std::vector<std::string> Run(CLuminanceReport* report) {
+        // Where nothing can be written it shows before the frames are taken.
+        COutputFiles files;
+        COutputFile* const csv = mArguments.csv.empty() ? nullptr : &files.Open(mArguments.csv);
         std::vector<std::string> settlings;
         std::vector<SLuminanceStep> underOneLight;
         const unsigned target = mArguments.settings.target;
@@ -96,9 +99,10 @@ public:
             }
         }
         settlings.push_back(mText(underOneLight));
-        if (!mArguments.csv.empty()) {
-            writeText(mArguments.csv, csvOf(mSteps, target));
+        if (csv != nullptr) {
+            csv->Write(csvOf(mSteps, target));
         }
+        files.Publish();
         return settlings;
     }
 
@@ -139,7 +143,7 @@ void alc(const SAlcArguments& arguments) {
         setControl(camera.Fd(), camera.Name(), V4L2_CID_GAIN, *arguments.startGain);
     }
     CRun run(arguments, camera, driver.get());
-    if (arguments.csv == "-") {
+    if (isStandardOutput(arguments.csv)) {
         run.Run(nullptr); // the values alone
         return;
     }

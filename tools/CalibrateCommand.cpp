@@ -7,8 +7,8 @@
 #include "FrameGrabber.h"
 #include "LightSteps.h"
 #include "Options.h"
+#include "OutputFile.h"
 #include "ProgressBar.h"
-#include "TextOutput.h"
 
 #include <fmt/format.h>
 
@@ -108,6 +108,12 @@ void calibrate(const SCalibrateArguments& arguments, bool dark) {
     }
     CFrameGrabber grabber(camera.Fd(), camera.Name(), format);
 
+    // Where nothing can be written it shows before the frames are taken.
+    COutputFiles files;
+    COutputFile& meanFile = files.Open(arguments.output);
+    COutputFile& descriptionFile = files.Open(description);
+    COutputFile* const rawFile = arguments.raw.empty() ? nullptr : &files.Open(arguments.raw);
+
     SCalibration calibration;
     calibration.kind = dark ? "dark" : "flat";
     calibration.camera = camera.Name();
@@ -132,14 +138,17 @@ void calibrate(const SCalibrateArguments& arguments, bool dark) {
         calibration.mean.samples.push_back(
             static_cast<std::uint16_t>((scaled + arguments.frames / 2) / arguments.frames));
     }
-    writeCalibration(arguments.output, calibration);
+    writeCalibration(meanFile, descriptionFile, calibration);
     std::string text = summary(calibration) + fmt::format("{:<12}{}, {}\n", "written", arguments.output, description);
-    if (!arguments.raw.empty()) {
-        writeBytes(arguments.raw, grabber.Bytes());
+    if (rawFile != nullptr) {
+        rawFile->Write(grabber.Bytes());
         text += fmt::format("{:<12}{}: -W {} -H {} -f {} -a {}\n", "last frame", arguments.raw, grabber.Width(),
                             grabber.Height(), format.name, colorArrayName(calibration.colorArray));
     }
-    std::fputs(text.c_str(), stdout);
+    files.Publish();
+    if (!isStandardOutput(arguments.raw)) {
+        std::fputs(text.c_str(), stdout);
+    }
 }
 
 void addKind(CLI::App& command, const char* name, const char* help, bool dark) {
@@ -164,7 +173,9 @@ void addKind(CLI::App& command, const char* name, const char* help, bool dark) {
         ->transform(range(0, kMaxControl));
     kind->add_option("--gain", arguments->gain, "Gain setting value; the camera's current one by default")
         ->transform(range(0, kMaxGain));
-    kind->add_option("--raw", arguments->raw, "Keep the last frame as the camera sent it, for `vekcam convert`")
+    kind->add_option("--raw", arguments->raw,
+                     "Keep the last frame as the camera sent it, for `vekcam convert`; - writes it to\nstandard "
+                     "output, and nothing else")
         ->type_name("FILE")
         ->check(isOutput(bytesComplaint));
     addSimulatedSetup(*kind, arguments->setup, device);

@@ -4,7 +4,6 @@
 #include "Errors.h"
 #include "PngInput.h"
 #include "PngOutput.h"
-#include "TextOutput.h"
 
 #include "sim/ValueText.h"
 
@@ -107,7 +106,7 @@ std::string descriptionPath(const std::string& path) {
     return path.substr(0, stem) + ".json";
 }
 
-void writeCalibration(const std::string& path, const SCalibration& calibration) {
+void writeCalibration(COutputFile& mean, COutputFile& description, const SCalibration& calibration) {
     nlohmann::ordered_json json;
     json["kind"] = calibration.kind;
     json["camera"] = calibration.camera;
@@ -120,10 +119,9 @@ void writeCalibration(const std::string& path, const SCalibration& calibration) 
     json["frames"] = calibration.frames;
     json["exposureClocks"] = calibration.exposureClocks;
     json["gain"] = calibration.gain;
-    const std::string description = descriptionPath(path);
-    writePng(path, calibration.mean, false);
+    writePng(mean, calibration.mean, false);
     // A path may hold any bytes; JSON only takes UTF-8.
-    writeText(description, json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n");
+    description.Write(json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n");
 }
 
 SCalibration readCalibration(const std::string& path, const std::string& kind) {

@@ -3,6 +3,7 @@
 
 #include "Image.h"
 #include "Names.h"
+#include "OutputFile.h"
 
 #include <cstdint>
 #include <string>
@@ -25,8 +26,8 @@ struct SCalibration {
 /// Where the description of a calibration lies: FILE.json beside FILE.png. Throws CBadArguments for another ending.
 std::string descriptionPath(const std::string& path);
 
-/// Writes the mean as a PNG file and its description as JSON. Throws CFailure.
-void writeCalibration(const std::string& path, const SCalibration& calibration);
+/// Writes the mean as a PNG file and its description, which lies at descriptionPath, as JSON. Throws CFailure.
+void writeCalibration(COutputFile& mean, COutputFile& description, const SCalibration& calibration);
 
 /// Reads both back. Throws CFailure where a file is missing or no calibration of the kind.
 SCalibration readCalibration(const std::string& path, const std::string& kind);

@@ -8,6 +8,7 @@
 #include "LibraryHandle.h"
 #include "Names.h"
 #include "Options.h"
+#include "OutputFile.h"
 #include "PngOutput.h"
 #include "StageOptions.h"
 #include "Stages.h"
@@ -26,7 +27,7 @@ constexpr std::uint64_t kMaxFrame = 1'000'000'000;
 constexpr std::uint64_t kMaxOffset = std::uint64_t{1} << 60;
 
 struct SConvertArguments {
-    std::string input;
+    SFrameChoice input;
     std::string output;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
@@ -34,8 +35,6 @@ struct SConvertArguments {
     std::string colorArray;
     std::string method;
     unsigned bitsOut = 0;
-    std::uint64_t offset = 0;
-    std::uint64_t frame = 0;
     bool display = false;
     std::optional<std::string> blackText; ///< as typed: what it may be depends on the format
     std::optional<std::string> whiteText;
@@ -174,14 +173,25 @@ SImage picture(const CLibraryHandle& library, std::span<const std::uint8_t> byte
     return library.Demosaic(frame, conversion.method);
 }
 
+/// The files that a conversion reads.
+std::vector<std::string> inputsOf(const SConvertArguments& arguments) {
+    std::vector<std::string> inputs = {arguments.input.path, arguments.settings};
+    for (const std::string& path : {arguments.corrections.darkPath, arguments.corrections.shadingPath}) {
+        if (!path.empty()) {
+            inputs.insert(inputs.end(), {path, descriptionPath(path)});
+        }
+    }
+    return inputs;
+}
+
 void convert(SConvertArguments& arguments) {
     const CLibraryHandle library(-1);
     if (!arguments.settings.empty()) {
         arguments.stages.file = readFileStages(library, arguments.settings);
     }
     const SConversion conversion = checked(arguments);
-    const std::uint64_t size = frameBytes(*conversion.format, arguments.width, arguments.height);
-    const std::vector<std::uint8_t> bytes = readBytes(arguments.input, arguments.offset + arguments.frame * size, size);
+    const std::vector<std::uint8_t> bytes =
+        readFrame(arguments.input, *conversion.format, arguments.width, arguments.height);
     const SStages& stages = arguments.stages;
     SImage image = picture(library, bytes, arguments, conversion);
     if (stages.any()) {
@@ -189,7 +199,9 @@ void convert(SConvertArguments& arguments) {
     }
     const SImage result =
         arguments.display ? displayed(image, arguments, conversion) : scaledToDepth(image, conversion.bitsOut);
-    writePng(arguments.output, result, arguments.display);
+    COutputFiles files(inputsOf(arguments));
+    writePng(files.Open(arguments.output), result, arguments.display);
+    files.Publish();
 }
 
 } // namespace
@@ -198,7 +210,7 @@ void addConvertCommand(CLI::App& app) {
     CLI::App* const command = app.add_subcommand("convert", "Turn a raw frame of a file into a PNG picture");
     const auto arguments = std::make_shared<SConvertArguments>();
 
-    command->add_option("IN", arguments->input, "File with raw frames; - reads standard input")
+    command->add_option("IN", arguments->input.path, "File with raw frames; - reads standard input")
         ->type_name("FILE")
         ->required();
     command->add_option("-W,--width", arguments->width, "Pixels of a row")->required()->transform(range(1, 65535));
@@ -235,10 +247,12 @@ void addConvertCommand(CLI::App& app) {
                      "Bits of a sample in the PNG file; by default 8 for 8-bit formats and with\n"
                      "--display or an image stage, else 16. Samples are scaled to the whole range")
         ->transform(eitherOf(8, 16));
-    command->add_option("--src-offset", arguments->offset, "Bytes in front of the first frame, 0 by default")
+    command->add_option("--src-offset", arguments->input.offset, "Bytes in front of the first frame, 0 by default")
         ->transform(range(0, kMaxOffset));
-    command->add_option("--frame", arguments->frame, "Which frame of the file, counted from 0, which is the default")
+    command
+        ->add_option("--frame", arguments->input.frame, "Which frame of the file, counted from 0, which is the default")
         ->transform(range(0, kMaxFrame));
+    command->add_flag("--force", arguments->input.force, kForceHelp)->disable_flag_override();
     CLI::Option* const display =
         command->add_flag("--display", arguments->display,
                           "Render for the eye: black and white level, grey-world white balance, sRGB curve");

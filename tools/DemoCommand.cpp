@@ -8,10 +8,10 @@
 #include "LibraryHandle.h"
 #include "LuminanceLoop.h"
 #include "Options.h"
+#include "OutputFile.h"
 #include "PngOutput.h"
 #include "ProgressBar.h"
 #include "SimulatedCamera.h"
-#include "TextOutput.h"
 
 #include <fmt/format.h>
 

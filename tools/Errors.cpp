@@ -2,8 +2,16 @@
 #include "Errors.h"
 
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace vek::tools {
+
+namespace {
+
+std::vector<std::string> noted;
+
+} // namespace
 
 std::string oneLine(std::string_view text) {
     std::string line(text);
@@ -19,6 +27,14 @@ std::string oneLine(std::string_view text) {
         }
     }
     return line;
+}
+
+void warn(std::string message) {
+    noted.push_back(std::move(message));
+}
+
+std::span<const std::string> warnings() {
+    return noted;
 }
 
 std::string systemMessage(int error) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <exception>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -36,6 +37,12 @@ private:
 
 /// text with its control characters replaced, so that a message stays one line whatever the arguments hold.
 std::string oneLine(std::string_view text);
+
+/// Notes what is odd and no failure. The program tells it in one line on standard error when the command is done; a
+/// command that fails has one line only, on the failure.
+void warn(std::string message);
+/// What was noted, in that order.
+std::span<const std::string> warnings();
 
 /// What errno's value means, in the words of the C library.
 std::string systemMessage(int error);

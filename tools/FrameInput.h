@@ -5,15 +5,12 @@
 #include "Names.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 namespace vek::tools {
-
-/// Reads size bytes that start offset bytes into a file; "-" is standard input. A file that is too short is
-/// refused before it is read, a pipe when it ends. Throws CFailure with the bytes needed and the bytes there.
-std::vector<std::uint8_t> readBytes(const std::string& path, std::uint64_t offset, std::uint64_t size);
 
 /// The bytes of a row: the last byte of a packed one is filled up, a group of YCrCb pixels that is cut off ends early.
 constexpr std::uint64_t rowBytes(const STransferFormat& format, std::uint32_t width) {
@@ -34,6 +31,24 @@ constexpr unsigned short libraryDepth(const STransferFormat& format) {
     }
     return format.depth < 12 ? format.depth : static_cast<unsigned short>(12);
 }
+
+/// Which frame of a file a command works on.
+struct SFrameChoice {
+    std::string path;                   ///< "-" is standard input
+    std::uint64_t offset = 0;           ///< bytes in front of the first frame
+    std::optional<std::uint64_t> frame; ///< counted from 0; the first one when nobody asked for any
+    bool force = false;                 ///< the file is raw whatever it looks like
+};
+
+/// Help text of the option for SFrameChoice::force.
+inline constexpr const char* kForceHelp =
+    "Take the file as raw even if it begins as a PNG, TIFF, JPEG, ELF, ZIP or text file\ndoes";
+
+/// Reads a frame: frameBytes of them. A file that is too short is refused before it is read, a pipe when it ends.
+/// Warns of a file that holds more than was asked for, and of words above the format's range. Throws CFailure, also
+/// for what is another kind of file.
+std::vector<std::uint8_t> readFrame(const SFrameChoice& choice, const STransferFormat& format, std::uint32_t width,
+                                    std::uint32_t height);
 
 /// Makes a frame of transferred bytes (frameBytes of them) of a format of bytes or words (little-endian). Samples above
 /// the format's range count as its largest.

@@ -3,11 +3,14 @@
 
 #include "Descriptor.h"
 #include "Errors.h"
+#include "OutputFile.h"
 #include "SettingText.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -178,13 +181,26 @@ void requireFile(const std::string& path) {
     }
 }
 
-/// Throws CFailure when a file cannot be opened as the library opens it.
-void requireOpen(const std::string& path, int flags) {
-    constexpr mode_t kAllMayReadAndWrite = 0666; // less what the process's mask takes away
-    const CDescriptor file(open(path.c_str(), flags | O_RDWR | O_CLOEXEC, kAllMayReadAndWrite));
+/// Throws CFailure when a file cannot be opened as the library opens it to read.
+void requireOpen(const std::string& path) {
+    const CDescriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC));
     if (!file.IsOpen()) {
         throw CFailure(fmt::format("{}: cannot open for reading and writing: {}", path, systemMessage(errno)));
     }
+}
+
+/// What the library writes, into memory. name: of the setting file, for messages.
+std::string writtenSettings(VekCam_Handle handle, const std::string& name) {
+    const CDescriptor memory(memfd_create("vekcam-settings", MFD_CLOEXEC));
+    const std::string path = fmt::format("/proc/self/fd/{}", memory.Get());
+    if (!memory.IsOpen() || access(path.c_str(), R_OK | W_OK) != 0) {
+        throw CFailure(fmt::format("{}: cannot write: no file in memory: {}", name, systemMessage(errno)));
+    }
+    // A limit of the process, or of memory.
+    if (VekCam_WriteSettingFile(handle, path.c_str()) < 0) {
+        throw CFailure(fmt::format("{}: cannot write all of it", name));
+    }
+    return readText(path);
 }
 
 } // namespace
@@ -214,16 +230,16 @@ bool setGroup(VekCam_Handle handle, const SSettingGroup& group, const SettingVal
 
 bool readSettingFile(VekCam_Handle handle, const std::string& path) {
     requireFile(path);
-    requireOpen(path, 0);
+    requireOpen(path);
+    readSettingText(path);
     return VekCam_ReadSettingFile(handle, path.c_str()) >= 0;
 }
 
 void writeSettingFile(VekCam_Handle handle, const std::string& path) {
-    requireFile(path);
-    requireOpen(path, O_CREAT);
-    if (VekCam_WriteSettingFile(handle, path.c_str()) < 0) {
-        throw CFailure(fmt::format("{}: cannot write all of it", path));
+    if (!isStandardOutput(path)) {
+        requireFile(path);
     }
+    writeText(path, writtenSettings(handle, path));
 }
 
 } // namespace vek::tools

@@ -29,10 +29,11 @@ SettingValues handleSettings(VekCam_Handle handle);
 bool setGroup(VekCam_Handle handle, const SSettingGroup& group, const SettingValues& values);
 
 /// Has the library read a setting file. False when it refuses a setting: the ones before it are applied. Throws
-/// CFailure where the file cannot be read, before the library would say so on standard output.
+/// CFailure where the file cannot be read, before the library would say so on standard output, or has no setting.
 bool readSettingFile(VekCam_Handle handle, const std::string& path);
 
-/// Has the library write a setting file. Throws CFailure where it cannot be written, or not as a whole.
+/// Has the library write a setting file; "-" is standard output. Throws CFailure where it cannot be written, or not as
+/// a whole.
 void writeSettingFile(VekCam_Handle handle, const std::string& path);
 
 } // namespace vek::tools

@@ -23,7 +23,7 @@ constexpr std::uint64_t kMaxFrame = 1'000'000'000;
 constexpr std::uint64_t kMaxOffset = std::uint64_t{1} << 60;
 
 struct SMeasureArguments {
-    std::string input;
+    SFrameChoice input;
     CLI::Option* simulated = nullptr;
     std::string model;
     std::uint32_t width = 0;
@@ -31,8 +31,6 @@ struct SMeasureArguments {
     std::string format;
     std::string colorArray;
     std::string region;
-    std::uint64_t offset = 0;
-    std::uint64_t frame = 0;
     bool json = false;
 };
 
@@ -68,20 +66,19 @@ unsigned short checkedColorArray(const std::string& name, const STransferFormat&
 }
 
 SFrame frameOfFile(const SMeasureArguments& arguments) {
-    if (arguments.input.empty() || arguments.width == 0 || arguments.height == 0 || arguments.format.empty()) {
+    if (arguments.input.path.empty() || arguments.width == 0 || arguments.height == 0 || arguments.format.empty()) {
         throw CBadArguments("IN, --width, --height and --format are required without --sim");
     }
-    SFrame frame{arguments.input, &checkedFormat(arguments.format), arguments.width, arguments.height, 0, {}};
+    SFrame frame{arguments.input.path, &checkedFormat(arguments.format), arguments.width, arguments.height, 0, {}};
     frame.colorArray = checkedColorArray(arguments.colorArray, *frame.format);
     regionInside(arguments.region, frame.width, frame.height); // before the file is looked at
-    const std::uint64_t size = frameBytes(*frame.format, frame.width, frame.height);
-    frame.bytes = readBytes(arguments.input, arguments.offset + arguments.frame * size, size);
+    frame.bytes = readFrame(arguments.input, *frame.format, frame.width, frame.height);
     return frame;
 }
 
 /// A camera of the model with --width and --height sends a frame in --format, all of them the model's own by default.
 SFrame frameOfCamera(const SMeasureArguments& arguments) {
-    if (!arguments.input.empty()) {
+    if (!arguments.input.path.empty()) {
         throw CBadArguments("IN and --sim exclude each other");
     }
     const sim::SCameraModel& model = modelNamed(arguments.model);
@@ -183,7 +180,7 @@ void addMeasureCommand(CLI::App& app) {
     CLI::App* const command = app.add_subcommand("measure", "Tell the mean levels of a raw frame's region");
     const auto arguments = std::make_shared<SMeasureArguments>();
 
-    command->add_option("IN", arguments->input, "File with raw frames; - reads standard input")->type_name("FILE");
+    command->add_option("IN", arguments->input.path, "File with raw frames; - reads standard input")->type_name("FILE");
     arguments->simulated = addModelOption(*command, arguments->model, "A frame of a simulated camera instead");
     command->add_option("-W,--width", arguments->width, "Pixels of a row")->transform(range(1, 65535));
     command->add_option("-H,--height", arguments->height, "Rows")->transform(range(1, 65535));
@@ -201,11 +198,15 @@ void addMeasureCommand(CLI::App& app) {
     command->add_option("-r,--region", arguments->region, "Where to measure; the whole image by default")
         ->type_name("X,Y,W,H")
         ->check(isRegion());
-    command->add_option("--src-offset", arguments->offset, "Bytes in front of the first frame, 0 by default")
+    command->add_option("--src-offset", arguments->input.offset, "Bytes in front of the first frame, 0 by default")
         ->transform(range(0, kMaxOffset))
         ->excludes(arguments->simulated);
-    command->add_option("--frame", arguments->frame, "Which frame of the file, counted from 0, which is the default")
+    command
+        ->add_option("--frame", arguments->input.frame, "Which frame of the file, counted from 0, which is the default")
         ->transform(range(0, kMaxFrame))
+        ->excludes(arguments->simulated);
+    command->add_flag("--force", arguments->input.force, kForceHelp)
+        ->disable_flag_override()
         ->excludes(arguments->simulated);
     command->add_flag("--json", arguments->json, "Print a JSON object")->disable_flag_override();
     command->callback([arguments] { measure(*arguments); });

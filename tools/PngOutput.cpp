@@ -5,8 +5,6 @@
 
 #include <fmt/format.h>
 #include <png.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <csetjmp>
@@ -91,42 +89,27 @@ bool encode(SPngWriter& writer, std::FILE* file, const SImage& image, bool displ
 
 } // namespace
 
-void writePng(const std::string& path, const SImage& image, bool displayCurve) {
-    const bool toStdout = path == "-";
-    const std::string name = toStdout ? "standard output" : path;
-    std::FILE* const file = toStdout ? stdout : std::fopen(path.c_str(), "wbe");
-    if (file == nullptr) {
-        throw CFailure(fmt::format("{}: cannot write: {}", name, systemMessage(errno)));
-    }
-    // Only a plain file is removed again, never a device or a pipe.
-    struct stat status {};
-    const bool removable = !toStdout && fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode);
-
+void writePng(COutputFile& file, const SImage& image, bool displayCurve) {
     SPngError error;
     bool done = false;
     try {
         std::vector<std::uint8_t> row(image.rowSamples() * (image.depth / 8));
         SPngWriter writer;
-        done = encode(writer, file, image, displayCurve, row.data());
+        done = encode(writer, file.Stream(), image, displayCurve, row.data());
         error = writer.error;
     } catch (const std::bad_alloc&) {
         error = {"not enough memory", 0};
     }
-    if (done && std::fflush(file) != 0) {
-        done = false;
-        error.error = errno;
-    }
-    if (!toStdout && std::fclose(file) != 0 && done) {
-        done = false;
-        error.error = errno;
-    }
     if (!done) {
-        if (removable) {
-            unlink(path.c_str());
-        }
-        throw CFailure(
-            fmt::format("{}: cannot write: {}", name, error.error != 0 ? systemMessage(error.error) : error.text));
+        throw CFailure(fmt::format("{}: cannot write: {}", file.Name(),
+                                   error.error != 0 ? systemMessage(error.error) : error.text));
     }
+}
+
+void writePng(const std::string& path, const SImage& image, bool displayCurve) {
+    COutputFiles files;
+    writePng(files.Open(path), image, displayCurve);
+    files.Publish();
 }
 
 } // namespace vek::tools

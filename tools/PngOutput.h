@@ -2,14 +2,16 @@
 #pragma once
 
 #include "Image.h"
+#include "OutputFile.h"
 
 #include <string>
 
 namespace vek::tools {
 
-/// Writes an image of depth 8 or 16 as a PNG file; "-" is standard output. A file that cannot be finished is
-/// removed. displayCurve: the samples follow the sRGB curve, which the file then says.
-/// Throws CFailure.
+/// Writes an image of depth 8 or 16 as a PNG file. displayCurve: the samples follow the sRGB curve, which the file then
+/// says. Throws CFailure.
+void writePng(COutputFile& file, const SImage& image, bool displayCurve);
+/// The same to a file of its own.
 void writePng(const std::string& path, const SImage& image, bool displayCurve);
 
 } // namespace vek::tools

@@ -15,7 +15,7 @@ namespace vek::tools {
 
 namespace {
 
-/// A file that the library wrote has less than 2000 bytes.
+// A file that the library wrote has less than 2000 bytes.
 constexpr std::size_t kLargestFile = std::size_t{1} << 20;
 
 bool isBlank(char c) {
@@ -86,6 +86,8 @@ struct SCloseFile {
     }
 };
 
+} // namespace
+
 std::string readText(const std::string& path) {
     const std::unique_ptr<std::FILE, SCloseFile> file(path == "-" ? stdin : std::fopen(path.c_str(), "re"));
     if (file == nullptr) {
@@ -101,8 +103,6 @@ std::string readText(const std::string& path) {
     }
     return text;
 }
-
-} // namespace
 
 SSettingText parsedSettings(std::string_view text) {
     SSettingText result;
@@ -135,7 +135,12 @@ SSettingText parsedSettings(std::string_view text) {
 }
 
 SSettingText readSettingText(const std::string& path) {
-    return parsedSettings(readText(path));
+    SSettingText text = parsedSettings(readText(path));
+    if (std::none_of(text.settings.begin(), text.settings.end(),
+                     [](const auto& setting) { return setting.has_value(); })) {
+        throw CFailure(fmt::format("{}: no setting file: none of its words is a key with a number", path));
+    }
+    return text;
 }
 
 } // namespace vek::tools

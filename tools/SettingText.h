@@ -37,7 +37,11 @@ struct SSettingText {
 /// next key. Of equal keys the last one counts.
 SSettingText parsedSettings(std::string_view text);
 
-/// Reads a file; "-" is standard input. Throws CFailure, also for more bytes than a setting file can have a use for.
+/// Reads a file as it is; "-" is standard input. Throws CFailure, also for more bytes than a setting file can have a
+/// use for.
+std::string readText(const std::string& path);
+
+/// The same, understood. Throws CFailure for a file without a setting, too.
 SSettingText readSettingText(const std::string& path);
 
 } // namespace vek::tools

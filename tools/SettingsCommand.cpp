@@ -6,6 +6,7 @@
 #include "HandleSettings.h"
 #include "LibraryHandle.h"
 #include "Options.h"
+#include "OutputFile.h"
 #include "SettingText.h"
 
 #include <fmt/format.h>
@@ -157,7 +158,10 @@ void save(const SSaveArguments& arguments) {
     const CLibraryHandle handle(camera.Fd());
     applyChanges(handle.Get(), arguments.changes);
     writeSettingFile(handle.Get(), arguments.file);
-    std::fputs(fmt::format("{}: {} settings of {}\n", arguments.file, kSettingCount, camera.Name()).c_str(), stdout);
+    if (!isStandardOutput(arguments.file)) {
+        std::fputs(fmt::format("{}: {} settings of {}\n", arguments.file, kSettingCount, camera.Name()).c_str(),
+                   stdout);
+    }
 }
 
 // ---- load ----
@@ -371,7 +375,7 @@ void addJson(CLI::App& command, bool& json) {
 void addSave(CLI::App& settings) {
     CLI::App* const command = settings.add_subcommand("save", "Write the settings of a new handle, changed by --set");
     const auto arguments = std::make_shared<SSaveArguments>();
-    addFile(*command, "FILE", arguments->file, "File to write");
+    addFile(*command, "FILE", arguments->file, "File to write; - writes standard output");
     addCameraOptions(*command, arguments->camera, "");
     command
         ->add_option("--set", arguments->changes,

@@ -29,7 +29,7 @@ namespace {
 
 using namespace vek::tools;
 
-int fail(int code, std::string_view message) {
+int tell(int code, std::string_view message) {
     std::fputs(fmt::format("vekcam: {}\n", oneLine(message)).c_str(), stderr);
     return code;
 }
@@ -37,7 +37,7 @@ int fail(int code, std::string_view message) {
 /// Texts wait in a buffer: a full disk or a closed pipe shows when they are written out.
 int finished(int code) {
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-        return code == kSuccess ? fail(kFailure, "standard output: cannot write: " + systemMessage(errno)) : code;
+        return code == kSuccess ? tell(kFailure, "standard output: cannot write: " + systemMessage(errno)) : code;
     }
     return code;
 }
@@ -78,7 +78,7 @@ int run(int argc, char** argv) {
             // The parser would only miss the command it did not find.
             const std::vector<std::string> unknown = app.remaining();
             const bool noCommand = app.get_subcommands().empty() && !unknown.empty();
-            return fail(kBadArguments, noCommand ? "unknown command or option: " + unknown.front() : error.what());
+            return tell(kBadArguments, noCommand ? "unknown command or option: " + unknown.front() : error.what());
         }
         std::ostringstream text;
         app.exit(error, text, text);
@@ -93,19 +93,26 @@ int main(int argc, char** argv) {
     openStandardDescriptors();
     // A reader that went away is an error of write, told like any other.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // the same of a file that may not become larger
     int code = kFailure;
     try {
         code = run(argc, argv);
     } catch (const CExit& end) {
         code = end.Code();
     } catch (const CBadArguments& error) {
-        code = fail(kBadArguments, error.what());
+        code = tell(kBadArguments, error.what());
     } catch (const std::bad_alloc&) {
-        code = fail(kFailure, "not enough memory");
+        code = tell(kFailure, "not enough memory");
     } catch (const std::length_error&) {
-        code = fail(kFailure, "not enough memory");
+        code = tell(kFailure, "not enough memory");
     } catch (const std::exception& error) {
-        code = fail(kFailure, error.what());
+        code = tell(kFailure, error.what());
     }
-    return finished(code);
+    code = finished(code);
+    if (code == kSuccess) {
+        for (const std::string& warning : warnings()) {
+            tell(code, "warning: " + warning);
+        }
+    }
+    return code;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Files.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -25,6 +26,20 @@ std::string CFileTest::Write(const std::string& name, const std::vector<std::uin
     std::ofstream file(mDirectory / name, std::ios::binary);
     file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     return Path(name);
+}
+
+std::vector<std::string> CFileTest::Names(const std::string& directory) const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(mDirectory / directory)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string CFileTest::Content(const std::string& name) const {
+    const std::vector<std::uint8_t> bytes = readFile(Path(name));
+    return {bytes.begin(), bytes.end()};
 }
 
 std::vector<std::uint8_t> readFile(const std::string& path) {

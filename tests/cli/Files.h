@@ -22,6 +22,12 @@ protected:
     /// Writes a file and returns its path.
     std::string Write(const std::string& name, const std::vector<std::uint8_t>& bytes) const;
 
+    /// The names in a directory of the test's own, or in it itself, sorted.
+    std::vector<std::string> Names(const std::string& directory = "") const;
+
+    /// A file as text.
+    std::string Content(const std::string& name) const;
+
 private:
     std::filesystem::path mDirectory;
 };

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
 #include <thread>
 
@@ -71,6 +72,34 @@ void writeAll(int fd, const std::vector<std::uint8_t>& bytes) {
     }
 }
 
+/// Changes what a child inherits of the test, and takes it back.
+class CInheritance {
+public:
+    explicit CInheritance(const SStreams& streams) : mUnprivileged(streams.unprivileged && geteuid() == 0) {
+        constexpr uid_t kNobody = 65534;
+        getrlimit(RLIMIT_FSIZE, &mBefore);
+        if (streams.fileSize) {
+            const rlimit tight = {*streams.fileSize, mBefore.rlim_max};
+            setrlimit(RLIMIT_FSIZE, &tight);
+        }
+        if (mUnprivileged && (setegid(kNobody) != 0 || seteuid(kNobody) != 0)) {
+            throw std::runtime_error("cannot give up privileges");
+        }
+    }
+    ~CInheritance() {
+        if (mUnprivileged && (seteuid(0) != 0 || setegid(getgid()) != 0)) {
+            std::abort();
+        }
+        setrlimit(RLIMIT_FSIZE, &mBefore);
+    }
+    CInheritance(const CInheritance&) = delete;
+    CInheritance& operator=(const CInheritance&) = delete;
+
+private:
+    rlimit mBefore{};
+    bool mUnprivileged;
+};
+
 } // namespace
 
 SResult runVekcam(const std::vector<std::string>& arguments, const SStreams& streams) {
@@ -98,7 +127,11 @@ SResult runVekcam(const std::vector<std::string>& arguments, const SStreams& str
     SPipe err(streams.errIsTerminal);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, in.end[0], STDIN_FILENO);
+    if (streams.inFile.empty()) {
+        posix_spawn_file_actions_adddup2(&actions, in.end[0], STDIN_FILENO);
+    } else {
+        posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, streams.inFile.c_str(), O_RDONLY, 0);
+    }
     if (streams.outFile.empty()) {
         posix_spawn_file_actions_adddup2(&actions, out.end[1], STDOUT_FILENO);
     } else {
@@ -108,17 +141,26 @@ SResult runVekcam(const std::vector<std::string>& arguments, const SStreams& str
     if (streams.outIsBrokenPipe) {
         out.closeEnd(0);
     }
-    // The program has to cope with SIGPIPE itself: an ignored signal would stay ignored.
+    if (!streams.directory.empty()) {
+        posix_spawn_file_actions_addchdir_np(&actions, streams.directory.c_str());
+    }
+    // The program has to cope with these itself: an ignored signal would stay ignored.
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     sigset_t defaults;
     sigemptyset(&defaults);
-    sigaddset(&defaults, SIGPIPE);
+    for (const int signal : {SIGPIPE, SIGXFSZ, SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+        sigaddset(&defaults, signal);
+    }
     posix_spawnattr_setsigdefault(&attributes, &defaults);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
 
     pid_t child = -1;
-    const int error = posix_spawn(&child, VEKCAM_PROGRAM, &actions, &attributes, argv.data(), envp.data());
+    int error = 0;
+    {
+        const CInheritance inherited(streams);
+        error = posix_spawn(&child, VEKCAM_PROGRAM, &actions, &attributes, argv.data(), envp.data());
+    }
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attributes);
     if (error != 0) {
@@ -134,16 +176,31 @@ SResult runVekcam(const std::vector<std::string>& arguments, const SStreams& str
         in.closeEnd(1);
     });
     std::thread reader([&] { result.err = readAll(err.end[0]); });
+    std::thread other([&] {
+        if (streams.meanwhile) {
+            streams.meanwhile(child);
+        }
+    });
     if (!streams.outIsBrokenPipe) {
         result.out = readAll(out.end[0]);
     }
     reader.join();
+    other.join();
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     writer.join();
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     return result;
+}
+
+bool canRunUnprivileged() {
+    try {
+        return runVekcam({"--version"}, {.unprivileged = true}).exitCode == 0;
+    } catch (const std::runtime_error&) {
+        return false;
+    }
 }
 
 std::string commandLine(const std::vector<std::string>& arguments) {

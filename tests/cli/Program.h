@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <sys/resource.h>
+#include <sys/types.h>
+
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,22 +15,31 @@ namespace vek::test {
 /// What a run of the program left behind.
 struct SResult {
     int exitCode = -1; ///< -1: it was ended by a signal or did not start
+    int signal = 0;    ///< that ended it
     std::string out;
     std::string err;
 };
 
-/// Where a run's standard streams go when they are not the captured ones.
+/// Where a run's standard streams go when they are not the captured ones, and what else is special about it.
 struct SStreams {
     std::vector<std::uint8_t> in = {};         ///< what standard input delivers, through a pipe
+    std::string inFile = {};                   ///< standard input comes from there instead
     std::string outFile = {};                  ///< standard output goes there instead
     bool outIsBrokenPipe = false;              ///< standard output is a pipe that nobody reads
     bool outIsTerminal = false;                ///< standard output is a terminal
     bool errIsTerminal = false;                ///< standard error is a terminal
     std::vector<std::string> environment = {}; ///< NAME=VALUE, beside the variables of the test itself
+    std::string directory = {};                ///< the program starts there instead of here
+    std::optional<rlim_t> fileSize = {};       ///< bytes that a file may grow to
+    bool unprivileged = false;                 ///< as a user for whom permissions count
+    std::function<void(pid_t)> meanwhile = {}; ///< while it runs, or after its end; its number is not another's yet
 };
 
-/// Runs vekcam and waits for its end.
+/// Runs vekcam and waits for its end. The signals that end a program do so, even where the test ignores them.
 SResult runVekcam(const std::vector<std::string>& arguments, const SStreams& streams = {});
+
+/// True when a run without privileges is possible: the test may start one, and the program can be reached.
+bool canRunUnprivileged();
 
 /// Arguments as one line for the names of tests; what is no letter, digit or plain mark becomes an underscore.
 std::string commandLine(const std::vector<std::string>& arguments);

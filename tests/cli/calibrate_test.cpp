@@ -464,7 +464,7 @@ TEST_F(Calibrate, BadArguments) {
     const SResult directory =
         runVekcam({"calibrate", "dark", "-o", Path("none/d.png"), "--width", "64", "--height", "64", "--frames", "1"});
     EXPECT_EQ(directory.exitCode, 1);
-    EXPECT_NE(directory.err.find("none/d.png: cannot write"), std::string::npos) << directory.err;
+    EXPECT_NE(directory.err.find("none/d.png: cannot open"), std::string::npos) << directory.err;
 }
 
 } // namespace

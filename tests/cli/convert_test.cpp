@@ -375,7 +375,8 @@ TEST_F(Convert, WhatTheSimulatedCameraSendsLooksTheSameInEveryColourFormat) {
 
 TEST_F(Convert, OffsetAndFrameChooseThePlaceInTheFile) {
     const std::vector<std::uint8_t> raw = {99, 98, 97, 1, 2, 3, 4, 5, 6};
-    EXPECT_EQ(Converted(raw, size(2, 1, {"-f", "mono8", "--src-offset", "3"})).samples, (Samples{1, 2}));
+    EXPECT_EQ(Converted(raw, size(2, 1, {"-f", "mono8", "--src-offset", "3", "--frame", "0"})).samples,
+              (Samples{1, 2}));
     EXPECT_EQ(Converted(raw, size(2, 1, {"-f", "mono8", "--src-offset", "3", "--frame", "2"})).samples,
               (Samples{5, 6}));
     EXPECT_EQ(Converted(raw, size(3, 1, {"-f", "mono8", "--frame", "1"})).samples, (Samples{1, 2, 3}));

@@ -38,7 +38,7 @@ INSTANTIATE_TEST_SUITE_P(
                       SHelp{{"info", "--help"}, {"--help", "--device", "--sim", "--json", "/dev/video0", "global-1m"}},
                       SHelp{{"measure", "--help"},
                             {"IN", "--width", "--height", "--format", "--colour-array", "--region", "--sim", "--json",
-                             "--src-offset", "--frame", "raw12p"}},
+                             "--src-offset", "--frame", "--force", "raw12p"}},
                       SHelp{{"alc", "--help"},
                             {"--sim",        "--device",   "--mode",     "--once",         "--target",
                              "--frames",     "--region",   "--light",    "--light-steps",  "--start-exposure",
@@ -101,7 +101,8 @@ INSTANTIATE_TEST_SUITE_P(
                                                     "--noise",
                                                     "--dark",
                                                     "--shading",
-                                                    "--settings"}}));
+                                                    "--settings"}},
+                      SHelp{{"convert", "-h"}, {"--force"}}));
 
 TEST(Version, NamesProgramAndLibrary) {
     const SResult result = runVekcam({"--version"});

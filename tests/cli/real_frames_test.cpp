@@ -63,6 +63,18 @@ TEST_F(RealFrames, RedFlowerGreenLeaf) {
     EXPECT_GT(image.mean(90, 90, 20, 20, 1), 1.2 * image.mean(90, 90, 20, 20, 2));
 }
 
+TEST_F(RealFrames, DefectPixelsAreNoSignOfAnotherFormat) {
+    const std::string frame = Frame("DSC_1339_768x512_rggb_bpc_test.raw"); // 200 of its words are 65535
+    if (frame.empty()) {
+        GTEST_SKIP() << "VEKCAM_DATA_DIR has no such frame";
+    }
+    const auto warnings = [&](const std::string& format) {
+        return runVekcam({"measure", frame, "-W", "768", "-H", "512", "-a", "rggb", "-f", format}).err;
+    };
+    EXPECT_EQ(warnings("raw14"), "");
+    EXPECT_NE(warnings("raw12").find("are above 4095"), std::string::npos);
+}
+
 } // namespace
 
 } // namespace vek::test

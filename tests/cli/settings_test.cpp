@@ -4,11 +4,9 @@
 #include "Program.h"
 
 #include <nlohmann/json.hpp>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <sstream>
 
 namespace vek::test {
@@ -248,16 +246,15 @@ TEST_F(Settings, SaveRefusesWhatTheLibraryWouldNotKeepAndWritesNothing) {
 }
 
 TEST_F(Settings, SaveNoticesAFullDisk) {
-    // A file may grow to 100 bytes only; without the signal a longer write is an error.
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit tight = before;
-    tight.rlim_cur = 100;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tight), 0);
-    ExpectFailure({"settings", "save", Path("short")}, 1, "cannot write");
-    setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
+    const SResult result = runVekcam({"settings", "save", Path("short")}, {.fileSize = 100});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+    EXPECT_NE(result.err.find("cannot write"), std::string::npos) << result.err;
+}
+
+TEST_F(Settings, SaveToStandardOutputWritesTheSettingsAlone) {
+    EXPECT_EQ(Printed({"settings", "save", "-"}), kNewHandle);
+    EXPECT_EQ(Printed({"settings", "save", "/dev/stdout"}), kNewHandle);
 }
 
 // ---- show ----
@@ -330,7 +327,7 @@ TEST_F(Settings, ShowTellsWhatModeNumbersMeanThatHaveNoName) {
 }
 
 TEST_F(Settings, ControlCharactersOfAKeyDoNotReachTheTerminal) {
-    const std::string out = Printed({"settings", "show", Text("bell", "F\x1b[2Joo 3\n")});
+    const std::string out = Printed({"settings", "show", Text("bell", "F\x1b[2Joo 3\nWBMode 1\n")});
     EXPECT_NE(out.find("line 1: F?[2Joo 3 is passed over: unknown key\n"), std::string::npos);
     EXPECT_EQ(out.find('\x1b'), std::string::npos);
 }
@@ -376,7 +373,7 @@ TEST_F(Settings, LoadStopsWhereTheLibraryRefuses) {
 }
 
 TEST_F(Settings, ToolAndLibraryReadTheSame) {
-    const Json fresh = PrintedJson({"settings", "load", "--json", Text("empty", "")})["settings"];
+    const Json fresh = PrintedJson({"settings", "load", "--json", Text("fresh", "ALCLevel 128")})["settings"];
     const std::string longKey(64, 'k');
     using namespace std::string_literals;
     for (const std::string& text : {
@@ -400,7 +397,7 @@ TEST_F(Settings, ToolAndLibraryReadTheSame) {
              std::string("AEMaxExposure 9223372036854775807 AEMinExposure -9223372036854775808"),
              std::string("AEMaxExposure 9223372036854775808 AEMinExposure -9223372036854775809"),
              std::string("AEMaxExposure 99999999999999999999999999 AEMinExposure -99999999999999999999999999"),
-             std::string("alclevel 1 ALCLEVEL 2 ALCLevel: 3 \"ALCLevel\" 4"),
+             std::string("alclevel 1 ALCLEVEL 2 ALCLevel: 3 \"ALCLevel\" 4 WBMode 1"),
              std::string("ALCLevel\t3\r\nWBMode\v1\fWBGainR\r\n200"),
              std::string("# a comment 5 ALCLevel 3 # 2"),
              std::string("ALCLevel=3 WBMode=1 ALCLevel 4"),
