@@ -13,7 +13,8 @@
  * Conventions that hold for every function:
  *  - A handle belongs to one camera and is used by one thread at a time. Different handles share nothing.
  *  - Every call runs to its end on the caller's thread. No pointer to an image is kept; what is kept of its samples is
- *    the dark frame of VEK_NOISE_STORE_DARK and the mean of shading calibration frames.
+ *    the dark frame of VEK_NOISE_STORE_DARK, the mean of shading calibration frames and the combining image of
+ *    VekCam_DecodingCombinedMultiROI.
  *  - A null handle gives VEK_EINVAL at once, nothing else is touched. VekCam_GetlibVersion alone takes any handle.
  *  - Samples: 8-bit data are bytes; deeper data are 16-bit little-endian words with the value in the low bits.
  *  - Colour output is interleaved blue, green, red; a fourth sample of a pixel is never written.
@@ -30,9 +31,11 @@
  *  DetectDefectPixel              8                                success, every slot is marked unused
  *  WhiteBalance                   8, 10, 12; others are refused    success; automatic gains become 128
  *  RawColorGamma, BGRGamma        any: above 8 means words         success
- *  Sharpness                      8 to 12; others are refused      success
+ *  Sharpness                      8 to 12; others are refused,     success
+ *                                 unless sharpness is off
  *  MirrorRotation                 8                                success; sides and colour array as with pixels
- *  HueSaturationColorMatrix       0 to 16, as the format allows    success
+ *  HueSaturationColorMatrix       0 to 16, as the format allows;   success
+ *                                 grey formats of words: above 8
  *  NoiseReduction                 any: above 8 means words; with   VEK_NOISE_EASY refuses sides below 2 (mono) or 4;
  *                                 a linePitch of 0 a sample takes  an empty dark frame is stored, and subtracted
  *                                 (depth + 7) / 8 bytes: three     with success
@@ -47,7 +50,8 @@
  *    first sample to its last one, and what a comment says is read beyond. VEK_NOISE_STORE_DARK also reads what lies
  *    between two rows. A pitch is 0 or at least as long as a row; VEK_NOISE_EASY and VEK_NOISE_STORE_DARK refuse
  *    shorter ones.
- *  - Source and destination do not overlap, but for grey copies in place (VEK_DEMOSAIC_MONO to one channel).
+ *  - Source and destination do not overlap, but for copies of grey or raw images to one channel by ColorInterpolation:
+ *    they may be made in place where a row of samples is a multiple of 4 bytes.
  *  - A null buffer gives VEK_EINVAL (1 in ColorInterpolation and MirrorRotation) where it would be touched: after every
  *    other refusal, and not where nothing is to be done.
  */
@@ -138,7 +142,7 @@ enum VekDemosaicMethod {
     VEK_DEMOSAIC_NONE = 1,             /**< own colour only, the other two channels 0 */
     VEK_DEMOSAIC_NEAREST_NEIGHBOR = 2, /**< each 2 x 2 cell shares its samples */
     VEK_DEMOSAIC_BILINEAR_SIMPLE = 3,  /**< separable means of two neighbours */
-    VEK_DEMOSAIC_BICUBIC = 4,          /**< separable cubic of four neighbours, results of 0 to 255 at every depth */
+    VEK_DEMOSAIC_BICUBIC = 4,          /**< separable cubic of four neighbours, which gives 0 to 255 at every depth */
     VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION = 5, /**< bilinear at the centre of each 2 x 2 block */
     VEK_DEMOSAIC_NEAREST_NEIGHBOR2 = 6               /**< the samples of each 2 x 2 block */
 };
@@ -149,7 +153,7 @@ enum VekALCMode {
     VEK_ALC_EXPOSURE_AND_GAIN = 1, /**< exposure first when brightening, gain first when darkening */
     VEK_ALC_EXPOSURE = 2,
     VEK_ALC_GAIN = 3,
-    VEK_ALC_EXPOSURE_AND_GAIN_ONCE = 4, /**< ends by itself (mode 0) once the level is reached */
+    VEK_ALC_EXPOSURE_AND_GAIN_ONCE = 4, /**< ends by itself (mode 0) once a step changes nothing */
     VEK_ALC_EXPOSURE_ONCE = 5,
     VEK_ALC_GAIN_ONCE = 6
 };
@@ -207,7 +211,7 @@ enum VekShadingMode {
     VEK_SHADING_GAIN = 2,             /**< multiplies by the map's gains */
     VEK_SHADING_CALIBRATE_OFFSET = 3, /**< adds the frame to the calibration mean */
     VEK_SHADING_OFFSET = 4,           /**< adds the map's offsets */
-    VEK_SHADING_SHOW_MAP = 255        /**< replaces each sample by its entry in the map */
+    VEK_SHADING_SHOW_MAP = 255        /**< replaces each sample by its entry in the map, which it does not make */
 };
 
 /** Pixel formats of the GenICam Pixel Format Naming Convention (PFNC) that the camera's data have. */
@@ -263,7 +267,8 @@ enum VekDriverControl {
 
 /**
  * Size of one pixel in the transfer buffer, bits: 8, 12, 16, 24 or 32.
- * 0 for the packed formats and for codes above 21.
+ * 0 for the packed formats and for codes above 21. VEK_TRANSFER_BGR10 counts 32, though
+ * VekCam_ConvYUVOrBGRToBGRImage takes 8 bytes a pixel.
  */
 static inline unsigned char VekTransferFormatBits(unsigned long transferFormat) {
     static const unsigned char bits[] = {8,  16, 0,  16, 0,  8,  16, 0,  16, 0,  24,
@@ -348,43 +353,47 @@ VEK_API int VekCam_GetlibVersion(VekCam_Handle handle, unsigned long *version);
 
 /**
  * Turns a raw, mono or YCrCb frame into a blue-green-red or grey image.
- *  width, height: pixels; 0 writes nothing and is success.
+ *  width, height: pixels; 0 writes nothing and is success once the codes are accepted.
  *  colorArray: layout of the source, enum VekColorArray.
  *  src: height rows without padding: width samples; of YCrCb bytes, 2 x width (4:2:2), 3 x width (4:4:4) or width +
  *      width / 2 (4:1:1), at 10 and 12 bits twice as many (4:1:1: 3 x width). With an odd width one sample behind a
  *      row's last is read as well (the next row's first one) by VEK_DEMOSAIC_BILINEAR_SIMPLE, also behind the image's
  *      last row, and by VEK_DEMOSAIC_NEAREST_NEIGHBOR2.
  *  dst: height rows, each channels x width samples, padded to a multiple of 4 bytes. The padding is not written.
- *  method: enum VekDemosaicMethod. VEK_DEMOSAIC_MONO, and any method on a mono image, copies samples to every channel;
- *      of YCrCb it writes luma bytes, one a pixel, and every other method decodes. Means cut the fraction off.
+ *  method: enum VekDemosaicMethod. VEK_DEMOSAIC_MONO, and any number on a mono image, copies samples to every channel;
+ *      of YCrCb it writes luma bytes, one a pixel whatever the format (of BT.709 stretched to 0 .. 254), and every
+ *      other number decodes. Means cut the fraction off.
  *      VEK_DEMOSAIC_NEAREST_NEIGHBOR, BILINEAR_SIMPLE and BICUBIC need 2 x 2 pixels, NEAREST_NEIGHBOR2 and
  *      BILINEAR_FALSE_COLOR_REDUCTION 4 x 4.
  *      VEK_DEMOSAIC_BILINEAR_SIMPLE leaves the third colour of an odd height's last row as dst held it (blue where
  *      that row holds red, red where it holds blue).
- *      VEK_DEMOSAIC_BICUBIC limits what it interpolates to 0 .. 255 at every depth.
+ *      VEK_DEMOSAIC_BICUBIC limits what the cubic gives to 0 .. 255 at every depth; copied samples, and the means that
+ *      stand for it in the three outermost rows and columns, keep the full range.
  *      YCrCb 4:2:2 of odd width and 4:1:1 of a width that is no multiple of 4 write the row's last pixel in the place
- *      of its first one, grey where the row has no whole group (4:2:2 of 1 pixel, 4:1:1 of 1 to 3). 4:1:1 of another
- *      width leaves the row's last four pixels as they were.
+ *      of its first one, grey where the row has no whole group (4:2:2 of 1 pixel, 4:1:1 of 1 to 3), and leave the
+ *      places behind the last whole group as they were. 4:1:1 of another width leaves the row's last four pixels as
+ *      they were.
  *  destinationPixelFormat: enum VekDestinationFormat: MONO8, BGR24, BGRX32 at 8 bits; MONO10, MONO12, BGR48, BGRX64 at
  *      10 and 12 bits. Grey formats go with VEK_DEMOSAIC_MONO or a mono image only.
  *  bitsPerPixel: depth of the source: 8 (bytes), 10 or 12 (words). YCrCb is bytes at every depth, and so is its result.
  * Returns 0; VEK_EINVAL for a null handle, another depth, or a format that the depth does not allow; 1 for any other
- * refusal (unknown colour array or method, an image too small for the method, a null buffer). Nothing is written unless
- * the result is 0.
+ * refusal (unknown colour array, unknown method of a Bayer image, a grey format that does not go with the method, an
+ * image too small for the method, a null buffer). Nothing is written unless the result is 0.
  */
 VEK_API int VekCam_ColorInterpolation(VekCam_Handle handle, unsigned long width, unsigned long height,
                                       unsigned short colorArray, const void *src, void *dst, unsigned char method,
                                       unsigned long destinationPixelFormat, unsigned short bitsPerPixel);
 
 /**
- * Turns a raw or mono frame into one of bytes: the upper 8 bits of each sample.
+ * Turns a raw or mono frame into one of bytes: the upper 8 bits of each sample. Bits above the depth drop out.
  *  width, height: pixels.
  *  srcPitch: from row to row: samples for bytes and words, bytes for packed data; 0 means rows without padding.
  *  transferFormat: enum VekTransferFormat, raw or mono.
- *  dstPitch: bytes from row to row of dst. May be null. Where it points to 0 it receives the pitch that is used, width
- *      rounded up to a multiple of 4; packed data is written without padding, and it receives width.
- * Returns 0; VEK_EINVAL for a null handle, another format (dstPitch is left alone), or a null src or dst that would be
- * touched.
+ *  dstPitch: bytes from row to row of dst. Where it points to 0 it receives the pitch that is used, width rounded up to
+ *      a multiple of 4, which is also that of a null dstPitch. Packed data is written without padding whatever it
+ *      points to, and it receives width.
+ * Returns 0; VEK_EINVAL for a null handle, another format, or a null src or dst that would be touched (dstPitch is then
+ * left alone).
  */
 VEK_API int VekCam_ConvTo8BitsImage(VekCam_Handle handle, unsigned long width, unsigned long height,
                                     unsigned long srcPitch, unsigned long transferFormat, const void *src,
@@ -394,10 +403,11 @@ VEK_API int VekCam_ConvTo8BitsImage(VekCam_Handle handle, unsigned long width, u
  * Turns a frame of any transfer format into a display image of 8 bits a sample.
  *  width, height: pixels.
  *  transferFormat: enum VekTransferFormat. Raw and mono become grey pixels, YCrCb is decoded as by
- *      VekCam_ColorInterpolation, of blue-green-red MONO8 takes green. Packed formats and codes above 21 do nothing.
+ *      VekCam_ColorInterpolation, of blue-green-red MONO8 takes green. For packed formats and codes above 21 nothing is
+ *      written, and the result is 0.
  *  src: rows without padding. VEK_TRANSFER_BGR10 takes 8 bytes a pixel.
  *  destinationPixelFormat: VEK_DESTINATION_MONO8, BGR24 or BGRX32.
- *  dst: rows padded to a multiple of 4 bytes; without padding for the blue-green-red formats.
+ *  dst: rows padded to a multiple of 4 bytes; without padding where the source is VEK_TRANSFER_BGR8 or BGR10.
  * Returns 0; VEK_EINVAL for a null handle, another destination format, or a null src or dst that would be touched. The
  * YCrCb formats give what VekCam_ColorInterpolation gives: 1 for a null src or dst.
  */
@@ -416,7 +426,7 @@ VEK_API int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long wi
 
 /**
  * Vertical blanking for a frame rate.
- *  fps: frames per second.
+ *  fps: frames per second, above 0. 0 gives the largest number, less than 0 gives 0.
  *  vblank: receives lines, rounded; 0 where the camera cannot be that fast.
  * Returns 0; VEK_EINVAL for a null handle, on a camera without a blanking setting (vblank is left alone), and when the
  * driver reports a clock or line length of 0 (vblank receives 0). Of cameras that count exposure in rows (product ids
@@ -432,7 +442,7 @@ VEK_API int VekCam_GetVBlankFromFPS(VekCam_Handle handle, float fps, unsigned lo
 VEK_API int VekCam_GetDigitalGainTimesFromSettingValue(VekCam_Handle handle, unsigned short value, float *times);
 
 /**
- * Digital gain setting value for a factor, the nearest within the camera's range.
+ * Digital gain setting value for a factor, the nearest within the camera's range for factors of 0 to 1023.
  *  value: receives 0 .. the camera's maximum; 0 without a digital gain. 64 x times, rounded, counts modulo 65536: a
  *      factor below 0 gives the maximum on most cameras, one of 1024 and more anything. On cameras that count from a
  *      factor of 1, whatever comes to less than 65/64 gives 0.
@@ -443,8 +453,8 @@ VEK_API int VekCam_GetDigitalGainSettingValueFromGainTimes(VekCam_Handle handle,
 /**
  * Exposure clocks for an exposure time.
  *  seconds: 0 and more.
- *  clock: receives 1 .. the camera's maximum. At a maximum of 0: 0 for a time that comes to a clock or more, 1 for a
- *      shorter one.
+ *  clock: receives 1 .. the camera's maximum, by model rounded or with the fraction cut off. At a maximum of 0: 0 for a
+ *      time that comes to a clock or more, 1 for a shorter one.
  * Returns 1; 0 when the row length cannot be computed (clock is left alone); VEK_EINVAL for a null handle.
  */
 VEK_API int VekCam_GetExposureClockFromTime(VekCam_Handle handle, float seconds, unsigned long *clock);
@@ -452,13 +462,14 @@ VEK_API int VekCam_GetExposureClockFromTime(VekCam_Handle handle, float seconds,
 /**
  * Exposure time of exposure clocks.
  *  clock: limited to the camera's maximum; 0 stands for the longest exposure that keeps the frame rate.
- *  seconds: receives the time.
+ *  seconds: receives the time; no sensible one where a camera that counts rows is left with 0 clocks.
  * Returns 1; 0 when the row length cannot be computed (seconds is left alone); VEK_EINVAL for a null handle.
  */
 VEK_API int VekCam_GetExposureTimeFromClock(VekCam_Handle handle, unsigned long clock, float *seconds);
 
 /**
  * Analogue gain of a setting value.
+ *  value: not limited to the camera's maximum.
  *  dB: receives the gain on the camera's curve.
  * Returns 0; VEK_EINVAL for a null handle.
  */
@@ -471,7 +482,7 @@ VEK_API int VekCam_GetGainDBFromSettingValue(VekCam_Handle handle, unsigned shor
  * wrong order the control stays between them but never comes to rest.
  */
 
-/** mode: enum VekALCMode, of which the low four bits are kept. Off when a handle is opened. */
+/** mode: enum VekALCMode, of which the low four bits are kept; other values do nothing. Off when a handle is opened. */
 VEK_API int VekCam_SetALCMode(VekCam_Handle handle, unsigned char mode);
 VEK_API int VekCam_GetALCMode(VekCam_Handle handle, unsigned char *mode);
 
@@ -497,10 +508,16 @@ VEK_API int VekCam_GetAEMinExposureClock(VekCam_Handle handle, unsigned long *cl
 
 /**
  * One step of automatic luminance control. At rest it acts on levels more than 10 off the target, and then until the
- * level is within 5. A step at most doubles exposure or gain, and writes both to the camera.
+ * level is within 5. A step at most doubles exposure or gain, towards darker it is not limited, and it writes both to
+ * the camera: an exposure of 0, as above, where it comes to the longest that keeps the frame rate. Settings outside
+ * their limits are first brought back, at once; such a step does nothing else. Exposure and gain are read from the
+ * camera when the handle is opened; from then on the control goes by what it wrote itself, and what the application
+ * sets in between is overwritten.
  *  average: level of the last frame.
- *  flags: receives bits of enum VekALCChange; 0 when nothing had to change. A one-shot mode then ends.
- * Returns 1; 0 when the camera did not take the new values; VEK_EINVAL for a null handle or null flags.
+ *  flags: receives bits of enum VekALCChange; 0 when nothing changed, because the level is reached or the limits are. A
+ *      one-shot mode then ends.
+ * Returns 1; 0 when the camera did not take the new values (flags tell of them all the same, and the next step goes on
+ * from them); VEK_EINVAL for a null handle or null flags.
  */
 VEK_API int VekCam_ALC(VekCam_Handle handle, unsigned short average, unsigned long *flags);
 
@@ -528,8 +545,8 @@ VEK_API int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long widt
                                         unsigned long h, float *average);
 
 /**
- * Finds the brightest pixels of a dark frame and programs the camera's defect correction with them, one slot each in
- * the order in which they were found; the remaining slots are marked unused.
+ * Finds the brightest pixels of a dark frame, of equal ones the first, and programs the camera's defect correction with
+ * them, one slot each in the order in which they were found; the remaining slots are marked unused.
  *  width, height: pixels; image: bytes, rows without padding, not read when the camera has no slots.
  *  threshold: pixels of this value and above are candidates.
  * Returns 0, also when the camera has no slots or refuses one (the rest are left alone); VEK_EINVAL for a null handle,
@@ -541,9 +558,9 @@ VEK_API int VekCam_DetectDefectPixel(VekCam_Handle handle, unsigned long width, 
 /*
  * Image stages. Each works in place on an image that the application owns, and keeps its settings and tables in the
  * handle. Rows have no padding unless a function says otherwise. A setting function changes nothing when it refuses; an
- * image function that gives anything but 0 leaves the image as it was. An image of no pixels is success once the other
- * arguments are accepted; a null image of some pixels, a null output or a null table, where it would be touched, give
- * VEK_EINVAL. Samples above what a table covers take its last entry.
+ * image function that gives anything but 0 leaves the image as it was, unless it says otherwise. An image of no pixels
+ * is success once the other arguments are accepted; a null image of some pixels, a null output or a null table, where
+ * it would be touched, give VEK_EINVAL. Samples above what a table covers take its last entry.
  *
  * docs/pipeline.md tells what each stage does to a picture, and in which order they are meant to run.
  */
@@ -568,8 +585,8 @@ VEK_API int VekCam_GetWhiteBalanceGain(VekCam_Handle handle, unsigned short *r, 
                                        unsigned short *b);
 
 /**
- * Largest white balance gains that the camera's own balance takes.
- *  r, gr, gb, b: receive gains in the unit of VekCam_SetWhiteBalanceGain.
+ * Largest white balance gains that the camera's own balance takes. VekCam_SetWhiteBalanceGain takes larger ones, too.
+ *  r, gr, gb, b: receive gains in the unit of VekCam_SetWhiteBalanceGain: 640, a gain of 5.
  * Returns 0; VEK_EINVAL for a null handle or a null output.
  */
 VEK_API int VekCam_GetWhiteBalanceMaxGain(VekCam_Handle handle, unsigned short *r, unsigned short *gr,
@@ -586,8 +603,8 @@ VEK_API int VekCam_GetWhiteBalanceMaxGain(VekCam_Handle handle, unsigned short *
  *      result is not sample x gain / 128.
  * In VEK_WB_AUTO and VEK_WB_ONCE the gains of red and blue are worked out first, from all pixels, so that their means
  * equal that of the greens with saturation taken into account.
- * Returns 0, also when the mode is VEK_WB_OFF or all gains are 128; VEK_EINVAL for a null handle, another depth, or
- * another colour array (gains and mode then stay as they were).
+ * Returns 0; VEK_EINVAL for a null handle, another depth, or another colour array (gains and mode then stay as they
+ * were). Where the mode is VEK_WB_OFF, or VEK_WB_MANUAL with all gains at 128, every colour array gives 0.
  */
 VEK_API int VekCam_WhiteBalance(VekCam_Handle handle, unsigned long width, unsigned long height,
                                 unsigned long lineBytes, unsigned short colorArray, void *image, unsigned short bits);
@@ -597,9 +614,11 @@ VEK_API int VekCam_WhiteBalance(VekCam_Handle handle, unsigned long width, unsig
  *  channel: enum VekGammaChannel; mode: enum VekGammaMode.
  *  gamma: hundredths, 1 and more; the curve's exponent is 100 / gamma.
  *  brightness: levels added to the input.
- *  contrast: input levels that become black at the dark end and white at the bright end; the steepness between them
- *      follows 255 / (255 - 2 x contrast) at every depth, and inputs that brightness lifts above the largest level
- *      become 255 at every depth. Modes VEK_GAMMA_OFF and VEK_GAMMA_TABLE keep 100, 0 and 0 instead of the three.
+ *  contrast: input levels that become black at the dark end and white at the bright end, 2^(bits - 1) - 1 at most; the
+ *      steepness between them follows 255 / (255 - 2 x contrast) at every depth: at more than 8 bits it is negative
+ *      from 128 on, and levels between the ends then become anything up to 65535. Inputs that brightness lifts above
+ *      the largest level become 255 at every depth. Modes VEK_GAMMA_OFF and VEK_GAMMA_TABLE keep 100, 0 and 0 instead
+ *      of the three.
  *  table: 2^bits entries, bytes at 8 bits and less, else words. Read in VEK_GAMMA_TABLE alone.
  *  bits: depth of the curve, 12 at most. Input levels above the depth: mode VEK_GAMMA_OFF gives the largest level, the
  *      other modes leave what an earlier curve gave.
@@ -625,8 +644,9 @@ VEK_API int VekCam_GetGammaMode(VekCam_Handle handle, unsigned char channel, uns
  * Applies the four tone curves of the colours to a raw Bayer image. An image passes unchanged when all four are off.
  *  width, height: pixels.
  *  colorArray: enum VekColorArray. Mono images pass unchanged, other codes than Bayer count as VEK_COLOR_ARRAY_RGGB.
- *  bits: above 8 the image is words, else bytes. A channel's curve has the depth it was set with: at more than 8 bits
- *      all four have to be set, since a channel that was never set cuts samples off at 255.
+ *  bits: above 8 the image is words, else bytes, which receive the low byte of what a deeper curve gives. A channel's
+ *      curve has the depth it was set with: at more than 8 bits all four have to be set, since a channel that was never
+ *      set cuts samples off at 255.
  * Returns 0; VEK_EINVAL for a null handle.
  */
 VEK_API int VekCam_RawColorGamma(VekCam_Handle handle, unsigned long width, unsigned long height,
@@ -639,7 +659,7 @@ VEK_API int VekCam_RawColorGamma(VekCam_Handle handle, unsigned long width, unsi
  *  image: rows are a multiple of 4 bytes apart: the samples of a row rounded up; with words 4 x width bytes for grey,
  *      12 x width or 16 x width for BGR48 and BGRX64. In a colour image of words the pixels stand 6 or 8 words apart,
  *      twice their size.
- *  bits: above 8 the image is words, else bytes.
+ *  bits: above 8 the image is words, else bytes; grey ones receive the low byte of what a deeper curve gives.
  * Returns 0; VEK_EINVAL for a null handle, or a format that does not go with the samples.
  */
 VEK_API int VekCam_BGRGamma(VekCam_Handle handle, unsigned long width, unsigned long height, unsigned long pixelFormat,
@@ -659,15 +679,16 @@ VEK_API int VekCam_GetSharpnessMode(VekCam_Handle handle, unsigned char *mode, u
 
 /**
  * Sharpens an image: a pixel that differs from the mean of its eight neighbours by more than the coring moves away from
- * it by (difference - coring) x gain / 100; of a colour image luma is compared, and blue, green and red move alike. The
- * outermost rows and columns stay as they are.
+ * it by (difference - coring) x gain / 100, up to the ends 0 and 2^bits - 1; mean and move are rounded. Of a colour
+ * image luma is compared, and blue, green and red move alike. The outermost rows and columns stay as they are.
  *  pixelFormat: enum VekDestinationFormat: MONO8, BGR24, BGRX32 at 8 bits; WORDS, MONO10, MONO12, MONO16, BGR48, BGRX64
  *      above.
  *  image: rows padded to a multiple of 4 bytes.
  *  bits: 8 (bytes) to 12 (words).
- * At 8 bits moves of more than 255 count modulo 256 in grey images; in colour images samples and bounds do.
- * Returns 0, also when sharpness is off and for images below 3 x 3, which it leaves alone; VEK_EINVAL for a null
- * handle, another depth or format; VEK_ENOMEM when memory runs out.
+ * At 8 bits moves of more than 255 count modulo 256 in grey images; in colour images those towards brighter do: a
+ * sample below 255 - move, modulo 256, becomes sample + move, modulo 256, and any other 255.
+ * Returns 0, also for images below 3 x 3, which it leaves alone, and, whatever the depth and the format, when sharpness
+ * is off; VEK_EINVAL for a null handle, another depth or format; VEK_ENOMEM when memory runs out.
  */
 VEK_API int VekCam_Sharpness(VekCam_Handle handle, unsigned long width, unsigned long height, unsigned long pixelFormat,
                              void *image, unsigned short bits);
@@ -681,8 +702,9 @@ VEK_API int VekCam_Sharpness(VekCam_Handle handle, unsigned long width, unsigned
  *  width, height: pixels, in and out: exchanged by a quarter turn.
  *  colorArray: in and out: the Bayer phase of the result, for even widths and heights; other codes stay.
  *  image: rows of width bytes.
- * Returns 0; VEK_EINVAL for a null handle; 1 for a null pointer that would be used, or when memory runs out (width and
- * height are then exchanged already, image and colorArray are not changed).
+ * Returns 0; VEK_EINVAL for a null handle; 1 for a null width, height or colorArray (nothing is changed), and for a
+ * null image that would be touched or when memory runs out (by a quarter turn width and height are then exchanged
+ * already, image and colorArray are not changed).
  */
 VEK_API int VekCam_MirrorRotation(VekCam_Handle handle, unsigned char mirror, unsigned char rotation,
                                   unsigned long *width, unsigned long *height, unsigned short *colorArray, void *image);
@@ -715,7 +737,8 @@ VEK_API int VekCam_GetHueSaturationMode(VekCam_Handle handle, unsigned char *mod
  *      step takes the image for bytes, the second refuses it). Grey formats change nothing; MONO8 above 8 bits, and the
  *      others up to 8, give VEK_EINVAL all the same.
  *  image: rows padded to a multiple of 4 bytes.
- *  bits: above 8 the image is words, else bytes; results are at most 2^bits - 1.
+ *  bits: above 8 the image is words, else bytes; the first step's results are 0 .. 2^bits - 1, the second does not
+ *      look at the depth.
  * Returns 0; VEK_EINVAL for a null handle or another format or depth; and after the first step has been applied for the
  * formats that the second one refuses.
  */
@@ -725,8 +748,10 @@ VEK_API int VekCam_HueSaturationColorMatrix(VekCam_Handle handle, unsigned long 
 /**
  * Chroma suppression, part of VekCam_HueSaturationColorMatrix: blue and red of pixels whose luma is above (High) or
  * below (Low) the start level are pulled towards green.
- *  startLevel: luma. 255 (High) and 0 (Low) when a handle is opened.
- *  slope: 1/16384 of full suppression for each level beyond; 0, as when a handle is opened, switches the part off.
+ *  startLevel: luma of the image's own samples, 0 .. 4095 at 12 bits. 255 (High) and 0 (Low, which switches the part
+ *      off) when a handle is opened.
+ *  slope: 1/16384 of full suppression for each level beyond and once more: twice the slope one level beyond. 0, as when
+ *      a handle is opened, switches the part off. Where both parts apply the stronger one counts.
  * Either output of the getters may be null.
  * Returns 0; VEK_EINVAL for a null handle.
  */
@@ -738,31 +763,37 @@ VEK_API int VekCam_GetLowChromaSuppression(VekCam_Handle handle, unsigned short 
 /**
  * Noise reduction on a raw or mono image, in place.
  *  mode: enum VekNoiseReductionMode or VEK_NOISE_STORE_DARK.
- *      VEK_NOISE_EASY: a pixel becomes the median of itself and its neighbours where that is darker. Neighbours are
- *      those of the same colour: the four diagonal ones for mono and green, those two columns and two rows away for
- *      red and blue; fewer, or the four nearest for mono, at the edge. In Bayer images the ones to the left and above
- *      count as already filtered; of GRBG and GBRG, greens one column from the left edge, or from the right edge of an
- *      even width, take the two diagonal ones towards the middle. Bayer images have 4 x 4 pixels and more, mono ones
- *      2 x 2 and more.
+ *      VEK_NOISE_EASY: a pixel becomes the median of itself and its neighbours (of an even number the mean of the
+ *      middle two, the fraction cut off) where that is darker. Neighbours are those of the same colour: the four
+ *      diagonal ones for mono and green, those two columns and two rows away for red and blue; at the edge those inside
+ *      the image, for mono of the four nearest. In Bayer images the ones to the left and above count as already
+ *      filtered, but for those to the left in the first row; of GRBG and GBRG, greens one column from the left edge, or
+ *      from the right edge of an even width, take the two diagonal ones towards the middle, and the first pixel one
+ *      diagonal and the next green of its row. Bayer images have 4 x 4 pixels and more, mono ones 2 x 2 and more, and
+ *      sides are below 2^31.
  *      VEK_NOISE_STORE_DARK: the image is kept, less its own floor (the least sample of each place in the 2 x 2 cell,
- *      an odd side's last row or column aside), and is not changed.
+ *      an odd side's last row or column aside), and is not changed. Any colour array is taken.
  *      VEK_NOISE_COMPLEX: the dark frame is subtracted (0 at least); pixels that were saturated before and no longer
- *      are become the median of their neighbourhood where that is brighter. Size, pitch and colour array as when the
- *      dark frame was stored, and rows without padding.
+ *      are become the median of their neighbourhood where that is brighter, but for the outermost row and column of
+ *      mono images and the two outermost of Bayer ones. Saturated are samples of 2^bits - 2^(bits - 7) - 1 and more:
+ *      253 at 8 bits, 4063 at 12. Size, pitch and colour array as when the dark frame was stored, and rows without
+ *      padding; the depth is not compared.
  *  width, height: pixels.
- *  linePitch: bytes from row to row; 0 means width samples of 1 byte, or of 2 above 8 bits.
+ *  linePitch: bytes from row to row; 0 means width x ((bitsPerPixel + 7) / 8): 1 byte a sample, 2 above 8 bits, but 3
+ *      above 16, and 0, which is too short, at a depth of 0.
  *  colorArray: enum VekColorArray, mono or Bayer; its low 16 bits count.
  *  bitsPerPixel: depth; above 8 the image is words, else bytes. Its low 16 bits count.
  * Returns 0; VEK_EINVAL for a null handle, another mode or colour array (in VEK_NOISE_COMPLEX the dark frame has then
  * been subtracted already), a size or pitch that the mode does not take, or no matching dark frame; VEK_ENOMEM when
- * memory runs out. In VEK_NOISE_EASY that is 0, too, and the image stays as it was.
+ * memory runs out (VEK_NOISE_STORE_DARK has then dropped the dark frame before). In VEK_NOISE_EASY that is 0, too, and
+ * the image stays as it was. VEK_NOISE_OFF gives 0 whatever the other arguments are.
  */
 VEK_API int VekCam_NoiseReduction(VekCam_Handle handle, unsigned long mode, unsigned long width, unsigned long height,
                                   unsigned long linePitch, int colorArray, void *image, int bitsPerPixel);
 
 /**
  * Shading correction mode. Takes over the camera's colour array as well: a colour sensor is measured for each place in
- * the 2 x 2 cell, a mono one as a whole.
+ * the 2 x 2 cell, a mono one as a whole. A driver that does not answer counts as one of a colour sensor.
  *  mode: enum VekShadingMode, not checked. VEK_SHADING_OFF when a handle is opened. The calibrating modes start anew.
  * Returns 0; VEK_EINVAL for a null handle. A null mode is ignored.
  */
@@ -782,9 +813,14 @@ VEK_API int VekCam_GetShadingCorrectionTarget(VekCam_Handle handle, unsigned sho
  * Calibrates with a raw or mono frame, or corrects one in place, by the mode.
  *  width, height: pixels. Frames of another size than the map pass unchanged.
  *  linePitch: bytes from row to row; 0 means rows without padding.
- *  bitsPerPixel: depth; above 8 the image is words, else bytes. Its low 16 bits count. Results are at most 2^bits - 1.
+ *  bitsPerPixel: depth; above 8 the image is words, else bytes. Its low 16 bits count. Results are at most 2^bits - 1;
+ *      above 16 bits they count modulo 65536.
  * Calibration keeps the mean of frames only while linePitch is 4 x width; with any other pitch each frame replaces the
- * one before it. Gains are in 1/128, 16 at most; the first corrected frame makes the map from the calibration.
+ * one before it. Its first frame drops the map that was there. Gains are in 1/128, 16 at most, fractions cut off. The
+ * first frame after it makes the map, of gains in VEK_SHADING_GAIN and of offsets in VEK_SHADING_OFFSET: the other mode
+ * then works with the same numbers, so calibrate anew to change over. In VEK_SHADING_SHOW_MAP that frame uses the
+ * calibration up and leaves a map of 0, with which VEK_SHADING_GAIN makes frames black. Negative entries show as
+ * 2^bits - 1.
  * Returns 0; VEK_EINVAL for a null handle, or a null image that would be touched; 1 when memory for the mean of a
  * calibration runs out. There is no map then, as there is none, with a result of 0, when memory for the map runs out:
  * frames pass unchanged until a calibration succeeds.
@@ -806,7 +842,10 @@ VEK_API int VekCam_ShadingCorrection(VekCam_Handle handle, unsigned long width, 
  *  roiSelector: number of an enabled region, the first being 0, or VEK_COMBINING_IMAGE. A region that the driver does
  *      not answer for counts as not enabled, and when memory runs out while the layout is read the regions found so far
  *      stand: then there are fewer regions, with other numbers, than were set.
- *  frame: the frame as transferred, in the camera's pixel format and size.
+ *  frame: the frame as transferred, in the camera's pixel format and size. Of several regions a pixel takes what its
+ *      GenICam pixel format says: transfer formats that have none (VEK_PFNC_NONE) give a pitch of 0 and regions that
+ *      all begin where the frame does, VEK_TRANSFER_BGR10 counts 48 bits. Choose another transfer format then. For a
+ *      single region VekTransferFormatBits counts: packed formats give a pitch of 0.
  *  outImage: receives where the result begins: in frame, or in a buffer of the handle that lasts until the next call.
  *      Cameras with 8 region slots transfer the regions one after the other: null where one of them, up to the wanted
  *      one, ends beyond the frame size that the driver reports. All other cameras combine the regions themselves: the
@@ -814,7 +853,8 @@ VEK_API int VekCam_ShadingCorrection(VekCam_Handle handle, unsigned long width, 
  *      for a null frame, and, of blocks that have to be put together, until the handle has met as many blocks as there
  *      are regions, counted over all calls. A null outImage: nothing is done, but for a camera with a single region.
  *  outWidth, outHeight, outLinePitch: receive pixels, rows, and bytes from row to row. Each may be null. For a single
- *      region out of several only the low 32 bits are written: clear them first.
+ *      region out of several only the low 32 bits are written, and nothing where it ends beyond the frame size: clear
+ *      them first.
  * Returns 0; VEK_EINVAL for a null handle, no enabled region, a driver that reports a frame size of 0, a selector that
  * is none of the above, or a null frame whose pixels would be copied; VEK_ENOMEM when memory for the layout runs out.
  */
@@ -829,7 +869,8 @@ VEK_API int VekCam_DecodingCombinedMultiROI(VekCam_Handle handle, unsigned long 
 
 /**
  * Writes every setting.
- *  path: created, or emptied first, and written at once. A full disk leaves part of the text, or nothing.
+ *  path: created, or emptied first, and written at once. A full disk leaves part of the text, or nothing. Null counts
+ *      as a file that cannot be opened.
  * Returns 0; VEK_EINVAL for a null handle, where not everything could be written, and, after "file open error!!" on
  * standard output, where the file cannot be opened.
  */
@@ -837,10 +878,10 @@ VEK_API int VekCam_WriteSettingFile(VekCam_Handle handle, const char *path);
 
 /**
  * Reads settings back and applies them in a fixed order.
- *  path: a regular file, which has to be writable, too; anything else counts as one that cannot be opened. The first
- *      1048576 bytes are read. Unknown keys are ignored, the last one of equal keys counts, settings whose key is
- *      missing stay as they are. Numbers are cut to the width of their setting. Tone curves keep their depth, and, in
- *      VEK_GAMMA_TABLE, their table. A shading calibration that is running starts anew.
+ *  path: a regular file, which has to be writable, too; anything else, null included, counts as one that cannot be
+ *      opened. The first 1048576 bytes are read. Unknown keys are ignored, the last one of equal keys counts, settings
+ *      whose key is missing stay as they are. Numbers are cut to the width of their setting. Tone curves keep their
+ *      depth, and, in VEK_GAMMA_TABLE, their table. A shading calibration that is running starts anew.
  * Returns 0; VEK_EINVAL for a null handle, where the file cannot be read (nothing is applied), for a setting that is
  * refused (the ones before it are applied, the ones after it are not), and, after "file open error!!" on standard
  * output, where the file cannot be opened; VEK_ENOMEM when memory runs out (nothing is applied).

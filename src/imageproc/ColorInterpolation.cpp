@@ -357,7 +357,7 @@ unsigned long MonoToBGR(const rows::SDemosaicRows<T>& kernels, const SImagePair<
     if (!image.hasBuffers()) {
         return kInvalid;
     }
-    // memmove: an application may ask for the image in its own place.
+    // memmove: an application may ask for the image in its own place where its rows need no padding.
     if (image.channels == 1 && image.srcPitch == image.dstPitch) {
         std::memmove(image.dst, image.src, image.srcPitch * image.height);
         return kOk;

@@ -185,6 +185,22 @@ TEST_F(CColorInterpolationCall, RefusalsComeBeforeNoPixels) {
     EXPECT_TRUE(Untouched());
 }
 
+// A copy to one channel may be made in place where rows have no padding: nothing moves.
+TEST_F(CColorInterpolationCall, GreyCopiesInPlace) {
+    for (const unsigned short colorArray : {std::uint16_t{1}, std::uint16_t{2}, std::uint16_t{5}}) {
+        for (const unsigned short bits : {std::uint16_t{8}, std::uint16_t{12}}) {
+            const unsigned long width = bits == 8 ? 8 : 6;
+            const unsigned long format = bits == 8 ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_MONO12;
+            std::vector<std::uint16_t> image(mSrc.begin(), mSrc.begin() + 40);
+            const std::vector<std::uint16_t> before = image;
+            EXPECT_EQ(VekCam_ColorInterpolation(mHandle, width, 5, colorArray, image.data(), image.data(),
+                                                VEK_DEMOSAIC_MONO, format, bits),
+                      0);
+            EXPECT_EQ(image, before);
+        }
+    }
+}
+
 TEST_F(CColorInterpolationCall, ImagesBelowTheSmallest) {
     for (unsigned method = 2; method <= kLastMethod; ++method) {
         for (unsigned colorArray = 2; colorArray <= kLastBayer; ++colorArray) {

@@ -241,6 +241,16 @@ TEST_F(CColorMatrixExports, ChromaSuppressionComesSecond) {
     EXPECT_EQ(pixel[2], 41);
 }
 
+// While matrix, hue and saturation are off nothing keeps samples to the depth: suppression does not look at it.
+TEST_F(CColorMatrixExports, ChromaSuppressionKnowsNoDepth) {
+    unsigned short pixel[3] = {3000, 4000, 1000};
+    SetChroma({0, 10, 0, 16384});
+    EXPECT_EQ(Call(1, 1, VEK_DESTINATION_BGR48, pixel, 10), 0);
+    EXPECT_EQ(pixel[0], 4000);
+    EXPECT_EQ(pixel[1], 4000);
+    EXPECT_EQ(pixel[2], 4000);
+}
+
 TEST_F(CColorMatrixExports, BytesAsModelled) {
     CInPlaceCheck<std::uint8_t> check(1UL << 14);
     for (unsigned turn = 0; turn < 200; ++turn) {

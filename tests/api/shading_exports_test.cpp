@@ -222,6 +222,17 @@ TEST_F(CShadingExports, ShownMap) {
     EXPECT_EQ(words, (Words{256, 256}));
 }
 
+// Without a driver that answers the places of the 2 x 2 cell have targets of their own, as with a colour sensor.
+TEST_F(CShadingExports, NoDriverCountsAsColour) {
+    Bytes image = {100, 200, 100, 200};
+    const Bytes before = image;
+    SetMode(VEK_SHADING_CALIBRATE_GAIN);
+    EXPECT_EQ(VekCam_ShadingCorrection(mHandle, 2, 2, 0, image.data(), 8), 0);
+    SetMode(VEK_SHADING_GAIN);
+    EXPECT_EQ(VekCam_ShadingCorrection(mHandle, 2, 2, 0, image.data(), 8), 0);
+    EXPECT_EQ(image, before);
+}
+
 TEST_F(CShadingExports, HandlesShareNothing) {
     const VekCam_Handle other = VekCam_Open(-1);
     EXPECT_EQ(VekCam_SetShadingCorrectionMode(other, 2), 0);

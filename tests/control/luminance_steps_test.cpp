@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 namespace vek::test {
@@ -255,6 +256,31 @@ TEST(CLuminanceSteps, OneShotEndsWhenNothingChanges) {
         loop.Run(128);
         EXPECT_EQ(loop.control.GetMode(), mode);
     }
+}
+
+// A limit that keeps the level from being reached ends a one-shot run as well.
+TEST(CLuminanceSteps, OneShotEndsAtTheLimits) {
+    for (const auto& [mode, gain, exposure] :
+         {std::tuple{4, 1000, 5000}, std::tuple{5, 0, 5000}, std::tuple{6, 1000, 1000}}) {
+        SLoop loop(static_cast<unsigned char>(mode),
+                   cameraAt(static_cast<unsigned short>(gain), static_cast<unsigned long>(exposure)));
+        EXPECT_EQ(loop.Run(10), 1U);
+        EXPECT_EQ(loop.flags, 0U);
+        EXPECT_EQ(loop.control.GetMode(), 0U) << mode;
+        EXPECT_TRUE(loop.camera.writes.empty());
+    }
+}
+
+// The control goes on from what it wrote, not from what the application set in between.
+TEST(CLuminanceSteps, WhatIsSetInBetweenIsOverwritten) {
+    SLoop loop(2, cameraAt(3, 1000));
+    loop.camera.exposure = 100;
+    loop.camera.gain = 50;
+    EXPECT_EQ(loop.Run(64), 1U);
+    EXPECT_EQ(loop.camera.writes, (Writes{{3, 2000}}));
+    loop.camera.exposure = 400;
+    EXPECT_EQ(loop.Run(64), 1U);
+    EXPECT_EQ(loop.camera.writes, (Writes{{3, 4000}}));
 }
 
 TEST(CLuminanceSteps, RefusedWriteKeepsTheNewValues) {

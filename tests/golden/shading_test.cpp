@@ -424,6 +424,15 @@ TEST_F(CGoldenShading, ShowMapDoesNotBuildIt) {
     EXPECT_EQ(Bytes(kGain, 2, {7, 8}), (Samples{0, 0}));
 }
 
+// A map belongs to the mode that made it: gains of 1 and 2, added as offsets, and back.
+TEST_F(CGoldenShading, MapStaysWhenTheModeChanges) {
+    EXPECT_EQ(mModule->SetTargetAll(100), kOk);
+    Calibrate(2, {100, 50});
+    EXPECT_EQ(Bytes(kGain, 2, {7, 8}), (Samples{7, 16}));
+    EXPECT_EQ(Bytes(kOffset, 2, {7, 8}), (Samples{7 + 128, 255}));
+    EXPECT_EQ(Bytes(kGain, 2, {7, 8}), (Samples{7, 16}));
+}
+
 // A calibration begins with an empty map, whatever was set before.
 TEST_F(CGoldenShading, CalibrationDropsTheMap) {
     SetMap(2, {5, 6});
