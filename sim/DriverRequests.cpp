@@ -3,7 +3,7 @@
 #include "sim/SimulatedDriver.h"
 
 #include "VekTrgApi.h"
-#include "device/DeviceControl.h"
+#include "device/DriverAbi.h"
 
 #include <linux/videodev2.h>
 

@@ -2,18 +2,12 @@
 #include "device/DeviceControl.h"
 
 #include "VekTrgApi.h"
+#include "device/DriverAbi.h"
 
 #include <linux/videodev2.h>
 #include <sys/ioctl.h>
 
 namespace vek {
-
-static_assert(_IOC(_IOC_READ, 'V', BASE_VIDIOC_PRIVATE + 32, sizeof(SDEVICE_DESCRIPTION)) ==
-              VIDIOC_G_DEVICE_DESCRIPTION);
-static_assert(_IOC(_IOC_READ | _IOC_WRITE, 'V', BASE_VIDIOC_PRIVATE + 6, sizeof(SROI_REQUEST)) == VIDIOC_G_ROI_INFO);
-static_assert(_IOC(_IOC_WRITE, 'V', BASE_VIDIOC_PRIVATE + 11, sizeof(SDEFECT_PIXEL_POSITION)) ==
-              VIDIOC_S_DEFECT_PIXEL_POSITION);
-static_assert(VEK_CID_COLOR_ARRAY == V4L2_CID_PRIVATE_BASE);
 
 bool CDeviceControl::Open(int fd) {
     SDEVICE_DESCRIPTION description{};

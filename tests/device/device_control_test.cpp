@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Description, gain and exposure, regions, defect pixels: each request byte by byte.
 #include "device/DeviceControl.h"
+#include "device/DriverAbi.h"
 #include "support/FakeDriver.h"
 
 #include <gtest/gtest.h>

@@ -3,7 +3,8 @@
 """Includes point one way: api -> device, control, imageproc -> common.
 
 A module of imageproc includes no other module, and the row kernels include only themselves, <cstddef>, <cstdint>
-and the compiler's vector headers. Usage: include_direction.py SOURCE_ROOT
+and the compiler's vector headers. Of the library the simulated camera sees the public header and what driver and
+clients agree on, the tool the public header. Usage: include_direction.py SOURCE_ROOT
 """
 import pathlib
 import re
@@ -19,6 +20,11 @@ ALLOWED = {
 # Headers of imageproc that several modules may share: constant tables, interfaces, the row kernels.
 SHARED = re.compile(r"imageproc/(I[A-Z]\w*|ColorSpace)\.h|imageproc/rows/.*")
 ROW_SYSTEM_HEADERS = {"cstddef", "cstdint", "arm_neon.h", "immintrin.h"}
+# What stands beside the library, and what it may include by path.
+BESIDE = {
+    "sim": re.compile(r"sim/.*|VekTrgApi\.h|device/DriverAbi\.h"),
+    "tools": re.compile(r"[^/]*|sim/.*|VekTrgApi\.h"),
+}
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')
 
 
@@ -27,9 +33,22 @@ def module_of(path):
     return re.sub(r"^I(?=[A-Z][a-z])", "", path.stem).split("_")[0]
 
 
+def sources(folder):
+    return sorted(p for p in folder.rglob("*") if p.suffix in {".h", ".cpp", ".inl"})
+
+
+def violations_beside(root):
+    for folder, allowed in BESIDE.items():
+        for path in sources(root / folder):
+            for number, line in enumerate(path.read_text().splitlines(), 1):
+                match = INCLUDE.match(line)
+                if match and match.group(1) == '"' and not allowed.fullmatch(match.group(2)):
+                    yield f"{path.relative_to(root)}:{number}: {folder} includes {match.group(2)}"
+
+
 def violations(root):
     src = root / "src"
-    for path in sorted(p for p in src.rglob("*") if p.suffix in {".h", ".cpp", ".inl"}):
+    for path in sources(src):
         relative = path.relative_to(src)
         layer = relative.parts[0]
         in_rows = relative.parts[:2] == ("imageproc", "rows")
@@ -58,7 +77,8 @@ def violations(root):
 
 
 def main():
-    found = list(violations(pathlib.Path(sys.argv[1])))
+    root = pathlib.Path(sys.argv[1])
+    found = [*violations(root), *violations_beside(root)]
     print("\n".join(found) if found else "include direction: ok")
     return 1 if found else 0
 

@@ -2,7 +2,7 @@
 #include "sim/SimulatedDriver.h"
 
 #include "VekTrgApi.h"
-#include "device/DeviceControl.h"
+#include "device/DriverAbi.h"
 
 #include <gtest/gtest.h>
 
