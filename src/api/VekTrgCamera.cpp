@@ -235,7 +235,7 @@ bool CVekTrgCamera::GetAptina4MRowClockCount(unsigned long* rowClocks, unsigned 
 }
 
 bool CVekTrgCamera::mbGetExposureTiming(vek::SExposureTiming* timing) {
-    timing->unit = vek::exposureUnitOf(mpDeviceControl->GetPID());
+    timing->unit = vek::cameraFamily(mpDeviceControl->GetPID()).exposure;
     timing->clock = static_cast<unsigned long>(mpDeviceControl->GetClock());
     timing->timeBase = mpDeviceControl->GetExposureTimeBase();
     timing->timeOffset = mpDeviceControl->GetExposureTimeOffset();
@@ -292,9 +292,8 @@ long CVekTrgCamera::GetVBlankFromFPS(float fps, unsigned long* vblank) {
     const auto clock = static_cast<unsigned long>(mpDeviceControl->GetClock());
     unsigned long lineClocks = 0;
     double frameLines = 0;
-    switch (mpDeviceControl->GetPID()) {
-    case 0x111:
-    case 0x211: {
+    switch (vek::cameraFamily(mpDeviceControl->GetPID()).frame) {
+    case vek::EFrameLines::ImageAnd13: {
         unsigned long rowOffset = 0;
         if (!GetAptina4MRowClockCount(&lineClocks, &rowOffset)) {
             return 0;
@@ -303,8 +302,7 @@ long CVekTrgCamera::GetVBlankFromFPS(float fps, unsigned long* vblank) {
         *vblank = vek::vblankFromFps(clock, lineClocks, frameLines, fps);
         return 0;
     }
-    case 0x112:
-    case 0x212: {
+    case vek::EFrameLines::TotalWithoutPresent: {
         lineClocks = static_cast<unsigned long>(mpDeviceControl->TotalHClock());
         const long totalLines = mpDeviceControl->TotalVLine();
         unsigned long current = 0;
@@ -315,12 +313,11 @@ long CVekTrgCamera::GetVBlankFromFPS(float fps, unsigned long* vblank) {
         frameLines = static_cast<double>(totalLines - static_cast<long>(current));
         break;
     }
-    case 0x713:
-    case 0x813:
+    case vek::EFrameLines::TotalAnd28:
         lineClocks = static_cast<unsigned long>(mpDeviceControl->TotalHClock());
         frameLines = static_cast<double>(mpDeviceControl->TotalVLine() + 28);
         break;
-    default:
+    case vek::EFrameLines::Total:
         lineClocks = static_cast<unsigned long>(mpDeviceControl->TotalHClock());
         frameLines = static_cast<double>(static_cast<std::uint32_t>(mpDeviceControl->TotalVLine()));
         break;

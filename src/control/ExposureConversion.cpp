@@ -95,42 +95,6 @@ unsigned long mulClocks(const SExposureTiming& timing, float seconds) {
 
 } // namespace
 
-EExposureUnit exposureUnitOf(unsigned long productId) {
-    switch (productId) {
-    case 0x111:
-    case 0x211:
-        return EExposureUnit::Row;
-    case 0x112:
-    case 0x212:
-        return EExposureUnit::Line;
-    case 0x113:
-    case 0x213:
-    case 0x313:
-    case 0x413:
-    case 0x513:
-    case 0x613:
-        return EExposureUnit::Microsecond;
-    case 0x116:
-    case 0x216:
-    case 0x316:
-    case 0x416:
-    case 0x516:
-    case 0x616:
-    case 0x716:
-    case 0x816:
-        return EExposureUnit::LineWithOffset;
-    case 0x315:
-    case 0x415:
-    case 0x515:
-    case 0x615:
-    case 0x713:
-    case 0x813:
-        return EExposureUnit::LineWithConstant;
-    default:
-        return EExposureUnit::Clock;
-    }
-}
-
 SRowClocks rowClocksOf(unsigned long width, unsigned char binningH, unsigned char binningV) {
     // Sensor clocks besides half the width, by vertical and horizontal binning code.
     static constexpr unsigned long kBase[3][3] = {{450, 430, 420}, {796, 776, 766}, {1488, 1468, 1458}};

@@ -1,18 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-namespace vek {
+#include "control/CameraFamilies.h"
 
-/// What a camera model counts exposure in.
-enum class EExposureUnit {
-    Row,              ///< rows of a length computed from width and binning
-    Line,             ///< sensor lines
-    Microsecond,      ///< microseconds
-    LineWithOffset,   ///< sensor lines from an offset on, a time base below it
-    LineWithConstant, ///< sensor lines, 13.73 us added
-    Clock             ///< sensor clocks
-};
-EExposureUnit exposureUnitOf(unsigned long productId);
+namespace vek {
 
 /// A row's length and the part of it that does not count as exposure, in sensor clocks (EExposureUnit::Row).
 struct SRowClocks {
