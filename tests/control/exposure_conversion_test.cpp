@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Exposure in clocks and seconds through the camera object: random cameras and inputs against the plain model.
 #include "api/VekTrgCamera.h"
-#include "support/ConversionInputs.h"
-#include "support/ConversionModel.h"
+#include "control/ConversionInputs.h"
+#include "control/ConversionModel.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Luminance control against a plain model over long random sequences.
 #include "control/LuminanceCtrl.h"
-#include "support/LuminanceModel.h"
+#include "control/LuminanceModel.h"
 #include "support/Random.h"
-#include "support/ScriptedCamera.h"
+#include "control/ScriptedCamera.h"
 
 #include <gtest/gtest.h>
 

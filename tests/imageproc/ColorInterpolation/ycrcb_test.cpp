@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: Apache-2.0
+// Decoding of the six YCrCb layouts against the model, to colour and to grey, through both sample widths.
+#include "imageproc/ColorInterpolation.h"
+#include "imageproc/rows/RowDispatch.h"
+#include "imageproc/ColorInterpolation/SlotCalls.h"
+#include "imageproc/ColorInterpolation/DemosaicCheck.h"
+
+#include <initializer_list>
+
+namespace vek::test {
+
+namespace {
+
+constexpr SPlacement kFlushes[] = {{Flush::Right, Flush::Right, 0, 0}, {Flush::Left, Flush::Left, 0, 0}};
+constexpr unsigned short kFirstYCrCb = 6;
+
+template <class T>
+class CYCrCb : public ::testing::Test {
+protected:
+    CYCrCb() : mModule(makeColorInterpolation()) {}
+
+    ::testing::AssertionResult Long(const SDemosaicCall& call, const SPlacement& place) {
+        return mCheck.Run(call, place,
+                          [this](const SDemosaicCall& c, T* src, T* dst) { return callLong(*mModule, c, src, dst); });
+    }
+    ::testing::AssertionResult Short(const SDemosaicCall& call, const SPlacement& place) {
+        return mCheck.Run(call, place,
+                          [this](const SDemosaicCall& c, T* src, T* dst) { return callShort(*mModule, c, src, dst); });
+    }
+
+    /// Every layout at one size, to colour of 3 and 4 channels and to grey. Pitches and the protected side change.
+    void Sweep(unsigned long width, unsigned long height) {
+        for (unsigned short colorArray = kFirstYCrCb; colorArray <= kLastColorArray; ++colorArray) {
+            for (const unsigned short channels : {std::uint16_t{1}, std::uint16_t{3}, std::uint16_t{4}}) {
+                // Any method but 0 decodes to colour, of 3 or 4 channels alone.
+                for (const unsigned char method : {std::uint8_t{0}, std::uint8_t{2}}) {
+                    ++mTurn;
+                    const SDemosaicCall call{width, height, 0, 0, method, colorArray, channels};
+                    const unsigned kind = static_cast<unsigned>(mRandom.Below(kPitchKinds));
+                    ASSERT_TRUE(Long(withPitches<T>(call, kind), kFlushes[mTurn % 2]));
+                    ASSERT_TRUE(Short(call, kFlushes[(mTurn + 1) % 2]));
+                }
+            }
+        }
+    }
+
+    ColorInterpolationPtr mModule;
+    CDemosaicCheck<T> mCheck{1UL << 16};
+    CRandom mRandom{12};
+    unsigned mTurn = 0;
+};
+
+using SampleTypes = ::testing::Types<std::uint8_t, std::uint16_t>;
+TYPED_TEST_SUITE(CYCrCb, SampleTypes);
+
+} // namespace
+
+TYPED_TEST(CYCrCb, EverySmallSize) {
+    for (unsigned long height = 1; height <= 3; ++height) {
+        for (unsigned long width = 1; width <= 40; ++width) {
+            ASSERT_NO_FATAL_FAILURE(this->Sweep(width, height));
+        }
+    }
+}
+
+TYPED_TEST(CYCrCb, WiderRows) {
+    for (unsigned long width = 41; width <= 140; ++width) {
+        ASSERT_NO_FATAL_FAILURE(this->Sweep(width, 2));
+    }
+    for (const unsigned long width : {255UL, 256UL, 257UL, 258UL, 259UL, 1923UL}) {
+        ASSERT_NO_FATAL_FAILURE(this->Sweep(width, 1));
+    }
+}
+
+TYPED_TEST(CYCrCb, HigherImages) {
+    for (const unsigned long height : {7UL, 40UL}) {
+        for (const unsigned long width : {1UL, 2UL, 3UL, 4UL, 5UL, 6UL, 7UL, 8UL, 9UL, 12UL}) {
+            ASSERT_NO_FATAL_FAILURE(this->Sweep(width, height));
+        }
+    }
+}
+
+TYPED_TEST(CYCrCb, EveryByteOffset) {
+    for (const unsigned long width : {5UL, 8UL, 33UL, 67UL}) {
+        for (std::size_t offset = 0; offset < 16; ++offset) {
+            for (unsigned short colorArray = kFirstYCrCb; colorArray <= kLastColorArray; ++colorArray) {
+                const auto method = static_cast<unsigned char>(offset % 3);
+                const SDemosaicCall call{width, 2, 0, 0, method, colorArray, 3};
+                ASSERT_TRUE(this->Long(call, {Flush::Left, Flush::Left, offset, 0}));
+                ASSERT_TRUE(this->Long(call, {Flush::Left, Flush::Left, 0, offset}));
+                ASSERT_TRUE(this->Long(call, {Flush::Right, Flush::Right, offset, 15 - offset}));
+            }
+        }
+    }
+}
+
+// Every method code other than 0 decodes to colour, those of no Bayer method too.
+TYPED_TEST(CYCrCb, AnyMethodDecodes) {
+    for (unsigned method = 0; method <= 255; ++method) {
+        for (unsigned short colorArray = kFirstYCrCb; colorArray <= kLastColorArray; ++colorArray) {
+            ASSERT_TRUE(this->Long({9, 2, 0, 0, static_cast<unsigned char>(method), colorArray, 4}, kFlushes[0]));
+        }
+    }
+}
+
+// Grey is a byte a pixel whatever the number of channels, which only moves the derived rows apart.
+TYPED_TEST(CYCrCb, GreyIgnoresTheChannels) {
+    for (const unsigned short channels : std::initializer_list<unsigned short>{0, 2, 5, 7, 1000}) {
+        for (unsigned short colorArray = kFirstYCrCb; colorArray <= kLastColorArray; ++colorArray) {
+            for (unsigned long width = 1; width <= 6; ++width) {
+                if (channels != 0) {
+                    ASSERT_TRUE(this->Long({width, 2, 0, 0, 0, colorArray, channels}, kFlushes[width % 2]));
+                }
+                ASSERT_TRUE(this->Long({width, 3, 0, width, 0, colorArray, channels}, kFlushes[width % 2]));
+            }
+        }
+    }
+}
+
+TYPED_TEST(CYCrCb, ColourTakesThreeOrFourChannels) {
+    TypeParam* const none = nullptr;
+    for (const unsigned short channels : std::initializer_list<unsigned short>{0, 1, 2, 5, 256 + 3, 65535}) {
+        for (unsigned short colorArray = kFirstYCrCb; colorArray <= kLastColorArray; ++colorArray) {
+            for (const unsigned char method : {std::uint8_t{1}, std::uint8_t{6}, std::uint8_t{7}, std::uint8_t{255}}) {
+                TypeParam src[40] = {};
+                TypeParam dst[4] = {};
+                EXPECT_EQ(callLong(*this->mModule, {5, 2, 0, 8, method, colorArray, channels}, src, dst),
+                          kModelInvalid);
+                EXPECT_EQ(callLong(*this->mModule, {0, 2, 0, 8, method, colorArray, channels}, none, none),
+                          kModelInvalid);
+                for (const TypeParam sample : dst) {
+                    EXPECT_EQ(sample, 0);
+                }
+            }
+        }
+    }
+}
+
+// Rows that have nothing to convert leave the image alone; whether they look at the pointers is open.
+TYPED_TEST(CYCrCb, RowsWithoutAGroupAreSafeWithoutBuffers) {
+    TypeParam* const none = nullptr;
+    for (const unsigned short colorArray : std::initializer_list<unsigned short>{8, 11}) {
+        for (unsigned long width = 1; width <= 4; ++width) {
+            const unsigned long status = callLong(*this->mModule, {width, 3, 0, 0, 1, colorArray, 3}, none, none);
+            EXPECT_TRUE(status == 0 || status == kModelInvalid) << width;
+        }
+    }
+}
+
+// All pairs of a luma and a chroma byte in every flavour, with the other chroma at both ends.
+TYPED_TEST(CYCrCb, EveryByteValue) {
+    std::vector<std::uint8_t> src(256UL * 256 * 3);
+    for (const std::uint8_t other : {std::uint8_t{0}, std::uint8_t{128}, std::uint8_t{255}}) {
+        for (const bool cbRuns : {false, true}) {
+            for (std::size_t i = 0; i < 65536; ++i) {
+                const auto chroma = static_cast<std::uint8_t>(i >> 8);
+                src[3 * i] = static_cast<std::uint8_t>(i);
+                src[3 * i + 1] = cbRuns ? chroma : other;
+                src[3 * i + 2] = cbRuns ? other : chroma;
+            }
+            for (const unsigned short colorArray : std::initializer_list<unsigned short>{7, 10}) {
+                const SDemosaicCall call{256, 256, 768, 768, 1, colorArray, 3};
+                std::vector<std::uint8_t> expected(src.size());
+                std::vector<std::uint8_t> dst(src.size());
+                auto* const samples = reinterpret_cast<TypeParam*>(src.data());
+                CDemosaicModel<TypeParam>(call, samples, reinterpret_cast<TypeParam*>(expected.data())).Run();
+                EXPECT_EQ(callLong(*this->mModule, call, samples, reinterpret_cast<TypeParam*>(dst.data())), 0U);
+                EXPECT_TRUE(dst == expected) << colorArray << " " << int{other} << " " << cbRuns;
+            }
+        }
+    }
+}
+
+// The module with the kernels of each instruction set that this machine has, not only with the fastest.
+TYPED_TEST(CYCrCb, EveryInstructionSet) {
+    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
+        if (!rows::tier(i).usable) {
+            continue;
+        }
+        SCOPED_TRACE(rows::tier(i).table->name);
+        CColorInterpolation module(*rows::tier(i).table);
+        for (unsigned long width = 1; width <= 140; ++width) {
+            for (unsigned short colorArray = kFirstYCrCb; colorArray <= kLastColorArray; ++colorArray) {
+                for (unsigned char method = 0; method <= 1; ++method) {
+                    ++this->mTurn;
+                    const SDemosaicCall call{
+                        width, 2, 0, 0, method, colorArray, static_cast<unsigned short>(3 + this->mTurn / 2 % 2)};
+                    ASSERT_TRUE(this->mCheck.Run(withPitches<TypeParam>(call, this->mTurn / 4 % kPitchKinds),
+                                                 kFlushes[this->mTurn % 2],
+                                                 [&module](const SDemosaicCall& c, TypeParam* src, TypeParam* dst) {
+                                                     return callLong(module, c, src, dst);
+                                                 }));
+                }
+            }
+        }
+    }
+}
+
+} // namespace vek::test

@@ -1,0 +1,265 @@
+// SPDX-License-Identifier: Apache-2.0
+// Conversion of frames to bytes against its model, with the row kernels of every instruction set.
+#include "imageproc/FormatConversion.h"
+#include "imageproc/rows/RowDispatch.h"
+#include "imageproc/FormatConversion/FormatConversionCheck.h"
+
+#include <initializer_list>
+#include <string>
+
+namespace vek::test {
+
+namespace {
+
+class CFormatConversion : public ::testing::Test {
+protected:
+    CFormatConversion() {
+        for (std::size_t i = 0; i < rows::tierCount(); ++i) {
+            if (rows::tier(i).usable) {
+                mTables.push_back(rows::tier(i).table);
+            }
+        }
+    }
+
+    template <class Src>
+    ::testing::AssertionResult Shift(const rows::SRowTable& table, const SConversion& call,
+                                     std::optional<unsigned long> pitch, long shift) {
+        const Element element = sizeof(Src) == 1 ? Element::Bytes : Element::Words;
+        // Both return the pitch that the variable holds afterwards, all ones for none.
+        const auto run = [&](const std::uint8_t* src, std::uint8_t* dst) {
+            unsigned long variable = pitch.value_or(~0UL);
+            ImageBitShift(table, call.width, call.height, call.srcPitch, reinterpret_cast<const Src*>(src),
+                          pitch ? &variable : nullptr, call.outFormat, dst, shift);
+            return variable;
+        };
+        const auto model = [&](const std::uint8_t* src, std::uint8_t* dst) {
+            unsigned long variable = pitch.value_or(~0UL);
+            modelBitShift(call, reinterpret_cast<const Src*>(src), pitch ? &variable : nullptr, dst, shift);
+            return variable;
+        };
+        return mCheck.Run(modelSourceBytes(call, element), modelOutputBytes(call, element, pitch.value_or(0)), run,
+                          model)
+               << " " << table.name << ", " << 8 * sizeof(Src) << " bit, " << call.width << " x " << call.height
+               << ", pitch " << call.srcPitch << ", format " << call.outFormat << ", shift " << shift;
+    }
+
+    ::testing::AssertionResult Unpack(const rows::SRowTable& table, const SConversion& call,
+                                      std::optional<unsigned long> pitch, unsigned srcBits, unsigned dstBits) {
+        const Element element = srcBits == 10 ? Element::Packed10 : Element::Packed12;
+        const auto run = [&](const std::uint8_t* src, std::uint8_t* dst) {
+            unsigned long variable = pitch.value_or(~0UL);
+            ImageUnpackAndBitShift(table, call.width, call.height, call.srcPitch, src, pitch ? &variable : nullptr,
+                                   call.outFormat, dst, srcBits, dstBits);
+            return variable;
+        };
+        const auto model = [&](const std::uint8_t* src, std::uint8_t* dst) {
+            unsigned long variable = pitch.value_or(~0UL);
+            modelUnpack(call, src, pitch ? &variable : nullptr, dst, srcBits, dstBits);
+            return variable;
+        };
+        return mCheck.Run(modelSourceBytes(call, element), modelOutputBytes(call, element, 0), run, model)
+               << " " << table.name << ", " << call.width << " x " << call.height << ", pitch " << call.srcPitch << ", "
+               << srcBits << " to " << dstBits << " bits";
+    }
+
+    ::testing::AssertionResult Grey(const rows::SRowTable& table, const SConversion& call,
+                                    std::optional<unsigned long> pitch, unsigned long transferFormat) {
+        const Element element = modelElement(transferFormat);
+        std::size_t srcBytes = modelSourceBytes(call, element);
+        std::size_t dstBytes = modelOutputBytes(call, element, pitch.value_or(0));
+        if (element == Element::None || modelPixelBytes(call.outFormat) == 0) {
+            srcBytes = 0; // refused: nothing may be touched
+            dstBytes = 0;
+        }
+        // The result and the pitch variable in one number.
+        const auto run = [&](const std::uint8_t* src, std::uint8_t* dst) {
+            unsigned long variable = pitch.value_or(99);
+            const bool done = ConvGrayToBGRImage(table, call.width, call.height, call.srcPitch, transferFormat, src,
+                                                 pitch ? &variable : nullptr, call.outFormat, dst);
+            return 2 * variable + (done ? 1 : 0);
+        };
+        const auto model = [&](const std::uint8_t* src, std::uint8_t* dst) {
+            unsigned long variable = pitch.value_or(99);
+            const bool done = modelConvGrey(call, transferFormat, src, pitch ? &variable : nullptr, dst);
+            return 2 * variable + (done ? 1 : 0);
+        };
+        return mCheck.Run(srcBytes, dstBytes, run, model)
+               << " " << table.name << ", transfer format " << transferFormat << ", " << call.width << " x "
+               << call.height << ", pitch " << call.srcPitch << ", format " << call.outFormat;
+    }
+
+    ::testing::AssertionResult Bgr(const SConversion& call, unsigned long transferFormat) {
+        const auto run = [&](const std::uint8_t* src, std::uint8_t* dst) {
+            ConvBGRToBGR(call.width, call.height, transferFormat, src, call.outFormat, dst);
+            return 0;
+        };
+        const auto model = [&](const std::uint8_t* src, std::uint8_t* dst) {
+            modelConvBgr(call, transferFormat, src, dst);
+            return 0;
+        };
+        return mCheck.Run(modelBgrSourceBytes(call, transferFormat),
+                          call.width * call.height * modelPixelBytes(call.outFormat), run, model)
+               << " transfer format " << transferFormat << ", " << call.width << " x " << call.height << ", format "
+               << call.outFormat;
+    }
+
+    std::vector<const rows::SRowTable*> mTables;
+    CConversionCheck mCheck{1UL << 16};
+    unsigned mTurn = 0;
+};
+
+std::vector<unsigned long> widths() {
+    std::vector<unsigned long> all;
+    for (unsigned long width = 1; width <= 70; ++width) {
+        all.push_back(width);
+    }
+    for (const unsigned long width : {127UL, 128UL, 129UL, 131UL, 255UL, 256UL, 257UL, 259UL, 1031UL}) {
+        all.push_back(width);
+    }
+    return all;
+}
+
+} // namespace
+
+// Every width, output format and depth of real samples; pitches of every kind in turn.
+TEST_F(CFormatConversion, SamplesShiftedRight) {
+    for (const rows::SRowTable* const table : mTables) {
+        for (const unsigned long width : widths()) {
+            for (const unsigned long outFormat : kOutFormats) {
+                for (const long shift : {1L, 2L, 4L, 6L, 8L}) {
+                    ++mTurn;
+                    SConversion call{width, 1 + mTurn % 3, 0, outFormat};
+                    call.srcPitch = sourcePitch(call, Element::Bytes, mTurn % 4);
+                    const std::optional<unsigned long> pitch = outputPitch(call, mTurn / 3 % 4);
+                    ASSERT_TRUE(Shift<std::uint16_t>(*table, call, pitch, shift));
+                    ASSERT_TRUE(Shift<std::uint8_t>(*table, call, pitch, shift));
+                    ASSERT_TRUE(Shift<std::uint8_t>(*table, call, pitch, 0));
+                }
+            }
+        }
+    }
+}
+
+// A number of bits below 0 is to the left and counts modulo 32; what leaves the low 8 bits is gone.
+TEST_F(CFormatConversion, AnyShift) {
+    for (const rows::SRowTable* const table : mTables) {
+        for (long shift = -70; shift <= 31; ++shift) {
+            for (const unsigned long outFormat : kOutFormats) {
+                const SConversion call{37, 2, 0, outFormat};
+                ASSERT_TRUE(Shift<std::uint8_t>(*table, call, 0, shift));
+                if (shift == 0 && outFormat == 1) {
+                    continue; // of words into one channel: below
+                }
+                ASSERT_TRUE(Shift<std::uint16_t>(*table, call, 0, shift));
+            }
+        }
+    }
+}
+
+// Shifts that leave nothing, and the ends of the type, are safe. What a shift by 32 and more gives is open.
+TEST_F(CFormatConversion, ShiftsBeyondTheSampleAreSafe) {
+    constexpr long smallest = static_cast<long>(~(~0UL >> 1));
+    for (const rows::SRowTable* const table : mTables) {
+        for (const long shift : {32L, 33L, 63L, 64L, 65L, 1L << 40, ~smallest, smallest}) {
+            const std::uint16_t src[3] = {0xFFFF, 0x8001, 0x1234};
+            std::uint8_t dst[4] = {1, 2, 3, 4};
+            ImageBitShift(*table, 3, 1, 0, src, nullptr, 1, dst, shift);
+            EXPECT_EQ(dst[3], 4) << table->name << " " << shift;
+        }
+    }
+}
+
+// Rows of one channel without a shift are copied as blocks of width bytes, of words, too: a row's first bytes.
+TEST_F(CFormatConversion, WordsWithoutAShift) {
+    const std::uint16_t src[4] = {0x1122, 0x3344, 0x5566, 0x7788};
+    for (const rows::SRowTable* const table : mTables) {
+        std::uint8_t dst[5] = {9, 9, 9, 9, 9};
+        ImageBitShift(*table, 4, 1, 0, src, nullptr, 1, dst, 0);
+        EXPECT_EQ(std::memcmp(dst, src, 4), 0) << table->name;
+        EXPECT_EQ(dst[4], 9);
+    }
+}
+
+TEST_F(CFormatConversion, PackedPixels) {
+    for (const rows::SRowTable* const table : mTables) {
+        for (const unsigned long width : widths()) {
+            for (const unsigned long outFormat : kOutFormats) {
+                for (const unsigned srcBits : {10U, 12U}) {
+                    ++mTurn;
+                    SConversion call{width, 1 + mTurn % 3, 0, outFormat};
+                    const Element element = srcBits == 10 ? Element::Packed10 : Element::Packed12;
+                    call.srcPitch = sourcePitch(call, element, mTurn / 2 % 4);
+                    const unsigned dstBits = mTurn % 5 == 0 ? srcBits : 8; // above 8 the low byte is kept
+                    ASSERT_TRUE(Unpack(*table, call, outputPitch(call, mTurn / 3 % 4), srcBits, dstBits));
+                }
+            }
+        }
+    }
+}
+
+TEST_F(CFormatConversion, EveryTransferFormat) {
+    for (const rows::SRowTable* const table : mTables) {
+        for (unsigned long transferFormat = 0; transferFormat <= 30; ++transferFormat) {
+            for (const unsigned long width : {1UL, 4UL, 5UL, 33UL, 67UL}) {
+                for (const unsigned long outFormat : kOutFormats) {
+                    for (unsigned kind = 0; kind < 4; ++kind) {
+                        SConversion call{width, 2 + kind % 2, 0, outFormat};
+                        call.srcPitch = sourcePitch(call, modelElement(transferFormat), kind / 2 * 3);
+                        ASSERT_TRUE(Grey(*table, call, outputPitch(call, kind), transferFormat));
+                    }
+                }
+            }
+        }
+    }
+}
+
+// Refused: the rows of the table without a path, output formats but 1, 4, 8, and numbers that a narrower comparison
+// would take for one of them. Neither buffer nor the pitch variable is touched.
+TEST_F(CFormatConversion, Refusals) {
+    const rows::SRowTable& table = *mTables.front();
+    for (const unsigned long transferFormat :
+         {10UL, 12UL, 17UL, 22UL, 255UL, 256UL, 0x10000UL, 0x100000000UL, 0x100000002UL, ~0UL}) {
+        for (const unsigned long pitch : {0UL, 64UL}) {
+            ASSERT_TRUE(Grey(table, {5, 3, 0, 1}, pitch, transferFormat));
+        }
+    }
+    for (const unsigned long outFormat :
+         {0UL, 2UL, 3UL, 5UL, 16UL, 256UL, 257UL, 260UL, 0x10001UL, 0x100000001UL, 0x100000004UL, ~0UL}) {
+        for (const unsigned long transferFormat : {0UL, 1UL, 2UL, 4UL, 19UL}) {
+            for (const unsigned long pitch : {0UL, 64UL}) {
+                ASSERT_TRUE(Grey(table, {5, 3, 0, outFormat}, pitch, transferFormat));
+            }
+        }
+    }
+}
+
+TEST_F(CFormatConversion, ImagesOfNoPixelsTouchNothing) {
+    for (unsigned long transferFormat = 0; transferFormat <= 21; ++transferFormat) {
+        for (const unsigned long outFormat : kOutFormats) {
+            for (const unsigned long other : {0UL, 1UL, 7UL}) {
+                const bool taken = modelElement(transferFormat) != Element::None;
+                EXPECT_EQ(ConvGrayToBGRImage(*mTables.back(), 0, other, 0, transferFormat, nullptr, nullptr, outFormat,
+                                             nullptr),
+                          taken);
+                EXPECT_EQ(ConvGrayToBGRImage(*mTables.back(), other, 0, 0, transferFormat, nullptr, nullptr, outFormat,
+                                             nullptr),
+                          taken);
+                ConvBGRToBGR(0, other, transferFormat, nullptr, outFormat, nullptr);
+                ConvBGRToBGR(other, 0, transferFormat, nullptr, outFormat, nullptr);
+            }
+        }
+    }
+}
+
+TEST_F(CFormatConversion, BlueGreenRed) {
+    for (const unsigned long width : widths()) {
+        for (const unsigned long height : {1UL, 2UL, 3UL}) {
+            for (const unsigned long outFormat : kOutFormats) {
+                ASSERT_TRUE(Bgr({width, height, 0, outFormat}, 10));
+                ASSERT_TRUE(Bgr({width, height, 0, outFormat}, 11));
+            }
+        }
+    }
+}
+
+} // namespace vek::test

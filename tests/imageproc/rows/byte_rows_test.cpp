@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: Apache-2.0
+// Every tier's rows that end in bytes (samples and packed pixels shifted, YCrCb decoded) against the scalar ones, next
+// to protected pages.
+#include "VekTrgApi.h"
+#include "imageproc/rows/TierTest.h"
+#include "support/GuardedBuffer.h"
+#include "support/Random.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace vek::test {
+namespace {
+
+/// A conversion of width pixels: bytes read, bytes of the destination, the call.
+template <class Src, class Call>
+void compare(const rows::SRowTable& tier, const std::string& name, std::size_t srcCount, std::size_t dstBytes,
+             std::size_t width, Call call) {
+    const rows::SRowTable& scalar = *rows::tier(0).table;
+    for (const Flush flush : {Flush::Left, Flush::Right}) {
+        CRandom random(width + srcCount);
+        CGuardedBuffer<Src> src(srcCount, flush);
+        fillSamples(src.data(), srcCount, Pattern::Random, 8 * sizeof(Src), random);
+        std::vector<std::uint8_t> expected(dstBytes);
+        fillSamples(expected.data(), dstBytes, Pattern::Random, 8, random);
+        CGuardedBuffer<std::uint8_t> got(dstBytes, flush);
+        std::copy(expected.begin(), expected.end(), got.data());
+        call(scalar, src.data(), expected.data());
+        call(tier, src.data(), got.data());
+        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), got.data()))
+            << tier.name << ' ' << name << ' ' << width;
+        ASSERT_TRUE(got.CanaryIntact()) << tier.name << ' ' << name << ' ' << width;
+    }
+}
+
+/// Bytes up to the third one of the last pixel.
+std::size_t pixelBytes(std::size_t width, std::size_t channels) {
+    return width == 0 ? 0 : (width - 1) * channels + std::min<std::size_t>(channels, 3);
+}
+
+class ByteRows : public CTierTest {
+protected:
+    void CheckShifts(std::size_t width) {
+        for (const std::size_t channels : {1UL, 3UL, 4UL}) {
+            for (const int shift : {-31, -16, -15, -8, -7, -2, 0, 2, 4, 6, 7, 8, 15, 16, 31}) {
+                const std::size_t at = rows::bytePixel(channels);
+                compare<std::uint8_t>(table(), "shift8", width, pixelBytes(width, channels), width,
+                                      [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
+                                          rows.bytes.shift8[at](src, dst, width, shift);
+                                      });
+                compare<std::uint16_t>(table(), "shift16", width, pixelBytes(width, channels), width,
+                                       [&](const rows::SRowTable& rows, const std::uint16_t* src, std::uint8_t* dst) {
+                                           rows.bytes.shift16[at](src, dst, width, shift);
+                                       });
+            }
+        }
+    }
+    void CheckUnpacking(std::size_t width) {
+        // Above 2 and 4 bits of the next pixel come in.
+        for (const int shift : {0, 1, 2, 3, 4, 5, 8, 16}) {
+            compare<std::uint8_t>(table(), "unpack10", (width * 10 + 7) / 8, width, width,
+                                  [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
+                                      rows.bytes.unpack10(src, dst, width, shift);
+                                  });
+            compare<std::uint8_t>(table(), "unpack12", (width * 12 + 7) / 8, width, width,
+                                  [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
+                                      rows.bytes.unpack12(src, dst, width, shift);
+                                  });
+        }
+    }
+    void CheckYCrCb(std::size_t width) {
+        const std::size_t bytes[] = {2 * width, 3 * width, width + width / 2};
+        // Up to the last luma byte.
+        const std::size_t last = width - 1;
+        const std::size_t lumaBytes[] = {2 * last + 1, 3 * last + 1, last / 4 * 6 + last % 4 + last % 4 / 2 + 1};
+        for (std::size_t space = 0; space < rows::kYCrCbSpaces; ++space) {
+            for (std::size_t packing = 0; packing < rows::kPackings; ++packing) {
+                for (const unsigned channels : {3U, 4U}) {
+                    compare<std::uint8_t>(table(), "toBgr", bytes[packing], pixelBytes(width, channels), width,
+                                          [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
+                                              rows.yCrCb.toBgr[space][packing][rows::pixelLayout(channels)](
+                                                  src, dst, width, kTables[space]);
+                                          });
+                }
+                compare<std::uint8_t>(table(), "toGrey", width == 0 ? 0 : lumaBytes[packing], width, width,
+                                      [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
+                                          rows.yCrCb.toGrey[space][packing](src, dst, width, kTables[space]);
+                                      });
+            }
+        }
+    }
+    static constexpr const int (*kTables[rows::kYCrCbSpaces])[256] = {pnYCrCbConvTable, pnYCrCbConvTable709};
+};
+
+TEST_P(ByteRows, EqualScalarForEveryWidthUpTo130) {
+    for (std::size_t width = 0; width <= 130; ++width) {
+        CheckShifts(width);
+        CheckUnpacking(width);
+        CheckYCrCb(width);
+        if (HasFatalFailure()) {
+            return;
+        }
+    }
+}
+
+TEST_P(ByteRows, EqualScalarForLargeWidths) {
+    for (const std::size_t width : {2447UL, 2448UL}) {
+        CheckShifts(width);
+        CheckUnpacking(width);
+        CheckYCrCb(width);
+    }
+}
+
+// Bytes may replace what they are made of: no block may read what an earlier one wrote.
+TEST_P(ByteRows, TakeTheirSourcesPlace) {
+    const auto check = [&](std::size_t width, std::size_t srcBytes, const char* name, auto call) {
+        CRandom random(width);
+        std::vector<std::uint8_t> expected(srcBytes);
+        fillSamples(expected.data(), srcBytes, Pattern::Random, 8, random);
+        std::vector<std::uint8_t> got = expected;
+        call(scalar(), expected.data());
+        call(table(), got.data());
+        ASSERT_EQ(got, expected) << table().name << ' ' << name << ' ' << width;
+    };
+    for (std::size_t width = 1; width <= 130; ++width) {
+        check(width, width, "shift8",
+              [&](const rows::SRowTable& rows, std::uint8_t* row) { rows.bytes.shift8[0](row, row, width, 3); });
+        check(width, 2 * width, "shift16", [&](const rows::SRowTable& rows, std::uint8_t* row) {
+            rows.bytes.shift16[0](reinterpret_cast<const std::uint16_t*>(row), row, width, 4);
+        });
+        check(width, (width * 10 + 7) / 8, "unpack10",
+              [&](const rows::SRowTable& rows, std::uint8_t* row) { rows.bytes.unpack10(row, row, width, 2); });
+        check(width, (width * 12 + 7) / 8, "unpack12",
+              [&](const rows::SRowTable& rows, std::uint8_t* row) { rows.bytes.unpack12(row, row, width, 4); });
+    }
+}
+
+// The vectors calculate what the tables hold, so every colour there is.
+TEST_P(ByteRows, EveryYCrCbColour) {
+    constexpr std::size_t width = 256;
+    std::vector<std::uint8_t> src(3 * width);
+    std::vector<std::uint8_t> expected(3 * width);
+    std::vector<std::uint8_t> got(3 * width);
+    const auto packing = static_cast<std::size_t>(rows::YCrCb::P444);
+    for (std::size_t y = 0; y < width; ++y) {
+        src[3 * y] = static_cast<std::uint8_t>(y);
+    }
+    for (std::size_t space = 0; space < rows::kYCrCbSpaces; ++space) {
+        for (std::size_t chroma = 0; chroma < 65536; ++chroma) {
+            for (std::size_t y = 0; y < width; ++y) {
+                src[3 * y + 1] = static_cast<std::uint8_t>(chroma);
+                src[3 * y + 2] = static_cast<std::uint8_t>(chroma >> 8);
+            }
+            scalar().yCrCb.toBgr[space][packing][0](src.data(), expected.data(), width, kTables[space]);
+            table().yCrCb.toBgr[space][packing][0](src.data(), got.data(), width, kTables[space]);
+            ASSERT_EQ(got, expected) << table().name << ' ' << space << ' ' << chroma;
+        }
+        scalar().yCrCb.toGrey[space][packing](src.data(), expected.data(), width, kTables[space]);
+        table().yCrCb.toGrey[space][packing](src.data(), got.data(), width, kTables[space]);
+        ASSERT_EQ(got, expected) << table().name << ' ' << space;
+    }
+}
+
+VEK_FOR_EVERY_TIER(ByteRows);
+
+} // namespace
+} // namespace vek::test

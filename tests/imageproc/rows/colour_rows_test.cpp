@@ -1,0 +1,353 @@
+// SPDX-License-Identifier: Apache-2.0
+// Every tier's rows of colour pixels and its unsharp mask against the scalar ones: same samples written, no others
+// touched, next to protected pages.
+#include "imageproc/rows/TierTest.h"
+#include "support/GuardedBuffer.h"
+#include "support/Random.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+namespace vek::test {
+namespace {
+
+constexpr std::size_t kSteps[] = {3, 4, 6, 8};
+
+/// Sizes of a matrix's products: of 16 bits with their sums, below 2^26, or anything.
+enum class Products : std::uint8_t { Narrow, Moderate, Any };
+
+/// Tables and settings of a row's stages. Random: every value that the types hold.
+struct SSettings {
+    std::vector<std::uint16_t> blue = std::vector<std::uint16_t>(rows::SLumaTables::kEntries);
+    std::vector<std::uint16_t> green = blue;
+    std::vector<std::uint16_t> red = blue;
+    std::vector<std::uint16_t> curve = std::vector<std::uint16_t>(4096);
+    std::vector<std::uint16_t> corrections = curve;
+    std::vector<std::uint8_t> levels = std::vector<std::uint8_t>(256);
+    std::vector<std::uint8_t> raise = levels;
+    std::vector<std::uint8_t> lower = levels;
+    std::vector<std::array<std::int32_t, 4>> products = std::vector<std::array<std::int32_t, 4>>(3 * 4096);
+    std::vector<std::array<std::int16_t, 4>> narrowProducts = std::vector<std::array<std::int16_t, 4>>(3 * 4097);
+    std::vector<rows::SMatrixTables::BytePlanes> planes = std::vector<rows::SMatrixTables::BytePlanes>(3);
+    rows::SChromaLimits limits{};
+    unsigned coring = 0;
+    Products kind;
+
+    SSettings(std::uint64_t seed, unsigned depth) : kind(static_cast<Products>(seed % 3)) {
+        CRandom random(seed);
+        for (unsigned i = 0; i < rows::SLumaTables::kEntries; ++i) {
+            blue[i] = static_cast<std::uint16_t>(i * 0.114 + 0.5);
+            green[i] = static_cast<std::uint16_t>(i * 0.587 + 0.5);
+            red[i] = static_cast<std::uint16_t>(i * 0.299 + 0.5);
+        }
+        fillSamples(curve.data(), curve.size(), Pattern::Random, seed % 2 == 0 ? depth : 16, random);
+        fillSamples(corrections.data(), corrections.size(), Pattern::Random, seed % 2 == 0 ? depth - 2 : 12, random);
+        for (std::size_t i = 0; i < levels.size(); ++i) {
+            levels[i] = static_cast<std::uint8_t>(curve[i]);
+            raise[i] = static_cast<std::uint8_t>(corrections[i]);
+            lower[i] = static_cast<std::uint8_t>(std::min<unsigned>(corrections[i], 255));
+        }
+        for (std::size_t i = 0; i < products.size(); ++i) {
+            rows::SMatrixTables::BytePlanes& ofInput = planes[i / 4096];
+            for (std::size_t j = 0; j < 3; ++j) {
+                const auto value = static_cast<std::int32_t>(random.Next());
+                std::int32_t& product = products[i][j];
+                product = kind == Products::Any ? value : kind == Products::Moderate ? value >> 5 : value % 10923;
+                // One entry behind each table of 16 bits.
+                const auto narrow = static_cast<std::int16_t>(kind == Products::Narrow ? product : 99);
+                narrowProducts[i + i / 4096][j] = narrow;
+                if (i % 4096 < 256) {
+                    ofInput.low[j][i % 4096] = static_cast<std::uint8_t>(narrow);
+                    ofInput.high[j][i % 4096] = static_cast<std::uint8_t>(narrow >> 8);
+                }
+            }
+        }
+        limits = {static_cast<std::uint16_t>(random.Below(1U << depth)),
+                  static_cast<std::uint16_t>(random.Below(1U << depth)),
+                  static_cast<std::uint16_t>(random.Below(3) * random.Below(2000)),
+                  static_cast<std::uint16_t>(random.Below(3) * random.Below(2000))};
+        coring = static_cast<unsigned>(random.Below(1U << (depth / 2)));
+    }
+
+    rows::SLumaTables luma() const { return {blue.data(), green.data(), red.data()}; }
+    rows::SMatrixTables matrix() const {
+        const auto* const first = reinterpret_cast<const rows::SMatrixTables::Entry*>(products.data());
+        const auto* const narrow = reinterpret_cast<const rows::SMatrixTables::NarrowEntry*>(narrowProducts.data());
+        const bool fits = kind == Products::Narrow;
+        return {first,         first + 4096,          first + 2 * 4096,
+                narrow,        narrow + 4097,         narrow + 2 * 4097,
+                planes.data(), kind != Products::Any, fits,
+                fits};
+    }
+    rows::SSharpening sharpening(unsigned depth) const {
+        return {corrections.data(), raise.data(), raise == lower ? nullptr : lower.data(), coring, (1U << depth) - 1};
+    }
+    rows::SLumaCurve lumaCurve() const {
+        const bool bytes = std::equal(levels.begin(), levels.end(), curve.begin());
+        return {curve.data(), bytes ? levels.data() : nullptr};
+    }
+};
+
+class ColourRows : public CTierTest {
+protected:
+    /// Runs kernel(table, row) on two copies of count random samples. The scalar rows' copy says what is right.
+    template <class T, class Kernel>
+    void Compare(const char* name, std::size_t count, Pattern pattern, unsigned depth, Flush flush, std::uint64_t seed,
+                 Kernel kernel) {
+        CRandom random(seed);
+        std::vector<T> expected(count);
+        fillSamples(expected.data(), count, pattern, depth, random);
+        CGuardedBuffer<T> got(count, flush);
+        std::copy(expected.begin(), expected.end(), got.data());
+        kernel(scalar(), expected.data());
+        kernel(table(), got.data());
+        const auto differing = std::mismatch(expected.begin(), expected.end(), got.data());
+        ASSERT_EQ(differing.first, expected.end())
+            << table().name << ' ' << name << ' ' << 8 * sizeof(T) << " bit, " << count << " samples, depth " << depth
+            << ", seed " << seed << ": sample " << differing.first - expected.begin() << " is " << +*differing.second
+            << ", not " << +*differing.first;
+        ASSERT_TRUE(got.CanaryIntact()) << table().name << ' ' << name;
+    }
+
+    template <class T>
+    void CheckWidth(std::size_t width, Pattern pattern, unsigned depth, Flush flush, std::uint64_t seed) {
+        CheckSamples<T>(width, pattern, depth, flush, seed, depth, SSettings(seed, std::min(depth, 12U)));
+    }
+
+    /// Every kernel on one width. depth: of the samples; range: bits of the largest value allowed.
+    template <class T>
+    void CheckSamples(std::size_t width, Pattern pattern, unsigned depth, Flush flush, std::uint64_t seed,
+                      unsigned range, const SSettings& settings) {
+        const unsigned maxValue = (1U << range) - 1;
+        const rows::SLumaTables luma = settings.luma();
+        for (const std::size_t step : kSteps) {
+            // A row ends with its last pixel's third sample.
+            const std::size_t count = width == 0 ? 0 : (width - 1) * step + 3;
+            Compare<T>("lumaCurve", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
+                rows::colourRows<T>(rows).lumaCurve(row, width, step, luma, settings.lumaCurve(), maxValue);
+            });
+            Compare<T>("matrix", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
+                rows::colourRows<T>(rows).matrix(row, width, step, settings.matrix(), maxValue);
+            });
+            Compare<T>("suppressChroma", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
+                rows::colourRows<T>(rows).suppressChroma(row, width, step, luma, settings.limits);
+            });
+            CRandom random(seed);
+            CGuardedBuffer<T> pixels(count, flush);
+            fillSamples(pixels.data(), count, pattern, depth, random);
+            Compare<T>("luma", width, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
+                rows::colourRows<T>(rows).luma(pixels.data(), row, width, step, luma);
+            });
+            CheckSharpening<T>(width, step, count, pattern, depth, flush, seed, range, settings);
+            if (HasFatalFailure()) {
+                return;
+            }
+        }
+        CRandom random(seed + 1);
+        CGuardedBuffer<T> row(width, flush);
+        fillSamples(row.data(), width, pattern, depth, random);
+        Compare<std::uint16_t>("sum3", width, pattern, 16, flush, seed,
+                               [&](const rows::SRowTable& rows, std::uint16_t* sums) {
+                                   rows::colourRows<T>(rows).sum3(row.data(), sums, width);
+                               });
+    }
+
+    template <class T>
+    void CheckSharpening(std::size_t width, std::size_t step, std::size_t count, Pattern pattern, unsigned depth,
+                         Flush flush, std::uint64_t seed, unsigned range, const SSettings& settings) {
+        if (width < 3) {
+            return; // the module has no work for it
+        }
+        CRandom random(seed + 2);
+        CGuardedBuffer<std::uint16_t> above(width, flush);
+        CGuardedBuffer<std::uint16_t> below(width, flush);
+        CGuardedBuffer<T> lumaRow(width, flush);
+        fillSamples(above.data(), width, pattern, std::min(depth + 1, 16U), random);
+        fillSamples(below.data(), width, pattern, std::min(depth + 1, 16U), random);
+        fillSamples(lumaRow.data(), width, pattern, depth, random);
+        const rows::SSharpening sharpening = settings.sharpening(range);
+        Compare<T>("sharpenColour", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
+            rows::colourRows<T>(rows).sharpenColour(row, step, lumaRow.data(), above.data(), below.data(), width,
+                                                    sharpening);
+        });
+        Compare<T>("sharpenGrey", width, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
+            rows::colourRows<T>(rows).sharpenGrey(row, above.data(), below.data(), width, sharpening);
+        });
+    }
+};
+
+TEST_P(ColourRows, EqualScalarForEveryWidthUpTo130) {
+    for (std::size_t width = 0; width <= 130; ++width) {
+        const Flush flush = width % 2 == 0 ? Flush::Left : Flush::Right;
+        CheckWidth<std::uint8_t>(width, Pattern::Random, 8, flush, width);
+        CheckWidth<std::uint16_t>(width, Pattern::Random, 12, flush, width + 1);
+        if (HasFatalFailure()) {
+            return;
+        }
+    }
+}
+
+TEST_P(ColourRows, EqualScalarForEveryDepthAndExtremeData) {
+    for (const Pattern pattern : kPatterns) {
+        for (const std::uint64_t seed : {1UL, 2UL, 3UL}) {
+            CheckWidth<std::uint8_t>(67, pattern, 8, Flush::Right, seed);
+            for (const unsigned depth : {9U, 10U, 12U, 16U}) {
+                CheckWidth<std::uint16_t>(67, pattern, depth, Flush::Right, seed);
+            }
+        }
+    }
+}
+
+TEST_P(ColourRows, EqualScalarForLargeWidths) {
+    CheckWidth<std::uint8_t>(2447, Pattern::Random, 8, Flush::Right, 4);
+    CheckWidth<std::uint16_t>(2447, Pattern::Random, 12, Flush::Right, 4);
+}
+
+TEST_P(ColourRows, EqualScalarAroundWhatIsDoneTogether) {
+    for (const std::size_t width : {511U, 512U, 513U, 514U, 515U, 575U, 576U, 577U, 578U, 1023U, 1025U, 1026U}) {
+        CheckWidth<std::uint8_t>(width, Pattern::Random, 8, Flush::Right, width);
+        CheckWidth<std::uint16_t>(width, Pattern::Random, 12, Flush::Left, width);
+        if (HasFatalFailure()) {
+            return;
+        }
+    }
+}
+
+// Words may hold more than their depth: what is left alone keeps it, what is changed is limited.
+TEST_P(ColourRows, EqualScalarForSamplesAboveTheRange) {
+    for (const std::uint64_t seed : {1UL, 2UL, 3UL, 4UL, 5UL, 6UL}) {
+        for (const unsigned range : {9U, 10U, 12U}) {
+            for (const unsigned depth : {range, range + 1, 13U, 14U, 15U, 16U}) {
+                for (const Pattern pattern : kPatterns) {
+                    CheckSamples<std::uint16_t>(133, pattern, depth, Flush::Right, seed, range, SSettings(seed, range));
+                    if (HasFatalFailure()) {
+                        return;
+                    }
+                }
+            }
+        }
+    }
+}
+
+// One sample too large among usual ones, at every place of the blocks.
+TEST_P(ColourRows, EqualScalarForOneSampleAboveTheRange) {
+    const SSettings settings(2, 12);
+    constexpr std::size_t width = 140;
+    for (std::size_t at = 0; at < 3 * width; ++at) {
+        for (const unsigned sample : {4096U, 4197U, 8192U, 16384U, 65535U}) {
+            const auto spoil = [&](std::uint16_t* row) { row[at] = static_cast<std::uint16_t>(sample); };
+            Compare<std::uint16_t>("matrix", 3 * width, Pattern::Random, 12, Flush::Right, 1,
+                                   [&](const rows::SRowTable& rows, std::uint16_t* row) {
+                                       spoil(row);
+                                       rows.colours16.matrix(row, width, 3, settings.matrix(), 4095);
+                                   });
+            Compare<std::uint16_t>("lumaCurve", 3 * width, Pattern::Random, 12, Flush::Right, 1,
+                                   [&](const rows::SRowTable& rows, std::uint16_t* row) {
+                                       spoil(row);
+                                       rows.colours16.lumaCurve(row, width, 3, settings.luma(), settings.lumaCurve(),
+                                                                4095);
+                                   });
+            CRandom random(3);
+            std::vector<std::uint16_t> sums(3 * width);
+            fillSamples(sums.data(), sums.size(), Pattern::Random, 13, random);
+            Compare<std::uint16_t>("sharpenGrey", 3 * width, Pattern::Random, 12, Flush::Right, 1,
+                                   [&](const rows::SRowTable& rows, std::uint16_t* row) {
+                                       spoil(row);
+                                       rows.colours16.sharpenGrey(row, sums.data(), sums.data(), 3 * width,
+                                                                  settings.sharpening(12));
+                                   });
+            std::vector<std::uint16_t> luma(sums.begin(), sums.begin() + width);
+            Compare<std::uint16_t>("sharpenColour", 3 * width, Pattern::Random, 12, Flush::Right, 1,
+                                   [&](const rows::SRowTable& rows, std::uint16_t* row) {
+                                       spoil(row);
+                                       rows.colours16.sharpenColour(row, 3, luma.data(), sums.data(), sums.data(),
+                                                                    width, settings.sharpening(12));
+                                   });
+            if (HasFatalFailure()) {
+                return;
+            }
+        }
+    }
+}
+
+// Sums at which 16 bits overflow, alone and together.
+TEST_P(ColourRows, SharpeningEqualsScalarForExtremeSums) {
+    const SSettings settings(2, 12);
+    constexpr std::size_t width = 200;
+    for (const unsigned sums : {0U, 8191U, 12285U, 16383U, 16384U, 32767U, 32768U, 65535U}) {
+        for (const unsigned sample : {0U, 4095U, 8191U, 8192U, 16384U, 65535U}) {
+            const std::vector<std::uint16_t> beside(width, static_cast<std::uint16_t>(sums));
+            const std::vector<std::uint16_t> luma(width, static_cast<std::uint16_t>(sample));
+            Compare<std::uint16_t>("sharpenColour", 3 * width, Pattern::Random, 12, Flush::Right, 1,
+                                   [&](const rows::SRowTable& rows, std::uint16_t* row) {
+                                       rows.colours16.sharpenColour(row, 3, luma.data(), beside.data(), beside.data(),
+                                                                    width, settings.sharpening(12));
+                                   });
+            Compare<std::uint16_t>("sharpenGrey", width, Pattern::Random, 12, Flush::Right, 1,
+                                   [&](const rows::SRowTable& rows, std::uint16_t* row) {
+                                       std::fill(row, row + width, static_cast<std::uint16_t>(sample));
+                                       rows.colours16.sharpenGrey(row, beside.data(), beside.data(), width,
+                                                                  settings.sharpening(12));
+                                   });
+            if (HasFatalFailure()) {
+                return;
+            }
+        }
+    }
+}
+
+TEST_P(ColourRows, EqualScalarForExtremeSettings) {
+    for (const std::uint64_t seed : {1UL, 2UL}) {
+        for (const unsigned start : {0U, 1U, 128U, 254U, 255U, 256U, 4095U, 65534U, 65535U}) {
+            for (const unsigned slope : {0U, 1U, 63U, 64U, 65U, 16383U, 16384U, 65535U}) {
+                for (const unsigned coring : {0U, 1U, 254U, 255U, 256U, 4095U, 65535U}) {
+                    SSettings settings(seed, 12);
+                    const auto step = static_cast<std::uint16_t>(slope);
+                    settings.limits = {static_cast<std::uint16_t>(start), static_cast<std::uint16_t>(65535 - start),
+                                       step, step};
+                    settings.coring = coring;
+                    CheckSamples<std::uint8_t>(150, Pattern::Random, 8, Flush::Right, seed, 8, settings);
+                    if (coring < 2) {
+                        CheckSamples<std::uint16_t>(150, Pattern::Random, 12, Flush::Right, seed, 12, settings);
+                        CheckSamples<std::uint16_t>(150, Pattern::Random, 16, Flush::Right, seed, 12, settings);
+                    }
+                    if (HasFatalFailure()) {
+                        return;
+                    }
+                }
+            }
+        }
+    }
+}
+
+/// Luma of every sample in one channel, the two others 0.
+template <class T>
+void checkShares(const rows::SRowTable& table, const rows::SLumaTables& luma, std::size_t samples) {
+    constexpr unsigned weights[] = {114, 587, 299}; // thousandths
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+        std::vector<T> pixels(3 * samples);
+        for (std::size_t i = 0; i < samples; ++i) {
+            pixels[3 * i + channel] = static_cast<T>(i);
+        }
+        std::vector<T> got(samples);
+        rows::colourRows<T>(table).luma(pixels.data(), got.data(), samples, 3, luma);
+        for (std::size_t i = 0; i < samples; ++i) {
+            const std::size_t held = std::min<std::size_t>(i, rows::SLumaTables::kEntries - 1);
+            ASSERT_EQ(got[i], (held * weights[channel] + 500) / 1000) << table.name << ", channel " << channel;
+        }
+    }
+}
+
+TEST_P(ColourRows, LumaOfEverySample) {
+    const SSettings settings(1, 12);
+    checkShares<std::uint8_t>(table(), settings.luma(), 256);
+    checkShares<std::uint16_t>(table(), settings.luma(), 65536);
+}
+
+VEK_FOR_EVERY_TIER(ColourRows);
+
+} // namespace
+} // namespace vek::test

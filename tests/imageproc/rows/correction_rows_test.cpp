@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: Apache-2.0
+// Every tier's noise reduction and shading rows against the scalar ones, next to protected pages.
+#include "imageproc/rows/TierTest.h"
+#include "support/GuardedBuffer.h"
+#include "support/Random.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+namespace vek::test {
+namespace {
+
+/// Rows that a kernel reads, each between protected pages.
+template <class T>
+class CRows {
+public:
+    CRows(std::size_t rows, std::size_t width, Pattern pattern, unsigned depth, Flush flush, CRandom& random) {
+        for (std::size_t i = 0; i < rows; ++i) {
+            mRows.push_back(std::make_unique<CGuardedBuffer<T>>(width, flush));
+            fillSamples(mRows.back()->data(), width, pattern, depth, random);
+        }
+    }
+    const T* operator[](std::size_t i) const { return mRows[i]->data(); }
+
+private:
+    std::vector<std::unique_ptr<CGuardedBuffer<T>>> mRows;
+};
+
+class CorrectionRows : public CTierTest {
+protected:
+    template <class T, class Kernel>
+    void Compare(const char* name, std::size_t width, Pattern pattern, unsigned depth, Flush flush, CRandom& random,
+                 Kernel kernel) {
+        std::vector<T> expected(width);
+        fillSamples(expected.data(), width, pattern, depth, random);
+        CGuardedBuffer<T> got(width, flush);
+        std::copy(expected.begin(), expected.end(), got.data());
+        kernel(scalar(), expected.data());
+        kernel(table(), got.data());
+        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), got.data()))
+            << table().name << ' ' << name << ' ' << 8 * sizeof(T) << " bit, width " << width << ", depth " << depth;
+        ASSERT_TRUE(got.CanaryIntact()) << table().name << ' ' << name;
+    }
+
+    template <class T>
+    void CheckNoise(std::size_t width, Pattern pattern, unsigned depth, Flush flush, std::uint64_t seed) {
+        CRandom random(seed);
+        const CRows<T> around(5, width, pattern, depth, flush, random);
+        const T threshold = static_cast<T>(((1U << depth) - 1) * 3 / 4);
+        using Table = const rows::SRowTable&;
+        Compare<T>("easyMono", width, pattern, depth, flush, random,
+                   [&](Table rows, T* row) { rows::noiseRows<T>(rows).easyMono(around[1], row, around[2], width); });
+        std::vector<T> kept[2] = {std::vector<T>(width + 1), std::vector<T>(width + 1)};
+        T brightest[2] = {};
+        std::size_t turn = 0;
+        Compare<T>("subtract", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+            brightest[turn] = rows::noiseRows<T>(rows).subtract(row, around[0], kept[turn].data(), width);
+            ++turn;
+        });
+        ASSERT_EQ(kept[0], kept[1]) << table().name;
+        ASSERT_EQ(brightest[0], brightest[1]) << table().name;
+        ASSERT_EQ(brightest[1], *std::max_element(kept[1].begin(), kept[1].end())) << table().name;
+        Compare<T>("repairMono", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+            rows::noiseRows<T>(rows).repairMono(around[1], row, around[2], around[4], width, threshold);
+        });
+        // A frame with few clipped samples: most blocks have none, some have one.
+        std::vector<T> live(width, static_cast<T>(threshold - 1));
+        for (std::size_t x = random.Next() % 40; x < width; x += 1 + random.Next() % 80) {
+            live[x] = threshold;
+        }
+        Compare<T>("repairMono, few", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+            rows::noiseRows<T>(rows).repairMono(around[1], row, around[2], live.data(), width, threshold);
+        });
+        for (const unsigned greenParity : {0U, 1U}) {
+            Compare<T>("repairBayer, few", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+                rows::noiseRows<T>(rows).repairBayer(around[0], around[1], row, around[2], around[3], live.data(),
+                                                     width, greenParity, threshold);
+            });
+            Compare<T>("easyBayer", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+                rows::noiseRows<T>(rows).easyBayer(around[0], around[1], row, around[2], around[3], width, greenParity);
+            });
+            Compare<T>("repairBayer", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+                rows::noiseRows<T>(rows).repairBayer(around[0], around[1], row, around[2], around[3], around[4], width,
+                                                     greenParity, threshold);
+            });
+        }
+    }
+
+    template <class T>
+    void CheckShading(std::size_t width, Pattern pattern, unsigned depth, Flush flush, std::uint64_t seed) {
+        CRandom random(seed);
+        CGuardedBuffer<std::int32_t> entries(width, flush);
+        for (std::size_t x = 0; x < width; ++x) {
+            // Usual gains and offsets, and every bit.
+            const std::uint64_t value = random.Next();
+            entries[x] = static_cast<std::int32_t>(seed % 2 == 0 ? value % 2048 : value);
+        }
+        const std::uint32_t maxValue = (1U << depth) - 1;
+        using Table = const rows::SRowTable&;
+        for (const std::uint32_t offset : {0U, 16U, ~0U}) {
+            Compare<T>("gain", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+                rows::shadingRows<T>(rows).gain(row, entries.data(), width, offset, maxValue);
+            });
+        }
+        Compare<T>("offset", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+            rows::shadingRows<T>(rows).offset(row, entries.data(), width, maxValue);
+        });
+        Compare<T>("show", width, pattern, depth, flush, random,
+                   [&](Table rows, T* row) { rows::shadingRows<T>(rows).show(row, entries.data(), width, maxValue); });
+        const CRows<T> frame(1, width, pattern, depth, flush, random);
+        for (const double count : {0.0, 1.0, 6.0, 1e6}) {
+            std::vector<double> expected(width, 77.7);
+            std::vector<double> got = expected;
+            rows::shadingRows<T>(scalar()).addToMean(frame[0], expected.data(), width, count);
+            rows::shadingRows<T>(table()).addToMean(frame[0], got.data(), width, count);
+            ASSERT_EQ(expected, got) << table().name << " addToMean, width " << width;
+        }
+    }
+};
+
+TEST_P(CorrectionRows, EqualScalarForEveryWidthUpTo130) {
+    for (std::size_t width = 0; width <= 130; ++width) {
+        for (const Flush flush : {Flush::Left, Flush::Right}) {
+            CheckNoise<std::uint8_t>(width, Pattern::Random, 8, flush, width);
+            CheckNoise<std::uint16_t>(width, Pattern::Random, 12, flush, width);
+            CheckShading<std::uint8_t>(width, Pattern::Random, 8, flush, width);
+            CheckShading<std::uint16_t>(width, Pattern::Random, 12, flush, width);
+            if (HasFatalFailure()) {
+                return;
+            }
+        }
+    }
+}
+
+TEST_P(CorrectionRows, EqualScalarForEveryDepthAndExtremeData) {
+    for (const Pattern pattern : kPatterns) {
+        for (const std::uint64_t seed : {1UL, 2UL}) {
+            for (const unsigned depth : {10U, 12U, 14U, 16U}) {
+                CheckNoise<std::uint16_t>(129, pattern, depth, Flush::Right, seed);
+                CheckShading<std::uint16_t>(129, pattern, depth, Flush::Right, seed);
+            }
+            CheckNoise<std::uint8_t>(129, pattern, 8, Flush::Right, seed);
+            CheckShading<std::uint8_t>(129, pattern, 8, Flush::Right, seed);
+        }
+    }
+}
+
+/// Limits beyond the sample type: of a result the low bits are left.
+TEST_P(CorrectionRows, LimitsAboveTheSamplesKeepLowBits) {
+    for (const std::uint64_t seed : {1UL, 2UL}) {
+        CheckShading<std::uint8_t>(129, Pattern::Random, 16, Flush::Right, seed);
+        CheckShading<std::uint8_t>(129, Pattern::Random, 31, Flush::Right, seed);
+        CheckShading<std::uint16_t>(129, Pattern::Random, 31, Flush::Right, seed);
+    }
+}
+
+/// Results that run along a row: bright columns that darken from one to the next, and isolated ones.
+template <class T>
+void checkChains(const rows::SRowTable& scalar, const rows::SRowTable& table) {
+    constexpr std::size_t width = 301;
+    constexpr unsigned top = sizeof(T) == 1 ? 255 : 65535;
+    for (unsigned shape = 0; shape < 6; ++shape) {
+        std::vector<T> above(width, static_cast<T>(shape % 2 == 0 ? top : 0));
+        std::vector<T> below(width, T{0});
+        std::vector<T> row(width);
+        for (std::size_t x = 0; x < width; ++x) {
+            row[x] = static_cast<T>(shape / 2 == 0 ? top - x : shape / 2 == 1 ? x : (x % 7 == 0 ? 0 : top));
+        }
+        for (const unsigned greenParity : {0U, 1U}) {
+            std::vector<T> expected = row;
+            std::vector<T> got = row;
+            rows::noiseRows<T>(scalar).easyBayer(above.data(), above.data(), expected.data(), below.data(),
+                                                 below.data(), width, greenParity);
+            rows::noiseRows<T>(table).easyBayer(above.data(), above.data(), got.data(), below.data(), below.data(),
+                                                width, greenParity);
+            ASSERT_EQ(expected, got) << table.name << " shape " << shape;
+            const std::vector<T> live(width, static_cast<T>(top));
+            rows::noiseRows<T>(scalar).repairBayer(above.data(), above.data(), expected.data(), below.data(),
+                                                   below.data(), live.data(), width, greenParity,
+                                                   static_cast<T>(top / 2));
+            rows::noiseRows<T>(table).repairBayer(above.data(), above.data(), got.data(), below.data(), below.data(),
+                                                  live.data(), width, greenParity, static_cast<T>(top / 2));
+            ASSERT_EQ(expected, got) << table.name << " shape " << shape;
+        }
+    }
+}
+
+TEST_P(CorrectionRows, ResultsThatRunAlongARow) {
+    checkChains<std::uint8_t>(scalar(), table());
+    checkChains<std::uint16_t>(scalar(), table());
+}
+
+TEST_P(CorrectionRows, EqualScalarForLargeWidths) {
+    CheckNoise<std::uint8_t>(2447, Pattern::Random, 8, Flush::Right, 1);
+    CheckNoise<std::uint16_t>(2447, Pattern::Random, 16, Flush::Right, 1);
+    CheckShading<std::uint8_t>(2447, Pattern::Random, 8, Flush::Right, 1);
+    CheckShading<std::uint16_t>(2447, Pattern::Random, 16, Flush::Right, 2);
+}
+
+VEK_FOR_EVERY_TIER(CorrectionRows);
+
+} // namespace
+} // namespace vek::test
