@@ -81,8 +81,7 @@ int mnStore(int& entry, short& narrow, float value) {
 
 } // namespace
 
-/// Entry i holds the products of i + 1, and the offsets stand in the table of red alone: images that were tuned with
-/// both depend on them.
+/// Fixed behaviour: entry i holds the products of i + 1, and the offsets stand in the table of red alone.
 void CColorMatrix::mUpdateTable() {
     const Matrix3 mix = mGetMixMatrix();
     const std::array<float, 3> offset = {static_cast<float>(mMatrix[3]) / 100.0F,

@@ -96,8 +96,7 @@ void MirrorV(const SImagePair& images) {
     const unsigned long last = images.height - 1;
     if (!images.inPlace()) {
         for (unsigned long y = 0; y < images.height; ++y) {
-            // No more than a row of one sample a pixel has, whatever the pixels are: applications count on the rest of
-            // the destination.
+            // Fixed behaviour: no more than a row of one sample a pixel has, whatever the pixels are.
             std::memcpy(images.dstRow(last - y), images.srcRow(y),
                         images.width * std::min(images.sampleBytes, images.pixelBytes));
         }

@@ -95,7 +95,7 @@ unsigned long CGamma::mExpandGammaTable(unsigned short gamma, short brightness, 
     const int maxValue = (1 << std::min(bits, kMaxDepth)) - 1;
     const double exponent = 100.0 / gamma;
     const int margin = std::min<int>(contrast, maxValue / 2);
-    // 255 at every depth: curves that were tuned with it depend on that, as on the 255 below.
+    // Fixed behaviour: 255 at every depth, here and below.
     const double slope = 255.0 / (255.0 - 2 * margin);
     for (int i = 0; i <= maxValue; ++i) {
         const int level = i + brightness;
@@ -222,8 +222,8 @@ unsigned long CGamma::mProcBGR(unsigned long width, unsigned long height, unsign
 template <class T>
 unsigned long CGamma::ProcBGROrGray(unsigned long width, unsigned long height, unsigned long lineBytes,
                                     unsigned long pixelFormat, T* image) const {
-    // The size of a pixel counts bytes, but serves as a number of samples from here on: a colour image of words is
-    // walked in steps of twice its pixels, along lines of twice their length. Applications lay their images out for it.
+    // Fixed behaviour: the size of a pixel counts bytes, but serves as a number of samples from here on. A colour image
+    // of words is walked in steps of twice its pixels, along lines of twice their length.
     const unsigned long pixelSize = mulPixelSize(pixelFormat);
     lineBytes = lineBytesOr<T>(lineBytes, pixelSize * width);
     if (mMode[VEK_GAMMA_Y] == VEK_GAMMA_OFF) {

@@ -45,7 +45,7 @@ public:
             mValues[mCount++] = at(x, y);
         }
     }
-    /// mGetCenterValueSmaller of the values, mostly without sorting: its branches would be foretold wrong in noise.
+    /// mGetCenterValueSmaller of the values, mostly without sorting: its branches would be mispredicted in noise.
     T Smaller() {
         const auto& [centre, a, b, c, d] = mValues;
         switch (mCount) {
@@ -221,8 +221,8 @@ unsigned long CNoiseReduction::mEasyNR(int width, int height, unsigned long line
                                        T* image) const {
     const auto columns = static_cast<unsigned long>(width);
     const auto rows = static_cast<unsigned long>(height);
-    // As large as the image, though its first rows are enough. Without it there is no filtering, and no error either:
-    // a line that runs short of memory goes on with unfiltered frames.
+    // Fixed behaviour: as large as the image, though its first rows are enough, and without it there is no filtering,
+    // and no error either.
     const Malloced<void> snapshot(allocateRows(rows, linePitch));
     if (snapshot == nullptr) {
         return kOk;

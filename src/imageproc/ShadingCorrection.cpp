@@ -203,8 +203,8 @@ unsigned long CShadingCorrection::Calibration(unsigned long width, unsigned long
     if (image == nullptr && width != 0 && height != 0) {
         return kInvalid;
     }
-    // The image's pitch against that of the map, 4 bytes a pixel: with every other pitch calibration starts anew at
-    // each frame. Lines in use count on it, they calibrate with the last frame.
+    // Fixed behaviour: the image's pitch against that of the map, 4 bytes a pixel. With every other pitch calibration
+    // starts anew at each frame, and the last frame alone counts.
     if (mCalibrationCount != 0 && (width != mMapWidth || height != mMapHeight || linePitch != mMapLinePitch ||
                                    width != mCalibrationWidth || height != mCalibrationHeight)) {
         mCalibrationCount = 0;

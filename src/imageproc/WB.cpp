@@ -49,8 +49,7 @@ unsigned short* CWB::mpTable16(std::size_t slot) {
 
 template <class T>
 const T* CWB::mpTable(EColourSlot slot) const {
-    // Words, too: their lookup has always started where the slot's bytes do, and images that were tuned with it depend
-    // on that.
+    // Fixed behaviour: the lookup of words, too, starts where the slot's bytes do.
     return reinterpret_cast<const T*>(reinterpret_cast<const unsigned char*>(mwTables.data()) + slot * kEntries8);
 }
 

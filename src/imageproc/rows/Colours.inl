@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rows of blue-green-red pixels: luma curve, colour matrix, chroma suppression; and the unsharp mask.
 //
-// The tiers with vectors reckon luma instead of looking it up, and take a row in chunks: luma of a chunk to a buffer,
+// The tiers with vectors compute luma instead of looking it up, and take a row in chunks: luma of a chunk to a buffer,
 // there through the curve or the corrections, and from there to the pixels.
 
 namespace vek::rows::VEK_ISA {

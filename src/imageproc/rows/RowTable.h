@@ -156,8 +156,8 @@ struct SGainRows {
     void (*bytes)(std::uint8_t* row, std::size_t width, unsigned evenGain, unsigned oddGain);
 };
 
-/// Luma shares of blue, green and red, by sample: sample x 0.114, 0.587 and 0.299, rounded. Tiers with vectors reckon
-/// them.
+/// Luma shares of blue, green and red, by sample: sample x 0.114, 0.587 and 0.299, rounded. Tiers with vectors
+/// compute them.
 struct SLumaTables {
     static constexpr unsigned kEntries = 4196;
     const std::uint16_t* blue;
