@@ -118,7 +118,7 @@ void calibrate(const SCalibrateArguments& arguments, bool dark) {
     calibration.kind = dark ? "dark" : "flat";
     calibration.camera = camera.Name();
     calibration.format = &format;
-    calibration.colorArray = format.mono ? static_cast<unsigned short>(VEK_COLOR_ARRAY_MONO) : grabber.ColorArray();
+    calibration.colorArray = format.IsMono() ? static_cast<unsigned short>(VEK_COLOR_ARRAY_MONO) : grabber.ColorArray();
     calibration.frames = arguments.frames;
     calibration.exposureClocks = readControl(camera.Fd(), camera.Name(), V4L2_CID_EXPOSURE, "the exposure");
     calibration.gain = readControl(camera.Fd(), camera.Name(), V4L2_CID_GAIN, "the gain");

@@ -137,7 +137,7 @@ SCalibration readCalibration(const std::string& path, const std::string& kind) {
     calibration.frames = description.Whole<unsigned>("frames", 1);
     calibration.exposureClocks = description.Whole<std::int32_t>("exposureClocks", 0);
     calibration.gain = description.Whole<std::int32_t>("gain", 0);
-    if (calibration.format == nullptr || !calibration.format->isRaw() || calibration.colorArray == 0) {
+    if (calibration.format == nullptr || !calibration.format->IsRaw() || calibration.colorArray == 0) {
         description.Refuse("unknown format or colour array");
     }
     if (calibration.kind != kind) {

@@ -55,20 +55,20 @@ struct SConversion {
 };
 
 unsigned short checkedColorArray(const SConvertArguments& arguments, const STransferFormat& format) {
-    if (!format.isRaw()) {
+    if (!format.IsRaw()) {
         if (!arguments.colorArray.empty()) {
             throw CBadArguments(fmt::format("--colour-array does not go with format {}", format.name));
         }
         return VekTransferColorArray(format.code, 0);
     }
     if (arguments.colorArray.empty()) {
-        if (!format.mono) {
+        if (!format.IsMono()) {
             throw CBadArguments(fmt::format("--colour-array is required with format {}", format.name));
         }
         return VEK_COLOR_ARRAY_MONO;
     }
     const auto colorArray = static_cast<unsigned short>(*findCode(bayerColorArrays(), arguments.colorArray));
-    if (format.mono && colorArray != VEK_COLOR_ARRAY_MONO) {
+    if (format.IsMono() && colorArray != VEK_COLOR_ARRAY_MONO) {
         throw CBadArguments(
             fmt::format("--colour-array {} does not go with format {}", colorArrayName(colorArray), format.name));
     }
@@ -157,7 +157,7 @@ SImage displayed(const SImage& image, const SConvertArguments& arguments, const 
 SImage picture(const CLibraryHandle& library, std::span<const std::uint8_t> bytes, const SConvertArguments& arguments,
                const SConversion& conversion) {
     const STransferFormat& format = *conversion.format;
-    if (!format.isRaw()) {
+    if (!format.IsRaw()) {
         return library.Picture(bytes, format, arguments.width, arguments.height,
                                conversion.method == VEK_DEMOSAIC_MONO);
     }

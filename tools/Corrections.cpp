@@ -80,7 +80,7 @@ void addCorrectionOptions(CLI::App& command, SCorrections& corrections) {
 
 void checkCorrections(const SCorrections& corrections, const STransferFormat& format, std::uint32_t width,
                       std::uint32_t height, unsigned short colorArray) {
-    if (corrections.any() && !format.isRaw()) {
+    if (corrections.any() && !format.IsRaw()) {
         throw CBadArguments(fmt::format("{} needs a raw or mono frame: format {} is colour already",
                                         corrections.noise ? "--noise" : "--shading", format.name));
     }

@@ -14,8 +14,8 @@ namespace vek::tools {
 
 /// The bytes of a row: the last byte of a packed one is filled up, a group of YCrCb pixels that is cut off ends early.
 constexpr std::uint64_t rowBytes(const STransferFormat& format, std::uint32_t width) {
-    const std::uint64_t bits = static_cast<std::uint64_t>(width) * format.bits;
-    return (bits + (format.layout == ELayout::Packed ? 7U : 0U)) / 8;
+    const std::uint64_t bits = static_cast<std::uint64_t>(width) * format.MemoryBits();
+    return (bits + (format.IsPacked() ? 7U : 0U)) / 8;
 }
 
 /// The bytes of one frame.

@@ -44,8 +44,8 @@ struct SWholeGroups {
 SWholeGroups wholeGroups(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::uint32_t width,
                          std::uint32_t height) {
     constexpr std::uint8_t noChroma = 128;
-    const unsigned pixels = format.bits == 12 ? 4 : format.bits == 16 ? 2 : 1;
-    const std::size_t groupBytes = pixels * format.bits / 8U;
+    const unsigned pixels = format.groupPixels;
+    const std::size_t groupBytes = format.groupBytes;
     const std::size_t groups = (width + pixels - 1) / pixels + (pixels == 4 ? 1U : 0U);
     const std::size_t sourceBytes = rowBytes(format, width);
     SWholeGroups whole{static_cast<std::uint32_t>(groups * pixels), {}};

@@ -54,11 +54,11 @@ const STransferFormat& checkedFormat(const std::string& name) {
 
 /// needed: a raw format's pixels may be anything.
 unsigned short checkedColorArray(const std::string& name, const STransferFormat& format) {
-    if (name.empty() && !format.mono) {
+    if (name.empty() && !format.IsMono()) {
         throw CBadArguments(fmt::format("--colour-array is required with format {}", format.name));
     }
     const unsigned colorArray = findCode(bayerColorArrays(), name).value_or(VEK_COLOR_ARRAY_MONO);
-    if (format.mono && colorArray != VEK_COLOR_ARRAY_MONO) {
+    if (format.IsMono() && colorArray != VEK_COLOR_ARRAY_MONO) {
         throw CBadArguments(
             fmt::format("--colour-array {} does not go with format {}", colorArrayName(colorArray), format.name));
     }
@@ -92,7 +92,7 @@ SFrame frameOfCamera(const SMeasureArguments& arguments) {
     const std::string code = std::to_string(driver->TransferFormat());
     SFrame frame{CCamera(driver).Name(), findTransferFormat(code), driver->Width(), driver->Height(), 0, {}};
     const auto sensorArray = static_cast<unsigned short>(driver->ColorArray());
-    frame.colorArray = frame.format->mono ? static_cast<unsigned short>(VEK_COLOR_ARRAY_MONO) : sensorArray;
+    frame.colorArray = frame.format->IsMono() ? static_cast<unsigned short>(VEK_COLOR_ARRAY_MONO) : sensorArray;
     regionInside(arguments.region, frame.width, frame.height);
     // Without a descriptor: read takes what the unpacked formats need only.
     frame.bytes = driver->CaptureFrame();

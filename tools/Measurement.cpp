@@ -40,31 +40,12 @@ SRegion regionInside(const std::string& text, std::uint32_t width, std::uint32_t
 }
 
 std::optional<unsigned> measuredFormat(const STransferFormat& format) {
-    switch (format.code) {
-    case VEK_TRANSFER_RAW8:
-    case VEK_TRANSFER_MONO8:
-        return VEK_TRANSFER_RAW8;
-    case VEK_TRANSFER_RAW10:
-    case VEK_TRANSFER_MONO10:
-        return VEK_TRANSFER_RAW10;
-    case VEK_TRANSFER_RAW10_PACKED:
-    case VEK_TRANSFER_MONO10_PACKED:
-        return VEK_TRANSFER_RAW10_PACKED;
-    case VEK_TRANSFER_RAW12:
-    case VEK_TRANSFER_MONO12:
-        return VEK_TRANSFER_RAW12;
-    case VEK_TRANSFER_RAW12_PACKED:
-    case VEK_TRANSFER_MONO12_PACKED:
-        return VEK_TRANSFER_RAW12_PACKED;
-    case VEK_TRANSFER_RAW14:
-    case VEK_TRANSFER_MONO14:
-        return VEK_TRANSFER_RAW14;
-    case VEK_TRANSFER_RAW16:
-    case VEK_TRANSFER_MONO16:
-        return VEK_TRANSFER_RAW16;
-    default:
-        return std::nullopt;
+    for (const STransferFormat& measured : kTransferFormats) {
+        if (measured.measurable && measured.layout == format.layout && measured.depth == format.depth) {
+            return measured.code;
+        }
     }
+    return std::nullopt;
 }
 
 std::array<float, 4> averagesOf(const CLibraryHandle& handle, std::span<const std::uint8_t> bytes,

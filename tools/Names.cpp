@@ -2,7 +2,6 @@
 #include "Names.h"
 
 #include "sim/SimulatedSensor.h"
-#include "sim/TransferFormat.h"
 #include "sim/ValueText.h"
 
 #include <VekTrgApi.h>
@@ -12,36 +11,6 @@
 namespace vek::tools {
 
 namespace {
-
-constexpr STransferFormat formatOf(unsigned code, unsigned short depth, ELayout layout, unsigned short bits,
-                                   bool mono) {
-    return {code, sim::kTransferFormatNames[code], depth, layout, bits, mono};
-}
-
-constexpr std::array kTransferFormats = {
-    formatOf(VEK_TRANSFER_RAW8, 8, ELayout::Bytes, 8, false),
-    formatOf(VEK_TRANSFER_RAW10, 10, ELayout::Words, 16, false),
-    formatOf(VEK_TRANSFER_RAW10_PACKED, 10, ELayout::Packed, 10, false),
-    formatOf(VEK_TRANSFER_RAW12, 12, ELayout::Words, 16, false),
-    formatOf(VEK_TRANSFER_RAW12_PACKED, 12, ELayout::Packed, 12, false),
-    formatOf(VEK_TRANSFER_MONO8, 8, ELayout::Bytes, 8, true),
-    formatOf(VEK_TRANSFER_MONO10, 10, ELayout::Words, 16, true),
-    formatOf(VEK_TRANSFER_MONO10_PACKED, 10, ELayout::Packed, 10, true),
-    formatOf(VEK_TRANSFER_MONO12, 12, ELayout::Words, 16, true),
-    formatOf(VEK_TRANSFER_MONO12_PACKED, 12, ELayout::Packed, 12, true),
-    formatOf(VEK_TRANSFER_BGR8, 8, ELayout::Bgr, 24, false),
-    formatOf(VEK_TRANSFER_BGR10, 10, ELayout::Bgr, 64, false),
-    formatOf(VEK_TRANSFER_YCRCB411, 8, ELayout::YCrCb, 12, false),
-    formatOf(VEK_TRANSFER_YCRCB422, 8, ELayout::YCrCb, 16, false),
-    formatOf(VEK_TRANSFER_YCRCB444, 8, ELayout::YCrCb, 24, false),
-    formatOf(VEK_TRANSFER_YCRCB411_BT709, 8, ELayout::YCrCb, 12, false),
-    formatOf(VEK_TRANSFER_YCRCB422_BT709, 8, ELayout::YCrCb, 16, false),
-    formatOf(VEK_TRANSFER_YCRCB444_BT709, 8, ELayout::YCrCb, 24, false),
-    formatOf(VEK_TRANSFER_RAW14, 14, ELayout::Words, 16, false),
-    formatOf(VEK_TRANSFER_RAW16, 16, ELayout::Words, 16, false),
-    formatOf(VEK_TRANSFER_MONO14, 14, ELayout::Words, 16, true),
-    formatOf(VEK_TRANSFER_MONO16, 16, ELayout::Words, 16, true),
-};
 
 constexpr SName sensorArray(unsigned code) {
     return {code, sim::kColorArrayNames[code - VEK_COLOR_ARRAY_MONO]};
@@ -150,10 +119,6 @@ std::string listOf(const Table& table) {
 }
 
 } // namespace
-
-std::span<const STransferFormat> transferFormats() {
-    return kTransferFormats;
-}
 
 std::span<const SName> colorArrays() {
     return kColorArrays;

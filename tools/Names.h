@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "formats/TransferFormats.h"
+
 #include <optional>
 #include <span>
 #include <string>
@@ -14,29 +16,6 @@ struct SName {
     std::string_view name;
 };
 
-/// How the samples of a transfer format lie in memory.
-enum class ELayout {
-    Bytes,  ///< one sample a pixel
-    Words,  ///< one sample a pixel
-    Packed, ///< one sample a pixel, rows are bit streams that start at a byte
-    Bgr,    ///< blue, green and red of each pixel
-    YCrCb,  ///< luma, and chroma that some pixels share
-};
-
-/// A transfer format as the tool sees it.
-struct STransferFormat {
-    unsigned code; ///< enum VekTransferFormat
-    std::string_view name;
-    unsigned short depth; ///< significant bits of a sample
-    ELayout layout;
-    unsigned short bits; ///< bits of a pixel in a row
-    bool mono;           ///< grey whatever the sensor's colour array is
-
-    /// Raw or mono, to be demosaiced; otherwise the camera has made colours of it.
-    constexpr bool isRaw() const { return layout != ELayout::Bgr && layout != ELayout::YCrCb; }
-};
-
-std::span<const STransferFormat> transferFormats();
 std::span<const SName> colorArrays();      ///< enum VekColorArray, all eleven
 std::span<const SName> bayerColorArrays(); ///< the ones a raw frame can have, mono included
 std::span<const SName> demosaicMethods();  ///< enum VekDemosaicMethod

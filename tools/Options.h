@@ -52,8 +52,8 @@ inline CLI::Validator isTransferFormat() {
         [](std::string& text) {
             return findTransferFormat(text) != nullptr
                        ? std::string()
-                       : sim::CodeComplaint(text, transferFormatList(), transferFormats().front().code,
-                                            transferFormats().back().code);
+                       : sim::CodeComplaint(text, transferFormatList(), kTransferFormats.front().code,
+                                            kTransferFormats.back().code);
         },
         "");
 }

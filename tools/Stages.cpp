@@ -135,7 +135,7 @@ SFileStages stagesForFrame(const SFileStages& stages, unsigned short colorArray,
 
 void checkStages(const SStages& stages, const STransferFormat& format, std::uint32_t width, std::uint32_t height,
                  unsigned short colorArray, bool greyPicture) {
-    if (!format.isRaw() && stages.onRaw()) {
+    if (!format.IsRaw() && stages.onRaw()) {
         const char* const option = stages.balance    ? "--wb"
                                    : stages.rawGamma ? "--raw-gamma"
                                    : stages.mirror   ? "--mirror"

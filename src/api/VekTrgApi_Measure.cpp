@@ -3,6 +3,7 @@
 #include "VekTrgApi.h"
 
 #include "api/Export.h"
+#include "formats/TransferFormats.h"
 #include "imageproc/AveragePixel.h"
 #include "imageproc/PixelList.h"
 #include "imageproc/rows/RowDispatch.h"
@@ -12,33 +13,16 @@ namespace {
 /// Position that marks a correction slot as unused.
 constexpr unsigned short kUnusedSlot = 65535;
 
-bool mbCanAverage(unsigned long transferFormat) {
-    switch (transferFormat) {
-    case VEK_TRANSFER_RAW8:
-    case VEK_TRANSFER_RAW10:
-    case VEK_TRANSFER_RAW10_PACKED:
-    case VEK_TRANSFER_RAW12:
-    case VEK_TRANSFER_RAW12_PACKED:
-    case VEK_TRANSFER_RAW14:
-    case VEK_TRANSFER_RAW16:
-        return true;
-    default:
-        return false;
-    }
-}
-
-vek::SCellSums mSumRegion(unsigned long transferFormat, const void* src, unsigned long width, unsigned long pitch,
+vek::SCellSums mSumRegion(const vek::STransferFormat& format, const void* src, unsigned long width, unsigned long pitch,
                           const vek::SRegion& region) {
     const vek::rows::SRowTable& kernels = vek::rows::bestTable();
     const auto* const bytes = static_cast<const unsigned char*>(src);
-    switch (transferFormat) {
-    case VEK_TRANSFER_RAW8:
+    switch (format.layout) {
+    case vek::ELayout::Bytes:
         return vek::mvAveragePixel(kernels, region, pitch != 0 ? pitch : width, bytes);
-    case VEK_TRANSFER_RAW10_PACKED:
-    case VEK_TRANSFER_RAW12_PACKED: {
-        const unsigned bits = transferFormat == VEK_TRANSFER_RAW10_PACKED ? 10 : 12;
-        return vek::mvAveragePackedPixel(kernels, region, pitch != 0 ? pitch : (width * bits + 7) / 8, bits, bytes);
-    }
+    case vek::ELayout::Packed:
+        return vek::mvAveragePackedPixel(kernels, region, pitch != 0 ? pitch : (width * format.depth + 7) / 8,
+                                         format.depth, bytes);
     default:
         return vek::mvAveragePixel(kernels, region, pitch != 0 ? pitch : width,
                                    static_cast<const unsigned short*>(src));
@@ -67,14 +51,16 @@ int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long width, unsig
                                 unsigned short colorMode, unsigned long transferFormat, const void* src,
                                 unsigned long x, unsigned long y, unsigned long w, unsigned long h, float* average) {
     return vek::miExport(handle, [&](const CVekTrgCamera&) -> int {
-        if (colorMode < VEK_COLOR_ARRAY_MONO || colorMode > VEK_COLOR_ARRAY_BGGR || !mbCanAverage(transferFormat)) {
+        const vek::STransferFormat* const format = vek::transferFormat(transferFormat);
+        if (colorMode < VEK_COLOR_ARRAY_MONO || colorMode > VEK_COLOR_ARRAY_BGGR || format == nullptr ||
+            !format->measurable) {
             return VEK_EINVAL;
         }
         const vek::SRegion region = vek::SRegion::Cut(x, y, w, h, width, height);
         if (average == nullptr || (src == nullptr && !region.IsEmpty())) {
             return VEK_EINVAL;
         }
-        mSumRegion(transferFormat, src, width, pitch, region).Average(colorMode == VEK_COLOR_ARRAY_MONO, average);
+        mSumRegion(*format, src, width, pitch, region).Average(colorMode == VEK_COLOR_ARRAY_MONO, average);
         return 0;
     });
 }

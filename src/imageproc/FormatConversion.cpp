@@ -4,6 +4,7 @@
 #include "VekTrgApi.h"
 #include "common/Image.h"
 #include "common/PixelFormat.h"
+#include "formats/TransferFormats.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -82,48 +83,29 @@ void ImageUnpackAndBitShift(const rows::SRowTable& rows, unsigned long width, un
 }
 
 bool ConvGrayToBGRImage(const rows::SRowTable& rows, unsigned long width, unsigned long height, unsigned long srcPitch,
-                        unsigned long transferFormat, const void* src, unsigned long* dstPitch, unsigned long outFormat,
+                        unsigned long code, const void* src, unsigned long* dstPitch, unsigned long outFormat,
                         unsigned char* dst) {
     if (byteSamples(outFormat) == 0) {
         return false;
     }
-    const auto* const bytes = static_cast<const unsigned char*>(src);
-    const auto shiftWords = [&](long shift) {
-        ImageBitShift(rows, width, height, srcPitch, static_cast<const unsigned short*>(src), dstPitch, outFormat, dst,
-                      shift);
-    };
-    switch (transferFormat) {
-    case VEK_TRANSFER_RAW8:
-    case VEK_TRANSFER_MONO8:
-        ImageBitShift(rows, width, height, srcPitch, bytes, dstPitch, outFormat, dst, 0);
-        return true;
-    case VEK_TRANSFER_RAW10:
-    case VEK_TRANSFER_MONO10:
-        shiftWords(2);
-        return true;
-    case VEK_TRANSFER_RAW12:
-    case VEK_TRANSFER_MONO12:
-        shiftWords(4);
-        return true;
-    case VEK_TRANSFER_RAW14:
-    case VEK_TRANSFER_MONO14:
-        shiftWords(6);
-        return true;
-    case VEK_TRANSFER_RAW16:
-    case VEK_TRANSFER_MONO16:
-        shiftWords(8);
-        return true;
-    case VEK_TRANSFER_RAW10_PACKED:
-    case VEK_TRANSFER_MONO10_PACKED:
-        ImageUnpackAndBitShift(rows, width, height, srcPitch, bytes, dstPitch, outFormat, dst, 10, 8);
-        return true;
-    case VEK_TRANSFER_RAW12_PACKED:
-    case VEK_TRANSFER_MONO12_PACKED:
-        ImageUnpackAndBitShift(rows, width, height, srcPitch, bytes, dstPitch, outFormat, dst, 12, 8);
-        return true;
-    default:
+    const STransferFormat* const format = transferFormat(code);
+    if (format == nullptr || !format->IsRaw()) {
         return false;
     }
+    const auto* const bytes = static_cast<const unsigned char*>(src);
+    switch (format->layout) {
+    case ELayout::Packed:
+        ImageUnpackAndBitShift(rows, width, height, srcPitch, bytes, dstPitch, outFormat, dst, format->depth, 8);
+        break;
+    case ELayout::Words:
+        ImageBitShift(rows, width, height, srcPitch, static_cast<const unsigned short*>(src), dstPitch, outFormat, dst,
+                      format->ShiftToByte());
+        break;
+    default:
+        ImageBitShift(rows, width, height, srcPitch, bytes, dstPitch, outFormat, dst, 0);
+        break;
+    }
+    return true;
 }
 
 void ConvBGRToBGR(unsigned long width, unsigned long height, unsigned long transferFormat, const void* src,

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+// The table of transfer formats against what the public header tells applications, and against the simulated camera's
+// own table, which was made without it.
+#include "VekTrgApi.h"
+#include "formats/TransferFormats.h"
+#include "sim/TransferFormat.h"
+
+#include <gtest/gtest.h>
+
+namespace vek::test {
+
+TEST(TransferFormats, AsThePublicHeaderTells) {
+    for (unsigned long code = 0; code < 40; ++code) {
+        const STransferFormat* const format = transferFormat(code);
+        ASSERT_EQ(format != nullptr, code <= VEK_TRANSFER_MONO16) << code;
+        EXPECT_EQ(VekTransferFormatBits(code), format != nullptr ? format->reportedBits : 0) << code;
+        for (unsigned short sensor = 0; sensor <= 12; ++sensor) {
+            const bool own = format == nullptr || format->colorArray == 0;
+            const unsigned short colorArray = own ? sensor : format->colorArray;
+            EXPECT_EQ(VekTransferColorArray(code, sensor), colorArray) << code << ", " << sensor;
+            // The arrays of other pixels than the sensor's are beyond the table's five, and so is none.
+            int pixelFormat = VEK_PFNC_NONE;
+            if (format != nullptr && sensor >= VEK_COLOR_ARRAY_MONO && sensor <= VEK_COLOR_ARRAY_BGGR) {
+                pixelFormat = format->pixelFormats[sensor - 1U];
+            } else if (format != nullptr && format->content != EContent::Raw) {
+                pixelFormat = format->pixelFormats[0];
+            }
+            EXPECT_EQ(VekTransferPixelFormat(code, colorArray), pixelFormat) << code << ", " << sensor;
+        }
+    }
+    EXPECT_EQ(transferFormat(~0UL), nullptr);
+}
+
+TEST(TransferFormats, AsTheSimulatedCameraHasThem) {
+    for (const STransferFormat& format : kTransferFormats) {
+        EXPECT_EQ(sim::kTransferFormatNames[format.code], format.name);
+        EXPECT_EQ(sim::TransferDepth(format.code), format.depth) << format.name;
+        const sim::ETransferContent content = format.content == EContent::Raw    ? sim::ETransferContent::Raw
+                                              : format.content == EContent::Mono ? sim::ETransferContent::Grey
+                                                                                 : sim::ETransferContent::Color;
+        EXPECT_EQ(sim::TransferContent(format.code), content) << format.name;
+        for (unsigned groups = 1; groups <= 9; ++groups) {
+            EXPECT_EQ(sim::TransferRowBytes(format.code, groups * format.groupPixels), groups * format.groupBytes)
+                << format.name;
+        }
+    }
+}
+
+// Bits in memory, and those that are dropped on the way to bytes, by hand.
+TEST(TransferFormats, BitsInMemory) {
+    EXPECT_EQ(transferFormat(VEK_TRANSFER_RAW8)->MemoryBits(), 8U);
+    EXPECT_EQ(transferFormat(VEK_TRANSFER_RAW10)->MemoryBits(), 16U);
+    EXPECT_EQ(transferFormat(VEK_TRANSFER_RAW10_PACKED)->MemoryBits(), 10U);
+    EXPECT_EQ(transferFormat(VEK_TRANSFER_MONO12_PACKED)->MemoryBits(), 12U);
+    EXPECT_EQ(transferFormat(VEK_TRANSFER_BGR8)->MemoryBits(), 24U);
+    EXPECT_EQ(transferFormat(VEK_TRANSFER_BGR10)->MemoryBits(), 64U);
+    EXPECT_EQ(transferFormat(VEK_TRANSFER_YCRCB411)->MemoryBits(), 12U);
+    EXPECT_EQ(transferFormat(VEK_TRANSFER_YCRCB422_BT709)->MemoryBits(), 16U);
+    EXPECT_EQ(transferFormat(VEK_TRANSFER_YCRCB444)->MemoryBits(), 24U);
+    EXPECT_EQ(transferFormat(VEK_TRANSFER_MONO8)->ShiftToByte(), 0U);
+    EXPECT_EQ(transferFormat(VEK_TRANSFER_RAW12_PACKED)->ShiftToByte(), 4U);
+    EXPECT_EQ(transferFormat(VEK_TRANSFER_MONO16)->ShiftToByte(), 8U);
+}
+
+} // namespace vek::test
