@@ -226,12 +226,14 @@ void* CMultiROIImage::AddImageData(unsigned long frameID, void* roiData, unsigne
     if (pixels && roiData == nullptr) {
         return nullptr;
     }
-    const unsigned long step = roiLinePitch != 0 ? roiLinePitch : rowBytes;
-    const auto* src = static_cast<const unsigned char*>(roiData);
-    unsigned char* dst =
-        buffer + y * mCombiningLinePitch + GetLinePitch(pixelFormat, static_cast<unsigned int>(x), 1, 0);
-    for (unsigned long row = 0; pixels && row < height; ++row) {
-        std::memcpy(dst + row * mCombiningLinePitch, src + row * step, rowBytes);
+    if (pixels) {
+        const unsigned long step = roiLinePitch != 0 ? roiLinePitch : rowBytes;
+        const auto* src = static_cast<const unsigned char*>(roiData);
+        unsigned char* dst =
+            buffer + y * mCombiningLinePitch + GetLinePitch(pixelFormat, static_cast<unsigned int>(x), 1, 0);
+        for (unsigned long row = 0; row < height; ++row) {
+            std::memcpy(dst + row * mCombiningLinePitch, src + row * step, rowBytes);
+        }
     }
     return mReceivedCount >= mROICount ? buffer : nullptr;
 }
