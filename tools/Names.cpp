@@ -132,6 +132,10 @@ std::span<const SName> demosaicMethods() {
     return kMethods;
 }
 
+std::span<const SName> alcModesAndOff() {
+    return kAlcModes;
+}
+
 std::span<const SName> alcModes() {
     return std::span(kAlcModes).subspan<1>();
 }

@@ -20,6 +20,7 @@ std::span<const SName> colorArrays();      ///< enum VekColorArray, all eleven
 std::span<const SName> bayerColorArrays(); ///< the ones a raw frame can have, mono included
 std::span<const SName> demosaicMethods();  ///< enum VekDemosaicMethod
 std::span<const SName> alcModes();         ///< enum VekALCMode without off
+std::span<const SName> alcModesAndOff();
 
 /// Finds a code by its number, decimal or hexadecimal behind 0x, or its name (letter case does not matter); nothing
 /// when there is none.

@@ -11,59 +11,23 @@ namespace {
 
 using enum ESetting;
 
-constexpr std::array<SSettingKey, kSettingCount> kKeys = {{
-    {"ALCMode", AlcMode, 8, false},
-    {"ALCLevel", Level, 16, false},
-    {"AGCMaxGain", Gain, 16, false},
-    {"AGCMinGain", Gain, 16, false},
-    {"AEMaxExposure", Exposure, 64, false},
-    {"AEMinExposure", Exposure, 64, false},
-    {"ShadingCorrectionMode", ShadingMode, 64, false},
-    {"ShadingCorrectionTarget", ShadingTarget, 16, false},
-    {"WBMode", BalanceMode, 8, false},
-    {"WBGainR", BalanceGain, 16, false},
-    {"WBGainGr", BalanceGain, 16, false},
-    {"WBGainGb", BalanceGain, 16, false},
-    {"WBGainB", BalanceGain, 16, false},
-    {"GammaModeY", GammaMode, 8, false},
-    {"GammaY", Gamma, 16, false},
-    {"BrightnessY", Brightness, 16, true},
-    {"ContrastY", Contrast, 16, false},
-    {"GammaModeR", GammaMode, 8, false},
-    {"GammaR", Gamma, 16, false},
-    {"BrightnessR", Brightness, 16, true},
-    {"ContrastR", Contrast, 16, false},
-    {"GammaModeGr", GammaMode, 8, false},
-    {"GammaGr", Gamma, 16, false},
-    {"BrightnessGr", Brightness, 16, true},
-    {"ContrastGr", Contrast, 16, false},
-    {"GammaModeGb", GammaMode, 8, false},
-    {"GammaGb", Gamma, 16, false},
-    {"BrightnessGb", Brightness, 16, true},
-    {"ContrastGb", Contrast, 16, false},
-    {"GammaModeB", GammaMode, 8, false},
-    {"GammaB", Gamma, 16, false},
-    {"BrightnessB", Brightness, 16, true},
-    {"ContrastB", Contrast, 16, false},
-    {"HueSaturationMode", Switch, 8, false},
-    {"Hue", Hue, 16, true},
-    {"Saturation", Saturation, 16, false},
-    {"StartLevelHigh", StartLevel, 16, false},
-    {"SuppressionHigh", Suppression, 16, false},
-    {"StartLevelLow", StartLevel, 16, false},
-    {"SuppressionLow", Suppression, 16, false},
-    {"SharpnessMode", Switch, 8, false},
-    {"SharpnessGain", SharpnessGain, 16, false},
-    {"SharpnessCoring", Coring, 8, false},
-}};
+/// By key, in the order of the file.
+constexpr std::array<ESetting, kSettingCount> kKinds = {
+    AlcMode,     Level,         Gain,        Gain,        Exposure,    Exposure,    ShadingMode, ShadingTarget,
+    BalanceMode, BalanceGain,   BalanceGain, BalanceGain, BalanceGain, GammaMode,   Gamma,       Brightness,
+    Contrast,    GammaMode,     Gamma,       Brightness,  Contrast,    GammaMode,   Gamma,       Brightness,
+    Contrast,    GammaMode,     Gamma,       Brightness,  Contrast,    GammaMode,   Gamma,       Brightness,
+    Contrast,    Switch,        Hue,         Saturation,  StartLevel,  Suppression, StartLevel,  Suppression,
+    Switch,      SharpnessGain, Coring};
 
-constexpr SName kAlcModes[] = {{VEK_ALC_OFF, "off"},
-                               {VEK_ALC_EXPOSURE_AND_GAIN, "both"},
-                               {VEK_ALC_EXPOSURE, "exposure"},
-                               {VEK_ALC_GAIN, "gain"},
-                               {VEK_ALC_EXPOSURE_AND_GAIN_ONCE, "both-once"},
-                               {VEK_ALC_EXPOSURE_ONCE, "exposure-once"},
-                               {VEK_ALC_GAIN_ONCE, "gain-once"}};
+constexpr std::array<SSettingKey, kSettingCount> kKeys = [] {
+    std::array<SSettingKey, kSettingCount> keys{};
+    for (std::size_t i = 0; i < kSettingCount; ++i) {
+        keys[i] = {kSettingKeys[i], kKinds[i]};
+    }
+    return keys;
+}();
+
 constexpr SName kShadingModes[] = {{VEK_SHADING_OFF, "off"},       {VEK_SHADING_CALIBRATE_GAIN, "calibrate-gain"},
                                    {VEK_SHADING_GAIN, "gain"},     {VEK_SHADING_CALIBRATE_OFFSET, "calibrate-offset"},
                                    {VEK_SHADING_OFFSET, "offset"}, {VEK_SHADING_SHOW_MAP, "show-map"}};
@@ -120,21 +84,10 @@ std::optional<std::size_t> findSettingKey(std::string_view name) {
     return found != kKeys.end() ? std::optional(static_cast<std::size_t>(found - kKeys.begin())) : std::nullopt;
 }
 
-long cutToSetting(const SSettingKey& key, long value) {
-    switch (key.bits) {
-    case 8:
-        return static_cast<unsigned char>(value);
-    case 16:
-        return key.isSigned ? static_cast<long>(static_cast<short>(value)) : static_cast<unsigned short>(value);
-    default:
-        return value;
-    }
-}
-
 std::span<const SName> settingNames(ESetting kind) {
     switch (kind) {
     case AlcMode:
-        return kAlcModes;
+        return alcModesAndOff();
     case ShadingMode:
         return kShadingModes;
     case BalanceMode:

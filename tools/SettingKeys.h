@@ -3,6 +3,8 @@
 
 #include "Names.h"
 
+#include "settings/Keys.h"
+
 #include <VekTrgApi.h>
 
 #include <array>
@@ -37,15 +39,11 @@ enum class ESetting {
     Coring
 };
 
-/// A key of the setting file. The library cuts its number to the bits of the setting.
-struct SSettingKey {
-    std::string_view name;
+/// A key of the setting file and what its number means.
+struct SSettingKey : vek::SSettingKey {
     ESetting kind;
-    unsigned bits;
-    bool isSigned;
 };
 
-inline constexpr std::size_t kSettingCount = 43;
 /// By key, in the order of the file. 64-bit settings from 2^63 on are negative, as the file has them.
 using SettingValues = std::array<long, kSettingCount>;
 
@@ -54,9 +52,6 @@ std::span<const SSettingKey, kSettingCount> settingKeys();
 
 /// Index of a key, letter case included; nothing for another text.
 std::optional<std::size_t> findSettingKey(std::string_view name);
-
-/// A number as the library keeps it.
-long cutToSetting(const SSettingKey& key, long value);
 
 /// The names of a mode, none for other settings.
 std::span<const SName> settingNames(ESetting kind);

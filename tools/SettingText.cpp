@@ -126,7 +126,7 @@ SSettingText parsedSettings(std::string_view text) {
                 result.passedOver.push_back({setting->line, std::string(word), setting->written,
                                              fmt::format("line {} has the key again", line)});
             }
-            setting = {cutToSetting(settingKeys()[*key], *number), *number, line};
+            setting = {settingKeys()[*key].Cut(*number), *number, line};
         }
     }
     std::stable_sort(result.passedOver.begin(), result.passedOver.end(),

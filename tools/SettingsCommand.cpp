@@ -98,7 +98,7 @@ std::optional<SChange> parsedChange(std::string_view text, std::string& complain
     using Limits = std::numeric_limits<long>;
     const std::optional<long> number = sim::ReadWhole<long>(value, Limits::min(), Limits::max());
     const bool negativeLong = key.bits == 64 && number && *number < 0;
-    if (!number || negativeLong || cutToSetting(key, *number) != *number) {
+    if (!number || negativeLong || key.Cut(*number) != *number) {
         const unsigned long range = (1UL << (key.bits - 1)) - 1; // of a signed number
         const std::string numbers = key.isSigned     ? fmt::format("{} to {}", -static_cast<long>(range) - 1, range)
                                     : key.bits == 64 ? fmt::format("0 to {}", range)

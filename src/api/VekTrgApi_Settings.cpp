@@ -10,6 +10,7 @@
 #include "imageproc/IShadingCorrection.h"
 #include "imageproc/ISharpness.h"
 #include "imageproc/IWB.h"
+#include "settings/Keys.h"
 
 #include <sys/stat.h>
 
@@ -30,74 +31,9 @@ using u8 = unsigned char;
 using u16 = unsigned short;
 using vek::miStatus;
 
-/// Width of a setting: what its number is cut to when it is read.
-enum class EWidth : u8 { U8, U16, S16, U64 };
-
-struct SKey {
-    std::string_view name;
-    EWidth width;
-};
-/// In the order of the file.
-constexpr SKey kKeys[] = {
-    {"ALCMode", EWidth::U8},
-    {"ALCLevel", EWidth::U16},
-    {"AGCMaxGain", EWidth::U16},
-    {"AGCMinGain", EWidth::U16},
-    {"AEMaxExposure", EWidth::U64},
-    {"AEMinExposure", EWidth::U64},
-    {"ShadingCorrectionMode", EWidth::U64},
-    {"ShadingCorrectionTarget", EWidth::U16},
-    {"WBMode", EWidth::U8},
-    {"WBGainR", EWidth::U16},
-    {"WBGainGr", EWidth::U16},
-    {"WBGainGb", EWidth::U16},
-    {"WBGainB", EWidth::U16},
-    {"GammaModeY", EWidth::U8},
-    {"GammaY", EWidth::U16},
-    {"BrightnessY", EWidth::S16},
-    {"ContrastY", EWidth::U16},
-    {"GammaModeR", EWidth::U8},
-    {"GammaR", EWidth::U16},
-    {"BrightnessR", EWidth::S16},
-    {"ContrastR", EWidth::U16},
-    {"GammaModeGr", EWidth::U8},
-    {"GammaGr", EWidth::U16},
-    {"BrightnessGr", EWidth::S16},
-    {"ContrastGr", EWidth::U16},
-    {"GammaModeGb", EWidth::U8},
-    {"GammaGb", EWidth::U16},
-    {"BrightnessGb", EWidth::S16},
-    {"ContrastGb", EWidth::U16},
-    {"GammaModeB", EWidth::U8},
-    {"GammaB", EWidth::U16},
-    {"BrightnessB", EWidth::S16},
-    {"ContrastB", EWidth::U16},
-    {"HueSaturationMode", EWidth::U8},
-    {"Hue", EWidth::S16},
-    {"Saturation", EWidth::U16},
-    {"StartLevelHigh", EWidth::U16},
-    {"SuppressionHigh", EWidth::U16},
-    {"StartLevelLow", EWidth::U16},
-    {"SuppressionLow", EWidth::U16},
-    {"SharpnessMode", EWidth::U8},
-    {"SharpnessGain", EWidth::U16},
-    {"SharpnessCoring", EWidth::U8},
-};
-constexpr std::size_t kKeyCount = std::size(kKeys);
-using Values = std::array<long, kKeyCount>; ///< by key
-
-long cutTo(EWidth width, long value) {
-    switch (width) {
-    case EWidth::U8:
-        return static_cast<u8>(value);
-    case EWidth::U16:
-        return static_cast<u16>(value);
-    case EWidth::S16:
-        return static_cast<short>(value);
-    default:
-        return value;
-    }
-}
+using vek::kSettingCount;
+using vek::kSettingKeys;
+using Values = std::array<long, kSettingCount>; ///< by key
 
 // ---- groups: keys that one call sets and one call gets ----
 
@@ -280,7 +216,7 @@ constexpr std::size_t groupedKeys() {
     }
     return keys;
 }
-static_assert(groupedKeys() == kKeyCount);
+static_assert(groupedKeys() == kSettingCount);
 
 /// Calls step(group, index of its first key) in order, up to the first negative result; the last result.
 template <class Step>
@@ -323,7 +259,7 @@ const char* readablePath(const char* path) {
 constexpr std::size_t longestText() {
     constexpr std::size_t digits = std::numeric_limits<long>::digits10 + 1;
     std::size_t size = 1;
-    for (const SKey& key : kKeys) {
+    for (const vek::SSettingKey& key : kSettingKeys) {
         size += key.name.size() + sizeof(" -\n") - 1 + digits;
     }
     return size;
@@ -381,9 +317,9 @@ void mvReadValues(std::FILE* file, Values& values) {
         if (std::fscanf(file, "%ld", &value) != 1 || continued) {
             continue;
         }
-        for (std::size_t i = 0; i < kKeyCount; ++i) {
-            if (std::string_view(key, length) == kKeys[i].name) {
-                values[i] = cutTo(kKeys[i].width, value);
+        for (std::size_t i = 0; i < kSettingCount; ++i) {
+            if (std::string_view(key, length) == kSettingKeys[i].name) {
+                values[i] = kSettingKeys[i].Cut(value);
             }
         }
     }
@@ -402,7 +338,7 @@ int VekCam_WriteSettingFile(VekCam_Handle handle, const char* path) {
             Values values{};
             const int result = group.get(camera, values.data() + first);
             for (std::size_t i = first; result >= 0 && i < first + group.keys; ++i) {
-                text.AddLine(kKeys[i].name, values[i]);
+                text.AddLine(kSettingKeys[i].name, values[i]);
             }
             return result;
         });

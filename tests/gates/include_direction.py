@@ -1,21 +1,23 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Includes point one way: api -> device, control, imageproc -> formats, common.
+"""Includes point one way: api -> device, control, imageproc -> formats, common; api -> settings.
 
 A module of imageproc includes no other module, and the row kernels include only themselves, <cstddef>, <cstdint>
 and the compiler's vector headers. Of the library the simulated camera sees the public header and what driver and
-clients agree on, the tool the public header and the table of formats. Usage: include_direction.py SOURCE_ROOT
+clients agree on, the tool the public header and the tables of formats and of setting keys.
+Usage: include_direction.py SOURCE_ROOT
 """
 import pathlib
 import re
 import sys
 
 ALLOWED = {
-    "api": {"api", "device", "control", "imageproc", "formats", "common"},
+    "api": {"api", "settings", "device", "control", "imageproc", "formats", "common"},
     "device": {"device", "common"},
     "control": {"control", "common"},
     "imageproc": {"imageproc", "formats", "common"},
     "formats": {"formats"},
+    "settings": {"settings"},
     "common": {"common"},
 }
 # Headers of imageproc that several modules may share: constant tables, interfaces, the row kernels.
@@ -24,7 +26,7 @@ ROW_SYSTEM_HEADERS = {"cstddef", "cstdint", "arm_neon.h", "immintrin.h"}
 # What stands beside the library, and what it may include by path.
 BESIDE = {
     "sim": re.compile(r"sim/.*|VekTrgApi\.h|device/DriverAbi\.h"),
-    "tools": re.compile(r"[^/]*|sim/.*|formats/.*|VekTrgApi\.h"),
+    "tools": re.compile(r"[^/]*|sim/.*|formats/.*|settings/.*|VekTrgApi\.h"),
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')
 
