@@ -3,15 +3,11 @@
 
 #include "VekTrgApi.h"
 #include "api/VekTrgCamera.h"
+#include "common/Status.h"
 
 #include <new>
 
 namespace vek {
-
-/// A module's status as an export's result.
-constexpr int miStatus(unsigned long status) {
-    return static_cast<int>(static_cast<long>(status));
-}
 
 // An image of bytes or of words, as an export's depth argument tells.
 inline unsigned char* bytes(void* image) {

@@ -349,7 +349,7 @@ bool CVekTrgCamera::GetDigitalGainSettingValueFromGainTimes(float times, unsigne
 }
 
 bool CVekTrgCamera::SetALCMode(unsigned char mode) {
-    mpLuminanceCtrl->SetMode(mode & 0x0F);
+    mpLuminanceCtrl->SetMode(mode & vek::kALCModeBits);
     return true;
 }
 

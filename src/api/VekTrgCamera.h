@@ -107,6 +107,7 @@ public:
     vek::IShadingCorrection& ShadingCorrection() const { return *mpShadingCorrection; }
     vek::IChromaSuppress& ChromaSuppress() const { return *mpChromaSuppress; }
     vek::IFlip& Flip() const { return *mpFlip; }
+    vek::CLuminanceCtrl& LuminanceCtrl() const { return *mpLuminanceCtrl; }
 
 private:
     /// Fills in what the model's exposure unit uses, the rest stays; false when a row length cannot be computed.

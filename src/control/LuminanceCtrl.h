@@ -5,6 +5,9 @@
 
 namespace vek {
 
+/// Bits of a mode that a camera keeps.
+inline constexpr unsigned char kALCModeBits = 0x0F;
+
 /// Automatic luminance control: turns the level that the application measured into the next exposure and gain, with a
 /// dead band around the target and a wider one while it is at rest. Brightening takes exposure before gain, darkening
 /// gain before exposure: noise stays lowest. Gains are the camera's setting values, exposures its exposure clocks; a

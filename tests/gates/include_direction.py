@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Includes point one way: api -> device, control, imageproc -> formats, common; api -> settings.
+"""Includes point one way: api -> settings -> device, control, imageproc -> formats, common.
 
-A module of imageproc includes no other module, and the row kernels include only themselves, <cstddef>, <cstdint>
+A module of imageproc includes no other module, settings their interfaces alone, and the row kernels include only themselves, <cstddef>, <cstdint>
 and the compiler's vector headers. Of the library the simulated camera sees the public header and what driver and
 clients agree on, the tool the public header and the tables of formats and of setting keys.
 Usage: include_direction.py SOURCE_ROOT
@@ -17,7 +17,7 @@ ALLOWED = {
     "control": {"control", "common"},
     "imageproc": {"imageproc", "formats", "common"},
     "formats": {"formats"},
-    "settings": {"settings"},
+    "settings": {"settings", "control", "imageproc", "common"},
     "common": {"common"},
 }
 # Headers of imageproc that several modules may share: constant tables, interfaces, the row kernels.
@@ -74,6 +74,8 @@ def violations(root):
                 yield f"{where}: {layer} includes {target}"
             elif in_rows and not target.startswith("imageproc/rows/"):
                 yield f"{where}: the row kernels include {target}"
+            elif layer == "settings" and re.match(r"imageproc/(?!I[A-Z])", target):
+                yield f"{where}: settings include {target}"
             elif layer == "imageproc" and target.startswith("imageproc/") and not SHARED.fullmatch(target):
                 if module_of(pathlib.Path(target)) != module_of(path):
                     yield f"{where}: module {module_of(path)} includes {target}"
