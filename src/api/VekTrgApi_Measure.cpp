@@ -29,22 +29,6 @@ vek::SCellSums mSumRegion(const vek::STransferFormat& format, const void* src, u
     }
 }
 
-/// The brightest pixels at or above threshold.
-void mvCollect(vek::CPixelList& list, unsigned long width, unsigned long height, const unsigned char* image,
-               int threshold) {
-    if (width == 0) {
-        return;
-    }
-    for (unsigned long y = 0; y < height; ++y) {
-        const unsigned char* const row = image + y * width;
-        for (unsigned long x = 0; x < width; ++x) {
-            if (row[x] >= threshold && (!list.IsFull() || list.GetMinValue() < row[x])) {
-                list.Add(x, y, row[x]);
-            }
-        }
-    }
-}
-
 } // namespace
 
 int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long width, unsigned long height, unsigned long pitch,
@@ -76,7 +60,7 @@ int VekCam_DetectDefectPixel(VekCam_Handle handle, unsigned long width, unsigned
             return VEK_EINVAL;
         }
         vek::CPixelList list(slots);
-        mvCollect(list, width, height, image, threshold);
+        list.AddBrightest(width, height, image, threshold);
         for (unsigned short slot = 0; slot < slots; ++slot) {
             unsigned short x = kUnusedSlot;
             unsigned short y = kUnusedSlot;

@@ -31,4 +31,18 @@ void CPixelList::Add(unsigned long x, unsigned long y, unsigned short value) {
                 })->value;
 }
 
+void CPixelList::AddBrightest(unsigned long width, unsigned long height, const unsigned char* image, int threshold) {
+    if (width == 0) {
+        return; // height may be endless
+    }
+    for (unsigned long y = 0; y < height; ++y) {
+        const unsigned char* const row = image + y * width;
+        for (unsigned long x = 0; x < width; ++x) {
+            if (row[x] >= threshold && (!IsFull() || mMinValue < row[x])) {
+                Add(x, y, row[x]);
+            }
+        }
+    }
+}
+
 } // namespace vek

@@ -22,6 +22,9 @@ public:
     /// entry that holds the smallest; the entries behind that one move up.
     void Add(unsigned long x, unsigned long y, unsigned short value);
 
+    /// Adds the pixels of threshold and above, row by row. image: bytes, rows without padding; not read without pixels.
+    void AddBrightest(unsigned long width, unsigned long height, const unsigned char* image, int threshold);
+
     int GetCount() const { return mCount; }
     bool IsFull() const { return mCount >= mCapacity; }
     /// Smallest value in the list; 65535 in an empty one.
