@@ -2,8 +2,8 @@
 // Luminance control against a plain model over long random sequences.
 #include "control/LuminanceCtrl.h"
 #include "control/LuminanceModel.h"
-#include "support/Random.h"
 #include "control/ScriptedCamera.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 

@@ -2,9 +2,9 @@
 // The setting file through the exported functions, byte for byte: random settings in both directions against the
 // model, files in any order and with any numbers, files that are broken, and files that cannot be opened.
 #include "VekTrgApi.h"
-#include "support/Random.h"
 #include "settings/SettingFileModel.h"
 #include "settings/SettingFiles.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Cell sums of a region on every instruction set that this machine has.
 #include "imageproc/AveragePixel.h"
-#include "imageproc/rows/RowDispatch.h"
 #include "imageproc/AveragePixel/AverageModel.h"
+#include "imageproc/rows/RowDispatch.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>

@@ -2,8 +2,8 @@
 // Chroma suppression against its model: formats, sizes, line lengths, settings; what is refused and what is kept.
 #include "api/VekImageProcLib.h"
 #include "imageproc/ChromaSuppress.h"
-#include "imageproc/rows/RowDispatch.h"
 #include "imageproc/ChromaSuppress/ChromaSuppressModel.h"
+#include "imageproc/rows/RowDispatch.h"
 #include "support/InPlaceCheck.h"
 
 #include <gtest/gtest.h>

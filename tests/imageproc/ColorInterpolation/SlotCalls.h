@@ -2,8 +2,8 @@
 #pragma once
 
 #include "api/VekImageProcLib.h"
-#include "imageproc/IColorInterpolation.h"
 #include "imageproc/ColorInterpolation/DemosaicModel.h"
+#include "imageproc/IColorInterpolation.h"
 
 #include <cstdint>
 

@@ -2,8 +2,8 @@
 // The fourth sample of a pixel is never written, not even with the value it holds: it may belong to another thread
 // or lie on a page that the library must not write.
 #include "imageproc/ColorInterpolation.h"
-#include "imageproc/rows/RowDispatch.h"
 #include "imageproc/ColorInterpolation/SlotCalls.h"
+#include "imageproc/rows/RowDispatch.h"
 #include "support/GuardedBuffer.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Bicubic and the two methods that work on 2 x 2 blocks against the model: sizes, phases, pitches, protected pages.
 #include "imageproc/ColorInterpolation.h"
-#include "imageproc/rows/RowDispatch.h"
-#include "imageproc/ColorInterpolation/SlotCalls.h"
 #include "imageproc/ColorInterpolation/DemosaicCheck.h"
+#include "imageproc/ColorInterpolation/SlotCalls.h"
+#include "imageproc/rows/RowDispatch.h"
 
 namespace vek::test {
 

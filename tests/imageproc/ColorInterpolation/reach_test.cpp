@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the module does not touch: rows of no length, null buffers, padding, fourth samples.
-#include "imageproc/ColorInterpolation/SlotCalls.h"
 #include "imageproc/ColorInterpolation/DemosaicCheck.h"
+#include "imageproc/ColorInterpolation/SlotCalls.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/asan_interface.h>

@@ -2,9 +2,9 @@
 // The module's four operations against the model: sizes, phases, pitches, placement at protected pages. Grey copies
 // and the methods that work within rows and cells; the others have files of their own.
 #include "imageproc/ColorInterpolation.h"
-#include "imageproc/rows/RowDispatch.h"
-#include "imageproc/ColorInterpolation/SlotCalls.h"
 #include "imageproc/ColorInterpolation/DemosaicCheck.h"
+#include "imageproc/ColorInterpolation/SlotCalls.h"
+#include "imageproc/rows/RowDispatch.h"
 
 namespace vek::test {
 

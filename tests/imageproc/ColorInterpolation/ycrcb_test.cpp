@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Decoding of the six YCrCb layouts against the model, to colour and to grey, through both sample widths.
 #include "imageproc/ColorInterpolation.h"
-#include "imageproc/rows/RowDispatch.h"
-#include "imageproc/ColorInterpolation/SlotCalls.h"
 #include "imageproc/ColorInterpolation/DemosaicCheck.h"
+#include "imageproc/ColorInterpolation/SlotCalls.h"
+#include "imageproc/rows/RowDispatch.h"
 
 #include <initializer_list>
 

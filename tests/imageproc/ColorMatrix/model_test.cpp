@@ -2,8 +2,8 @@
 // Colour matrix, hue and saturation against the model: settings, formats, depths, sizes; what is refused and kept.
 #include "api/VekImageProcLib.h"
 #include "imageproc/ColorMatrix.h"
-#include "imageproc/rows/RowDispatch.h"
 #include "imageproc/ColorMatrix/ColorMatrixModel.h"
+#include "imageproc/rows/RowDispatch.h"
 #include "support/InPlaceCheck.h"
 
 #include <gtest/gtest.h>

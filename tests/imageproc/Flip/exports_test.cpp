@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // VekCam_MirrorRotation: raw bytes in place, every failure of the module as 1.
 #include "VekTrgApi.h"
-#include "support/FailingAllocations.h"
 #include "imageproc/Flip/FlipModel.h"
+#include "support/FailingAllocations.h"
 #include "support/GuardedBuffer.h"
 #include "support/Random.h"
 

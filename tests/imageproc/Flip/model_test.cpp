@@ -2,9 +2,9 @@
 // Mirror and rotation against the model: every pair of codes, sizes, samples a pixel, in place and into another buffer.
 #include "api/VekImageProcLib.h"
 #include "imageproc/Flip.h"
+#include "imageproc/Flip/FlipModel.h"
 #include "imageproc/rows/RowDispatch.h"
 #include "support/FailingAllocations.h"
-#include "imageproc/Flip/FlipModel.h"
 #include "support/GuardedBuffer.h"
 #include "support/InPlaceCheck.h"
 #include "support/Random.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Conversion of frames to bytes against its model, with the row kernels of every instruction set.
 #include "imageproc/FormatConversion.h"
-#include "imageproc/rows/RowDispatch.h"
 #include "imageproc/FormatConversion/FormatConversionCheck.h"
+#include "imageproc/rows/RowDispatch.h"
 
 #include <initializer_list>
 #include <string>

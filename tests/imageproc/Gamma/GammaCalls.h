@@ -2,8 +2,8 @@
 #pragma once
 
 #include "api/VekImageProcLib.h"
-#include "imageproc/IGamma.h"
 #include "imageproc/Gamma/GammaModel.h"
+#include "imageproc/IGamma.h"
 
 #include <cstdint>
 

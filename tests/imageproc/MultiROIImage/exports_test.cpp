@@ -2,10 +2,10 @@
 // Decoding of multi-ROI frames through the exported function, on a scripted driver: refusals in their order, outputs
 // that are left out or left alone, and random layouts and formats against the model.
 #include "VekTrgApi.h"
+#include "imageproc/MultiROIImage/MultiROIModel.h"
 #include "support/FailingAllocations.h"
 #include "support/FakeDriver.h"
 #include "support/GuardedBuffer.h"
-#include "imageproc/MultiROIImage/MultiROIModel.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>

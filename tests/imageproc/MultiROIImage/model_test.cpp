@@ -2,9 +2,9 @@
 // Multi-ROI assembly against the plain model: the bookkeeping of one axis, and whole layouts, frames and blocks.
 #include "imageproc/MultiROIImage.h"
 #include "imageproc/MultiROIImage/MultiROICalls.h"
+#include "imageproc/MultiROIImage/MultiROIModel.h"
 #include "support/FailingAllocations.h"
 #include "support/GuardedBuffer.h"
-#include "imageproc/MultiROIImage/MultiROIModel.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>

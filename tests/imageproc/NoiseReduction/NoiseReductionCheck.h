@@ -2,8 +2,8 @@
 #pragma once
 
 #include "common/Status.h"
-#include "support/ImageArena.h"
 #include "imageproc/NoiseReduction/NoiseReductionModel.h"
+#include "support/ImageArena.h"
 
 #include <gtest/gtest.h>
 

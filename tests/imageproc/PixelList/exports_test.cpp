@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Defect pixel detection: what the driver is told for which image.
 #include "VekTrgApi.h"
+#include "imageproc/PixelList/PixelListModel.h"
 #include "support/CameraValues.h"
 #include "support/GuardedBuffer.h"
-#include "imageproc/PixelList/PixelListModel.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>

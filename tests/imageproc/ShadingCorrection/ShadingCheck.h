@@ -2,8 +2,8 @@
 #pragma once
 
 #include "common/Status.h"
-#include "support/ImageArena.h"
 #include "imageproc/ShadingCorrection/ShadingModel.h"
+#include "support/ImageArena.h"
 
 #include <gtest/gtest.h>
 

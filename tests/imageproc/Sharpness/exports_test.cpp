@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sharpness through the public header: settings, refusals in their order, and agreement with the model.
 #include "VekTrgApi.h"
+#include "imageproc/Sharpness/SharpnessModel.h"
 #include "support/FailingAllocations.h"
 #include "support/InPlaceCheck.h"
-#include "imageproc/Sharpness/SharpnessModel.h"
 
 #include <gtest/gtest.h>
 

@@ -2,10 +2,10 @@
 // Sharpness against its model: formats, depths, sizes, line lengths, settings; what is refused and what is kept.
 #include "api/VekImageProcLib.h"
 #include "imageproc/Sharpness.h"
+#include "imageproc/Sharpness/SharpnessModel.h"
 #include "imageproc/rows/RowDispatch.h"
 #include "support/FailingAllocations.h"
 #include "support/InPlaceCheck.h"
-#include "imageproc/Sharpness/SharpnessModel.h"
 
 #include <gtest/gtest.h>
 
