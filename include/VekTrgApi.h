@@ -13,8 +13,8 @@
  * Conventions that hold for every function:
  *  - A handle belongs to one camera and is used by one thread at a time. Different handles share nothing.
  *  - Every call runs to its end on the caller's thread. No pointer to an image is kept; what is kept of its samples is
- *    the dark frame of VEK_NOISE_STORE_DARK, the mean of shading calibration frames and the combining image of
- *    VekCam_DecodingCombinedMultiROI.
+ *    the dark frame of VEK_NOISE_STORE_DARK, the mean of shading calibration frames, the combining image of
+ *    VekCam_DecodingCombinedMultiROI and, as working memory, the image that VekCam_MirrorRotation turned last.
  *  - A null handle gives VEK_EINVAL at once, nothing else is touched. VekCam_GetlibVersion alone takes any handle.
  *  - Samples: 8-bit data are bytes; deeper data are 16-bit little-endian words with the value in the low bits.
  *  - Colour output is interleaved blue, green, red; a fourth sample of a pixel is never written.
@@ -418,10 +418,11 @@ VEK_API int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long wi
 /*
  * Unit conversions. The camera counts gain as setting values, exposure in exposure clocks (rows, lines, microseconds or
  * sensor clocks, by model) and vertical blanking in lines; docs/units.md has the formulas. Clock, line length and
- * image size are asked of the driver on each call. Where the driver reports a clock or line length of 0, times in
- * seconds come out infinite or not a number; counts become the largest number of their type where they would be
- * infinite, and 0 where they would be negative or not a number, before the stated limits apply. A null output gives
- * VEK_EINVAL.
+ * image size are asked of the driver on each call. Where the driver reports a clock of 0, times in
+ * seconds come out infinite or not a number on cameras that need it; with a line length of 0, those of cameras that
+ * count lines are 0, a constant part alone, or not a number. Counts become the largest number of their type where they
+ * would be infinite, and 0 where they would be negative or not a number, before the stated limits apply. A null output
+ * gives VEK_EINVAL.
  */
 
 /**
@@ -453,8 +454,8 @@ VEK_API int VekCam_GetDigitalGainSettingValueFromGainTimes(VekCam_Handle handle,
 /**
  * Exposure clocks for an exposure time.
  *  seconds: 0 and more.
- *  clock: receives 1 .. the camera's maximum, by model rounded or with the fraction cut off. At a maximum of 0: 0 for a
- *      time that comes to a clock or more, 1 for a shorter one.
+ *  clock: receives 1 .. the camera's maximum, by model rounded or with the fraction cut off. At a maximum of 0: 1 for a
+ *      time that comes to less than a clock, else 0, which it always is on cameras whose shortest time is a clock.
  * Returns 1; 0 when the row length cannot be computed (clock is left alone); VEK_EINVAL for a null handle.
  */
 VEK_API int VekCam_GetExposureClockFromTime(VekCam_Handle handle, float seconds, unsigned long *clock);
@@ -508,9 +509,11 @@ VEK_API int VekCam_GetAEMinExposureClock(VekCam_Handle handle, unsigned long *cl
 
 /**
  * One step of automatic luminance control. At rest it acts on levels more than 10 off the target, and then until the
- * level is within 5. A step at most doubles exposure or gain, towards darker it is not limited, and it writes both to
- * the camera: an exposure of 0, as above, where it comes to the longest that keeps the frame rate. Settings outside
- * their limits are first brought back, at once; such a step does nothing else. Exposure and gain are read from the
+ * level is within 5. A step at most doubles exposure, and gain as nearly as the camera's curve lets it be set; towards
+ * darker it is not limited. It writes both to the camera: an exposure of 0, as above, where it comes to the longest that
+ * keeps the frame rate. Settings outside their limits are first brought back, at once; such a step does nothing else.
+ * Where both are moved, a gain above its minimum counts as outside while the exposure is not at its maximum, whatever
+ * the level is. Exposure and gain are read from the
  * camera when the handle is opened; from then on the control goes by what it wrote itself, and what the application
  * sets in between is overwritten.
  *  average: level of the last frame.
@@ -545,8 +548,10 @@ VEK_API int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long widt
                                         unsigned long h, float *average);
 
 /**
- * Finds the brightest pixels of a dark frame, of equal ones the first, and programs the camera's defect correction with
- * them, one slot each in the order in which they were found; the remaining slots are marked unused.
+ * Finds the brightest pixels of a dark frame and programs the camera's defect correction with them, one slot each in
+ * the order in which they were found; the remaining slots are marked unused. Once there is one for each slot, a brighter
+ * pixel takes the place of the first of the darkest, and one as bright as the darkest is not taken. Coordinates count
+ * modulo 65536.
  *  width, height: pixels; image: bytes, rows without padding, not read when the camera has no slots.
  *  threshold: pixels of this value and above are candidates.
  * Returns 0, also when the camera has no slots or refuses one (the rest are left alone); VEK_EINVAL for a null handle,
@@ -602,7 +607,8 @@ VEK_API int VekCam_GetWhiteBalanceMaxGain(VekCam_Handle handle, unsigned short *
  *      entry, each colour 256 bytes behind the one before, and on into the tables for words: at 10 and 12 bits the
  *      result is not sample x gain / 128.
  * In VEK_WB_AUTO and VEK_WB_ONCE the gains of red and blue are worked out first, from all pixels, so that their means
- * equal that of the greens with saturation taken into account.
+ * equal that of the greens; what saturation takes away is made up for up to a gain of 640. A colour that is all 0 gets
+ * 128.
  * Returns 0; VEK_EINVAL for a null handle, another depth, or another colour array (gains and mode then stay as they
  * were). Where the mode is VEK_WB_OFF, or VEK_WB_MANUAL with all gains at 128, every colour array gives 0.
  */
@@ -732,7 +738,7 @@ VEK_API int VekCam_GetHueSaturationMode(VekCam_Handle handle, unsigned char *mod
 /**
  * Applies colour matrix, hue and saturation to a colour image, then chroma suppression. With matrix and hue/saturation
  * both off the first step changes nothing; otherwise every sample counts as one more than it is, so that even the
- * identity raises each sample by 1.
+ * identity raises each sample by 1, and samples above 4095 count as 4095 at every depth.
  *  pixelFormat: enum VekDestinationFormat: BGR24 and BGRX32 up to 8 bits, BGR48 and BGRX64 from 8 to 16 (at 8 the first
  *      step takes the image for bytes, the second refuses it). Grey formats change nothing; MONO8 above 8 bits, and the
  *      others up to 8, give VEK_EINVAL all the same.
@@ -816,8 +822,9 @@ VEK_API int VekCam_GetShadingCorrectionTarget(VekCam_Handle handle, unsigned sho
  *  bitsPerPixel: depth; above 8 the image is words, else bytes. Its low 16 bits count. Results are at most 2^bits - 1;
  *      above 16 bits they count modulo 65536.
  * Calibration keeps the mean of frames only while linePitch is 4 x width; with any other pitch each frame replaces the
- * one before it. Its first frame drops the map that was there. Gains are in 1/128, 16 at most, fractions cut off. The
- * first frame after it makes the map, of gains in VEK_SHADING_GAIN and of offsets in VEK_SHADING_OFFSET: the other mode
+ * one before it. Its first frame drops the map that was there. Gains are target / mean in 1/128, fractions cut off, and 16
+ * where the mean is target / 16, cut to a whole number, or less; means with a fraction may give a little more. The first
+ * frame after it makes the map, of gains in VEK_SHADING_GAIN and of offsets in VEK_SHADING_OFFSET: the other mode
  * then works with the same numbers, so calibrate anew to change over. In VEK_SHADING_SHOW_MAP that frame uses the
  * calibration up and leaves a map of 0, with which VEK_SHADING_GAIN makes frames black. Negative entries show as
  * 2^bits - 1.
@@ -850,8 +857,8 @@ VEK_API int VekCam_ShadingCorrection(VekCam_Handle handle, unsigned long width, 
  *      Cameras with 8 region slots transfer the regions one after the other: null where one of them, up to the wanted
  *      one, ends beyond the frame size that the driver reports. All other cameras combine the regions themselves: the
  *      place in their frame is not compared with any size. Null, too, where memory for the combining image runs out,
- *      for a null frame, and, of blocks that have to be put together, until the handle has met as many blocks as there
- *      are regions, counted over all calls. A null outImage: nothing is done, but for a camera with a single region.
+ *      for a null frame (that of a combining image with a pitch of 0 is not noticed), and, of blocks that have to be
+ *      put together, until the handle has met as many blocks as there are regions, counted over all calls. A null outImage: nothing is done, but for a camera with a single region.
  *  outWidth, outHeight, outLinePitch: receive pixels, rows, and bytes from row to row. Each may be null. For a single
  *      region out of several only the low 32 bits are written, and nothing where it ends beyond the frame size: clear
  *      them first.
@@ -881,7 +888,8 @@ VEK_API int VekCam_WriteSettingFile(VekCam_Handle handle, const char *path);
  *  path: a regular file, which has to be writable, too; anything else, null included, counts as one that cannot be
  *      opened. The first 1048576 bytes are read. Unknown keys are ignored, the last one of equal keys counts, settings
  *      whose key is missing stay as they are. Numbers are cut to the width of their setting. Tone curves keep their
- *      depth, and, in VEK_GAMMA_TABLE, their table. A shading calibration that is running starts anew.
+ *      depth, and, in VEK_GAMMA_TABLE, their table. A shading calibration starts anew where its mode is a calibrating
+ *      one afterwards; the camera's colour array is not asked, as VekCam_SetShadingCorrectionMode does.
  * Returns 0; VEK_EINVAL for a null handle, where the file cannot be read (nothing is applied), for a setting that is
  * refused (the ones before it are applied, the ones after it are not), and, after "file open error!!" on standard
  * output, where the file cannot be opened; VEK_ENOMEM when memory runs out (nothing is applied).

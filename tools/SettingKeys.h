@@ -41,7 +41,7 @@ enum class ESetting {
 
 /// A key of the setting file and what its number means.
 struct SSettingKey : vek::SSettingKey {
-    ESetting kind;
+    ESetting kind = ESetting::AlcMode;
 };
 
 /// By key, in the order of the file. 64-bit settings from 2^63 on are negative, as the file has them.
