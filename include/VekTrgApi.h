@@ -510,12 +510,11 @@ VEK_API int VekCam_GetAEMinExposureClock(VekCam_Handle handle, unsigned long *cl
 /**
  * One step of automatic luminance control. At rest it acts on levels more than 10 off the target, and then until the
  * level is within 5. A step at most doubles exposure, and gain as nearly as the camera's curve lets it be set; towards
- * darker it is not limited. It writes both to the camera: an exposure of 0, as above, where it comes to the longest that
- * keeps the frame rate. Settings outside their limits are first brought back, at once; such a step does nothing else.
- * Where both are moved, a gain above its minimum counts as outside while the exposure is not at its maximum, whatever
- * the level is. Exposure and gain are read from the
- * camera when the handle is opened; from then on the control goes by what it wrote itself, and what the application
- * sets in between is overwritten.
+ * darker it is not limited. It writes both to the camera: an exposure of 0, as above, where it comes to the longest
+ * that keeps the frame rate. Settings outside their limits are first brought back, at once; such a step does nothing
+ * else. Where both are moved, a gain above its minimum counts as outside while the exposure is not at its maximum,
+ * whatever the level is. Exposure and gain are read from the camera when the handle is opened; from then on the control
+ * goes by what it wrote itself, and what the application sets in between is overwritten.
  *  average: level of the last frame.
  *  flags: receives bits of enum VekALCChange; 0 when nothing changed, because the level is reached or the limits are. A
  *      one-shot mode then ends.
@@ -549,9 +548,9 @@ VEK_API int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long widt
 
 /**
  * Finds the brightest pixels of a dark frame and programs the camera's defect correction with them, one slot each in
- * the order in which they were found; the remaining slots are marked unused. Once there is one for each slot, a brighter
- * pixel takes the place of the first of the darkest, and one as bright as the darkest is not taken. Coordinates count
- * modulo 65536.
+ * the order in which they were found; the remaining slots are marked unused. Once there is one for each slot, a
+ * brighter pixel takes the place of the first of the darkest, and one as bright as the darkest is not taken.
+ * Coordinates count modulo 65536.
  *  width, height: pixels; image: bytes, rows without padding, not read when the camera has no slots.
  *  threshold: pixels of this value and above are candidates.
  * Returns 0, also when the camera has no slots or refuses one (the rest are left alone); VEK_EINVAL for a null handle,
@@ -822,12 +821,12 @@ VEK_API int VekCam_GetShadingCorrectionTarget(VekCam_Handle handle, unsigned sho
  *  bitsPerPixel: depth; above 8 the image is words, else bytes. Its low 16 bits count. Results are at most 2^bits - 1;
  *      above 16 bits they count modulo 65536.
  * Calibration keeps the mean of frames only while linePitch is 4 x width; with any other pitch each frame replaces the
- * one before it. Its first frame drops the map that was there. Gains are target / mean in 1/128, fractions cut off, and 16
- * where the mean is target / 16, cut to a whole number, or less; means with a fraction may give a little more. The first
- * frame after it makes the map, of gains in VEK_SHADING_GAIN and of offsets in VEK_SHADING_OFFSET: the other mode
+ * one before it. Its first frame drops the map that was there. Gains are target / mean in 1/128, fractions cut off, and
+ * 16 where the mean is target / 16, cut to a whole number, or less; means with a fraction may give a little more. The
+ * first frame after it makes the map, of gains in VEK_SHADING_GAIN and of offsets in VEK_SHADING_OFFSET: the other mode
  * then works with the same numbers, so calibrate anew to change over. In VEK_SHADING_SHOW_MAP that frame uses the
- * calibration up and leaves a map of 0, with which VEK_SHADING_GAIN makes frames black. Negative entries show as
- * 2^bits - 1.
+ * calibration up and leaves a map of 0, with which VEK_SHADING_GAIN makes frames black. Negative entries show as the
+ * largest value.
  * Returns 0; VEK_EINVAL for a null handle, or a null image that would be touched; 1 when memory for the mean of a
  * calibration runs out. There is no map then, as there is none, with a result of 0, when memory for the map runs out:
  * frames pass unchanged until a calibration succeeds.
@@ -858,7 +857,8 @@ VEK_API int VekCam_ShadingCorrection(VekCam_Handle handle, unsigned long width, 
  *      one, ends beyond the frame size that the driver reports. All other cameras combine the regions themselves: the
  *      place in their frame is not compared with any size. Null, too, where memory for the combining image runs out,
  *      for a null frame (that of a combining image with a pitch of 0 is not noticed), and, of blocks that have to be
- *      put together, until the handle has met as many blocks as there are regions, counted over all calls. A null outImage: nothing is done, but for a camera with a single region.
+ *      put together, until the handle has met as many blocks as there are regions, counted over all calls. A null
+ *      outImage: nothing is done, but for a camera with a single region.
  *  outWidth, outHeight, outLinePitch: receive pixels, rows, and bytes from row to row. Each may be null. For a single
  *      region out of several only the low 32 bits are written, and nothing where it ends beyond the frame size: clear
  *      them first.
