@@ -20,20 +20,23 @@ constexpr unsigned long roundUpTo4(unsigned long bytes) {
     return (bytes + 3) & ~3UL;
 }
 
-/// An image that is worked on in place. Rows stand lineBytes bytes apart.
+/// An image in somebody else's memory, of which some rows may be missing: rows count from the top of the image, and
+/// data is the first one that is there. Modules work on images in this form.
 template <class T>
 struct SImage {
-    unsigned long width;
-    unsigned long height;
-    unsigned long lineBytes;
+    unsigned long width;  ///< pixels
+    unsigned long height; ///< rows of the whole image
+    unsigned long pitch;  ///< bytes from row to row
     T* data;
+    unsigned long top = 0; ///< row that data is
 
-    T* row(unsigned long y) const { return rowAt(data, y, lineBytes); }
+    T* row(unsigned long y) const { return rowAt(data, y - top, pitch); }
+    bool hasPixels() const { return width != 0 && height != 0; }
 
     /// Calls body(row, y) for every row. kInvalid, and no call, for a null image of some pixels.
     template <class Body>
     unsigned long forRows(Body body) const {
-        if (width == 0 || height == 0) {
+        if (!hasPixels()) {
             return kOk;
         }
         if (data == nullptr) {
@@ -46,10 +49,10 @@ struct SImage {
     }
 };
 
-/// lineBytes, or, where that is 0, the bytes of a row's samples rounded up to a multiple of 4.
+/// pitch, or, where that is 0, the bytes of a row's samples rounded up to a multiple of 4.
 template <class T>
-constexpr unsigned long lineBytesOr(unsigned long lineBytes, unsigned long samples) {
-    return lineBytes != 0 ? lineBytes : roundUpTo4(samples * sizeof(T));
+constexpr unsigned long pitchOr(unsigned long pitch, unsigned long samples) {
+    return pitch != 0 ? pitch : roundUpTo4(samples * sizeof(T));
 }
 
 } // namespace vek

@@ -35,7 +35,7 @@ unsigned long CChromaSuppress::Process(unsigned long width, unsigned long height
     if (lowOff && highOff) {
         return kOk;
     }
-    lineBytes = lineBytesOr<T>(lineBytes, samplesPerPixel * width);
+    lineBytes = pitchOr<T>(lineBytes, samplesPerPixel * width);
     const auto suppressChroma = rows::colourRows<T>(mRows).suppressChroma;
     return SImage<T>{width, height, lineBytes, image}.forRows(
         [&](T* row, unsigned long) { suppressChroma(row, width, samplesPerPixel, kLumaTables, mLimits); });

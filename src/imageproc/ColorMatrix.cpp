@@ -171,7 +171,7 @@ unsigned long CColorMatrix::Process(unsigned long width, unsigned long height, u
     if (samples == 0) {
         return kInvalid;
     }
-    lineBytes = lineBytesOr<T>(lineBytes, samples * width);
+    lineBytes = pitchOr<T>(lineBytes, samples * width);
     if (mMatrixMode == VEK_COLOR_MATRIX_IDENTITY && mHueSaturationMode == 0) {
         return kOk;
     }

@@ -190,7 +190,7 @@ unsigned long CGamma::ProcColorRaw(unsigned long width, unsigned long height, un
     if (colorArray == VEK_COLOR_ARRAY_MONO) {
         return kOk;
     }
-    lineBytes = lineBytesOr<T>(lineBytes, width);
+    lineBytes = pitchOr<T>(lineBytes, width);
     // One curve is enough for all four: the tables of channels that are off then limit samples to their own depth.
     if (std::all_of(mMode.begin() + VEK_GAMMA_R, mMode.end(), [](unsigned char m) { return m == VEK_GAMMA_OFF; })) {
         return kOk;
@@ -225,7 +225,7 @@ unsigned long CGamma::ProcBGROrGray(unsigned long width, unsigned long height, u
     // Fixed behaviour: the size of a pixel counts bytes, but serves as a number of samples from here on. A colour image
     // of words is walked in steps of twice its pixels, along lines of twice their length.
     const unsigned long pixelSize = mulPixelSize(pixelFormat);
-    lineBytes = lineBytesOr<T>(lineBytes, pixelSize * width);
+    lineBytes = pitchOr<T>(lineBytes, pixelSize * width);
     if (mMode[VEK_GAMMA_Y] == VEK_GAMMA_OFF) {
         return kOk;
     }

@@ -20,97 +20,97 @@ constexpr unsigned short kMinDepth = 8;
 constexpr unsigned short kMaxDepth = 12;
 constexpr unsigned long kWorkBytesPerColumn = 10;
 
-/// What the rows of one image share: kernels, corrections, and the work buffer's rows: three of sums, by row number
-/// modulo 3, and two of luma, by row number modulo 2.
+/// The work area: three rows of sums, by row number modulo 3, and two of luma, by row number modulo 2.
 template <class T>
-struct SSharpener {
-    const rows::SColourRows<T>& kernels;
-    rows::SSharpening sharpening;
-    SImage<T> image;
+struct SWorkRows {
     unsigned short* work;
+    unsigned long width;
 
-    unsigned short* sums(unsigned long y) const { return work + y % 3 * image.width; }
+    unsigned short* sums(unsigned long y) const { return work + y % 3 * width; }
     T* luma(unsigned long y) const {
         // Words first: the rows of luma may be of bytes.
-        return reinterpret_cast<T*>(work + 3 * image.width) + y % 2 * image.width;
+        return reinterpret_cast<T*>(work + 3 * width) + y % 2 * width;
     }
 };
 
-template <class T>
-void mSum3Pixels(const rows::SColourRows<T>& kernels, unsigned short* sumRow, const T* row, unsigned long width) {
-    kernels.sum3(row, sumRow, width);
-}
-
-template <class T>
-void TransformBGRToYAndSum(const rows::SColourRows<T>& kernels, const T* pixels, T* yRow, unsigned short* sumRow,
-                           unsigned long width, unsigned samplesPerPixel) {
-    kernels.luma(pixels, yRow, width, samplesPerPixel, kLumaTables);
-    mSum3Pixels(kernels, sumRow, yRow, width);
-}
-
-/// Rows 1 .. height-2 in order. prepare(y) makes the sums of a row while it is as it came; sharpen(y) changes it.
-template <class T, class Prepare, class Sharpen>
-void mvSharpenRows(const SImage<T>& image, Prepare prepare, Sharpen sharpen) {
-    prepare(0);
-    prepare(1);
-    for (unsigned long y = 1; y + 1 < image.height; ++y) {
-        prepare(y + 1);
-        sharpen(y);
-    }
-}
-
-template <class T>
-bool mbSharpness_Gray(const SSharpener<T>& s) {
-    mvSharpenRows(
-        s.image, [&](unsigned long y) { mSum3Pixels<T>(s.kernels, s.sums(y), s.image.row(y), s.image.width); },
-        [&](unsigned long y) {
-            s.kernels.sharpenGrey(s.image.row(y), s.sums(y - 1), s.sums(y + 1), s.image.width, s.sharpening);
-        });
-    return true;
-}
-
-template <class T>
-bool mbSharpness_BGR(const SSharpener<T>& s, unsigned samplesPerPixel) {
-    mvSharpenRows(
-        s.image,
-        [&](unsigned long y) {
-            TransformBGRToYAndSum<T>(s.kernels, s.image.row(y), s.luma(y), s.sums(y), s.image.width, samplesPerPixel);
-        },
-        [&](unsigned long y) {
-            s.kernels.sharpenColour(s.image.row(y), samplesPerPixel, s.luma(y), s.sums(y - 1), s.sums(y + 1),
-                                    s.image.width, s.sharpening);
-        });
-    return true;
+/// Whether an image of a depth is grey, or colour of samples per pixel (else 0), as the depth's sample type has it.
+bool takesFormat(unsigned long pixelFormat, bool words, unsigned& samples) {
+    samples = isOfWords(pixelFormat) == words ? colourSamples(pixelFormat) : 0;
+    return samples != 0 || (words ? isGreyOfWords(pixelFormat) : pixelFormat == VEK_DESTINATION_MONO8);
 }
 
 } // namespace
 
 /// Entry coring + n is n x gain / 100, rounded; the rounding of the single-precision sum belongs to the result.
-bool CSharpness::mbUpdateShapnessTable() {
+void SSharpnessStage::UpdateTable() {
     constexpr unsigned last = 4095;
-    const float step = static_cast<float>(mwGain) / 100.0F;
+    const float step = static_cast<float>(gain) / 100.0F;
     float accumulator = step;
-    mwTable.fill(0);
-    for (std::size_t i = std::size_t{mwCoring} + 1; i < mwTable.size(); ++i) {
+    table.fill(0);
+    for (std::size_t i = std::size_t{coring} + 1; i < table.size(); ++i) {
         // NOLINTNEXTLINE(bugprone-incorrect-roundings): this very rounding, of values that are not negative
         const auto rounded = static_cast<unsigned>(double{accumulator} + 0.5);
-        mwTable[i] = static_cast<unsigned short>(std::min(rounded, last));
+        table[i] = static_cast<unsigned short>(std::min(rounded, last));
         accumulator += step;
     }
-    for (std::size_t i = 0; i < mRaise8.size(); ++i) {
-        mRaise8[i] = static_cast<unsigned char>(mwTable[i]);
-        mLower8[i] = saturateTo<unsigned char>(mwTable[i]);
+    for (std::size_t i = 0; i < raise8.size(); ++i) {
+        raise8[i] = static_cast<unsigned char>(table[i]);
+        lower8[i] = saturateTo<unsigned char>(table[i]);
     }
-    return true;
 }
 
+STraits SSharpnessStage::Traits(const SFrame& frame) const {
+    if (mode == 0 || frame.width < 3 || frame.height < 3) {
+        return {};
+    }
+    return {.kind = EStage::Window, .rowsAbove = 1, .rowsBelow = 1, .workBytes = kWorkBytesPerColumn * frame.width};
+}
+
+template <class T>
+void SSharpnessStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
+    const rows::SColourRows<T>& colours = rows::colourRows<T>(kernels);
+    const unsigned samples = colourSamples(frame.pixelFormat);
+    const SWorkRows<T> work = {static_cast<unsigned short*>(band.work), frame.width};
+    const rows::SSharpening sharpening = {table.data(), raise8.data(), raise8 == lower8 ? nullptr : lower8.data(),
+                                          coring, (1U << frame.bitsPerPixel) - 1};
+    // The sums of a row while it is as it came.
+    const auto prepare = [&](unsigned long y) {
+        const T* row = band.src.row(y);
+        if (samples != 0) {
+            colours.luma(row, work.luma(y), frame.width, samples, kLumaTables);
+            row = work.luma(y);
+        }
+        colours.sum3(row, work.sums(y), frame.width);
+    };
+    bool prepared = false;
+    forBandRows(band, std::max(samples, 1U), [&](T* row, unsigned long y) {
+        if (y == 0 || y + 1 == frame.height) {
+            return;
+        }
+        if (!prepared) {
+            prepare(y - 1);
+            prepare(y);
+            prepared = true;
+        }
+        prepare(y + 1);
+        if (samples == 0) {
+            colours.sharpenGrey(row, work.sums(y - 1), work.sums(y + 1), frame.width, sharpening);
+        } else {
+            colours.sharpenColour(row, samples, work.luma(y), work.sums(y - 1), work.sums(y + 1), frame.width,
+                                  sharpening);
+        }
+    });
+}
+template void SSharpnessStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
+template void SSharpnessStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned short>&) const;
+
 unsigned long CSharpness::SetMode(unsigned char mode, unsigned short gain, unsigned short coring) {
-    mMode = mode;
-    mwGain = gain;
-    mwCoring = coring;
+    mStage.mode = mode;
+    mStage.gain = gain;
+    mStage.coring = coring;
     // Off keeps the corrections of the last setting.
     if (mode != 0) {
-        mbUpdateShapnessTable();
+        mStage.UpdateTable();
     }
     return kOk;
 }
@@ -119,16 +119,16 @@ unsigned long CSharpness::GetMode(unsigned char* mode, unsigned short* gain, uns
     if (mode == nullptr || gain == nullptr || coring == nullptr) {
         return kInvalid;
     }
-    *mode = mMode;
-    *gain = mwGain;
-    *coring = mwCoring;
+    *mode = mStage.mode;
+    *gain = mStage.gain;
+    *coring = mStage.coring;
     return kOk;
 }
 
 template <class T>
-unsigned long CSharpness::Process(unsigned long width, unsigned long height, unsigned long lineBytes,
+unsigned long CSharpness::Process(unsigned long width, unsigned long height, unsigned long pitch,
                                   unsigned long pixelFormat, T* image, unsigned short bits) const {
-    if (mMode == 0) {
+    if (mStage.mode == 0) {
         return kOk;
     }
     if (bits < kMinDepth || bits > kMaxDepth) {
@@ -140,9 +140,8 @@ unsigned long CSharpness::Process(unsigned long width, unsigned long height, uns
     if (work == nullptr && !empty) {
         return kNoMemory;
     }
-    const bool words = bits > kMinDepth;
-    const unsigned samples = isOfWords(pixelFormat) == words ? colourSamples(pixelFormat) : 0;
-    if (samples == 0 && !(words ? isGreyOfWords(pixelFormat) : pixelFormat == VEK_DESTINATION_MONO8)) {
+    unsigned samples = 0;
+    if (!takesFormat(pixelFormat, bits > kMinDepth, samples)) {
         return kInvalid;
     }
     if (width < 3 || height < 3) {
@@ -152,23 +151,19 @@ unsigned long CSharpness::Process(unsigned long width, unsigned long height, uns
         return kInvalid;
     }
     const unsigned long rowSamples = std::max(samples, 1U) * width;
-    const SSharpener<T> sharpener = {
-        rows::colourRows<T>(mRows),
-        {mwTable.data(), mRaise8.data(), mRaise8 == mLower8 ? nullptr : mLower8.data(), mwCoring, (1U << bits) - 1},
-        {width, height, lineBytesOr<T>(lineBytes, rowSamples), image},
-        static_cast<unsigned short*>(work.get())};
-    samples == 0 ? mbSharpness_Gray(sharpener) : mbSharpness_BGR(sharpener, samples);
+    mStage.Rows(mRows, {width, height, pixelFormat, 0, bits},
+                wholeFrame<T>({width, height, pitchOr<T>(pitch, rowSamples), image}, work.get()));
     return kOk;
 }
 
-unsigned long CSharpness::ProcessW(unsigned long width, unsigned long height, unsigned long lineBytes,
+unsigned long CSharpness::ProcessW(unsigned long width, unsigned long height, unsigned long pitch,
                                    unsigned long pixelFormat, unsigned short* image, unsigned short bits) {
-    return Process(width, height, lineBytes, pixelFormat, image, bits);
+    return Process(width, height, pitch, pixelFormat, image, bits);
 }
 
-unsigned long CSharpness::ProcessB(unsigned long width, unsigned long height, unsigned long lineBytes,
+unsigned long CSharpness::ProcessB(unsigned long width, unsigned long height, unsigned long pitch,
                                    unsigned long pixelFormat, unsigned char* image, unsigned short bits) {
-    return Process(width, height, lineBytes, pixelFormat, image, bits);
+    return Process(width, height, pitch, pixelFormat, image, bits);
 }
 
 } // namespace vek

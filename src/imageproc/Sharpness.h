@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "imageproc/Band.h"
 #include "imageproc/ISharpness.h"
 #include "imageproc/rows/RowTable.h"
 
@@ -8,33 +9,45 @@
 
 namespace vek {
 
-/// Unsharp mask. Holds its settings and the table of corrections; never keeps an image pointer. Each call that changes
-/// an image allocates one buffer of 10 bytes for each column.
+/// Unsharp mask as a stage: its settings and the table of corrections.
+struct SSharpnessStage {
+    unsigned char mode = 0;
+    unsigned short gain = 0;                  ///< 1/100
+    unsigned short coring = 0;                ///< differences up to this one are left alone
+    std::array<unsigned short, 4096> table{}; ///< correction by absolute difference
+    // The same for bytes: modulo 256, and at most 255.
+    std::array<unsigned char, 256> raise8{};
+    std::array<unsigned char, 256> lower8{};
+
+    void UpdateTable();
+    STraits Traits(const SFrame& frame) const;
+    /// frame: grey or colour, of 8 to 12 bits. The first and the last row and column stay as they are.
+    template <class T>
+    void Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const;
+};
+
+/// Unsharp mask. Holds its settings; never keeps an image pointer. Each call that changes an image allocates one buffer
+/// of 10 bytes for each column.
 class CSharpness final : public ISharpness {
 public:
     explicit CSharpness(const rows::SRowTable& rows) : mRows(rows) {}
 
     unsigned long SetMode(unsigned char mode, unsigned short gain, unsigned short coring) override;
     unsigned long GetMode(unsigned char* mode, unsigned short* gain, unsigned short* coring) override;
-    unsigned long ProcessW(unsigned long width, unsigned long height, unsigned long lineBytes,
-                           unsigned long pixelFormat, unsigned short* image, unsigned short bits) override;
-    unsigned long ProcessB(unsigned long width, unsigned long height, unsigned long lineBytes,
-                           unsigned long pixelFormat, unsigned char* image, unsigned short bits) override;
+    unsigned long ProcessW(unsigned long width, unsigned long height, unsigned long pitch, unsigned long pixelFormat,
+                           unsigned short* image, unsigned short bits) override;
+    unsigned long ProcessB(unsigned long width, unsigned long height, unsigned long pitch, unsigned long pixelFormat,
+                           unsigned char* image, unsigned short bits) override;
+
+    const SSharpnessStage& Stage() const { return mStage; }
 
 private:
     template <class T>
-    unsigned long Process(unsigned long width, unsigned long height, unsigned long lineBytes, unsigned long pixelFormat,
+    unsigned long Process(unsigned long width, unsigned long height, unsigned long pitch, unsigned long pixelFormat,
                           T* image, unsigned short bits) const;
-    bool mbUpdateShapnessTable();
 
     const rows::SRowTable& mRows;
-    unsigned char mMode = 0;
-    unsigned short mwGain = 0;
-    unsigned short mwCoring = 0;
-    std::array<unsigned short, 4096> mwTable{}; ///< correction by absolute difference
-    // The same for bytes: modulo 256, and at most 255.
-    std::array<unsigned char, 256> mRaise8{};
-    std::array<unsigned char, 256> mLower8{};
+    SSharpnessStage mStage;
 };
 
 } // namespace vek

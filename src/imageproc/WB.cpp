@@ -169,7 +169,7 @@ unsigned long CWB::ProcImage(unsigned long width, unsigned long height, unsigned
 template <class T>
 unsigned long CWB::WBProc(unsigned long width, unsigned long height, unsigned long lineBytes, unsigned short colorArray,
                           T* image, unsigned short bits) {
-    lineBytes = lineBytesOr<T>(lineBytes, width);
+    lineBytes = pitchOr<T>(lineBytes, width);
     if (bits > kMaxDepth) {
         return kInvalid;
     }

@@ -20,8 +20,8 @@ ALLOWED = {
     "settings": {"settings", "control", "imageproc", "common"},
     "common": {"common"},
 }
-# Headers of imageproc that several modules may share: constant tables, interfaces, the row kernels.
-SHARED = re.compile(r"imageproc/(I[A-Z]\w*|ColorSpace)\.h|imageproc/rows/.*")
+# Headers of imageproc that several modules may share: bands, constant tables, interfaces, the row kernels.
+SHARED = re.compile(r"imageproc/(I[A-Z]\w*|Band|ColorSpace)\.h|imageproc/rows/.*")
 ROW_SYSTEM_HEADERS = {"cstddef", "cstdint", "arm_neon.h", "immintrin.h"}
 # What stands beside the library, and what it may include by path.
 BESIDE = {

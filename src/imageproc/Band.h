@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "common/Image.h"
+
+#include <cstring>
+
+namespace vek {
+
+// A module of images is its settings, its checks, and a stage: a record of what the settings come to, which is copied
+// by value, with two const functions. Traits(frame) tells how the stage makes rows of such a frame, and Rows(kernels,
+// frame, band) makes a band of them. Any number of threads may run bands at once, each with a work area of its own. A
+// module's own call checks, takes the work area and runs one band, the whole frame.
+
+/// What a stage knows of the frame that it is given. Members that a stage does not look at are 0.
+struct SFrame {
+    unsigned long width;         ///< pixels
+    unsigned long height;        ///< rows
+    unsigned long pixelFormat;   ///< VEK_DESTINATION_... of grey and colour images
+    unsigned short colorArray;   ///< VEK_COLOR_ARRAY_... of raw ones
+    unsigned short bitsPerPixel; ///< significant bits of a sample
+};
+
+/// What a row of a stage's result is made from. It depends on the settings and on the frame.
+enum class EStage : unsigned char {
+    None,        ///< the stage changes nothing
+    Pointwise,   ///< the same row
+    Window,      ///< rows around it, as they came
+    Serial,      ///< all rows above it, as they have become
+    Permutation, ///< one other row
+    FrameFirst,  ///< something that is measured in the whole frame before its first row
+    WholeFrame,  ///< any row
+    Reduction    ///< there are no rows: results of bands add up
+};
+
+struct STraits {
+    EStage kind = EStage::None;
+    unsigned rowsAbove = 0;        ///< of the source, that a row is made from; fewer where the frame ends
+    unsigned rowsBelow = 0;        ///< the same
+    bool readsBehind = false;      ///< reads a sample behind a row, or a row behind the frame
+    bool leavesOpen = false;       ///< leaves some samples of some pixels as the destination has them
+    unsigned long workBytes = 0;   ///< of the work area, for a band of any height; its alignment is malloc's
+    unsigned long resultBytes = 0; ///< of what FrameFirst measures, or of a Reduction's result
+};
+
+/// Rows first .. end-1 of a stage's result. Source and destination do not overlap, or they are one image and the band
+/// is the whole frame.
+template <class Src, class Dst = Src>
+struct SBand {
+    SImage<const Src> src; ///< has the band's rows and those around it that the traits tell
+    SImage<Dst> dst;       ///< has the band's rows
+    unsigned long first;
+    unsigned long end;
+    void* work;
+
+    bool inPlace() const { return static_cast<const void*>(src.data) == dst.data; }
+};
+
+/// The whole image as a band in its own place.
+template <class T>
+SBand<T> wholeFrame(const SImage<T>& image, void* work) {
+    return {{image.width, image.height, image.pitch, image.data}, image, 0, image.height, work};
+}
+
+/// Row y of the destination with what the source has there, for kernels that work in place. A fourth sample of a pixel
+/// is not copied.
+template <class T>
+T* takeRow(const SBand<T>& band, unsigned long y, unsigned samplesPerPixel) {
+    T* const to = band.dst.row(y);
+    if (band.inPlace()) {
+        return to;
+    }
+    const T* const from = band.src.row(y);
+    if (samplesPerPixel != 4) {
+        std::memcpy(to, from, band.src.width * samplesPerPixel * sizeof(T));
+        return to;
+    }
+    for (unsigned long x = 0; x < band.src.width; ++x) {
+        std::memcpy(to + 4 * x, from + 4 * x, 3 * sizeof(T));
+    }
+    return to;
+}
+
+/// Rows of a stage that changes them one by one: body(row, y) works in place.
+template <class T, class Body>
+void forBandRows(const SBand<T>& band, unsigned samplesPerPixel, Body body) {
+    for (unsigned long y = band.first; y < band.end; ++y) {
+        body(takeRow(band, y, samplesPerPixel), y);
+    }
+}
+
+} // namespace vek

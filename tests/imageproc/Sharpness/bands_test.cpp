@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+// Sharpness in bands: what each of them makes is what the whole frame in its own place becomes.
+#include "VekTrgApi.h"
+#include "imageproc/Sharpness.h"
+#include "support/BandCheck.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+namespace vek::test {
+
+namespace {
+
+template <class T>
+void tryRandomBands(unsigned long grey, unsigned long three, unsigned long four, unsigned short bits) {
+    for (std::uint64_t seed = 1; seed <= 60; ++seed) {
+        CBandCheck<T> check(rows::bestTable(), seed);
+        CRandom& random = check.Random();
+        CSharpness module(rows::bestTable());
+        module.SetMode(1, static_cast<unsigned short>(random.Below(400)), static_cast<unsigned short>(random.Below(6)));
+        const unsigned samples = static_cast<unsigned>(random.Below(3));
+        const unsigned long formats[] = {grey, three, four};
+        const SFrame frame = {3 + random.Below(150), 3 + random.Below(12), formats[samples], 0, bits};
+        const unsigned perPixel = samples == 0 ? 1 : samples + 2;
+        ASSERT_TRUE(check.RunInPlace(module.Stage(), frame, {perPixel, perPixel, bits}));
+    }
+}
+
+} // namespace
+
+TEST(SharpnessBands, OfBytesAreTheFrame) {
+    tryRandomBands<std::uint8_t>(VEK_DESTINATION_MONO8, VEK_DESTINATION_BGR24, VEK_DESTINATION_BGRX32, 8);
+}
+
+TEST(SharpnessBands, OfWordsAreTheFrame) {
+    tryRandomBands<std::uint16_t>(VEK_DESTINATION_MONO12, VEK_DESTINATION_BGR48, VEK_DESTINATION_BGRX64, 12);
+}
+
+TEST(SharpnessBands, TraitsFollowModeAndFrame) {
+    CSharpness module(rows::bestTable());
+    const SFrame frame = {100, 50, VEK_DESTINATION_MONO8, 0, 8};
+    EXPECT_EQ(module.Stage().Traits(frame).kind, EStage::None);
+    module.SetMode(1, 100, 0);
+    const STraits traits = module.Stage().Traits(frame);
+    EXPECT_EQ(traits.kind, EStage::Window);
+    EXPECT_EQ(traits.rowsAbove, 1U);
+    EXPECT_EQ(traits.rowsBelow, 1U);
+    EXPECT_EQ(traits.workBytes, 1000U);
+    EXPECT_EQ(module.Stage().Traits({2, 50, VEK_DESTINATION_MONO8, 0, 8}).kind, EStage::None);
+}
+
+} // namespace vek::test
