@@ -6,7 +6,7 @@ import matplotlib
 import numpy
 from PIL import Image
 
-matplotlib.use("svg")
+matplotlib.use("agg")
 matplotlib.rcParams["svg.hashsalt"] = "vekcam"  # the same run gives the same file
 matplotlib.rcParams["svg.fonttype"] = "none"
 matplotlib.rcParams["font.family"] = "sans-serif"
@@ -23,6 +23,22 @@ def save_svg(figure, path):
     figure.savefig(drawing, format="svg", metadata={"Date": None, "Creator": None})
     with open(path, "w", encoding="utf-8") as file:
         file.writelines(line.rstrip() + "\n" for line in drawing.getvalue().splitlines())
+
+
+def save_png(figure, path, most=100_000):
+    """A drawing of many points as a picture in few colours, of at most so many bytes."""
+    drawing = io.BytesIO()
+    figure.savefig(drawing, format="png", dpi=110)
+    with Image.open(drawing) as image:
+        for colours in (128, 64, 32, 16):
+            few = io.BytesIO()
+            image.convert("RGB").quantize(colours, dither=Image.Dither.NONE).save(few, format="png", optimize=True)
+            if few.tell() <= most:
+                break
+        else:
+            raise ValueError(f"{path} would have {few.tell()} bytes")
+    with open(path, "wb") as file:
+        file.write(few.getvalue())
 
 
 def put_table(path, name, head, rows):

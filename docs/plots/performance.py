@@ -2,14 +2,14 @@
 # SPDX-License-Identifier: Apache-2.0
 """Draws records of ./dev bench, and puts them into docs/performance.md.
 
-usage: performance.py chart RUN.json OUT.svg       time by operation: best tier, scalar tier, memcpy, peers
-       performance.py scaling RUN.json OUT.svg     time by size of image
+usage: performance.py chart RUN.json OUT.png       time by operation: best tier, scalar tier, memcpy, peers
+       performance.py scaling RUN.json OUT.png     time by size of image
        performance.py text TEXT.md RUN.json SCALING.json
 """
 import pathlib
 import sys
 
-from figures import put_table, save_svg
+from figures import put_table, save_png
 import matplotlib.pyplot as plt
 from matplotlib.ticker import FuncFormatter, NullFormatter
 
@@ -58,7 +58,7 @@ def chart(run, out):
     axes.set_axisbelow(True)
     axes.set_title("Time per pixel, one core", fontsize=11, loc="left", pad=24)
     axes.legend(loc="lower right", bbox_to_anchor=(1, 1), ncol=4, fontsize=8, frameon=False)
-    save_svg(figure, out)
+    save_png(figure, out)
 
 
 def scaling(run, out):
@@ -91,7 +91,7 @@ def scaling(run, out):
     for axes in grid[:, 0]:
         axes.set_ylabel("ns per pixel", fontsize=9)
     figure.suptitle("Time per pixel by size of image, best tier; 16 bit dashed", fontsize=11, x=0.01, ha="left")
-    save_svg(figure, out)
+    save_png(figure, out)
 
 
 def text(path, run, sizes):
