@@ -17,7 +17,8 @@
  *    VekCam_DecodingCombinedMultiROI and, as working memory, the image that VekCam_MirrorRotation turned last.
  *  - A null handle gives VEK_EINVAL at once, nothing else is touched. VekCam_GetlibVersion alone takes any handle.
  *  - Samples: 8-bit data are bytes; deeper data are 16-bit little-endian words with the value in the low bits.
- *  - Colour output is interleaved blue, green, red; a fourth sample of a pixel is never written.
+ *  - Colour output is interleaved blue, green, red; a fourth sample of a pixel is not written where nothing else is
+ *    said.
  *  - No exception leaves the library, and it prints nothing unless a function says so.
  *
  * What the image functions take. Nothing else is defined; within the table a call gives what its comment says:
@@ -39,7 +40,7 @@
  *  NoiseReduction                 any: above 8 means words; with   VEK_NOISE_EASY refuses sides below 2 (mono) or 4;
  *                                 a linePitch of 0 a sample takes  an empty dark frame is stored, and subtracted
  *                                 (depth + 7) / 8 bytes: three     with success
- *                                 from 17 bits on
+ *                                 and more from 17 bits on
  *  ShadingCorrection              any: above 8 means words         success; a calibration makes an empty map
  *  DecodingCombinedMultiROI       told by the camera               regions with a side of 0 do not count
  *
@@ -246,7 +247,7 @@ enum VekPixelFormat {
 };
 
 /**
- * Controls of the camera's Video4Linux2 driver, offsets from V4L2_CID_PRIVATE_BASE (0x08000000). An application
+ * Controls of the camera's Video4Linux2 driver: whole ids, from V4L2_CID_PRIVATE_BASE (0x08000000) on. An application
  * may read them with VIDIOC_G_CTRL on its own descriptor; the library reads each anew when it needs it.
  * Gain and exposure are the standard V4L2_CID_GAIN (setting value) and V4L2_CID_EXPOSURE (exposure clocks).
  */
@@ -359,7 +360,8 @@ VEK_API int VekCam_GetlibVersion(VekCam_Handle handle, unsigned long *version);
  *      width / 2 (4:1:1), at 10 and 12 bits twice as many (4:1:1: 3 x width). With an odd width one sample behind a
  *      row's last is read as well (the next row's first one) by VEK_DEMOSAIC_BILINEAR_SIMPLE, also behind the image's
  *      last row, and by VEK_DEMOSAIC_NEAREST_NEIGHBOR2.
- *  dst: height rows, each channels x width samples, padded to a multiple of 4 bytes. The padding is not written.
+ *  dst: height rows, each channels x width samples, padded to a multiple of 4 bytes. The padding is not written. What
+ *      YCrCb gives at 10 and 12 bits, bytes, stands in rows that are as long as if it were words.
  *  method: enum VekDemosaicMethod. VEK_DEMOSAIC_MONO, and any number on a mono image, copies samples to every channel;
  *      of YCrCb it writes luma bytes, one a pixel whatever the format (of BT.709 stretched to 0 .. 254), and every
  *      other number decodes. Means cut the fraction off.
@@ -369,10 +371,10 @@ VEK_API int VekCam_GetlibVersion(VekCam_Handle handle, unsigned long *version);
  *      that row holds red, red where it holds blue).
  *      VEK_DEMOSAIC_BICUBIC limits what the cubic gives to 0 .. 255 at every depth; copied samples, and the means that
  *      stand for it in the three outermost rows and columns, keep the full range.
- *      YCrCb 4:2:2 of odd width and 4:1:1 of a width that is no multiple of 4 write the row's last pixel in the place
- *      of its first one, grey where the row has no whole group (4:2:2 of 1 pixel, 4:1:1 of 1 to 3), and leave the
- *      places behind the last whole group as they were. 4:1:1 of another width leaves the row's last four pixels as
- *      they were.
+ *      YCrCb 4:2:2 of odd width and 4:1:1 of a width that is no multiple of 4, when decoded, write the row's last pixel
+ *      in the place of its first one, with the chroma of the last whole group, or grey where the row has none (4:2:2 of
+ *      1 pixel, 4:1:1 of 1 to 3), and leave the other places behind the last whole group as they were. 4:1:1 of another
+ *      width leaves the row's last four pixels as they were.
  *  destinationPixelFormat: enum VekDestinationFormat: MONO8, BGR24, BGRX32 at 8 bits; MONO10, MONO12, BGR48, BGRX64 at
  *      10 and 12 bits. Grey formats go with VEK_DEMOSAIC_MONO or a mono image only.
  *  bitsPerPixel: depth of the source: 8 (bytes), 10 or 12 (words). YCrCb is bytes at every depth, and so is its result.
@@ -400,7 +402,7 @@ VEK_API int VekCam_ConvTo8BitsImage(VekCam_Handle handle, unsigned long width, u
                                     unsigned long *dstPitch, unsigned char *dst);
 
 /**
- * Turns a frame of any transfer format into a display image of 8 bits a sample.
+ * Turns a frame of any transfer format into a display image of 8 bits a sample: the upper 8 of deeper ones.
  *  width, height: pixels.
  *  transferFormat: enum VekTransferFormat. Raw and mono become grey pixels, YCrCb is decoded as by
  *      VekCam_ColorInterpolation, of blue-green-red MONO8 takes green. For packed formats and codes above 21 nothing is
@@ -416,13 +418,13 @@ VEK_API int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long wi
                                           unsigned long destinationPixelFormat, unsigned char *dst);
 
 /*
- * Unit conversions. The camera counts gain as setting values, exposure in exposure clocks (rows, lines, microseconds or
- * sensor clocks, by model) and vertical blanking in lines; docs/units.md has the formulas. Clock, line length and
- * image size are asked of the driver on each call. Where the driver reports a clock of 0, times in
- * seconds come out infinite or not a number on cameras that need it; with a line length of 0, those of cameras that
+ * Unit conversions. The camera counts gain as setting values, exposure in exposure clocks (rows, lines, microseconds,
+ * sensor clocks or clocks of a time base, by model) and vertical blanking in lines; docs/units.md has the formulas.
+ * Clock, line length and image size are asked of the driver on each call. Where the driver reports a clock of 0, times
+ * in seconds come out infinite or not a number on cameras that need it; with a line length of 0, those of cameras that
  * count lines are 0, a constant part alone, or not a number. Counts become the largest number of their type where they
- * would be infinite, and 0 where they would be negative or not a number, before the stated limits apply. A null output
- * gives VEK_EINVAL.
+ * would be infinite, and 0 where they would be not a number or, but for digital gain, negative, before the stated
+ * limits apply. A null output gives VEK_EINVAL.
  */
 
 /**
@@ -444,9 +446,9 @@ VEK_API int VekCam_GetDigitalGainTimesFromSettingValue(VekCam_Handle handle, uns
 
 /**
  * Digital gain setting value for a factor, the nearest within the camera's range for factors of 0 to 1023.
- *  value: receives 0 .. the camera's maximum; 0 without a digital gain. 64 x times, rounded, counts modulo 65536: a
- *      factor below 0 gives the maximum on most cameras, one of 1024 and more anything. On cameras that count from a
- *      factor of 1, whatever comes to less than 65/64 gives 0.
+ *  value: receives 0 .. the camera's maximum; 0 without a digital gain. 64 x times, rounded, counts modulo 65536: most
+ *      factors below 0 give the maximum, those of 1024 and more anything. On cameras that count from a factor of 1,
+ *      whatever comes to less than 65/64 gives 0. Not a number gives 0.
  * Returns 1; VEK_EINVAL for a null handle.
  */
 VEK_API int VekCam_GetDigitalGainSettingValueFromGainTimes(VekCam_Handle handle, float times, unsigned short *value);
@@ -455,8 +457,9 @@ VEK_API int VekCam_GetDigitalGainSettingValueFromGainTimes(VekCam_Handle handle,
  * Exposure clocks for an exposure time.
  *  seconds: 0 and more.
  *  clock: receives 1 .. the camera's maximum, by model rounded or with the fraction cut off. At a maximum of 0: 1 for a
- *      time that comes to less than a clock, else 0, which it always is on cameras whose shortest time is a clock.
- * Returns 1; 0 when the row length cannot be computed (clock is left alone); VEK_EINVAL for a null handle.
+ *      time that comes to less than a clock, else 0, which it always is on cameras whose shortest time is a clock or
+ *      more.
+ * Returns 1; VEK_EINVAL for a null handle. 0 is kept for a row length that cannot be computed, which does not happen.
  */
 VEK_API int VekCam_GetExposureClockFromTime(VekCam_Handle handle, float seconds, unsigned long *clock);
 
@@ -464,7 +467,7 @@ VEK_API int VekCam_GetExposureClockFromTime(VekCam_Handle handle, float seconds,
  * Exposure time of exposure clocks.
  *  clock: limited to the camera's maximum; 0 stands for the longest exposure that keeps the frame rate.
  *  seconds: receives the time; no sensible one where a camera that counts rows is left with 0 clocks.
- * Returns 1; 0 when the row length cannot be computed (seconds is left alone); VEK_EINVAL for a null handle.
+ * Returns 1; VEK_EINVAL for a null handle. 0 is kept as above.
  */
 VEK_API int VekCam_GetExposureTimeFromClock(VekCam_Handle handle, unsigned long clock, float *seconds);
 
@@ -499,7 +502,11 @@ VEK_API int VekCam_GetAGCMaxGain(VekCam_Handle handle, unsigned short *gain);
 VEK_API int VekCam_SetAGCMinGain(VekCam_Handle handle, unsigned short gain);
 VEK_API int VekCam_GetAGCMinGain(VekCam_Handle handle, unsigned short *gain);
 
-/** clock: exposure clocks; 0 stands for the longest exposure that keeps the frame rate. 0 when a handle is opened. */
+/**
+ * clock: exposure clocks; 0 stands for the longest exposure that keeps the frame rate. 0 when a handle is opened. With
+ * one above the camera's maximum, steps towards brighter stay at the camera's maximum without end: each tells of a
+ * changed exposure, the gain is not raised, and a one-shot mode does not end.
+ */
 VEK_API int VekCam_SetAEMaxExposureClock(VekCam_Handle handle, unsigned long clock);
 VEK_API int VekCam_GetAEMaxExposureClock(VekCam_Handle handle, unsigned long *clock);
 
@@ -510,11 +517,12 @@ VEK_API int VekCam_GetAEMinExposureClock(VekCam_Handle handle, unsigned long *cl
 /**
  * One step of automatic luminance control. At rest it acts on levels more than 10 off the target, and then until the
  * level is within 5. A step at most doubles exposure, and gain as nearly as the camera's curve lets it be set; towards
- * darker it is not limited. It writes both to the camera: an exposure of 0, as above, where it comes to the longest
- * that keeps the frame rate. Settings outside their limits are first brought back, at once; such a step does nothing
- * else. Where both are moved, a gain above its minimum counts as outside while the exposure is not at its maximum,
- * whatever the level is. Exposure and gain are read from the camera when the handle is opened; from then on the control
- * goes by what it wrote itself, and what the application sets in between is overwritten.
+ * darker it is not limited. It writes both to the camera, the gain first, and the exposure if the camera took the gain:
+ * an exposure of 0, as above, where it comes to the longest that keeps the frame rate. What the mode moves and is
+ * outside its limits is first brought back, at once, to the limit as it was set; such a step does nothing else. Where
+ * both are moved, a gain above its minimum counts as outside while the exposure is not at its maximum, whatever the
+ * level is. Exposure and gain are read from the camera when the handle is opened; from then on the control goes by what
+ * it wrote itself, and what the application sets in between is overwritten.
  *  average: level of the last frame.
  *  flags: receives bits of enum VekALCChange; 0 when nothing changed, because the level is reached or the limits are. A
  *      one-shot mode then ends.
@@ -550,7 +558,7 @@ VEK_API int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long widt
  * Finds the brightest pixels of a dark frame and programs the camera's defect correction with them, one slot each in
  * the order in which they were found; the remaining slots are marked unused. Once there is one for each slot, a
  * brighter pixel takes the place of the first of the darkest, and one as bright as the darkest is not taken.
- * Coordinates count modulo 65536.
+ * Coordinates count modulo 65536, slots modulo 256.
  *  width, height: pixels; image: bytes, rows without padding, not read when the camera has no slots.
  *  threshold: pixels of this value and above are candidates.
  * Returns 0, also when the camera has no slots or refuses one (the rest are left alone); VEK_EINVAL for a null handle,
@@ -601,10 +609,11 @@ VEK_API int VekCam_GetWhiteBalanceMaxGain(VekCam_Handle handle, unsigned short *
  * largest value of the depth.
  *  width, height: pixels.
  *  lineBytes: bytes from row to row; 0 means the samples of a row, rounded up to a multiple of 4.
- *  colorArray: enum VekColorArray, mono or Bayer. Mono images pass unchanged.
+ *  colorArray: enum VekColorArray, mono or Bayer. Mono images pass unchanged, and are not the one of VEK_WB_ONCE.
  *  bits: depth: 8 (bytes), 10 or 12 (words). Words are looked up where the tables for bytes begin, two bytes to an
  *      entry, each colour 256 bytes behind the one before, and on into the tables for words: at 10 and 12 bits the
- *      result is not sample x gain / 128.
+ *      result is not sample x gain / 128, may be any word, and depends on the last image of bytes that was balanced,
+ *      before which the tables for bytes are 0.
  * In VEK_WB_AUTO and VEK_WB_ONCE the gains of red and blue are worked out first, from all pixels, so that their means
  * equal that of the greens; what saturation takes away is made up for up to a gain of 640. A colour that is all 0 gets
  * 128.
@@ -684,8 +693,9 @@ VEK_API int VekCam_GetSharpnessMode(VekCam_Handle handle, unsigned char *mode, u
 
 /**
  * Sharpens an image: a pixel that differs from the mean of its eight neighbours by more than the coring moves away from
- * it by (difference - coring) x gain / 100, up to the ends 0 and 2^bits - 1; mean and move are rounded. Of a colour
- * image luma is compared, and blue, green and red move alike. The outermost rows and columns stay as they are.
+ * it by (difference - coring) x gain / 100, 4095 at most, up to the ends 0 and 2^bits - 1. Mean and move are rounded;
+ * moves of a half, or within 0.05 of one, go up or down. Of a colour image luma is compared, and blue, green and red
+ * move alike. The outermost rows and columns stay as they are.
  *  pixelFormat: enum VekDestinationFormat: MONO8, BGR24, BGRX32 at 8 bits; WORDS, MONO10, MONO12, MONO16, BGR48, BGRX64
  *      above.
  *  image: rows padded to a multiple of 4 bytes.
@@ -737,7 +747,8 @@ VEK_API int VekCam_GetHueSaturationMode(VekCam_Handle handle, unsigned char *mod
 /**
  * Applies colour matrix, hue and saturation to a colour image, then chroma suppression. With matrix and hue/saturation
  * both off the first step changes nothing; otherwise every sample counts as one more than it is, so that even the
- * identity raises each sample by 1, and samples above 4095 count as 4095 at every depth.
+ * identity raises each sample by 1, and samples above 4095 count as 4095 at every depth. Hue and saturation come after
+ * the matrix and leave its offsets alone; the fraction of each product is cut off.
  *  pixelFormat: enum VekDestinationFormat: BGR24 and BGRX32 up to 8 bits, BGR48 and BGRX64 from 8 to 16 (at 8 the first
  *      step takes the image for bytes, the second refuses it). Grey formats change nothing; MONO8 above 8 bits, and the
  *      others up to 8, give VEK_EINVAL all the same.
@@ -779,13 +790,13 @@ VEK_API int VekCam_GetLowChromaSuppression(VekCam_Handle handle, unsigned short 
  *      VEK_NOISE_STORE_DARK: the image is kept, less its own floor (the least sample of each place in the 2 x 2 cell,
  *      an odd side's last row or column aside), and is not changed. Any colour array is taken.
  *      VEK_NOISE_COMPLEX: the dark frame is subtracted (0 at least); pixels that were saturated before and no longer
- *      are become the median of their neighbourhood where that is brighter, but for the outermost row and column of
- *      mono images and the two outermost of Bayer ones. Saturated are samples of 2^bits - 2^(bits - 7) - 1 and more:
- *      253 at 8 bits, 4063 at 12. Size, pitch and colour array as when the dark frame was stored, and rows without
- *      padding; the depth is not compared.
+ *      are become the median of their neighbourhood, in which those above and to the left are repaired already, where
+ *      that is brighter, but for the outermost row and column of mono images and the two outermost of Bayer ones.
+ *      Saturated are samples of 2^bits - 2^(bits - 7) - 1 and more: 253 at 8 bits, 4063 at 12. Size, pitch and colour
+ *      array as when the dark frame was stored, and rows without padding; the depth is not compared.
  *  width, height: pixels.
  *  linePitch: bytes from row to row; 0 means width x ((bitsPerPixel + 7) / 8): 1 byte a sample, 2 above 8 bits, but 3
- *      above 16, and 0, which is too short, at a depth of 0.
+ *      and more above 16, and 0, which is too short, at a depth of 0.
  *  colorArray: enum VekColorArray, mono or Bayer; its low 16 bits count.
  *  bitsPerPixel: depth; above 8 the image is words, else bytes. Its low 16 bits count.
  * Returns 0; VEK_EINVAL for a null handle, another mode or colour array (in VEK_NOISE_COMPLEX the dark frame has then
@@ -798,7 +809,8 @@ VEK_API int VekCam_NoiseReduction(VekCam_Handle handle, unsigned long mode, unsi
 
 /**
  * Shading correction mode. Takes over the camera's colour array as well: a colour sensor is measured for each place in
- * the 2 x 2 cell, a mono one as a whole. A driver that does not answer counts as one of a colour sensor.
+ * the 2 x 2 cell, a mono one as a whole. A driver that does not answer counts as one of a colour sensor, every sensor
+ * as mono before the first call.
  *  mode: enum VekShadingMode, not checked. VEK_SHADING_OFF when a handle is opened. The calibrating modes start anew.
  * Returns 0; VEK_EINVAL for a null handle. A null mode is ignored.
  */
@@ -808,7 +820,7 @@ VEK_API int VekCam_GetShadingCorrectionMode(VekCam_Handle handle, unsigned long 
 /**
  * Level that calibrated images come to.
  *  target: level, its low 16 bits count; 0, as when a handle is opened, stands for the mean of the calibration image's
- *      centre.
+ *      centre, a square of a quarter of the shorter side, or of all of it where that is below 4.
  * Returns 0; VEK_EINVAL for a null handle or a null output.
  */
 VEK_API int VekCam_SetShadingCorrectionTarget(VekCam_Handle handle, int target);
@@ -822,11 +834,12 @@ VEK_API int VekCam_GetShadingCorrectionTarget(VekCam_Handle handle, unsigned sho
  *      above 16 bits they count modulo 65536.
  * Calibration keeps the mean of frames only while linePitch is 4 x width; with any other pitch each frame replaces the
  * one before it. Its first frame drops the map that was there. Gains are target / mean in 1/128, fractions cut off, and
- * 16 where the mean is target / 16, cut to a whole number, or less; means with a fraction may give a little more. The
- * first frame after it makes the map, of gains in VEK_SHADING_GAIN and of offsets in VEK_SHADING_OFFSET: the other mode
- * then works with the same numbers, so calibrate anew to change over. In VEK_SHADING_SHOW_MAP that frame uses the
- * calibration up and leaves a map of 0, with which VEK_SHADING_GAIN makes frames black. Negative entries show as the
- * largest value.
+ * 16 where the mean is target / 16, cut to a whole number, or less; means with a fraction that are less than 1 above
+ * that may give more than 16: up to 31 at targets from 16 on, without limit at smaller ones. Offsets are target - mean,
+ * the mean without its fraction. The first frame after it makes the map, of gains in VEK_SHADING_GAIN and of offsets in
+ * VEK_SHADING_OFFSET, also where that frame is null or of another size: the other mode then works with the same
+ * numbers, so calibrate anew to change over. In VEK_SHADING_SHOW_MAP that frame uses the calibration up and leaves a map
+ * of 0, with which VEK_SHADING_GAIN makes frames black. Negative entries show as the largest value.
  * Returns 0; VEK_EINVAL for a null handle, or a null image that would be touched; 1 when memory for the mean of a
  * calibration runs out. There is no map then, as there is none, with a result of 0, when memory for the map runs out:
  * frames pass unchanged until a calibration succeeds.
@@ -850,18 +863,21 @@ VEK_API int VekCam_ShadingCorrection(VekCam_Handle handle, unsigned long width, 
  *      stand: then there are fewer regions, with other numbers, than were set.
  *  frame: the frame as transferred, in the camera's pixel format and size. Of several regions a pixel takes what its
  *      GenICam pixel format says: transfer formats that have none (VEK_PFNC_NONE) give a pitch of 0 and regions that
- *      all begin where the frame does, VEK_TRANSFER_BGR10 counts 48 bits. Choose another transfer format then. For a
- *      single region VekTransferFormatBits counts: packed formats give a pitch of 0.
+ *      all begin where the frame does, VEK_TRANSFER_BGR10 counts 48 bits. Choose another transfer format then. With a
+ *      single region, both selectors give the frame itself and the image width and height that the driver reports, and
+ *      VekTransferFormatBits counts: packed formats give a pitch of 0.
  *  outImage: receives where the result begins: in frame, or in a buffer of the handle that lasts until the next call.
  *      Cameras with 8 region slots transfer the regions one after the other: null where one of them, up to the wanted
  *      one, ends beyond the frame size that the driver reports. All other cameras combine the regions themselves: the
  *      place in their frame is not compared with any size. Null, too, where memory for the combining image runs out,
- *      for a null frame (that of a combining image with a pitch of 0 is not noticed), and, of blocks that have to be
- *      put together, until the handle has met as many blocks as there are regions, counted over all calls. A null
+ *      for a null frame (that of blocks with a pitch of 0 that are put together is not noticed), and, of blocks that
+ *      have to be put together, where none ends within the frame size, and until the handle has met as many that do as
+ *      there are regions, counted over all calls. One that ends beyond it is left out, and its place is 0. A null
  *      outImage: nothing is done, but for a camera with a single region.
  *  outWidth, outHeight, outLinePitch: receive pixels, rows, and bytes from row to row. Each may be null. For a single
  *      region out of several only the low 32 bits are written, and nothing where it ends beyond the frame size: clear
- *      them first.
+ *      them first. Where outImage receives null for a combining image of blocks, the pitch may be 0 or that of an
+ *      earlier call.
  * Returns 0; VEK_EINVAL for a null handle, no enabled region, a driver that reports a frame size of 0, a selector that
  * is none of the above, or a null frame whose pixels would be copied; VEK_ENOMEM when memory for the layout runs out.
  */
@@ -889,7 +905,7 @@ VEK_API int VekCam_WriteSettingFile(VekCam_Handle handle, const char *path);
  *      opened. The first 1048576 bytes are read. Unknown keys are ignored, the last one of equal keys counts, settings
  *      whose key is missing stay as they are. Numbers are cut to the width of their setting. Tone curves keep their
  *      depth, and, in VEK_GAMMA_TABLE, their table. A shading calibration starts anew where its mode is a calibrating
- *      one afterwards; the camera's colour array is not asked, as VekCam_SetShadingCorrectionMode does.
+ *      one afterwards; the camera's colour array is not asked for, other than by VekCam_SetShadingCorrectionMode.
  * Returns 0; VEK_EINVAL for a null handle, where the file cannot be read (nothing is applied), for a setting that is
  * refused (the ones before it are applied, the ones after it are not), and, after "file open error!!" on standard
  * output, where the file cannot be opened; VEK_ENOMEM when memory runs out (nothing is applied).
