@@ -53,8 +53,8 @@
  *    shorter ones.
  *  - Source and destination do not overlap, but for copies of grey or raw images to one channel by ColorInterpolation:
  *    they may be made in place where a row of samples is a multiple of 4 bytes.
- *  - A null buffer gives VEK_EINVAL (1 in ColorInterpolation and MirrorRotation) where it would be touched: after every
- *    other refusal, and not where nothing is to be done.
+ *  - A null buffer gives VEK_EINVAL (1 in ColorInterpolation, in ConvYUVOrBGRToBGRImage of YCrCb and in MirrorRotation)
+ *    where it would be touched: after every other refusal, and not where nothing is to be done.
  */
 
 #ifdef __cplusplus
@@ -145,7 +145,7 @@ enum VekDemosaicMethod {
     VEK_DEMOSAIC_BILINEAR_SIMPLE = 3,  /**< separable means of two neighbours */
     VEK_DEMOSAIC_BICUBIC = 4,          /**< separable cubic of four neighbours, which gives 0 to 255 at every depth */
     VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION = 5, /**< bilinear at the centre of each 2 x 2 block */
-    VEK_DEMOSAIC_NEAREST_NEIGHBOR2 = 6               /**< the samples of each 2 x 2 block */
+    VEK_DEMOSAIC_NEAREST_NEIGHBOR2 = 6               /**< the samples of each 2 x 2 block, of green the mean */
 };
 
 /** Automatic luminance control: what it moves, and for how long. */
@@ -240,7 +240,7 @@ enum VekPixelFormat {
     VEK_PFNC_BAYER_GB16 = 0x01100030,
     VEK_PFNC_BAYER_BG16 = 0x01100031,
     VEK_PFNC_BGR8 = 0x02180015,
-    VEK_PFNC_BGR10 = 0x02300019, /**< reported for VEK_TRANSFER_BGR10, whose pixels take 32 bits */
+    VEK_PFNC_BGR10 = 0x02300019, /**< reported for VEK_TRANSFER_BGR10, though its pixels are not three words */
     VEK_PFNC_YCBCR411_8 = 0x020C005A,
     VEK_PFNC_YCBCR422_8 = 0x0210003B,
     VEK_PFNC_YCBCR8 = 0x0218005B
@@ -362,9 +362,9 @@ VEK_API int VekCam_GetlibVersion(VekCam_Handle handle, unsigned long *version);
  *      last row, and by VEK_DEMOSAIC_NEAREST_NEIGHBOR2.
  *  dst: height rows, each channels x width samples, padded to a multiple of 4 bytes. The padding is not written. What
  *      YCrCb gives at 10 and 12 bits, bytes, stands in rows that are as long as if it were words.
- *  method: enum VekDemosaicMethod. VEK_DEMOSAIC_MONO, and any number on a mono image, copies samples to every channel;
- *      of YCrCb it writes luma bytes, one a pixel whatever the format (of BT.709 stretched to 0 .. 254), and every
- *      other number decodes. Means cut the fraction off.
+ *  method: enum VekDemosaicMethod. VEK_DEMOSAIC_MONO, and any number on a mono image, copies samples to grey, or to
+ *      blue, green and red alike; of YCrCb it writes luma bytes, one a pixel whatever the format (of BT.709 stretched
+ *      to 0 .. 254), and every other number decodes. Means cut the fraction off.
  *      VEK_DEMOSAIC_NEAREST_NEIGHBOR, BILINEAR_SIMPLE and BICUBIC need 2 x 2 pixels, NEAREST_NEIGHBOR2 and
  *      BILINEAR_FALSE_COLOR_REDUCTION 4 x 4.
  *      VEK_DEMOSAIC_BILINEAR_SIMPLE leaves the third colour of an odd height's last row as dst held it (blue where
@@ -424,7 +424,9 @@ VEK_API int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long wi
  * in seconds come out infinite or not a number on cameras that need it; with a line length of 0, those of cameras that
  * count lines are 0, a constant part alone, or not a number. Counts become the largest number of their type where they
  * would be infinite, and 0 where they would be not a number or, but for digital gain, negative, before the stated
- * limits apply. A null output gives VEK_EINVAL.
+ * limits apply. Cameras that count lines from an offset on use clock and line length beyond the offset alone: where one
+ * of the two is 0, every longer time gives the offset's clocks. On these cameras so does a time that is not a number. A
+ * null output gives VEK_EINVAL.
  */
 
 /**
@@ -628,11 +630,11 @@ VEK_API int VekCam_WhiteBalance(VekCam_Handle handle, unsigned long width, unsig
  *  channel: enum VekGammaChannel; mode: enum VekGammaMode.
  *  gamma: hundredths, 1 and more; the curve's exponent is 100 / gamma.
  *  brightness: levels added to the input.
- *  contrast: input levels that become black at the dark end and white at the bright end, 2^(bits - 1) - 1 at most; the
- *      steepness between them follows 255 / (255 - 2 x contrast) at every depth: at more than 8 bits it is negative
- *      from 128 on, and levels between the ends then become anything up to 65535. Inputs that brightness lifts above
- *      the largest level become 255 at every depth. Modes VEK_GAMMA_OFF and VEK_GAMMA_TABLE keep 100, 0 and 0 instead
- *      of the three.
+ *  contrast: input levels, besides the darkest and the brightest one, that become black at the dark end and white at
+ *      the bright end, 2^(bits - 1) - 1 at most; the steepness between them follows 255 / (255 - 2 x contrast) at every
+ *      depth: at more than 8 bits it is negative from 128 on, and levels between the ends then become anything up to
+ *      65535. Inputs that brightness lifts above the largest level become 255 at every depth. Modes VEK_GAMMA_OFF and
+ *      VEK_GAMMA_TABLE keep 100, 0 and 0 instead of the three.
  *  table: 2^bits entries, bytes at 8 bits and less, else words. Read in VEK_GAMMA_TABLE alone.
  *  bits: depth of the curve, 12 at most. Input levels above the depth: mode VEK_GAMMA_OFF gives the largest level, the
  *      other modes leave what an earlier curve gave.
@@ -668,7 +670,8 @@ VEK_API int VekCam_RawColorGamma(VekCam_Handle handle, unsigned long width, unsi
 
 /**
  * Applies the luma curve to a grey or colour image. Of a colour pixel the luma's change is added to blue, green and red
- * (0 .. 255, or 0 .. 4095 in words). An image passes unchanged, whatever its format, when the curve is off.
+ * (0 .. 255, or 0 .. 4095 in words); it counts as a signed number of 16 bits, so that raising luma by 32768 and more
+ * darkens. An image passes unchanged, whatever its format, when the curve is off.
  *  pixelFormat: enum VekDestinationFormat: MONO8, BGR24, BGRX32 with bytes; MONO10, MONO12, BGR48, BGRX64 with words.
  *  image: rows are a multiple of 4 bytes apart: the samples of a row rounded up; with words 4 x width bytes for grey,
  *      12 x width or 16 x width for BGR48 and BGRX64. In a colour image of words the pixels stand 6 or 8 words apart,
@@ -694,12 +697,13 @@ VEK_API int VekCam_GetSharpnessMode(VekCam_Handle handle, unsigned char *mode, u
 /**
  * Sharpens an image: a pixel that differs from the mean of its eight neighbours by more than the coring moves away from
  * it by (difference - coring) x gain / 100, 4095 at most, up to the ends 0 and 2^bits - 1. Mean and move are rounded;
- * moves of a half, or within 0.05 of one, go up or down. Of a colour image luma is compared, and blue, green and red
- * move alike. The outermost rows and columns stay as they are.
+ * moves of a half, or near one, go up or down: within 0.01 of it at 8 bits; of words within 0.05 in grey images and 0.2
+ * in colour ones. Of a colour image luma is compared, and blue, green and red move alike. The outermost rows and
+ * columns stay as they are.
  *  pixelFormat: enum VekDestinationFormat: MONO8, BGR24, BGRX32 at 8 bits; WORDS, MONO10, MONO12, MONO16, BGR48, BGRX64
  *      above.
  *  image: rows padded to a multiple of 4 bytes.
- *  bits: 8 (bytes) to 12 (words).
+ *  bits: 8 (bytes) to 12 (words). What pixels near samples above the depth become is not defined.
  * At 8 bits moves of more than 255 count modulo 256 in grey images; in colour images those towards brighter do: a
  * sample below 255 - move, modulo 256, becomes sample + move, modulo 256, and any other 255.
  * Returns 0, also for images below 3 x 3, which it leaves alone, and, whatever the depth and the format, when sharpness
@@ -748,7 +752,9 @@ VEK_API int VekCam_GetHueSaturationMode(VekCam_Handle handle, unsigned char *mod
  * Applies colour matrix, hue and saturation to a colour image, then chroma suppression. With matrix and hue/saturation
  * both off the first step changes nothing; otherwise every sample counts as one more than it is, so that even the
  * identity raises each sample by 1, and samples above 4095 count as 4095 at every depth. Hue and saturation come after
- * the matrix and leave its offsets alone; the fraction of each product is cut off.
+ * the matrix and leave its offsets alone; the fraction of each product is cut off. Products are running sums in single
+ * precision: they may be 1 off, and with words more at coefficients above 3.0. Sums of three products of 2^28 and more
+ * give 0.
  *  pixelFormat: enum VekDestinationFormat: BGR24 and BGRX32 up to 8 bits, BGR48 and BGRX64 from 8 to 16 (at 8 the first
  *      step takes the image for bytes, the second refuses it). Grey formats change nothing; MONO8 above 8 bits, and the
  *      others up to 8, give VEK_EINVAL all the same.
@@ -792,8 +798,9 @@ VEK_API int VekCam_GetLowChromaSuppression(VekCam_Handle handle, unsigned short 
  *      VEK_NOISE_COMPLEX: the dark frame is subtracted (0 at least); pixels that were saturated before and no longer
  *      are become the median of their neighbourhood, in which those above and to the left are repaired already, where
  *      that is brighter, but for the outermost row and column of mono images and the two outermost of Bayer ones.
- *      Saturated are samples of 2^bits - 2^(bits - 7) - 1 and more: 253 at 8 bits, 4063 at 12. Size, pitch and colour
- *      array as when the dark frame was stored, and rows without padding; the depth is not compared.
+ *      Saturated are samples of 2^bits - 2^(bits - 7) - 1 and more: 253 at 8 bits, 4063 at 12; modulo 65536 above 16.
+ *      Size, pitch and colour array as when the dark frame was stored, and rows without padding; the depth is not
+ *      compared.
  *  width, height: pixels.
  *  linePitch: bytes from row to row; 0 means width x ((bitsPerPixel + 7) / 8): 1 byte a sample, 2 above 8 bits, but 3
  *      and more above 16, and 0, which is too short, at a depth of 0.
@@ -820,7 +827,9 @@ VEK_API int VekCam_GetShadingCorrectionMode(VekCam_Handle handle, unsigned long 
 /**
  * Level that calibrated images come to.
  *  target: level, its low 16 bits count; 0, as when a handle is opened, stands for the mean of the calibration image's
- *      centre, a square of a quarter of the shorter side, or of all of it where that is below 4.
+ *      centre, a square of a quarter of the shorter side, or of all of it where that is below 4. The fraction of the
+ *      mean is cut off. Of a colour sensor each place in the 2 x 2 cell has its own mean, or 128 where the square has
+ *      none of its pixels: it is a single pixel at shorter sides of 1 and of 4 to 7.
  * Returns 0; VEK_EINVAL for a null handle or a null output.
  */
 VEK_API int VekCam_SetShadingCorrectionTarget(VekCam_Handle handle, int target);
@@ -838,8 +847,8 @@ VEK_API int VekCam_GetShadingCorrectionTarget(VekCam_Handle handle, unsigned sho
  * that may give more than 16: up to 31 at targets from 16 on, without limit at smaller ones. Offsets are target - mean,
  * the mean without its fraction. The first frame after it makes the map, of gains in VEK_SHADING_GAIN and of offsets in
  * VEK_SHADING_OFFSET, also where that frame is null or of another size: the other mode then works with the same
- * numbers, so calibrate anew to change over. In VEK_SHADING_SHOW_MAP that frame uses the calibration up and leaves a map
- * of 0, with which VEK_SHADING_GAIN makes frames black. Negative entries show as the largest value.
+ * numbers, so calibrate anew to change over. In VEK_SHADING_SHOW_MAP that frame uses the calibration up and leaves a
+ * map of 0, with which VEK_SHADING_GAIN makes frames black. Negative entries show as the largest value.
  * Returns 0; VEK_EINVAL for a null handle, or a null image that would be touched; 1 when memory for the mean of a
  * calibration runs out. There is no map then, as there is none, with a result of 0, when memory for the map runs out:
  * frames pass unchanged until a calibration succeeds.
@@ -872,8 +881,8 @@ VEK_API int VekCam_ShadingCorrection(VekCam_Handle handle, unsigned long width, 
  *      place in their frame is not compared with any size. Null, too, where memory for the combining image runs out,
  *      for a null frame (that of blocks with a pitch of 0 that are put together is not noticed), and, of blocks that
  *      have to be put together, where none ends within the frame size, and until the handle has met as many that do as
- *      there are regions, counted over all calls. One that ends beyond it is left out, and its place is 0. A null
- *      outImage: nothing is done, but for a camera with a single region.
+ *      there are regions, counted over all calls. One that ends beyond it is left out, its place is 0, and the next
+ *      one is taken from where it begins. A null outImage: nothing is done, but for a camera with a single region.
  *  outWidth, outHeight, outLinePitch: receive pixels, rows, and bytes from row to row. Each may be null. For a single
  *      region out of several only the low 32 bits are written, and nothing where it ends beyond the frame size: clear
  *      them first. Where outImage receives null for a combining image of blocks, the pitch may be 0 or that of an
@@ -946,8 +955,9 @@ VEK_API extern const short pshtTable_15[VEK_CUBIC_TABLE_SIZE];
 
 /**
  * Shares of luma and chroma in blue, green and red, by byte, in 1/4194304 of a level, rounded: rows Y, Cr to red, Cb to
- * green, Cr to green, Cb to blue. ITU-R BT.601 of full range, and ITU-R BT.709 of video range, in which bytes outside
- * 16 .. 235 (luma) and 16 .. 240 (chroma) count as the nearest inside.
+ * green, Cr to green, Cb to blue. The weights have five decimals: 1, 1.402, -0.34414, -0.71414 and 1.772 for ITU-R
+ * BT.601 of full range; 1.16438, 1.79274, -0.21325, -0.53291 and 2.1124 for ITU-R BT.709 of video range, in which bytes
+ * outside 16 .. 235 (luma) and 16 .. 240 (chroma) count as the nearest inside.
  */
 VEK_API extern const int pnYCrCbConvTable[5][256];
 VEK_API extern const int pnYCrCbConvTable709[5][256];
