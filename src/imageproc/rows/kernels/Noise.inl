@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Noise reduction rows. The median of a pixel and four neighbours is the pixel itself, held between the second and the
 // third smallest of the four: no sorting is needed.
+#pragma once
+
+#include "imageproc/rows/RowTable.h"
+#include "imageproc/rows/kernels/Blocks.inl"
 
 namespace vek::rows::VEK_ISA {
 namespace {
@@ -85,106 +89,70 @@ inline void repairBayerSpan(const SBayerRows<T>& around, T* row, const T* live, 
 
 // ---- blocks ----
 
-/// v with its lanes Bytes further up; the highest ones of fill come in from below.
-template <std::size_t Bytes, class V>
-inline V shiftUp(V v, V fill) {
-#if defined(__ARM_NEON)
-    return (V)vextq_u8((uint8x16_t)fill, (uint8x16_t)v, 16 - Bytes);
-#elif VEK_VECTOR_BYTES == 32
-    const __m256i halfUp = _mm256_permute2x128_si256((__m256i)fill, (__m256i)v, 0x21);
-    if constexpr (Bytes == 16) {
-        return (V)halfUp;
-    } else {
-        return (V)_mm256_alignr_epi8((__m256i)v, halfUp, 16 - Bytes);
-    }
-#else
-    return (V)_mm_alignr_epi8((__m128i)v, (__m128i)fill, 16 - Bytes);
-#endif
-}
-
-/// The highest two lanes in every two.
-template <class T>
-inline Vec<T> repeatLastPair(Vec<T> v) {
-    static constexpr SLanes<std::uint8_t> kIndex =
-        makeLanes<std::uint8_t>([](std::size_t i) { return 16 - 2 * sizeof(T) + i % (2 * sizeof(T)); });
-#if VEK_VECTOR_BYTES == 32
-    v = (Vec<T>)_mm256_permute4x64_epi64((__m256i)v, 0xFF);
-#endif
-    return (Vec<T>)shuffleBytes((Vec<std::uint8_t>)v, kIndex.vec());
-}
-
-/// The two samples at p in every two lanes.
-template <class T>
-inline Vec<T> repeatPair(const T* p) {
-    typename SPair<T>::type pair;
-    __builtin_memcpy(&pair, p, sizeof pair);
-    return (Vec<T>)(Vec<typename SPair<T>::type>{} + pair);
-}
-
 /// min(max(sample, floor), ceiling) in each lane: how a result depends on the one of two columns before it, which is
 /// one of its four neighbours. The three others, sorted, are the limits.
-template <class T>
+template <class A>
 struct SLimits {
-    Vec<T> floor;
-    Vec<T> ceiling;
+    A floor;
+    A ceiling;
 
-    Vec<T> Apply(Vec<T> samples) const { return smaller(larger(samples, floor), ceiling); }
+    VEK_INLINE A Apply(A samples) const { return smaller(larger(samples, floor), ceiling); }
     /// This after the other one.
-    SLimits After(const SLimits& first) const {
+    VEK_INLINE SLimits After(const SLimits& first) const {
         return {larger(first.floor, floor), smaller(larger(first.ceiling, floor), ceiling)};
     }
 };
 
 /// Limits that lead from the two columns before a block to each of its lanes, from those that lead one step.
-template <class T, std::size_t Bytes = 2 * sizeof(T)>
-inline SLimits<T> limitsFromStart(SLimits<T> limits) {
-    if constexpr (Bytes == VEK_VECTOR_BYTES) {
+template <class A, std::size_t Bytes = 2 * sizeof(Lane<A>)>
+VEK_INLINE SLimits<A> limitsFromStart(SLimits<A> limits) {
+    if constexpr (Bytes == sizeof(A)) {
         return limits;
     } else {
-        const SLimits<T> before = {shiftUp<Bytes>(limits.floor, Vec<T>{}), shiftUp<Bytes>(limits.ceiling, ~Vec<T>{})};
-        return limitsFromStart<T, 2 * Bytes>(limits.After(before));
+        const SLimits<A> before = {shiftUp<Bytes>(limits.floor, A{}), shiftUp<Bytes>(limits.ceiling, ~A{})};
+        return limitsFromStart<A, 2 * Bytes>(limits.After(before));
     }
 }
 
-template <class T>
+template <class A>
 struct SSorted {
-    Vec<T> smallest;
-    Vec<T> middle;
-    Vec<T> largest;
+    A smallest;
+    A middle;
+    A largest;
 };
-template <class T>
-inline SSorted<T> sorted(Vec<T> a, Vec<T> b, Vec<T> c) {
-    const Vec<T> low = smaller(a, b);
-    const Vec<T> high = larger(a, b);
+template <class A>
+VEK_INLINE SSorted<A> sorted(A a, A b, A c) {
+    const A low = smaller(a, b);
+    const A high = larger(a, b);
     return {smaller(low, c), larger(low, smaller(high, c)), larger(high, c)};
 }
 
 /// The neighbours of colours at x, but for the left one.
-template <class T>
-inline SSorted<T> sortedNeighbours(const SBayerRows<T>& around, const T* row, std::size_t x) {
-    return sorted<T>(load(row + x + 2), load(around.above2 + x), load(around.below2 + x));
+template <class A, class T>
+VEK_INLINE SSorted<A> sortedNeighbours(const SBayerRows<T>& around, const T* row, std::size_t x) {
+    return sorted(load<A>(row + x + 2), load<A>(around.above2 + x), load<A>(around.below2 + x));
 }
 
-template <class T>
-inline Vec<T> greenMask(unsigned greenParity) {
-    return greenParity == 0 ? parityMask<T, 0>() : parityMask<T, 1>();
+template <class A>
+VEK_INLINE A greenMask(unsigned greenParity) {
+    return greenParity == 0 ? parityMask<A, 0>() : parityMask<A, 1>();
 }
 
-template <class V, class T>
-inline V darkerBlock(const T* above, V own, const T* below, std::size_t x) {
-    return darkerMedian(own, inRegister(loadAs<V>(above + x - 1)), inRegister(loadAs<V>(above + x + 1)),
-                        inRegister(loadAs<V>(below + x - 1)), inRegister(loadAs<V>(below + x + 1)));
+template <class A, class T>
+VEK_INLINE A darkerBlock(const T* above, A own, const T* below, std::size_t x) {
+    return darkerMedian(own, inRegister(load<A>(above + x - 1)), inRegister(load<A>(above + x + 1)),
+                        inRegister(load<A>(below + x - 1)), inRegister(load<A>(below + x + 1)));
 }
-template <class V, class T>
-inline V brighterBlock(const T* above, V own, const T* below, std::size_t x) {
-    return brighterMedian(own, loadAs<V>(above + x - 1), loadAs<V>(above + x + 1), loadAs<V>(below + x - 1),
-                          loadAs<V>(below + x + 1));
+template <class A, class T>
+VEK_INLINE A brighterBlock(const T* above, A own, const T* below, std::size_t x) {
+    return brighterMedian(own, load<A>(above + x - 1), load<A>(above + x + 1), load<A>(below + x - 1),
+                          load<A>(below + x + 1));
 }
 
 /// All ones where a sample was clipped and no longer looks it.
-template <class V, class T>
-inline V clippedMask(V live, V own, T threshold) {
-    return (V)((live >= threshold) & (own < threshold));
+template <class A, class T>
+VEK_INLINE A clippedMask(A live, A own, T threshold) {
+    return (A)((live >= threshold) & (own < threshold));
 }
 
 // Each of the following works on the whole blocks of an even column from on that lie before column to, and returns the
@@ -192,20 +160,21 @@ inline V clippedMask(V live, V own, T threshold) {
 
 template <class T>
 inline std::size_t easyBayerBlocks(const SBayerRows<T>& around, T* row, std::size_t from, std::size_t to) {
+    using A = RowV<T>;
     std::size_t x = from;
-    if (to < x + kLanes<T>) {
+    if (to < x + kLanes<A>) {
         return x;
     }
-    const Vec<T> greens = greenMask<T>(around.greenParity);
+    const A greens = greenMask<A>(around.greenParity);
     // The last two results, by parity of their columns.
-    Vec<T> before = repeatPair(row + x - 2);
-    for (; x + kLanes<T> <= to; x += kLanes<T>) {
-        const Vec<T> own = load(row + x);
-        const SSorted<T> others = sortedNeighbours(around, row, x);
-        const SLimits<T> limits = limitsFromStart<T>({others.middle, smaller(own, others.largest)});
+    A before = repeatPair<A>(row + x - 2);
+    for (; x + kLanes<A> <= to; x += kLanes<A>) {
+        const A own = load<A>(row + x);
+        const SSorted<A> others = sortedNeighbours<A>(around, row, x);
+        const SLimits<A> limits = limitsFromStart<A>({others.middle, smaller(own, others.largest)});
         store(row + x, select(greens, darkerBlock(around.above, own, around.below, x), limits.Apply(before)));
         // Two steps from block to block: the limits do not wait for the blocks before.
-        before = SLimits<T>{repeatLastPair<T>(limits.floor), repeatLastPair<T>(limits.ceiling)}.Apply(before);
+        before = SLimits<A>{repeatLastPair(limits.floor), repeatLastPair(limits.ceiling)}.Apply(before);
     }
     return x;
 }
@@ -214,14 +183,15 @@ inline std::size_t easyBayerBlocks(const SBayerRows<T>& around, T* row, std::siz
 /// none; returns the first column behind those that are done. Clipped samples are rare and stand together.
 template <class T, class Repair>
 inline std::size_t forClippedBlocks(const T* live, std::size_t from, std::size_t to, T threshold, Repair repair) {
-    using Wide = WideVec<T>;
-    constexpr std::size_t lanes = sizeof(Wide) / sizeof(T);
-    const Wide limit = Wide{} + threshold;
-    const auto anyClipped = [=](std::size_t x) { return anyLane(loadAs<Wide>(live + x) >= limit); };
+    using Wide = WideV<T>;
+    constexpr std::size_t lanes = kLanes<Wide>;
+    constexpr std::size_t step = kLanes<RowV<T>>;
+    const Wide limit = all<Wide>(threshold);
+    const auto anyClipped = [=](std::size_t x) { return any(load<Wide>(live + x) >= limit); };
     std::size_t x = from;
     for (; x + lanes <= to; x += lanes) {
         if (anyClipped(x)) {
-            for (std::size_t i = 0; i < lanes; i += kLanes<T>) {
+            for (std::size_t i = 0; i < lanes; i += step) {
                 repair(x + i);
             }
         }
@@ -229,7 +199,7 @@ inline std::size_t forClippedBlocks(const T* live, std::size_t from, std::size_t
     if (x != from && !anyClipped(to - lanes)) {
         return to;
     }
-    for (; x + kLanes<T> <= to; x += kLanes<T>) {
+    for (; x + step <= to; x += step) {
         repair(x);
     }
     return x;
@@ -238,25 +208,27 @@ inline std::size_t forClippedBlocks(const T* live, std::size_t from, std::size_t
 template <class T>
 inline std::size_t repairBayerBlocks(const SBayerRows<T>& around, T* row, const T* live, std::size_t from,
                                      std::size_t to, T threshold) {
-    const Vec<T> greens = greenMask<T>(around.greenParity);
+    using A = RowV<T>;
+    const A greens = greenMask<A>(around.greenParity);
     return forClippedBlocks(live, from, to, threshold, [&](std::size_t x) {
-        const Vec<T> own = load(row + x);
-        const Vec<T> clipped = clippedMask(load(live + x), own, threshold);
-        const SSorted<T> others = sortedNeighbours(around, row, x);
+        const A own = load<A>(row + x);
+        const A clipped = clippedMask(load<A>(live + x), own, threshold);
+        const SSorted<A> others = sortedNeighbours<A>(around, row, x);
         // What is not clipped stays, whatever stands before it.
-        const SLimits<T> limits = limitsFromStart<T>(
+        const SLimits<A> limits = limitsFromStart<A>(
             {select(clipped, larger(own, others.smallest), own), select(clipped, larger(own, others.middle), own)});
-        const Vec<T> green = select(clipped, brighterBlock(around.above, own, around.below, x), own);
-        store(row + x, select(greens, green, limits.Apply(repeatPair(row + x - 2))));
+        const A green = select(clipped, brighterBlock(around.above, own, around.below, x), own);
+        store(row + x, select(greens, green, limits.Apply(repeatPair<A>(row + x - 2))));
     });
 }
 
 template <class T>
 inline std::size_t repairMonoBlocks(const T* above, T* row, const T* below, const T* live, std::size_t from,
                                     std::size_t to, T threshold) {
+    using A = RowV<T>;
     return forClippedBlocks(live, from, to, threshold, [=](std::size_t x) {
-        const Vec<T> own = load(row + x);
-        const Vec<T> clipped = clippedMask(load(live + x), own, threshold);
+        const A own = load<A>(row + x);
+        const A clipped = clippedMask(load<A>(live + x), own, threshold);
         store(row + x, select(clipped, brighterBlock(above, own, below, x), own));
     });
 }
@@ -276,7 +248,7 @@ void easyMono(const T* above, T* row, const T* below, std::size_t width) {
     std::size_t done = 1;
 #if VEK_VECTOR_BYTES != 0
     done = changeBlocks(row, done, end,
-                        [=]<class V>(V, std::size_t x) { return darkerBlock(above, loadAs<V>(row + x), below, x); });
+                        [=]<class A>(A, std::size_t x) { return darkerBlock(above, load<A>(row + x), below, x); });
 #endif
     easyMonoSpan(above, row, below, done, end);
 }
@@ -299,15 +271,16 @@ T subtract(T* row, const T* dark, T* live, std::size_t width) {
     T brightest = 0;
 #if VEK_VECTOR_BYTES != 0
     // Memory alone decides here, and it is slower with wider vectors.
-    Vec<T> bright{};
-    done = changeBlocksOf<Vec<T>>(row, done, width, [&](Vec<T>, std::size_t x) {
-        const Vec<T> own = load(row + x);
-        const Vec<T> level = load(dark + x);
+    using A = RowV<T>;
+    A bright{};
+    done = changeBlocksOf<A>(row, done, width, [&](A, std::size_t x) {
+        const A own = load<A>(row + x);
+        const A level = load<A>(dark + x);
         store(live + x, own);
         bright = larger(bright, own);
         return larger(own, level) - level;
     });
-    for (std::size_t i = 0; i < kLanes<T>; ++i) {
+    for (std::size_t i = 0; i < kLanes<A>; ++i) {
         brightest = larger(brightest, static_cast<T>(bright[i]));
     }
 #endif
@@ -338,7 +311,11 @@ void repairBayer(const T* above2, const T* above, T* row, const T* below, const 
 
 template <class T>
 constexpr SNoiseRows<T> noiseTable() {
-    return {easyMono<T>, easyBayer<T>, subtract<T>, repairMono<T>, repairBayer<T>};
+    return {.easyMono = easyMono<T>,
+            .easyBayer = easyBayer<T>,
+            .subtract = subtract<T>,
+            .repairMono = repairMono<T>,
+            .repairBayer = repairBayer<T>};
 }
 
 } // namespace

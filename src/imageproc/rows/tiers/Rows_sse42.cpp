@@ -4,4 +4,4 @@
 #define VEK_ISA_NAME "sse42"
 #define VEK_ISA_ENUM Isa::Sse42
 #define VEK_VECTOR_BYTES 16
-#include "imageproc/rows/Rows.inl"
+#include "imageproc/rows/tiers/Rows.inl"

@@ -1,5 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sums of a row's samples at even and at odd columns.
+#pragma once
+
+#include "imageproc/rows/RowTable.h"
+#include "imageproc/rows/kernels/Packed.inl"
+#include "imageproc/rows/simd/Vector.inl"
 
 namespace vek::rows::VEK_ISA {
 namespace {
@@ -26,17 +31,17 @@ inline void sumSpan(std::size_t from, std::size_t width, std::uint64_t* sums, Sa
 #if VEK_VECTOR_BYTES != 0
 
 /// Sum of a vector's lanes, none of which is as wide as 64 bits.
-template <class T>
-inline std::uint64_t sumLanes(Vec<T> v) {
-    using Pair = typename SPair<T>::type;
-    constexpr unsigned bits = 8 * sizeof(T);
-    const auto pairs = (Vec<Pair>)v;
-    const Vec<Pair> sums = (pairs & static_cast<Pair>((Pair{1} << bits) - 1)) + (pairs >> bits);
-    if constexpr (sizeof(Pair) < sizeof(std::uint64_t)) {
-        return sumLanes<Pair>(sums);
+template <class A>
+VEK_INLINE std::uint64_t sumLanes(A v) {
+    using P = Pair<Lane<A>>;
+    constexpr unsigned bits = 8 * sizeof(Lane<A>);
+    const auto pairs = as<P>(v);
+    const auto sums = (pairs & static_cast<P>((P{1} << bits) - 1)) + (pairs >> bits);
+    if constexpr (sizeof(P) < sizeof(std::uint64_t)) {
+        return sumLanes(sums);
     } else {
         std::uint64_t sum = 0;
-        for (std::size_t i = 0; i < kLanes<Pair>; ++i) {
+        for (std::size_t i = 0; i < kLanes<Like<P, A>>; ++i) {
             sum += sums[i];
         }
         return sum;
@@ -46,20 +51,20 @@ inline std::uint64_t sumLanes(Vec<T> v) {
 /// Sums count blocks of a row in lanes of twice a sample's width, which hold the sum of room samples.
 template <class T, class LoadBlock>
 inline void sumBlocks(std::size_t count, std::size_t room, std::uint64_t* sums, LoadBlock loadBlock) {
-    using Pair = typename SPair<T>::type;
+    using Pairs = RowV<Pair<T>>;
     constexpr unsigned bits = 8 * sizeof(T);
     for (std::size_t block = 0; block < count;) {
         const std::size_t end = count - block < room ? count : block + room;
         // Modulo a lane's range the sum of whole pairs is even + odd x 2^bits, and even fits a lane: no mask per block.
-        Vec<Pair> both{};
-        Vec<Pair> odd{};
+        Pairs both{};
+        Pairs odd{};
         for (; block < end; ++block) {
-            const auto pairs = (Vec<Pair>)loadBlock(block);
+            const auto pairs = (Pairs)loadBlock(block);
             both += pairs;
             odd += pairs >> bits;
         }
-        sums[0] += sumLanes<Pair>(both - (odd << bits));
-        sums[1] += sumLanes<Pair>(odd);
+        sums[0] += sumLanes(both - (odd << bits));
+        sums[1] += sumLanes(odd);
     }
 }
 
@@ -73,9 +78,10 @@ void sumRow(const T* row, std::size_t width, std::uint64_t* sums) {
 #if VEK_VECTOR_BYTES != 0
     // A lane of 16 bits holds 257 bytes' sum, one of 32 bits 65537 words'.
     constexpr std::size_t room = std::size_t{1} << (8 * sizeof(T));
-    const std::size_t blocks = width / kLanes<T>;
-    sumBlocks<T>(blocks, room, sums, [=](std::size_t block) { return load(row + block * kLanes<T>); });
-    done = blocks * kLanes<T>;
+    using A = RowV<T>;
+    const std::size_t blocks = width / kLanes<A>;
+    sumBlocks<T>(blocks, room, sums, [=](std::size_t block) { return load<A>(row + block * kLanes<A>); });
+    done = blocks * kLanes<A>;
 #endif
     sumSpan(done, width, sums, [=](std::size_t x) { return row[x]; });
 }
@@ -84,7 +90,7 @@ template <unsigned Bits>
 void sumPacked(const std::uint8_t* row, std::size_t width, std::uint64_t* sums) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
-    constexpr std::size_t pixels = kLanes<std::uint16_t>;
+    constexpr std::size_t pixels = kLanes<RowV<std::uint16_t>>;
     constexpr std::size_t bytes = pixels * Bits / 8;
     constexpr std::size_t reach = kPackedReach<Bits>;
     const std::size_t rowBytes = packedBytes<Bits>(width);
@@ -97,7 +103,10 @@ void sumPacked(const std::uint8_t* row, std::size_t width, std::uint64_t* sums) 
 }
 
 constexpr SSumRows sumTable() {
-    return {sumRow<std::uint8_t>, sumRow<std::uint16_t>, sumPacked<10>, sumPacked<12>};
+    return {.samples8 = sumRow<std::uint8_t>,
+            .samples16 = sumRow<std::uint16_t>,
+            .packed10 = sumPacked<10>,
+            .packed12 = sumPacked<12>};
 }
 
 } // namespace

@@ -1,5 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Samples and packed pixels to bytes.
+#pragma once
+
+#include "imageproc/rows/RowTable.h"
+#include "imageproc/rows/kernels/Blocks.inl"
+#include "imageproc/rows/kernels/Packed.inl"
+#include "imageproc/rows/simd/Pixels.inl"
 
 namespace vek::rows::VEK_ISA {
 namespace {
@@ -48,32 +54,15 @@ struct SShift {
     std::uint8_t kept;
 };
 
-/// kLanes<std::uint8_t> samples as bytes.
-inline Vec<std::uint8_t> shiftBlock(const std::uint8_t* src, const SShift<std::uint8_t>& shift) {
-    const auto pairs = (Vec<std::uint16_t>)load(src);
-    return (Vec<std::uint8_t>)(pairs << shift.left >> shift.right) & shift.kept;
+/// Samples as a vector of bytes.
+VEK_INLINE RowV<std::uint8_t> shiftBlock(const std::uint8_t* src, const SShift<std::uint8_t>& shift) {
+    const auto pairs = load<RowV<std::uint16_t>>(src);
+    return (RowV<std::uint8_t>)(pairs << shift.left >> shift.right) & shift.kept;
 }
-inline Vec<std::uint8_t> shiftBlock(const std::uint16_t* src, const SShift<std::uint16_t>& shift) {
-    return lowBytes(load(src) << shift.left >> shift.right,
-                    load(src + kLanes<std::uint16_t>) << shift.left >> shift.right);
-}
-
-/// Stores block(x), kLanes<std::uint8_t> bytes, at dst + x for the columns 0 .. count-1, from left to right. The last
-/// block overlaps the one before it by a multiple of Step columns. It is made first: the source may start where dst
-/// does. Returns how many columns are done, all but Step - 1 at most.
-template <std::size_t Step, class Block>
-inline std::size_t storeByteBlocks(std::uint8_t* dst, std::size_t count, Block block) {
-    constexpr std::size_t lanes = kLanes<std::uint8_t>;
-    if (count < lanes) {
-        return 0;
-    }
-    const std::size_t last = (count - lanes) / Step * Step;
-    const Vec<std::uint8_t> lastBlock = block(last);
-    for (std::size_t x = 0; x < last; x += lanes) {
-        store(dst + x, block(x));
-    }
-    store(dst + last, lastBlock);
-    return last + lanes;
+VEK_INLINE RowV<std::uint8_t> shiftBlock(const std::uint16_t* src, const SShift<std::uint16_t>& shift) {
+    using Words = RowV<std::uint16_t>;
+    return lowBytes(load<Words>(src) << shift.left >> shift.right,
+                    load<Words>(src + kLanes<Words>) << shift.left >> shift.right);
 }
 
 #endif
@@ -88,12 +77,12 @@ void shiftToBytes(const T* src, std::uint8_t* dst, std::size_t width, int shift)
         const SShift<T> by(shift);
         if constexpr (Channels == 1) {
             done = storeByteBlocks<1>(dst, width, [=](std::size_t x) { return shiftBlock(src + x, by); });
-        } else if (const std::size_t pairs = width & ~std::size_t{1}; pairs >= kLanes<std::uint8_t>) {
-            forBlocks<std::uint8_t, Channels>(dst, 0, pairs, [=](std::size_t x) {
-                const Vec<std::uint8_t> v = shiftBlock(src + x, by);
-                storePixels<Channels>(dst + x * Channels, v, v, v);
+        } else if (const std::size_t columns = blockColumns<RowV<std::uint8_t>>(0, 0, width); columns != 0) {
+            forBlocks<RowV<std::uint8_t>, Channels>(dst, 0, columns, [=](std::size_t x) {
+                const auto v = shiftBlock(src + x, by);
+                storePixels<Channels>(dst + x * Channels, SColours<RowV<std::uint8_t>>{v, v, v});
             });
-            done = pairs;
+            done = columns;
         }
     }
 #endif
@@ -106,8 +95,8 @@ void unpackToBytes(const std::uint8_t* src, std::uint8_t* dst, std::size_t width
 #if VEK_VECTOR_BYTES != 0
     // Larger shifts bring in bits of the next pixel.
     if (shift >= 0 && shift <= static_cast<int>(Bits) - 8) {
-        constexpr std::size_t lanes = kLanes<std::uint8_t>;
-        constexpr std::size_t half = kLanes<std::uint16_t>;
+        constexpr std::size_t lanes = kLanes<RowV<std::uint8_t>>;
+        constexpr std::size_t half = kLanes<RowV<std::uint16_t>>;
         constexpr std::size_t reach = half * Bits / 8 + kPackedReach<Bits>;
         const std::size_t rowBytes = packedBytes<Bits>(width);
         // Eight pixels take whole bytes, so blocks start at multiples of 8 columns.
@@ -122,10 +111,10 @@ void unpackToBytes(const std::uint8_t* src, std::uint8_t* dst, std::size_t width
 }
 
 constexpr SByteRows byteTable() {
-    return {{shiftToBytes<std::uint8_t, 1>, shiftToBytes<std::uint8_t, 3>, shiftToBytes<std::uint8_t, 4>},
-            {shiftToBytes<std::uint16_t, 1>, shiftToBytes<std::uint16_t, 3>, shiftToBytes<std::uint16_t, 4>},
-            unpackToBytes<10>,
-            unpackToBytes<12>};
+    return {.shift8 = {shiftToBytes<std::uint8_t, 1>, shiftToBytes<std::uint8_t, 3>, shiftToBytes<std::uint8_t, 4>},
+            .shift16 = {shiftToBytes<std::uint16_t, 1>, shiftToBytes<std::uint16_t, 3>, shiftToBytes<std::uint16_t, 4>},
+            .unpack10 = unpackToBytes<10>,
+            .unpack12 = unpackToBytes<12>};
 }
 
 } // namespace

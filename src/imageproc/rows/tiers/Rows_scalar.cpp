@@ -4,4 +4,4 @@
 #define VEK_ISA_NAME "scalar"
 #define VEK_ISA_ENUM Isa::Scalar
 #define VEK_VECTOR_BYTES 0
-#include "imageproc/rows/Rows.inl"
+#include "imageproc/rows/tiers/Rows.inl"

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Packed pixels: a row is one bit stream.
+#pragma once
+
+#include "imageproc/rows/simd/Vector.inl"
 
 namespace vek::rows::VEK_ISA {
 namespace {
@@ -30,18 +33,18 @@ constexpr std::size_t packedBytes(std::size_t width) {
 
 /// Bytes that unpackBlock reads: the last 16-byte part is read whole.
 template <unsigned Bits>
-constexpr std::size_t kPackedReach = kLanes<std::uint16_t>* Bits / 8 - Bits + 16;
+constexpr std::size_t kPackedReach = kLanes<RowV<std::uint16_t>>* Bits / 8 - Bits + 16;
 
-/// kLanes<std::uint16_t> packed pixels, of which each 16-byte part of the vector takes 8 from the low Bits bytes of
+/// A vector of packed pixels, of which each 16-byte part of the vector takes 8 from the low Bits bytes of
 /// its own: the word of each pixel, shifted up so that its highest bit is the word's, then down.
 template <unsigned Bits>
-inline Vec<std::uint16_t> unpackBlock(const std::uint8_t* p) {
-    static constexpr SLanes<std::uint8_t> kBytes =
-        makeLanes<std::uint8_t>([](std::size_t i) { return i % 16 / 2 * Bits / 8 + i % 2; });
-    static constexpr SLanes<std::uint16_t> kUp =
-        makeLanes<std::uint16_t>([](std::size_t i) { return 1U << (16 - Bits - i % 8 * Bits % 8); });
-    const auto words = (Vec<std::uint16_t>)shuffleBytes(loadParts(p, Bits), kBytes.vec());
-    return words * kUp.vec() >> (16 - Bits);
+VEK_INLINE RowV<std::uint16_t> unpackBlock(const std::uint8_t* p) {
+    using Words = RowV<std::uint16_t>;
+    using Bytes = RowV<std::uint8_t>;
+    const auto places = constant<Bytes>([](std::size_t i) { return i % 16 / 2 * Bits / 8 + i % 2; });
+    const auto up = constant<Words>([](std::size_t i) { return 1U << (16 - Bits - i % 8 * Bits % 8); });
+    const auto words = (Words)shuffle(loadParts<Bytes>(p, Bits), places);
+    return words * up >> (16 - Bits);
 }
 
 #endif

@@ -4,4 +4,4 @@
 #define VEK_ISA_NAME "avx2"
 #define VEK_ISA_ENUM Isa::Avx2
 #define VEK_VECTOR_BYTES 32
-#include "imageproc/rows/Rows.inl"
+#include "imageproc/rows/tiers/Rows.inl"

@@ -4,4 +4,4 @@
 #define VEK_ISA_NAME "neon"
 #define VEK_ISA_ENUM Isa::Neon
 #define VEK_VECTOR_BYTES 16
-#include "imageproc/rows/Rows.inl"
+#include "imageproc/rows/tiers/Rows.inl"

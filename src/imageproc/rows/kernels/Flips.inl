@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Mirrored and transposed images, by the size of a pixel.
+#pragma once
+
+#include "imageproc/rows/RowTable.h"
+#include "imageproc/rows/simd/Pixels.inl"
 
 namespace vek::rows::VEK_ISA {
 namespace {
@@ -76,37 +80,7 @@ inline void transposeBands(const std::uint8_t* src, std::ptrdiff_t srcPitch, std
 
 // ---- 16 bytes at a time ----
 
-using Bytes16 = std::uint8_t __attribute__((vector_size(16)));
-
-inline Bytes16 load16(const std::uint8_t* p) {
-    Bytes16 v;
-    __builtin_memcpy(&v, p, sizeof v);
-    return v;
-}
-inline void store16(std::uint8_t* p, Bytes16 v) {
-    __builtin_memcpy(p, &v, sizeof v);
-}
-
-struct SBytes16 {
-    alignas(16) std::uint8_t byte[16];
-    Bytes16 vec() const { return load16(byte); }
-};
-template <class F>
-constexpr SBytes16 makeBytes16(F byteAt) {
-    SBytes16 bytes{};
-    for (std::size_t i = 0; i < 16; ++i) {
-        bytes.byte[i] = static_cast<std::uint8_t>(byteAt(i));
-    }
-    return bytes;
-}
-
-inline Bytes16 shuffle16(Bytes16 v, Bytes16 index) {
-#if defined(__ARM_NEON)
-    return vqtbl1q_u8(v, index);
-#else
-    return (Bytes16)_mm_shuffle_epi8((__m128i)v, (__m128i)index);
-#endif
-}
+using Bytes16 = V<std::uint8_t, 16>;
 
 /// Whole pixels in 16 bytes, and the bytes that they take.
 template <std::size_t Bytes>
@@ -116,136 +90,58 @@ constexpr std::size_t kUsed16 = kPixels16<Bytes>* Bytes;
 
 /// The last whole pixels of 16 bytes in reverse order, at the front; the rest is anything.
 template <std::size_t Bytes>
-inline Bytes16 reverseToFront(Bytes16 v) {
-    static constexpr SBytes16 kIndex = makeBytes16([](std::size_t i) {
-        const std::size_t pixel = i / Bytes;
-        return i < kUsed16<Bytes> ? 16 - (pixel + 1) * Bytes + i % Bytes : 0;
-    });
-    return shuffle16(v, kIndex.vec());
+VEK_INLINE Bytes16 reverseToFront(Bytes16 v) {
+    return shuffle(v, constant<Bytes16>([](std::size_t i) {
+                       const std::size_t pixel = i / Bytes;
+                       return i < kUsed16<Bytes> ? 16 - (pixel + 1) * Bytes + i % Bytes : 0;
+                   }));
 }
 
 /// The first whole pixels of 16 bytes in reverse order, at the back; the rest is anything.
 template <std::size_t Bytes>
-inline Bytes16 reverseToBack(Bytes16 v) {
-    static constexpr SBytes16 kIndex = makeBytes16([](std::size_t i) {
-        constexpr std::size_t unused = 16 - kUsed16<Bytes>;
-        if (i < unused) {
-            return std::size_t{0};
-        }
-        const std::size_t pixel = (i - unused) / Bytes;
-        return (kPixels16<Bytes> - 1 - pixel) * Bytes + (i - unused) % Bytes;
-    });
-    return shuffle16(v, kIndex.vec());
+VEK_INLINE Bytes16 reverseToBack(Bytes16 v) {
+    return shuffle(v, constant<Bytes16>([](std::size_t i) {
+                       constexpr std::size_t unused = 16 - kUsed16<Bytes>;
+                       const std::size_t pixel = (i - unused) / Bytes;
+                       return i < unused ? 0 : (kPixels16<Bytes> - 1 - pixel) * Bytes + (i - unused) % Bytes;
+                   }));
 }
 
 /// Bytes of moved where whole pixels stand at the front (or the back), of kept elsewhere.
 template <std::size_t Bytes>
-inline Bytes16 mergeFront(Bytes16 moved, Bytes16 kept) {
-    static constexpr SBytes16 kFront = makeBytes16([](std::size_t i) { return i < kUsed16<Bytes> ? 255 : 0; });
-    const Bytes16 mask = kFront.vec();
-    return (moved & mask) | (kept & ~mask);
+VEK_INLINE Bytes16 mergeFront(Bytes16 moved, Bytes16 kept) {
+    return select(constant<Bytes16>([](std::size_t i) { return i < kUsed16<Bytes> ? 255 : 0; }), moved, kept);
 }
 template <std::size_t Bytes>
-inline Bytes16 mergeBack(Bytes16 moved, Bytes16 kept) {
-    static constexpr SBytes16 kBack = makeBytes16([](std::size_t i) { return i >= 16 - kUsed16<Bytes> ? 255 : 0; });
-    const Bytes16 mask = kBack.vec();
-    return (moved & mask) | (kept & ~mask);
+VEK_INLINE Bytes16 mergeBack(Bytes16 moved, Bytes16 kept) {
+    return select(constant<Bytes16>([](std::size_t i) { return i >= 16 - kUsed16<Bytes> ? 255 : 0; }), moved, kept);
 }
 
 /// The pixels at the front of 16 bytes change places with those at the back of 16 others.
 template <std::size_t Bytes>
 inline void exchange16(std::uint8_t* front, std::uint8_t* back) {
-    const Bytes16 f = load16(front);
-    const Bytes16 b = load16(back);
-    store16(front, mergeFront<Bytes>(reverseToFront<Bytes>(b), f));
-    store16(back, mergeBack<Bytes>(reverseToBack<Bytes>(f), b));
+    const Bytes16 f = load<Bytes16>(front);
+    const Bytes16 b = load<Bytes16>(back);
+    store(front, mergeFront<Bytes>(reverseToFront<Bytes>(b), f));
+    store(back, mergeBack<Bytes>(reverseToBack<Bytes>(f), b));
 }
 
-// Pixels of a and b in turn: those of the low halves, and of the high ones.
-template <std::size_t Bytes>
-inline Bytes16 zipLow(Bytes16 a, Bytes16 b);
-template <std::size_t Bytes>
-inline Bytes16 zipHigh(Bytes16 a, Bytes16 b);
-
-#if defined(__ARM_NEON)
-#define VEK_ZIP(bytes, lanes, type, x86)                                                                               \
-    template <>                                                                                                        \
-    inline Bytes16 zipLow<bytes>(Bytes16 a, Bytes16 b) {                                                               \
-        return (Bytes16)vzip1q_##lanes((type)a, (type)b);                                                              \
-    }                                                                                                                  \
-    template <>                                                                                                        \
-    inline Bytes16 zipHigh<bytes>(Bytes16 a, Bytes16 b) {                                                              \
-        return (Bytes16)vzip2q_##lanes((type)a, (type)b);                                                              \
-    }
-#else
-#define VEK_ZIP(bytes, lanes, type, x86)                                                                               \
-    template <>                                                                                                        \
-    inline Bytes16 zipLow<bytes>(Bytes16 a, Bytes16 b) {                                                               \
-        return (Bytes16)_mm_unpacklo_##x86((__m128i)a, (__m128i)b);                                                    \
-    }                                                                                                                  \
-    template <>                                                                                                        \
-    inline Bytes16 zipHigh<bytes>(Bytes16 a, Bytes16 b) {                                                              \
-        return (Bytes16)_mm_unpackhi_##x86((__m128i)a, (__m128i)b);                                                    \
-    }
-#endif
-VEK_ZIP(1, u8, uint8x16_t, epi8)
-VEK_ZIP(2, u16, uint16x8_t, epi16)
-VEK_ZIP(4, u32, uint32x4_t, epi32)
-VEK_ZIP(8, u64, uint64x2_t, epi64)
-#undef VEK_ZIP
-
-#if VEK_VECTOR_BYTES == 32
-/// Two times 16 bytes, each on their own.
-using Bytes16x2 = Vec<std::uint8_t>;
-template <std::size_t Bytes>
-inline Bytes16x2 zipLow(Bytes16x2 a, Bytes16x2 b) {
-    static_assert(Bytes == 1);
-    return (Bytes16x2)_mm256_unpacklo_epi8((__m256i)a, (__m256i)b);
-}
-template <std::size_t Bytes>
-inline Bytes16x2 zipHigh(Bytes16x2 a, Bytes16x2 b) {
-    static_assert(Bytes == 1);
-    return (Bytes16x2)_mm256_unpackhi_epi8((__m256i)a, (__m256i)b);
-}
-#endif
-
-/// Bytes that a pixel takes while it is transposed: 3 and 6 grow to a power of two.
-template <std::size_t Bytes>
-constexpr std::size_t kUnit16 = Bytes == 3   ? 4
-                                : Bytes == 6 ? 8
-                                             : Bytes;
 /// Rows and columns of a tile.
 template <std::size_t Bytes>
-constexpr std::size_t kTile16 = 16 / kUnit16<Bytes>;
-
-/// The first pixels of 16 bytes, as many as a tile has, at kUnit16 bytes each; and back, with zeros behind them.
-template <std::size_t Bytes>
-inline Bytes16 widenPixels(Bytes16 v) {
-    constexpr std::size_t unit = kUnit16<Bytes>;
-    static constexpr SBytes16 kIndex =
-        makeBytes16([](std::size_t i) { return i % unit < Bytes ? i / unit * Bytes + i % unit : 0x80; });
-    return unit == Bytes ? v : shuffle16(v, kIndex.vec());
-}
-template <std::size_t Bytes>
-inline Bytes16 narrowPixels(Bytes16 v) {
-    constexpr std::size_t unit = kUnit16<Bytes>;
-    static constexpr SBytes16 kIndex =
-        makeBytes16([](std::size_t i) { return i < kTile16<Bytes> * Bytes ? i / Bytes * unit + i % Bytes : 0x80; });
-    return unit == Bytes ? v : shuffle16(v, kIndex.vec());
-}
+constexpr std::size_t kTile16 = 16 / kUnit<Bytes>;
 
 /// Stores a tile's row of pixels: 16 bytes, or 12.
 template <std::size_t Bytes>
-inline void storeTileRow(std::uint8_t* p, Bytes16 v) {
+VEK_INLINE void storeTileRow(std::uint8_t* p, Bytes16 v) {
     __builtin_memcpy(p, &v, kTile16<Bytes> * Bytes);
 }
 
 /// Rows become columns: zipping each row with the one half the square further down moves one bit of the row's number
 /// into the column's; once for each bit of n.
-template <std::size_t Unit, std::size_t n, class V>
-inline void zipRows(V (&row)[n]) {
+template <std::size_t Unit, std::size_t n, class A>
+VEK_INLINE void zipRows(A (&row)[n]) {
     for (std::size_t bit = 1; bit < n; bit *= 2) {
-        V zipped[n];
+        A zipped[n];
         for (std::size_t i = 0; i < n / 2; ++i) {
             zipped[2 * i] = zipLow<Unit>(row[i], row[i + n / 2]);
             zipped[2 * i + 1] = zipHigh<Unit>(row[i], row[i + n / 2]);
@@ -263,9 +159,9 @@ inline void transposeTile(const std::uint8_t* src, std::ptrdiff_t srcPitch, std:
     constexpr std::size_t n = kTile16<Bytes>;
     Bytes16 row[n];
     for (std::size_t i = 0; i < n; ++i) {
-        row[i] = widenPixels<Bytes>(load16(src + static_cast<std::ptrdiff_t>(i) * srcPitch));
+        row[i] = widenPixels<Bytes>(load<Bytes16>(src + static_cast<std::ptrdiff_t>(i) * srcPitch));
     }
-    zipRows<kUnit16<Bytes>>(row);
+    zipRows<kUnit<Bytes>>(row);
     for (std::size_t i = 0; i < n; ++i) {
         storeTileRow<Bytes>(dst + static_cast<std::ptrdiff_t>(i) * dstPitch, narrowPixels<Bytes>(row[i]));
     }
@@ -277,15 +173,14 @@ inline void transposeColumn(const std::uint8_t* src, std::ptrdiff_t srcPitch, st
                             std::ptrdiff_t dstPitch, std::size_t rows) {
     constexpr std::size_t n = kTile16<Bytes>;
     std::size_t y = 0;
-#if VEK_VECTOR_BYTES == 32
-    // Bytes two tiles at a time. Larger pixels wait for memory, and for stores that straddle cache lines.
-    if constexpr (Bytes == 1) {
+    // Bytes two tiles at a time where vectors allow. Larger pixels wait for memory, and for stores that straddle cache
+    // lines.
+    if constexpr (Bytes == 1 && kRowBytes == 32) {
         for (; y + 2 * n <= rows; y += 2 * n) {
-            Bytes16x2 row[n];
+            RowV<std::uint8_t> row[n];
             for (std::size_t i = 0; i < n; ++i) {
-                const std::uint8_t* const upper = src + static_cast<std::ptrdiff_t>(y + i) * srcPitch;
-                const std::uint8_t* const lower = upper + static_cast<std::ptrdiff_t>(n) * srcPitch;
-                row[i] = (Bytes16x2)_mm256_loadu2_m128i((const __m128i*)lower, (const __m128i*)upper);
+                row[i] = loadParts<RowV<std::uint8_t>>(src + static_cast<std::ptrdiff_t>(y + i) * srcPitch,
+                                                       static_cast<std::ptrdiff_t>(n) * srcPitch);
             }
             zipRows<Bytes>(row);
             for (std::size_t i = 0; i < n; ++i) {
@@ -293,7 +188,6 @@ inline void transposeColumn(const std::uint8_t* src, std::ptrdiff_t srcPitch, st
             }
         }
     }
-#endif
     for (; y < rows; y += n) {
         transposeTile<Bytes>(src + static_cast<std::ptrdiff_t>(y) * srcPitch, srcPitch, dst + y * Bytes, dstPitch);
     }
@@ -357,7 +251,7 @@ void reverse(const std::uint8_t* src, std::uint8_t* dst, std::size_t width) {
 #if VEK_VECTOR_BYTES != 0
     // What a store writes beyond whole pixels the next one puts right.
     for (; (width - x) * Bytes >= 16; x += kPixels16<Bytes>) {
-        store16(dst + x * Bytes, reverseToFront<Bytes>(load16(src + (width - x) * Bytes - 16)));
+        store(dst + x * Bytes, reverseToFront<Bytes>(load<Bytes16>(src + (width - x) * Bytes - 16)));
     }
 #endif
     reverseSpan<Bytes>(src, dst, x, width);
@@ -408,8 +302,10 @@ void transpose(const std::uint8_t* src, std::ptrdiff_t srcPitch, std::uint8_t* d
     { kernel<1>, kernel<2>, kernel<3>, kernel<4>, kernel<6>, kernel<8> }
 
 constexpr SFlipRows flipTable() {
-    return {VEK_BY_PIXEL(reverse), VEK_BY_PIXEL(reverseInPlace), VEK_BY_PIXEL(exchangeReversed),
-            VEK_BY_PIXEL(transpose)};
+    return {.reverse = VEK_BY_PIXEL(reverse),
+            .reverseInPlace = VEK_BY_PIXEL(reverseInPlace),
+            .exchangeReversed = VEK_BY_PIXEL(exchangeReversed),
+            .transpose = VEK_BY_PIXEL(transpose)};
 }
 
 #undef VEK_BY_PIXEL

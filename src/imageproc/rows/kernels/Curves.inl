@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+// Samples through tables or times gains, one for even and one for odd columns.
+#pragma once
+
+#include "imageproc/rows/RowTable.h"
+#include "imageproc/rows/kernels/Blocks.inl"
+#include "imageproc/rows/simd/ByteTable.inl"
+
+namespace vek::rows::VEK_ISA {
+namespace {
+
+// ---- plain loops: columns from .. width-1, from even ----
+
+template <class T>
+inline T lookUpOne(const T* table, T sample) {
+    if constexpr (sizeof(T) == 1) {
+        return table[sample];
+    } else {
+        constexpr T last = kCurveEntries<T> - 1;
+        return table[sample < last ? sample : last];
+    }
+}
+
+template <class T>
+inline void lookUpSpan(T* row, std::size_t from, std::size_t width, const T* even, const T* odd) {
+    std::size_t x = from;
+    for (; x + 1 < width; x += 2) {
+        row[x] = lookUpOne(even, row[x]);
+        row[x + 1] = lookUpOne(odd, row[x + 1]);
+    }
+    if (x < width) {
+        row[x] = lookUpOne(even, row[x]);
+    }
+}
+
+// lookUpBlocks works on the whole blocks of a row and returns how many columns those have. Blocks do not overlap: the
+// row is changed in place.
+
+#if VEK_VECTOR_BYTES != 0
+
+inline std::size_t lookUpBlocks([[maybe_unused]] std::uint8_t* row, [[maybe_unused]] std::size_t width,
+                                [[maybe_unused]] const std::uint8_t* even, [[maybe_unused]] const std::uint8_t* odd) {
+    std::size_t x = 0;
+#if VEK_BYTE_TABLES
+    const SBytePair tables(even, odd);
+    for (; x + SBytePair::columns <= width; x += SBytePair::columns) {
+        tables.Change(row + x);
+    }
+#endif
+    return x;
+}
+
+/// Tables of words are too large for registers, and gathers are slower than loads. What a vector can do is to see that
+/// no sample of a block has to be limited; two samples at a time then take the fewest instructions.
+inline std::size_t lookUpBlocks(std::uint16_t* row, std::size_t width, const std::uint16_t* even,
+                                const std::uint16_t* odd) {
+    constexpr std::uint16_t last = kCurveEntries<std::uint16_t> - 1;
+    using A = RowV<std::uint16_t>;
+    constexpr std::size_t lanes = kLanes<A>;
+    std::size_t x = 0;
+    for (; x + lanes <= width; x += lanes) {
+        if (any(load<A>(row + x) > last)) {
+            lookUpSpan(row, x, x + lanes, even, odd);
+            continue;
+        }
+        for (std::size_t i = 0; i < lanes; i += 2) {
+            std::uint32_t samples;
+            __builtin_memcpy(&samples, row + x + i, sizeof samples);
+            const std::uint32_t results = even[samples & 0xFFFF] | static_cast<std::uint32_t>(odd[samples >> 16]) << 16;
+            __builtin_memcpy(row + x + i, &results, sizeof results);
+        }
+    }
+    return x;
+}
+
+#endif
+
+// ---- kernels ----
+
+template <class T>
+void lookUp(T* row, std::size_t width, const T* even, const T* odd) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    done = lookUpBlocks(row, width, even, odd);
+#endif
+    lookUpSpan(row, done, width, even, odd);
+}
+
+template <class T>
+constexpr SCurveRows<T> curveTable() {
+    return {.lookUp = lookUp<T>};
+}
+
+#if VEK_VECTOR_BYTES != 0
+
+/// Gains as factors of mulHigh: byte x 256 x factor / 65536. One is all it takes to reach 255 with the largest
+/// that fits, so that greater gains change nothing.
+inline std::uint16_t gainFactor(unsigned gain) {
+    constexpr unsigned largest = 32767;
+    return static_cast<std::uint16_t>(2 * (gain < largest ? gain : largest));
+}
+
+#endif
+
+inline std::uint8_t gained(std::uint8_t sample, unsigned gain) {
+    const unsigned value = sample * gain >> 7;
+    return static_cast<std::uint8_t>(value < 255 ? value : 255);
+}
+
+/// Columns from .. width-1.
+inline void gainSpan(std::uint8_t* row, std::size_t from, std::size_t width, unsigned evenGain, unsigned oddGain) {
+    std::size_t x = from;
+    for (; x + 1 < width; x += 2) {
+        row[x] = gained(row[x], evenGain);
+        row[x + 1] = gained(row[x + 1], oddGain);
+    }
+    if (x < width) {
+        row[x] = gained(row[x], evenGain);
+    }
+}
+
+inline void gainBytes(std::uint8_t* row, std::size_t width, unsigned evenGain, unsigned oddGain) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    const std::uint16_t factors[] = {gainFactor(evenGain), gainFactor(oddGain), gainFactor(evenGain)};
+    done = changeBlocks(row, 0, width, [=]<class A>(A, std::size_t x) {
+        using Words = Like<std::uint16_t, A>;
+        const std::uint16_t* const factor = factors + x % 2;
+        const auto words = load<Words>(row + x);
+        const Words largest = all<Words>(255);
+        const Words low = mulHigh(words << 8, all<Words>(factor[0]));
+        const Words high = mulHigh(words & 0xFF00, all<Words>(factor[1]));
+        return (A)(smaller(low, largest) | smaller(high, largest) << 8);
+    });
+#endif
+    gainSpan(row, done, width, evenGain, oddGain);
+}
+
+constexpr SGainRows gainTable() {
+    return {.bytes = gainBytes};
+}
+
+} // namespace
+} // namespace vek::rows::VEK_ISA

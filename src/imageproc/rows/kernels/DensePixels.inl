@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: Apache-2.0
+// Rows of blue-green-red pixels in chunks, without the gaps between them.
+#pragma once
+
+#include "imageproc/rows/simd/Pixels.inl"
+
+namespace vek::rows::VEK_ISA {
+namespace {
+
+#if VEK_VECTOR_BYTES != 0
+
+/// Pixels that go through the steps of a kernel together.
+constexpr std::size_t kChunk = 512;
+
+/// A value for each pixel of a chunk.
+template <class T>
+struct SChunk {
+    alignas(kWideBytes) T at[kChunk];
+};
+
+/// Whole blocks of T from column x on, a chunk at most.
+template <class T>
+inline std::size_t chunkColumns(std::size_t x, std::size_t end) {
+    const std::size_t blocks = (end - x) / kLanes<WideV<T>> * kLanes<WideV<T>>;
+    return blocks < kChunk ? blocks : kChunk;
+}
+
+template <std::size_t Step>
+struct SStep {
+    static constexpr std::size_t value = Step;
+};
+
+/// Columns from x on, a chunk at most; less than a block is the end of a row.
+template <class T>
+inline std::size_t anyColumns(std::size_t x, std::size_t end) {
+    const std::size_t blocks = chunkColumns<T>(x, end);
+    return blocks != 0 ? blocks : end - x;
+}
+
+/// Copies the pixels of a row that stand Step samples apart to dense ones, or back. Samples between pixels may be read
+/// with them, those behind the last pixel are not; only pixels are written.
+template <std::size_t Step, class T>
+inline void gatherPixels(const T* pixels, std::size_t count, T* dense) {
+    // A chunk further on: nothing is read there.
+    constexpr std::size_t ahead = kChunk * Step * sizeof(T);
+    std::size_t i = 0;
+    if constexpr (Step == 4) {
+        constexpr std::size_t together = 4 / sizeof(T);
+        for (; i + together < count; i += together) {
+            __builtin_prefetch(reinterpret_cast<const std::uint8_t*>(pixels + i * Step) + ahead);
+            store(dense + 3 * i, narrowPixels<3 * sizeof(T)>(load<V<std::uint8_t, 16>>(pixels + i * Step)));
+        }
+    }
+    for (; i + 1 < count; ++i) {
+        __builtin_prefetch(reinterpret_cast<const std::uint8_t*>(pixels + i * Step) + ahead);
+        __builtin_memcpy(dense + 3 * i, pixels + i * Step, 4 * sizeof(T));
+    }
+    __builtin_memcpy(dense + 3 * i, pixels + i * Step, 3 * sizeof(T));
+}
+template <std::size_t Step, class T>
+inline void scatterPixels(const T* dense, std::size_t count, T* pixels) {
+    for (std::size_t i = 0; i < count; ++i) {
+        __builtin_memcpy(pixels + i * Step, dense + 3 * i, 3 * sizeof(T));
+    }
+}
+
+/// Calls copy(step) with the step as a constant.
+template <class Copy>
+inline void withStep(std::size_t step, Copy copy) {
+    switch (step) {
+    case 3:
+        copy(SStep<3>{});
+        break;
+    case 4:
+        copy(SStep<4>{});
+        break;
+    case 6:
+        copy(SStep<6>{});
+        break;
+    default:
+        copy(SStep<8>{});
+        break;
+    }
+}
+
+/// Pixels of three samples without gaps, in whole blocks: those of a row themselves, or a copy where they stand 4, 6 or
+/// 8 samples apart or are less than a block.
+template <class T>
+class CDensePixels {
+public:
+    explicit CDensePixels(std::size_t step) : mStep(step) {}
+
+    /// count pixels from pixels on, at least one.
+    template <class Pixels>
+    Pixels* Take(Pixels* pixels, std::size_t count) {
+        if (!Copies(count)) {
+            return pixels;
+        }
+        withStep(mStep, [=, this](auto step) { gatherPixels<step.value, T>(pixels, count, mPixels); });
+        if (count < kLanes<WideV<T>>) {
+            __builtin_memset(mPixels + 3 * count, 0, 3 * (kLanes<WideV<T>> - count) * sizeof(T));
+        }
+        return mPixels;
+    }
+    /// What Take gave goes back to where it came from.
+    void PutBack(T* pixels, std::size_t count) const {
+        if (Copies(count)) {
+            withStep(mStep, [=, this](auto step) { scatterPixels<step.value, T>(mPixels, count, pixels); });
+        }
+    }
+
+private:
+    bool Copies(std::size_t count) const { return mStep != 3 || count < kLanes<WideV<T>>; }
+
+    std::size_t mStep;
+    alignas(kWideBytes) T mPixels[3 * kChunk + 4]; ///< and room for what is stored with the last pixels
+};
+
+/// Asks for the dense pixels of a block some time ahead: these loops are slow enough for the processor to lose sight of
+/// the row. Nothing is read.
+template <class T>
+inline void prefetchPixels(const T* pixels) {
+    constexpr std::size_t ahead = 1024;
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(pixels) + ahead;
+    for (std::size_t i = 0; i < 3 * kWideBytes; i += 64) {
+        __builtin_prefetch(bytes + i);
+    }
+}
+
+/// Vector K of a block of pixels: plus and then minus a change, up to maxValue.
+template <std::size_t K, class T>
+VEK_INLINE void changeVector(T* pixels, WideV<T> plus, WideV<T> minus, WideV<T> maxValue) {
+    T* const at = pixels + K * kLanes<WideV<T>>;
+    const WideV<T> changed = subSat(addSat(load<WideV<T>>(at), repeatLanes<K>(plus)), repeatLanes<K>(minus));
+    store(at, sizeof(T) == 1 ? changed : smaller(changed, maxValue));
+}
+
+/// The samples of a block of pixels become larger by plus and smaller by minus, of which one is 0; they stay within
+/// 0 .. maxValue (bytes: 255).
+template <class T>
+VEK_INLINE void changeBlock(T* pixels, WideV<T> plus, WideV<T> minus, WideV<T> maxValue) {
+    changeVector<0>(pixels, plus, minus, maxValue);
+    changeVector<1>(pixels, plus, minus, maxValue);
+    changeVector<2>(pixels, plus, minus, maxValue);
+}
+
+/// Whether vectors know the largest sample: all bytes, words of up to 15 bits.
+template <class T>
+constexpr bool isUsualMaximum(unsigned maxValue) {
+    return sizeof(T) == 1 ? maxValue == 255 : maxValue < 0x8000;
+}
+
+/// Whether a sample of a block's pixels is above maxValue.
+template <class T>
+VEK_INLINE bool anyAbove(const T* pixels, WideV<T> maxValue) {
+    return any((WideV<T>)((load<WideV<T>>(pixels) > maxValue) | (load<WideV<T>>(pixels + kLanes<WideV<T>>) > maxValue) |
+                          (load<WideV<T>>(pixels + 2 * kLanes<WideV<T>>) > maxValue)));
+}
+
+#endif
+
+} // namespace
+} // namespace vek::rows::VEK_ISA

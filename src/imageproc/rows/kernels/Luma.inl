@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: Apache-2.0
+// Luma of blue-green-red pixels, and its change along a curve.
+//
+// The tiers with vectors compute luma instead of looking it up, and take a row in chunks: luma of a chunk to a buffer,
+// there through the curve, and from there to the pixels.
+#pragma once
+
+#include "imageproc/rows/RowTable.h"
+#include "imageproc/rows/kernels/Curves.inl"
+#include "imageproc/rows/kernels/DensePixels.inl"
+
+namespace vek::rows::VEK_ISA {
+namespace {
+
+/// Sample as an index into a table of Entries.
+template <unsigned Entries, class T>
+inline unsigned entryOf(T sample) {
+    if constexpr (sizeof(T) == 1) {
+        static_assert(Entries >= 256);
+        return sample;
+    } else {
+        return sample < Entries ? sample : Entries - 1;
+    }
+}
+
+/// Luma of a pixel; the sum of three largest shares fits 16 bits.
+template <class T>
+inline unsigned lumaOf(const T* pixel, const SLumaTables& tables) {
+    constexpr unsigned entries = SLumaTables::kEntries;
+    return static_cast<unsigned>(tables.blue[entryOf<entries>(pixel[0])] + tables.green[entryOf<entries>(pixel[1])] +
+                                 tables.red[entryOf<entries>(pixel[2])]);
+}
+
+template <class T>
+inline T clampTo(std::int32_t value, std::int32_t maxValue) {
+    return static_cast<T>(value < 0 ? 0 : value > maxValue ? maxValue : value);
+}
+
+// ---- plain loops: columns from .. to-1 ----
+
+template <class T>
+inline void lumaSpan(const T* row, T* lumaRow, std::size_t from, std::size_t to, std::size_t step,
+                     const SLumaTables& tables) {
+    for (std::size_t x = from; x < to; ++x) {
+        lumaRow[x] = static_cast<T>(lumaOf(row + x * step, tables));
+    }
+}
+
+template <class T>
+inline void lumaCurveSpan(T* row, std::size_t from, std::size_t to, std::size_t step, const SLumaTables& luma,
+                          const SLumaCurve& curve, unsigned maxValue) {
+    const auto max = static_cast<std::int32_t>(maxValue);
+    for (std::size_t x = from; x < to; ++x) {
+        T* const pixel = row + x * step;
+        const unsigned y = lumaOf(pixel, luma);
+        const auto change = static_cast<std::int16_t>(curve.levels[entryOf<4096>(static_cast<std::uint16_t>(y))] - y);
+        for (unsigned i = 0; i < 3; ++i) {
+            pixel[i] = clampTo<T>(pixel[i] + change, max);
+        }
+    }
+}
+
+#if VEK_VECTOR_BYTES != 0
+
+/// Luma of bytes. The weights of ITU-R BT.601 in 15 bits round every byte as the tables do.
+VEK_INLINE WideV<std::uint8_t> lumaVec(const SColours<WideV<std::uint8_t>>& pixels) {
+    using Words = WideV<std::uint16_t>;
+    return inPairs(
+        [](Words blue, Words green, Words red) {
+            return mulRound15(blue, all<Words>(3736)) + mulRound15(green, all<Words>(19235)) +
+                   mulRound15(red, all<Words>(9798));
+        },
+        pixels.blue, pixels.green, pixels.red);
+}
+
+/// The share of samples within the tables. The products have three decimals: a constant between the largest fraction
+/// that is cut off, 0.499, and the smallest that is not leaves room for single precision.
+VEK_INLINE WideV<std::uint32_t> lumaShare(WideV<std::uint32_t> samples, float weight) {
+    const auto product = __builtin_convertvector((WideV<std::int32_t>)samples, WideV<float>) * weight + 0.5005F;
+    return (WideV<std::uint32_t>)__builtin_convertvector(product, WideV<std::int32_t>);
+}
+
+/// Luma of words.
+VEK_INLINE WideV<std::uint16_t> lumaVec(const SColours<WideV<std::uint16_t>>& pixels) {
+    using Wide = WideV<std::uint32_t>;
+    const WideV<std::uint16_t> last = all<WideV<std::uint16_t>>(SLumaTables::kEntries - 1);
+    return inPairs([](Wide blue, Wide green,
+                      Wide red) { return lumaShare(blue, 0.114F) + lumaShare(green, 0.587F) + lumaShare(red, 0.299F); },
+                   smaller(pixels.blue, last), smaller(pixels.green, last), smaller(pixels.red, last));
+}
+
+/// Luma of count pixels, whole blocks.
+template <class T>
+inline void lumaBlocks(const T* pixels, T* lumaRow, std::size_t count) {
+    for (std::size_t x = 0; x < count; x += kLanes<WideV<T>>) {
+        prefetchPixels(pixels + 3 * x);
+        store(lumaRow + x, lumaVec(load3<WideV<T>>(pixels + 3 * x)));
+    }
+}
+
+/// The curve as the lookup takes it; null where its levels are no bytes.
+inline const std::uint16_t* levelsOf(const SLumaCurve& curve, std::uint16_t) {
+    return curve.levels;
+}
+inline const std::uint8_t* levelsOf(const SLumaCurve& curve, std::uint8_t) {
+    return curve.bytes;
+}
+
+template <class T>
+inline std::size_t lumaCurveBlocks(T* row, std::size_t width, std::size_t step, const SLumaCurve& curve,
+                                   unsigned maxValue) {
+    const T* const levels = levelsOf(curve, T{});
+    if (levels == nullptr || !isUsualMaximum<T>(maxValue)) {
+        return 0;
+    }
+    const WideV<T> max = all<WideV<T>>(static_cast<T>(maxValue));
+    SChunk<T> luma;
+    SChunk<T> level;
+    CDensePixels<T> dense(step);
+    std::size_t x = 0;
+    while (const std::size_t columns = anyColumns<T>(x, width)) {
+        const std::size_t count = columns < kLanes<WideV<T>> ? kLanes<WideV<T>> : columns;
+        T* const pixels = dense.Take(row + x * step, columns);
+        lumaBlocks(pixels, luma.at, count);
+        __builtin_memcpy(level.at, luma.at, count * sizeof(T));
+        lookUp(level.at, count, levels, levels);
+        for (std::size_t i = 0; i < count; i += kLanes<WideV<T>>) {
+            const WideV<T> before = load<WideV<T>>(luma.at + i);
+            const WideV<T> after = load<WideV<T>>(level.at + i);
+            if constexpr (sizeof(T) == 1) {
+                changeBlock(pixels + 3 * i, subSat(after, before), subSat(before, after), max);
+            } else {
+                // The difference counts in 16 bits with a sign.
+                const WideV<T> falls = (WideV<T>)((WideV<std::int16_t>)(after - before) < 0);
+                changeBlock(pixels + 3 * i, (after - before) & ~falls, (before - after) & falls, max);
+            }
+        }
+        dense.PutBack(row + x * step, columns);
+        x += columns;
+    }
+    return x;
+}
+
+#endif
+
+// ---- kernels ----
+
+template <class T>
+void luma(const T* row, T* lumaRow, std::size_t width, std::size_t step, const SLumaTables& tables) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    CDensePixels<T> dense(step);
+    while (const std::size_t count = chunkColumns<T>(done, width)) {
+        lumaBlocks<T>(dense.Take(row + done * step, count), lumaRow + done, count);
+        done += count;
+    }
+#endif
+    lumaSpan(row, lumaRow, done, width, step, tables);
+}
+
+template <class T>
+void lumaCurve(T* row, std::size_t width, std::size_t step, const SLumaTables& luma, const SLumaCurve& curve,
+               unsigned maxValue) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    done = lumaCurveBlocks(row, width, step, curve, maxValue);
+#endif
+    lumaCurveSpan(row, done, width, step, luma, curve, maxValue);
+}
+
+} // namespace
+} // namespace vek::rows::VEK_ISA

@@ -1,0 +1,340 @@
+// SPDX-License-Identifier: Apache-2.0
+// The unsharp mask, of grey rows and of blue-green-red pixels.
+#pragma once
+
+#include "imageproc/rows/RowTable.h"
+#include "imageproc/rows/kernels/Luma.inl"
+
+namespace vek::rows::VEK_ISA {
+namespace {
+
+// ---- plain loops: columns from .. to-1 ----
+
+template <class T>
+inline void sum3Span(const T* row, std::uint16_t* sumRow, std::size_t from, std::size_t to) {
+    for (std::size_t x = from; x < to; ++x) {
+        sumRow[x] = static_cast<std::uint16_t>(row[x - 1] + row[x] + row[x + 1]);
+    }
+}
+
+/// What a pixel differs by from the mean of its eight neighbours, which a half rounds up.
+inline std::int32_t detail(unsigned centre, unsigned left, unsigned right, unsigned above, unsigned below) {
+    return static_cast<std::int32_t>(centre) - static_cast<std::int32_t>((above + below + left + right + 4) >> 3);
+}
+
+/// Correction by absolute difference.
+inline unsigned correctionOf(std::int32_t difference, const SSharpening& sharpening) {
+    return sharpening.table[difference < 4096 ? difference : 4095];
+}
+
+// Bytes: the correction itself counts modulo 256 in grey images; in colour images the bound and the sum do. Both are a
+// clamp to 0 .. 255 for corrections of up to 255.
+
+inline std::uint8_t brighterGrey(std::uint8_t sample, unsigned correction, unsigned maxValue) {
+    const unsigned step = correction & 0xFF;
+    return static_cast<std::uint8_t>(((maxValue - sample) & 0xFF) > step ? sample + step : maxValue);
+}
+inline std::uint8_t darkerGrey(std::uint8_t sample, unsigned correction) {
+    const unsigned step = correction & 0xFF;
+    return static_cast<std::uint8_t>(sample > step ? sample - step : 0);
+}
+inline std::uint8_t brighterColour(std::uint8_t sample, unsigned correction, unsigned maxValue) {
+    return static_cast<std::uint8_t>(sample < ((maxValue - correction) & 0xFF) ? sample + correction : maxValue);
+}
+inline std::uint8_t darkerColour(std::uint8_t sample, unsigned correction, unsigned) {
+    return static_cast<std::uint8_t>(sample > correction ? sample - correction : 0);
+}
+
+// Words: plain clamps. A sample above maxValue that a grey image darkens may stay above it.
+
+inline std::uint16_t brighterGrey(std::uint16_t sample, unsigned correction, unsigned maxValue) {
+    return static_cast<std::uint16_t>(sample + correction < maxValue ? sample + correction : maxValue);
+}
+inline std::uint16_t darkerGrey(std::uint16_t sample, unsigned correction) {
+    return static_cast<std::uint16_t>(sample > correction ? sample - correction : 0);
+}
+inline std::uint16_t brighterColour(std::uint16_t sample, unsigned correction, unsigned maxValue) {
+    return brighterGrey(sample, correction, maxValue);
+}
+inline std::uint16_t darkerColour(std::uint16_t sample, unsigned correction, unsigned maxValue) {
+    const std::uint16_t darker = darkerGrey(sample, correction);
+    return static_cast<std::uint16_t>(darker < maxValue ? darker : maxValue);
+}
+
+/// left: the sample in front of from as it was before its own change. Returns that of the last column.
+template <class T>
+inline T sharpenGreySpan(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t from,
+                         std::size_t to, T left, const SSharpening& sharpening) {
+    const auto coring = static_cast<std::int32_t>(sharpening.coring);
+    for (std::size_t x = from; x < to; ++x) {
+        const T centre = row[x];
+        const std::int32_t difference = detail(centre, left, row[x + 1], above[x], below[x]);
+        if (difference > coring) {
+            row[x] = brighterGrey(centre, correctionOf(difference, sharpening), sharpening.maxValue);
+        } else if (difference < -coring) {
+            row[x] = darkerGrey(centre, correctionOf(-difference, sharpening));
+        }
+        left = centre;
+    }
+    return left;
+}
+
+/// pixel: that of column from.
+template <class T>
+inline void sharpenColourSpan(T* pixel, std::size_t step, const T* lumaRow, const std::uint16_t* above,
+                              const std::uint16_t* below, std::size_t from, std::size_t to,
+                              const SSharpening& sharpening) {
+    const auto coring = static_cast<std::int32_t>(sharpening.coring);
+    for (std::size_t x = from; x < to; ++x, pixel += step) {
+        const std::int32_t difference = detail(lumaRow[x], lumaRow[x - 1], lumaRow[x + 1], above[x], below[x]);
+        if (difference > coring) {
+            const unsigned correction = correctionOf(difference, sharpening);
+            for (unsigned i = 0; i < 3; ++i) {
+                pixel[i] = brighterColour(pixel[i], correction, sharpening.maxValue);
+            }
+        } else if (difference < -coring) {
+            const unsigned correction = correctionOf(-difference, sharpening);
+            for (unsigned i = 0; i < 3; ++i) {
+                pixel[i] = darkerColour(pixel[i], correction, sharpening.maxValue);
+            }
+        }
+    }
+}
+
+#if VEK_VECTOR_BYTES != 0
+
+/// Samples as words, and words within a sample's range as samples.
+template <class T>
+VEK_INLINE WideV<std::uint16_t> loadWords(const T* p) {
+    const auto samples = load<V<T, kLanes<WideV<std::uint16_t>> * sizeof(T)>>(p);
+    if constexpr (sizeof(T) == 1) {
+        return widen<std::uint16_t>(samples);
+    } else {
+        return samples;
+    }
+}
+template <class T>
+VEK_INLINE auto asSamples(WideV<std::uint16_t> words) {
+    if constexpr (sizeof(T) == 1) {
+        return narrow<T>(words);
+    } else {
+        return words;
+    }
+}
+
+template <class T>
+inline std::size_t sum3Blocks(const T* row, std::uint16_t* sumRow, std::size_t width) {
+    constexpr std::size_t lanes = kLanes<WideV<std::uint16_t>>;
+    std::size_t x = 1;
+    for (; x + lanes < width; x += lanes) {
+        store(sumRow + x, loadWords(row + x - 1) + loadWords(row + x) + loadWords(row + x + 1));
+    }
+    return x;
+}
+
+/// Tables of corrections as the lookup takes them; lower is null where raise serves both.
+template <class T>
+struct SCorrections {
+    const T* raise;
+    const T* lower;
+};
+inline SCorrections<std::uint16_t> correctionsOf(const SSharpening& sharpening, std::uint16_t) {
+    return {sharpening.table, nullptr};
+}
+inline SCorrections<std::uint8_t> correctionsOf(const SSharpening& sharpening, std::uint8_t) {
+    return {sharpening.raiseBytes, sharpening.lowerBytes};
+}
+
+/// What the unsharp mask knows of the pixels of a chunk: how far they are above or below the mean of their neighbours,
+/// 0 where that is within the coring; and the corrections for it.
+template <class T>
+struct SSharpChunk {
+    SChunk<T> brighter;
+    SChunk<T> darker;
+    SChunk<T> raise;
+    SChunk<T> lower;
+
+    /// samples: those of the row; leftOf(i): the left neighbours of column i and those behind it, as words; above,
+    /// below: sums of three of the rows beside. Returns false where sums leave 16 bits: words above any depth.
+    template <class LeftOf>
+    bool Compare(const T* samples, LeftOf leftOf, const std::uint16_t* above, const std::uint16_t* below,
+                 std::size_t count, unsigned coring) {
+        WideV<std::uint16_t> sums{};
+        WideV<std::uint16_t> neighbours{};
+        for (std::size_t i = 0; i < count; i += kLanes<WideV<std::uint16_t>>) {
+            const WideV<std::uint16_t> a = load<WideV<std::uint16_t>>(above + i);
+            const WideV<std::uint16_t> b = load<WideV<std::uint16_t>>(below + i);
+            const WideV<std::uint16_t> left = leftOf(i);
+            const WideV<std::uint16_t> right = loadWords(samples + i + 1);
+            sums |= a | b;
+            neighbours |= left | right;
+            store(raise.at + i, asSamples<T>((a + b + left + right + 4) >> 3));
+        }
+        constexpr T largest = static_cast<T>(~T{0});
+        const T held = coring < largest ? static_cast<T>(coring) : largest;
+        const WideV<T> limit = all<WideV<T>>(held);
+        for (std::size_t i = 0; i < count; i += kLanes<WideV<T>>) {
+            const WideV<T> sample = load<WideV<T>>(samples + i);
+            const WideV<T> mean = load<WideV<T>>(raise.at + i);
+            const WideV<T> more = subSat(sample, mean);
+            const WideV<T> less = subSat(mean, sample);
+            store(brighter.at + i, more & (WideV<T>)(more > limit));
+            store(darker.at + i, less & (WideV<T>)(less > limit));
+            store(raise.at + i, more | less);
+        }
+        return !any((sums & 0xC000) | (neighbours & 0xE000));
+    }
+
+    /// Whether there is anything to correct in columns from .. from + count - 1.
+    bool Any(std::size_t from, std::size_t count) const {
+        WideV<T> differences{};
+        for (std::size_t i = from; i < from + count; i += kLanes<WideV<T>>) {
+            differences |= load<WideV<T>>(brighter.at + i) | load<WideV<T>>(darker.at + i);
+        }
+        return any(differences);
+    }
+    /// Corrections from their differences.
+    void LookUp(const SCorrections<T>& corrections, std::size_t from, std::size_t count) {
+        if (corrections.lower != nullptr) {
+            __builtin_memcpy(lower.at + from, raise.at + from, count * sizeof(T));
+            lookUp(lower.at + from, count, corrections.lower, corrections.lower);
+        }
+        lookUp(raise.at + from, count, corrections.raise, corrections.raise);
+    }
+    /// Calls correct(i) for the blocks of every run that has something to correct. Even areas have nothing.
+    template <class Correct>
+    void ForRuns(const SCorrections<T>& corrections, std::size_t count, Correct correct) {
+        constexpr std::size_t run = 64;
+        for (std::size_t from = 0; from < count; from += run) {
+            const std::size_t columns = count - from < run ? count - from : run;
+            if (Any(from, columns)) {
+                LookUp(corrections, from, columns);
+                for (std::size_t i = from; i < from + columns; i += kLanes<WideV<T>>) {
+                    correct(i);
+                }
+            }
+        }
+    }
+    VEK_INLINE WideV<T> Plus(std::size_t i) const {
+        return load<WideV<T>>(raise.at + i) & (WideV<T>)(load<WideV<T>>(brighter.at + i) != 0);
+    }
+    VEK_INLINE WideV<T> Minus(std::size_t i, bool apart) const {
+        return load<WideV<T>>((apart ? lower.at : raise.at) + i) & (WideV<T>)(load<WideV<T>>(darker.at + i) != 0);
+    }
+};
+
+template <class T>
+inline std::size_t sharpenGreyBlocks(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
+                                     T& left, const SSharpening& sharpening) {
+    std::size_t x = 1;
+    if (!isUsualMaximum<T>(sharpening.maxValue) || width < kLanes<WideV<T>> + 2) {
+        return x;
+    }
+    // What a grey sample gets darker by counts modulo 256, too.
+    const SCorrections<T> corrections = {correctionsOf(sharpening, T{}).raise, nullptr};
+    const WideV<T> max = all<WideV<T>>(static_cast<T>(sharpening.maxValue));
+    SSharpChunk<T> chunk;
+    while (const std::size_t count = chunkColumns<T>(x, width - 1)) {
+        T* const samples = row + x;
+        const auto leftOf = [&](std::size_t i) {
+            WideV<std::uint16_t> words = loadWords(samples + i - 1);
+            if (i == 0) {
+                words[0] = left;
+            }
+            return words;
+        };
+        bool usual = chunk.Compare(samples, leftOf, above + x, below + x, count, sharpening.coring);
+        if constexpr (sizeof(T) != 1) {
+            // Samples above the largest keep what the plain loop leaves of them.
+            WideV<T> high{};
+            for (std::size_t i = 0; i < count; i += kLanes<WideV<T>>) {
+                high |= (WideV<T>)(load<WideV<T>>(samples + i) > max);
+            }
+            usual = usual && !any(high);
+        }
+        if (usual) {
+            left = samples[count - 1];
+            chunk.ForRuns(corrections, count, [&](std::size_t i) {
+                const WideV<T> sharp =
+                    subSat(addSat(load<WideV<T>>(samples + i), chunk.Plus(i)), chunk.Minus(i, false));
+                store(samples + i, sizeof(T) == 1 ? sharp : smaller(sharp, max));
+            });
+        } else {
+            left = sharpenGreySpan(row, above, below, x, x + count, left, sharpening);
+        }
+        x += count;
+    }
+    return x;
+}
+
+template <class T>
+inline std::size_t sharpenColourBlocks(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above,
+                                       const std::uint16_t* below, std::size_t width, const SSharpening& sharpening) {
+    std::size_t x = 1;
+    if (!isUsualMaximum<T>(sharpening.maxValue) || width < kLanes<WideV<T>> + 2) {
+        return x;
+    }
+    const SCorrections<T> corrections = correctionsOf(sharpening, T{});
+    const WideV<T> max = all<WideV<T>>(static_cast<T>(sharpening.maxValue));
+    SSharpChunk<T> chunk;
+    CDensePixels<T> dense(step);
+    while (const std::size_t count = chunkColumns<T>(x, width - 1)) {
+        T* const pixels = dense.Take(row + x * step, count);
+        const auto leftOf = [&](std::size_t i) { return loadWords(lumaRow + x + i - 1); };
+        if (chunk.Compare(lumaRow + x, leftOf, above + x, below + x, count, sharpening.coring)) {
+            chunk.ForRuns(corrections, count, [&](std::size_t i) {
+                if (sizeof(T) != 1 && anyAbove(pixels + 3 * i, max)) {
+                    // Those that are left alone stay as they are.
+                    sharpenColourSpan(pixels + 3 * i, 3, lumaRow, above, below, x + i, x + i + kLanes<WideV<T>>,
+                                      sharpening);
+                } else {
+                    changeBlock(pixels + 3 * i, chunk.Plus(i), chunk.Minus(i, corrections.lower != nullptr), max);
+                }
+            });
+        } else {
+            sharpenColourSpan(pixels, 3, lumaRow, above, below, x, x + count, sharpening);
+        }
+        dense.PutBack(row + x * step, count);
+        x += count;
+    }
+    return x;
+}
+
+#endif
+
+// ---- kernels ----
+
+template <class T>
+void sum3(const T* row, std::uint16_t* sumRow, std::size_t width) {
+    std::size_t done = 1;
+#if VEK_VECTOR_BYTES != 0
+    done = sum3Blocks(row, sumRow, width);
+#endif
+    if (width > 2) {
+        sum3Span(row, sumRow, done, width - 1);
+    }
+}
+
+template <class T>
+void sharpenGrey(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
+                 const SSharpening& sharpening) {
+    std::size_t done = 1;
+    T left = row[0];
+#if VEK_VECTOR_BYTES != 0
+    done = sharpenGreyBlocks(row, above, below, width, left, sharpening);
+#endif
+    sharpenGreySpan(row, above, below, done, width - 1, left, sharpening);
+}
+
+template <class T>
+void sharpenColour(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above, const std::uint16_t* below,
+                   std::size_t width, const SSharpening& sharpening) {
+    std::size_t done = 1;
+#if VEK_VECTOR_BYTES != 0
+    done = sharpenColourBlocks(row, step, lumaRow, above, below, width, sharpening);
+#endif
+    sharpenColourSpan(row + done * step, step, lumaRow, above, below, done, width - 1, sharpening);
+}
+
+} // namespace
+} // namespace vek::rows::VEK_ISA

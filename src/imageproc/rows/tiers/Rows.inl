@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+// One instruction set's kernels and their table. The including file defines VEK_ISA (namespace), VEK_ISA_NAME,
+// VEK_ISA_ENUM, VEK_VECTOR_BYTES (0: plain loops only) and, where longer vectors exist, VEK_WIDE_VECTOR_BYTES. The
+// table is the object file's only global symbol: code compiled for a wider instruction set must never be linked in for
+// a narrower one.
+#include "imageproc/rows/RowTable.h"
+
+#include "imageproc/rows/kernels/Bytes.inl"
+#include "imageproc/rows/kernels/Colours.inl"
+#include "imageproc/rows/kernels/Curves.inl"
+#include "imageproc/rows/kernels/Demosaic.inl"
+#include "imageproc/rows/kernels/Flips.inl"
+#include "imageproc/rows/kernels/Noise.inl"
+#include "imageproc/rows/kernels/Shading.inl"
+#include "imageproc/rows/kernels/Sums.inl"
+#include "imageproc/rows/kernels/YCrCb.inl"
+
+namespace vek::rows::VEK_ISA {
+
+extern const SRowTable kTable;
+const SRowTable kTable = {
+    .isa = VEK_ISA_ENUM,
+    .name = VEK_ISA_NAME,
+    .demosaic8 = demosaicTable<std::uint8_t>(),
+    .demosaic16 = demosaicTable<std::uint16_t>(),
+    .sums = sumTable(),
+    .curves8 = curveTable<std::uint8_t>(),
+    .curves16 = curveTable<std::uint16_t>(),
+    .gains = gainTable(),
+    .colours8 = colourTable<std::uint8_t>(),
+    .colours16 = colourTable<std::uint16_t>(),
+    .flips = flipTable(),
+    .yCrCb = yCrCbTable(),
+    .bytes = byteTable(),
+    .noise8 = noiseTable<std::uint8_t>(),
+    .noise16 = noiseTable<std::uint16_t>(),
+    .shading8 = shadingTable<std::uint8_t>(),
+    .shading16 = shadingTable<std::uint16_t>(),
+};
+
+} // namespace vek::rows::VEK_ISA
