@@ -10,6 +10,8 @@ without releasing the upper halves of the vector registers, and code without AVX
 
 At -O2, where g++ 12 makes no vectors of plain loops, every kernel of a tier's table has vector instructions, in itself
 or in what it calls: none falls back to its plain loop unnoticed. PLAIN lists those that are meant to be plain.
+
+Each file of kernels and of the vector layer compiles alone in the first tier with vectors: it includes what it uses.
 Usage: isa_objects.py BUILD_DIR
 """
 import json
@@ -114,6 +116,46 @@ def check_vectors(path, words, isa):
     return not bad
 
 
+# Kernels and tables of kernels, and what stands for their parameters.
+KERNEL = re.compile(r"^(?:template <([^<>]*)>\n)?(?:void|T|constexpr S\w+Rows(?:<T>)?) (\w+)\(", re.MULTILINE)
+ARGUMENTS = {"class T": "std::uint8_t", "BayerRow Row": "BayerRow::RG", "BayerRow Upper": "BayerRow::RG",
+             "unsigned Channels": "3", "unsigned GreenParity": "0", "unsigned Bits": "10", "std::size_t Bytes": "2",
+             "YCrCbSpace Space": "YCrCbSpace::Full601", "YCrCb Packing": "YCrCb::P422"}
+
+
+def uses_of(text):
+    """Statements that use each kernel: names in templates are looked for then."""
+    for i, kernel in enumerate(KERNEL.finditer(text)):
+        arguments = ", ".join(ARGUMENTS[each] for each in kernel[1].split(", ")) if kernel[1] else ""
+        yield f"auto* const use{i} = &{kernel[2]}{f'<{arguments}>' if arguments else ''};\n"
+
+
+def check_alone(tier, words, directory):
+    """Each .inl file by itself, as the tier's source would include it."""
+    source = pathlib.Path(tier)
+    rows = source.parent.parent
+    defines = re.sub(r"#include .*", "", source.read_text())
+    # The tier's own part of the vector layer comes by way of Vector.inl alone.
+    files = sorted(p for p in rows.glob("*/*.inl") if p.name not in ("Rows.inl", "Neon.inl", "X86.inl"))
+    words = [word for word in words if word not in ("-c", tier)]
+    del words[words.index("-o"):words.index("-o") + 2]
+    with tempfile.TemporaryDirectory() as scratch:
+        # The compiler's header is most of what each of them takes: compiled once.
+        header = pathlib.Path(scratch) / "vectors.h"
+        header.write_text("#include <cstdint>\n#include <%s>\n" % ("arm_neon.h" if "neon" in tier else "immintrin.h"))
+        subprocess.run([*words, "-x", "c++-header", header, "-o", f"{header}.gch"], check=True, cwd=directory)
+        good = len(files) >= 10
+        for path in files:
+            include = (f'{defines}\n#include "imageproc/rows/{path.parent.name}/{path.name}"\n'
+                       f"namespace vek::rows::VEK_ISA {{\n{''.join(uses_of(path.read_text()))}}}\n")
+            result = subprocess.run([*words, "-include", header, "-fsyntax-only", "-x", "c++", "-"], cwd=directory,
+                                    input=include, capture_output=True, text=True)
+            if result.returncode != 0:
+                print(f"{path.name} alone: {result.stderr}")
+                good = False
+    return good
+
+
 def main():
     build = pathlib.Path(sys.argv[1])
     commands = json.loads((build / "compile_commands.json").read_text())
@@ -122,6 +164,8 @@ def main():
         print(f"only {len(rows)} row kernel objects in {build}")
         return 1
     good = True
+    alone = next(c for c in rows if not c["file"].endswith("Rows_scalar.cpp"))
+    good &= check_alone(alone["file"], shlex.split(alone["command"]), alone["directory"])
     for entry in rows:
         isa = pathlib.Path(entry["file"]).stem.removeprefix("Rows_")
         words = shlex.split(entry["command"])

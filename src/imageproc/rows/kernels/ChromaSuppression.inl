@@ -43,72 +43,82 @@ inline void suppressChromaSpan(T* row, std::size_t from, std::size_t to, std::si
 
 #if VEK_VECTOR_BYTES != 0
 
-/// Strength of suppression at a distance beyond a start level.
-VEK_INLINE WideV<std::uint16_t> strengthAt(WideV<std::uint16_t> distance, std::uint16_t slope) {
-    using Words = WideV<std::uint16_t>;
-    const Words slopes = all<Words>(slope);
-    const Words full = all<Words>(kFullStrength);
+// ---- body, in registers ----
+
+/// Strength of suppression at a distance beyond a start level, words.
+template <class A>
+VEK_INLINE A strengthAt(A distance, std::uint16_t slope) {
+    const A slopes = all<A>(slope);
+    const A full = all<A>(kFullStrength);
     return mulHigh(distance, slopes) != 0 ? full : smaller(distance * slopes, full);
 }
-
-VEK_INLINE WideV<std::uint16_t> strengthOf(WideV<std::uint16_t> y, const SChromaLimits& limits) {
-    using Words = WideV<std::uint16_t>;
-    const Words lowStart = all<Words>(limits.lowStart);
-    const Words highStart = all<Words>(limits.highStart);
-    const Words low = strengthAt(lowStart - y + 1, limits.lowSlope) & (Words)(y < lowStart);
-    const Words high = strengthAt(y - highStart + 1, limits.highSlope) & (Words)(y > highStart);
+template <class A>
+VEK_INLINE A strengthOf(A y, const SChromaLimits& limits) {
+    const A lowStart = all<A>(limits.lowStart);
+    const A highStart = all<A>(limits.highStart);
+    const A low = strengthAt(lowStart - y + 1, limits.lowSlope) & (A)(y < lowStart);
+    const A high = strengthAt(y - highStart + 1, limits.highSlope) & (A)(y > highStart);
     return larger(low, high);
 }
 
-/// Strengths of a block: bytes have those of even and of odd columns.
-template <class T>
+/// Strengths of a block, by its luma: bytes have those of even and of odd columns.
+template <class A, std::size_t = sizeof(Lane<A>)>
 struct SStrength;
-template <>
-struct SStrength<std::uint8_t> {
-    WideV<std::uint16_t> even;
-    WideV<std::uint16_t> odd;
-    VEK_INLINE SStrength(WideV<std::uint8_t> y, const SChromaLimits& limits)
-        : even(strengthOf((WideV<std::uint16_t>)y & 0xFF, limits)),
-          odd(strengthOf((WideV<std::uint16_t>)y >> 8, limits)) {}
+template <class A>
+struct SStrength<A, 1> {
+    using Words = Like<std::uint16_t, A>;
+    Words even;
+    Words odd;
+    VEK_INLINE SStrength(A y, const SChromaLimits& limits)
+        : even(strengthOf((Words)y & 0xFF, limits)), odd(strengthOf((Words)y >> 8, limits)) {}
     VEK_INLINE bool Any() const { return any(even | odd); }
     /// distance x strength / 16384
-    VEK_INLINE WideV<std::uint8_t> Of(WideV<std::uint8_t> distance) const {
-        const auto pairs = (WideV<std::uint16_t>)distance;
-        return (WideV<std::uint8_t>)(mulHigh((pairs & 0xFF) << 2, even) | mulHigh(pairs >> 8 << 2, odd) << 8);
+    VEK_INLINE A Of(A distance) const {
+        const auto pairs = (Words)distance;
+        return (A)(mulHigh((pairs & 0xFF) << 2, even) | mulHigh(pairs >> 8 << 2, odd) << 8);
     }
 };
-template <>
-struct SStrength<std::uint16_t> {
-    WideV<std::uint16_t> all;
-    VEK_INLINE SStrength(WideV<std::uint16_t> y, const SChromaLimits& limits) : all(strengthOf(y, limits)) {}
-    VEK_INLINE bool Any() const { return any(all); }
-    VEK_INLINE WideV<std::uint16_t> Of(WideV<std::uint16_t> distance) const {
-        return all == kFullStrength ? distance : mulHigh(distance, all << 2);
-    }
+template <class A>
+struct SStrength<A, 2> {
+    A words;
+    VEK_INLINE SStrength(A y, const SChromaLimits& limits) : words(strengthOf(y, limits)) {}
+    VEK_INLINE bool Any() const { return any(words); }
+    VEK_INLINE A Of(A distance) const { return words == kFullStrength ? distance : mulHigh(distance, words << 2); }
 };
 
-template <class T>
-VEK_INLINE WideV<T> towardGreenVec(WideV<T> samples, WideV<T> green, const SStrength<T>& strength) {
-    const WideV<T> up = subSat(green, samples);
-    const WideV<T> move = strength.Of(up | subSat(samples, green));
+template <class A>
+VEK_INLINE A towardGreenBlock(A samples, A green, const SStrength<A>& strength) {
+    const A up = subSat(green, samples);
+    const A move = strength.Of(up | subSat(samples, green));
     return up != 0 ? samples + move : samples - move;
 }
 
+template <class A>
+VEK_INLINE SColours<A> suppressBlock(const SColours<A>& colours, const SStrength<A>& strength) {
+    return {towardGreenBlock(colours.blue, colours.green, strength), colours.green,
+            towardGreenBlock(colours.red, colours.green, strength)};
+}
+
+// ---- driver: all of a row; returns the column behind it ----
+
+///   strength      \_                 _/     of luma: full at slope x distance = 1, none between the starts
+///                   \_____________ _/
+///                  lowStart   highStart
+///
+/// No neighbours. Blue and red move toward green by strength x distance, the fraction cut off.
 template <class T>
 inline std::size_t suppressChromaBlocks(T* row, std::size_t width, std::size_t step, const SChromaLimits& limits) {
+    using A = WideV<T>;
     CDensePixels<T> dense(step);
     std::size_t x = 0;
     while (const std::size_t columns = anyColumns<T>(x, width)) {
         T* const pixels = dense.Take(row + x * step, columns);
-        for (std::size_t i = 0; i < columns; i += kLanes<WideV<T>>) {
-            const SColours<WideV<T>> colours = load3<WideV<T>>(pixels + 3 * i);
-            const SStrength<T> strength(lumaVec(colours), limits);
+        for (std::size_t i = 0; i < columns; i += kLanes<A>) {
+            const SColours<A> colours = load3<A>(pixels + 3 * i);
+            const SStrength<A> strength(lumaBlock(colours), limits);
             // Bright and dark areas are connected.
             if (strength.Any()) {
-                storePixels<3>(pixels + 3 * i,
-                               SColours<WideV<T>>{towardGreenVec<T>(colours.blue, colours.green, strength),
-                                                  colours.green,
-                                                  towardGreenVec<T>(colours.red, colours.green, strength)});
+                storePixels<3>(pixels + 3 * i, suppressBlock(colours, strength));
             }
         }
         dense.PutBack(row + x * step, columns);

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// Rows of blue-green-red pixels in chunks, without the gaps between them.
+// Rows of blue-green-red pixels in chunks, without the gaps between them; and what changes their samples alike.
+//
+//   row, step 4    b g r - b g r - b g r - ...       Take: whole blocks, or a row's last pixels and zeros behind them
+//   dense          b g r b g r b g r ...             PutBack: pixels alone, never what stands between them
 #pragma once
 
+#include "imageproc/rows/RowTable.h"
 #include "imageproc/rows/simd/Pixels.inl"
 
 namespace vek::rows::VEK_ISA {
@@ -127,21 +131,33 @@ inline void prefetchPixels(const T* pixels) {
     }
 }
 
-/// Vector K of a block of pixels: plus and then minus a change, up to maxValue.
-template <std::size_t K, class T>
-VEK_INLINE void changeVector(T* pixels, WideV<T> plus, WideV<T> minus, WideV<T> maxValue) {
-    T* const at = pixels + K * kLanes<WideV<T>>;
-    const WideV<T> changed = subSat(addSat(load<WideV<T>>(at), repeatLanes<K>(plus)), repeatLanes<K>(minus));
-    store(at, sizeof(T) == 1 ? changed : smaller(changed, maxValue));
+/// What the three samples of each pixel change by: they become larger by plus and smaller by minus, of which one is 0.
+template <class A>
+struct SChange {
+    A plus;
+    A minus;
+};
+
+/// The samples of a block with such a change, within 0 .. maxValue (bytes: 255).
+template <class A>
+VEK_INLINE A changed(A samples, const SChange<A>& change, A maxValue) {
+    const A result = subSat(addSat(samples, change.plus), change.minus);
+    return sizeof(Lane<A>) == 1 ? result : smaller(result, maxValue);
+}
+template <class A>
+VEK_INLINE SColours<A> changeBlock(const SColours<A>& colours, const SChange<A>& change, A maxValue) {
+    return {changed(colours.blue, change, maxValue), changed(colours.green, change, maxValue),
+            changed(colours.red, change, maxValue)};
 }
 
-/// The samples of a block of pixels become larger by plus and smaller by minus, of which one is 0; they stay within
-/// 0 .. maxValue (bytes: 255).
-template <class T>
-VEK_INLINE void changeBlock(T* pixels, WideV<T> plus, WideV<T> minus, WideV<T> maxValue) {
-    changeVector<0>(pixels, plus, minus, maxValue);
-    changeVector<1>(pixels, plus, minus, maxValue);
-    changeVector<2>(pixels, plus, minus, maxValue);
+/// The same in place, for dense pixels: in memory order, which spares taking the colours apart.
+template <class A, std::size_t K = 0>
+VEK_INLINE void changePixels(Lane<A>* pixels, const SChange<A>& change, A maxValue) {
+    Lane<A>* const at = pixels + K * kLanes<A>;
+    store(at, changed(load<A>(at), {repeatLanes<K>(change.plus), repeatLanes<K>(change.minus)}, maxValue));
+    if constexpr (K < 2) {
+        changePixels<A, K + 1>(pixels, change, maxValue);
+    }
 }
 
 /// Whether vectors know the largest sample: all bytes, words of up to 15 bits.

@@ -8,6 +8,7 @@
 #include "imageproc/rows/RowTable.h"
 #include "imageproc/rows/kernels/Curves.inl"
 #include "imageproc/rows/kernels/DensePixels.inl"
+#include "imageproc/rows/simd/ByteTable.inl"
 
 namespace vek::rows::VEK_ISA {
 namespace {
@@ -62,39 +63,67 @@ inline void lumaCurveSpan(T* row, std::size_t from, std::size_t to, std::size_t 
 
 #if VEK_VECTOR_BYTES != 0
 
-/// Luma of bytes. The weights of ITU-R BT.601 in 15 bits round every byte as the tables do.
-VEK_INLINE WideV<std::uint8_t> lumaVec(const SColours<WideV<std::uint8_t>>& pixels) {
-    using Words = WideV<std::uint16_t>;
-    return inPairs(
-        [](Words blue, Words green, Words red) {
-            return mulRound15(blue, all<Words>(3736)) + mulRound15(green, all<Words>(19235)) +
-                   mulRound15(red, all<Words>(9798));
-        },
-        pixels.blue, pixels.green, pixels.red);
+// ---- bodies, in registers ----
+
+/// The share of words within the tables. The products have three decimals: a constant between the largest fraction that
+/// is cut off, 0.499, and the smallest that is not leaves room for single precision.
+template <class A>
+VEK_INLINE A lumaShare(A samples, float weight) {
+    const auto product = __builtin_convertvector(as<std::int32_t>(samples), Like<float, A>) * weight + 0.5005F;
+    return (A) __builtin_convertvector(product, Like<std::int32_t, A>);
 }
 
-/// The share of samples within the tables. The products have three decimals: a constant between the largest fraction
-/// that is cut off, 0.499, and the smallest that is not leaves room for single precision.
-VEK_INLINE WideV<std::uint32_t> lumaShare(WideV<std::uint32_t> samples, float weight) {
-    const auto product = __builtin_convertvector((WideV<std::int32_t>)samples, WideV<float>) * weight + 0.5005F;
-    return (WideV<std::uint32_t>)__builtin_convertvector(product, WideV<std::int32_t>);
+/// Luma of a block. The weights of ITU-R BT.601 in 15 bits round every byte as the tables do.
+template <class A>
+VEK_INLINE A lumaBlock(const SColours<A>& colours) {
+    if constexpr (sizeof(Lane<A>) == 1) {
+        using Words = Like<std::uint16_t, A>;
+        return inPairs(
+            [](Words blue, Words green, Words red) {
+                return mulRound15(blue, all<Words>(3736)) + mulRound15(green, all<Words>(19235)) +
+                       mulRound15(red, all<Words>(9798));
+            },
+            colours.blue, colours.green, colours.red);
+    } else {
+        using Longs = Like<std::uint32_t, A>;
+        const A last = all<A>(SLumaTables::kEntries - 1);
+        return inPairs(
+            [](Longs blue, Longs green, Longs red) {
+                return lumaShare(blue, 0.114F) + lumaShare(green, 0.587F) + lumaShare(red, 0.299F);
+            },
+            smaller(colours.blue, last), smaller(colours.green, last), smaller(colours.red, last));
+    }
 }
 
-/// Luma of words.
-VEK_INLINE WideV<std::uint16_t> lumaVec(const SColours<WideV<std::uint16_t>>& pixels) {
-    using Wide = WideV<std::uint32_t>;
-    const WideV<std::uint16_t> last = all<WideV<std::uint16_t>>(SLumaTables::kEntries - 1);
-    return inPairs([](Wide blue, Wide green,
-                      Wide red) { return lumaShare(blue, 0.114F) + lumaShare(green, 0.587F) + lumaShare(red, 0.299F); },
-                   smaller(pixels.blue, last), smaller(pixels.green, last), smaller(pixels.red, last));
+/// From one luma to another.
+template <class A>
+VEK_INLINE SChange<A> lumaChange(A before, A after) {
+    if constexpr (sizeof(Lane<A>) == 1) {
+        return {subSat(after, before), subSat(before, after)};
+    } else {
+        // The difference counts in 16 bits with a sign.
+        const A falls = (A)(as<std::int16_t>(after - before) < 0);
+        return {(after - before) & ~falls, (before - after) & falls};
+    }
 }
+
+#if VEK_BYTE_TABLES
+/// Bytes with their luma moved along a curve.
+template <class A>
+VEK_INLINE SColours<A> lumaCurveBlock(const SColours<A>& colours, const SByteTable& curve, A maxValue) {
+    const A before = lumaBlock(colours);
+    return changeBlock(colours, lumaChange(before, curve.LookUp(before)), maxValue);
+}
+#endif
+
+// ---- drivers: each works on whole blocks of a row and returns the column behind them ----
 
 /// Luma of count pixels, whole blocks.
 template <class T>
 inline void lumaBlocks(const T* pixels, T* lumaRow, std::size_t count) {
     for (std::size_t x = 0; x < count; x += kLanes<WideV<T>>) {
         prefetchPixels(pixels + 3 * x);
-        store(lumaRow + x, lumaVec(load3<WideV<T>>(pixels + 3 * x)));
+        store(lumaRow + x, lumaBlock(load3<WideV<T>>(pixels + 3 * x)));
     }
 }
 
@@ -106,34 +135,49 @@ inline const std::uint8_t* levelsOf(const SLumaCurve& curve, std::uint8_t) {
     return curve.bytes;
 }
 
+/// Pixels are read once where a curve of bytes stands in registers and colours come apart by one permutation each.
+/// Elsewhere a chunk's luma goes to a buffer, there through the curve, and the pixels change in memory order:
+///
+///   pixels   b0 g0 r0 b1 g1 r1 ...   ->   luma   y0 y1 ...   ->   level   curve[y0] curve[y1] ...
+///   pixels   b0 g0 r0 b1 g1 r1 ...   +-   d0 d0 d0 d1 d1 d1 ...           d = level - luma
+///
+/// No neighbours. Luma is rounded as the tables are; the samples stop at 0 and maxValue.
 template <class T>
 inline std::size_t lumaCurveBlocks(T* row, std::size_t width, std::size_t step, const SLumaCurve& curve,
                                    unsigned maxValue) {
+    using A = WideV<T>;
     const T* const levels = levelsOf(curve, T{});
     if (levels == nullptr || !isUsualMaximum<T>(maxValue)) {
         return 0;
     }
-    const WideV<T> max = all<WideV<T>>(static_cast<T>(maxValue));
-    SChunk<T> luma;
-    SChunk<T> level;
+    const A max = all<A>(static_cast<T>(maxValue));
     CDensePixels<T> dense(step);
     std::size_t x = 0;
+#if VEK_BYTE_TABLES
+    if constexpr (sizeof(T) == 1 && kOneShuffleColours) {
+        const SByteTable table(levels);
+        while (const std::size_t columns = anyColumns<T>(x, width)) {
+            T* const pixels = dense.Take(row + x * step, columns);
+            for (std::size_t i = 0; i < columns; i += kLanes<A>) {
+                prefetchPixels(pixels + 3 * i);
+                storePixels<3>(pixels + 3 * i, lumaCurveBlock(load3<A>(pixels + 3 * i), table, max));
+            }
+            dense.PutBack(row + x * step, columns);
+            x += columns;
+        }
+        return x;
+    }
+#endif
+    SChunk<T> luma;
+    SChunk<T> level;
     while (const std::size_t columns = anyColumns<T>(x, width)) {
-        const std::size_t count = columns < kLanes<WideV<T>> ? kLanes<WideV<T>> : columns;
+        const std::size_t count = columns < kLanes<A> ? kLanes<A> : columns;
         T* const pixels = dense.Take(row + x * step, columns);
         lumaBlocks(pixels, luma.at, count);
         __builtin_memcpy(level.at, luma.at, count * sizeof(T));
         lookUp(level.at, count, levels, levels);
-        for (std::size_t i = 0; i < count; i += kLanes<WideV<T>>) {
-            const WideV<T> before = load<WideV<T>>(luma.at + i);
-            const WideV<T> after = load<WideV<T>>(level.at + i);
-            if constexpr (sizeof(T) == 1) {
-                changeBlock(pixels + 3 * i, subSat(after, before), subSat(before, after), max);
-            } else {
-                // The difference counts in 16 bits with a sign.
-                const WideV<T> falls = (WideV<T>)((WideV<std::int16_t>)(after - before) < 0);
-                changeBlock(pixels + 3 * i, (after - before) & ~falls, (before - after) & falls, max);
-            }
+        for (std::size_t i = 0; i < count; i += kLanes<A>) {
+            changePixels(pixels + 3 * i, lumaChange(load<A>(luma.at + i), load<A>(level.at + i)), max);
         }
         dense.PutBack(row + x * step, columns);
         x += columns;

@@ -104,7 +104,14 @@ struct SProducts {
     }
 };
 
-/// Blocks of pixels that stand step samples apart, 3 if Dense.
+/// Blocks of pixels that stand step samples apart, 3 if Dense. Their samples are places in tables, so that they come
+/// from memory one by one:
+///
+///   pixel 0   blue[b] + green[g] + red[r] = b' g' r' -  |
+///   pixel 1   blue[b] + green[g] + red[r] = b' g' r' -  | packed and limited:   b' g' r' - b' g' r' - ...
+///   ...                                                 |
+///
+/// No neighbours. The sums stop at 0 and maxValue.
 template <bool Held, bool Dense, class Kind, class T>
 inline void multiplyBlocks(T* pixels, std::size_t count, std::size_t step, SProducts<Kind> products, T maxValue) {
     constexpr std::size_t block = 4 / sizeof(T);
@@ -128,15 +135,19 @@ inline void multiplyBlocks(T* pixels, std::size_t count, std::size_t step, SProd
     }
 }
 
-/// Where the tables of bytes stand in registers: they are 18.
+/// Where there is room for the 18 tables of bytes in registers, four in each.
 constexpr bool kMatrixInRegisters = kWideBytes == 64;
 
 #if VEK_BYTE_TABLES
 
-/// 16-bit products of bytes.
+/// Body, in registers: sums of 16-bit products of bytes, low and high bytes looked up apart. No neighbours; the sums
+/// stop at 0 and 255.
+///
+///   blue' = B[b].blue + G[g].blue + R[r].blue      and so on; B, G, R: the planes of each input
 template <class A>
 VEK_INLINE SColours<A> matrixBlock(const SColours<A>& colours, const SMatrixTables::BytePlanes* planes) {
-    using Words = Like<std::int16_t, A>;
+    using Words = Like<std::uint16_t, A>;
+    using Signed = Like<std::int16_t, A>;
     const A in[3] = {colours.blue, colours.green, colours.red};
     A out[3];
     for (std::size_t j = 0; j < 3; ++j) {
@@ -148,7 +159,7 @@ VEK_INLINE SColours<A> matrixBlock(const SColours<A>& colours, const SMatrixTabl
             low += (Words)zipLow<1>(lowBytes, highBytes);
             high += (Words)zipHigh<1>(lowBytes, highBytes);
         }
-        out[j] = pack<std::uint8_t>(low, high);
+        out[j] = pack<std::uint8_t>((Signed)low, (Signed)high);
     }
     return {out[0], out[1], out[2]};
 }

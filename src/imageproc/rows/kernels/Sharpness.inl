@@ -1,5 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// The unsharp mask, of grey rows and of blue-green-red pixels.
+// The unsharp mask, of grey rows and of blue-green-red pixels, which it takes by their luma.
+//
+//   a a a     detail = c - (sum of a + l + r + sum of b + 4) / 8, the mean of the eight neighbours, a half up.
+//   l c r     Beyond the coring, a correction by |detail| makes c (or all three samples of the pixel) brighter where
+//   b b b     detail is positive and darker where it is not, within 0 .. maxValue.
+//
+// Reads columns 0 .. width-1 of the row, as they were before any change, and 1 .. width-2 of the sums a and b of the
+// rows beside it; writes 1 .. width-2.
 #pragma once
 
 #include "imageproc/rows/RowTable.h"
@@ -103,6 +110,8 @@ inline void sharpenColourSpan(T* pixel, std::size_t step, const T* lumaRow, cons
 
 #if VEK_VECTOR_BYTES != 0
 
+// ---- blocks: each function works on whole blocks of a row and returns the column behind them ----
+
 /// Samples as words, and words within a sample's range as samples.
 template <class T>
 VEK_INLINE WideV<std::uint16_t> loadWords(const T* p) {
@@ -149,37 +158,40 @@ inline SCorrections<std::uint8_t> correctionsOf(const SSharpening& sharpening, s
 /// 0 where that is within the coring; and the corrections for it.
 template <class T>
 struct SSharpChunk {
+    using A = WideV<T>;
     SChunk<T> brighter;
     SChunk<T> darker;
     SChunk<T> raise;
     SChunk<T> lower;
 
+    /// Details of a chunk, by their size and sign.
     /// samples: those of the row; leftOf(i): the left neighbours of column i and those behind it, as words; above,
     /// below: sums of three of the rows beside. Returns false where sums leave 16 bits: words above any depth.
     template <class LeftOf>
     bool Compare(const T* samples, LeftOf leftOf, const std::uint16_t* above, const std::uint16_t* below,
                  std::size_t count, unsigned coring) {
-        WideV<std::uint16_t> sums{};
-        WideV<std::uint16_t> neighbours{};
-        for (std::size_t i = 0; i < count; i += kLanes<WideV<std::uint16_t>>) {
-            const WideV<std::uint16_t> a = load<WideV<std::uint16_t>>(above + i);
-            const WideV<std::uint16_t> b = load<WideV<std::uint16_t>>(below + i);
-            const WideV<std::uint16_t> left = leftOf(i);
-            const WideV<std::uint16_t> right = loadWords(samples + i + 1);
+        using Words = WideV<std::uint16_t>;
+        Words sums{};
+        Words neighbours{};
+        for (std::size_t i = 0; i < count; i += kLanes<Words>) {
+            const auto a = load<Words>(above + i);
+            const auto b = load<Words>(below + i);
+            const Words left = leftOf(i);
+            const Words right = loadWords(samples + i + 1);
             sums |= a | b;
             neighbours |= left | right;
             store(raise.at + i, asSamples<T>((a + b + left + right + 4) >> 3));
         }
         constexpr T largest = static_cast<T>(~T{0});
         const T held = coring < largest ? static_cast<T>(coring) : largest;
-        const WideV<T> limit = all<WideV<T>>(held);
-        for (std::size_t i = 0; i < count; i += kLanes<WideV<T>>) {
-            const WideV<T> sample = load<WideV<T>>(samples + i);
-            const WideV<T> mean = load<WideV<T>>(raise.at + i);
-            const WideV<T> more = subSat(sample, mean);
-            const WideV<T> less = subSat(mean, sample);
-            store(brighter.at + i, more & (WideV<T>)(more > limit));
-            store(darker.at + i, less & (WideV<T>)(less > limit));
+        const A limit = all<A>(held);
+        for (std::size_t i = 0; i < count; i += kLanes<A>) {
+            const A sample = load<A>(samples + i);
+            const A mean = load<A>(raise.at + i);
+            const A more = subSat(sample, mean);
+            const A less = subSat(mean, sample);
+            store(brighter.at + i, more & (A)(more > limit));
+            store(darker.at + i, less & (A)(less > limit));
             store(raise.at + i, more | less);
         }
         return !any((sums & 0xC000) | (neighbours & 0xE000));
@@ -187,9 +199,9 @@ struct SSharpChunk {
 
     /// Whether there is anything to correct in columns from .. from + count - 1.
     bool Any(std::size_t from, std::size_t count) const {
-        WideV<T> differences{};
-        for (std::size_t i = from; i < from + count; i += kLanes<WideV<T>>) {
-            differences |= load<WideV<T>>(brighter.at + i) | load<WideV<T>>(darker.at + i);
+        A differences{};
+        for (std::size_t i = from; i < from + count; i += kLanes<A>) {
+            differences |= load<A>(brighter.at + i) | load<A>(darker.at + i);
         }
         return any(differences);
     }
@@ -209,30 +221,31 @@ struct SSharpChunk {
             const std::size_t columns = count - from < run ? count - from : run;
             if (Any(from, columns)) {
                 LookUp(corrections, from, columns);
-                for (std::size_t i = from; i < from + columns; i += kLanes<WideV<T>>) {
+                for (std::size_t i = from; i < from + columns; i += kLanes<A>) {
                     correct(i);
                 }
             }
         }
     }
-    VEK_INLINE WideV<T> Plus(std::size_t i) const {
-        return load<WideV<T>>(raise.at + i) & (WideV<T>)(load<WideV<T>>(brighter.at + i) != 0);
-    }
-    VEK_INLINE WideV<T> Minus(std::size_t i, bool apart) const {
-        return load<WideV<T>>((apart ? lower.at : raise.at) + i) & (WideV<T>)(load<WideV<T>>(darker.at + i) != 0);
+    /// What corrects block i; apart: what makes darker has a table of its own.
+    VEK_INLINE SChange<A> Change(std::size_t i, bool apart) const {
+        const A plus = load<A>(raise.at + i) & (A)(load<A>(brighter.at + i) != 0);
+        const A minus = load<A>((apart ? lower.at : raise.at) + i) & (A)(load<A>(darker.at + i) != 0);
+        return {plus, minus};
     }
 };
 
 template <class T>
 inline std::size_t sharpenGreyBlocks(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
                                      T& left, const SSharpening& sharpening) {
+    using A = WideV<T>;
     std::size_t x = 1;
-    if (!isUsualMaximum<T>(sharpening.maxValue) || width < kLanes<WideV<T>> + 2) {
+    if (!isUsualMaximum<T>(sharpening.maxValue) || width < kLanes<A> + 2) {
         return x;
     }
     // What a grey sample gets darker by counts modulo 256, too.
     const SCorrections<T> corrections = {correctionsOf(sharpening, T{}).raise, nullptr};
-    const WideV<T> max = all<WideV<T>>(static_cast<T>(sharpening.maxValue));
+    const A max = all<A>(static_cast<T>(sharpening.maxValue));
     SSharpChunk<T> chunk;
     while (const std::size_t count = chunkColumns<T>(x, width - 1)) {
         T* const samples = row + x;
@@ -246,18 +259,16 @@ inline std::size_t sharpenGreyBlocks(T* row, const std::uint16_t* above, const s
         bool usual = chunk.Compare(samples, leftOf, above + x, below + x, count, sharpening.coring);
         if constexpr (sizeof(T) != 1) {
             // Samples above the largest keep what the plain loop leaves of them.
-            WideV<T> high{};
-            for (std::size_t i = 0; i < count; i += kLanes<WideV<T>>) {
-                high |= (WideV<T>)(load<WideV<T>>(samples + i) > max);
+            A high{};
+            for (std::size_t i = 0; i < count; i += kLanes<A>) {
+                high |= (A)(load<A>(samples + i) > max);
             }
             usual = usual && !any(high);
         }
         if (usual) {
             left = samples[count - 1];
             chunk.ForRuns(corrections, count, [&](std::size_t i) {
-                const WideV<T> sharp =
-                    subSat(addSat(load<WideV<T>>(samples + i), chunk.Plus(i)), chunk.Minus(i, false));
-                store(samples + i, sizeof(T) == 1 ? sharp : smaller(sharp, max));
+                store(samples + i, changed(load<A>(samples + i), chunk.Change(i, false), max));
             });
         } else {
             left = sharpenGreySpan(row, above, below, x, x + count, left, sharpening);
@@ -270,12 +281,13 @@ inline std::size_t sharpenGreyBlocks(T* row, const std::uint16_t* above, const s
 template <class T>
 inline std::size_t sharpenColourBlocks(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above,
                                        const std::uint16_t* below, std::size_t width, const SSharpening& sharpening) {
+    using A = WideV<T>;
     std::size_t x = 1;
-    if (!isUsualMaximum<T>(sharpening.maxValue) || width < kLanes<WideV<T>> + 2) {
+    if (!isUsualMaximum<T>(sharpening.maxValue) || width < kLanes<A> + 2) {
         return x;
     }
     const SCorrections<T> corrections = correctionsOf(sharpening, T{});
-    const WideV<T> max = all<WideV<T>>(static_cast<T>(sharpening.maxValue));
+    const A max = all<A>(static_cast<T>(sharpening.maxValue));
     SSharpChunk<T> chunk;
     CDensePixels<T> dense(step);
     while (const std::size_t count = chunkColumns<T>(x, width - 1)) {
@@ -285,10 +297,9 @@ inline std::size_t sharpenColourBlocks(T* row, std::size_t step, const T* lumaRo
             chunk.ForRuns(corrections, count, [&](std::size_t i) {
                 if (sizeof(T) != 1 && anyAbove(pixels + 3 * i, max)) {
                     // Those that are left alone stay as they are.
-                    sharpenColourSpan(pixels + 3 * i, 3, lumaRow, above, below, x + i, x + i + kLanes<WideV<T>>,
-                                      sharpening);
+                    sharpenColourSpan(pixels + 3 * i, 3, lumaRow, above, below, x + i, x + i + kLanes<A>, sharpening);
                 } else {
-                    changeBlock(pixels + 3 * i, chunk.Plus(i), chunk.Minus(i, corrections.lower != nullptr), max);
+                    changePixels(pixels + 3 * i, chunk.Change(i, corrections.lower != nullptr), max);
                 }
             });
         } else {

@@ -47,6 +47,9 @@ VEK_INLINE V<std::uint8_t, 16> narrowPixels(V<std::uint8_t, 16> v) {
 
 #if defined(__ARM_NEON)
 
+/// Whether load3 and storePixels cost about what as many loads, shuffles and stores do.
+constexpr bool kOneShuffleColours = true;
+
 template <class A>
 VEK_INLINE SColours<A> load3(const Lane<A>* p) {
     if constexpr (sizeof(Lane<A>) == 1) {
@@ -99,6 +102,8 @@ VEK_INLINE A repeatLanes(A v) {
 }
 
 #else // x86-64
+
+constexpr bool kOneShuffleColours = kPermutes;
 
 // Three vectors of dense pixels are three parts of as many bytes as one shuffle reaches (16, or all of a vector), or
 // twice three. No such size is a multiple of 3, so that each place of a part belongs to a given colour in exactly one
