@@ -1,5 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Samples and packed pixels to bytes.
+//
+//   words   s0 s1 s2 ...  ->  s0 >> shift, s1 >> shift, ...      the low byte of each; into 1 or 3 channels
+//   packed  eight pixels of 10 or 12 bits in whole bytes   ->   eight bytes
+//
+// No neighbours; bits below are cut off.
 #pragma once
 
 #include "imageproc/rows/RowTable.h"

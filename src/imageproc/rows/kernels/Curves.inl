@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Samples through tables or times gains, one for even and one for odd columns.
+//
+//   s0 s1 s2 s3 ...  ->  even[s0] odd[s1] even[s2] odd[s3] ...
+//
+// No neighbours. Byte x gain / 128: the fraction is cut off, and the byte stops at 255.
 #pragma once
 
 #include "imageproc/rows/RowTable.h"

@@ -1,5 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // Mirrored and transposed images, by the size of a pixel.
+//
+//   a b c d  ->  d c b a     reverse: the whole pixels of 16 bytes by one shuffle
+//
+//   a b c    ->  a d         transpose: squares of as many pixels as 16 bytes hold, whose rows are zipped until
+//   d e f        b e         they are columns; blocks of such squares stay in the first-level cache
+//                c f
+//
+// Pixels are moved as they are.
 #pragma once
 
 #include "imageproc/rows/RowTable.h"

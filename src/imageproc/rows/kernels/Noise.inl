@@ -1,6 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Noise reduction rows. The median of a pixel and four neighbours is the pixel itself, held between the second and the
 // third smallest of the four: no sorting is needed.
+//
+//   a . b     Mono, and green of a Bayer row:     . . a . .     The row's colour of a Bayer row: the same
+//   . x .     the diagonal neighbours.            . . . . .     colour two rows and two columns away. l
+//   c . d                                         l . x . r     is as the change of column x-2 left it.
+//                                                 . . . . .
+//                                                 . . b . .
+//
+// Reads 1 or 2 columns beyond those that it writes. Samples are picked: nothing is rounded.
 #pragma once
 
 #include "imageproc/rows/RowTable.h"

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// Packed pixels: a row is one bit stream.
+// Packed pixels: a row is one bit stream, the least significant bit first.
+//
+//   10 bits   00000000 11111100 22221111 33222222 33333333    four pixels in 5 bytes
+//   12 bits   00000000 11110000 11111111                      two pixels in 3 bytes
 #pragma once
 
 #include "imageproc/rows/simd/Vector.inl"

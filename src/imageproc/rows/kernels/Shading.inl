@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Shading correction rows.
+//
+//   row      s0 s1 s2 ...     each sample with its own entry of the map, 32 bits at any address: no neighbours.
+//   entries  e0 e1 e2 ...     Gain: ((s - offset) x e >> 7) + offset, modulo 2^32; then limited.
 #pragma once
 
 #include "imageproc/rows/RowTable.h"

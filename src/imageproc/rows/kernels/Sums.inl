@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sums of a row's samples at even and at odd columns.
+//
+//   s0 s1 | s2 s3 | ...     pairs of samples as integers of twice the width: the sum of the pairs is s0 + s2 + ... and
+//                           2^bits x (s1 + s3 + ...), from which the second sum, kept by itself, is taken away
 #pragma once
 
 #include "imageproc/rows/RowTable.h"

@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rows of YCrCb bytes to blue-green-red or grey.
+//
+//   4:2:2   y0 cb y1 cr           Each pixel has its own luma and its group's chroma; groups know nothing of each
+//   4:4:4   y cb cr               other. A colour is the sum of table entries with 22 fraction bits, the fraction cut
+//   4:1:1   y0 y1 cb y2 y3 cr     off, within 0 .. 255. The blocks compute what the tables hold.
 #pragma once
 
 #include "imageproc/rows/RowTable.h"

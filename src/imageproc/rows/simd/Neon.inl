@@ -7,6 +7,9 @@
 namespace vek::rows::VEK_ISA {
 namespace {
 
+/// See X86.inl: tbl picks within 16 bytes.
+constexpr bool kPermutes = false;
+
 // ---- lane by lane ----
 
 template <class A>
