@@ -25,7 +25,7 @@ int VekCam_ConvTo8BitsImage(VekCam_Handle handle, unsigned long width, unsigned 
         if (format != nullptr && format->IsRaw() && mbLacksBuffer(width, height, src, dst)) {
             return VEK_EINVAL;
         }
-        return vek::ConvGrayToBGRImage(vek::rows::bestTable(), width, height, srcPitch, transferFormat, src, dstPitch,
+        return vek::convGrayToBGRImage(vek::rows::bestTable(), width, height, srcPitch, transferFormat, src, dstPitch,
                                        VEK_DESTINATION_MONO8, dst)
                    ? VEK_OK
                    : VEK_EINVAL;
@@ -53,9 +53,9 @@ int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long width, uns
             return VEK_EINVAL;
         }
         if (format->content == vek::EContent::Bgr) {
-            vek::ConvBGRToBGR(width, height, transferFormat, src, destinationPixelFormat, dst);
+            vek::convBGRToBGR(vek::rows::bestTable(), width, height, transferFormat, src, destinationPixelFormat, dst);
         } else {
-            vek::ConvGrayToBGRImage(vek::rows::bestTable(), width, height, 0, transferFormat, src, nullptr,
+            vek::convGrayToBGRImage(vek::rows::bestTable(), width, height, 0, transferFormat, src, nullptr,
                                     destinationPixelFormat, dst);
         }
         return VEK_OK;
