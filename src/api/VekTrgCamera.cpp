@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/VekTrgCamera.h"
 
-#include "common/Status.h"
 #include "control/DigitalGain.h"
 #include "control/GainCurve.h"
 #include "imageproc/IMultiROIImage.h"
 
 #include <cstdint>
-#include <cstring>
 
 namespace {
 
@@ -130,81 +128,24 @@ int CVekTrgCamera::GetRawGenICamPixelFormat() {
     return VekTransferPixelFormat(static_cast<unsigned long>(mpDeviceControl->GetTransferBitsPerPixel()), colorArray);
 }
 
-void CVekTrgCamera::UpdateROIInfo() {
-    mpMultiROIImage->UpdateROIInfo(this, 1);
+unsigned long CVekTrgCamera::GetFrameSize() {
+    return static_cast<unsigned long>(mpDeviceControl->GetCurrentRawImageSize());
 }
 
-unsigned long CVekTrgCamera::DecodingCombinedMultiROI(unsigned long roiSelector, unsigned char* frame,
-                                                      unsigned char** outImage, unsigned long* outWidth,
-                                                      unsigned long* outHeight, unsigned long* outLinePitch) {
-    vek::IMultiROIImage& module = *mpMultiROIImage;
-    const auto count = static_cast<std::uint32_t>(module.GetROICount());
-    const auto size = static_cast<std::uint32_t>(mpDeviceControl->GetCurrentRawImageSize());
-    if (count == 0 || size == 0) {
-        return vek::kInvalid;
-    }
-    const auto format = static_cast<unsigned long>(GetRawGenICamPixelFormat());
-    const bool all = roiSelector == VEK_COMBINING_IMAGE;
-    if (!all && roiSelector >= count) {
-        return vek::kInvalid;
-    }
-    const auto store = [](unsigned long* output, unsigned long value) {
-        if (output != nullptr) {
-            *output = value;
-        }
-    };
-    if (count == 1) {
-        // A plain image.
-        if (outImage != nullptr) {
-            *outImage = frame;
-        }
-        const auto width = static_cast<unsigned long>(mpDeviceControl->ImageWidth());
-        store(outWidth, width);
-        store(outHeight, static_cast<unsigned long>(mpDeviceControl->ImageHeight()));
-        const auto transferFormat = static_cast<unsigned long>(mpDeviceControl->GetTransferBitsPerPixel());
-        store(outLinePitch, width * GetBitsPerPixel(transferFormat) >> 3);
-        return vek::kOk;
-    }
-    if (outImage == nullptr) {
-        return vek::kOk;
-    }
-    unsigned int width = 0;
-    unsigned int height = 0;
-    unsigned int linePitch = 0;
-    if (!all) {
-        void* const region = module.GetEachROIData(static_cast<unsigned int>(roiSelector), frame, size, format, nullptr,
-                                                   nullptr, &width, &height, &linePitch);
-        *outImage = static_cast<unsigned char*>(region);
-        if (width != 0) { // the region lies in the frame, which may be null
-            // 32-bit numbers: the upper halves of the outputs stay the caller's.
-            const auto storeLow = [](unsigned long* output, unsigned int value) {
-                if (output != nullptr) {
-                    std::memcpy(output, &value, sizeof value);
-                }
-            };
-            storeLow(outWidth, width);
-            storeLow(outHeight, height);
-            storeLow(outLinePitch, linePitch);
-        }
-        return vek::kOk;
-    }
-    if (frame == nullptr && GetMultiROIType() != vek::kROIsCombined) {
-        // Without a frame there is nothing to copy from, if only one block fits.
-        constexpr unsigned long endless = ~0UL;
-        for (unsigned int region = 0; region < count; ++region) {
-            module.GetEachROIData(region, nullptr, endless, format, nullptr, nullptr, &width, &height, &linePitch);
-            const unsigned long block = static_cast<unsigned long>(height) * linePitch;
-            if (block != 0 && block <= size) {
-                return vek::kInvalid;
-            }
-        }
-    }
-    module.ClearInsideImageBuffer();
-    *outImage = static_cast<unsigned char*>(module.AddImageData(0, frame, size, format));
-    store(outWidth, module.GetCombiningImageSize(0));
-    store(outHeight, module.GetCombiningImageSize(1));
-    store(outLinePitch, module.GetCombiningImageLinePitch());
-    return vek::kOk;
+unsigned long CVekTrgCamera::GetFramePixelFormat() {
+    return static_cast<unsigned long>(GetRawGenICamPixelFormat());
+}
+
+unsigned long CVekTrgCamera::GetFrameWidth() {
+    return static_cast<unsigned long>(mpDeviceControl->ImageWidth());
+}
+
+unsigned long CVekTrgCamera::GetFrameHeight() {
+    return static_cast<unsigned long>(mpDeviceControl->ImageHeight());
+}
+
+unsigned char CVekTrgCamera::GetFrameBitsPerPixel() {
+    return GetBitsPerPixel(static_cast<unsigned long>(mpDeviceControl->GetTransferBitsPerPixel()));
 }
 
 unsigned short CVekTrgCamera::GetEnableDefectPixelCorrectionCount() const {

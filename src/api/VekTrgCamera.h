@@ -7,13 +7,16 @@
 #include "control/IUpdateGainExposureClockSetting.h"
 #include "control/LuminanceCtrl.h"
 #include "device/DeviceControl.h"
+#include "imageproc/IDeliveredFrame.h"
 #include "imageproc/IRegionInfo.h"
 
 #include <memory>
 
 /// One camera: what a handle points to. Owns the image processing modules, the luminance control and the driver
 /// access; borrows the descriptor that CameraOpen binds it to.
-struct CVekTrgCamera final : public vek::IUpdateGainExposureClockSetting, public vek::IRegionInfo {
+struct CVekTrgCamera final : public vek::IUpdateGainExposureClockSetting,
+                             public vek::IRegionInfo,
+                             public vek::IDeliveredFrame {
 public:
     /// Makes every module and an unbound driver access. Throws std::bad_alloc.
     CVekTrgCamera();
@@ -43,6 +46,13 @@ public:
     void GetROIInfo(unsigned int index, unsigned int* enabled, unsigned int* offsetX, unsigned int* offsetY,
                     unsigned int* width, unsigned int* height) override;
     int GetMaxROICountH() override;
+
+    // IDeliveredFrame
+    unsigned long GetFrameSize() override;
+    unsigned long GetFramePixelFormat() override;
+    unsigned long GetFrameWidth() override;
+    unsigned long GetFrameHeight() override;
+    unsigned char GetFrameBitsPerPixel() override;
 
     /// Colour array of the pixels that are transferred now, enum VekColorArray. Asks the driver.
     unsigned short GetCurrentColorArray();
@@ -91,19 +101,13 @@ public:
     /// limit, the last gain the third one; the fourth is never given out.
     void GetWhiteBalanceMaxGain(unsigned short* r, unsigned short* gr, unsigned short* gb, unsigned short* b) const;
 
-    /// Learns the layout of the regions of interest from the driver.
-    void UpdateROIInfo();
-    /// One region of a multi-ROI frame, or all of them in one image; see VekCam_DecodingCombinedMultiROI. 0 or -22.
-    unsigned long DecodingCombinedMultiROI(unsigned long roiSelector, unsigned char* frame, unsigned char** outImage,
-                                           unsigned long* outWidth, unsigned long* outHeight,
-                                           unsigned long* outLinePitch);
-
     vek::IColorInterpolation& ColorInterpolation() const { return *mpColorInterpolation; }
     vek::ISharpness& Sharpness() const { return *mpSharpness; }
     vek::IGamma& Gamma() const { return *mpGamma; }
     vek::IColorMatrix& ColorMatrix() const { return *mpColorMatrix; }
     vek::IWB& WB() const { return *mpWB; }
     vek::INoiseReduction& NoiseReduction() const { return *mpNoiseReduction; }
+    vek::IMultiROIImage& MultiROIImage() const { return *mpMultiROIImage; }
     vek::IShadingCorrection& ShadingCorrection() const { return *mpShadingCorrection; }
     vek::IChromaSuppress& ChromaSuppress() const { return *mpChromaSuppress; }
     vek::IFlip& Flip() const { return *mpFlip; }

@@ -14,14 +14,14 @@ namespace {
 constexpr int kHorizontal = 0;
 constexpr int kVertical = 1;
 
-void mvWrite(unsigned int* output, unsigned long value) {
+void write(unsigned int* output, unsigned long value) {
     if (output != nullptr) {
         *output = static_cast<unsigned int>(value);
     }
 }
 
 /// Null stays null.
-void* mpAt(void* data, unsigned long offset) {
+void* offsetBy(void* data, unsigned long offset) {
     return data != nullptr ? static_cast<unsigned char*>(data) + offset : nullptr;
 }
 
@@ -114,13 +114,8 @@ unsigned long CMultiROIImage::GetLinePitch(unsigned long pixelFormat, unsigned i
     return bytes + extra;
 }
 
-void CMultiROIImage::DeleteROIInfo() {
-    mROIInfo.clear();
-    mROICount = 0;
-}
-
 void CMultiROIImage::DeleteBuffer() {
-    mpBuffer.reset();
+    mBuffer.reset();
     mBufferSize = 0;
     mPixelFormat = 0;
 }
@@ -137,17 +132,16 @@ void CMultiROIImage::CheckROISetting(IRegionInfo* region) {
             unsigned int height = 0;
             region->GetROIInfo(i, &enabled, &offsetX, &offsetY, &width, &height);
             if (enabled != 0 && width != 0 && height != 0) {
-                mROIInfo.push_back(std::make_unique<CROIInfo>(offsetX, offsetY, width, height));
+                mROIInfo.emplace_back(offsetX, offsetY, width, height);
             }
         }
     } catch (...) {
         // The regions found so far stand.
     }
-    mROICount = mROIInfo.size();
 }
 
 bool CMultiROIImage::UpdateROIInfo(IRegionInfo* region, unsigned int alignment) {
-    DeleteROIInfo();
+    mROIInfo.clear();
     DeleteBuffer();
     mLinePitchAlignment = alignment;
     if (region != nullptr) {
@@ -155,15 +149,15 @@ bool CMultiROIImage::UpdateROIInfo(IRegionInfo* region, unsigned int alignment) 
     }
     for (const int axis : {kHorizontal, kVertical}) {
         mOffset[axis].Reset();
-        for (const auto& roi : mROIInfo) {
-            mOffset[axis].SetEffectiveRegion(roi->GetOffset(axis), roi->GetSize(axis));
+        for (const CROIInfo& roi : mROIInfo) {
+            mOffset[axis].SetEffectiveRegion(roi.GetOffset(axis), roi.GetSize(axis));
         }
     }
     return false;
 }
 
 unsigned long CMultiROIImage::GetROICount() {
-    return mROICount;
+    return mROIInfo.size();
 }
 
 unsigned long CMultiROIImage::GetCombiningImageSize(int axis) {
@@ -175,14 +169,14 @@ unsigned long CMultiROIImage::GetCombiningImageLinePitch() {
 }
 
 void CMultiROIImage::ClearInsideImageBuffer() {
-    if (mpBuffer != nullptr) {
-        std::memset(mpBuffer.get(), 0, mBufferSize);
+    if (mBuffer != nullptr) {
+        std::memset(mBuffer.get(), 0, mBufferSize);
     }
 }
 
 unsigned char* CMultiROIImage::GetBuffer(unsigned int pixelFormat) {
-    if (mpBuffer != nullptr && mPixelFormat == pixelFormat) {
-        return mpBuffer.get();
+    if (mBuffer != nullptr && mPixelFormat == pixelFormat) {
+        return mBuffer.get();
     }
     DeleteBuffer();
     const unsigned long width = GetCombiningImageSize(kHorizontal);
@@ -194,12 +188,12 @@ unsigned char* CMultiROIImage::GetBuffer(unsigned int pixelFormat) {
         return nullptr;
     }
     ++size;
-    mpBuffer.reset(static_cast<unsigned char*>(std::calloc(size, 1)));
-    if (mpBuffer != nullptr) {
+    mBuffer.reset(static_cast<unsigned char*>(std::calloc(size, 1)));
+    if (mBuffer != nullptr) {
         mBufferSize = size;
         mPixelFormat = pixelFormat;
     }
-    return mpBuffer.get();
+    return mBuffer.get();
 }
 
 void* CMultiROIImage::AddImageData(unsigned long frameID, void* roiData, unsigned long /*roiDataSize*/,
@@ -235,7 +229,7 @@ void* CMultiROIImage::AddImageData(unsigned long frameID, void* roiData, unsigne
             std::memcpy(dst + row * mCombiningLinePitch, src + row * step, rowBytes);
         }
     }
-    return mReceivedCount >= mROICount ? buffer : nullptr;
+    return mReceivedCount >= mROIInfo.size() ? buffer : nullptr;
 }
 
 void* CMultiROIImage::AddImageData(unsigned long frameID, void* data, unsigned long dataSize,
@@ -249,13 +243,13 @@ void* CMultiROIImage::AddImageData(unsigned long frameID, void* data, unsigned l
     }
     void* result = nullptr;
     unsigned long start = 0;
-    for (const auto& roi : mROIInfo) {
-        const SBlock block(*roi, pixelFormat, start, dataSize);
+    for (const CROIInfo& roi : mROIInfo) {
+        const SBlock block(roi, pixelFormat, start, dataSize);
         if (!block.fits) {
             continue; // a later, smaller one may still be there
         }
-        result = AddImageData(frameID, mpAt(data, start), block.size, pixelFormat, roi->GetOffset(kHorizontal),
-                              roi->GetOffset(kVertical), roi->GetSize(kHorizontal), roi->GetSize(kVertical), 0);
+        result = AddImageData(frameID, offsetBy(data, start), block.size, pixelFormat, roi.GetOffset(kHorizontal),
+                              roi.GetOffset(kVertical), roi.GetSize(kHorizontal), roi.GetSize(kVertical), 0);
         start += block.size;
     }
     return result;
@@ -275,8 +269,8 @@ void* CMultiROIImage::GetEachROIData(unsigned int index, void* data, unsigned lo
         unsigned long bandRow = 0;
         unsigned long column = 0;
         for (unsigned int i = 1; i <= index; ++i) {
-            const CROIInfo& last = *mROIInfo[i - 1];
-            if (mROIInfo[i]->GetOffset(kVertical) != last.GetOffset(kVertical)) {
+            const CROIInfo& last = mROIInfo[i - 1];
+            if (mROIInfo[i].GetOffset(kVertical) != last.GetOffset(kVertical)) {
                 bandRow += last.GetSize(kVertical);
                 column = 0;
             } else {
@@ -286,7 +280,7 @@ void* CMultiROIImage::GetEachROIData(unsigned int index, void* data, unsigned lo
         start = GetLinePitch(pixelFormat, static_cast<unsigned int>(column), 1, 0) + bandRow * pitch;
     } else {
         for (unsigned int i = 0; i <= index; ++i) {
-            const SBlock block(*mROIInfo[i], pixelFormat, start, dataSize);
+            const SBlock block(mROIInfo[i], pixelFormat, start, dataSize);
             if (!block.fits) {
                 return nullptr;
             }
@@ -294,13 +288,13 @@ void* CMultiROIImage::GetEachROIData(unsigned int index, void* data, unsigned lo
             start += i < index ? block.size : 0;
         }
     }
-    const CROIInfo& roi = *mROIInfo[index];
-    mvWrite(offsetX, roi.GetOffset(kHorizontal));
-    mvWrite(offsetY, roi.GetOffset(kVertical));
-    mvWrite(width, roi.GetSize(kHorizontal));
-    mvWrite(height, roi.GetSize(kVertical));
-    mvWrite(linePitch, pitch);
-    return mpAt(data, start);
+    const CROIInfo& roi = mROIInfo[index];
+    write(offsetX, roi.GetOffset(kHorizontal));
+    write(offsetY, roi.GetOffset(kVertical));
+    write(width, roi.GetSize(kHorizontal));
+    write(height, roi.GetSize(kVertical));
+    write(linePitch, pitch);
+    return offsetBy(data, start);
 }
 
 } // namespace vek

@@ -4,7 +4,6 @@
 #include "common/Memory.h"
 #include "imageproc/IMultiROIImage.h"
 
-#include <memory>
 #include <vector>
 
 namespace vek {
@@ -69,14 +68,12 @@ public:
 
 private:
     void CheckROISetting(IRegionInfo* region);
-    void DeleteROIInfo();
     unsigned char* GetBuffer(unsigned int pixelFormat);
     void DeleteBuffer();
 
-    std::vector<std::unique_ptr<CROIInfo>> mROIInfo; ///< in the camera's order
-    unsigned long mROICount = 0;
-    unsigned long mBufferSize = 0; ///< bytes
-    Malloced<unsigned char> mpBuffer;
+    std::vector<CROIInfo> mROIInfo; ///< in the camera's order
+    unsigned long mBufferSize = 0;  ///< bytes
+    Malloced<unsigned char> mBuffer;
     CManageOffset mOffset[2]; ///< covered columns, covered rows
     unsigned long mCombiningLinePitch = 0;
     unsigned int mPixelFormat = 0;
