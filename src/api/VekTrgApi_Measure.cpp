@@ -11,7 +11,7 @@
 int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long width, unsigned long height, unsigned long pitch,
                                 unsigned short colorMode, unsigned long transferFormat, const void* src,
                                 unsigned long x, unsigned long y, unsigned long w, unsigned long h, float* average) {
-    return vek::miExport(handle, [&](const CVekTrgCamera&) -> int {
+    return vek::runExport(handle, [&](const CVekTrgCamera&) -> int {
         const vek::STransferFormat* const format = vek::transferFormat(transferFormat);
         if (colorMode < VEK_COLOR_ARRAY_MONO || colorMode > VEK_COLOR_ARRAY_BGGR || format == nullptr ||
             !format->measurable) {
@@ -29,7 +29,7 @@ int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long width, unsig
 
 int VekCam_DetectDefectPixel(VekCam_Handle handle, unsigned long width, unsigned long height,
                              const unsigned char* image, int threshold) {
-    return vek::miExport(handle, [&](CVekTrgCamera& camera) -> int {
+    return vek::runExport(handle, [&](CVekTrgCamera& camera) -> int {
         const unsigned short slots = camera.GetEnableDefectPixelCorrectionCount();
         if (slots == 0) {
             return 0;

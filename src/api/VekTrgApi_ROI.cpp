@@ -8,8 +8,8 @@
 int VekCam_DecodingCombinedMultiROI(VekCam_Handle handle, unsigned long roiSelector, unsigned char* frame,
                                     unsigned char** outImage, unsigned long* outWidth, unsigned long* outHeight,
                                     unsigned long* outLinePitch) {
-    return vek::miExport(handle, [&](CVekTrgCamera& camera) {
-        return vek::miStatus(vek::decodeMultiROI(camera.MultiROIImage(), camera, camera, roiSelector, frame,
-                                                 {outImage, outWidth, outHeight, outLinePitch}));
+    return vek::runExport(handle, [&](CVekTrgCamera& camera) {
+        return vek::statusCode(vek::decodeMultiROI(camera.MultiROIImage(), camera, camera, roiSelector, frame,
+                                                   {outImage, outWidth, outHeight, outLinePitch}));
     });
 }

@@ -20,7 +20,6 @@ struct CVekTrgCamera final : public vek::IUpdateGainExposureClockSetting,
 public:
     /// Makes every module and an unbound driver access. Throws std::bad_alloc.
     CVekTrgCamera();
-    ~CVekTrgCamera();
     CVekTrgCamera(const CVekTrgCamera&) = delete;
     CVekTrgCamera& operator=(const CVekTrgCamera&) = delete;
 
@@ -101,36 +100,36 @@ public:
     /// limit, the last gain the third one; the fourth is never given out.
     void GetWhiteBalanceMaxGain(unsigned short* r, unsigned short* gr, unsigned short* gb, unsigned short* b) const;
 
-    vek::IColorInterpolation& ColorInterpolation() const { return *mpColorInterpolation; }
-    vek::ISharpness& Sharpness() const { return *mpSharpness; }
-    vek::IGamma& Gamma() const { return *mpGamma; }
-    vek::IColorMatrix& ColorMatrix() const { return *mpColorMatrix; }
-    vek::IWB& WB() const { return *mpWB; }
-    vek::INoiseReduction& NoiseReduction() const { return *mpNoiseReduction; }
-    vek::IMultiROIImage& MultiROIImage() const { return *mpMultiROIImage; }
-    vek::IShadingCorrection& ShadingCorrection() const { return *mpShadingCorrection; }
-    vek::IChromaSuppress& ChromaSuppress() const { return *mpChromaSuppress; }
-    vek::IFlip& Flip() const { return *mpFlip; }
-    vek::CLuminanceCtrl& LuminanceCtrl() const { return *mpLuminanceCtrl; }
+    vek::IColorInterpolation& ColorInterpolation() const { return *mColorInterpolation; }
+    vek::ISharpness& Sharpness() const { return *mSharpness; }
+    vek::IGamma& Gamma() const { return *mGamma; }
+    vek::IColorMatrix& ColorMatrix() const { return *mColorMatrix; }
+    vek::IWB& WB() const { return *mWB; }
+    vek::INoiseReduction& NoiseReduction() const { return *mNoiseReduction; }
+    vek::IMultiROIImage& MultiROIImage() const { return *mMultiROIImage; }
+    vek::IShadingCorrection& ShadingCorrection() const { return *mShadingCorrection; }
+    vek::IChromaSuppress& ChromaSuppress() const { return *mChromaSuppress; }
+    vek::IFlip& Flip() const { return *mFlip; }
+    vek::CLuminanceCtrl& LuminanceCtrl() const { return *mLuminanceCtrl; }
 
 private:
     /// Fills in what the model's exposure unit uses, the rest stays; false when a row length cannot be computed.
-    bool mbGetExposureTiming(vek::SExposureTiming* timing);
+    bool GetExposureTiming(vek::SExposureTiming* timing);
 
     template <class Interface, vek::EModuleType Type>
     using Slot = vek::ModulePtr<Interface, Type>;
 
-    unsigned short mwWBMaxGain[4] = {640, 640, 640, 640};
-    Slot<vek::ISharpness, vek::kModuleSharpness> mpSharpness;
-    Slot<vek::IGamma, vek::kModuleGamma> mpGamma;
-    Slot<vek::IColorMatrix, vek::kModuleColorMatrix> mpColorMatrix;
-    Slot<vek::IWB, vek::kModuleWB> mpWB;
-    Slot<vek::INoiseReduction, vek::kModuleNoiseReduction> mpNoiseReduction;
-    Slot<vek::IMultiROIImage, vek::kModuleMultiROIImage> mpMultiROIImage;
-    Slot<vek::IShadingCorrection, vek::kModuleShadingCorrection> mpShadingCorrection;
-    Slot<vek::IChromaSuppress, vek::kModuleChromaSuppress> mpChromaSuppress;
-    Slot<vek::IFlip, vek::kModuleFlip> mpFlip;
-    Slot<vek::IColorInterpolation, vek::kModuleColorInterpolation> mpColorInterpolation;
-    std::unique_ptr<vek::CLuminanceCtrl> mpLuminanceCtrl;
-    std::unique_ptr<vek::CDeviceControl> mpDeviceControl;
+    unsigned short mWBMaxGain[4] = {640, 640, 640, 640};
+    Slot<vek::ISharpness, vek::kModuleSharpness> mSharpness;
+    Slot<vek::IGamma, vek::kModuleGamma> mGamma;
+    Slot<vek::IColorMatrix, vek::kModuleColorMatrix> mColorMatrix;
+    Slot<vek::IWB, vek::kModuleWB> mWB;
+    Slot<vek::INoiseReduction, vek::kModuleNoiseReduction> mNoiseReduction;
+    Slot<vek::IMultiROIImage, vek::kModuleMultiROIImage> mMultiROIImage;
+    Slot<vek::IShadingCorrection, vek::kModuleShadingCorrection> mShadingCorrection;
+    Slot<vek::IChromaSuppress, vek::kModuleChromaSuppress> mChromaSuppress;
+    Slot<vek::IFlip, vek::kModuleFlip> mFlip;
+    Slot<vek::IColorInterpolation, vek::kModuleColorInterpolation> mColorInterpolation;
+    vek::CDeviceControl mDeviceControl;
+    std::unique_ptr<vek::CLuminanceCtrl> mLuminanceCtrl;
 };
