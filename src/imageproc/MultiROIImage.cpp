@@ -143,7 +143,7 @@ void CMultiROIImage::CheckROISetting(IRegionInfo* region) {
 bool CMultiROIImage::UpdateROIInfo(IRegionInfo* region, unsigned int alignment) {
     mROIInfo.clear();
     DeleteBuffer();
-    mLinePitchAlignment = alignment;
+    mPitchAlignment = alignment;
     if (region != nullptr) {
         CheckROISetting(region);
     }
@@ -165,7 +165,7 @@ unsigned long CMultiROIImage::GetCombiningImageSize(int axis) {
 }
 
 unsigned long CMultiROIImage::GetCombiningImageLinePitch() {
-    return mCombiningLinePitch;
+    return mCombiningPitch;
 }
 
 void CMultiROIImage::ClearInsideImageBuffer() {
@@ -180,11 +180,11 @@ unsigned char* CMultiROIImage::GetBuffer(unsigned int pixelFormat) {
     }
     DeleteBuffer();
     const unsigned long width = GetCombiningImageSize(kHorizontal);
-    mCombiningLinePitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(width), mLinePitchAlignment, 0);
+    mCombiningPitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(width), mPitchAlignment, 0);
     unsigned long size = 0;
     // A row of pixels that end within a byte may start one byte late: the last row then reaches one byte further.
     if (width > std::numeric_limits<unsigned int>::max() ||
-        __builtin_mul_overflow(GetCombiningImageSize(kVertical), mCombiningLinePitch, &size) || size >= PTRDIFF_MAX) {
+        __builtin_mul_overflow(GetCombiningImageSize(kVertical), mCombiningPitch, &size) || size >= PTRDIFF_MAX) {
         return nullptr;
     }
     ++size;
@@ -198,7 +198,7 @@ unsigned char* CMultiROIImage::GetBuffer(unsigned int pixelFormat) {
 
 void* CMultiROIImage::AddImageData(unsigned long frameID, void* roiData, unsigned long /*roiDataSize*/,
                                    unsigned long pixelFormat, unsigned long offsetX, unsigned long offsetY,
-                                   unsigned long width, unsigned long height, unsigned long roiLinePitch) {
+                                   unsigned long width, unsigned long height, unsigned long roiPitch) {
     unsigned char* const buffer = GetBuffer(static_cast<unsigned int>(pixelFormat));
     if (buffer == nullptr) {
         return nullptr;
@@ -221,12 +221,12 @@ void* CMultiROIImage::AddImageData(unsigned long frameID, void* roiData, unsigne
         return nullptr;
     }
     if (pixels) {
-        const unsigned long step = roiLinePitch != 0 ? roiLinePitch : rowBytes;
+        const unsigned long step = roiPitch != 0 ? roiPitch : rowBytes;
         const auto* src = static_cast<const unsigned char*>(roiData);
         unsigned char* dst =
-            buffer + y * mCombiningLinePitch + GetLinePitch(pixelFormat, static_cast<unsigned int>(x), 1, 0);
+            buffer + y * mCombiningPitch + GetLinePitch(pixelFormat, static_cast<unsigned int>(x), 1, 0);
         for (unsigned long row = 0; row < height; ++row) {
-            std::memcpy(dst + row * mCombiningLinePitch, src + row * step, rowBytes);
+            std::memcpy(dst + row * mCombiningPitch, src + row * step, rowBytes);
         }
     }
     return mReceivedCount >= mROIInfo.size() ? buffer : nullptr;
@@ -235,10 +235,10 @@ void* CMultiROIImage::AddImageData(unsigned long frameID, void* roiData, unsigne
 void* CMultiROIImage::AddImageData(unsigned long frameID, void* data, unsigned long dataSize,
                                    unsigned long pixelFormat) {
     if (mMultiROIType == kROIsCombined) {
-        DeleteBuffer(); // it would not fit the line pitch any more
+        DeleteBuffer(); // it would not fit the pitch any more
         mPixelFormat = static_cast<unsigned int>(pixelFormat);
-        mCombiningLinePitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(GetCombiningImageSize(kHorizontal)),
-                                           mLinePitchAlignment, 0);
+        mCombiningPitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(GetCombiningImageSize(kHorizontal)),
+                                       mPitchAlignment, 0);
         return data;
     }
     void* result = nullptr;
@@ -257,15 +257,15 @@ void* CMultiROIImage::AddImageData(unsigned long frameID, void* data, unsigned l
 
 void* CMultiROIImage::GetEachROIData(unsigned int index, void* data, unsigned long dataSize, unsigned long pixelFormat,
                                      unsigned int* offsetX, unsigned int* offsetY, unsigned int* width,
-                                     unsigned int* height, unsigned int* linePitch) {
+                                     unsigned int* height, unsigned int* pitch) {
     if (index >= mROIInfo.size()) {
         return nullptr;
     }
     unsigned long start = 0;
-    unsigned long pitch = 0;
+    unsigned long rowBytes = 0; // from row to row
     if (mMultiROIType == kROIsCombined) {
         // Bands of regions with the same offset, side by side in the order of the list.
-        pitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(GetCombiningImageSize(kHorizontal)), 1, 0);
+        rowBytes = GetLinePitch(pixelFormat, static_cast<unsigned int>(GetCombiningImageSize(kHorizontal)), 1, 0);
         unsigned long bandRow = 0;
         unsigned long column = 0;
         for (unsigned int i = 1; i <= index; ++i) {
@@ -277,14 +277,14 @@ void* CMultiROIImage::GetEachROIData(unsigned int index, void* data, unsigned lo
                 column += last.GetSize(kHorizontal);
             }
         }
-        start = GetLinePitch(pixelFormat, static_cast<unsigned int>(column), 1, 0) + bandRow * pitch;
+        start = GetLinePitch(pixelFormat, static_cast<unsigned int>(column), 1, 0) + bandRow * rowBytes;
     } else {
         for (unsigned int i = 0; i <= index; ++i) {
             const SBlock block(mROIInfo[i], pixelFormat, start, dataSize);
             if (!block.fits) {
                 return nullptr;
             }
-            pitch = block.rowBytes;
+            rowBytes = block.rowBytes;
             start += i < index ? block.size : 0;
         }
     }
@@ -293,7 +293,7 @@ void* CMultiROIImage::GetEachROIData(unsigned int index, void* data, unsigned lo
     write(offsetY, roi.GetOffset(kVertical));
     write(width, roi.GetSize(kHorizontal));
     write(height, roi.GetSize(kVertical));
-    write(linePitch, pitch);
+    write(pitch, rowBytes);
     return offsetBy(data, start);
 }
 

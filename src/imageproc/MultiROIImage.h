@@ -53,11 +53,11 @@ public:
     unsigned long GetROICount() override;
     void* GetEachROIData(unsigned int index, void* data, unsigned long dataSize, unsigned long pixelFormat,
                          unsigned int* offsetX, unsigned int* offsetY, unsigned int* width, unsigned int* height,
-                         unsigned int* linePitch) override;
+                         unsigned int* pitch) override;
     void* AddImageData(unsigned long frameID, void* data, unsigned long dataSize, unsigned long pixelFormat) override;
     void* AddImageData(unsigned long frameID, void* roiData, unsigned long roiDataSize, unsigned long pixelFormat,
                        unsigned long offsetX, unsigned long offsetY, unsigned long width, unsigned long height,
-                       unsigned long roiLinePitch) override;
+                       unsigned long roiPitch) override;
     unsigned long GetCombiningImageSize(int axis) override;
     unsigned long GetCombiningImageLinePitch() override;
     void ClearInsideImageBuffer() override;
@@ -75,11 +75,11 @@ private:
     unsigned long mBufferSize = 0;  ///< bytes
     Malloced<unsigned char> mBuffer;
     CManageOffset mOffset[2]; ///< covered columns, covered rows
-    unsigned long mCombiningLinePitch = 0;
+    unsigned long mCombiningPitch = 0;
     unsigned int mPixelFormat = 0;
     unsigned long mFrameID = 0;
     unsigned long mReceivedCount = 0; ///< blocks of that frame
-    unsigned int mLinePitchAlignment = 1;
+    unsigned int mPitchAlignment = 1;
     unsigned int mMultiROIType = 0;
 };
 
