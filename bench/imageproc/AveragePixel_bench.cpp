@@ -27,7 +27,8 @@ SOperation samples() {
     return {"average of samples", kBits<T>, sizeof(T), [](const rows::SRowTable& table, SSize size) {
                 return job<T>(table, size, size.width,
                               [=](const rows::SRowTable& kernels, const SRegion& whole, const T* image) {
-                                  return mvAveragePixel(kernels, whole, size.width, image);
+                                  const ELayout layout = sizeof(T) == 1 ? ELayout::Bytes : ELayout::Words;
+                                  return sumRegion(kernels, {layout, kBits<T>, whole}, size.width, 0, image);
                               });
             }};
 }
@@ -38,7 +39,7 @@ SOperation packed(const char* name, unsigned bits) {
                 return job<std::uint8_t>(
                     table, size, pitch,
                     [=](const rows::SRowTable& kernels, const SRegion& whole, const std::uint8_t* image) {
-                        return mvAveragePackedPixel(kernels, whole, pitch, bits, image);
+                        return sumRegion(kernels, {ELayout::Packed, bits, whole}, size.width, pitch, image);
                     });
             }};
 }

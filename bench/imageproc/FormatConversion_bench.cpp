@@ -19,7 +19,7 @@ SOperation raw(const char* name, unsigned long transferFormat, unsigned bits, un
                 const CPicture<T> picture({size.width * bits / kBits<T>, size.height}, 1);
                 return conversionJob<std::uint8_t>(
                     picture, size.Pixels() * pixelBytes, [=, &table](const T* src, std::uint8_t* dst) {
-                        ConvGrayToBGRImage(table, size.width, size.height, 0, transferFormat, src, nullptr,
+                        convGrayToBGRImage(table, size.width, size.height, 0, transferFormat, src, nullptr,
                                            destinationFormat, dst);
                     });
             },
@@ -29,11 +29,11 @@ SOperation raw(const char* name, unsigned long transferFormat, unsigned bits, un
 /// There is one version of these two only.
 SOperation colour(const char* name, unsigned long transferFormat, std::size_t sourceBytes) {
     return {name, 8, static_cast<double>(sourceBytes + 4),
-            [=](const rows::SRowTable&, SSize size) {
+            [=](const rows::SRowTable& table, SSize size) {
                 const CPicture<std::uint8_t> picture(size, sourceBytes);
                 return conversionJob<std::uint8_t>(
-                    picture, size.Pixels() * 4, [=](const std::uint8_t* src, std::uint8_t* dst) {
-                        ConvBGRToBGR(size.width, size.height, transferFormat, src, VEK_DESTINATION_BGRX32, dst);
+                    picture, size.Pixels() * 4, [=, &table](const std::uint8_t* src, std::uint8_t* dst) {
+                        convBGRToBGR(table, size.width, size.height, transferFormat, src, VEK_DESTINATION_BGRX32, dst);
                     });
             },
             true};

@@ -17,14 +17,11 @@ constexpr unsigned kDepths[] = {8, 16, 10, 12}; // the last two packed
 vek::SCellSums sumWith(const vek::rows::SRowTable& table, unsigned depth, const vek::SRegion& region,
                        unsigned long pitch, const std::vector<unsigned short>& words,
                        const std::vector<unsigned char>& bytes) {
-    switch (depth) {
-    case 8:
-        return vek::mvAveragePixel(table, region, pitch, bytes.data());
-    case 16:
-        return vek::mvAveragePixel(table, region, pitch, words.data());
-    default:
-        return vek::mvAveragePackedPixel(table, region, pitch, depth, bytes.data());
-    }
+    const vek::ELayout layout = depth == 8    ? vek::ELayout::Bytes
+                                : depth == 16 ? vek::ELayout::Words
+                                              : vek::ELayout::Packed;
+    const void* const src = depth == 16 ? static_cast<const void*>(words.data()) : bytes.data();
+    return vek::sumRegion(table, {layout, depth, region}, 0, pitch, src);
 }
 
 } // namespace

@@ -45,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
         std::vector<std::uint8_t> dst = before;
         unsigned long used = pitch;
-        const bool result = vek::ConvGrayToBGRImage(*tier.table, width, height, srcPitch, transferFormat, src.data(),
+        const bool result = vek::convGrayToBGRImage(*tier.table, width, height, srcPitch, transferFormat, src.data(),
                                                     givesPitch ? &used : nullptr, outFormat, dst.data());
         if (i == 0) {
             expected = dst;
@@ -66,7 +66,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::vector<std::uint8_t> colors(pixels * (transferFormat == 10 ? 3 : 8));
         input.fill(colors.data(), colors.size());
         std::vector<std::uint8_t> levels(pixels * pixelBytes);
-        vek::ConvBGRToBGR(width, height, transferFormat, colors.data(), outFormat, levels.data());
+        vek::convBGRToBGR(vek::rows::bestTable(), width, height, transferFormat, colors.data(), outFormat,
+                          levels.data());
     }
     return 0;
 }

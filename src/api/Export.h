@@ -20,7 +20,7 @@ inline unsigned short* words(void* image) {
 /// Runs the body of an export: VEK_EINVAL for a null handle, else what body makes of the camera. Nothing that body
 /// throws gets out.
 template <class Body>
-int miExport(VekCam_Handle handle, Body body) noexcept {
+int runExport(VekCam_Handle handle, Body body) noexcept {
     if (handle == nullptr) {
         return VEK_EINVAL;
     }
@@ -35,8 +35,8 @@ int miExport(VekCam_Handle handle, Body body) noexcept {
 
 /// The same for an export that writes one value: VEK_EINVAL for a null output, too.
 template <class T, class Body>
-int miExportValue(VekCam_Handle handle, const T* output, Body body) noexcept {
-    return miExport(handle, [&](CVekTrgCamera& camera) { return output != nullptr ? body(camera) : VEK_EINVAL; });
+int runValueExport(VekCam_Handle handle, const T* output, Body body) noexcept {
+    return runExport(handle, [&](CVekTrgCamera& camera) { return output != nullptr ? body(camera) : VEK_EINVAL; });
 }
 
 } // namespace vek

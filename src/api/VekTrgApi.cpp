@@ -10,7 +10,7 @@
 namespace {
 
 /// Samples of a destination pixel; 0 for a format that the depth does not allow.
-unsigned mulChannels(unsigned long destinationPixelFormat, unsigned short bitsPerPixel) {
+unsigned channelsOf(unsigned long destinationPixelFormat, unsigned short bitsPerPixel) {
     if (bitsPerPixel == 8) {
         return vek::byteSamples(destinationPixelFormat);
     }
@@ -54,8 +54,8 @@ int VekCam_GetlibVersion(VekCam_Handle /*handle*/, unsigned long* version) {
 int VekCam_ColorInterpolation(VekCam_Handle handle, unsigned long width, unsigned long height,
                               unsigned short colorArray, const void* src, void* dst, unsigned char method,
                               unsigned long destinationPixelFormat, unsigned short bitsPerPixel) {
-    return vek::miExport(handle, [&](const CVekTrgCamera& camera) -> int {
-        const auto channels = static_cast<unsigned short>(mulChannels(destinationPixelFormat, bitsPerPixel));
+    return vek::runExport(handle, [&](const CVekTrgCamera& camera) -> int {
+        const auto channels = static_cast<unsigned short>(channelsOf(destinationPixelFormat, bitsPerPixel));
         if (channels == 0) {
             return VEK_EINVAL;
         }

@@ -4,102 +4,102 @@
 
 #include "api/Export.h"
 
-using vek::miExport;
-using vek::miExportValue;
+using vek::runExport;
+using vek::runValueExport;
 
 int VekCam_GetVBlankFromFPS(VekCam_Handle handle, float fps, unsigned long* vblank) {
-    return miExportValue(handle, vblank,
-                         [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetVBlankFromFPS(fps, vblank)); });
+    return runValueExport(
+        handle, vblank, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetVBlankFromFPS(fps, vblank)); });
 }
 
 int VekCam_GetDigitalGainTimesFromSettingValue(VekCam_Handle handle, unsigned short value, float* times) {
-    return miExportValue(handle, times, [=](CVekTrgCamera& camera) {
+    return runValueExport(handle, times, [=](CVekTrgCamera& camera) {
         return static_cast<int>(camera.GetDigitalGainTimesFromSettingValue(value, times));
     });
 }
 
 int VekCam_GetDigitalGainSettingValueFromGainTimes(VekCam_Handle handle, float times, unsigned short* value) {
-    return miExportValue(handle, value, [=](CVekTrgCamera& camera) {
+    return runValueExport(handle, value, [=](CVekTrgCamera& camera) {
         return static_cast<int>(camera.GetDigitalGainSettingValueFromGainTimes(times, value));
     });
 }
 
 int VekCam_GetExposureClockFromTime(VekCam_Handle handle, float seconds, unsigned long* clock) {
-    return miExportValue(handle, clock, [=](CVekTrgCamera& camera) {
+    return runValueExport(handle, clock, [=](CVekTrgCamera& camera) {
         return static_cast<int>(camera.GetExposureClockFromTime(seconds, clock));
     });
 }
 
 int VekCam_GetExposureTimeFromClock(VekCam_Handle handle, unsigned long clock, float* seconds) {
-    return miExportValue(handle, seconds, [=](CVekTrgCamera& camera) {
+    return runValueExport(handle, seconds, [=](CVekTrgCamera& camera) {
         return static_cast<int>(camera.GetExposureTimeFormClock(clock, seconds));
     });
 }
 
 int VekCam_GetGainDBFromSettingValue(VekCam_Handle handle, unsigned short value, float* dB) {
-    return miExportValue(handle, dB, [=](CVekTrgCamera& camera) {
+    return runValueExport(handle, dB, [=](CVekTrgCamera& camera) {
         *dB = camera.GainValue2DB(value);
         return 0;
     });
 }
 
 int VekCam_SetALCMode(VekCam_Handle handle, unsigned char mode) {
-    return miExport(handle, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetALCMode(mode)); });
+    return runExport(handle, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetALCMode(mode)); });
 }
 
 int VekCam_GetALCMode(VekCam_Handle handle, unsigned char* mode) {
-    return miExportValue(handle, mode,
-                         [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetALCMode(mode)); });
+    return runValueExport(handle, mode,
+                          [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetALCMode(mode)); });
 }
 
 int VekCam_SetALCTargetLevel(VekCam_Handle handle, unsigned short level) {
-    return miExport(handle, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetALCTargetLevel(level)); });
+    return runExport(handle, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetALCTargetLevel(level)); });
 }
 
 int VekCam_GetALCTargetLevel(VekCam_Handle handle, unsigned short* level) {
-    return miExportValue(handle, level,
-                         [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetALCTargetLevel(level)); });
+    return runValueExport(handle, level,
+                          [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetALCTargetLevel(level)); });
 }
 
 int VekCam_SetAGCMaxGain(VekCam_Handle handle, unsigned short gain) {
-    return miExport(handle, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetAGCMaxGain(gain)); });
+    return runExport(handle, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetAGCMaxGain(gain)); });
 }
 
 int VekCam_GetAGCMaxGain(VekCam_Handle handle, unsigned short* gain) {
-    return miExportValue(handle, gain,
-                         [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetAGCMaxGain(gain)); });
+    return runValueExport(handle, gain,
+                          [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetAGCMaxGain(gain)); });
 }
 
 int VekCam_SetAGCMinGain(VekCam_Handle handle, unsigned short gain) {
-    return miExport(handle, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetAGCMinGain(gain)); });
+    return runExport(handle, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetAGCMinGain(gain)); });
 }
 
 int VekCam_GetAGCMinGain(VekCam_Handle handle, unsigned short* gain) {
-    return miExportValue(handle, gain,
-                         [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetAGCMinGain(gain)); });
+    return runValueExport(handle, gain,
+                          [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetAGCMinGain(gain)); });
 }
 
 int VekCam_SetAEMaxExposureClock(VekCam_Handle handle, unsigned long clock) {
-    return miExport(handle,
-                    [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetAEMaxExposureClock(clock)); });
+    return runExport(handle,
+                     [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetAEMaxExposureClock(clock)); });
 }
 
 int VekCam_GetAEMaxExposureClock(VekCam_Handle handle, unsigned long* clock) {
-    return miExportValue(handle, clock,
-                         [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetAEMaxExposureClock(clock)); });
+    return runValueExport(handle, clock,
+                          [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetAEMaxExposureClock(clock)); });
 }
 
 int VekCam_SetAEMinExposureClock(VekCam_Handle handle, unsigned long clock) {
-    return miExport(handle,
-                    [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetAEMinExposureClock(clock)); });
+    return runExport(handle,
+                     [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetAEMinExposureClock(clock)); });
 }
 
 int VekCam_GetAEMinExposureClock(VekCam_Handle handle, unsigned long* clock) {
-    return miExportValue(handle, clock,
-                         [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetAEMinExposureClock(clock)); });
+    return runValueExport(handle, clock,
+                          [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetAEMinExposureClock(clock)); });
 }
 
 int VekCam_ALC(VekCam_Handle handle, unsigned short average, unsigned long* flags) {
-    return miExportValue(handle, flags,
-                         [=](CVekTrgCamera& camera) { return static_cast<int>(camera.RunALC(average, flags) & 0xFF); });
+    return runValueExport(
+        handle, flags, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.RunALC(average, flags) & 0xFF); });
 }

@@ -11,7 +11,7 @@
 namespace {
 
 /// Whether a conversion would touch a buffer that is not there.
-bool mbLacksBuffer(unsigned long width, unsigned long height, const void* src, const void* dst) {
+bool lacksBuffer(unsigned long width, unsigned long height, const void* src, const void* dst) {
     return width != 0 && height != 0 && (src == nullptr || dst == nullptr);
 }
 
@@ -20,12 +20,12 @@ bool mbLacksBuffer(unsigned long width, unsigned long height, const void* src, c
 int VekCam_ConvTo8BitsImage(VekCam_Handle handle, unsigned long width, unsigned long height, unsigned long srcPitch,
                             unsigned long transferFormat, const void* src, unsigned long* dstPitch,
                             unsigned char* dst) {
-    return vek::miExport(handle, [&](const CVekTrgCamera&) -> int {
+    return vek::runExport(handle, [&](const CVekTrgCamera&) -> int {
         const vek::STransferFormat* const format = vek::transferFormat(transferFormat);
-        if (format != nullptr && format->IsRaw() && mbLacksBuffer(width, height, src, dst)) {
+        if (format != nullptr && format->IsRaw() && lacksBuffer(width, height, src, dst)) {
             return VEK_EINVAL;
         }
-        return vek::ConvGrayToBGRImage(vek::rows::bestTable(), width, height, srcPitch, transferFormat, src, dstPitch,
+        return vek::convGrayToBGRImage(vek::rows::bestTable(), width, height, srcPitch, transferFormat, src, dstPitch,
                                        VEK_DESTINATION_MONO8, dst)
                    ? VEK_OK
                    : VEK_EINVAL;
@@ -35,7 +35,7 @@ int VekCam_ConvTo8BitsImage(VekCam_Handle handle, unsigned long width, unsigned 
 int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long width, unsigned long height,
                                   unsigned long transferFormat, const void* src, unsigned long destinationPixelFormat,
                                   unsigned char* dst) {
-    return vek::miExport(handle, [&](const CVekTrgCamera&) -> int {
+    return vek::runExport(handle, [&](const CVekTrgCamera&) -> int {
         if (vek::byteSamples(destinationPixelFormat) == 0) {
             return VEK_EINVAL;
         }
@@ -49,13 +49,13 @@ int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long width, uns
             return VekCam_ColorInterpolation(handle, width, height, format->colorArray, src, dst, method,
                                              destinationPixelFormat, 8);
         }
-        if (mbLacksBuffer(width, height, src, dst)) {
+        if (lacksBuffer(width, height, src, dst)) {
             return VEK_EINVAL;
         }
         if (format->content == vek::EContent::Bgr) {
-            vek::ConvBGRToBGR(width, height, transferFormat, src, destinationPixelFormat, dst);
+            vek::convBGRToBGR(vek::rows::bestTable(), width, height, transferFormat, src, destinationPixelFormat, dst);
         } else {
-            vek::ConvGrayToBGRImage(vek::rows::bestTable(), width, height, 0, transferFormat, src, nullptr,
+            vek::convGrayToBGRImage(vek::rows::bestTable(), width, height, 0, transferFormat, src, nullptr,
                                     destinationPixelFormat, dst);
         }
         return VEK_OK;

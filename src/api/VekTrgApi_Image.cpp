@@ -16,12 +16,12 @@
 namespace {
 
 using vek::bytes;
-using vek::miExport;
-using vek::miStatus;
+using vek::runExport;
+using vek::statusCode;
 using vek::words;
 
 /// Whether the colour stage takes a format at a depth. Grey formats go with any: there is nothing to do.
-bool mbColourStageTakes(unsigned long pixelFormat, unsigned short bits) {
+bool colourStageTakes(unsigned long pixelFormat, unsigned short bits) {
     switch (pixelFormat) {
     case VEK_DESTINATION_MONO8:
     case VEK_DESTINATION_WORDS:
@@ -43,19 +43,19 @@ bool mbColourStageTakes(unsigned long pixelFormat, unsigned short bits) {
 using LevelSetter = unsigned long (vek::IChromaSuppress::*)(unsigned short);
 using LevelGetter = unsigned long (vek::IChromaSuppress::*)(unsigned short*);
 
-int miSetSuppression(VekCam_Handle handle, LevelSetter setStart, unsigned short startLevel, LevelSetter setSlope,
-                     unsigned short slope) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) {
+int setSuppression(VekCam_Handle handle, LevelSetter setStart, unsigned short startLevel, LevelSetter setSlope,
+                   unsigned short slope) {
+    return runExport(handle, [&](const CVekTrgCamera& camera) {
         vek::IChromaSuppress& module = camera.ChromaSuppress();
         const unsigned long status = (module.*setStart)(startLevel);
-        return miStatus(status == vek::kOk ? (module.*setSlope)(slope) : status);
+        return statusCode(status == vek::kOk ? (module.*setSlope)(slope) : status);
     });
 }
 
 /// Either output may be null.
-int miGetSuppression(VekCam_Handle handle, LevelGetter getStart, unsigned short* startLevel, LevelGetter getSlope,
-                     unsigned short* slope) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) {
+int getSuppression(VekCam_Handle handle, LevelGetter getStart, unsigned short* startLevel, LevelGetter getSlope,
+                   unsigned short* slope) {
+    return runExport(handle, [&](const CVekTrgCamera& camera) {
         vek::IChromaSuppress& module = camera.ChromaSuppress();
         unsigned long status = vek::kOk;
         if (startLevel != nullptr) {
@@ -64,7 +64,7 @@ int miGetSuppression(VekCam_Handle handle, LevelGetter getStart, unsigned short*
         if (slope != nullptr && status == vek::kOk) {
             status = (module.*getSlope)(slope);
         }
-        return miStatus(status);
+        return statusCode(status);
     });
 }
 
@@ -73,24 +73,24 @@ int miGetSuppression(VekCam_Handle handle, LevelGetter getStart, unsigned short*
 // ---- white balance ----
 
 int VekCam_SetWhiteBalanceMode(VekCam_Handle handle, unsigned char mode) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) { return miStatus(camera.WB().SetWBMode(mode)); });
+    return runExport(handle, [&](const CVekTrgCamera& camera) { return statusCode(camera.WB().SetWBMode(mode)); });
 }
 
 int VekCam_GetWhiteBalanceMode(VekCam_Handle handle, unsigned char* mode) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) { return miStatus(camera.WB().GetWBMode(mode)); });
+    return runExport(handle, [&](const CVekTrgCamera& camera) { return statusCode(camera.WB().GetWBMode(mode)); });
 }
 
 int VekCam_SetWhiteBalanceGain(VekCam_Handle handle, unsigned short r, unsigned short gr, unsigned short gb,
                                unsigned short b) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) {
+    return runExport(handle, [&](const CVekTrgCamera& camera) {
         const unsigned short gains[] = {r, gr, gb, b};
-        return miStatus(camera.WB().SetWBGain(gains));
+        return statusCode(camera.WB().SetWBGain(gains));
     });
 }
 
 int VekCam_GetWhiteBalanceGain(VekCam_Handle handle, unsigned short* r, unsigned short* gr, unsigned short* gb,
                                unsigned short* b) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) -> int {
+    return runExport(handle, [&](const CVekTrgCamera& camera) -> int {
         if (r == nullptr || gr == nullptr || gb == nullptr || b == nullptr) {
             return VEK_EINVAL;
         }
@@ -100,13 +100,13 @@ int VekCam_GetWhiteBalanceGain(VekCam_Handle handle, unsigned short* r, unsigned
         *gr = gains[1];
         *gb = gains[2];
         *b = gains[3];
-        return miStatus(status);
+        return statusCode(status);
     });
 }
 
 int VekCam_GetWhiteBalanceMaxGain(VekCam_Handle handle, unsigned short* r, unsigned short* gr, unsigned short* gb,
                                   unsigned short* b) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) -> int {
+    return runExport(handle, [&](const CVekTrgCamera& camera) -> int {
         if (r == nullptr || gr == nullptr || gb == nullptr || b == nullptr) {
             return VEK_EINVAL;
         }
@@ -117,7 +117,7 @@ int VekCam_GetWhiteBalanceMaxGain(VekCam_Handle handle, unsigned short* r, unsig
 
 int VekCam_WhiteBalance(VekCam_Handle handle, unsigned long width, unsigned long height, unsigned long lineBytes,
                         unsigned short colorArray, void* image, unsigned short bits) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) -> int {
+    return runExport(handle, [&](const CVekTrgCamera& camera) -> int {
         if (bits != 8 && bits != 10 && bits != 12) {
             return VEK_EINVAL;
         }
@@ -125,8 +125,8 @@ int VekCam_WhiteBalance(VekCam_Handle handle, unsigned long width, unsigned long
             return VEK_OK;
         }
         vek::IWB& module = camera.WB();
-        return miStatus(bits > 8 ? module.WBProcW(width, height, lineBytes, colorArray, words(image), bits)
-                                 : module.WBProcB(width, height, lineBytes, colorArray, bytes(image), bits));
+        return statusCode(bits > 8 ? module.WBProcW(width, height, lineBytes, colorArray, words(image), bits)
+                                   : module.WBProcB(width, height, lineBytes, colorArray, bytes(image), bits));
     });
 }
 
@@ -134,45 +134,46 @@ int VekCam_WhiteBalance(VekCam_Handle handle, unsigned long width, unsigned long
 
 int VekCam_SetGammaMode(VekCam_Handle handle, unsigned char channel, unsigned char mode, unsigned short gamma,
                         short brightness, unsigned short contrast, const void* table, unsigned short bits) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) {
-        return miStatus(camera.Gamma().SetMode(channel, mode, gamma, brightness, contrast, table, bits));
+    return runExport(handle, [&](const CVekTrgCamera& camera) {
+        return statusCode(camera.Gamma().SetMode(channel, mode, gamma, brightness, contrast, table, bits));
     });
 }
 
 int VekCam_GetGammaMode(VekCam_Handle handle, unsigned char channel, unsigned char* mode, unsigned short* gamma,
                         short* brightness, void* contrast, void* table, unsigned short* bits) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) {
-        return miStatus(camera.Gamma().GetMode(channel, mode, gamma, brightness, contrast, table, bits));
+    return runExport(handle, [&](const CVekTrgCamera& camera) {
+        return statusCode(camera.Gamma().GetMode(channel, mode, gamma, brightness, contrast, table, bits));
     });
 }
 
 int VekCam_RawColorGamma(VekCam_Handle handle, unsigned long width, unsigned long height, unsigned short colorArray,
                          void* image, unsigned short bits) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) {
+    return runExport(handle, [&](const CVekTrgCamera& camera) {
         vek::IGamma& module = camera.Gamma();
-        return miStatus(bits > 8 ? module.ProcColorRawW(width, height, 2 * width, colorArray, words(image))
-                                 : module.ProcColorRawB(width, height, width, colorArray, bytes(image)));
+        return statusCode(bits > 8 ? module.ProcColorRawW(width, height, 2 * width, colorArray, words(image))
+                                   : module.ProcColorRawB(width, height, width, colorArray, bytes(image)));
     });
 }
 
 int VekCam_BGRGamma(VekCam_Handle handle, unsigned long width, unsigned long height, unsigned long pixelFormat,
                     void* image, unsigned short bits) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) {
+    return runExport(handle, [&](const CVekTrgCamera& camera) {
         vek::IGamma& module = camera.Gamma();
-        return miStatus(bits > 8 ? module.ProcBGROrGrayW(width, height, 0, pixelFormat, words(image))
-                                 : module.ProcBGROrGrayB(width, height, 0, pixelFormat, bytes(image)));
+        return statusCode(bits > 8 ? module.ProcBGROrGrayW(width, height, 0, pixelFormat, words(image))
+                                   : module.ProcBGROrGrayB(width, height, 0, pixelFormat, bytes(image)));
     });
 }
 
 // ---- sharpness ----
 
 int VekCam_SetSharpnessMode(VekCam_Handle handle, unsigned char mode, unsigned short gain, unsigned char coring) {
-    return miExport(
-        handle, [&](const CVekTrgCamera& camera) { return miStatus(camera.Sharpness().SetMode(mode, gain, coring)); });
+    return runExport(handle, [&](const CVekTrgCamera& camera) {
+        return statusCode(camera.Sharpness().SetMode(mode, gain, coring));
+    });
 }
 
 int VekCam_GetSharpnessMode(VekCam_Handle handle, unsigned char* mode, unsigned short* gain, unsigned char* coring) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) -> int {
+    return runExport(handle, [&](const CVekTrgCamera& camera) -> int {
         if (coring == nullptr) {
             return VEK_EINVAL;
         }
@@ -181,16 +182,16 @@ int VekCam_GetSharpnessMode(VekCam_Handle handle, unsigned char* mode, unsigned 
         if (status == vek::kOk) {
             *coring = static_cast<unsigned char>(std::min<unsigned short>(wideCoring, 255));
         }
-        return miStatus(status);
+        return statusCode(status);
     });
 }
 
 int VekCam_Sharpness(VekCam_Handle handle, unsigned long width, unsigned long height, unsigned long pixelFormat,
                      void* image, unsigned short bits) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) {
+    return runExport(handle, [&](const CVekTrgCamera& camera) {
         vek::ISharpness& module = camera.Sharpness();
-        return miStatus(bits > 8 ? module.ProcessW(width, height, 0, pixelFormat, words(image), bits)
-                                 : module.ProcessB(width, height, 0, pixelFormat, bytes(image), bits));
+        return statusCode(bits > 8 ? module.ProcessW(width, height, 0, pixelFormat, words(image), bits)
+                                   : module.ProcessB(width, height, 0, pixelFormat, bytes(image), bits));
     });
 }
 
@@ -198,7 +199,7 @@ int VekCam_Sharpness(VekCam_Handle handle, unsigned long width, unsigned long he
 
 int VekCam_MirrorRotation(VekCam_Handle handle, unsigned char mirror, unsigned char rotation, unsigned long* width,
                           unsigned long* height, unsigned short* colorArray, void* image) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) {
+    return runExport(handle, [&](const CVekTrgCamera& camera) {
         const unsigned long status =
             camera.Flip().FlipRawB(mirror, rotation, width, height, bytes(image), bytes(image), colorArray);
         return status == vek::kOk ? 0 : 1;
@@ -208,33 +209,33 @@ int VekCam_MirrorRotation(VekCam_Handle handle, unsigned char mirror, unsigned c
 // ---- colour matrix, hue and saturation, chroma suppression ----
 
 int VekCam_SetColorMatrix(VekCam_Handle handle, unsigned char mode, const short* matrix) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) {
-        return miStatus(camera.ColorMatrix().SetColorMatrix(mode, matrix));
+    return runExport(handle, [&](const CVekTrgCamera& camera) {
+        return statusCode(camera.ColorMatrix().SetColorMatrix(mode, matrix));
     });
 }
 
 int VekCam_GetColorMatrix(VekCam_Handle handle, unsigned char* mode, short* matrix) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) {
-        return miStatus(camera.ColorMatrix().GetColorMatrix(mode, matrix));
+    return runExport(handle, [&](const CVekTrgCamera& camera) {
+        return statusCode(camera.ColorMatrix().GetColorMatrix(mode, matrix));
     });
 }
 
 int VekCam_SetHueSaturationMode(VekCam_Handle handle, unsigned char mode, short hue, unsigned short saturation) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) {
-        return miStatus(camera.ColorMatrix().SetHueSaturation(mode, hue, saturation));
+    return runExport(handle, [&](const CVekTrgCamera& camera) {
+        return statusCode(camera.ColorMatrix().SetHueSaturation(mode, hue, saturation));
     });
 }
 
 int VekCam_GetHueSaturationMode(VekCam_Handle handle, unsigned char* mode, short* hue, unsigned short* saturation) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) {
-        return miStatus(camera.ColorMatrix().GetHueSaturation(mode, hue, saturation));
+    return runExport(handle, [&](const CVekTrgCamera& camera) {
+        return statusCode(camera.ColorMatrix().GetHueSaturation(mode, hue, saturation));
     });
 }
 
 int VekCam_HueSaturationColorMatrix(VekCam_Handle handle, unsigned long width, unsigned long height,
                                     unsigned long pixelFormat, void* image, unsigned short bits) {
-    return miExport(handle, [&](const CVekTrgCamera& camera) -> int {
-        if (!mbColourStageTakes(pixelFormat, bits)) {
+    return runExport(handle, [&](const CVekTrgCamera& camera) -> int {
+        if (!colourStageTakes(pixelFormat, bits)) {
             return VEK_EINVAL;
         }
         vek::IColorMatrix& matrix = camera.ColorMatrix();
@@ -246,26 +247,26 @@ int VekCam_HueSaturationColorMatrix(VekCam_Handle handle, unsigned long width, u
             status = wide ? suppress.ProcessW(width, height, 0, pixelFormat, words(image))
                           : suppress.ProcessB(width, height, 0, pixelFormat, bytes(image));
         }
-        return miStatus(status);
+        return statusCode(status);
     });
 }
 
 int VekCam_SetHighChromaSuppression(VekCam_Handle handle, unsigned short startLevel, unsigned short slope) {
-    return miSetSuppression(handle, &vek::IChromaSuppress::SetHighStartLevel, startLevel,
-                            &vek::IChromaSuppress::SetHighSlope, slope);
+    return setSuppression(handle, &vek::IChromaSuppress::SetHighStartLevel, startLevel,
+                          &vek::IChromaSuppress::SetHighSlope, slope);
 }
 
 int VekCam_GetHighChromaSuppression(VekCam_Handle handle, unsigned short* startLevel, unsigned short* slope) {
-    return miGetSuppression(handle, &vek::IChromaSuppress::GetHighStartLevel, startLevel,
-                            &vek::IChromaSuppress::GetHighSlope, slope);
+    return getSuppression(handle, &vek::IChromaSuppress::GetHighStartLevel, startLevel,
+                          &vek::IChromaSuppress::GetHighSlope, slope);
 }
 
 int VekCam_SetLowChromaSuppression(VekCam_Handle handle, unsigned short startLevel, unsigned short slope) {
-    return miSetSuppression(handle, &vek::IChromaSuppress::SetLowStartLevel, startLevel,
-                            &vek::IChromaSuppress::SetLowSlope, slope);
+    return setSuppression(handle, &vek::IChromaSuppress::SetLowStartLevel, startLevel,
+                          &vek::IChromaSuppress::SetLowSlope, slope);
 }
 
 int VekCam_GetLowChromaSuppression(VekCam_Handle handle, unsigned short* startLevel, unsigned short* slope) {
-    return miGetSuppression(handle, &vek::IChromaSuppress::GetLowStartLevel, startLevel,
-                            &vek::IChromaSuppress::GetLowSlope, slope);
+    return getSuppression(handle, &vek::IChromaSuppress::GetLowStartLevel, startLevel,
+                          &vek::IChromaSuppress::GetLowSlope, slope);
 }

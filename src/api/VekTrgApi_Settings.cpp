@@ -15,11 +15,11 @@ vek::SSettingTargets targetsOf(const CVekTrgCamera& camera) {
 } // namespace
 
 int VekCam_WriteSettingFile(VekCam_Handle handle, const char* path) {
-    return vek::miExport(handle,
-                         [&](const CVekTrgCamera& camera) { return vek::writeSettingFile(targetsOf(camera), path); });
+    return vek::runExport(handle,
+                          [&](const CVekTrgCamera& camera) { return vek::writeSettingFile(targetsOf(camera), path); });
 }
 
 int VekCam_ReadSettingFile(VekCam_Handle handle, const char* path) {
-    return vek::miExport(handle,
-                         [&](const CVekTrgCamera& camera) { return vek::readSettingFile(targetsOf(camera), path); });
+    return vek::runExport(handle,
+                          [&](const CVekTrgCamera& camera) { return vek::readSettingFile(targetsOf(camera), path); });
 }

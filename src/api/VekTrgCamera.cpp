@@ -1,112 +1,95 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/VekTrgCamera.h"
 
-#include "common/Status.h"
 #include "control/DigitalGain.h"
 #include "control/GainCurve.h"
 #include "imageproc/IMultiROIImage.h"
 
 #include <cstdint>
-#include <cstring>
 
 namespace {
 
 /// Fills a slot with a new module; it stays null for a type that the factory does not make.
 template <class Interface, vek::EModuleType Type>
-void mvCreate(vek::ModulePtr<Interface, Type>& slot) {
+void create(vek::ModulePtr<Interface, Type>& slot) {
     slot.reset(static_cast<Interface*>(vek::CreateVekImageProc(Type)));
 }
 
 } // namespace
 
 CVekTrgCamera::CVekTrgCamera() {
-    mvCreate(mpSharpness);
-    mvCreate(mpGamma);
-    mvCreate(mpColorMatrix);
-    mvCreate(mpWB);
-    mvCreate(mpNoiseReduction);
-    mvCreate(mpMultiROIImage);
-    mvCreate(mpShadingCorrection);
-    mvCreate(mpChromaSuppress);
-    mvCreate(mpFlip);
-    mvCreate(mpColorInterpolation);
-    mpDeviceControl = std::make_unique<vek::CDeviceControl>();
-}
-
-CVekTrgCamera::~CVekTrgCamera() {
-    mpSharpness.reset();
-    mpGamma.reset();
-    mpColorMatrix.reset();
-    mpWB.reset();
-    mpNoiseReduction.reset();
-    mpMultiROIImage.reset();
-    mpShadingCorrection.reset();
-    mpChromaSuppress.reset();
-    mpFlip.reset();
-    mpColorInterpolation.reset();
-    mpDeviceControl.reset();
+    create(mSharpness);
+    create(mGamma);
+    create(mColorMatrix);
+    create(mWB);
+    create(mNoiseReduction);
+    create(mMultiROIImage);
+    create(mShadingCorrection);
+    create(mChromaSuppress);
+    create(mFlip);
+    create(mColorInterpolation);
 }
 
 bool CVekTrgCamera::CameraOpen(int fd) {
-    mpDeviceControl = std::make_unique<vek::CDeviceControl>();
+    mDeviceControl = {};
     // A camera that does not describe itself still gives a handle: the image functions work without it.
-    static_cast<void>(mpDeviceControl->Open(fd));
-    mpLuminanceCtrl = std::make_unique<vek::CLuminanceCtrl>(this);
+    static_cast<void>(mDeviceControl.Open(fd));
+    mLuminanceCtrl = std::make_unique<vek::CLuminanceCtrl>(*this);
     return true;
 }
 
 void CVekTrgCamera::CameraClose() {
-    mpLuminanceCtrl.reset();
-    mpDeviceControl.reset();
+    mLuminanceCtrl.reset();
+    mDeviceControl = {};
 }
 
 bool CVekTrgCamera::SetGainAndExposure(unsigned short gain, unsigned long exposureClock) {
-    return mpDeviceControl->SetGainAndExposure(gain, exposureClock);
+    return mDeviceControl.SetGainAndExposure(gain, exposureClock);
 }
 
 bool CVekTrgCamera::GetGainAndExposure(unsigned short* gain, unsigned long* exposureClock) {
-    return mpDeviceControl->GetGainAndExposure(gain, exposureClock);
+    return mDeviceControl.GetGainAndExposure(gain, exposureClock);
 }
 
 unsigned short CVekTrgCamera::GetMaxGain() {
-    return mpDeviceControl->GetMaxGain();
+    return mDeviceControl.GetMaxGain();
 }
 
 unsigned short CVekTrgCamera::GetInitialGain() {
-    return mpDeviceControl->GetInitialGain();
+    return mDeviceControl.GetInitialGain();
 }
 
 float CVekTrgCamera::GainValue2DB(unsigned short gain) {
-    return vek::gainDbFromValue(mpDeviceControl->GetGainType(), gain);
+    return vek::gainDbFromValue(mDeviceControl.GetGainType(), gain);
 }
 
 unsigned short CVekTrgCamera::GainDB2Value(float dB) {
-    return vek::gainValueFromDb(mpDeviceControl->GetGainType(), dB, GetMaxGain());
+    return vek::gainValueFromDb(mDeviceControl.GetGainType(), dB, GetMaxGain());
 }
 
 unsigned long CVekTrgCamera::GetMaxLongExposureClock() {
-    return mpDeviceControl->GetMaxLongExposureClock();
+    return mDeviceControl.GetMaxLongExposureClock();
 }
 
 long CVekTrgCamera::GetMaxShortExposureClock() {
-    return mpDeviceControl->GetMaxShortExposureClock();
+    return mDeviceControl.GetMaxShortExposureClock();
 }
 
 unsigned short CVekTrgCamera::GetMaxROICount() {
-    return mpDeviceControl->GetMaxRoiCount();
+    return mDeviceControl.GetMaxRoiCount();
 }
 
 int CVekTrgCamera::GetMultiROIType() {
-    return mpDeviceControl->GetMaxRoiCount() == 8 ? vek::kROIBlocks : vek::kROIsCombined;
+    return mDeviceControl.GetMaxRoiCount() == 8 ? vek::kROIBlocks : vek::kROIsCombined;
 }
 
 void CVekTrgCamera::GetROIInfo(unsigned int index, unsigned int* enabled, unsigned int* offsetX, unsigned int* offsetY,
                                unsigned int* width, unsigned int* height) {
-    mpDeviceControl->GetROIInfo(index, enabled, offsetX, offsetY, width, height);
+    mDeviceControl.GetROIInfo(index, enabled, offsetX, offsetY, width, height);
 }
 
 int CVekTrgCamera::GetMaxROICountH() {
-    switch (mpDeviceControl->GetMaxRoiCount()) {
+    switch (mDeviceControl.GetMaxRoiCount()) {
     case 16:
         return 4;
     case 4:
@@ -117,8 +100,8 @@ int CVekTrgCamera::GetMaxROICountH() {
 }
 
 unsigned short CVekTrgCamera::GetCurrentColorArray() {
-    const auto sensor = static_cast<unsigned short>(mpDeviceControl->GetColorArray());
-    return VekTransferColorArray(static_cast<unsigned long>(mpDeviceControl->GetTransferBitsPerPixel()), sensor);
+    const auto sensor = static_cast<unsigned short>(mDeviceControl.GetColorArray());
+    return VekTransferColorArray(static_cast<unsigned long>(mDeviceControl.GetTransferBitsPerPixel()), sensor);
 }
 
 unsigned char CVekTrgCamera::GetBitsPerPixel(unsigned long transferFormat) const {
@@ -127,125 +110,68 @@ unsigned char CVekTrgCamera::GetBitsPerPixel(unsigned long transferFormat) const
 
 int CVekTrgCamera::GetRawGenICamPixelFormat() {
     const unsigned short colorArray = GetCurrentColorArray();
-    return VekTransferPixelFormat(static_cast<unsigned long>(mpDeviceControl->GetTransferBitsPerPixel()), colorArray);
+    return VekTransferPixelFormat(static_cast<unsigned long>(mDeviceControl.GetTransferBitsPerPixel()), colorArray);
 }
 
-void CVekTrgCamera::UpdateROIInfo() {
-    mpMultiROIImage->UpdateROIInfo(this, 1);
+unsigned long CVekTrgCamera::GetFrameSize() {
+    return static_cast<unsigned long>(mDeviceControl.GetCurrentRawImageSize());
 }
 
-unsigned long CVekTrgCamera::DecodingCombinedMultiROI(unsigned long roiSelector, unsigned char* frame,
-                                                      unsigned char** outImage, unsigned long* outWidth,
-                                                      unsigned long* outHeight, unsigned long* outLinePitch) {
-    vek::IMultiROIImage& module = *mpMultiROIImage;
-    const auto count = static_cast<std::uint32_t>(module.GetROICount());
-    const auto size = static_cast<std::uint32_t>(mpDeviceControl->GetCurrentRawImageSize());
-    if (count == 0 || size == 0) {
-        return vek::kInvalid;
-    }
-    const auto format = static_cast<unsigned long>(GetRawGenICamPixelFormat());
-    const bool all = roiSelector == VEK_COMBINING_IMAGE;
-    if (!all && roiSelector >= count) {
-        return vek::kInvalid;
-    }
-    const auto store = [](unsigned long* output, unsigned long value) {
-        if (output != nullptr) {
-            *output = value;
-        }
-    };
-    if (count == 1) {
-        // A plain image.
-        if (outImage != nullptr) {
-            *outImage = frame;
-        }
-        const auto width = static_cast<unsigned long>(mpDeviceControl->ImageWidth());
-        store(outWidth, width);
-        store(outHeight, static_cast<unsigned long>(mpDeviceControl->ImageHeight()));
-        const auto transferFormat = static_cast<unsigned long>(mpDeviceControl->GetTransferBitsPerPixel());
-        store(outLinePitch, width * GetBitsPerPixel(transferFormat) >> 3);
-        return vek::kOk;
-    }
-    if (outImage == nullptr) {
-        return vek::kOk;
-    }
-    unsigned int width = 0;
-    unsigned int height = 0;
-    unsigned int linePitch = 0;
-    if (!all) {
-        void* const region = module.GetEachROIData(static_cast<unsigned int>(roiSelector), frame, size, format, nullptr,
-                                                   nullptr, &width, &height, &linePitch);
-        *outImage = static_cast<unsigned char*>(region);
-        if (width != 0) { // the region lies in the frame, which may be null
-            // 32-bit numbers: the upper halves of the outputs stay the caller's.
-            const auto storeLow = [](unsigned long* output, unsigned int value) {
-                if (output != nullptr) {
-                    std::memcpy(output, &value, sizeof value);
-                }
-            };
-            storeLow(outWidth, width);
-            storeLow(outHeight, height);
-            storeLow(outLinePitch, linePitch);
-        }
-        return vek::kOk;
-    }
-    if (frame == nullptr && GetMultiROIType() != vek::kROIsCombined) {
-        // Without a frame there is nothing to copy from, if only one block fits.
-        constexpr unsigned long endless = ~0UL;
-        for (unsigned int region = 0; region < count; ++region) {
-            module.GetEachROIData(region, nullptr, endless, format, nullptr, nullptr, &width, &height, &linePitch);
-            const unsigned long block = static_cast<unsigned long>(height) * linePitch;
-            if (block != 0 && block <= size) {
-                return vek::kInvalid;
-            }
-        }
-    }
-    module.ClearInsideImageBuffer();
-    *outImage = static_cast<unsigned char*>(module.AddImageData(0, frame, size, format));
-    store(outWidth, module.GetCombiningImageSize(0));
-    store(outHeight, module.GetCombiningImageSize(1));
-    store(outLinePitch, module.GetCombiningImageLinePitch());
-    return vek::kOk;
+unsigned long CVekTrgCamera::GetFramePixelFormat() {
+    return static_cast<unsigned long>(GetRawGenICamPixelFormat());
+}
+
+unsigned long CVekTrgCamera::GetFrameWidth() {
+    return static_cast<unsigned long>(mDeviceControl.ImageWidth());
+}
+
+unsigned long CVekTrgCamera::GetFrameHeight() {
+    return static_cast<unsigned long>(mDeviceControl.ImageHeight());
+}
+
+unsigned char CVekTrgCamera::GetFrameBitsPerPixel() {
+    return GetBitsPerPixel(static_cast<unsigned long>(mDeviceControl.GetTransferBitsPerPixel()));
 }
 
 unsigned short CVekTrgCamera::GetEnableDefectPixelCorrectionCount() const {
-    return mpDeviceControl->GetEnableDefectPixelCorrectionCount();
+    return mDeviceControl.GetEnableDefectPixelCorrectionCount();
 }
 
 bool CVekTrgCamera::SetEnableDefectPixelCorrectionPosition(unsigned short x, unsigned short y, unsigned short index) {
-    return mpDeviceControl->SetEnableDefectPixelCorrectionPosition(x, y, index);
+    return mDeviceControl.SetEnableDefectPixelCorrectionPosition(x, y, index);
 }
 
 void CVekTrgCamera::GetWhiteBalanceMaxGain(unsigned short* r, unsigned short* gr, unsigned short* gb,
                                            unsigned short* b) const {
-    *r = mwWBMaxGain[0];
-    *gr = mwWBMaxGain[1];
-    *gb = mwWBMaxGain[1];
-    *b = mwWBMaxGain[2];
+    *r = mWBMaxGain[0];
+    *gr = mWBMaxGain[1];
+    *gb = mWBMaxGain[1];
+    *b = mWBMaxGain[2];
 }
 
 bool CVekTrgCamera::GetAptina4MRowClockCount(unsigned long* rowClocks, unsigned long* rowOffset) {
-    const auto width = static_cast<unsigned long>(mpDeviceControl->ImageWidth());
+    const auto width = static_cast<unsigned long>(mDeviceControl.ImageWidth());
     unsigned char h = 0;
     unsigned char v = 0;
-    const bool read = mpDeviceControl->GetBinning(&h, &v);
+    const bool read = mDeviceControl.GetBinning(&h, &v);
     const vek::SRowClocks row = vek::rowClocksOf(width, h, v);
     *rowClocks = row.rowClocks;
     *rowOffset = row.rowOffset;
     return read;
 }
 
-bool CVekTrgCamera::mbGetExposureTiming(vek::SExposureTiming* timing) {
-    timing->unit = vek::cameraFamily(mpDeviceControl->GetPID()).exposure;
-    timing->clock = static_cast<unsigned long>(mpDeviceControl->GetClock());
-    timing->timeBase = mpDeviceControl->GetExposureTimeBase();
-    timing->timeOffset = mpDeviceControl->GetExposureTimeOffset();
+bool CVekTrgCamera::GetExposureTiming(vek::SExposureTiming* timing) {
+    timing->unit = vek::cameraFamily(mDeviceControl.GetPID()).exposure;
+    timing->clock = static_cast<unsigned long>(mDeviceControl.GetClock());
+    timing->timeBase = mDeviceControl.GetExposureTimeBase();
+    timing->timeOffset = mDeviceControl.GetExposureTimeOffset();
     switch (timing->unit) {
     case vek::EExposureUnit::Row:
         return GetAptina4MRowClockCount(&timing->row.rowClocks, &timing->row.rowOffset);
     case vek::EExposureUnit::Line:
     case vek::EExposureUnit::LineWithOffset:
     case vek::EExposureUnit::LineWithConstant:
-        timing->totalHClock = static_cast<unsigned long>(mpDeviceControl->TotalHClock());
+        timing->totalHClock = static_cast<unsigned long>(mDeviceControl.TotalHClock());
         return true;
     default:
         return true;
@@ -254,7 +180,7 @@ bool CVekTrgCamera::mbGetExposureTiming(vek::SExposureTiming* timing) {
 
 bool CVekTrgCamera::GetExposureClockFromTime(float seconds, unsigned long* clock) {
     vek::SExposureTiming timing{};
-    if (!mbGetExposureTiming(&timing)) {
+    if (!GetExposureTiming(&timing)) {
         return false;
     }
     *clock = vek::exposureClocksFromSeconds(timing, seconds, GetMaxLongExposureClock());
@@ -270,7 +196,7 @@ bool CVekTrgCamera::GetExposureTimeFormClock(unsigned long clock, float* seconds
         clock = maxShort;
     }
     vek::SExposureTiming timing{};
-    if (!mbGetExposureTiming(&timing)) {
+    if (!GetExposureTiming(&timing)) {
         return false;
     }
     *seconds = vek::secondsFromExposureClocks(timing, clock);
@@ -278,33 +204,33 @@ bool CVekTrgCamera::GetExposureTimeFormClock(unsigned long clock, float* seconds
 }
 
 long CVekTrgCamera::GetVBlankForFPS(unsigned long* vblank) {
-    if (!mpDeviceControl->HasVBlankFunction()) {
+    if (!mDeviceControl.HasVBlankFunction()) {
         return VEK_EINVAL;
     }
-    *vblank = static_cast<unsigned long>(mpDeviceControl->GetVBlank());
+    *vblank = static_cast<unsigned long>(mDeviceControl.GetVBlank());
     return 0;
 }
 
 long CVekTrgCamera::GetVBlankFromFPS(float fps, unsigned long* vblank) {
-    if (!mpDeviceControl->HasVBlankFunction()) {
+    if (!mDeviceControl.HasVBlankFunction()) {
         return VEK_EINVAL;
     }
-    const auto clock = static_cast<unsigned long>(mpDeviceControl->GetClock());
+    const auto clock = static_cast<unsigned long>(mDeviceControl.GetClock());
     unsigned long lineClocks = 0;
     double frameLines = 0;
-    switch (vek::cameraFamily(mpDeviceControl->GetPID()).frame) {
+    switch (vek::cameraFamily(mDeviceControl.GetPID()).frame) {
     case vek::EFrameLines::ImageAnd13: {
         unsigned long rowOffset = 0;
         if (!GetAptina4MRowClockCount(&lineClocks, &rowOffset)) {
             return 0;
         }
-        frameLines = static_cast<double>(mpDeviceControl->ImageHeight() + 13);
+        frameLines = static_cast<double>(mDeviceControl.ImageHeight() + 13);
         *vblank = vek::vblankFromFps(clock, lineClocks, frameLines, fps);
         return 0;
     }
     case vek::EFrameLines::TotalWithoutPresent: {
-        lineClocks = static_cast<unsigned long>(mpDeviceControl->TotalHClock());
-        const long totalLines = mpDeviceControl->TotalVLine();
+        lineClocks = static_cast<unsigned long>(mDeviceControl.TotalHClock());
+        const long totalLines = mDeviceControl.TotalVLine();
         unsigned long current = 0;
         if (const long status = GetVBlankForFPS(&current); status != 0) {
             *vblank = 0;
@@ -314,12 +240,12 @@ long CVekTrgCamera::GetVBlankFromFPS(float fps, unsigned long* vblank) {
         break;
     }
     case vek::EFrameLines::TotalAnd28:
-        lineClocks = static_cast<unsigned long>(mpDeviceControl->TotalHClock());
-        frameLines = static_cast<double>(mpDeviceControl->TotalVLine() + 28);
+        lineClocks = static_cast<unsigned long>(mDeviceControl.TotalHClock());
+        frameLines = static_cast<double>(mDeviceControl.TotalVLine() + 28);
         break;
     case vek::EFrameLines::Total:
-        lineClocks = static_cast<unsigned long>(mpDeviceControl->TotalHClock());
-        frameLines = static_cast<double>(static_cast<std::uint32_t>(mpDeviceControl->TotalVLine()));
+        lineClocks = static_cast<unsigned long>(mDeviceControl.TotalHClock());
+        frameLines = static_cast<double>(static_cast<std::uint32_t>(mDeviceControl.TotalVLine()));
         break;
     }
     if (clock == 0 || lineClocks == 0) {
@@ -332,82 +258,82 @@ long CVekTrgCamera::GetVBlankFromFPS(float fps, unsigned long* vblank) {
 
 bool CVekTrgCamera::GetDigitalGainTimesFromSettingValue(unsigned short value, float* times) {
     *times = 1.0F;
-    if (mpDeviceControl->HasDigitalGainFunction()) {
-        *times = vek::digitalGainTimesFromValue(mpDeviceControl->HasDigitalGainType(), value,
-                                                mpDeviceControl->GetMaxDigitalGain());
+    if (mDeviceControl.HasDigitalGainFunction()) {
+        *times = vek::digitalGainTimesFromValue(mDeviceControl.HasDigitalGainType(), value,
+                                                mDeviceControl.GetMaxDigitalGain());
     }
     return true;
 }
 
 bool CVekTrgCamera::GetDigitalGainSettingValueFromGainTimes(float times, unsigned short* value) {
     *value = 0;
-    if (mpDeviceControl->HasDigitalGainFunction()) {
-        *value = vek::digitalGainValueFromTimes(mpDeviceControl->HasDigitalGainType(), times,
-                                                mpDeviceControl->GetMaxDigitalGain());
+    if (mDeviceControl.HasDigitalGainFunction()) {
+        *value = vek::digitalGainValueFromTimes(mDeviceControl.HasDigitalGainType(), times,
+                                                mDeviceControl.GetMaxDigitalGain());
     }
     return true;
 }
 
 bool CVekTrgCamera::SetALCMode(unsigned char mode) {
-    mpLuminanceCtrl->SetMode(mode & vek::kALCModeBits);
+    mLuminanceCtrl->SetMode(mode & vek::kALCModeBits);
     return true;
 }
 
 bool CVekTrgCamera::GetALCMode(unsigned char* mode) const {
-    *mode = mpLuminanceCtrl->GetMode();
+    *mode = mLuminanceCtrl->GetMode();
     return true;
 }
 
 bool CVekTrgCamera::SetALCTargetLevel(unsigned short level) {
-    mpLuminanceCtrl->SetTarget(level);
+    mLuminanceCtrl->SetTarget(level);
     return true;
 }
 
 bool CVekTrgCamera::GetALCTargetLevel(unsigned short* level) const {
-    *level = mpLuminanceCtrl->GetTarget();
+    *level = mLuminanceCtrl->GetTarget();
     return true;
 }
 
 bool CVekTrgCamera::SetAGCMaxGain(unsigned short gain) {
-    mpLuminanceCtrl->SetAGCMaxGain(gain);
+    mLuminanceCtrl->SetAGCMaxGain(gain);
     return true;
 }
 
 bool CVekTrgCamera::GetAGCMaxGain(unsigned short* gain) const {
-    *gain = mpLuminanceCtrl->GetAGCMaxGain();
+    *gain = mLuminanceCtrl->GetAGCMaxGain();
     return true;
 }
 
 bool CVekTrgCamera::SetAGCMinGain(unsigned short gain) {
-    mpLuminanceCtrl->SetAGCMinGain(gain);
+    mLuminanceCtrl->SetAGCMinGain(gain);
     return true;
 }
 
 bool CVekTrgCamera::GetAGCMinGain(unsigned short* gain) const {
-    *gain = mpLuminanceCtrl->GetAGCMinGain();
+    *gain = mLuminanceCtrl->GetAGCMinGain();
     return true;
 }
 
 bool CVekTrgCamera::SetAEMaxExposureClock(unsigned long clock) {
-    mpLuminanceCtrl->SetAEMaxExposureClock(clock);
+    mLuminanceCtrl->SetAEMaxExposureClock(clock);
     return true;
 }
 
 bool CVekTrgCamera::GetAEMaxExposureClock(unsigned long* clock) const {
-    *clock = mpLuminanceCtrl->GetAEMaxExposureClock();
+    *clock = mLuminanceCtrl->GetAEMaxExposureClock();
     return true;
 }
 
 bool CVekTrgCamera::SetAEMinExposureClock(unsigned long clock) {
-    mpLuminanceCtrl->SetAEMinExposureClock(clock);
+    mLuminanceCtrl->SetAEMinExposureClock(clock);
     return true;
 }
 
 bool CVekTrgCamera::GetAEMinExposureClock(unsigned long* clock) const {
-    *clock = mpLuminanceCtrl->GetAEMinExposureClock();
+    *clock = mLuminanceCtrl->GetAEMinExposureClock();
     return true;
 }
 
 unsigned long CVekTrgCamera::RunALC(unsigned short average, unsigned long* flags) {
-    return mpLuminanceCtrl->RunALC(average, flags);
+    return mLuminanceCtrl->RunALC(average, flags);
 }

@@ -7,17 +7,19 @@
 #include "control/IUpdateGainExposureClockSetting.h"
 #include "control/LuminanceCtrl.h"
 #include "device/DeviceControl.h"
+#include "imageproc/IDeliveredFrame.h"
 #include "imageproc/IRegionInfo.h"
 
 #include <memory>
 
 /// One camera: what a handle points to. Owns the image processing modules, the luminance control and the driver
 /// access; borrows the descriptor that CameraOpen binds it to.
-struct CVekTrgCamera final : public vek::IUpdateGainExposureClockSetting, public vek::IRegionInfo {
+struct CVekTrgCamera final : public vek::IUpdateGainExposureClockSetting,
+                             public vek::IRegionInfo,
+                             public vek::IDeliveredFrame {
 public:
     /// Makes every module and an unbound driver access. Throws std::bad_alloc.
     CVekTrgCamera();
-    ~CVekTrgCamera();
     CVekTrgCamera(const CVekTrgCamera&) = delete;
     CVekTrgCamera& operator=(const CVekTrgCamera&) = delete;
 
@@ -43,6 +45,13 @@ public:
     void GetROIInfo(unsigned int index, unsigned int* enabled, unsigned int* offsetX, unsigned int* offsetY,
                     unsigned int* width, unsigned int* height) override;
     int GetMaxROICountH() override;
+
+    // IDeliveredFrame
+    unsigned long GetFrameSize() override;
+    unsigned long GetFramePixelFormat() override;
+    unsigned long GetFrameWidth() override;
+    unsigned long GetFrameHeight() override;
+    unsigned char GetFrameBitsPerPixel() override;
 
     /// Colour array of the pixels that are transferred now, enum VekColorArray. Asks the driver.
     unsigned short GetCurrentColorArray();
@@ -91,42 +100,36 @@ public:
     /// limit, the last gain the third one; the fourth is never given out.
     void GetWhiteBalanceMaxGain(unsigned short* r, unsigned short* gr, unsigned short* gb, unsigned short* b) const;
 
-    /// Learns the layout of the regions of interest from the driver.
-    void UpdateROIInfo();
-    /// One region of a multi-ROI frame, or all of them in one image; see VekCam_DecodingCombinedMultiROI. 0 or -22.
-    unsigned long DecodingCombinedMultiROI(unsigned long roiSelector, unsigned char* frame, unsigned char** outImage,
-                                           unsigned long* outWidth, unsigned long* outHeight,
-                                           unsigned long* outLinePitch);
-
-    vek::IColorInterpolation& ColorInterpolation() const { return *mpColorInterpolation; }
-    vek::ISharpness& Sharpness() const { return *mpSharpness; }
-    vek::IGamma& Gamma() const { return *mpGamma; }
-    vek::IColorMatrix& ColorMatrix() const { return *mpColorMatrix; }
-    vek::IWB& WB() const { return *mpWB; }
-    vek::INoiseReduction& NoiseReduction() const { return *mpNoiseReduction; }
-    vek::IShadingCorrection& ShadingCorrection() const { return *mpShadingCorrection; }
-    vek::IChromaSuppress& ChromaSuppress() const { return *mpChromaSuppress; }
-    vek::IFlip& Flip() const { return *mpFlip; }
-    vek::CLuminanceCtrl& LuminanceCtrl() const { return *mpLuminanceCtrl; }
+    vek::IColorInterpolation& ColorInterpolation() const { return *mColorInterpolation; }
+    vek::ISharpness& Sharpness() const { return *mSharpness; }
+    vek::IGamma& Gamma() const { return *mGamma; }
+    vek::IColorMatrix& ColorMatrix() const { return *mColorMatrix; }
+    vek::IWB& WB() const { return *mWB; }
+    vek::INoiseReduction& NoiseReduction() const { return *mNoiseReduction; }
+    vek::IMultiROIImage& MultiROIImage() const { return *mMultiROIImage; }
+    vek::IShadingCorrection& ShadingCorrection() const { return *mShadingCorrection; }
+    vek::IChromaSuppress& ChromaSuppress() const { return *mChromaSuppress; }
+    vek::IFlip& Flip() const { return *mFlip; }
+    vek::CLuminanceCtrl& LuminanceCtrl() const { return *mLuminanceCtrl; }
 
 private:
     /// Fills in what the model's exposure unit uses, the rest stays; false when a row length cannot be computed.
-    bool mbGetExposureTiming(vek::SExposureTiming* timing);
+    bool GetExposureTiming(vek::SExposureTiming* timing);
 
     template <class Interface, vek::EModuleType Type>
     using Slot = vek::ModulePtr<Interface, Type>;
 
-    unsigned short mwWBMaxGain[4] = {640, 640, 640, 640};
-    Slot<vek::ISharpness, vek::kModuleSharpness> mpSharpness;
-    Slot<vek::IGamma, vek::kModuleGamma> mpGamma;
-    Slot<vek::IColorMatrix, vek::kModuleColorMatrix> mpColorMatrix;
-    Slot<vek::IWB, vek::kModuleWB> mpWB;
-    Slot<vek::INoiseReduction, vek::kModuleNoiseReduction> mpNoiseReduction;
-    Slot<vek::IMultiROIImage, vek::kModuleMultiROIImage> mpMultiROIImage;
-    Slot<vek::IShadingCorrection, vek::kModuleShadingCorrection> mpShadingCorrection;
-    Slot<vek::IChromaSuppress, vek::kModuleChromaSuppress> mpChromaSuppress;
-    Slot<vek::IFlip, vek::kModuleFlip> mpFlip;
-    Slot<vek::IColorInterpolation, vek::kModuleColorInterpolation> mpColorInterpolation;
-    std::unique_ptr<vek::CLuminanceCtrl> mpLuminanceCtrl;
-    std::unique_ptr<vek::CDeviceControl> mpDeviceControl;
+    unsigned short mWBMaxGain[4] = {640, 640, 640, 640};
+    Slot<vek::ISharpness, vek::kModuleSharpness> mSharpness;
+    Slot<vek::IGamma, vek::kModuleGamma> mGamma;
+    Slot<vek::IColorMatrix, vek::kModuleColorMatrix> mColorMatrix;
+    Slot<vek::IWB, vek::kModuleWB> mWB;
+    Slot<vek::INoiseReduction, vek::kModuleNoiseReduction> mNoiseReduction;
+    Slot<vek::IMultiROIImage, vek::kModuleMultiROIImage> mMultiROIImage;
+    Slot<vek::IShadingCorrection, vek::kModuleShadingCorrection> mShadingCorrection;
+    Slot<vek::IChromaSuppress, vek::kModuleChromaSuppress> mChromaSuppress;
+    Slot<vek::IFlip, vek::kModuleFlip> mFlip;
+    Slot<vek::IColorInterpolation, vek::kModuleColorInterpolation> mColorInterpolation;
+    vek::CDeviceControl mDeviceControl;
+    std::unique_ptr<vek::CLuminanceCtrl> mLuminanceCtrl;
 };

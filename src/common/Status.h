@@ -9,7 +9,7 @@ constexpr unsigned long kInvalid = static_cast<unsigned long>(-22L);
 constexpr unsigned long kNoMemory = static_cast<unsigned long>(-12L);
 
 /// The signed code.
-constexpr int miStatus(unsigned long status) {
+constexpr int statusCode(unsigned long status) {
     return static_cast<int>(static_cast<long>(status));
 }
 

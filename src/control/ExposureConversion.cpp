@@ -17,11 +17,11 @@ constexpr double kLineConstant = 0.00001373;
 constexpr float kShortestMicrosecondExposure = 0.000022F;
 constexpr double kShortestOffsetExposure = 0.000001;
 
-float mfFloat(unsigned long value) {
+float asFloat(unsigned long value) {
     return static_cast<float>(value);
 }
 
-double mdblDouble(unsigned long value) {
+double asDouble(unsigned long value) {
     return static_cast<double>(value);
 }
 
@@ -32,12 +32,11 @@ struct SOffsetTiming {
     double lineTime;
 
     explicit SOffsetTiming(const SExposureTiming& timing)
-        : clocksPerSecond(mdblDouble(timing.timeBase * 1000000)),
-          offset(mdblDouble(timing.timeOffset) / clocksPerSecond),
-          lineTime(mdblDouble(timing.totalHClock) / mdblDouble(timing.clock)) {}
+        : clocksPerSecond(asDouble(timing.timeBase * 1000000)), offset(asDouble(timing.timeOffset) / clocksPerSecond),
+          lineTime(asDouble(timing.totalHClock) / asDouble(timing.clock)) {}
 };
 
-unsigned long mulOffsetClocks(const SExposureTiming& timing, float seconds) {
+unsigned long offsetClocks(const SExposureTiming& timing, float seconds) {
     const SOffsetTiming times(timing);
     const double wanted = std::max(static_cast<double>(seconds), kShortestOffsetExposure);
     if (times.offset >= wanted) {
@@ -47,13 +46,13 @@ unsigned long mulOffsetClocks(const SExposureTiming& timing, float seconds) {
     if (lines == 0) {
         return timing.timeOffset;
     }
-    return saturateTo<unsigned long>(mdblDouble(lines) * times.lineTime * times.clocksPerSecond +
-                                     mdblDouble(timing.timeOffset));
+    return saturateTo<unsigned long>(asDouble(lines) * times.lineTime * times.clocksPerSecond +
+                                     asDouble(timing.timeOffset));
 }
 
-float mfOffsetSeconds(const SExposureTiming& timing, unsigned long clocks) {
+float offsetSeconds(const SExposureTiming& timing, unsigned long clocks) {
     const SOffsetTiming times(timing);
-    double seconds = mdblDouble(clocks) / times.clocksPerSecond;
+    double seconds = asDouble(clocks) / times.clocksPerSecond;
     if (seconds < kShortestOffsetExposure) {
         seconds = kShortestOffsetExposure;
     }
@@ -61,35 +60,35 @@ float mfOffsetSeconds(const SExposureTiming& timing, unsigned long clocks) {
         // The driver's exposure control is a signed 32-bit number.
         const auto signedClocks = static_cast<double>(static_cast<std::int32_t>(static_cast<std::uint32_t>(clocks)));
         const double lines =
-            std::ceil((signedClocks - mdblDouble(timing.timeOffset)) / times.clocksPerSecond / times.lineTime);
+            std::ceil((signedClocks - asDouble(timing.timeOffset)) / times.clocksPerSecond / times.lineTime);
         seconds = lines * times.lineTime + times.offset;
     }
     return static_cast<float>(seconds);
 }
 
 /// The formulas without the limits that all units share.
-unsigned long mulClocks(const SExposureTiming& timing, float seconds) {
+unsigned long clocksOf(const SExposureTiming& timing, float seconds) {
     switch (timing.unit) {
     case EExposureUnit::Row:
-        return saturateTo<unsigned long>((mfFloat(timing.clock) * seconds + mfFloat(timing.row.rowOffset)) /
-                                         mfFloat(timing.row.rowClocks));
+        return saturateTo<unsigned long>((asFloat(timing.clock) * seconds + asFloat(timing.row.rowOffset)) /
+                                         asFloat(timing.row.rowClocks));
     case EExposureUnit::Line:
-        return saturateTo<unsigned long>(mfFloat(timing.clock) * seconds / mfFloat(timing.totalHClock));
+        return saturateTo<unsigned long>(asFloat(timing.clock) * seconds / asFloat(timing.totalHClock));
     case EExposureUnit::Microsecond:
         return saturateTo<unsigned long>(static_cast<double>(seconds) * 1000000 + 0.5);
     case EExposureUnit::LineWithOffset:
-        return mulOffsetClocks(timing, seconds);
+        return offsetClocks(timing, seconds);
     case EExposureUnit::LineWithConstant: {
         const double wanted = static_cast<double>(seconds);
         if (!(wanted > kLineConstant)) {
             return 1;
         }
-        const auto lines = saturateTo<unsigned long>(mdblDouble(timing.clock) * (wanted - kLineConstant) /
-                                                     mdblDouble(timing.totalHClock));
+        const auto lines =
+            saturateTo<unsigned long>(asDouble(timing.clock) * (wanted - kLineConstant) / asDouble(timing.totalHClock));
         return std::max(lines, 1UL);
     }
     default:
-        return saturateTo<unsigned long>(mfFloat(timing.clock) * seconds);
+        return saturateTo<unsigned long>(asFloat(timing.clock) * seconds);
     }
 }
 
@@ -104,7 +103,7 @@ SRowClocks rowClocksOf(unsigned long width, unsigned char binningH, unsigned cha
 }
 
 unsigned long exposureClocksFromSeconds(const SExposureTiming& timing, float seconds, unsigned long maxLong) {
-    const unsigned long clocks = mulClocks(timing, seconds);
+    const unsigned long clocks = clocksOf(timing, seconds);
     if (maxLong < clocks) {
         return maxLong;
     }
@@ -114,23 +113,23 @@ unsigned long exposureClocksFromSeconds(const SExposureTiming& timing, float sec
 float secondsFromExposureClocks(const SExposureTiming& timing, unsigned long clocks) {
     switch (timing.unit) {
     case EExposureUnit::Row:
-        return mfFloat(timing.row.rowClocks * clocks - timing.row.rowOffset) / mfFloat(timing.clock);
+        return asFloat(timing.row.rowClocks * clocks - timing.row.rowOffset) / asFloat(timing.clock);
     case EExposureUnit::Line:
-        return mfFloat(timing.totalHClock) * mfFloat(clocks) / mfFloat(timing.clock);
+        return asFloat(timing.totalHClock) * asFloat(clocks) / asFloat(timing.clock);
     case EExposureUnit::Microsecond:
-        return std::max(mfFloat(clocks) / 1000000.0F, kShortestMicrosecondExposure);
+        return std::max(asFloat(clocks) / 1000000.0F, kShortestMicrosecondExposure);
     case EExposureUnit::LineWithOffset:
-        return mfOffsetSeconds(timing, clocks);
+        return offsetSeconds(timing, clocks);
     case EExposureUnit::LineWithConstant:
-        return static_cast<float>(mdblDouble(clocks) * mdblDouble(timing.totalHClock) / mdblDouble(timing.clock) +
+        return static_cast<float>(asDouble(clocks) * asDouble(timing.totalHClock) / asDouble(timing.clock) +
                                   kLineConstant);
     default:
-        return mfFloat(clocks) / mfFloat(timing.clock);
+        return asFloat(clocks) / asFloat(timing.clock);
     }
 }
 
 unsigned long vblankFromFps(unsigned long clock, unsigned long lineClocks, double frameLines, float fps) {
-    const double linesPerSecond = 1 / (mdblDouble(lineClocks) / mdblDouble(clock));
+    const double linesPerSecond = 1 / (asDouble(lineClocks) / asDouble(clock));
     const double blanking = linesPerSecond / static_cast<double>(fps) - frameLines;
     return blanking > 0 ? saturateTo<unsigned long>(blanking + 0.5) : 0;
 }

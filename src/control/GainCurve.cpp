@@ -11,7 +11,7 @@ namespace vek {
 namespace {
 
 /// Linear gain to setting value on the curve of type 3: the exponent in steps of 64, the fraction below one step.
-float mfExponentValue(double gain) {
+float exponentValue(double gain) {
     if (std::isinf(gain)) {
         return std::numeric_limits<float>::infinity(); // halving would never end
     }
@@ -65,7 +65,7 @@ unsigned short gainValueFromDb(unsigned long gainType, float dB, unsigned short 
         break;
     }
     case 3:
-        value = mfExponentValue(std::pow(10.0, wanted / 20));
+        value = exponentValue(std::pow(10.0, wanted / 20));
         break;
     case 5:
         value = static_cast<float>(wanted / 0.351 + 0.5);

@@ -27,39 +27,39 @@ constexpr float kSmallestGain = 0.0001F;
 
 } // namespace
 
-CLuminanceCtrl::CLuminanceCtrl(IUpdateGainExposureClockSetting* camera) : mpCamera(camera) {
+CLuminanceCtrl::CLuminanceCtrl(IUpdateGainExposureClockSetting& camera) : mCamera(camera) {
     Reset();
 }
 
 bool CLuminanceCtrl::Reset() {
     mAdjusting = 0;
-    mwTarget = 128;
-    mwDeadBand = 5;
-    mwStartMargin = 5;
+    mTarget = 128;
+    mDeadBand = 5;
+    mStartMargin = 5;
     mGainStepDivisor = 0;
     mExposureStepDivisor = 0;
     mMode = kOff;
-    mulAEMaxExposureClock = 0;
-    mulAEMinExposureClock = 1;
-    mwAGCMinGain = mpCamera->GetInitialGain();
-    mwAGCMaxGain = mpCamera->GetMaxGain();
-    return mpCamera->GetGainAndExposure(&mwCurrentGain, &mulCurrentExposureClock);
+    mAEMaxExposureClock = 0;
+    mAEMinExposureClock = 1;
+    mAGCMinGain = mCamera.GetInitialGain();
+    mAGCMaxGain = mCamera.GetMaxGain();
+    return mCamera.GetGainAndExposure(&mCurrentGain, &mCurrentExposureClock);
 }
 
-bool CLuminanceCtrl::mbHasBoth() const {
+bool CLuminanceCtrl::HasBoth() const {
     return mMode == kBoth || mMode == kBothOnce;
 }
 
-bool CLuminanceCtrl::mbHasAE() const {
-    return mbHasBoth() || mMode == kExposure || mMode == kExposureOnce;
+bool CLuminanceCtrl::HasAE() const {
+    return HasBoth() || mMode == kExposure || mMode == kExposureOnce;
 }
 
-bool CLuminanceCtrl::mbHasAGC() const {
-    return mbHasBoth() || mMode == kGain || mMode == kGainOnce;
+bool CLuminanceCtrl::HasAGC() const {
+    return HasBoth() || mMode == kGain || mMode == kGainOnce;
 }
 
 unsigned long CLuminanceCtrl::GetExposureClockNonZero(unsigned long clock) const {
-    return clock != 0 ? clock : static_cast<unsigned long>(mpCamera->GetMaxShortExposureClock());
+    return clock != 0 ? clock : static_cast<unsigned long>(mCamera.GetMaxShortExposureClock());
 }
 
 unsigned long CLuminanceCtrl::RunALC(unsigned short average, unsigned long* flags) {
@@ -75,7 +75,7 @@ unsigned long CLuminanceCtrl::RunALC(unsigned short average, unsigned long* flag
         return 0;
     }
     if (*flags != 0) {
-        result = mpCamera->SetGainAndExposure(mwCurrentGain, mulCurrentExposureClock) ? 1 : 0;
+        result = mCamera.SetGainAndExposure(mCurrentGain, mCurrentExposureClock) ? 1 : 0;
         mAdjusting = 1;
         return result;
     }
@@ -87,54 +87,54 @@ unsigned long CLuminanceCtrl::RunALC(unsigned short average, unsigned long* flag
 }
 
 unsigned long CLuminanceCtrl::CheckInvalidStatus(unsigned long* flags) {
-    if (mbHasAGC()) {
+    if (HasAGC()) {
         // Against one limit after the other as they stand: with the limits in the wrong order the gain swings.
-        if (mwCurrentGain < mwAGCMinGain) {
-            mwCurrentGain = mwAGCMinGain;
+        if (mCurrentGain < mAGCMinGain) {
+            mCurrentGain = mAGCMinGain;
             *flags |= kGainChanged;
-        } else if (mwCurrentGain > mwAGCMaxGain) {
-            mwCurrentGain = mwAGCMaxGain;
+        } else if (mCurrentGain > mAGCMaxGain) {
+            mCurrentGain = mAGCMaxGain;
             *flags |= kGainChanged;
         }
     }
     const unsigned long current = GetCurExposureClockNonZero();
     const unsigned long max = GetAEMaxExposureClockNonZero();
     const unsigned long min = GetAEMinExposureClockNonZero();
-    if (mbHasAE()) {
+    if (HasAE()) {
         if (current > max) {
-            mulCurrentExposureClock = mulAEMaxExposureClock;
+            mCurrentExposureClock = mAEMaxExposureClock;
             *flags |= kExposureChanged;
         } else if (current < min) {
-            mulCurrentExposureClock = mulAEMinExposureClock;
+            mCurrentExposureClock = mAEMinExposureClock;
             *flags |= kExposureChanged;
         }
     }
     // While the exposure has room, the gain stays at its minimum.
-    if (mbHasBoth() && current != max && mwCurrentGain != mwAGCMinGain) {
-        mwCurrentGain = mwAGCMinGain;
+    if (HasBoth() && current != max && mCurrentGain != mAGCMinGain) {
+        mCurrentGain = mAGCMinGain;
         *flags |= kGainChanged;
     }
     return 1;
 }
 
 unsigned long CLuminanceCtrl::ALCCalculation(unsigned short average, unsigned long* flags) {
-    const int difference = std::abs(mwTarget - average);
-    const bool darker = mwTarget > average;
-    const int band = mwDeadBand + (mAdjusting == 1 ? 0 : mwStartMargin);
+    const int difference = std::abs(mTarget - average);
+    const bool darker = mTarget > average;
+    const int band = mDeadBand + (mAdjusting == 1 ? 0 : mStartMargin);
     if (difference <= band) {
         return 1;
     }
     bool useExposure = mMode == kExposure || mMode == kExposureOnce;
-    if (mbHasBoth()) {
+    if (HasBoth()) {
         useExposure =
-            darker ? GetCurExposureClockNonZero() != GetAEMaxExposureClockNonZero() : mwCurrentGain == mwAGCMinGain;
+            darker ? GetCurExposureClockNonZero() != GetAEMaxExposureClockNonZero() : mCurrentGain == mAGCMinGain;
     }
     if (useExposure) {
-        if (RunAE(average, mwTarget)) {
+        if (RunAE(average, mTarget)) {
             *flags |= kExposureChanged;
         }
-    } else if (mbHasAGC()) {
-        if (RunAGC(average, mwTarget)) {
+    } else if (HasAGC()) {
+        if (RunAGC(average, mTarget)) {
             *flags |= kGainChanged;
         }
     }
@@ -162,16 +162,16 @@ bool CLuminanceCtrl::RunAE(unsigned short average, unsigned short target) {
     if (next == current) {
         return false;
     }
-    mulCurrentExposureClock = next == static_cast<unsigned long>(mpCamera->GetMaxShortExposureClock())
-                                  ? 0
-                                  : std::min(next, mpCamera->GetMaxLongExposureClock());
+    mCurrentExposureClock = next == static_cast<unsigned long>(mCamera.GetMaxShortExposureClock())
+                                ? 0
+                                : std::min(next, mCamera.GetMaxLongExposureClock());
     return true;
 }
 
 bool CLuminanceCtrl::RunAGC(unsigned short average, unsigned short target) {
     const auto decibels = [](float gain) { return static_cast<float>(20.0 * std::log10(static_cast<double>(gain))); };
     const auto gain =
-        static_cast<float>(std::pow(10.0, static_cast<double>(mpCamera->GainValue2DB(mwCurrentGain)) / 20.0));
+        static_cast<float>(std::pow(10.0, static_cast<double>(mCamera.GainValue2DB(mCurrentGain)) / 20.0));
     // The level that the image would have at a gain of 1, a whole number: above 16 bits where gains are below 1.
     float base = average;
     if (gain > 0) {
@@ -193,26 +193,26 @@ bool CLuminanceCtrl::RunAGC(unsigned short average, unsigned short target) {
         if (floor > wanted) {
             wanted = floor;
         }
-        next = mpCamera->GainDB2Value(decibels(wanted));
-        if (next >= mwCurrentGain) {
-            next = mwCurrentGain == 0 ? 0 : static_cast<unsigned short>(mwCurrentGain - 1);
+        next = mCamera.GainDB2Value(decibels(wanted));
+        if (next >= mCurrentGain) {
+            next = mCurrentGain == 0 ? 0 : static_cast<unsigned short>(mCurrentGain - 1);
         }
     } else {
         const float ceiling = gain + step;
         if (wanted > ceiling) {
             wanted = ceiling;
         }
-        next = mpCamera->GainDB2Value(decibels(wanted));
-        if (next <= mwCurrentGain) {
+        next = mCamera.GainDB2Value(decibels(wanted));
+        if (next <= mCurrentGain) {
             constexpr unsigned short largest = std::numeric_limits<unsigned short>::max();
-            next = mwCurrentGain == largest ? largest : static_cast<unsigned short>(mwCurrentGain + 1);
+            next = mCurrentGain == largest ? largest : static_cast<unsigned short>(mCurrentGain + 1);
         }
     }
-    next = std::clamp(next, std::min(mwAGCMinGain, mwAGCMaxGain), std::max(mwAGCMinGain, mwAGCMaxGain));
-    if (next == mwCurrentGain) {
+    next = std::clamp(next, std::min(mAGCMinGain, mAGCMaxGain), std::max(mAGCMinGain, mAGCMaxGain));
+    if (next == mCurrentGain) {
         return false;
     }
-    mwCurrentGain = next;
+    mCurrentGain = next;
     return true;
 }
 

@@ -14,7 +14,7 @@ inline constexpr unsigned char kALCModeBits = 0x0F;
 /// clock of 0 stands for the camera's longest short exposure. Borrows the camera.
 class CLuminanceCtrl {
 public:
-    explicit CLuminanceCtrl(IUpdateGainExposureClockSetting* camera);
+    explicit CLuminanceCtrl(IUpdateGainExposureClockSetting& camera);
 
     /// Default settings, limits from the camera's description, current gain and exposure from its driver. Returns
     /// whether the camera gave the current values.
@@ -23,25 +23,25 @@ public:
     // Stored and returned as given; nothing is checked.
     void SetMode(unsigned char mode) { mMode = mode; }
     unsigned char GetMode() const { return mMode; }
-    void SetTarget(unsigned short level) { mwTarget = level; }
-    unsigned short GetTarget() const { return mwTarget; }
-    void SetAEMaxExposureClock(unsigned long clock) { mulAEMaxExposureClock = clock; }
-    unsigned long GetAEMaxExposureClock() const { return mulAEMaxExposureClock; }
-    void SetAEMinExposureClock(unsigned long clock) { mulAEMinExposureClock = clock; }
-    unsigned long GetAEMinExposureClock() const { return mulAEMinExposureClock; }
-    void SetAGCMaxGain(unsigned short gain) { mwAGCMaxGain = gain; }
-    unsigned short GetAGCMaxGain() const { return mwAGCMaxGain; }
-    void SetAGCMinGain(unsigned short gain) { mwAGCMinGain = gain; }
-    unsigned short GetAGCMinGain() const { return mwAGCMinGain; }
+    void SetTarget(unsigned short level) { mTarget = level; }
+    unsigned short GetTarget() const { return mTarget; }
+    void SetAEMaxExposureClock(unsigned long clock) { mAEMaxExposureClock = clock; }
+    unsigned long GetAEMaxExposureClock() const { return mAEMaxExposureClock; }
+    void SetAEMinExposureClock(unsigned long clock) { mAEMinExposureClock = clock; }
+    unsigned long GetAEMinExposureClock() const { return mAEMinExposureClock; }
+    void SetAGCMaxGain(unsigned short gain) { mAGCMaxGain = gain; }
+    unsigned short GetAGCMaxGain() const { return mAGCMaxGain; }
+    void SetAGCMinGain(unsigned short gain) { mAGCMinGain = gain; }
+    unsigned short GetAGCMinGain() const { return mAGCMinGain; }
 
     /// One control step for a measured level. flags: bit 0 exposure changed, bit 1 gain changed. Returns 1 when nothing
     /// had to be written, else what the camera says of the write (the new values are kept either way).
     unsigned long RunALC(unsigned short average, unsigned long* flags);
 
     // The exposure clocks with 0 resolved to the camera's longest short exposure.
-    unsigned long GetCurExposureClockNonZero() const { return GetExposureClockNonZero(mulCurrentExposureClock); }
-    unsigned long GetAEMaxExposureClockNonZero() const { return GetExposureClockNonZero(mulAEMaxExposureClock); }
-    unsigned long GetAEMinExposureClockNonZero() const { return GetExposureClockNonZero(mulAEMinExposureClock); }
+    unsigned long GetCurExposureClockNonZero() const { return GetExposureClockNonZero(mCurrentExposureClock); }
+    unsigned long GetAEMaxExposureClockNonZero() const { return GetExposureClockNonZero(mAEMaxExposureClock); }
+    unsigned long GetAEMinExposureClockNonZero() const { return GetExposureClockNonZero(mAEMinExposureClock); }
 
 private:
     /// Brings the stored values back into their limits; each correction sets a flag.
@@ -53,24 +53,24 @@ private:
     /// One gain step, by at least one setting value and a factor of up to 2 upwards. Whether the gain changed.
     bool RunAGC(unsigned short average, unsigned short target);
     unsigned long GetExposureClockNonZero(unsigned long clock) const;
-    bool mbHasAE() const;
-    bool mbHasAGC() const;
-    bool mbHasBoth() const;
+    bool HasAE() const;
+    bool HasAGC() const;
+    bool HasBoth() const;
 
     unsigned char mMode = 0; ///< 0 off; 1 exposure and gain, 2 exposure, 3 gain; 4, 5, 6 the same once
-    unsigned short mwTarget = 0;
-    unsigned short mwDeadBand = 0;
-    unsigned short mwStartMargin = 0;
-    unsigned short mwCurrentGain = 0;
-    unsigned long mulCurrentExposureClock = 0;
+    unsigned short mTarget = 0;
+    unsigned short mDeadBand = 0;
+    unsigned short mStartMargin = 0;
+    unsigned short mCurrentGain = 0;
+    unsigned long mCurrentExposureClock = 0;
     unsigned char mGainStepDivisor = 0;
     unsigned char mExposureStepDivisor = 0;
-    unsigned long mulAEMaxExposureClock = 0;
-    unsigned long mulAEMinExposureClock = 0;
-    unsigned short mwAGCMaxGain = 0;
-    unsigned short mwAGCMinGain = 0;
+    unsigned long mAEMaxExposureClock = 0;
+    unsigned long mAEMinExposureClock = 0;
+    unsigned short mAGCMaxGain = 0;
+    unsigned short mAGCMinGain = 0;
     unsigned char mAdjusting = 0; ///< 1 after a step that changed something
-    IUpdateGainExposureClockSetting* mpCamera;
+    IUpdateGainExposureClockSetting& mCamera;
 };
 
 } // namespace vek

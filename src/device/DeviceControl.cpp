@@ -15,23 +15,23 @@ bool CDeviceControl::Open(int fd) {
         return false;
     }
     mFd = fd;
-    mulPID = description.productId;
-    mwInitialGain = description.initialGain;
-    mulGainType = description.gainType;
-    mwMaxGain = description.maxGain;
-    mbHasDigitalGainFunction = description.hasDigitalGainFunction != 0;
-    mbHasDigitalGainType = description.hasDigitalGainType != 0;
-    mwMaxDigitalGain = description.maxDigitalGain;
-    mwEnableDefectPixelCorrectionCount = description.defectPixelCorrectionCount;
-    mbHasVBlankFunction = description.hasVBlankFunction != 0;
-    mwMaxRoiCount = description.maxRoiCount;
-    mulMaxLongExposureClock = description.maxLongExposureClock;
-    mulExposureTimeBase = description.exposureTimeBase;
-    mulExposureTimeOffset = description.exposureTimeOffset;
+    mPID = description.productId;
+    mInitialGain = description.initialGain;
+    mGainType = description.gainType;
+    mMaxGain = description.maxGain;
+    mHasDigitalGainFunction = description.hasDigitalGainFunction != 0;
+    mHasDigitalGainType = description.hasDigitalGainType != 0;
+    mMaxDigitalGain = description.maxDigitalGain;
+    mEnableDefectPixelCorrectionCount = description.defectPixelCorrectionCount;
+    mHasVBlankFunction = description.hasVBlankFunction != 0;
+    mMaxRoiCount = description.maxRoiCount;
+    mMaxLongExposureClock = description.maxLongExposureClock;
+    mExposureTimeBase = description.exposureTimeBase;
+    mExposureTimeOffset = description.exposureTimeOffset;
     return true;
 }
 
-int CDeviceControl::miGetControl(std::uint32_t id) const {
+int CDeviceControl::GetControl(std::uint32_t id) const {
     v4l2_control control{};
     control.id = id;
     // The result is not looked at: a refused read reports what the record holds, 0 unless the driver changed it.
@@ -40,54 +40,54 @@ int CDeviceControl::miGetControl(std::uint32_t id) const {
 }
 
 long CDeviceControl::ImageWidth() const {
-    return miGetControl(VEK_CID_IMAGE_WIDTH);
+    return GetControl(VEK_CID_IMAGE_WIDTH);
 }
 
 long CDeviceControl::ImageHeight() const {
-    return miGetControl(VEK_CID_IMAGE_HEIGHT);
+    return GetControl(VEK_CID_IMAGE_HEIGHT);
 }
 
 long CDeviceControl::TotalHClock() const {
-    return miGetControl(VEK_CID_TOTAL_H_CLOCK);
+    return GetControl(VEK_CID_TOTAL_H_CLOCK);
 }
 
 long CDeviceControl::TotalVLine() const {
-    return miGetControl(VEK_CID_TOTAL_V_LINE);
+    return GetControl(VEK_CID_TOTAL_V_LINE);
 }
 
 long CDeviceControl::GetClock() const {
-    return miGetControl(VEK_CID_CLOCK);
+    return GetControl(VEK_CID_CLOCK);
 }
 
 long CDeviceControl::GetMaxShortExposureClock() const {
-    return miGetControl(VEK_CID_MAX_SHORT_EXPOSURE_CLOCK);
+    return GetControl(VEK_CID_MAX_SHORT_EXPOSURE_CLOCK);
 }
 
 long CDeviceControl::GetVBlank() const {
-    return miGetControl(VEK_CID_VBLANK);
+    return GetControl(VEK_CID_VBLANK);
 }
 
 long CDeviceControl::GetTransferBitsPerPixel() const {
-    return miGetControl(VEK_CID_TRANSFER_FORMAT);
+    return GetControl(VEK_CID_TRANSFER_FORMAT);
 }
 
 long CDeviceControl::GetCurrentRawImageSize() const {
-    return miGetControl(VEK_CID_RAW_IMAGE_SIZE);
+    return GetControl(VEK_CID_RAW_IMAGE_SIZE);
 }
 
 int CDeviceControl::GetColorArray() const {
-    return miGetControl(VEK_CID_COLOR_ARRAY);
+    return GetControl(VEK_CID_COLOR_ARRAY);
 }
 
 bool CDeviceControl::GetBinning(unsigned char* h, unsigned char* v) const {
-    *h = static_cast<unsigned char>(miGetControl(VEK_CID_BINNING_H));
-    *v = static_cast<unsigned char>(miGetControl(VEK_CID_BINNING_V));
+    *h = static_cast<unsigned char>(GetControl(VEK_CID_BINNING_H));
+    *v = static_cast<unsigned char>(GetControl(VEK_CID_BINNING_V));
     return true;
 }
 
 bool CDeviceControl::GetGainAndExposure(unsigned short* gain, unsigned long* exposure) const {
-    *gain = static_cast<unsigned short>(miGetControl(V4L2_CID_GAIN));
-    *exposure = static_cast<unsigned long>(static_cast<long>(miGetControl(V4L2_CID_EXPOSURE)));
+    *gain = static_cast<unsigned short>(GetControl(V4L2_CID_GAIN));
+    *exposure = static_cast<unsigned long>(static_cast<long>(GetControl(V4L2_CID_EXPOSURE)));
     return true;
 }
 

@@ -13,19 +13,19 @@ public:
     /// Reads the camera description. Keeps fd and the description and returns true; on failure changes nothing.
     bool Open(int fd);
 
-    unsigned long GetPID() const { return mulPID; }
-    unsigned short GetInitialGain() const { return mwInitialGain; }
-    unsigned long GetGainType() const { return mulGainType; }
-    unsigned short GetMaxGain() const { return mwMaxGain; }
-    bool HasDigitalGainFunction() const { return mbHasDigitalGainFunction; }
-    bool HasDigitalGainType() const { return mbHasDigitalGainType; }
-    unsigned short GetMaxDigitalGain() const { return mwMaxDigitalGain; }
-    unsigned short GetEnableDefectPixelCorrectionCount() const { return mwEnableDefectPixelCorrectionCount; }
-    bool HasVBlankFunction() const { return mbHasVBlankFunction; }
-    unsigned short GetMaxRoiCount() const { return mwMaxRoiCount; }
-    unsigned long GetMaxLongExposureClock() const { return mulMaxLongExposureClock; }
-    unsigned long GetExposureTimeBase() const { return mulExposureTimeBase; }
-    unsigned long GetExposureTimeOffset() const { return mulExposureTimeOffset; }
+    unsigned long GetPID() const { return mPID; }
+    unsigned short GetInitialGain() const { return mInitialGain; }
+    unsigned long GetGainType() const { return mGainType; }
+    unsigned short GetMaxGain() const { return mMaxGain; }
+    bool HasDigitalGainFunction() const { return mHasDigitalGainFunction; }
+    bool HasDigitalGainType() const { return mHasDigitalGainType; }
+    unsigned short GetMaxDigitalGain() const { return mMaxDigitalGain; }
+    unsigned short GetEnableDefectPixelCorrectionCount() const { return mEnableDefectPixelCorrectionCount; }
+    bool HasVBlankFunction() const { return mHasVBlankFunction; }
+    unsigned short GetMaxRoiCount() const { return mMaxRoiCount; }
+    unsigned long GetMaxLongExposureClock() const { return mMaxLongExposureClock; }
+    unsigned long GetExposureTimeBase() const { return mExposureTimeBase; }
+    unsigned long GetExposureTimeOffset() const { return mExposureTimeOffset; }
 
     // One control read each. A read that the driver refuses gives 0 unless the driver changed the value anyway.
     long ImageWidth() const;               ///< pixels
@@ -52,22 +52,22 @@ public:
     bool SetEnableDefectPixelCorrectionPosition(unsigned short x, unsigned short y, unsigned short index) const;
 
 private:
-    int miGetControl(std::uint32_t id) const;
+    int GetControl(std::uint32_t id) const;
 
     std::int32_t mFd = -1;
-    unsigned long mulPID = 0;
-    unsigned short mwInitialGain = 0;
-    unsigned long mulGainType = 0;
-    unsigned short mwMaxGain = 0;
-    bool mbHasDigitalGainFunction = false;
-    bool mbHasDigitalGainType = false;
-    unsigned short mwMaxDigitalGain = 0;
-    unsigned short mwEnableDefectPixelCorrectionCount = 0;
-    bool mbHasVBlankFunction = false;
-    unsigned short mwMaxRoiCount = 0;
-    unsigned long mulMaxLongExposureClock = 0;
-    unsigned long mulExposureTimeBase = 0;
-    unsigned long mulExposureTimeOffset = 0;
+    unsigned long mPID = 0;
+    unsigned short mInitialGain = 0;
+    unsigned long mGainType = 0;
+    unsigned short mMaxGain = 0;
+    bool mHasDigitalGainFunction = false;
+    bool mHasDigitalGainType = false;
+    unsigned short mMaxDigitalGain = 0;
+    unsigned short mEnableDefectPixelCorrectionCount = 0;
+    bool mHasVBlankFunction = false;
+    unsigned short mMaxRoiCount = 0;
+    unsigned long mMaxLongExposureClock = 0;
+    unsigned long mExposureTimeBase = 0;
+    unsigned long mExposureTimeOffset = 0;
 };
 
 } // namespace vek

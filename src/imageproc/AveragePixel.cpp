@@ -9,23 +9,67 @@ namespace vek {
 namespace {
 
 /// min(start + size, limit), also where the sum leaves 64 bits.
-unsigned long mulEnd(unsigned long start, unsigned long size, unsigned long limit) {
+unsigned long endOf(unsigned long start, unsigned long size, unsigned long limit) {
     return start < limit && size < limit - start ? start + size : limit;
 }
 
-/// Sums of a region row by row. sumRow adds the samples of row y with even and odd distance from the region's left
-/// edge to two sums.
-template <class SumRow>
-SCellSums mSumRows(const SRegion& region, SumRow sumRow) {
+float mean(unsigned long sum, unsigned long count) {
+    return count == 0 ? 0.0F : static_cast<float>(sum) / static_cast<float>(count);
+}
+
+} // namespace
+
+SRegion SRegion::Cut(unsigned long x, unsigned long y, unsigned long w, unsigned long h, unsigned long width,
+                     unsigned long height) {
+    return {x, y, endOf(x, w, width), endOf(y, h, height)};
+}
+
+void SCellSums::Add(const SCellSums& other) {
+    for (unsigned k = 0; k < 4; ++k) {
+        sum[k] += other.sum[k];
+        count[k] += other.count[k];
+    }
+}
+
+void SCellSums::Average(bool mono, float* average) const {
+    if (mono) {
+        average[0] = mean(sum[0] + sum[1] + sum[2] + sum[3], count[0] + count[1] + count[2] + count[3]);
+        std::fill(average + 1, average + 4, 0.0F);
+        return;
+    }
+    for (unsigned k = 0; k < 4; ++k) {
+        average[k] = mean(sum[k], count[k]);
+    }
+}
+
+STraits SAveragePixelStage::Traits(const SFrame& /*frame*/) const {
+    return {.kind = EStage::Reduction, .resultBytes = sizeof(SCellSums)};
+}
+
+SCellSums SAveragePixelStage::Measure(const rows::SRowTable& kernels, const SFrame& /*frame*/,
+                                      const SSourceBand<unsigned char>& rows) const {
     SCellSums cell{};
     if (region.IsEmpty()) {
         return cell;
     }
     const unsigned long width = region.xEnd - region.x;
     const unsigned long columns[2] = {(width + 1) / 2, width / 2};
-    for (unsigned long y = region.y; y < region.yEnd; ++y) {
+    const auto sumPacked = depth == 10 ? kernels.sums.packed10 : kernels.sums.packed12;
+    for (unsigned long y = std::max(rows.first, region.y); y < std::min(rows.end, region.yEnd); ++y) {
+        const unsigned char* const row = rows.src.row(y);
+        // Of even and of odd distance from the region's left edge.
         std::uint64_t sums[2] = {};
-        sumRow(y, width, sums);
+        switch (layout) {
+        case ELayout::Packed:
+            sumPacked(row, width, sums);
+            break;
+        case ELayout::Words:
+            kernels.sums.samples16(reinterpret_cast<const std::uint16_t*>(row) + region.x, width, sums);
+            break;
+        default:
+            kernels.sums.samples8(row + region.x, width, sums);
+            break;
+        }
         for (unsigned i = 0; i < 2; ++i) {
             const std::size_t place = 2 * (y % 2) + (region.x + i) % 2;
             cell.sum[place] += sums[i];
@@ -35,43 +79,16 @@ SCellSums mSumRows(const SRegion& region, SumRow sumRow) {
     return cell;
 }
 
-float mfMean(unsigned long sum, unsigned long count) {
-    return count == 0 ? 0.0F : static_cast<float>(sum) / static_cast<float>(count);
-}
-
-} // namespace
-
-SRegion SRegion::Cut(unsigned long x, unsigned long y, unsigned long w, unsigned long h, unsigned long width,
-                     unsigned long height) {
-    return {x, y, mulEnd(x, w, width), mulEnd(y, h, height)};
-}
-
-void SCellSums::Average(bool mono, float* average) const {
-    if (mono) {
-        average[0] = mfMean(sum[0] + sum[1] + sum[2] + sum[3], count[0] + count[1] + count[2] + count[3]);
-        std::fill(average + 1, average + 4, 0.0F);
-        return;
+SCellSums sumRegion(const rows::SRowTable& kernels, const SAveragePixelStage& stage, unsigned long width,
+                    unsigned long pitch, const void* src) {
+    if (stage.layout == ELayout::Packed) {
+        pitch = pitch != 0 ? pitch : (width * stage.depth + 7) / 8;
+    } else {
+        pitch = (pitch != 0 ? pitch : width) * (stage.layout == ELayout::Words ? 2 : 1);
     }
-    for (unsigned k = 0; k < 4; ++k) {
-        average[k] = mfMean(sum[k], count[k]);
-    }
-}
-
-template <class T>
-SCellSums mvAveragePixel(const rows::SRowTable& kernels, const SRegion& region, unsigned long pitch, const T* src) {
-    return mSumRows(region, [&](unsigned long y, unsigned long width, std::uint64_t* sums) {
-        rows::sumRow<T>(kernels)(src + y * pitch + region.x, width, sums);
-    });
-}
-template SCellSums mvAveragePixel(const rows::SRowTable&, const SRegion&, unsigned long, const unsigned char*);
-template SCellSums mvAveragePixel(const rows::SRowTable&, const SRegion&, unsigned long, const unsigned short*);
-
-SCellSums mvAveragePackedPixel(const rows::SRowTable& kernels, const SRegion& region, unsigned long pitch,
-                               unsigned bits, const unsigned char* src) {
-    const auto sumPacked = bits == 10 ? kernels.sums.packed10 : kernels.sums.packed12;
-    return mSumRows(region, [&](unsigned long y, unsigned long width, std::uint64_t* sums) {
-        sumPacked(src + y * pitch, width, sums);
-    });
+    const unsigned long height = stage.region.yEnd;
+    return stage.Measure(kernels, {width, height},
+                         {{width, height, pitch, static_cast<const unsigned char*>(src)}, 0, height});
 }
 
 } // namespace vek

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "formats/TransferFormats.h"
+#include "imageproc/Band.h"
 #include "imageproc/rows/RowTable.h"
 
 namespace vek {
@@ -23,19 +25,28 @@ struct SCellSums {
     unsigned long sum[4];
     unsigned long count[4];
 
+    /// The sums of both.
+    void Add(const SCellSums& other);
     /// average: four floats. Mean of each place, or, mono, of all pixels and three zeros; 0 for a place without pixels.
     void Average(bool mono, float* average) const;
+    bool operator==(const SCellSums&) const = default;
 };
 
-/// Sums of samples. pitch: samples from row to row.
-template <class T>
-SCellSums mvAveragePixel(const rows::SRowTable& kernels, const SRegion& region, unsigned long pitch, const T* src);
-extern template SCellSums mvAveragePixel(const rows::SRowTable&, const SRegion&, unsigned long, const unsigned char*);
-extern template SCellSums mvAveragePixel(const rows::SRowTable&, const SRegion&, unsigned long, const unsigned short*);
+/// Sums of a region as a stage. Its images are of bytes, words are pairs of them. Packed pixels are read from each
+/// row's start, wherever the region starts: its x sets the number of pixels and the column's parity alone.
+struct SAveragePixelStage {
+    ELayout layout; ///< Bytes, Words or Packed
+    unsigned depth; ///< of a packed sample, 10 or 12
+    SRegion region;
 
-/// Sums of packed pixels of 10 or 12 bits. pitch: bytes from row to row. Reads from each row's start, wherever the
-/// region starts: its x sets the number of pixels and the column's parity alone.
-SCellSums mvAveragePackedPixel(const rows::SRowTable& kernels, const SRegion& region, unsigned long pitch,
-                               unsigned bits, const unsigned char* src);
+    STraits Traits(const SFrame& frame) const;
+    SCellSums Measure(const rows::SRowTable& kernels, const SFrame& frame,
+                      const SSourceBand<unsigned char>& rows) const;
+};
+
+/// The sums of a whole image of so many columns. pitch: samples, or bytes of packed ones, from row to row; 0: rows
+/// without padding.
+SCellSums sumRegion(const rows::SRowTable& kernels, const SAveragePixelStage& stage, unsigned long width,
+                    unsigned long pitch, const void* src);
 
 } // namespace vek

@@ -3,6 +3,7 @@
 
 #include "common/Image.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace vek {
@@ -10,15 +11,16 @@ namespace vek {
 // A module of images is its settings, its checks, and a stage: a record of what the settings come to, which is copied
 // by value, with two const functions. Traits(frame) tells how the stage makes rows of such a frame, and Rows(kernels,
 // frame, band) makes a band of them. Any number of threads may run bands at once, each with a work area of its own. A
-// module's own call checks, takes the work area and runs one band, the whole frame.
+// module's own call checks, takes the work area and runs one band, the whole frame. In place of Rows a Reduction has
+// Measure(kernels, frame, rows), the result of a band; Add() makes one result of two.
 
 /// What a stage knows of the frame that it is given. Members that a stage does not look at are 0.
 struct SFrame {
-    unsigned long width;         ///< pixels
-    unsigned long height;        ///< rows
-    unsigned long pixelFormat;   ///< VEK_DESTINATION_... of grey and colour images
-    unsigned short colorArray;   ///< VEK_COLOR_ARRAY_... of raw ones
-    unsigned short bitsPerPixel; ///< significant bits of a sample
+    unsigned long width = 0;         ///< pixels
+    unsigned long height = 0;        ///< rows
+    unsigned long pixelFormat = 0;   ///< VEK_DESTINATION_... of grey and colour images
+    unsigned short colorArray = 0;   ///< VEK_COLOR_ARRAY_... of raw ones
+    unsigned short bitsPerPixel = 0; ///< significant bits of a sample
 };
 
 /// What a row of a stage's result is made from. It depends on the settings and on the frame.
@@ -27,7 +29,7 @@ enum class EStage : unsigned char {
     Pointwise,   ///< the same row
     Window,      ///< rows around it, as they came
     Serial,      ///< all rows above it, as they have become
-    Permutation, ///< one other row
+    Permutation, ///< the row as far from the frame's other end
     FrameFirst,  ///< something that is measured in the whole frame before its first row
     WholeFrame,  ///< any row
     Reduction    ///< there are no rows: results of bands add up
@@ -38,9 +40,36 @@ struct STraits {
     unsigned rowsAbove = 0;        ///< of the source, that a row is made from; fewer where the frame ends
     unsigned rowsBelow = 0;        ///< the same
     bool readsBehind = false;      ///< reads a sample behind a row, or a row behind the frame
-    bool leavesOpen = false;       ///< leaves some samples of some pixels as the destination has them
+    bool leavesOpen = false;       ///< leaves some blue, green, red or grey as the destination has it
     unsigned long workBytes = 0;   ///< of the work area, for a band of any height; its alignment is malloc's
     unsigned long resultBytes = 0; ///< of what FrameFirst measures, or of a Reduction's result
+
+    bool operator==(const STraits&) const = default;
+};
+
+struct SRowRange {
+    unsigned long first;
+    unsigned long end; ///< first row behind the range
+};
+
+/// What a band of rows first .. end-1 needs of a source of so many rows; of a stage that has bands.
+constexpr SRowRange sourceRows(const STraits& traits, unsigned long height, unsigned long first, unsigned long end) {
+    switch (traits.kind) {
+    case EStage::Permutation:
+        return {height - end, height - first};
+    case EStage::WholeFrame:
+        return {0, height};
+    default:
+        return {first - std::min<unsigned long>(first, traits.rowsAbove), std::min(height, end + traits.rowsBelow)};
+    }
+}
+
+/// Rows first .. end-1 of a frame that is measured.
+template <class Src>
+struct SSourceBand {
+    SImage<const Src> src; ///< has these rows
+    unsigned long first;
+    unsigned long end;
 };
 
 /// Rows first .. end-1 of a stage's result. Source and destination do not overlap, or they are one image and the band

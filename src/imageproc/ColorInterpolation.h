@@ -1,13 +1,32 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "VekTrgApi.h"
+#include "imageproc/Band.h"
 #include "imageproc/IColorInterpolation.h"
 #include "imageproc/rows/RowTable.h"
 
 namespace vek {
 
-/// Turns raw, mono and YCrCb images into interleaved blue-green-red or grey ones. Holds no state but the row
-/// kernels it was made with; never keeps an image pointer.
+/// Demosaicing as a stage: raw, mono and YCrCb frames become blue-green-red or grey ones. The colour array is the
+/// frame's.
+struct SColorInterpolationStage {
+    unsigned char method = VEK_DEMOSAIC_MONO;
+    unsigned short channels = 1; ///< samples of a destination pixel
+
+    /// Whether method and channels go with frames of a colour array.
+    bool Takes(unsigned short colorArray) const;
+    /// Least width and height of a frame of a colour array that the stage takes.
+    unsigned long MinSize(unsigned short colorArray) const;
+    /// None for a frame that the stage does not take.
+    STraits Traits(const SFrame& frame) const;
+    /// frame: one that the stage takes, of MinSize and more. YCrCb frames are bytes on both sides, which bands of bytes
+    /// alone decode.
+    template <class T>
+    void Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const;
+};
+
+/// Demosaicing. Holds no state but the row kernels it was made with; never keeps an image pointer.
 class CColorInterpolation final : public IColorInterpolation {
 public:
     explicit CColorInterpolation(const rows::SRowTable& rows) : mRows(rows) {}

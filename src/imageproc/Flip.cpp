@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -15,250 +14,196 @@ namespace vek {
 
 namespace {
 
-/// What an image goes through.
-enum ETransform : unsigned char {
-    kNone,
-    kMirrorH,
-    kMirrorV,
-    kMirrorHV,
-    kRotationClockwise,
-    kRotationCounterclockwise,
-    kMirrorHRotationClockwise,
-    kMirrorHRotationCounterclockwise,
-    kTransforms
-};
+constexpr std::size_t kTransforms = 8;
 
-constexpr bool isRotation(unsigned char transform) {
-    return transform >= kRotationClockwise && transform < kTransforms;
-}
-
-unsigned char GetMirrorRotaionMode(unsigned char mirror, unsigned char rotation) {
-    static constexpr unsigned char kClockwise[] = {kRotationClockwise, kMirrorHRotationClockwise,
-                                                   kMirrorHRotationCounterclockwise, kRotationCounterclockwise};
-    static constexpr unsigned char kCounterclockwise[] = {kRotationCounterclockwise, kMirrorHRotationCounterclockwise,
-                                                          kMirrorHRotationClockwise, kRotationClockwise};
+/// Numbers of 8 and more are no transform.
+unsigned char transformOf(unsigned char mirror, unsigned char rotation) {
+    using enum ETransform;
+    static constexpr ETransform clockwise[] = {RotationClockwise, MirrorHRotationClockwise,
+                                               MirrorHRotationCounterclockwise, RotationCounterclockwise};
+    static constexpr ETransform counterclockwise[] = {RotationCounterclockwise, MirrorHRotationCounterclockwise,
+                                                      MirrorHRotationClockwise, RotationClockwise};
     switch (rotation) {
     case VEK_ROTATION_CLOCKWISE:
-        return kClockwise[mirror & 3];
+        return static_cast<unsigned char>(clockwise[mirror & 3]);
     case VEK_ROTATION_COUNTERCLOCKWISE:
-        return kCounterclockwise[mirror & 3];
+        return static_cast<unsigned char>(counterclockwise[mirror & 3]);
     default:
         return mirror; // whole: values of 4 and more are transforms of their own, or none
     }
 }
 
-unsigned short GetNewColorArray(unsigned char transform, unsigned short colorArray) {
+unsigned short transformedColorArray(unsigned char transform, unsigned short colorArray) {
     // RGGB, GRBG, GBRG, BGGR become
-    static constexpr unsigned short kBecomes[kTransforms][4] = {{2, 3, 4, 5}, {3, 2, 5, 4}, {4, 5, 2, 3}, {5, 4, 3, 2},
-                                                                {3, 5, 2, 4}, {4, 2, 5, 3}, {5, 3, 4, 2}, {2, 4, 3, 5}};
+    static constexpr unsigned short becomes[kTransforms][4] = {{2, 3, 4, 5}, {3, 2, 5, 4}, {4, 5, 2, 3}, {5, 4, 3, 2},
+                                                               {3, 5, 2, 4}, {4, 2, 5, 3}, {5, 3, 4, 2}, {2, 4, 3, 5}};
     if (transform >= kTransforms || colorArray < VEK_COLOR_ARRAY_RGGB || colorArray > VEK_COLOR_ARRAY_BGGR) {
         return colorArray;
     }
-    return kBecomes[transform][colorArray - VEK_COLOR_ARRAY_RGGB];
+    return becomes[transform][colorArray - VEK_COLOR_ARRAY_RGGB];
 }
 
-constexpr unsigned long roundUp(unsigned long bytes, unsigned long powerOfTwo) {
-    return (bytes + powerOfTwo - 1) & ~(powerOfTwo - 1);
-}
+using Band = SBand<unsigned char>;
 
-/// A source and a destination image, which are the same or do not overlap. Size in source pixels, line lengths in
-/// bytes.
-struct SImagePair {
-    const rows::SFlipRows& kernels;
-    unsigned long width;
-    unsigned long height;
-    unsigned long srcLineBytes;
-    unsigned long dstLineBytes;
-    std::uint8_t* src;
-    std::uint8_t* dst;
-    std::size_t sampleBytes;
-    std::size_t pixelBytes;
-
-    std::uint8_t* srcRow(unsigned long y) const { return src + y * srcLineBytes; }
-    std::uint8_t* dstRow(unsigned long y) const { return dst + y * dstLineBytes; }
-    std::size_t size() const { return rows::pixelSize(pixelBytes); }
-    bool inPlace() const { return src == dst; }
-};
-
-using Worker = void (*)(const SImagePair& images);
-
-void mvMirrorH(const SImagePair& images) {
-    for (unsigned long y = 0; y < images.height; ++y) {
-        if (images.inPlace()) {
-            images.kernels.reverseInPlace[images.size()](images.srcRow(y), images.width);
+void mirrorH(const rows::SFlipRows& kernels, std::size_t size, const Band& band) {
+    for (unsigned long y = band.first; y < band.end; ++y) {
+        if (band.inPlace()) {
+            kernels.reverseInPlace[size](band.dst.row(y), band.src.width);
         } else {
-            images.kernels.reverse[images.size()](images.srcRow(y), images.dstRow(y), images.width);
+            kernels.reverse[size](band.src.row(y), band.dst.row(y), band.src.width);
         }
     }
 }
 
-void MirrorV(const SImagePair& images) {
-    const unsigned long last = images.height - 1;
-    if (!images.inPlace()) {
-        for (unsigned long y = 0; y < images.height; ++y) {
-            // Fixed behaviour: no more than a row of one sample a pixel has, whatever the pixels are.
-            std::memcpy(images.dstRow(last - y), images.srcRow(y),
-                        images.width * std::min(images.sampleBytes, images.pixelBytes));
+void mirrorV(const SFlipStage& stage, const Band& band) {
+    const unsigned long last = band.src.height - 1;
+    if (!band.inPlace()) {
+        // Fixed behaviour: no more than a row of one sample a pixel has, whatever the pixels are.
+        const std::size_t bytes = band.src.width * std::min(stage.sampleBytes, stage.pixelBytes);
+        for (unsigned long y = band.first; y < band.end; ++y) {
+            std::memcpy(band.dst.row(y), band.src.row(last - y), bytes);
         }
         return;
     }
-    const std::size_t bytes = images.width * images.pixelBytes;
-    for (unsigned long y = 0; y < images.height / 2; ++y) {
-        std::swap_ranges(images.srcRow(y), images.srcRow(y) + bytes, images.srcRow(last - y));
+    const std::size_t bytes = band.src.width * stage.pixelBytes;
+    for (unsigned long y = 0; y < band.src.height / 2; ++y) {
+        std::swap_ranges(band.dst.row(y), band.dst.row(y) + bytes, band.dst.row(last - y));
     }
 }
 
-void mvMirrorHV(const SImagePair& images) {
-    const unsigned long last = images.height - 1;
-    if (!images.inPlace()) {
-        for (unsigned long y = 0; y < images.height; ++y) {
-            images.kernels.reverse[images.size()](images.srcRow(y), images.dstRow(last - y), images.width);
+void mirrorHV(const rows::SFlipRows& kernels, std::size_t size, const Band& band) {
+    const unsigned long last = band.src.height - 1;
+    if (!band.inPlace()) {
+        for (unsigned long y = band.first; y < band.end; ++y) {
+            kernels.reverse[size](band.src.row(last - y), band.dst.row(y), band.src.width);
         }
         return;
     }
-    for (unsigned long y = 0; y < images.height / 2; ++y) {
-        images.kernels.exchangeReversed[images.size()](images.srcRow(y), images.srcRow(last - y), images.width);
+    for (unsigned long y = 0; y < band.src.height / 2; ++y) {
+        kernels.exchangeReversed[size](band.dst.row(y), band.dst.row(last - y), band.src.width);
     }
-    if (images.height % 2 != 0) {
-        images.kernels.reverseInPlace[images.size()](images.srcRow(last / 2), images.width);
+    if (band.src.height % 2 != 0) {
+        kernels.reverseInPlace[size](band.dst.row(last / 2), band.src.width);
     }
 }
 
 /// Quarter turns are transpositions of an image that is read, written or both from the bottom up.
-template <bool SrcUp, bool DstUp>
-void mvTranspose(const SImagePair& images) {
-    const auto srcPitch = static_cast<std::ptrdiff_t>(images.srcLineBytes);
-    const auto dstPitch = static_cast<std::ptrdiff_t>(images.dstLineBytes);
-    images.kernels.transpose[images.size()](SrcUp ? images.srcRow(images.height - 1) : images.src,
-                                            SrcUp ? -srcPitch : srcPitch,
-                                            DstUp ? images.dstRow(images.width - 1) : images.dst,
-                                            DstUp ? -dstPitch : dstPitch, images.width, images.height);
+void transpose(const rows::SFlipRows& kernels, const SFlipStage& stage, const Band& band, bool srcUp, bool dstUp) {
+    const auto srcPitch = static_cast<std::ptrdiff_t>(band.src.pitch);
+    const auto dstPitch = static_cast<std::ptrdiff_t>(band.dst.pitch);
+    // The first column of the source that belongs to the band.
+    const unsigned long column = dstUp ? band.src.width - band.end : band.first;
+    kernels.transpose[rows::pixelSize(stage.pixelBytes)](
+        band.src.row(srcUp ? band.src.height - 1 : 0) + column * stage.pixelBytes, srcUp ? -srcPitch : srcPitch,
+        band.dst.row(dstUp ? band.end - 1 : band.first), dstUp ? -dstPitch : dstPitch, band.end - band.first,
+        band.src.height);
 }
 
-// One sample a pixel, and pixels of 3 or 4 samples that are moved as a whole.
-constexpr Worker MirrorHGray = mvMirrorH;
-constexpr Worker MirrorHColor = mvMirrorH;
-constexpr Worker MirrorHVGray = mvMirrorHV;
-constexpr Worker MirrorHVColor = mvMirrorHV;
-constexpr Worker RotationClockwiseGray = mvTranspose<true, false>;
-constexpr Worker RotationClockwiseColor = mvTranspose<true, false>;
-constexpr Worker RotationCounterclockwiseGray = mvTranspose<false, true>;
-constexpr Worker RotationCounterclockwiseColor = mvTranspose<false, true>;
-constexpr Worker MirrorHRotationClockwiseGray = mvTranspose<true, true>;
-constexpr Worker MirrorHRotationClockwiseColor = mvTranspose<true, true>;
-constexpr Worker MirrorHRotationCounterclockwiseGray = mvTranspose<false, false>;
-constexpr Worker MirrorHRotationCounterclockwiseColor = mvTranspose<false, false>;
-
-constexpr Worker kGrayWorkers[kTransforms] = {nullptr,
-                                              MirrorHGray,
-                                              MirrorV,
-                                              MirrorHVGray,
-                                              RotationClockwiseGray,
-                                              RotationCounterclockwiseGray,
-                                              MirrorHRotationClockwiseGray,
-                                              MirrorHRotationCounterclockwiseGray};
-constexpr Worker kColorWorkers[kTransforms] = {nullptr,
-                                               MirrorHColor,
-                                               MirrorV,
-                                               MirrorHVColor,
-                                               RotationClockwiseColor,
-                                               RotationCounterclockwiseColor,
-                                               MirrorHRotationClockwiseColor,
-                                               MirrorHRotationCounterclockwiseColor};
-
-/// Null where the transform does not take pixels of so many samples.
-Worker workerFor(unsigned char transform, unsigned short samplesPerPixel) {
-    if (samplesPerPixel == 1) {
-        return kGrayWorkers[transform];
-    }
-    const bool taken = samplesPerPixel == 3 || samplesPerPixel == 4 || transform == kMirrorV;
-    return taken ? kColorWorkers[transform] : nullptr;
+bool takesSamples(ETransform transform, unsigned short samplesPerPixel) {
+    return samplesPerPixel == 1 || samplesPerPixel == 3 || samplesPerPixel == 4 || transform == ETransform::MirrorV;
 }
 
 } // namespace
 
-void* CFlip::GetTmpBuffer(unsigned long size) {
-    if (mpTmpBuffer == nullptr || mulTmpBufferSize < size) {
-        DelTmpBuffer();
-        mpTmpBuffer = std::malloc(size);
-        mulTmpBufferSize = mpTmpBuffer != nullptr ? size : 0;
+STraits SFlipStage::Traits(const SFrame& /*frame*/) const {
+    switch (transform) {
+    case ETransform::None:
+        return {};
+    case ETransform::MirrorH:
+        return {.kind = EStage::Pointwise};
+    case ETransform::MirrorV:
+        return {.kind = EStage::Permutation, .leavesOpen = pixelBytes > sampleBytes};
+    case ETransform::MirrorHV:
+        return {.kind = EStage::Permutation};
+    default:
+        return {.kind = EStage::WholeFrame};
     }
-    return mpTmpBuffer;
 }
 
-void CFlip::DelTmpBuffer() {
-    std::free(mpTmpBuffer);
-    mpTmpBuffer = nullptr;
-    mulTmpBufferSize = 0;
+void SFlipStage::Rows(const rows::SRowTable& kernels, const SFrame& /*frame*/, const SBand<unsigned char>& band) const {
+    const rows::SFlipRows& flips = kernels.flips;
+    switch (transform) {
+    case ETransform::None:
+        return;
+    case ETransform::MirrorH:
+        return mirrorH(flips, rows::pixelSize(pixelBytes), band);
+    case ETransform::MirrorV:
+        return mirrorV(*this, band);
+    case ETransform::MirrorHV:
+        return mirrorHV(flips, rows::pixelSize(pixelBytes), band);
+    case ETransform::RotationClockwise:
+        return transpose(flips, *this, band, true, false);
+    case ETransform::RotationCounterclockwise:
+        return transpose(flips, *this, band, false, true);
+    case ETransform::MirrorHRotationClockwise:
+        return transpose(flips, *this, band, true, true);
+    case ETransform::MirrorHRotationCounterclockwise:
+        return transpose(flips, *this, band, false, false);
+    }
+}
+
+/// A buffer of size bytes at least, as it was left; null when memory runs out.
+void* CFlip::GetTmpBuffer(unsigned long size) {
+    if (mTmpBuffer == nullptr || mTmpBufferSize < size) {
+        mTmpBuffer.reset(); // there may be no room for two
+        mTmpBuffer.reset(std::malloc(size));
+        mTmpBufferSize = mTmpBuffer != nullptr ? size : 0;
+    }
+    return mTmpBuffer.get();
 }
 
 template <class T>
-unsigned long CFlip::Flip(unsigned char transform, unsigned long width, unsigned long height, unsigned long lineBytes,
-                          unsigned long* outWidth, unsigned long* outHeight, T* src, T* dst,
-                          unsigned short samplesPerPixel) {
-    const unsigned long pixelBytes = samplesPerPixel * sizeof(T);
-    if (lineBytes == 0) {
-        lineBytes = roundUp(pixelBytes * width, mulSrcAlignment);
-    }
-    const bool rotation = isRotation(transform);
-    const unsigned long dstLineBytes = rotation ? roundUp(pixelBytes * height, mulDstAlignment) : lineBytes;
-    *outWidth = rotation ? height : width;
-    *outHeight = rotation ? width : height;
-    if (transform == kNone || transform >= kTransforms) {
-        return kOk;
-    }
-    const Worker worker = workerFor(transform, samplesPerPixel);
-    if (worker == nullptr) {
+unsigned long CFlip::FlipBGR(unsigned char mirror, unsigned char rotation, unsigned long* width, unsigned long* height,
+                             const T* src, T* dst, unsigned short samplesPerPixel) {
+    if (width == nullptr || height == nullptr) {
         return kInvalid;
     }
-    if (width == 0 || height == 0) {
+    const SFrame frame = {*width, *height};
+    const unsigned char transform = transformOf(mirror, rotation);
+    if (transform == 0 || transform >= kTransforms) {
+        return kOk;
+    }
+    const SFlipStage stage = {static_cast<ETransform>(transform), sizeof(T), samplesPerPixel * sizeof(T)};
+    const unsigned long outWidth = stage.IsRotation() ? frame.height : frame.width;
+    const unsigned long outHeight = stage.IsRotation() ? frame.width : frame.height;
+    *width = outWidth;
+    *height = outHeight;
+    if (!takesSamples(stage.transform, samplesPerPixel)) {
+        return kInvalid;
+    }
+    if (frame.width == 0 || frame.height == 0) {
         return kOk;
     }
     if (src == nullptr || dst == nullptr) {
         return kInvalid;
     }
-    SImagePair images = {mRows.flips,
-                         width,
-                         height,
-                         lineBytes,
-                         dstLineBytes,
-                         reinterpret_cast<std::uint8_t*>(src),
-                         reinterpret_cast<std::uint8_t*>(dst),
-                         sizeof(T),
-                         pixelBytes};
-    if (rotation && images.inPlace()) {
+    const unsigned long pitch = stage.pixelBytes * frame.width;
+    SImage<const unsigned char> from = {frame.width, frame.height, pitch, reinterpret_cast<const unsigned char*>(src)};
+    const SImage<unsigned char> to = {outWidth, outHeight, stage.pixelBytes * outWidth,
+                                      reinterpret_cast<unsigned char*>(dst)};
+    if (stage.IsRotation() && src == dst) {
         unsigned long size = 0;
-        const bool tooLarge =
-            __builtin_mul_overflow(pixelBytes, width, &size) || __builtin_mul_overflow(lineBytes, height, &size);
+        const bool tooLarge = __builtin_mul_overflow(stage.pixelBytes, frame.width, &size) ||
+                              __builtin_mul_overflow(pitch, frame.height, &size);
         void* const copy = tooLarge ? nullptr : GetTmpBuffer(size);
         if (copy == nullptr) {
             return kNoMemory;
         }
-        std::memcpy(copy, src, size);
-        images.src = static_cast<std::uint8_t*>(copy);
+        from.data = static_cast<const unsigned char*>(std::memcpy(copy, src, size));
     }
-    worker(images);
+    stage.Rows(mRows, frame, {from, to, 0, outHeight, nullptr});
     return kOk;
 }
 
 template <class T>
-unsigned long CFlip::FlipBGR(unsigned char mirror, unsigned char rotation, unsigned long* width, unsigned long* height,
-                             T* src, T* dst, unsigned short samplesPerPixel) {
-    if (width == nullptr || height == nullptr) {
-        return kInvalid;
-    }
-    return Flip(GetMirrorRotaionMode(mirror, rotation), *width, *height, 0, width, height, src, dst, samplesPerPixel);
-}
-
-template <class T>
 unsigned long CFlip::FlipRaw(unsigned char mirror, unsigned char rotation, unsigned long* width, unsigned long* height,
-                             T* src, T* dst, unsigned short* colorArray) {
+                             const T* src, T* dst, unsigned short* colorArray) {
     if (colorArray == nullptr) {
         return kInvalid;
     }
     const unsigned long status = FlipBGR(mirror, rotation, width, height, src, dst, 1);
     if (status == kOk) {
-        *colorArray = GetNewColorArray(GetMirrorRotaionMode(mirror, rotation), *colorArray);
+        *colorArray = transformedColorArray(transformOf(mirror, rotation), *colorArray);
     }
     return status;
 }

@@ -4,7 +4,6 @@
 #include "VekTrgApi.h"
 #include "common/Image.h"
 #include "common/PixelFormat.h"
-#include "formats/TransferFormats.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -14,28 +13,83 @@ namespace vek {
 
 namespace {
 
-auto shiftRow(const rows::SRowTable& rows, const unsigned char*, std::size_t pixel) {
-    return rows.bytes.shift8[pixel];
-}
-auto shiftRow(const rows::SRowTable& rows, const unsigned short*, std::size_t pixel) {
-    return rows.bytes.shift16[pixel];
-}
-
 /// A pixel of VEK_TRANSFER_BGR10 stands in the low 30 bits of 8 bytes.
 constexpr unsigned long kBgr10Bytes = 8;
 
-unsigned char mBgr10Sample(std::uint64_t pixel, unsigned channel) {
+unsigned char bgr10Sample(std::uint64_t pixel, unsigned channel) {
     return static_cast<unsigned char>((pixel >> (10 * channel) & 0x3FF) >> 2);
+}
+
+void bgr8Row(const unsigned char* src, unsigned char* dst, unsigned long width, unsigned pixelBytes) {
+    if (pixelBytes == 3) {
+        std::memcpy(dst, src, 3 * width);
+        return;
+    }
+    for (unsigned long x = 0; x < width; ++x) {
+        if (pixelBytes == 1) {
+            dst[x] = src[3 * x + 1];
+        } else {
+            std::copy(src + 3 * x, src + 3 * x + 3, dst + pixelBytes * x);
+        }
+    }
+}
+
+void bgr10Row(const unsigned char* src, unsigned char* dst, unsigned long width, unsigned pixelBytes) {
+    for (unsigned long x = 0; x < width; ++x) {
+        std::uint64_t pixel = 0;
+        std::memcpy(&pixel, src + kBgr10Bytes * x, sizeof pixel);
+        if (pixelBytes == 1) {
+            dst[x] = bgr10Sample(pixel, 1);
+            continue;
+        }
+        for (unsigned channel = 0; channel < 3; ++channel) {
+            dst[pixelBytes * x + channel] = bgr10Sample(pixel, channel);
+        }
+    }
+}
+
+/// The whole image as a band.
+void convert(const rows::SRowTable& kernels, const SFormatConversionStage& stage,
+             const SImage<const unsigned char>& src, unsigned long dstPitch, unsigned char* dst) {
+    stage.Rows(kernels, {src.width, src.height}, {src, {src.width, src.height, dstPitch, dst}, 0, src.height, nullptr});
 }
 
 } // namespace
 
-template <class Src, class Dst>
-void ImageBitShift(const rows::SRowTable& rows, unsigned long width, unsigned long height, unsigned long srcPitch,
-                   const Src* src, unsigned long* dstPitch, unsigned long outFormat, Dst* dst, long shift) {
-    static_assert(sizeof(Dst) == 1);
+STraits SFormatConversionStage::Traits(const SFrame& /*frame*/) const {
+    return {.kind = EStage::Pointwise};
+}
+
+void SFormatConversionStage::Rows(const rows::SRowTable& kernels, const SFrame& frame,
+                                  const SBand<unsigned char>& band) const {
+    const rows::SByteRows& bytes = kernels.bytes;
+    const std::size_t pixel = rows::bytePixel(pixelBytes);
+    const auto forRows = [&](auto row) {
+        for (unsigned long y = band.first; y < band.end; ++y) {
+            row(band.src.row(y), band.dst.row(y));
+        }
+    };
+    if (layout == ELayout::Bgr) {
+        const auto convertRow = depth == 8 ? bgr8Row : bgr10Row;
+        forRows([&](const auto* from, auto* to) { convertRow(from, to, frame.width, pixelBytes); });
+    } else if (layout == ELayout::Packed) {
+        const auto unpack = depth == 10 ? bytes.unpack10 : bytes.unpack12;
+        forRows([&](const auto* from, auto* to) { unpack(from, to, frame.width, shift); });
+    } else if (layout == ELayout::Words) {
+        forRows([&](const auto* from, auto* to) {
+            bytes.shift16[pixel](reinterpret_cast<const std::uint16_t*>(from), to, frame.width, shift);
+        });
+    } else if (pixelBytes == 1 && shift == 0) {
+        forRows([&](const auto* from, auto* to) { std::memcpy(to, from, frame.width); });
+    } else {
+        forRows([&](const auto* from, auto* to) { bytes.shift8[pixel](from, to, frame.width, shift); });
+    }
+}
+
+template <class Src>
+void imageBitShift(const rows::SRowTable& kernels, unsigned long width, unsigned long height, unsigned long srcPitch,
+                   const Src* src, unsigned long* dstPitch, unsigned long outFormat, unsigned char* dst, long shift) {
     const unsigned pixelBytes = byteSamples(outFormat);
-    const unsigned long rowSamples = srcPitch != 0 ? srcPitch : width;
     unsigned long rowBytes = roundUpTo4(width * pixelBytes);
     if (dstPitch != nullptr) {
         if (*dstPitch == 0) {
@@ -49,42 +103,34 @@ void ImageBitShift(const rows::SRowTable& rows, unsigned long width, unsigned lo
     // A shift to the left counts modulo 32; one to the right by 31 leaves nothing of a sample.
     const auto rowShift = static_cast<int>(
         shift >= 0 ? std::min(shift, 31L) : -static_cast<long>((0 - static_cast<unsigned long>(shift)) & 31));
-    const auto shiftOne = shiftRow(rows, src, rows::bytePixel(pixelBytes));
-    for (unsigned long y = 0; y < height; ++y) {
-        const Src* const from = src + y * rowSamples;
-        Dst* const to = dst + y * rowBytes;
-        if (pixelBytes == 1 && shift == 0) {
-            std::memcpy(to, from, width); // bytes as they stand, of words, too
-        } else {
-            shiftOne(from, to, width, rowShift);
-        }
-    }
+    const unsigned long pitch = (srcPitch != 0 ? srcPitch : width) * sizeof(Src);
+    // Without a shift, rows of one channel are the first bytes of the source's, of words, too.
+    const bool bytes = sizeof(Src) == 1 || (pixelBytes == 1 && shift == 0);
+    convert(kernels, {bytes ? ELayout::Bytes : ELayout::Words, 8 * sizeof(Src), rowShift, pixelBytes},
+            {width, height, pitch, reinterpret_cast<const unsigned char*>(src)}, rowBytes, dst);
 }
-template void ImageBitShift(const rows::SRowTable&, unsigned long, unsigned long, unsigned long, const unsigned char*,
+template void imageBitShift(const rows::SRowTable&, unsigned long, unsigned long, unsigned long, const unsigned char*,
                             unsigned long*, unsigned long, unsigned char*, long);
-template void ImageBitShift(const rows::SRowTable&, unsigned long, unsigned long, unsigned long, const unsigned short*,
+template void imageBitShift(const rows::SRowTable&, unsigned long, unsigned long, unsigned long, const unsigned short*,
                             unsigned long*, unsigned long, unsigned char*, long);
 
-void ImageUnpackAndBitShift(const rows::SRowTable& rows, unsigned long width, unsigned long height,
+void imageUnpackAndBitShift(const rows::SRowTable& kernels, unsigned long width, unsigned long height,
                             unsigned long srcPitch, const unsigned char* src, unsigned long* dstPitch,
-                            unsigned long /*outFormat*/, unsigned char* dst, long srcBits, long dstBits) {
+                            unsigned char* dst, long srcBits, long dstBits) {
     if (dstPitch != nullptr) {
         *dstPitch = width;
     }
     if (width == 0) {
         return;
     }
-    const auto bits = static_cast<unsigned long>(srcBits);
-    const unsigned long rowBytes = srcPitch != 0 ? srcPitch : (bits * width + 7) / 8;
-    const auto unpack = srcBits == 10 ? rows.bytes.unpack10 : rows.bytes.unpack12;
-    for (unsigned long y = 0; y < height; ++y) {
-        unpack(src + y * rowBytes, dst + y * width, width, static_cast<int>(srcBits - dstBits));
-    }
+    const auto bits = static_cast<unsigned>(srcBits);
+    convert(kernels, {ELayout::Packed, bits, static_cast<int>(srcBits - dstBits), 1},
+            {width, height, srcPitch != 0 ? srcPitch : (bits * width + 7) / 8, src}, width, dst);
 }
 
-bool ConvGrayToBGRImage(const rows::SRowTable& rows, unsigned long width, unsigned long height, unsigned long srcPitch,
-                        unsigned long code, const void* src, unsigned long* dstPitch, unsigned long outFormat,
-                        unsigned char* dst) {
+bool convGrayToBGRImage(const rows::SRowTable& kernels, unsigned long width, unsigned long height,
+                        unsigned long srcPitch, unsigned long code, const void* src, unsigned long* dstPitch,
+                        unsigned long outFormat, unsigned char* dst) {
     if (byteSamples(outFormat) == 0) {
         return false;
     }
@@ -95,52 +141,29 @@ bool ConvGrayToBGRImage(const rows::SRowTable& rows, unsigned long width, unsign
     const auto* const bytes = static_cast<const unsigned char*>(src);
     switch (format->layout) {
     case ELayout::Packed:
-        ImageUnpackAndBitShift(rows, width, height, srcPitch, bytes, dstPitch, outFormat, dst, format->depth, 8);
+        imageUnpackAndBitShift(kernels, width, height, srcPitch, bytes, dstPitch, dst, format->depth, 8);
         break;
     case ELayout::Words:
-        ImageBitShift(rows, width, height, srcPitch, static_cast<const unsigned short*>(src), dstPitch, outFormat, dst,
-                      format->ShiftToByte());
+        imageBitShift(kernels, width, height, srcPitch, static_cast<const unsigned short*>(src), dstPitch, outFormat,
+                      dst, format->ShiftToByte());
         break;
     default:
-        ImageBitShift(rows, width, height, srcPitch, bytes, dstPitch, outFormat, dst, 0);
+        imageBitShift(kernels, width, height, srcPitch, bytes, dstPitch, outFormat, dst, 0);
         break;
     }
     return true;
 }
 
-void ConvBGRToBGR(unsigned long width, unsigned long height, unsigned long transferFormat, const void* src,
-                  unsigned long outFormat, unsigned char* dst) {
+void convBGRToBGR(const rows::SRowTable& kernels, unsigned long width, unsigned long height,
+                  unsigned long transferFormat, const void* src, unsigned long outFormat, unsigned char* dst) {
+    // One long row: there is no padding.
     const unsigned long pixels = width * height;
     const unsigned pixelBytes = byteSamples(outFormat);
     if (pixels == 0 || pixelBytes == 0) {
         return;
     }
-    const auto* const bytes = static_cast<const unsigned char*>(src);
-    if (transferFormat == VEK_TRANSFER_BGR8) {
-        if (pixelBytes == 3) {
-            std::memcpy(dst, bytes, 3 * pixels);
-            return;
-        }
-        for (unsigned long i = 0; i < pixels; ++i) {
-            if (pixelBytes == 1) {
-                dst[i] = bytes[3 * i + 1];
-            } else {
-                std::copy(bytes + 3 * i, bytes + 3 * i + 3, dst + pixelBytes * i);
-            }
-        }
-        return;
-    }
-    for (unsigned long i = 0; i < pixels; ++i) {
-        std::uint64_t pixel = 0;
-        std::memcpy(&pixel, bytes + kBgr10Bytes * i, sizeof pixel);
-        if (pixelBytes == 1) {
-            dst[i] = mBgr10Sample(pixel, 1);
-            continue;
-        }
-        for (unsigned channel = 0; channel < 3; ++channel) {
-            dst[pixelBytes * i + channel] = mBgr10Sample(pixel, channel);
-        }
-    }
+    convert(kernels, {ELayout::Bgr, transferFormat == VEK_TRANSFER_BGR8 ? 8U : 10U, 0, pixelBytes},
+            {pixels, 1, 0, static_cast<const unsigned char*>(src)}, 0, dst);
 }
 
 } // namespace vek

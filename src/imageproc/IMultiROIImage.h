@@ -19,17 +19,17 @@ public:
     /// frame does not hold it. Of null data the place and size alone. Each output may be null.
     virtual void* GetEachROIData(unsigned int index, void* data, unsigned long dataSize, unsigned long pixelFormat,
                                  unsigned int* offsetX, unsigned int* offsetY, unsigned int* width,
-                                 unsigned int* height, unsigned int* linePitch) = 0;
+                                 unsigned int* height, unsigned int* pitch) = 0;
     /// A delivered frame; the combining image once it is complete, else null. Blocks that end beyond dataSize are
     /// passed over. A frame that the camera has combined is given back as it is.
     virtual void* AddImageData(unsigned long frameID, void* data, unsigned long dataSize,
                                unsigned long pixelFormat) = 0;
     /// The block of one region; the combining image once as many blocks as there are regions have come with one
-    /// frameID, else null. roiLinePitch: bytes, 0: rows without padding. A block that does not lie in the combining
+    /// frameID, else null. roiPitch: bytes, 0: rows without padding. A block that does not lie in the combining
     /// image counts, but is not copied; nor is null data, for which the result is null.
     virtual void* AddImageData(unsigned long frameID, void* roiData, unsigned long roiDataSize,
                                unsigned long pixelFormat, unsigned long offsetX, unsigned long offsetY,
-                               unsigned long width, unsigned long height, unsigned long roiLinePitch) = 0;
+                               unsigned long width, unsigned long height, unsigned long roiPitch) = 0;
     /// Pixels or rows.
     virtual unsigned long GetCombiningImageSize(int axis) = 0;
     virtual unsigned long GetCombiningImageLinePitch() = 0;

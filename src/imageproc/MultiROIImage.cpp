@@ -14,14 +14,14 @@ namespace {
 constexpr int kHorizontal = 0;
 constexpr int kVertical = 1;
 
-void mvWrite(unsigned int* output, unsigned long value) {
+void write(unsigned int* output, unsigned long value) {
     if (output != nullptr) {
         *output = static_cast<unsigned int>(value);
     }
 }
 
 /// Null stays null.
-void* mpAt(void* data, unsigned long offset) {
+void* offsetBy(void* data, unsigned long offset) {
     return data != nullptr ? static_cast<unsigned char*>(data) + offset : nullptr;
 }
 
@@ -114,13 +114,8 @@ unsigned long CMultiROIImage::GetLinePitch(unsigned long pixelFormat, unsigned i
     return bytes + extra;
 }
 
-void CMultiROIImage::DeleteROIInfo() {
-    mROIInfo.clear();
-    mROICount = 0;
-}
-
 void CMultiROIImage::DeleteBuffer() {
-    mpBuffer.reset();
+    mBuffer.reset();
     mBufferSize = 0;
     mPixelFormat = 0;
 }
@@ -137,33 +132,32 @@ void CMultiROIImage::CheckROISetting(IRegionInfo* region) {
             unsigned int height = 0;
             region->GetROIInfo(i, &enabled, &offsetX, &offsetY, &width, &height);
             if (enabled != 0 && width != 0 && height != 0) {
-                mROIInfo.push_back(std::make_unique<CROIInfo>(offsetX, offsetY, width, height));
+                mROIInfo.emplace_back(offsetX, offsetY, width, height);
             }
         }
     } catch (...) {
         // The regions found so far stand.
     }
-    mROICount = mROIInfo.size();
 }
 
 bool CMultiROIImage::UpdateROIInfo(IRegionInfo* region, unsigned int alignment) {
-    DeleteROIInfo();
+    mROIInfo.clear();
     DeleteBuffer();
-    mLinePitchAlignment = alignment;
+    mPitchAlignment = alignment;
     if (region != nullptr) {
         CheckROISetting(region);
     }
     for (const int axis : {kHorizontal, kVertical}) {
         mOffset[axis].Reset();
-        for (const auto& roi : mROIInfo) {
-            mOffset[axis].SetEffectiveRegion(roi->GetOffset(axis), roi->GetSize(axis));
+        for (const CROIInfo& roi : mROIInfo) {
+            mOffset[axis].SetEffectiveRegion(roi.GetOffset(axis), roi.GetSize(axis));
         }
     }
     return false;
 }
 
 unsigned long CMultiROIImage::GetROICount() {
-    return mROICount;
+    return mROIInfo.size();
 }
 
 unsigned long CMultiROIImage::GetCombiningImageSize(int axis) {
@@ -171,40 +165,40 @@ unsigned long CMultiROIImage::GetCombiningImageSize(int axis) {
 }
 
 unsigned long CMultiROIImage::GetCombiningImageLinePitch() {
-    return mCombiningLinePitch;
+    return mCombiningPitch;
 }
 
 void CMultiROIImage::ClearInsideImageBuffer() {
-    if (mpBuffer != nullptr) {
-        std::memset(mpBuffer.get(), 0, mBufferSize);
+    if (mBuffer != nullptr) {
+        std::memset(mBuffer.get(), 0, mBufferSize);
     }
 }
 
 unsigned char* CMultiROIImage::GetBuffer(unsigned int pixelFormat) {
-    if (mpBuffer != nullptr && mPixelFormat == pixelFormat) {
-        return mpBuffer.get();
+    if (mBuffer != nullptr && mPixelFormat == pixelFormat) {
+        return mBuffer.get();
     }
     DeleteBuffer();
     const unsigned long width = GetCombiningImageSize(kHorizontal);
-    mCombiningLinePitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(width), mLinePitchAlignment, 0);
+    mCombiningPitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(width), mPitchAlignment, 0);
     unsigned long size = 0;
     // A row of pixels that end within a byte may start one byte late: the last row then reaches one byte further.
     if (width > std::numeric_limits<unsigned int>::max() ||
-        __builtin_mul_overflow(GetCombiningImageSize(kVertical), mCombiningLinePitch, &size) || size >= PTRDIFF_MAX) {
+        __builtin_mul_overflow(GetCombiningImageSize(kVertical), mCombiningPitch, &size) || size >= PTRDIFF_MAX) {
         return nullptr;
     }
     ++size;
-    mpBuffer.reset(static_cast<unsigned char*>(std::calloc(size, 1)));
-    if (mpBuffer != nullptr) {
+    mBuffer.reset(static_cast<unsigned char*>(std::calloc(size, 1)));
+    if (mBuffer != nullptr) {
         mBufferSize = size;
         mPixelFormat = pixelFormat;
     }
-    return mpBuffer.get();
+    return mBuffer.get();
 }
 
 void* CMultiROIImage::AddImageData(unsigned long frameID, void* roiData, unsigned long /*roiDataSize*/,
                                    unsigned long pixelFormat, unsigned long offsetX, unsigned long offsetY,
-                                   unsigned long width, unsigned long height, unsigned long roiLinePitch) {
+                                   unsigned long width, unsigned long height, unsigned long roiPitch) {
     unsigned char* const buffer = GetBuffer(static_cast<unsigned int>(pixelFormat));
     if (buffer == nullptr) {
         return nullptr;
@@ -227,35 +221,35 @@ void* CMultiROIImage::AddImageData(unsigned long frameID, void* roiData, unsigne
         return nullptr;
     }
     if (pixels) {
-        const unsigned long step = roiLinePitch != 0 ? roiLinePitch : rowBytes;
+        const unsigned long step = roiPitch != 0 ? roiPitch : rowBytes;
         const auto* src = static_cast<const unsigned char*>(roiData);
         unsigned char* dst =
-            buffer + y * mCombiningLinePitch + GetLinePitch(pixelFormat, static_cast<unsigned int>(x), 1, 0);
+            buffer + y * mCombiningPitch + GetLinePitch(pixelFormat, static_cast<unsigned int>(x), 1, 0);
         for (unsigned long row = 0; row < height; ++row) {
-            std::memcpy(dst + row * mCombiningLinePitch, src + row * step, rowBytes);
+            std::memcpy(dst + row * mCombiningPitch, src + row * step, rowBytes);
         }
     }
-    return mReceivedCount >= mROICount ? buffer : nullptr;
+    return mReceivedCount >= mROIInfo.size() ? buffer : nullptr;
 }
 
 void* CMultiROIImage::AddImageData(unsigned long frameID, void* data, unsigned long dataSize,
                                    unsigned long pixelFormat) {
     if (mMultiROIType == kROIsCombined) {
-        DeleteBuffer(); // it would not fit the line pitch any more
+        DeleteBuffer(); // it would not fit the pitch any more
         mPixelFormat = static_cast<unsigned int>(pixelFormat);
-        mCombiningLinePitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(GetCombiningImageSize(kHorizontal)),
-                                           mLinePitchAlignment, 0);
+        mCombiningPitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(GetCombiningImageSize(kHorizontal)),
+                                       mPitchAlignment, 0);
         return data;
     }
     void* result = nullptr;
     unsigned long start = 0;
-    for (const auto& roi : mROIInfo) {
-        const SBlock block(*roi, pixelFormat, start, dataSize);
+    for (const CROIInfo& roi : mROIInfo) {
+        const SBlock block(roi, pixelFormat, start, dataSize);
         if (!block.fits) {
             continue; // a later, smaller one may still be there
         }
-        result = AddImageData(frameID, mpAt(data, start), block.size, pixelFormat, roi->GetOffset(kHorizontal),
-                              roi->GetOffset(kVertical), roi->GetSize(kHorizontal), roi->GetSize(kVertical), 0);
+        result = AddImageData(frameID, offsetBy(data, start), block.size, pixelFormat, roi.GetOffset(kHorizontal),
+                              roi.GetOffset(kVertical), roi.GetSize(kHorizontal), roi.GetSize(kVertical), 0);
         start += block.size;
     }
     return result;
@@ -263,44 +257,44 @@ void* CMultiROIImage::AddImageData(unsigned long frameID, void* data, unsigned l
 
 void* CMultiROIImage::GetEachROIData(unsigned int index, void* data, unsigned long dataSize, unsigned long pixelFormat,
                                      unsigned int* offsetX, unsigned int* offsetY, unsigned int* width,
-                                     unsigned int* height, unsigned int* linePitch) {
+                                     unsigned int* height, unsigned int* pitch) {
     if (index >= mROIInfo.size()) {
         return nullptr;
     }
     unsigned long start = 0;
-    unsigned long pitch = 0;
+    unsigned long rowBytes = 0; // from row to row
     if (mMultiROIType == kROIsCombined) {
         // Bands of regions with the same offset, side by side in the order of the list.
-        pitch = GetLinePitch(pixelFormat, static_cast<unsigned int>(GetCombiningImageSize(kHorizontal)), 1, 0);
+        rowBytes = GetLinePitch(pixelFormat, static_cast<unsigned int>(GetCombiningImageSize(kHorizontal)), 1, 0);
         unsigned long bandRow = 0;
         unsigned long column = 0;
         for (unsigned int i = 1; i <= index; ++i) {
-            const CROIInfo& last = *mROIInfo[i - 1];
-            if (mROIInfo[i]->GetOffset(kVertical) != last.GetOffset(kVertical)) {
+            const CROIInfo& last = mROIInfo[i - 1];
+            if (mROIInfo[i].GetOffset(kVertical) != last.GetOffset(kVertical)) {
                 bandRow += last.GetSize(kVertical);
                 column = 0;
             } else {
                 column += last.GetSize(kHorizontal);
             }
         }
-        start = GetLinePitch(pixelFormat, static_cast<unsigned int>(column), 1, 0) + bandRow * pitch;
+        start = GetLinePitch(pixelFormat, static_cast<unsigned int>(column), 1, 0) + bandRow * rowBytes;
     } else {
         for (unsigned int i = 0; i <= index; ++i) {
-            const SBlock block(*mROIInfo[i], pixelFormat, start, dataSize);
+            const SBlock block(mROIInfo[i], pixelFormat, start, dataSize);
             if (!block.fits) {
                 return nullptr;
             }
-            pitch = block.rowBytes;
+            rowBytes = block.rowBytes;
             start += i < index ? block.size : 0;
         }
     }
-    const CROIInfo& roi = *mROIInfo[index];
-    mvWrite(offsetX, roi.GetOffset(kHorizontal));
-    mvWrite(offsetY, roi.GetOffset(kVertical));
-    mvWrite(width, roi.GetSize(kHorizontal));
-    mvWrite(height, roi.GetSize(kVertical));
-    mvWrite(linePitch, pitch);
-    return mpAt(data, start);
+    const CROIInfo& roi = mROIInfo[index];
+    write(offsetX, roi.GetOffset(kHorizontal));
+    write(offsetY, roi.GetOffset(kVertical));
+    write(width, roi.GetSize(kHorizontal));
+    write(height, roi.GetSize(kVertical));
+    write(pitch, rowBytes);
+    return offsetBy(data, start);
 }
 
 } // namespace vek

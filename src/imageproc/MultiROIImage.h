@@ -4,7 +4,6 @@
 #include "common/Memory.h"
 #include "imageproc/IMultiROIImage.h"
 
-#include <memory>
 #include <vector>
 
 namespace vek {
@@ -54,11 +53,11 @@ public:
     unsigned long GetROICount() override;
     void* GetEachROIData(unsigned int index, void* data, unsigned long dataSize, unsigned long pixelFormat,
                          unsigned int* offsetX, unsigned int* offsetY, unsigned int* width, unsigned int* height,
-                         unsigned int* linePitch) override;
+                         unsigned int* pitch) override;
     void* AddImageData(unsigned long frameID, void* data, unsigned long dataSize, unsigned long pixelFormat) override;
     void* AddImageData(unsigned long frameID, void* roiData, unsigned long roiDataSize, unsigned long pixelFormat,
                        unsigned long offsetX, unsigned long offsetY, unsigned long width, unsigned long height,
-                       unsigned long roiLinePitch) override;
+                       unsigned long roiPitch) override;
     unsigned long GetCombiningImageSize(int axis) override;
     unsigned long GetCombiningImageLinePitch() override;
     void ClearInsideImageBuffer() override;
@@ -69,20 +68,18 @@ public:
 
 private:
     void CheckROISetting(IRegionInfo* region);
-    void DeleteROIInfo();
     unsigned char* GetBuffer(unsigned int pixelFormat);
     void DeleteBuffer();
 
-    std::vector<std::unique_ptr<CROIInfo>> mROIInfo; ///< in the camera's order
-    unsigned long mROICount = 0;
-    unsigned long mBufferSize = 0; ///< bytes
-    Malloced<unsigned char> mpBuffer;
+    std::vector<CROIInfo> mROIInfo; ///< in the camera's order
+    unsigned long mBufferSize = 0;  ///< bytes
+    Malloced<unsigned char> mBuffer;
     CManageOffset mOffset[2]; ///< covered columns, covered rows
-    unsigned long mCombiningLinePitch = 0;
+    unsigned long mCombiningPitch = 0;
     unsigned int mPixelFormat = 0;
     unsigned long mFrameID = 0;
     unsigned long mReceivedCount = 0; ///< blocks of that frame
-    unsigned int mLinePitchAlignment = 1;
+    unsigned int mPitchAlignment = 1;
     unsigned int mMultiROIType = 0;
 };
 

@@ -5,21 +5,29 @@
 
 namespace vek {
 
-CPixelList::CPixelList(int capacity)
-    : mpPixels(new SPIXEL_CANDIDATE[static_cast<unsigned>(std::max(capacity, 0))]), mCapacity(std::max(capacity, 0)) {}
+namespace {
+
+/// Marks a slot of the camera as unused.
+constexpr unsigned short kNowhere = 65535;
+
+} // namespace
+
+CPixelList::CPixelList(int capacity) : mCapacity(static_cast<unsigned>(std::max(capacity, 0))) {
+    mPixels.reserve(mCapacity);
+}
 
 void CPixelList::Add(unsigned long x, unsigned long y, unsigned short value) {
-    SPIXEL_CANDIDATE* const first = mpPixels.get();
     if (!IsFull()) {
-        first[mCount++] = {x, y, value};
+        mPixels.push_back({x, y, value});
         mMinValue = std::min(mMinValue, value);
         return;
     }
     if (value <= mMinValue) {
         return;
     }
-    SPIXEL_CANDIDATE* const end = first + mCount;
-    SPIXEL_CANDIDATE* const evicted =
+    const auto first = mPixels.begin();
+    const auto end = mPixels.end();
+    const auto evicted =
         std::find_if(first, end, [this](const SPIXEL_CANDIDATE& pixel) { return pixel.value <= mMinValue; });
     if (evicted == end) {
         return; // a list without capacity
@@ -29,6 +37,13 @@ void CPixelList::Add(unsigned long x, unsigned long y, unsigned short value) {
     mMinValue = std::min_element(first, end, [](const SPIXEL_CANDIDATE& a, const SPIXEL_CANDIDATE& b) {
                     return a.value < b.value;
                 })->value;
+}
+
+SDefectPosition CPixelList::PositionForSlot(unsigned short slot) const {
+    if (slot >= mPixels.size()) {
+        return {kNowhere, kNowhere};
+    }
+    return {static_cast<unsigned short>(mPixels[slot].x), static_cast<unsigned short>(mPixels[slot].y)};
 }
 
 void CPixelList::AddBrightest(unsigned long width, unsigned long height, const unsigned char* image, int threshold) {

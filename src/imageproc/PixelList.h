@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <memory>
+#include <cstddef>
+#include <vector>
 
 namespace vek {
 
@@ -12,7 +13,13 @@ struct SPIXEL_CANDIDATE {
     unsigned short value;
 };
 
-/// The brightest pixels of a frame, as many as fit, in the order of their arrival. Owns its entries.
+/// A position in a slot of the camera's defect correction.
+struct SDefectPosition {
+    unsigned short x;
+    unsigned short y;
+};
+
+/// The brightest pixels of a frame, as many as fit, in the order of their arrival.
 class CPixelList {
 public:
     /// Throws std::bad_alloc.
@@ -25,17 +32,18 @@ public:
     /// Adds the pixels of threshold and above, row by row. image: bytes, rows without padding; not read without pixels.
     void AddBrightest(unsigned long width, unsigned long height, const unsigned char* image, int threshold);
 
-    int GetCount() const { return mCount; }
-    bool IsFull() const { return mCount >= mCapacity; }
+    int GetCount() const { return static_cast<int>(mPixels.size()); }
+    bool IsFull() const { return mPixels.size() >= mCapacity; }
     /// Smallest value in the list; 65535 in an empty one.
     unsigned short GetMinValue() const { return mMinValue; }
     /// Entry index < GetCount(), not checked.
-    SPIXEL_CANDIDATE GetPixelValue(int index) const { return mpPixels[static_cast<unsigned>(index)]; }
+    SPIXEL_CANDIDATE GetPixelValue(int index) const { return mPixels[static_cast<unsigned>(index)]; }
+    /// What a slot of the camera gets: the low 16 bits of the entry of that index, 65535, 65535 behind the last one.
+    SDefectPosition PositionForSlot(unsigned short slot) const;
 
 private:
-    std::unique_ptr<SPIXEL_CANDIDATE[]> mpPixels;
-    int mCapacity;
-    int mCount = 0;
+    std::vector<SPIXEL_CANDIDATE> mPixels;
+    std::size_t mCapacity;
     unsigned short mMinValue = 65535;
 };
 

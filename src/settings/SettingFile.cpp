@@ -74,12 +74,12 @@ constexpr SGroup moduleGroup() {
     return {1,
             [](const SSettingTargets& targets, long* values) {
                 T value = 0;
-                const int status = miStatus((Of(targets).*Get)(&value));
+                const int status = statusCode((Of(targets).*Get)(&value));
                 *values = static_cast<long>(value);
                 return status;
             },
             [](const SSettingTargets& targets, const long* values) {
-                return miStatus((Of(targets).*Set)(static_cast<T>(*values)));
+                return statusCode((Of(targets).*Set)(static_cast<T>(*values)));
             }};
 }
 
@@ -87,14 +87,14 @@ constexpr SGroup whiteBalanceGains() {
     return {4,
             [](const SSettingTargets& targets, long* values) {
                 u16 gains[4] = {};
-                const int status = miStatus(targets.whiteBalance.GetWBGain(gains));
+                const int status = statusCode(targets.whiteBalance.GetWBGain(gains));
                 std::copy(std::begin(gains), std::end(gains), values);
                 return status;
             },
             [](const SSettingTargets& targets, const long* values) {
                 u16 gains[4] = {};
                 std::transform(values, values + 4, gains, [](long value) { return static_cast<u16>(value); });
-                return miStatus(targets.whiteBalance.SetWBGain(gains));
+                return statusCode(targets.whiteBalance.SetWBGain(gains));
             }};
 }
 
@@ -109,12 +109,12 @@ struct SToneCurve {
 
     int Get(IGamma& module, u8 channel) {
         bits = 12; // contrast at its full width
-        return miStatus(module.GetMode(channel, &mode, &gamma, &brightness, &contrast, nullptr, &bits));
+        return statusCode(module.GetMode(channel, &mode, &gamma, &brightness, &contrast, nullptr, &bits));
     }
     /// The table as SetMode takes it at the channel's depth.
     int GetTable(IGamma& module, u8 channel) {
         u16 depth = bits;
-        return miStatus(module.GetMode(channel, nullptr, nullptr, nullptr, nullptr, table.data(), &depth));
+        return statusCode(module.GetMode(channel, nullptr, nullptr, nullptr, nullptr, table.data(), &depth));
     }
 };
 
@@ -139,9 +139,9 @@ constexpr SGroup toneCurve() {
                 if (status < 0) {
                     return status;
                 }
-                return miStatus(targets.gamma.SetMode(Channel, static_cast<u8>(values[0]), static_cast<u16>(values[1]),
-                                                      static_cast<short>(values[2]), static_cast<u16>(values[3]),
-                                                      curve.table.data(), curve.bits));
+                return statusCode(targets.gamma.SetMode(Channel, static_cast<u8>(values[0]),
+                                                        static_cast<u16>(values[1]), static_cast<short>(values[2]),
+                                                        static_cast<u16>(values[3]), curve.table.data(), curve.bits));
             }};
 }
 
@@ -151,14 +151,14 @@ constexpr SGroup hueAndSaturation() {
                 u8 mode = 0;
                 short hue = 0;
                 u16 saturation = 0;
-                const int status = miStatus(targets.colorMatrix.GetHueSaturation(&mode, &hue, &saturation));
+                const int status = statusCode(targets.colorMatrix.GetHueSaturation(&mode, &hue, &saturation));
                 values[0] = mode;
                 values[1] = hue;
                 values[2] = saturation;
                 return status;
             },
             [](const SSettingTargets& targets, const long* values) {
-                return miStatus(targets.colorMatrix.SetHueSaturation(
+                return statusCode(targets.colorMatrix.SetHueSaturation(
                     static_cast<u8>(values[0]), static_cast<short>(values[1]), static_cast<u16>(values[2])));
             }};
 }
@@ -170,15 +170,15 @@ constexpr SGroup sharpness() {
                 u8 mode = 0;
                 u16 gain = 0;
                 u16 coring = 0;
-                const int status = miStatus(targets.sharpness.GetMode(&mode, &gain, &coring));
+                const int status = statusCode(targets.sharpness.GetMode(&mode, &gain, &coring));
                 values[0] = mode;
                 values[1] = gain;
                 values[2] = static_cast<u8>(coring);
                 return status;
             },
             [](const SSettingTargets& targets, const long* values) {
-                return miStatus(targets.sharpness.SetMode(static_cast<u8>(values[0]), static_cast<u16>(values[1]),
-                                                          static_cast<u8>(values[2])));
+                return statusCode(targets.sharpness.SetMode(static_cast<u8>(values[0]), static_cast<u16>(values[1]),
+                                                            static_cast<u8>(values[2])));
             }};
 }
 
@@ -227,7 +227,7 @@ static_assert(groupedKeys() == kSettingCount);
 
 /// Calls step(group, index of its first key) in order, up to the first negative result; the last result.
 template <class Step>
-int miForGroups(Step step) {
+int forGroups(Step step) {
     int status = 0;
     std::size_t key = 0;
     for (const SGroup& group : kGroups) {
@@ -298,7 +298,7 @@ constexpr std::size_t kMostBytes = 1UL << 20;
 constexpr std::size_t kKeyLength = 63;
 
 /// Reads all keys and numbers, of which known ones replace values.
-void mvReadValues(std::FILE* file, Values& values) {
+void readValues(std::FILE* file, Values& values) {
     char key[kKeyLength + 1] = {};
     bool piece = false; // of a key that was too long
     for (;;) {
@@ -340,7 +340,7 @@ int writeSettingFile(const SSettingTargets& targets, const char* path) {
         return VEK_EINVAL;
     }
     CText text;
-    const int status = miForGroups([&](const SGroup& group, std::size_t first) {
+    const int status = forGroups([&](const SGroup& group, std::size_t first) {
         Values values{};
         const int result = group.get(targets, values.data() + first);
         for (std::size_t i = first; result >= 0 && i < first + group.keys; ++i) {
@@ -365,19 +365,18 @@ int readSettingFile(const SSettingTargets& targets, const char* path) {
             return VEK_EINVAL;
         }
         // A setting whose key is missing gets back what it is.
-        const int status = miForGroups(
+        const int status = forGroups(
             [&](const SGroup& group, std::size_t first) { return group.get(targets, values.data() + first); });
         if (status < 0) {
             return status;
         }
         if (const File lines(text.empty() ? nullptr : fmemopen(text.data(), text.size(), "r")); lines != nullptr) {
-            mvReadValues(lines.get(), values);
+            readValues(lines.get(), values);
         } else if (!text.empty()) {
             return VEK_ENOMEM;
         }
     }
-    return miForGroups(
-        [&](const SGroup& group, std::size_t first) { return group.set(targets, values.data() + first); });
+    return forGroups([&](const SGroup& group, std::size_t first) { return group.set(targets, values.data() + first); });
 }
 
 } // namespace vek

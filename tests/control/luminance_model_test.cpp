@@ -18,7 +18,7 @@ namespace {
 class CTwins {
 public:
     explicit CTwins(std::uint64_t seed)
-        : mRandom(seed), mReal(RandomCamera()), mPlain(mReal), mControl(&mReal), mModel(&mPlain) {
+        : mRandom(seed), mReal(RandomCamera()), mPlain(mReal), mControl(mReal), mModel(&mPlain) {
         mScene = mRandom.Below(2) == 0 ? 0.0 : std::pow(10.0, static_cast<double>(mRandom.Below(600)) / 100.0 - 5.0);
         mControl.SetMode(static_cast<unsigned char>(mModel.mode = 1 + static_cast<unsigned>(mRandom.Below(6))));
     }

@@ -67,7 +67,7 @@ void expectDefaults(const CLuminanceCtrl& control) {
 
 TEST(CLuminanceSettings, ConstructionResets) {
     CRecordingCamera camera;
-    const CLuminanceCtrl control(&camera);
+    const CLuminanceCtrl control(camera);
     expectDefaults(control);
     ASSERT_EQ(camera.calls.size(), 3U);
     EXPECT_EQ(camera.calls.back(), "get");
@@ -76,7 +76,7 @@ TEST(CLuminanceSettings, ConstructionResets) {
 
 TEST(CLuminanceSettings, SettersKeepAnyValue) {
     CRecordingCamera camera;
-    CLuminanceCtrl control(&camera);
+    CLuminanceCtrl control(camera);
     camera.calls.clear();
     for (const unsigned value : {0U, 1U, 15U, 16U, 255U}) {
         control.SetMode(static_cast<unsigned char>(value));
@@ -101,7 +101,7 @@ TEST(CLuminanceSettings, SettersKeepAnyValue) {
 
 TEST(CLuminanceSettings, ResetRestoresTheDefaults) {
     CRecordingCamera camera;
-    CLuminanceCtrl control(&camera);
+    CLuminanceCtrl control(camera);
     control.SetMode(6);
     control.SetTarget(7);
     control.SetAEMaxExposureClock(8);

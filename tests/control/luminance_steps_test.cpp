@@ -18,7 +18,7 @@ using Writes = std::vector<CScriptedCamera::Write>;
 
 /// A control in a mode, the camera behind it.
 struct SLoop {
-    explicit SLoop(unsigned char mode, const CScriptedCamera& script = {}) : camera(script), control(&camera) {
+    explicit SLoop(unsigned char mode, const CScriptedCamera& script = {}) : camera(script), control(camera) {
         control.SetMode(mode);
     }
     unsigned long Run(unsigned short average) {

@@ -12,8 +12,20 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <ostream>
 #include <type_traits>
 #include <vector>
+
+namespace vek {
+
+inline void PrintTo(const STraits& traits, std::ostream* out) {
+    *out << "kind " << static_cast<int>(traits.kind) << ", rows above " << traits.rowsAbove << " and below "
+         << traits.rowsBelow << (traits.readsBehind ? ", reads behind" : "")
+         << (traits.leavesOpen ? ", leaves open" : "") << ", " << traits.workBytes << " bytes of work, "
+         << traits.resultBytes << " of result";
+}
+
+} // namespace vek
 
 namespace vek::test {
 
@@ -22,6 +34,7 @@ struct SBandImages {
     unsigned srcSamples = 1;
     unsigned dstSamples = 1;
     unsigned depth = 8;
+    bool turned = false; ///< the destination has as many columns as the source has rows
 };
 
 /// Runs a stage band by band and compares the bands with the whole frame at once. Every band has a source of just the
@@ -35,13 +48,7 @@ public:
     template <class Stage>
     ::testing::AssertionResult Run(const Stage& stage, const SFrame& frame, const SBandImages& images) {
         Prepare(frame, images);
-        std::vector<std::uint8_t> whole = Canvas(frame, images);
-        SBand<Src, Dst> band = Whole(frame, whole.data());
-        const STraits traits = stage.Traits(frame);
-        CGuardedBuffer<std::uint8_t> work(roundUp16(traits.workBytes), Flush::Right);
-        band.work = work.data();
-        stage.Rows(mKernels, frame, band);
-        return InBands(stage, traits, frame, images, whole);
+        return InBands(stage, stage.Traits(frame), frame, Whole(stage, frame, kCanvas));
     }
 
     /// The frame in its own place, and in bands of random heights into another image.
@@ -55,7 +62,7 @@ public:
         const SImage<Dst> image = {frame.width, frame.height, mSrcPitch, reinterpret_cast<Dst*>(changed.data())};
         stage.Rows(mKernels, frame, wholeFrame<Dst>(image, work.data()));
         // What lies between pixels and rows is the destination's own.
-        std::vector<std::uint8_t> whole = Canvas(frame, images);
+        std::vector<std::uint8_t> whole = Canvas(kCanvas);
         for (unsigned long y = 0; y < frame.height; ++y) {
             for (unsigned long x = 0; x < frame.width; ++x) {
                 const std::size_t pixel = x * images.dstSamples * sizeof(Dst);
@@ -63,57 +70,163 @@ public:
                             std::min(images.dstSamples, 3U) * sizeof(Dst));
             }
         }
-        return InBands(stage, traits, frame, images, whole);
+        return InBands(stage, traits, frame, whole);
+    }
+
+    /// What is measured in the whole frame, and the sum of what is measured in bands of it.
+    template <class Stage>
+    ::testing::AssertionResult RunReduction(const Stage& stage, const SFrame& frame, const SBandImages& images) {
+        Prepare(frame, images);
+        const auto* const data = reinterpret_cast<const Src*>(mSource.data());
+        const auto whole = stage.Measure(
+            mKernels, frame, SSourceBand<Src>{{frame.width, frame.height, mSrcPitch, data}, 0, frame.height});
+        decltype(stage.Measure(mKernels, frame, SSourceBand<Src>{})) sum{};
+        ForBands(stage.Traits(frame), frame.height, [&](unsigned long first, unsigned long end, SRowRange rows) {
+            CGuardedBuffer<std::uint8_t> src(SourceBytes(rows), Flush::Right);
+            CopySource(rows, src);
+            const auto* const there = reinterpret_cast<const Src*>(src.data());
+            sum.Add(
+                stage.Measure(mKernels, frame,
+                              SSourceBand<Src>{{frame.width, frame.height, mSrcPitch, there, rows.first}, first, end}));
+            return ::testing::AssertionSuccess();
+        });
+        return sum == whole ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << "seed " << mSeed;
+    }
+
+    /// What the results of the whole frame show of the traits: the reach, whether samples behind the rows count and
+    /// whether some are left open. The rest is what the stage tells.
+    template <class Stage>
+    STraits Observed(const Stage& stage, const SFrame& frame, const SBandImages& images) {
+        Prepare(frame, images);
+        mSrcPitch = mSrcRowBytes + sizeof(Src);
+        mSource.resize(mSrcPitch * frame.height);
+        fillSamples(reinterpret_cast<Src*>(mSource.data()), mSource.size() / sizeof(Src), Pattern::Random, images.depth,
+                    mRandom);
+        const std::vector<std::uint8_t> whole = Whole(stage, frame, kCanvas);
+        STraits traits = stage.Traits(frame);
+        traits.rowsAbove = 0;
+        traits.rowsBelow = 0;
+        for (unsigned long y = 0; y < frame.height; ++y) {
+            const std::vector<std::uint8_t> changed = WithInverted(stage, frame, y * mSrcPitch, mSrcRowBytes, images);
+            for (unsigned long other = 0; other < mDstHeight; ++other) {
+                const auto* const row = whole.data() + other * mDstPitch;
+                if (std::equal(row, row + mDstRowBytes, changed.data() + other * mDstPitch)) {
+                    continue;
+                }
+                traits.rowsAbove = std::max(traits.rowsAbove, static_cast<unsigned>(other > y ? other - y : 0));
+                traits.rowsBelow = std::max(traits.rowsBelow, static_cast<unsigned>(y > other ? y - other : 0));
+            }
+        }
+        traits.readsBehind = false;
+        for (unsigned long y = 0; y < frame.height; ++y) {
+            traits.readsBehind |=
+                WithInverted(stage, frame, y * mSrcPitch + mSrcRowBytes, sizeof(Src), images) != whole;
+        }
+        traits.leavesOpen = LeavesOpen(images, whole, Whole(stage, frame, static_cast<std::uint8_t>(~kCanvas)));
+        return traits;
     }
 
     CRandom& Random() { return mRandom; }
 
 private:
+    static constexpr std::uint8_t kCanvas = 0x5A;
+
     static std::size_t roundUp16(unsigned long bytes) { return (bytes + 15) / 16 * 16; }
 
     void Prepare(const SFrame& frame, const SBandImages& images) {
+        mDstWidth = images.turned ? frame.height : frame.width;
+        mDstHeight = images.turned ? frame.width : frame.height;
         mSrcRowBytes = frame.width * images.srcSamples * sizeof(Src);
-        mDstRowBytes = frame.width * images.dstSamples * sizeof(Dst);
+        mDstRowBytes = mDstWidth * images.dstSamples * sizeof(Dst);
         mSrcPitch = mSrcRowBytes + mRandom.Below(8) * sizeof(Src);
         mDstPitch = mDstRowBytes + mRandom.Below(8) * sizeof(Dst);
-        mSource.resize(mSrcPitch * frame.height);
+        // And the sample behind the last row.
+        mSource.resize(mSrcPitch * frame.height + sizeof(Src));
         fillSamples(reinterpret_cast<Src*>(mSource.data()), mSource.size() / sizeof(Src), kPatterns[mRandom.Below(4)],
                     images.depth, mRandom);
     }
     /// A destination with something in it.
-    std::vector<std::uint8_t> Canvas(const SFrame& frame, const SBandImages&) const {
-        std::vector<std::uint8_t> canvas(mDstPitch * frame.height);
+    std::vector<std::uint8_t> Canvas(std::uint8_t seed) const {
+        std::vector<std::uint8_t> canvas(mDstPitch * mDstHeight);
         for (std::size_t i = 0; i < canvas.size(); ++i) {
-            canvas[i] = static_cast<std::uint8_t>(i % 251);
+            canvas[i] = static_cast<std::uint8_t>(seed ^ i % 251);
         }
         return canvas;
     }
-    SBand<Src, Dst> Whole(const SFrame& frame, std::uint8_t* dst) const {
-        return {{frame.width, frame.height, mSrcPitch, reinterpret_cast<const Src*>(mSource.data())},
-                {frame.width, frame.height, mDstPitch, reinterpret_cast<Dst*>(dst)},
-                0,
-                frame.height,
-                nullptr};
+    /// What the frame in one band makes of a canvas.
+    template <class Stage>
+    std::vector<std::uint8_t> Whole(const Stage& stage, const SFrame& frame, std::uint8_t canvas) const {
+        std::vector<std::uint8_t> whole = Canvas(canvas);
+        CGuardedBuffer<std::uint8_t> work(roundUp16(stage.Traits(frame).workBytes), Flush::Right);
+        stage.Rows(mKernels, frame,
+                   SBand<Src, Dst>{{frame.width, frame.height, mSrcPitch, reinterpret_cast<const Src*>(mSource.data())},
+                                   {mDstWidth, mDstHeight, mDstPitch, reinterpret_cast<Dst*>(whole.data())},
+                                   0,
+                                   mDstHeight,
+                                   work.data()});
+        return whole;
+    }
+    /// The same with other low bits in some bytes of the source, within its depth.
+    template <class Stage>
+    std::vector<std::uint8_t> WithInverted(const Stage& stage, const SFrame& frame, std::size_t first,
+                                           std::size_t count, const SBandImages& images) {
+        const std::vector<std::uint8_t> before = mSource;
+        for (std::size_t i = first; i < first + count; ++i) {
+            const bool high = sizeof(Src) == 2 && i % 2 != 0;
+            mSource[i] ^= static_cast<std::uint8_t>(high ? (1U << (images.depth - 8)) - 1 : 0xFF);
+        }
+        std::vector<std::uint8_t> changed = Whole(stage, frame, kCanvas);
+        mSource = before;
+        return changed;
+    }
+    /// Whether two canvases show through, but for fourth samples.
+    bool LeavesOpen(const SBandImages& images, const std::vector<std::uint8_t>& one,
+                    const std::vector<std::uint8_t>& other) const {
+        const std::size_t pixel = images.dstSamples * sizeof(Dst);
+        const std::size_t used = images.dstSamples == 4 ? 3 * sizeof(Dst) : pixel;
+        for (unsigned long y = 0; y < mDstHeight; ++y) {
+            for (unsigned long x = 0; x < mDstWidth; ++x) {
+                const std::size_t at = y * mDstPitch + x * pixel;
+                if (std::memcmp(one.data() + at, other.data() + at, used) != 0) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
+
+    /// Calls body(first, end, rows of the source) for bands of random heights, until one fails.
+    template <class Body>
+    ::testing::AssertionResult ForBands(const STraits& traits, unsigned long srcHeight, Body body) {
+        unsigned long end = 0;
+        for (unsigned long first = 0; first < mDstHeight; first = end) {
+            end = std::min(mDstHeight, first + 1 + mRandom.Below(5));
+            const ::testing::AssertionResult result = body(first, end, sourceRows(traits, srcHeight, first, end));
+            if (!result) {
+                return result;
+            }
+        }
+        return ::testing::AssertionSuccess();
+    }
+    std::size_t SourceBytes(SRowRange rows) const { return (rows.end - rows.first - 1) * mSrcPitch + mSrcRowBytes; }
+    void CopySource(SRowRange rows, CGuardedBuffer<std::uint8_t>& to) const {
+        std::memcpy(to.data(), mSource.data() + rows.first * mSrcPitch, to.size());
     }
 
     template <class Stage>
     ::testing::AssertionResult InBands(const Stage& stage, const STraits& traits, const SFrame& frame,
-                                       const SBandImages& images, const std::vector<std::uint8_t>& whole) {
-        const std::vector<std::uint8_t> canvas = Canvas(frame, images);
-        unsigned long end = 0;
-        for (unsigned long first = 0; first < frame.height; first = end) {
-            end = std::min(frame.height, first + 1 + mRandom.Below(5));
-            const unsigned long srcFirst = first - std::min<unsigned long>(first, traits.rowsAbove);
-            const unsigned long srcEnd = std::min(frame.height, end + traits.rowsBelow);
-            CGuardedBuffer<std::uint8_t> src((srcEnd - srcFirst - 1) * mSrcPitch + mSrcRowBytes, Flush::Right);
-            std::memcpy(src.data(), mSource.data() + srcFirst * mSrcPitch, src.size());
+                                       const std::vector<std::uint8_t>& whole) {
+        const std::vector<std::uint8_t> canvas = Canvas(kCanvas);
+        return ForBands(traits, frame.height, [&](unsigned long first, unsigned long end, SRowRange rows) {
+            CGuardedBuffer<std::uint8_t> src(SourceBytes(rows) + (traits.readsBehind ? sizeof(Src) : 0), Flush::Right);
+            CopySource(rows, src);
             CGuardedBuffer<std::uint8_t> dst((end - first - 1) * mDstPitch + mDstRowBytes, Flush::Right);
             std::memcpy(dst.data(), canvas.data() + first * mDstPitch, dst.size());
             CGuardedBuffer<std::uint8_t> work(roundUp16(traits.workBytes), Flush::Right);
             stage.Rows(mKernels, frame,
                        SBand<Src, Dst>{
-                           {frame.width, frame.height, mSrcPitch, reinterpret_cast<const Src*>(src.data()), srcFirst},
-                           {frame.width, frame.height, mDstPitch, reinterpret_cast<Dst*>(dst.data()), first},
+                           {frame.width, frame.height, mSrcPitch, reinterpret_cast<const Src*>(src.data()), rows.first},
+                           {mDstWidth, mDstHeight, mDstPitch, reinterpret_cast<Dst*>(dst.data()), first},
                            first,
                            end,
                            work.data()});
@@ -127,16 +240,18 @@ private:
                        << " is " << int{*differ.first} << ", not " << int{*differ.second};
             }
             if (!src.CanaryIntact() || !dst.CanaryIntact() ||
-                std::memcmp(src.data(), mSource.data() + srcFirst * mSrcPitch, src.size()) != 0) {
+                std::memcmp(src.data(), mSource.data() + rows.first * mSrcPitch, src.size()) != 0) {
                 return ::testing::AssertionFailure() << "seed " << mSeed << ": wrote outside of the band";
             }
-        }
-        return ::testing::AssertionSuccess();
+            return ::testing::AssertionSuccess();
+        });
     }
 
     const rows::SRowTable& mKernels;
     std::uint64_t mSeed;
     CRandom mRandom;
+    unsigned long mDstWidth = 0;
+    unsigned long mDstHeight = 0;
     std::size_t mSrcRowBytes = 0;
     std::size_t mDstRowBytes = 0;
     std::size_t mSrcPitch = 0;

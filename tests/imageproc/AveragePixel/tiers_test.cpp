@@ -18,16 +18,8 @@ namespace {
 
 SCellSums sums(const rows::SRowTable& table, const SAverageCall& call, const std::uint8_t* src) {
     const SRegion region = SRegion::Cut(call.x, call.y, call.w, call.h, call.width, call.height);
-    switch (call.transferFormat) {
-    case 0:
-        return mvAveragePixel(table, region, call.pitch, src);
-    case 2:
-        return mvAveragePackedPixel(table, region, call.pitch, 10, src);
-    case 4:
-        return mvAveragePackedPixel(table, region, call.pitch, 12, src);
-    default:
-        return mvAveragePixel(table, region, call.pitch, reinterpret_cast<const std::uint16_t*>(src));
-    }
+    const STransferFormat& format = kTransferFormats[call.transferFormat];
+    return sumRegion(table, {format.layout, format.depth, region}, call.width, call.pitch, src);
 }
 
 } // namespace

@@ -20,7 +20,7 @@ Bytes convert(unsigned long width, unsigned long height, unsigned long transferF
               unsigned long outFormat, std::size_t size, unsigned long* pitch = nullptr) {
     Bytes dst(size, kKept);
     EXPECT_TRUE(
-        ConvGrayToBGRImage(rows::bestTable(), width, height, 0, transferFormat, src, pitch, outFormat, dst.data()));
+        convGrayToBGRImage(rows::bestTable(), width, height, 0, transferFormat, src, pitch, outFormat, dst.data()));
     return dst;
 }
 
@@ -79,7 +79,7 @@ TEST(GoldenConversion, GivenPitchIsUsed) {
 TEST(GoldenConversion, SourcePitchCountsSamples) {
     const std::uint16_t src[5] = {0x100, 0x200, 0xFFFF, 0x300, 0x400};
     Bytes dst(8, kKept);
-    EXPECT_TRUE(ConvGrayToBGRImage(rows::bestTable(), 2, 2, 3, 3, src, nullptr, 1, dst.data()));
+    EXPECT_TRUE(convGrayToBGRImage(rows::bestTable(), 2, 2, 3, 3, src, nullptr, 1, dst.data()));
     EXPECT_EQ(dst, (Bytes{0x10, 0x20, kKept, kKept, 0x30, 0x40, kKept, kKept}));
 }
 
@@ -121,7 +121,7 @@ TEST(GoldenConversion, ShiftToTheLeft) {
     const Bytes src{0x55, 0xFF};
     for (const long shift : {-2L, -34L}) {
         Bytes dst(4, kKept);
-        ImageBitShift(rows::bestTable(), 2, 1, 0, src.data(), nullptr, 1, dst.data(), shift);
+        imageBitShift(rows::bestTable(), 2, 1, 0, src.data(), nullptr, 1, dst.data(), shift);
         EXPECT_EQ(dst, (Bytes{0x54, 0xFC, kKept, kKept})) << shift;
     }
 }
@@ -132,23 +132,23 @@ TEST(GoldenConversion, WordsWithoutAShift) {
     const std::uint16_t src[] = {0x0201, 0x0403, 0x0605, 0x0807};
     Bytes grey(9, kKept);
     unsigned long pitch = 5;
-    ImageBitShift(rows::bestTable(), 2, 2, 0, src, &pitch, 1, grey.data(), 0);
+    imageBitShift(rows::bestTable(), 2, 2, 0, src, &pitch, 1, grey.data(), 0);
     EXPECT_EQ(grey, (Bytes{1, 2, kKept, kKept, kKept, 5, 6, kKept, kKept}));
     Bytes three(7, kKept);
-    ImageBitShift(rows::bestTable(), 2, 1, 0, src, nullptr, 4, three.data(), 0);
+    imageBitShift(rows::bestTable(), 2, 1, 0, src, nullptr, 4, three.data(), 0);
     EXPECT_EQ(three, (Bytes{1, 1, 1, 3, 3, 3, kKept}));
 }
 
 TEST(GoldenConversion, BlueGreenRedBytes) {
     const Bytes src{1, 2, 3, 4, 5, 6};
     Bytes grey(3, kKept);
-    ConvBGRToBGR(2, 1, 10, src.data(), 1, grey.data());
+    convBGRToBGR(rows::bestTable(), 2, 1, 10, src.data(), 1, grey.data());
     EXPECT_EQ(grey, (Bytes{2, 5, kKept})); // green
     Bytes three(7, kKept);
-    ConvBGRToBGR(1, 2, 10, src.data(), 4, three.data());
+    convBGRToBGR(rows::bestTable(), 1, 2, 10, src.data(), 4, three.data());
     EXPECT_EQ(three, (Bytes{1, 2, 3, 4, 5, 6, kKept}));
     Bytes four(8, kKept);
-    ConvBGRToBGR(2, 1, 10, src.data(), 8, four.data());
+    convBGRToBGR(rows::bestTable(), 2, 1, 10, src.data(), 8, four.data());
     EXPECT_EQ(four, (Bytes{1, 2, 3, kKept, 4, 5, 6, kKept}));
 }
 
@@ -157,13 +157,13 @@ TEST(GoldenConversion, BlueGreenRedOfTenBitsStepsEightBytes) {
     const std::uint32_t pixel = 0x3FC | 0x004U << 10 | 0x2A8U << 20;
     const std::uint32_t src[4] = {pixel | 0xC0000000U, 0xFFFFFFFF, 0x3FFU << 10, 0xFFFFFFFF};
     Bytes grey(3, kKept);
-    ConvBGRToBGR(2, 1, 11, src, 1, grey.data());
+    convBGRToBGR(rows::bestTable(), 2, 1, 11, src, 1, grey.data());
     EXPECT_EQ(grey, (Bytes{0x01, 0xFF, kKept}));
     Bytes three(7, kKept);
-    ConvBGRToBGR(2, 1, 11, src, 4, three.data());
+    convBGRToBGR(rows::bestTable(), 2, 1, 11, src, 4, three.data());
     EXPECT_EQ(three, (Bytes{0xFF, 0x01, 0xAA, 0x00, 0xFF, 0x00, kKept}));
     Bytes four(8, kKept);
-    ConvBGRToBGR(2, 1, 11, src, 8, four.data());
+    convBGRToBGR(rows::bestTable(), 2, 1, 11, src, 8, four.data());
     EXPECT_EQ(four, (Bytes{0xFF, 0x01, 0xAA, kKept, 0x00, 0xFF, 0x00, kKept}));
 }
 

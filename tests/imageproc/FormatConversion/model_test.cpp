@@ -28,7 +28,7 @@ protected:
         // Both return the pitch that the variable holds afterwards, all ones for none.
         const auto run = [&](const std::uint8_t* src, std::uint8_t* dst) {
             unsigned long variable = pitch.value_or(~0UL);
-            ImageBitShift(table, call.width, call.height, call.srcPitch, reinterpret_cast<const Src*>(src),
+            imageBitShift(table, call.width, call.height, call.srcPitch, reinterpret_cast<const Src*>(src),
                           pitch ? &variable : nullptr, call.outFormat, dst, shift);
             return variable;
         };
@@ -48,8 +48,8 @@ protected:
         const Element element = srcBits == 10 ? Element::Packed10 : Element::Packed12;
         const auto run = [&](const std::uint8_t* src, std::uint8_t* dst) {
             unsigned long variable = pitch.value_or(~0UL);
-            ImageUnpackAndBitShift(table, call.width, call.height, call.srcPitch, src, pitch ? &variable : nullptr,
-                                   call.outFormat, dst, srcBits, dstBits);
+            imageUnpackAndBitShift(table, call.width, call.height, call.srcPitch, src, pitch ? &variable : nullptr, dst,
+                                   srcBits, dstBits);
             return variable;
         };
         const auto model = [&](const std::uint8_t* src, std::uint8_t* dst) {
@@ -74,7 +74,7 @@ protected:
         // The result and the pitch variable in one number.
         const auto run = [&](const std::uint8_t* src, std::uint8_t* dst) {
             unsigned long variable = pitch.value_or(99);
-            const bool done = ConvGrayToBGRImage(table, call.width, call.height, call.srcPitch, transferFormat, src,
+            const bool done = convGrayToBGRImage(table, call.width, call.height, call.srcPitch, transferFormat, src,
                                                  pitch ? &variable : nullptr, call.outFormat, dst);
             return 2 * variable + (done ? 1 : 0);
         };
@@ -90,7 +90,7 @@ protected:
 
     ::testing::AssertionResult Bgr(const SConversion& call, unsigned long transferFormat) {
         const auto run = [&](const std::uint8_t* src, std::uint8_t* dst) {
-            ConvBGRToBGR(call.width, call.height, transferFormat, src, call.outFormat, dst);
+            convBGRToBGR(rows::bestTable(), call.width, call.height, transferFormat, src, call.outFormat, dst);
             return 0;
         };
         const auto model = [&](const std::uint8_t* src, std::uint8_t* dst) {
@@ -163,7 +163,7 @@ TEST_F(CFormatConversion, ShiftsBeyondTheSampleAreSafe) {
         for (const long shift : {32L, 33L, 63L, 64L, 65L, 1L << 40, ~smallest, smallest}) {
             const std::uint16_t src[3] = {0xFFFF, 0x8001, 0x1234};
             std::uint8_t dst[4] = {1, 2, 3, 4};
-            ImageBitShift(*table, 3, 1, 0, src, nullptr, 1, dst, shift);
+            imageBitShift(*table, 3, 1, 0, src, nullptr, 1, dst, shift);
             EXPECT_EQ(dst[3], 4) << table->name << " " << shift;
         }
     }
@@ -174,7 +174,7 @@ TEST_F(CFormatConversion, WordsWithoutAShift) {
     const std::uint16_t src[4] = {0x1122, 0x3344, 0x5566, 0x7788};
     for (const rows::SRowTable* const table : mTables) {
         std::uint8_t dst[5] = {9, 9, 9, 9, 9};
-        ImageBitShift(*table, 4, 1, 0, src, nullptr, 1, dst, 0);
+        imageBitShift(*table, 4, 1, 0, src, nullptr, 1, dst, 0);
         EXPECT_EQ(std::memcmp(dst, src, 4), 0) << table->name;
         EXPECT_EQ(dst[4], 9);
     }
@@ -238,14 +238,14 @@ TEST_F(CFormatConversion, ImagesOfNoPixelsTouchNothing) {
         for (const unsigned long outFormat : kOutFormats) {
             for (const unsigned long other : {0UL, 1UL, 7UL}) {
                 const bool taken = modelElement(transferFormat) != Element::None;
-                EXPECT_EQ(ConvGrayToBGRImage(*mTables.back(), 0, other, 0, transferFormat, nullptr, nullptr, outFormat,
+                EXPECT_EQ(convGrayToBGRImage(*mTables.back(), 0, other, 0, transferFormat, nullptr, nullptr, outFormat,
                                              nullptr),
                           taken);
-                EXPECT_EQ(ConvGrayToBGRImage(*mTables.back(), other, 0, 0, transferFormat, nullptr, nullptr, outFormat,
+                EXPECT_EQ(convGrayToBGRImage(*mTables.back(), other, 0, 0, transferFormat, nullptr, nullptr, outFormat,
                                              nullptr),
                           taken);
-                ConvBGRToBGR(0, other, transferFormat, nullptr, outFormat, nullptr);
-                ConvBGRToBGR(other, 0, transferFormat, nullptr, outFormat, nullptr);
+                convBGRToBGR(rows::bestTable(), 0, other, transferFormat, nullptr, outFormat, nullptr);
+                convBGRToBGR(rows::bestTable(), other, 0, transferFormat, nullptr, outFormat, nullptr);
             }
         }
     }

@@ -37,6 +37,16 @@ TEST(SharpnessBands, OfWordsAreTheFrame) {
     tryRandomBands<std::uint16_t>(VEK_DESTINATION_MONO12, VEK_DESTINATION_BGR48, VEK_DESTINATION_BGRX64, 12);
 }
 
+TEST(SharpnessBands, TraitsAreThoseOfTheResults) {
+    for (const std::uint64_t seed : {1, 2, 3}) {
+        CBandCheck<std::uint8_t> check(rows::bestTable(), seed);
+        CSharpness module(rows::bestTable());
+        module.SetMode(1, 100, 0);
+        const SFrame frame = {20, 8, VEK_DESTINATION_BGRX32, 0, 8};
+        EXPECT_EQ(check.Observed(module.Stage(), frame, {4, 4, 8}), module.Stage().Traits(frame));
+    }
+}
+
 TEST(SharpnessBands, TraitsFollowModeAndFrame) {
     CSharpness module(rows::bestTable());
     const SFrame frame = {100, 50, VEK_DESTINATION_MONO8, 0, 8};
