@@ -202,7 +202,7 @@ enum VekNoiseReductionMode {
     VEK_NOISE_EASY = 1,   /**< pixels brighter than their neighbourhood come down to its median */
     VEK_NOISE_COMPLEX = 2 /**< subtracts the stored dark frame, then repairs pixels that were saturated */
 };
-/** The third mode of VekCam_NoiseReduction: keeps the image as the dark frame. */
+/** One more mode of VekCam_NoiseReduction: keeps the image as the dark frame. */
 #define VEK_NOISE_STORE_DARK 0x80000000UL
 
 /** What VekCam_ShadingCorrection does with a frame; every other value nothing. */
@@ -449,8 +449,8 @@ VEK_API int VekCam_GetDigitalGainTimesFromSettingValue(VekCam_Handle handle, uns
 /**
  * Digital gain setting value for a factor, the nearest within the camera's range for factors of 0 to 1023.
  *  value: receives 0 .. the camera's maximum; 0 without a digital gain. 64 x times, rounded, counts modulo 65536: most
- *      factors below 0 give the maximum, those of 1024 and more anything. On cameras that count from a factor of 1,
- *      whatever comes to less than 65/64 gives 0. Not a number gives 0.
+ *      factors below 0 give the maximum, those of 1024 and more anything. On cameras that count from a factor of 1, a
+ *      rounded number of 64 and less gives 0. Not a number gives 0.
  * Returns 1; VEK_EINVAL for a null handle.
  */
 VEK_API int VekCam_GetDigitalGainSettingValueFromGainTimes(VekCam_Handle handle, float times, unsigned short *value);
@@ -518,16 +518,18 @@ VEK_API int VekCam_GetAEMinExposureClock(VekCam_Handle handle, unsigned long *cl
 
 /**
  * One step of automatic luminance control. At rest it acts on levels more than 10 off the target, and then until the
- * level is within 5. A step at most doubles exposure, and gain as nearly as the camera's curve lets it be set; towards
- * darker it is not limited. It writes both to the camera, the gain first, and the exposure if the camera took the gain:
- * an exposure of 0, as above, where it comes to the longest that keeps the frame rate. What the mode moves and is
- * outside its limits is first brought back, at once, to the limit as it was set; such a step does nothing else. Where
- * both are moved, a gain above its minimum counts as outside while the exposure is not at its maximum, whatever the
- * level is. Exposure and gain are read from the camera when the handle is opened; from then on the control goes by what
- * it wrote itself, and what the application sets in between is overwritten.
+ * level is within 5. Towards brighter a step at most doubles the exposure; gain rises by at least one setting value and
+ * is meant to double at most, of which the camera's curve makes anything from that one value to a factor of 2.4.
+ * Towards darker it is not limited. It writes both to the camera, the gain first, and the exposure if the camera took
+ * the gain: an exposure of 0, as above, where it comes to the longest that keeps the frame rate. What the mode moves
+ * and is outside its limits is first brought back, at once, to the limit as it was set; such a step does nothing else.
+ * Where both are moved, a gain above its minimum counts as outside while the exposure is not at its maximum, whatever
+ * the level is. Exposure and gain are read from the camera when the handle is opened; from then on the control goes by
+ * what it wrote itself, and what the application sets in between is overwritten.
  *  average: level of the last frame.
- *  flags: receives bits of enum VekALCChange; 0 when nothing changed, because the level is reached or the limits are. A
- *      one-shot mode then ends.
+ *  flags: receives bits of enum VekALCChange; 0 when nothing changed: the level is reached, or the limits are, or the
+ *      exposure is to become longer but has fewer clocks than average / (target - average), a step of less than one
+ *      clock (the gain is not raised instead). A one-shot mode then ends.
  * Returns 1; 0 when the camera did not take the new values (flags tell of them all the same, and the next step goes on
  * from them); VEK_EINVAL for a null handle or null flags.
  */
@@ -558,8 +560,8 @@ VEK_API int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long widt
 
 /**
  * Finds the brightest pixels of a dark frame and programs the camera's defect correction with them, one slot each in
- * the order in which they were found; the remaining slots are marked unused. Once there is one for each slot, a
- * brighter pixel takes the place of the first of the darkest, and one as bright as the darkest is not taken.
+ * the order in which they were found; the remaining slots are marked unused. Once there is one for each slot, the
+ * first of the darkest drops out for a brighter pixel, and one as bright as the darkest is not taken.
  * Coordinates count modulo 65536, slots modulo 256.
  *  width, height: pixels; image: bytes, rows without padding, not read when the camera has no slots.
  *  threshold: pixels of this value and above are candidates.
@@ -630,11 +632,11 @@ VEK_API int VekCam_WhiteBalance(VekCam_Handle handle, unsigned long width, unsig
  *  channel: enum VekGammaChannel; mode: enum VekGammaMode.
  *  gamma: hundredths, 1 and more; the curve's exponent is 100 / gamma.
  *  brightness: levels added to the input.
- *  contrast: input levels, besides the darkest and the brightest one, that become black at the dark end and white at
- *      the bright end, 2^(bits - 1) - 1 at most; the steepness between them follows 255 / (255 - 2 x contrast) at every
- *      depth: at more than 8 bits it is negative from 128 on, and levels between the ends then become anything up to
- *      65535. Inputs that brightness lifts above the largest level become 255 at every depth. Modes VEK_GAMMA_OFF and
- *      VEK_GAMMA_TABLE keep 100, 0 and 0 instead of the three.
+ *  contrast: how many levels, brightness added, become black besides the darkest, and white besides the brightest one,
+ *      2^(bits - 1) - 1 at most; the steepness between them follows 255 / (255 - 2 x contrast) at every depth: at more
+ *      than 8 bits it is negative from 128 on, and levels between the ends then become anything up to 65535. Inputs
+ *      that brightness lifts above the largest level become 255 at every depth, those that it takes below 0 black.
+ *      Modes VEK_GAMMA_OFF and VEK_GAMMA_TABLE keep 100, 0 and 0 instead of the three.
  *  table: 2^bits entries, bytes at 8 bits and less, else words. Read in VEK_GAMMA_TABLE alone.
  *  bits: depth of the curve, 12 at most. Input levels above the depth: mode VEK_GAMMA_OFF gives the largest level, the
  *      other modes leave what an earlier curve gave.
