@@ -85,10 +85,8 @@ void grey(const T* src, T* dst, std::size_t width) {
 #if VEK_VECTOR_BYTES != 0
     using A = RowV<T>;
     if (const std::size_t columns = blockColumns<A>(0, 0, width); columns != 0) {
-        storeBlocks<A, Channels>(dst, 0, columns, [=](std::size_t x) {
-            const A own = load<A>(src + x);
-            return SColours<A>{own, own, own};
-        });
+        forBlocks<A, Channels>(dst, 0, columns,
+                               [=](std::size_t x) { storeGrey<Channels>(dst + x * Channels, load<A>(src + x)); });
         done = columns;
     }
 #endif

@@ -303,6 +303,18 @@ VEK_INLINE A repeatLanes(A v) {
 
 #endif // x86-64
 
+/// Pixels whose three samples are alike.
+template <unsigned Channels, class A>
+VEK_INLINE void storeGrey(Lane<A>* dst, A v) {
+    if constexpr (Channels == 3) {
+        store(dst, repeatLanes<0>(v));
+        store(dst + kLanes<A>, repeatLanes<1>(v));
+        store(dst + 2 * kLanes<A>, repeatLanes<2>(v));
+    } else {
+        storePixels<Channels>(dst, SColours<A>{v, v, v});
+    }
+}
+
 } // namespace
 } // namespace vek::rows::VEK_ISA
 
