@@ -54,27 +54,29 @@ SCellSums SAveragePixelStage::Measure(const rows::SRowTable& kernels, const SFra
     }
     const unsigned long width = region.xEnd - region.x;
     const unsigned long columns[2] = {(width + 1) / 2, width / 2};
-    const auto sumPacked = depth == 10 ? kernels.sums.packed10 : kernels.sums.packed12;
-    for (unsigned long y = std::max(rows.first, region.y); y < std::min(rows.end, region.yEnd); ++y) {
-        const unsigned char* const row = rows.src.row(y);
-        // Of even and of odd distance from the region's left edge.
-        std::uint64_t sums[2] = {};
-        switch (layout) {
-        case ELayout::Packed:
-            sumPacked(row, width, sums);
-            break;
-        case ELayout::Words:
+    // sumRow adds the samples of even and of odd distance from the region's left edge to two sums.
+    const auto sumRows = [&](auto sumRow) {
+        const unsigned long end = std::min(rows.end, region.yEnd);
+        for (unsigned long y = std::max(rows.first, region.y); y < end; ++y) {
+            std::uint64_t sums[2] = {};
+            sumRow(rows.src.row(y), sums);
+            for (unsigned i = 0; i < 2; ++i) {
+                const std::size_t place = 2 * (y % 2) + (region.x + i) % 2;
+                cell.sum[place] += sums[i];
+                cell.count[place] += columns[i];
+            }
+        }
+    };
+    if (layout == ELayout::Packed) {
+        const auto sumPacked = depth == 10 ? kernels.sums.packed10 : kernels.sums.packed12;
+        sumRows([&](const unsigned char* row, std::uint64_t* sums) { sumPacked(row, width, sums); });
+    } else if (layout == ELayout::Words) {
+        sumRows([&](const unsigned char* row, std::uint64_t* sums) {
             kernels.sums.samples16(reinterpret_cast<const std::uint16_t*>(row) + region.x, width, sums);
-            break;
-        default:
-            kernels.sums.samples8(row + region.x, width, sums);
-            break;
-        }
-        for (unsigned i = 0; i < 2; ++i) {
-            const std::size_t place = 2 * (y % 2) + (region.x + i) % 2;
-            cell.sum[place] += sums[i];
-            cell.count[place] += columns[i];
-        }
+        });
+    } else {
+        sumRows(
+            [&](const unsigned char* row, std::uint64_t* sums) { kernels.sums.samples8(row + region.x, width, sums); });
     }
     return cell;
 }

@@ -46,12 +46,14 @@ unsigned short transformedColorArray(unsigned char transform, unsigned short col
 using Band = SBand<unsigned char>;
 
 void mirrorH(const rows::SFlipRows& kernels, std::size_t size, const Band& band) {
-    for (unsigned long y = band.first; y < band.end; ++y) {
-        if (band.inPlace()) {
-            kernels.reverseInPlace[size](band.dst.row(y), band.src.width);
-        } else {
+    if (!band.inPlace()) {
+        for (unsigned long y = band.first; y < band.end; ++y) {
             kernels.reverse[size](band.src.row(y), band.dst.row(y), band.src.width);
         }
+        return;
+    }
+    for (unsigned long y = 0; y < band.src.height; ++y) {
+        kernels.reverseInPlace[size](band.dst.row(y), band.src.width);
     }
 }
 

@@ -29,7 +29,7 @@ void bgr8Row(const unsigned char* src, unsigned char* dst, unsigned long width, 
         if (pixelBytes == 1) {
             dst[x] = src[3 * x + 1];
         } else {
-            std::copy(src + 3 * x, src + 3 * x + 3, dst + pixelBytes * x);
+            std::copy_n(src + 3 * x, 3, dst + 4 * x);
         }
     }
 }
