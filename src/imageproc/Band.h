@@ -7,6 +7,10 @@
 
 namespace vek {
 
+namespace rows {
+struct SRowTable;
+}
+
 // A module of images is its settings, its checks, and a stage: a record of what the settings come to, which is copied
 // by value, with two const functions. Traits(frame) tells how the stage makes rows of such a frame, and Rows(kernels,
 // frame, band) makes a band of them. Any number of threads may run bands at once, each with a work area of its own. A
@@ -35,8 +39,9 @@ enum class EStage : unsigned char {
 
 struct STraits {
     EStage kind = EStage::None;
-    unsigned rowsAbove = 0;        ///< of the source, that a row is made from; fewer where the frame ends
-    unsigned rowsBelow = 0;        ///< the same
+    unsigned rowsAbove = 0;        ///< of the source, that a row is made from; fewer where the frame ends. Serial: of
+                                   ///< the destination
+    unsigned rowsBelow = 0;        ///< of the source
     bool readsBehind = false;      ///< reads a sample behind a row, or a row behind the frame
     bool leavesOpen = false;       ///< leaves some samples of some pixels as the destination has them
     unsigned long workBytes = 0;   ///< of the work area, for a band of any height; its alignment is malloc's
@@ -48,7 +53,7 @@ struct STraits {
 template <class Src, class Dst = Src>
 struct SBand {
     SImage<const Src> src; ///< has the band's rows and those around it that the traits tell
-    SImage<Dst> dst;       ///< has the band's rows
+    SImage<Dst> dst;       ///< has the band's rows; Serial: and those above it that the traits tell
     unsigned long first;
     unsigned long end;
     void* work;
@@ -60,6 +65,21 @@ struct SBand {
 template <class T>
 SBand<T> wholeFrame(const SImage<T>& image, void* work) {
     return {{image.width, image.height, image.pitch, image.data}, image, 0, image.height, work};
+}
+
+/// A stage without a work area on an image in its own place. kInvalid, and nothing else, for a null image of some
+/// pixels.
+template <class Stage, class T>
+unsigned long runInPlace(const Stage& stage, const rows::SRowTable& kernels, const SFrame& frame,
+                         const SImage<T>& image) {
+    if (!image.hasPixels()) {
+        return kOk;
+    }
+    if (image.data == nullptr) {
+        return kInvalid;
+    }
+    stage.Rows(kernels, frame, wholeFrame(image, nullptr));
+    return kOk;
 }
 
 /// Row y of the destination with what the source has there, for kernels that work in place. A fourth sample of a pixel
