@@ -30,7 +30,7 @@ enum class EStage : unsigned char {
     None,        ///< the stage changes nothing
     Pointwise,   ///< the same row
     Window,      ///< rows around it, as they came
-    Serial,      ///< all rows above it, as they have become
+    Serial,      ///< all rows above it, as they have become; StartsAt tells where a band can do without them
     Permutation, ///< one other row
     FrameFirst,  ///< something that is measured in the whole frame before its first row
     WholeFrame,  ///< any row

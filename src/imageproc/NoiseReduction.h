@@ -52,10 +52,10 @@ struct SNoiseStage {
 
     /// None for what the module refuses.
     STraits Traits(const SFrame& frame) const;
-    /// Whether a band of a Serial stage may start at row first from the rows above it as they came, so that nobody has
-    /// to wait for those: a destination that starts with the band's first row asks for it, and source then has the rows
-    /// that the traits tell above it as below. True for the complex filter where none of those rows holds a clipped
-    /// sample, since they do not get repaired then; there is no such row of the easy one but the first.
+    /// Whether a band of a Serial stage may start at row first with the rows above it as they came, without waiting for
+    /// what they become. Such a band has them in its source, as many as the traits tell, and a destination that begins
+    /// with its own first row. The complex filter allows it where none of them holds a clipped sample, as no sample of
+    /// theirs is repaired then; the easy one at row 0 alone.
     template <class T>
     bool StartsAt(const SFrame& frame, const SImage<const T>& source, unsigned long first) const;
     /// frame: raw or mono. A frame of no known colour array is only subtracted from.
