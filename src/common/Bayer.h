@@ -8,6 +8,14 @@
 
 namespace vek {
 
+constexpr bool isBayer(unsigned short colorArray) {
+    return colorArray >= VEK_COLOR_ARRAY_RGGB && colorArray <= VEK_COLOR_ARRAY_BGGR;
+}
+/// Bayer or mono: a sample for each pixel.
+constexpr bool isRaw(unsigned short colorArray) {
+    return colorArray == VEK_COLOR_ARRAY_MONO || isBayer(colorArray);
+}
+
 /// Order in which settings, tables and statistics are kept by colour. Gr is the green on a red row.
 enum EColourSlot : unsigned char { kSlotR, kSlotGr, kSlotGb, kSlotB };
 constexpr std::size_t kColourSlots = 4;

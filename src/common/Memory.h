@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <new>
 
 namespace vek {
 
@@ -20,6 +21,32 @@ inline void* allocateRows(unsigned long rows, unsigned long rowBytes) {
     unsigned long size = 0;
     const bool tooLarge = __builtin_mul_overflow(rows, rowBytes, &size) || size > PTRDIFF_MAX;
     return tooLarge ? nullptr : std::malloc(std::max(size, 1UL));
+}
+
+/// Whether owner's object has no other owner. What former ones did with it has happened then.
+template <class T>
+bool isOwnedAlone(const std::shared_ptr<T>& owner) {
+    if (owner.use_count() != 1) {
+        return false;
+    }
+    // The count alone orders nothing; taking a share and dropping it follows every drop in other threads.
+    const std::shared_ptr<T> share = owner; // NOLINT(performance-unnecessary-copy-initialization)
+    return true;
+}
+
+/// owner's object where it has no other owner, else a new one, which becomes owner's. Null, and no object, when memory
+/// runs out.
+template <class T>
+T* ownAlone(std::shared_ptr<T>& owner) {
+    if (!isOwnedAlone(owner)) {
+        owner.reset();
+        try {
+            owner = std::make_shared<T>();
+        } catch (const std::bad_alloc&) {
+            return nullptr;
+        }
+    }
+    return owner.get();
 }
 
 } // namespace vek

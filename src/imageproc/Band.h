@@ -8,6 +8,10 @@
 
 namespace vek {
 
+namespace rows {
+struct SRowTable;
+}
+
 // A module of images is its settings, its checks, and a stage: a record of what the settings come to, which is copied
 // by value, with two const functions. Traits(frame) tells how the stage makes rows of such a frame, and Rows(kernels,
 // frame, band) makes a band of them. Any number of threads may run bands at once, each with a work area of its own. A
@@ -28,7 +32,7 @@ enum class EStage : unsigned char {
     None,        ///< the stage changes nothing
     Pointwise,   ///< the same row
     Window,      ///< rows around it, as they came
-    Serial,      ///< all rows above it, as they have become
+    Serial,      ///< all rows above it, as they have become; StartsAt tells where a band can do without them
     Permutation, ///< the row as far from the frame's other end
     FrameFirst,  ///< something that is measured in the whole frame before its first row
     WholeFrame,  ///< any row
@@ -37,8 +41,9 @@ enum class EStage : unsigned char {
 
 struct STraits {
     EStage kind = EStage::None;
-    unsigned rowsAbove = 0;        ///< of the source, that a row is made from; fewer where the frame ends
-    unsigned rowsBelow = 0;        ///< the same
+    unsigned rowsAbove = 0;        ///< of the source, that a row is made from; fewer where the frame ends. Serial: of
+                                   ///< the destination
+    unsigned rowsBelow = 0;        ///< of the source
     bool readsBehind = false;      ///< reads a sample behind a row, or a row behind the frame
     bool leavesOpen = false;       ///< leaves some blue, green, red or grey as the destination has it
     unsigned long workBytes = 0;   ///< of the work area, for a band of any height; its alignment is malloc's
@@ -52,7 +57,8 @@ struct SRowRange {
     unsigned long end; ///< first row behind the range
 };
 
-/// What a band of rows first .. end-1 needs of a source of so many rows; of a stage that has bands.
+/// What a band of rows first .. end-1 needs of a source of so many rows; of a stage that has bands, and of a serial one
+/// that starts at row first.
 constexpr SRowRange sourceRows(const STraits& traits, unsigned long height, unsigned long first, unsigned long end) {
     switch (traits.kind) {
     case EStage::Permutation:
@@ -77,7 +83,7 @@ struct SSourceBand {
 template <class Src, class Dst = Src>
 struct SBand {
     SImage<const Src> src; ///< has the band's rows and those around it that the traits tell
-    SImage<Dst> dst;       ///< has the band's rows
+    SImage<Dst> dst;       ///< has the band's rows; Serial: and those above it that the traits tell
     unsigned long first;
     unsigned long end;
     void* work;
@@ -89,6 +95,21 @@ struct SBand {
 template <class T>
 SBand<T> wholeFrame(const SImage<T>& image, void* work) {
     return {{image.width, image.height, image.pitch, image.data}, image, 0, image.height, work};
+}
+
+/// A stage without a work area on an image in its own place. kInvalid, and nothing else, for a null image of some
+/// pixels.
+template <class Stage, class T>
+unsigned long runInPlace(const Stage& stage, const rows::SRowTable& kernels, const SFrame& frame,
+                         const SImage<T>& image) {
+    if (!image.hasPixels()) {
+        return kOk;
+    }
+    if (image.data == nullptr) {
+        return kInvalid;
+    }
+    stage.Rows(kernels, frame, wholeFrame(image, nullptr));
+    return kOk;
 }
 
 /// Row y of the destination with what the source has there, for kernels that work in place. A fourth sample of a pixel

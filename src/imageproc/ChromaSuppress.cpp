@@ -11,7 +11,7 @@ namespace vek {
 
 namespace {
 
-unsigned long mulGet(unsigned short value, unsigned short* output) {
+unsigned long get(unsigned short value, unsigned short* output) {
     if (output == nullptr) {
         return kInvalid;
     }
@@ -19,44 +19,61 @@ unsigned long mulGet(unsigned short value, unsigned short* output) {
     return kOk;
 }
 
-unsigned long mulSet(unsigned short& field, unsigned short value) {
+unsigned long set(unsigned short& field, unsigned short value) {
     field = value;
     return kOk;
 }
 
 } // namespace
 
+STraits SChromaSuppressStage::Traits(const SFrame& frame) const {
+    const bool words = isOfWords(frame.pixelFormat);
+    // Fixed behaviour: images of bytes know the low byte of the high level alone.
+    const unsigned highStart = words ? limits.highStart : limits.highStart & 0xFFU;
+    const bool lowOff = limits.lowStart == 0 || limits.lowSlope == 0;
+    const bool highOff = highStart >= (words ? 0xFFFFU : 0xFFU) || limits.highSlope == 0;
+    if (colourSamples(frame.pixelFormat) == 0 || (lowOff && highOff)) {
+        return {};
+    }
+    return {.kind = EStage::Pointwise};
+}
+
 template <class T>
-unsigned long CChromaSuppress::Process(unsigned long width, unsigned long height, unsigned long lineBytes,
-                                       unsigned samplesPerPixel, T* image, unsigned bits) const {
-    const auto maxValue = static_cast<T>((1U << bits) - 1);
-    const bool lowOff = mLimits.lowStart == 0 || mLimits.lowSlope == 0;
-    const bool highOff = static_cast<T>(mLimits.highStart) >= maxValue || mLimits.highSlope == 0;
-    if (lowOff && highOff) {
+void SChromaSuppressStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
+    const unsigned samples = colourSamples(frame.pixelFormat);
+    const auto suppressChroma = rows::colourRows<T>(kernels).suppressChroma;
+    forBandRows(band, samples,
+                [&](T* row, unsigned long) { suppressChroma(row, frame.width, samples, kLumaTables, limits); });
+}
+template void SChromaSuppressStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
+template void SChromaSuppressStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned short>&) const;
+
+template <class T>
+unsigned long CChromaSuppress::Process(unsigned long width, unsigned long height, unsigned long pitch,
+                                       unsigned long pixelFormat, T* image) const {
+    constexpr bool words = sizeof(T) != 1;
+    if (words ? isGreyOfWords(pixelFormat) : pixelFormat == VEK_DESTINATION_MONO8) {
         return kOk;
     }
-    lineBytes = pitchOr<T>(lineBytes, samplesPerPixel * width);
-    const auto suppressChroma = rows::colourRows<T>(mRows).suppressChroma;
-    return SImage<T>{width, height, lineBytes, image}.forRows(
-        [&](T* row, unsigned long) { suppressChroma(row, width, samplesPerPixel, kLumaTables, mLimits); });
+    const unsigned samples = isOfWords(pixelFormat) == words ? colourSamples(pixelFormat) : 0;
+    if (samples == 0) {
+        return kInvalid;
+    }
+    const SFrame frame = {width, height, pixelFormat, 0, 0};
+    if (mStage.Traits(frame).kind == EStage::None) {
+        return kOk;
+    }
+    return runInPlace(mStage, mRows, frame, SImage<T>{width, height, pitchOr<T>(pitch, samples * width), image});
 }
 
-unsigned long CChromaSuppress::ProcessB(unsigned long width, unsigned long height, unsigned long lineBytes,
+unsigned long CChromaSuppress::ProcessB(unsigned long width, unsigned long height, unsigned long pitch,
                                         unsigned long pixelFormat, unsigned char* image) {
-    if (pixelFormat == VEK_DESTINATION_MONO8) {
-        return kOk;
-    }
-    const unsigned samples = isOfWords(pixelFormat) ? 0 : colourSamples(pixelFormat);
-    return samples != 0 ? Process(width, height, lineBytes, samples, image, 8) : kInvalid;
+    return Process(width, height, pitch, pixelFormat, image);
 }
 
-unsigned long CChromaSuppress::ProcessW(unsigned long width, unsigned long height, unsigned long lineBytes,
+unsigned long CChromaSuppress::ProcessW(unsigned long width, unsigned long height, unsigned long pitch,
                                         unsigned long pixelFormat, unsigned short* image) {
-    if (isGreyOfWords(pixelFormat)) {
-        return kOk;
-    }
-    const unsigned samples = isOfWords(pixelFormat) ? colourSamples(pixelFormat) : 0;
-    return samples != 0 ? Process(width, height, lineBytes, samples, image, 16) : kInvalid;
+    return Process(width, height, pitch, pixelFormat, image);
 }
 
 unsigned long CChromaSuppress::SetStartLevel(unsigned short level) {
@@ -72,28 +89,28 @@ unsigned long CChromaSuppress::GetSlope(unsigned short* slope) {
     return GetHighSlope(slope);
 }
 unsigned long CChromaSuppress::SetLowStartLevel(unsigned short level) {
-    return mulSet(mLimits.lowStart, level);
+    return set(mStage.limits.lowStart, level);
 }
 unsigned long CChromaSuppress::GetLowStartLevel(unsigned short* level) {
-    return mulGet(mLimits.lowStart, level);
+    return get(mStage.limits.lowStart, level);
 }
 unsigned long CChromaSuppress::SetLowSlope(unsigned short slope) {
-    return mulSet(mLimits.lowSlope, slope);
+    return set(mStage.limits.lowSlope, slope);
 }
 unsigned long CChromaSuppress::GetLowSlope(unsigned short* slope) {
-    return mulGet(mLimits.lowSlope, slope);
+    return get(mStage.limits.lowSlope, slope);
 }
 unsigned long CChromaSuppress::SetHighStartLevel(unsigned short level) {
-    return mulSet(mLimits.highStart, level);
+    return set(mStage.limits.highStart, level);
 }
 unsigned long CChromaSuppress::GetHighStartLevel(unsigned short* level) {
-    return mulGet(mLimits.highStart, level);
+    return get(mStage.limits.highStart, level);
 }
 unsigned long CChromaSuppress::SetHighSlope(unsigned short slope) {
-    return mulSet(mLimits.highSlope, slope);
+    return set(mStage.limits.highSlope, slope);
 }
 unsigned long CChromaSuppress::GetHighSlope(unsigned short* slope) {
-    return mulGet(mLimits.highSlope, slope);
+    return get(mStage.limits.highSlope, slope);
 }
 
 } // namespace vek

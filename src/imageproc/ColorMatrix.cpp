@@ -25,14 +25,14 @@ constexpr double kPi = 3.14159265358979323846;
 } // namespace
 
 /// Hue and saturation times colour matrix. Single precision, in this order: tables are the same on every machine.
-CColorMatrix::Matrix3 CColorMatrix::mGetMixMatrix() const {
+CColorMatrix::Matrix3 CColorMatrix::MixMatrix() const {
     constexpr float wr = 0.2989F;
     constexpr float wg = 0.5866F;
     constexpr float wb = 0.1145F;
     const double angle = mHue / 10.0 * kPi / 180.0;
     const auto s = static_cast<float>(std::sin(angle));
     const auto c = static_cast<float>(std::cos(angle));
-    const float k = static_cast<float>(mwSaturation) / 100.0F;
+    const float k = static_cast<float>(mSaturation) / 100.0F;
 
     Matrix3 h{};
     h[kR][kR] = (wr * s + (1.0F - wr) * c) * k + wr;
@@ -65,7 +65,7 @@ constexpr int kNarrow = std::numeric_limits<short>::max() / 3;
 constexpr std::size_t kLastByte = std::numeric_limits<unsigned char>::max();
 
 /// The bytes of a sample's products.
-void mvSplit(rows::SMatrixTables::BytePlanes& planes, std::size_t sample, const short* products) {
+void split(rows::SMatrixTables::BytePlanes& planes, std::size_t sample, const short* products) {
     for (std::size_t j = 0; j < 3; ++j) {
         planes.low[j][sample] = static_cast<unsigned char>(products[j]);
         planes.high[j][sample] = static_cast<unsigned char>(products[j] >> 8);
@@ -73,7 +73,7 @@ void mvSplit(rows::SMatrixTables::BytePlanes& planes, std::size_t sample, const 
 }
 
 /// Stores an entry in both widths and returns its magnitude, at most kModerate.
-int mnStore(int& entry, short& narrow, float value) {
+int store(int& entry, short& narrow, float value) {
     entry = saturateTo<int>(value);
     narrow = saturateTo<short>(entry);
     return std::abs(std::clamp(entry, -kModerate, kModerate));
@@ -81,27 +81,51 @@ int mnStore(int& entry, short& narrow, float value) {
 
 } // namespace
 
+STraits SColorMatrixStage::Traits(const SFrame& frame) const {
+    if (!on || colourSamples(frame.pixelFormat) == 0) {
+        return {};
+    }
+    return {.kind = EStage::Pointwise};
+}
+
+template <class T>
+void SColorMatrixStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
+    constexpr unsigned largest = std::numeric_limits<T>::max();
+    const unsigned maxValue =
+        frame.bitsPerPixel < std::numeric_limits<T>::digits ? (1U << frame.bitsPerPixel) - 1 : largest;
+    const unsigned samples = colourSamples(frame.pixelFormat);
+    const auto matrix = rows::colourRows<T>(kernels).matrix;
+    const rows::SMatrixTables tables = {tableB.data(),       tableG.data(),       tableR.data(), narrowB.data(),
+                                        narrowG.data(),      narrowR.data(),      planes.data(), largest16 < kModerate,
+                                        largest8 <= kNarrow, largest16 <= kNarrow};
+    forBandRows(band, samples, [&](T* row, unsigned long) { matrix(row, frame.width, samples, tables, maxValue); });
+}
+template void SColorMatrixStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
+template void SColorMatrixStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned short>&) const;
+
 /// Fixed behaviour: entry i holds the products of i + 1, and the offsets stand in the table of red alone.
-void CColorMatrix::mUpdateTable() {
-    const Matrix3 mix = mGetMixMatrix();
+void CColorMatrix::UpdateStage() {
+    const Matrix3 mix = MixMatrix();
     const std::array<float, 3> offset = {static_cast<float>(mMatrix[3]) / 100.0F,
                                          static_cast<float>(mMatrix[7]) / 100.0F,
                                          static_cast<float>(mMatrix[11]) / 100.0F};
     Matrix3 sum = mix;
+    mStage.on = mMatrixMode != VEK_COLOR_MATRIX_IDENTITY || mHueSaturationMode != 0;
     constexpr std::size_t outputs[] = {kB, kG, kR};
-    mLargest16 = 0;
-    for (std::size_t i = 0; i < mTableR.size(); ++i) {
+    mStage.largest16 = 0;
+    for (std::size_t i = 0; i < mStage.tableR.size(); ++i) {
         for (std::size_t j = 0; j < 3; ++j) {
             const std::array<float, 3>& row = sum[outputs[j]];
-            mLargest16 = std::max({mLargest16, mnStore(mTableB[i][j], mNarrowB[i][j], row[kB]),
-                                   mnStore(mTableG[i][j], mNarrowG[i][j], row[kG]),
-                                   mnStore(mTableR[i][j], mNarrowR[i][j], offset[outputs[j]] + row[kR])});
+            mStage.largest16 =
+                std::max({mStage.largest16, store(mStage.tableB[i][j], mStage.narrowB[i][j], row[kB]),
+                          store(mStage.tableG[i][j], mStage.narrowG[i][j], row[kG]),
+                          store(mStage.tableR[i][j], mStage.narrowR[i][j], offset[outputs[j]] + row[kR])});
         }
         if (i <= kLastByte) {
-            mLargest8 = mLargest16;
-            mvSplit(mPlanes[0], i, mNarrowB[i]);
-            mvSplit(mPlanes[1], i, mNarrowG[i]);
-            mvSplit(mPlanes[2], i, mNarrowR[i]);
+            mStage.largest8 = mStage.largest16;
+            split(mStage.planes[0], i, mStage.narrowB[i]);
+            split(mStage.planes[1], i, mStage.narrowG[i]);
+            split(mStage.planes[2], i, mStage.narrowR[i]);
         }
         for (std::size_t row = 0; row < 3; ++row) {
             for (std::size_t column = 0; column < 3; ++column) {
@@ -126,7 +150,7 @@ unsigned long CColorMatrix::SetColorMatrix(unsigned char mode, const short* matr
         return kInvalid;
     }
     mMatrixMode = mode;
-    mUpdateTable();
+    UpdateStage();
     return kOk;
 }
 
@@ -146,8 +170,8 @@ unsigned long CColorMatrix::SetHueSaturation(unsigned char mode, short hue, unsi
     }
     mHueSaturationMode = mode;
     mHue = mode == 1 ? hue : short{0};
-    mwSaturation = mode == 1 ? saturation : static_cast<unsigned short>(100);
-    mUpdateTable();
+    mSaturation = mode == 1 ? saturation : static_cast<unsigned short>(100);
+    UpdateStage();
     return kOk;
 }
 
@@ -157,12 +181,12 @@ unsigned long CColorMatrix::GetHueSaturation(unsigned char* mode, short* hue, un
     }
     *mode = mHueSaturationMode;
     *hue = mHue;
-    *saturation = mwSaturation;
+    *saturation = mSaturation;
     return kOk;
 }
 
 template <class T>
-unsigned long CColorMatrix::Process(unsigned long width, unsigned long height, unsigned long lineBytes,
+unsigned long CColorMatrix::Process(unsigned long width, unsigned long height, unsigned long pitch,
                                     unsigned long pixelFormat, T* image, unsigned short bits) const {
     if (pixelFormat == VEK_DESTINATION_MONO8 || isGreyOfWords(pixelFormat)) {
         return kOk;
@@ -171,28 +195,21 @@ unsigned long CColorMatrix::Process(unsigned long width, unsigned long height, u
     if (samples == 0) {
         return kInvalid;
     }
-    lineBytes = pitchOr<T>(lineBytes, samples * width);
-    if (mMatrixMode == VEK_COLOR_MATRIX_IDENTITY && mHueSaturationMode == 0) {
+    if (!mStage.on) {
         return kOk;
     }
-    const unsigned maxValue =
-        bits < std::numeric_limits<T>::digits ? (1U << bits) - 1 : unsigned{std::numeric_limits<T>::max()};
-    const auto matrix = rows::colourRows<T>(mRows).matrix;
-    const rows::SMatrixTables tables = {
-        mTableB.data(),  mTableG.data(), mTableR.data(),         mNarrowB.data(),      mNarrowG.data(),
-        mNarrowR.data(), mPlanes.data(), mLargest16 < kModerate, mLargest8 <= kNarrow, mLargest16 <= kNarrow};
-    return SImage<T>{width, height, lineBytes, image}.forRows(
-        [&](T* row, unsigned long) { matrix(row, width, samples, tables, maxValue); });
+    return runInPlace(mStage, mRows, {width, height, pixelFormat, 0, bits},
+                      SImage<T>{width, height, pitchOr<T>(pitch, samples * width), image});
 }
 
-unsigned long CColorMatrix::ProcessB(unsigned long width, unsigned long height, unsigned long lineBytes,
+unsigned long CColorMatrix::ProcessB(unsigned long width, unsigned long height, unsigned long pitch,
                                      unsigned long pixelFormat, unsigned char* image, unsigned short bits) {
-    return Process(width, height, lineBytes, pixelFormat, image, bits);
+    return Process(width, height, pitch, pixelFormat, image, bits);
 }
 
-unsigned long CColorMatrix::ProcessW(unsigned long width, unsigned long height, unsigned long lineBytes,
+unsigned long CColorMatrix::ProcessW(unsigned long width, unsigned long height, unsigned long pitch,
                                      unsigned long pixelFormat, unsigned short* image, unsigned short bits) {
-    return Process(width, height, lineBytes, pixelFormat, image, bits);
+    return Process(width, height, pitch, pixelFormat, image, bits);
 }
 
 } // namespace vek

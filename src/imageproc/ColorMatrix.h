@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "imageproc/Band.h"
 #include "imageproc/IColorMatrix.h"
 #include "imageproc/rows/RowTable.h"
 
@@ -16,8 +17,31 @@ constexpr unsigned char INT_2_BYTE(int value) {
     return (static_cast<unsigned>(value) & 1U << 28) != 0 ? 0 : 255;
 }
 
-/// Colour matrix, hue and saturation, folded into one matrix and its tables of products. Tables change with a setting
-/// alone; never keeps an image pointer.
+/// Colour matrix, hue and saturation, folded into tables of products, as a stage.
+struct SColorMatrixStage {
+    using Table = std::array<int[4], 4096>;
+    using NarrowTable = std::array<short[4], 4097>; ///< one more: kernels load two entries at once
+
+    // By input component; entries: shares of the output's B, G and R, which no cache line splits.
+    alignas(sizeof(int[4])) Table tableB{};
+    Table tableG{};
+    Table tableR{};
+    // The same entries in 16 bits for the row kernels, and how large they are.
+    NarrowTable narrowB{};
+    NarrowTable narrowG{};
+    NarrowTable narrowR{};
+    std::array<rows::SMatrixTables::BytePlanes, 3> planes{}; ///< by input component: B, G, R
+    int largest8 = 0;                                        ///< magnitude of the largest entry of a byte
+    int largest16 = 0;                                       ///< magnitude of the largest entry
+    bool on = false;
+
+    STraits Traits(const SFrame& frame) const;
+    /// frame: colour.
+    template <class T>
+    void Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const;
+};
+
+/// Colour matrix, hue and saturation. Tables change with a setting alone; never keeps an image pointer.
 class CColorMatrix final : public IColorMatrix {
 public:
     explicit CColorMatrix(const rows::SRowTable& rows) : mRows(rows) {}
@@ -26,42 +50,32 @@ public:
     unsigned long GetColorMatrix(unsigned char* mode, short* matrix) override;
     unsigned long SetHueSaturation(unsigned char mode, short hue, unsigned short saturation) override;
     unsigned long GetHueSaturation(unsigned char* mode, short* hue, unsigned short* saturation) override;
-    unsigned long ProcessB(unsigned long width, unsigned long height, unsigned long lineBytes,
-                           unsigned long pixelFormat, unsigned char* image, unsigned short bits) override;
-    unsigned long ProcessW(unsigned long width, unsigned long height, unsigned long lineBytes,
-                           unsigned long pixelFormat, unsigned short* image, unsigned short bits) override;
+    unsigned long ProcessB(unsigned long width, unsigned long height, unsigned long pitch, unsigned long pixelFormat,
+                           unsigned char* image, unsigned short bits) override;
+    unsigned long ProcessW(unsigned long width, unsigned long height, unsigned long pitch, unsigned long pixelFormat,
+                           unsigned short* image, unsigned short bits) override;
+
+    const SColorMatrixStage& Stage() const { return mStage; }
 
 private:
     /// Three rows of four: coefficients of R, G, B and an offset, for R, G and B.
     using Matrix = std::array<short, 12>;
     using Matrix3 = std::array<std::array<float, 3>, 3>; ///< rows and columns R, G, B
-    using Table = std::array<int[4], 4096>;
-    using NarrowTable = std::array<short[4], 4097>; ///< one more: kernels load two entries at once
     static constexpr Matrix kIdentity = {100, 0, 0, 0, 0, 100, 0, 0, 0, 0, 100, 0};
 
     template <class T>
-    unsigned long Process(unsigned long width, unsigned long height, unsigned long lineBytes, unsigned long pixelFormat,
+    unsigned long Process(unsigned long width, unsigned long height, unsigned long pitch, unsigned long pixelFormat,
                           T* image, unsigned short bits) const;
-    Matrix3 mGetMixMatrix() const;
-    void mUpdateTable();
+    Matrix3 MixMatrix() const;
+    void UpdateStage();
 
     const rows::SRowTable& mRows;
     unsigned char mMatrixMode = 0;
     Matrix mMatrix = kIdentity;
     unsigned char mHueSaturationMode = 0;
     short mHue = 0;
-    unsigned short mwSaturation = 100;
-    // By input component; entries: shares of the output's B, G and R.
-    Table mTableB{};
-    Table mTableG{};
-    Table mTableR{};
-    // The same entries in 16 bits for the row kernels, and how large they are.
-    NarrowTable mNarrowB{};
-    NarrowTable mNarrowG{};
-    NarrowTable mNarrowR{};
-    std::array<rows::SMatrixTables::BytePlanes, 3> mPlanes{}; ///< by input component: B, G, R
-    int mLargest8 = 0;                                        ///< magnitude of the largest entry of a byte
-    int mLargest16 = 0;                                       ///< magnitude of the largest entry
+    unsigned short mSaturation = 100;
+    SColorMatrixStage mStage;
 };
 
 } // namespace vek

@@ -2,7 +2,6 @@
 #include "imageproc/Gamma.h"
 
 #include "VekTrgApi.h"
-#include "common/Bayer.h"
 #include "common/Image.h"
 #include "common/PixelFormat.h"
 #include "common/Status.h"
@@ -21,77 +20,41 @@ constexpr unsigned kMaxValue8 = 255;
 constexpr unsigned kMaxValue16 = 4095;
 constexpr unsigned short kUnityGamma = 100;
 
-/// Bytes of a pixel as the luma pass counts them.
-unsigned long mulPixelSize(unsigned long pixelFormat) {
-    const unsigned samples = colourSamples(pixelFormat);
-    if (samples != 0) {
-        return isOfWords(pixelFormat) ? 2 * samples : samples;
-    }
-    return isGreyOfWords(pixelFormat) ? 2 : 1;
+/// Whether a format is colour of words.
+bool isColourOfWords(unsigned long pixelFormat) {
+    return colourSamples(pixelFormat) != 0 && isOfWords(pixelFormat);
 }
 
-/// Channel of a raw image's colour slot.
-std::size_t channelOf(EColourSlot slot) {
-    return std::size_t{VEK_GAMMA_R} + slot;
+/// Samples from one pixel to the next, as the luma pass counts them. Fixed behaviour: they are its bytes, so that a
+/// colour image of words is walked in steps of twice its pixels, along rows of twice their length.
+unsigned long stepOf(unsigned long pixelFormat) {
+    const unsigned samples = std::max(colourSamples(pixelFormat), 1U);
+    return isOfWords(pixelFormat) ? 2 * samples : samples;
 }
 
 /// value without its fraction, modulo 65536; 0 where it is no number.
-unsigned short mwWrap(double value) {
+unsigned short wrap(double value) {
     const double rest = std::fmod(std::trunc(value), 65536.0);
     return rest == rest ? static_cast<unsigned short>(static_cast<int>(rest)) : static_cast<unsigned short>(0);
 }
 
-} // namespace
-
-CGamma::CGamma(const rows::SRowTable& rows) : mRows(rows) {
-    for (unsigned char channel = 0; channel < kChannels; ++channel) {
-        mResetGammaTable(mwTable[channel], 8);
-        mvStore(channel, VEK_GAMMA_OFF, kUnityGamma, 0, 0, 8);
-    }
-}
-
-void CGamma::mvStore(unsigned char channel, unsigned char mode, unsigned short gamma, short brightness,
-                     unsigned short contrast, unsigned short bits) {
-    mMode[channel] = mode;
-    mwGamma[channel] = gamma;
-    mBrightness[channel] = brightness;
-    mwContrast[channel] = contrast;
-    mwBits[channel] = bits;
-    std::transform(mwTable[channel].begin(), mwTable[channel].begin() + kEntries8, mTable8[channel].begin(),
-                   [](unsigned short entry) { return static_cast<unsigned char>(entry); });
-    if (channel == VEK_GAMMA_Y) {
-        mbBytes = std::equal(mTable8[channel].begin(), mTable8[channel].end(), mwTable[channel].begin());
-    }
-}
-
-template <>
-const unsigned char* CGamma::mpCurve(std::size_t channel) const {
-    return mTable8[channel].data();
-}
-template <>
-const unsigned short* CGamma::mpCurve(std::size_t channel) const {
-    return mwTable[channel].data();
-}
+using Table = decltype(SGammaCurve::words);
 
 /// Identity up to the depth's largest value, and that one above.
-void CGamma::mResetGammaTable(Table& table, unsigned short bits) {
+void resetTable(Table& table, unsigned short bits) {
     const unsigned maxValue = (1U << std::min(bits, kMaxDepth)) - 1;
-    for (unsigned i = 0; i < kEntries; ++i) {
+    for (unsigned i = 0; i < table.size(); ++i) {
         table[i] = static_cast<unsigned short>(std::min(i, maxValue));
     }
 }
 
 /// The depth's entries end for end.
-void CGamma::mReverseGammaTable(Table& table, unsigned short bits) {
+void reverseTable(Table& table, unsigned short bits) {
     std::reverse(table.begin(), table.begin() + (1L << std::min(bits, kMaxDepth)));
 }
 
-/// Entries above the depth stay as they are.
-unsigned long CGamma::mExpandGammaTable(unsigned short gamma, short brightness, unsigned short contrast, Table& table,
-                                        unsigned short bits) {
-    if (gamma == 0) {
-        return kInvalid;
-    }
+/// Entries above the depth stay as they are. gamma: not 0.
+void expandTable(unsigned short gamma, short brightness, unsigned short contrast, Table& table, unsigned short bits) {
     const int maxValue = (1 << std::min(bits, kMaxDepth)) - 1;
     const double exponent = 100.0 / gamma;
     const int margin = std::min<int>(contrast, maxValue / 2);
@@ -109,49 +72,121 @@ unsigned long CGamma::mExpandGammaTable(unsigned short gamma, short brightness, 
         } else {
             const double x = (level - margin) * slope;
             const double value = maxValue * std::pow(x / maxValue, exponent) + 0.5;
-            entry = x >= maxValue || value > maxValue ? static_cast<unsigned short>(maxValue) : mwWrap(value);
+            entry = x >= maxValue || value > maxValue ? static_cast<unsigned short>(maxValue) : wrap(value);
         }
     }
-    return kOk;
+}
+
+} // namespace
+
+STraits SRawGammaStage::Traits(const SFrame& frame) const {
+    if (frame.colorArray == VEK_COLOR_ARRAY_MONO || !on) {
+        return {};
+    }
+    return {.kind = EStage::Pointwise};
+}
+
+template <class T>
+void SRawGammaStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
+    const PhaseSlots slots = phaseSlots(frame.colorArray);
+    const auto lookUp = rows::curveRows<T>(kernels).lookUp;
+    forBandRows(band, 1, [&](T* row, unsigned long y) {
+        lookUp(row, frame.width, curves[slots[2 * (y % 2)]].Entries<T>(), curves[slots[2 * (y % 2) + 1]].Entries<T>());
+    });
+}
+template void SRawGammaStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
+template void SRawGammaStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned short>&) const;
+
+STraits SLumaGammaStage::Traits(const SFrame& frame) const {
+    if (!on) {
+        return {};
+    }
+    return {.kind = isColourOfWords(frame.pixelFormat) ? EStage::WholeFrame : EStage::Pointwise};
+}
+
+template <class T>
+void SLumaGammaStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
+    const unsigned samples = colourSamples(frame.pixelFormat);
+    if (samples == 0) {
+        const auto lookUp = rows::curveRows<T>(kernels).lookUp;
+        const T* const entries = curve.Entries<T>();
+        forBandRows(band, 1, [&](T* row, unsigned long) { lookUp(row, frame.width, entries, entries); });
+        return;
+    }
+    const auto lumaCurve = rows::colourRows<T>(kernels).lumaCurve;
+    const rows::SLumaCurve levels = {curve.words.data(), bytesAreLevels ? curve.bytes.data() : nullptr};
+    const unsigned long step = stepOf(frame.pixelFormat);
+    const unsigned maxValue = sizeof(T) == 1 ? kMaxValue8 : kMaxValue16;
+    forBandRows(band, samples,
+                [&](T* row, unsigned long) { lumaCurve(row, frame.width, step, kLumaTables, levels, maxValue); });
+}
+template void SLumaGammaStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
+template void SLumaGammaStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned short>&) const;
+
+CGamma::CGamma(const rows::SRowTable& rows) : mRows(rows) {
+    for (unsigned char channel = 0; channel < mChannels.size(); ++channel) {
+        resetTable(Curve(channel).words, 8);
+        Store(channel, {VEK_GAMMA_OFF, kUnityGamma, 0, 0, 8});
+    }
+}
+
+SGammaCurve& CGamma::Curve(unsigned char channel) {
+    return channel == VEK_GAMMA_Y ? mLuma.curve : mRaw.curves[channel - std::size_t{VEK_GAMMA_R}];
+}
+
+/// The channel's settings, and what follows from them and from its new table of words.
+void CGamma::Store(unsigned char channel, const SChannel& settings) {
+    mChannels[channel] = settings;
+    SGammaCurve& curve = Curve(channel);
+    std::transform(curve.words.begin(), curve.words.begin() + curve.bytes.size(), curve.bytes.begin(),
+                   [](unsigned short entry) { return static_cast<unsigned char>(entry); });
+    if (channel == VEK_GAMMA_Y) {
+        mLuma.on = settings.mode != VEK_GAMMA_OFF;
+        mLuma.bytesAreLevels = std::equal(curve.bytes.begin(), curve.bytes.end(), curve.words.begin());
+    }
+    mRaw.on = std::any_of(mChannels.begin() + VEK_GAMMA_R, mChannels.end(),
+                          [](const SChannel& raw) { return raw.mode != VEK_GAMMA_OFF; });
 }
 
 unsigned long CGamma::GetMode(unsigned char channel, unsigned char* mode, unsigned short* gamma, short* brightness,
                               void* contrast, void* table, unsigned short* bits) {
-    if (channel >= kChannels) {
+    if (channel >= mChannels.size()) {
         return kInvalid;
     }
     const unsigned depth = bits == nullptr ? 8 : std::clamp<unsigned>(*bits, 8, kMaxDepth);
+    const SChannel& settings = mChannels[channel];
     if (mode != nullptr) {
-        *mode = mMode[channel];
+        *mode = settings.mode;
     }
     if (gamma != nullptr) {
-        *gamma = mwGamma[channel];
+        *gamma = settings.gamma;
     }
     if (brightness != nullptr) {
-        *brightness = mBrightness[channel];
+        *brightness = settings.brightness;
     }
     if (contrast != nullptr) {
         // The caller's memory may have any alignment.
-        const auto low = static_cast<unsigned char>(mwContrast[channel]);
+        const auto low = static_cast<unsigned char>(settings.contrast);
         depth == 8 ? std::memcpy(contrast, &low, sizeof low)
-                   : std::memcpy(contrast, &mwContrast[channel], sizeof mwContrast[channel]);
+                   : std::memcpy(contrast, &settings.contrast, sizeof settings.contrast);
     }
     if (table != nullptr) {
-        depth == 8 ? std::memcpy(table, mTable8[channel].data(), kEntries8)
-                   : std::memcpy(table, mwTable[channel].data(), sizeof(unsigned short) << depth);
+        const SGammaCurve& curve = Curve(channel);
+        depth == 8 ? std::memcpy(table, curve.bytes.data(), curve.bytes.size())
+                   : std::memcpy(table, curve.words.data(), sizeof(unsigned short) << depth);
     }
     if (bits != nullptr) {
-        *bits = mwBits[channel];
+        *bits = settings.bits;
     }
     return kOk;
 }
 
 unsigned long CGamma::SetMode(unsigned char channel, unsigned char mode, unsigned short gamma, short brightness,
                               unsigned short contrast, const void* table, unsigned short bits) {
-    if (channel >= kChannels || bits > kMaxDepth) {
+    if (channel >= mChannels.size() || bits > kMaxDepth) {
         return kInvalid;
     }
-    Table& curve = mwTable[channel];
+    Table& words = Curve(channel).words;
     switch (mode) {
     case VEK_GAMMA_TABLE:
         if (table == nullptr) {
@@ -159,103 +194,77 @@ unsigned long CGamma::SetMode(unsigned char channel, unsigned char mode, unsigne
         }
         if (bits <= 8) {
             const auto* const bytes = static_cast<const unsigned char*>(table);
-            std::copy(bytes, bytes + (1L << bits), curve.begin());
+            std::copy(bytes, bytes + (1L << bits), words.begin());
         } else {
-            std::memcpy(curve.data(), table, sizeof(unsigned short) << bits);
+            std::memcpy(words.data(), table, sizeof(unsigned short) << bits);
         }
         break;
     case VEK_GAMMA_CURVE:
     case VEK_GAMMA_NEGATIVE:
-        if (mExpandGammaTable(gamma, brightness, contrast, curve, bits) != kOk) {
+        if (gamma == 0) {
             return kInvalid;
         }
+        expandTable(gamma, brightness, contrast, words, bits);
         if (mode == VEK_GAMMA_NEGATIVE) {
-            mReverseGammaTable(curve, bits);
+            reverseTable(words, bits);
         }
-        mvStore(channel, mode, gamma, brightness, contrast, bits);
+        Store(channel, {mode, gamma, brightness, contrast, bits});
         return kOk;
     case VEK_GAMMA_OFF:
-        mResetGammaTable(curve, bits);
+        resetTable(words, bits);
         break;
     default:
         return kInvalid;
     }
-    mvStore(channel, mode, kUnityGamma, 0, 0, bits);
+    Store(channel, {mode, kUnityGamma, 0, 0, bits});
     return kOk;
 }
 
 template <class T>
-unsigned long CGamma::ProcColorRaw(unsigned long width, unsigned long height, unsigned long lineBytes,
+unsigned long CGamma::ProcColorRaw(unsigned long width, unsigned long height, unsigned long pitch,
                                    unsigned short colorArray, T* image) const {
-    if (colorArray == VEK_COLOR_ARRAY_MONO) {
+    const SFrame frame = {width, height, 0, colorArray, 0};
+    if (mRaw.Traits(frame).kind == EStage::None) {
         return kOk;
     }
-    lineBytes = pitchOr<T>(lineBytes, width);
-    // One curve is enough for all four: the tables of channels that are off then limit samples to their own depth.
-    if (std::all_of(mMode.begin() + VEK_GAMMA_R, mMode.end(), [](unsigned char m) { return m == VEK_GAMMA_OFF; })) {
-        return kOk;
-    }
-    const PhaseSlots slots = phaseSlots(colorArray);
-    const auto lookUp = rows::curveRows<T>(mRows).lookUp;
-    return SImage<T>{width, height, lineBytes, image}.forRows([&](T* row, unsigned long y) {
-        lookUp(row, width, mpCurve<T>(channelOf(slots[2 * (y % 2)])), mpCurve<T>(channelOf(slots[2 * (y % 2) + 1])));
-    });
+    return runInPlace(mRaw, mRows, frame, SImage<T>{width, height, pitchOr<T>(pitch, width), image});
 }
 
 template <class T>
-unsigned long CGamma::mProcGray(unsigned long width, unsigned long height, unsigned long lineBytes, T* image) const {
-    const auto lookUp = rows::curveRows<T>(mRows).lookUp;
-    const T* const curve = mpCurve<T>(VEK_GAMMA_Y);
-    return SImage<T>{width, height, lineBytes, image}.forRows(
-        [&](T* row, unsigned long) { lookUp(row, width, curve, curve); });
-}
-
-template <class T>
-unsigned long CGamma::mProcBGR(unsigned long width, unsigned long height, unsigned long lineBytes, unsigned long step,
-                               T* image, unsigned maxValue) const {
-    const auto lumaCurve = rows::colourRows<T>(mRows).lumaCurve;
-    const rows::SLumaCurve curve = {mwTable[VEK_GAMMA_Y].data(), mbBytes ? mTable8[VEK_GAMMA_Y].data() : nullptr};
-    return SImage<T>{width, height, lineBytes, image}.forRows(
-        [&](T* row, unsigned long) { lumaCurve(row, width, step, kLumaTables, curve, maxValue); });
-}
-
-template <class T>
-unsigned long CGamma::ProcBGROrGray(unsigned long width, unsigned long height, unsigned long lineBytes,
+unsigned long CGamma::ProcBGROrGray(unsigned long width, unsigned long height, unsigned long pitch,
                                     unsigned long pixelFormat, T* image) const {
-    // Fixed behaviour: the size of a pixel counts bytes, but serves as a number of samples from here on. A colour image
-    // of words is walked in steps of twice its pixels, along lines of twice their length.
-    const unsigned long pixelSize = mulPixelSize(pixelFormat);
-    lineBytes = pitchOr<T>(lineBytes, pixelSize * width);
-    if (mMode[VEK_GAMMA_Y] == VEK_GAMMA_OFF) {
+    if (!mLuma.on) {
         return kOk;
     }
     constexpr bool words = sizeof(T) != 1;
-    if (colourSamples(pixelFormat) != 0 && isOfWords(pixelFormat) == words) {
-        return mProcBGR(width, height, lineBytes, pixelSize, image, words ? kMaxValue16 : kMaxValue8);
-    }
+    const bool colour = colourSamples(pixelFormat) != 0 && isOfWords(pixelFormat) == words;
     const bool grey = words ? pixelFormat == VEK_DESTINATION_MONO10 || pixelFormat == VEK_DESTINATION_MONO12
                             : pixelFormat == VEK_DESTINATION_MONO8;
-    return grey ? mProcGray(width, height, lineBytes, image) : kInvalid;
+    if (!colour && !grey) {
+        return kInvalid;
+    }
+    pitch = pitchOr<T>(pitch, stepOf(pixelFormat) * width);
+    return runInPlace(mLuma, mRows, {width, height, pixelFormat, 0, 0}, SImage<T>{width, height, pitch, image});
 }
 
-unsigned long CGamma::ProcColorRawB(unsigned long width, unsigned long height, unsigned long lineBytes,
+unsigned long CGamma::ProcColorRawB(unsigned long width, unsigned long height, unsigned long pitch,
                                     unsigned short colorArray, unsigned char* image) {
-    return ProcColorRaw(width, height, lineBytes, colorArray, image);
+    return ProcColorRaw(width, height, pitch, colorArray, image);
 }
 
-unsigned long CGamma::ProcColorRawW(unsigned long width, unsigned long height, unsigned long lineBytes,
+unsigned long CGamma::ProcColorRawW(unsigned long width, unsigned long height, unsigned long pitch,
                                     unsigned short colorArray, unsigned short* image) {
-    return ProcColorRaw(width, height, lineBytes, colorArray, image);
+    return ProcColorRaw(width, height, pitch, colorArray, image);
 }
 
-unsigned long CGamma::ProcBGROrGrayB(unsigned long width, unsigned long height, unsigned long lineBytes,
+unsigned long CGamma::ProcBGROrGrayB(unsigned long width, unsigned long height, unsigned long pitch,
                                      unsigned long pixelFormat, unsigned char* image) {
-    return ProcBGROrGray(width, height, lineBytes, pixelFormat, image);
+    return ProcBGROrGray(width, height, pitch, pixelFormat, image);
 }
 
-unsigned long CGamma::ProcBGROrGrayW(unsigned long width, unsigned long height, unsigned long lineBytes,
+unsigned long CGamma::ProcBGROrGrayW(unsigned long width, unsigned long height, unsigned long pitch,
                                      unsigned long pixelFormat, unsigned short* image) {
-    return ProcBGROrGray(width, height, lineBytes, pixelFormat, image);
+    return ProcBGROrGray(width, height, pitch, pixelFormat, image);
 }
 
 } // namespace vek

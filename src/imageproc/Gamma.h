@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "common/Bayer.h"
+#include "imageproc/Band.h"
 #include "imageproc/IGamma.h"
 #include "imageproc/rows/RowTable.h"
 
@@ -8,6 +10,40 @@
 #include <cstddef>
 
 namespace vek {
+
+/// A tone curve. Entries above the depth of a setting stay as earlier settings left them.
+struct SGammaCurve {
+    std::array<unsigned short, rows::kCurveEntries<unsigned short>> words{};
+    std::array<unsigned char, rows::kCurveEntries<unsigned char>> bytes{}; ///< low bytes of the first words
+
+    template <class T>
+    const T* Entries() const {
+        return rows::forSample<T>(bytes, words).data();
+    }
+};
+
+/// The curves of raw colours as a stage.
+struct SRawGammaStage {
+    std::array<SGammaCurve, kColourSlots> curves{};
+    bool on = false; ///< one of the four is
+
+    STraits Traits(const SFrame& frame) const;
+    /// frame: raw. Channels that are off limit samples to their own depth.
+    template <class T>
+    void Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const;
+};
+
+/// The curve of luma as a stage.
+struct SLumaGammaStage {
+    SGammaCurve curve{};
+    bool bytesAreLevels = false; ///< the first entries fit bytes
+    bool on = false;
+
+    STraits Traits(const SFrame& frame) const;
+    /// frame: grey or colour. Colour of words is worked on in its own place alone.
+    template <class T>
+    void Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const;
+};
 
 /// Tone curves of luma and of the four raw colours. Tables change with a setting alone; never keeps an image pointer.
 class CGamma final : public IGamma {
@@ -18,51 +54,41 @@ public:
                           void* contrast, void* table, unsigned short* bits) override;
     unsigned long SetMode(unsigned char channel, unsigned char mode, unsigned short gamma, short brightness,
                           unsigned short contrast, const void* table, unsigned short bits) override;
-    unsigned long ProcColorRawB(unsigned long width, unsigned long height, unsigned long lineBytes,
+    unsigned long ProcColorRawB(unsigned long width, unsigned long height, unsigned long pitch,
                                 unsigned short colorArray, unsigned char* image) override;
-    unsigned long ProcColorRawW(unsigned long width, unsigned long height, unsigned long lineBytes,
+    unsigned long ProcColorRawW(unsigned long width, unsigned long height, unsigned long pitch,
                                 unsigned short colorArray, unsigned short* image) override;
-    unsigned long ProcBGROrGrayB(unsigned long width, unsigned long height, unsigned long lineBytes,
+    unsigned long ProcBGROrGrayB(unsigned long width, unsigned long height, unsigned long pitch,
                                  unsigned long pixelFormat, unsigned char* image) override;
-    unsigned long ProcBGROrGrayW(unsigned long width, unsigned long height, unsigned long lineBytes,
+    unsigned long ProcBGROrGrayW(unsigned long width, unsigned long height, unsigned long pitch,
                                  unsigned long pixelFormat, unsigned short* image) override;
 
-private:
-    static constexpr std::size_t kChannels = 5;
-    static constexpr std::size_t kEntries = rows::kCurveEntries<unsigned short>;
-    static constexpr std::size_t kEntries8 = rows::kCurveEntries<unsigned char>;
-    using Table = std::array<unsigned short, kEntries>;
+    const SRawGammaStage& RawStage() const { return mRaw; }
+    const SLumaGammaStage& LumaStage() const { return mLuma; }
 
+private:
+    /// A channel's settings.
+    struct SChannel {
+        unsigned char mode;
+        unsigned short gamma; ///< 1/100
+        short brightness;
+        unsigned short contrast;
+        unsigned short bits;
+    };
+
+    SGammaCurve& Curve(unsigned char channel);
+    void Store(unsigned char channel, const SChannel& settings);
     template <class T>
-    unsigned long ProcColorRaw(unsigned long width, unsigned long height, unsigned long lineBytes,
+    unsigned long ProcColorRaw(unsigned long width, unsigned long height, unsigned long pitch,
                                unsigned short colorArray, T* image) const;
     template <class T>
-    unsigned long ProcBGROrGray(unsigned long width, unsigned long height, unsigned long lineBytes,
+    unsigned long ProcBGROrGray(unsigned long width, unsigned long height, unsigned long pitch,
                                 unsigned long pixelFormat, T* image) const;
-    template <class T>
-    unsigned long mProcGray(unsigned long width, unsigned long height, unsigned long lineBytes, T* image) const;
-    template <class T>
-    unsigned long mProcBGR(unsigned long width, unsigned long height, unsigned long lineBytes, unsigned long step,
-                           T* image, unsigned maxValue) const;
-    static void mResetGammaTable(Table& table, unsigned short bits);
-    static void mReverseGammaTable(Table& table, unsigned short bits);
-    static unsigned long mExpandGammaTable(unsigned short gamma, short brightness, unsigned short contrast,
-                                           Table& table, unsigned short bits);
-    void mvStore(unsigned char channel, unsigned char mode, unsigned short gamma, short brightness,
-                 unsigned short contrast, unsigned short bits);
-    template <class T>
-    const T* mpCurve(std::size_t channel) const;
 
     const rows::SRowTable& mRows;
-    std::array<unsigned char, kChannels> mMode{};
-    std::array<unsigned short, kChannels> mwGamma{};
-    std::array<short, kChannels> mBrightness{};
-    std::array<unsigned short, kChannels> mwContrast{};
-    std::array<Table, kChannels> mwTable{};
-    std::array<unsigned short, kChannels> mwBits{};
-    /// The low bytes of the tables' first entries, for images of bytes.
-    std::array<std::array<unsigned char, kEntries8>, kChannels> mTable8{};
-    bool mbBytes = false; ///< the bytes of Y are its levels themselves
+    std::array<SChannel, 1 + kColourSlots> mChannels{}; ///< Y, and the colour slots
+    SRawGammaStage mRaw;
+    SLumaGammaStage mLuma;
 };
 
 } // namespace vek

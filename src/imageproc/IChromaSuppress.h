@@ -4,14 +4,14 @@
 namespace vek {
 
 /// Chroma suppression in the darkest and the brightest parts of blue-green-red images, in place. width, height in
-/// pixels, lineBytes in bytes (0: the samples of a row, rounded up to a multiple of 4), pixelFormat: enum
+/// pixels, pitch in bytes (0: the samples of a row, rounded up to a multiple of 4), pixelFormat: enum
 /// VekDestinationFormat. Levels are lumas; slopes are 1/16384 of full suppression per level. Results: 0, or -22 as an
 /// unsigned 64-bit number, and then nothing has changed.
 class IChromaSuppress {
 public:
-    virtual unsigned long ProcessB(unsigned long width, unsigned long height, unsigned long lineBytes,
+    virtual unsigned long ProcessB(unsigned long width, unsigned long height, unsigned long pitch,
                                    unsigned long pixelFormat, unsigned char* image) = 0;
-    virtual unsigned long ProcessW(unsigned long width, unsigned long height, unsigned long lineBytes,
+    virtual unsigned long ProcessW(unsigned long width, unsigned long height, unsigned long pitch,
                                    unsigned long pixelFormat, unsigned short* image) = 0;
     // The high part under its older names.
     virtual unsigned long SetStartLevel(unsigned short level) = 0;

@@ -3,7 +3,7 @@
 
 namespace vek {
 
-/// Colour matrix, hue and saturation of blue-green-red images, in place. width, height in pixels, lineBytes in bytes
+/// Colour matrix, hue and saturation of blue-green-red images, in place. width, height in pixels, pitch in bytes
 /// (0: the samples of a row, rounded up to a multiple of 4), pixelFormat: enum VekDestinationFormat. Results: 0, or -22
 /// as an unsigned 64-bit number, and then nothing has changed.
 class IColorMatrix {
@@ -16,9 +16,9 @@ public:
     /// mode: 0 off, 1 on. hue: tenths of a degree. saturation: per cent.
     virtual unsigned long SetHueSaturation(unsigned char mode, short hue, unsigned short saturation) = 0;
     virtual unsigned long GetHueSaturation(unsigned char* mode, short* hue, unsigned short* saturation) = 0;
-    virtual unsigned long ProcessB(unsigned long width, unsigned long height, unsigned long lineBytes,
+    virtual unsigned long ProcessB(unsigned long width, unsigned long height, unsigned long pitch,
                                    unsigned long pixelFormat, unsigned char* image, unsigned short bits) = 0;
-    virtual unsigned long ProcessW(unsigned long width, unsigned long height, unsigned long lineBytes,
+    virtual unsigned long ProcessW(unsigned long width, unsigned long height, unsigned long pitch,
                                    unsigned long pixelFormat, unsigned short* image, unsigned short bits) = 0;
 
 protected:

@@ -2,6 +2,7 @@
 #include "imageproc/NoiseReduction.h"
 
 #include "VekTrgApi.h"
+#include "common/Bayer.h"
 #include "common/Image.h"
 #include "common/Memory.h"
 #include "common/Status.h"
@@ -16,9 +17,8 @@ namespace vek {
 
 namespace {
 
-constexpr bool isBayer(unsigned short colorArray) {
-    return colorArray >= VEK_COLOR_ARRAY_RGGB && colorArray <= VEK_COLOR_ARRAY_BGGR;
-}
+/// Largest width and height of the easy filters.
+constexpr unsigned long kMaxSize = std::numeric_limits<int>::max();
 
 /// Columns at which row y holds green, where the top left pixel is green or is not.
 constexpr unsigned greenParityOf(bool greenFirst, unsigned long y) {
@@ -72,26 +72,22 @@ private:
     int mCount = 1;
 };
 
-/// What an easy filter on a Bayer image knows of it.
+/// A row that an easy filter works on and those around it, by distance + 2: above it as they have become, below it as
+/// they came.
 template <class T>
-struct SBayerFilter {
+struct SBayerRows {
     unsigned long width;
     unsigned long height;
-    unsigned long linePitch;
-    T* image;
-    const T* firstRow; ///< row 0 as it was
-    bool greenFirst;
-
-    T* row(unsigned long y) const { return rowAt(image, y, linePitch); }
+    unsigned long y;
+    bool greenFirst; ///< the image's top left pixel is green
+    const T* lines[5];
+    T* row;
 
     /// Filters one pixel by the rules of the image's edge: neighbours outside drop out. Where the top left pixel is
     /// green, greens one column from the left edge, or from the right edge of an even width, take the neighbours on the
     /// far side of it alone, and the top left one takes the next green of its own row.
-    void FilterPixel(unsigned long x, unsigned long y) const {
-        // Row 0 is filtered from samples as they came; everything else from what stands in the image by now.
-        const auto at = [&](unsigned long column, unsigned long line) {
-            return y == 0 && line == 0 ? firstRow[column] : row(line)[column];
-        };
+    void FilterPixel(unsigned long x) const {
+        const auto at = [&](unsigned long column, unsigned long line) { return lines[line + 2 - y][column]; };
         CNeighbourhood<T> pixels(width, height, x, y, at(x, y));
         if (x % 2 != greenParityOf(greenFirst, y)) {
             pixels.Add(-2, 0, at);
@@ -113,26 +109,128 @@ struct SBayerFilter {
                 }
             }
         }
-        row(y)[x] = pixels.Smaller();
+        row[x] = pixels.Smaller();
     }
 };
 
+/// Row 0 is filtered from samples as they came, every other one from what stands in it by now. work: room for a row.
 template <class T>
-void mvEasyBayer(const rows::SNoiseRows<T>& kernels, const SBayerFilter<T>& filter) {
-    for (unsigned long y = 0; y < filter.height; ++y) {
-        const bool inner = y >= 2 && y + 2 < filter.height;
-        filter.FilterPixel(0, y);
-        filter.FilterPixel(1, y);
-        if (inner) {
-            kernels.easyBayer(filter.row(y - 2), filter.row(y - 1), filter.row(y), filter.row(y + 1), filter.row(y + 2),
-                              filter.width, greenParityOf(filter.greenFirst, y));
+void easyBayer(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SBand<T>& band) {
+    const bool greenFirst = isGreenFirst(frame.colorArray);
+    const unsigned long width = frame.width;
+    const unsigned long height = frame.height;
+    if (band.first == 0) {
+        std::copy_n(band.src.row(0), width, static_cast<T*>(band.work));
+    }
+    forBandRows(band, 1, [&](T* row, unsigned long y) {
+        const auto above = [&](unsigned long distance) { return distance <= y ? band.dst.row(y - distance) : nullptr; };
+        const auto below = [&](unsigned long distance) {
+            return y + distance < height ? band.src.row(y + distance) : nullptr;
+        };
+        const T* const own = y == 0 ? static_cast<const T*>(band.work) : row;
+        const SBayerRows<T> rows = {width, height, y, greenFirst, {above(2), above(1), own, below(1), below(2)}, row};
+        rows.FilterPixel(0);
+        rows.FilterPixel(1);
+        if (y >= 2 && y + 2 < height) {
+            kernels.easyBayer(rows.lines[0], rows.lines[1], row, rows.lines[3], rows.lines[4], width,
+                              greenParityOf(greenFirst, y));
         } else {
-            for (unsigned long x = 2; x + 2 < filter.width; ++x) {
-                filter.FilterPixel(x, y);
+            for (unsigned long x = 2; x + 2 < width; ++x) {
+                rows.FilterPixel(x);
             }
         }
-        filter.FilterPixel(filter.width - 2, y);
-        filter.FilterPixel(filter.width - 1, y);
+        rows.FilterPixel(width - 2);
+        rows.FilterPixel(width - 1);
+    });
+}
+
+/// From samples as they came. work, in place: room for two rows.
+template <class T>
+void easyMono(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SBand<T>& band) {
+    const unsigned long width = frame.width;
+    const unsigned long height = frame.height;
+    forBandRows(band, 1, [&](T* row, unsigned long y) {
+        const T* above = y >= 1 ? band.src.row(y - 1) : nullptr;
+        const T* own = band.src.row(y);
+        const T* const below = y + 1 < height ? band.src.row(y + 1) : nullptr;
+        if (band.inPlace()) {
+            // The row and the one above it are kept as they came; the one below has not been touched yet.
+            T* const kept = static_cast<T*>(band.work) + y % 2 * width;
+            std::copy_n(row, width, kept);
+            above = static_cast<const T*>(band.work) + (y + 1) % 2 * width;
+            own = kept;
+        }
+        const bool inner = y >= 1 && y + 1 < height;
+        if (inner) {
+            kernels.easyMono(above, row, below, width);
+        }
+        const T* const lines[] = {above, own, below};
+        const auto at = [&](unsigned long column, unsigned long line) { return lines[line + 1 - y][column]; };
+        for (unsigned long x = 0; x < width; x += inner && x == 0 ? width - 1 : 1) {
+            CNeighbourhood<T> pixels(width, height, x, y, at(x, y));
+            pixels.Add(-1, 0, at);
+            pixels.Add(1, 0, at);
+            pixels.Add(0, -1, at);
+            pixels.Add(0, 1, at);
+            row[x] = pixels.Smaller();
+        }
+    });
+}
+
+/// Rows around a pixel that the complex filter repairs it from.
+unsigned long repairReach(unsigned short colorArray) {
+    return colorArray == VEK_COLOR_ARRAY_MONO ? 1 : isBayer(colorArray) ? 2 : 0;
+}
+
+/// Samples from this one on are clipped.
+template <class T>
+T clippedFrom(unsigned short bitsPerPixel) {
+    const auto power = [](int exponent) { return exponent < 0 || exponent > 63 ? 0UL : 1UL << exponent; };
+    return static_cast<T>(power(bitsPerPixel) - power(bitsPerPixel - 7) - 1);
+}
+
+/// Rows that the complex filter's work area has room for: reach + 1 of the live frame, and as many below and above a
+/// band as it reads.
+constexpr unsigned long complexWorkRows(unsigned long reach) {
+    return 3 * reach + 1;
+}
+
+/// Subtraction, and repair of what was clipped.
+template <class T>
+void complexRows(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SDarkFrame& dark,
+                 const SBand<T>& band) {
+    const unsigned long width = frame.width;
+    const unsigned long reach = repairReach(frame.colorArray);
+    const T threshold = clippedFrom<T>(frame.bitsPerPixel);
+    const bool alone = band.dst.top == band.first;
+    const unsigned long from = alone ? band.first - std::min(band.first, reach) : band.first;
+    const auto workRow = [&](unsigned long row) { return static_cast<T*>(band.work) + row * width; };
+    const auto liveRow = [&](unsigned long y) { return workRow(y % (reach + 1)); };
+    // Row y less the dark frame: where the band goes, or beside it in the work area.
+    const auto row = [&](unsigned long y) {
+        if (y >= band.end && !band.inPlace()) {
+            return workRow(reach + 1 + y - band.end);
+        }
+        return y < band.first && alone ? workRow(2 * reach + 1 + y - from) : band.dst.row(y);
+    };
+    T brightest[3] = {};
+    // Rows are repaired as many behind the subtraction as a repair reads.
+    for (unsigned long y = from; y < std::min(frame.height, band.end + reach); ++y) {
+        T* const subtracted = row(y);
+        if (!band.inPlace()) {
+            std::copy_n(band.src.row(y), width, subtracted);
+        }
+        brightest[y % (reach + 1)] = kernels.subtract(subtracted, dark.Row<T>(y), liveRow(y), width);
+        const unsigned long z = y - reach;
+        if (reach == 0 || y < band.first + reach || z < reach || brightest[z % (reach + 1)] < threshold) {
+            continue;
+        }
+        if (reach == 1) {
+            kernels.repairMono(row(z - 1), row(z), row(z + 1), liveRow(z), width, threshold);
+        } else {
+            kernels.repairBayer(row(z - 2), row(z - 1), row(z), row(z + 1), row(z + 2), liveRow(z), width,
+                                greenParityOf(isGreenFirst(frame.colorArray), z), threshold);
+        }
     }
 }
 
@@ -169,228 +267,221 @@ template unsigned short mGetCenterValueSmaller(unsigned short*, int);
 template unsigned char mGetCenterValueLarger(unsigned char*, int);
 template unsigned short mGetCenterValueLarger(unsigned short*, int);
 
-/// snapshot: room for a row.
-template <class T>
-unsigned long CNoiseReduction::mEasyNR_XGGY(unsigned long width, unsigned long height, unsigned long linePitch,
-                                            T* image, T* snapshot) const {
-    std::copy(image, image + width, snapshot);
-    mvEasyBayer<T>(rows::noiseRows<T>(mRows), {width, height, linePitch, image, snapshot, false});
-    return kOk;
+void SDarkFrame::Clear() {
+    *this = {};
+}
+
+void SDarkFrame::Create(unsigned long columns, unsigned long rows, unsigned long rowPitch, unsigned short array) {
+    Clear();
+    samples.reset(static_cast<unsigned char*>(allocateRows(rows, rowPitch)));
+    if (samples != nullptr) {
+        width = columns;
+        height = rows;
+        pitch = rowPitch;
+        size = rowPitch * rows;
+        colorArray = array;
+    }
 }
 
 template <class T>
-unsigned long CNoiseReduction::mEasyNR_GXYG(unsigned long width, unsigned long height, unsigned long linePitch,
-                                            T* image, T* snapshot) const {
-    std::copy(image, image + width, snapshot);
-    mvEasyBayer<T>(rows::noiseRows<T>(mRows), {width, height, linePitch, image, snapshot, true});
-    return kOk;
-}
-
-/// snapshot: room for two rows.
-template <class T>
-unsigned long CNoiseReduction::mEasyNR_MONO(unsigned long width, unsigned long height, unsigned long linePitch,
-                                            T* image, T* snapshot) const {
-    const auto easyMono = rows::noiseRows<T>(mRows).easyMono;
-    for (unsigned long y = 0; y < height; ++y) {
-        // The row and the one above it as they came; the rows below have not been touched yet.
-        T* const row = rowAt(image, y, linePitch);
-        T* const original = snapshot + y % 2 * width;
-        const T* const above = snapshot + (y + 1) % 2 * width;
-        std::copy(row, row + width, original);
-        const bool inner = y >= 1 && y + 1 < height;
-        if (inner) {
-            easyMono(above, row, rowAt(image, y + 1, linePitch), width);
-        }
-        const auto at = [&](unsigned long column, unsigned long line) {
-            return line == y ? original[column] : line < y ? above[column] : rowAt(image, line, linePitch)[column];
-        };
-        for (unsigned long x = 0; x < width; x += inner && x == 0 ? width - 1 : 1) {
-            CNeighbourhood<T> pixels(width, height, x, y, original[x]);
-            pixels.Add(-1, 0, at);
-            pixels.Add(1, 0, at);
-            pixels.Add(0, -1, at);
-            pixels.Add(0, 1, at);
-            row[x] = pixels.Smaller();
-        }
-    }
-    return kOk;
-}
-
-template <class T>
-unsigned long CNoiseReduction::mEasyNR(int width, int height, unsigned long linePitch, unsigned short colorArray,
-                                       T* image) const {
-    const auto columns = static_cast<unsigned long>(width);
-    const auto rows = static_cast<unsigned long>(height);
-    // Fixed behaviour: as large as the image, though its first rows are enough, and without it there is no filtering,
-    // and no error either.
-    const Malloced<void> snapshot(allocateRows(rows, linePitch));
-    if (snapshot == nullptr) {
-        return kOk;
-    }
-    const bool mono = colorArray == VEK_COLOR_ARRAY_MONO;
-    const int minSize = mono ? 2 : 4;
-    if ((!mono && !isBayer(colorArray)) || width < minSize || height < minSize || image == nullptr) {
-        return kInvalid;
-    }
-    T* const samples = static_cast<T*>(snapshot.get());
-    if (mono) {
-        return mEasyNR_MONO(columns, rows, linePitch, image, samples);
-    }
-    return isGreenFirst(colorArray) ? mEasyNR_GXYG(columns, rows, linePitch, image, samples)
-                                    : mEasyNR_XGGY(columns, rows, linePitch, image, samples);
-}
-
-void CNoiseReduction::FreeDarkImageBuffer() {
-    if (mpDarkImage != nullptr) {
-        mpDarkImage.reset();
-        mDarkImageSize = 0;
-    }
-    mDarkWidth = 0;
-    mDarkHeight = 0;
-    mDarkColorArray = 0;
-}
-
-template <class T>
-unsigned long CNoiseReduction::mDarkCL(unsigned long width, unsigned long height, unsigned long linePitch,
-                                       unsigned short colorArray, const T* image) {
-    if (image == nullptr && width != 0 && height != 0) {
-        return kInvalid;
-    }
-    FreeDarkImageBuffer();
-    mpDarkImage.reset(static_cast<unsigned char*>(allocateRows(height, linePitch)));
-    if (mpDarkImage == nullptr) {
-        mDarkImageSize = 0;
-        return kNoMemory;
-    }
-    mDarkImageSize = linePitch * height;
-    mDarkMode = VEK_NOISE_STORE_DARK;
-    mDarkWidth = width;
-    mDarkHeight = height;
-    mDarkLinePitch = linePitch;
-    mDarkColorArray = colorArray;
-    if (width == 0 || height == 0) {
-        return kOk;
-    }
-    T* const dark = reinterpret_cast<T*>(mpDarkImage.get());
+void SDarkFrame::Add(const SImage<const T>& frame, unsigned long first, unsigned long end) {
     // With what lies between the rows: to deeper samples, of which a row takes the whole pitch, it is pixels. Behind
     // the last row the image ends.
-    const unsigned long lastRow = linePitch * (height - 1);
-    const unsigned long rowBytes = width * sizeof(T);
-    std::memcpy(dark, image, lastRow + rowBytes);
-    std::memset(mpDarkImage.get() + lastRow + rowBytes, 0, linePitch - rowBytes);
+    const unsigned long behind = end == height ? pitch - width * sizeof(T) : 0;
+    const unsigned long bytes = (end - first) * pitch - behind;
+    std::memcpy(samples.get() + first * pitch, frame.row(first), bytes);
+    std::memset(samples.get() + first * pitch + bytes, 0, behind);
+}
+template void SDarkFrame::Add(const SImage<const unsigned char>&, unsigned long, unsigned long);
+template void SDarkFrame::Add(const SImage<const unsigned short>&, unsigned long, unsigned long);
 
-    // Floor of each place in the 2 x 2 cell, over whole cells: an odd last row or column keeps its raw values.
+/// Over whole cells: an odd last row or column keeps its raw values.
+template <class T>
+void SDarkFrame::SubtractFloors() {
     const unsigned long evenWidth = width & ~1UL;
     const unsigned long evenHeight = height & ~1UL;
     constexpr T largest = std::numeric_limits<T>::max();
     T floor[2][2] = {{largest, largest}, {largest, largest}};
     for (unsigned long y = 0; y < evenHeight; ++y) {
-        const T* const row = rowAt(dark, y, linePitch);
+        const T* const row = Row<T>(y);
         for (unsigned long x = 0; x < evenWidth; ++x) {
             floor[y % 2][x % 2] = std::min(floor[y % 2][x % 2], row[x]);
         }
     }
     for (unsigned long y = 0; y < evenHeight; ++y) {
-        T* const row = rowAt(dark, y, linePitch);
+        T* const row = rowAt(reinterpret_cast<T*>(samples.get()), y, pitch);
         for (unsigned long x = 0; x < evenWidth; ++x) {
             row[x] = static_cast<T>(row[x] - floor[y % 2][x % 2]);
         }
     }
+}
+template void SDarkFrame::SubtractFloors<unsigned char>();
+template void SDarkFrame::SubtractFloors<unsigned short>();
+
+STraits SNoiseStage::Traits(const SFrame& frame) const {
+    const bool mono = frame.colorArray == VEK_COLOR_ARRAY_MONO;
+    const unsigned long rowBytes = frame.width * sizeof(unsigned short); // at most
+    switch (mode) {
+    case VEK_NOISE_EASY: {
+        const unsigned long minSize = mono ? 2 : 4;
+        const auto takes = [&](unsigned long size) { return size >= minSize && size <= kMaxSize; };
+        if (!isRaw(frame.colorArray) || !takes(frame.width) || !takes(frame.height)) {
+            return {};
+        }
+        return mono ? STraits{.kind = EStage::Window, .rowsAbove = 1, .rowsBelow = 1, .workBytes = 2 * rowBytes}
+                    : STraits{.kind = EStage::Serial, .rowsAbove = 2, .rowsBelow = 2, .workBytes = rowBytes};
+    }
+    case VEK_NOISE_COMPLEX: {
+        if (dark == nullptr || dark->samples == nullptr || frame.width != dark->width || frame.height != dark->height ||
+            frame.colorArray != dark->colorArray) {
+            return {};
+        }
+        const auto reach = static_cast<unsigned>(repairReach(frame.colorArray));
+        return {.kind = reach != 0 ? EStage::Serial : EStage::Pointwise,
+                .rowsAbove = reach,
+                .rowsBelow = reach,
+                .workBytes = complexWorkRows(reach) * rowBytes};
+    }
+    case VEK_NOISE_STORE_DARK:
+        return {.kind = EStage::Reduction,
+                .readsBehind = true,
+                .resultBytes = frame.width * frame.height * ((frame.bitsPerPixel + 7UL) >> 3)};
+    default:
+        return {};
+    }
+}
+
+template <class T>
+bool SNoiseStage::StartsAt(const SFrame& frame, const SImage<const T>& source, unsigned long first) const {
+    if (mode != VEK_NOISE_COMPLEX) {
+        return first == 0;
+    }
+    const unsigned long reach = repairReach(frame.colorArray);
+    const T threshold = clippedFrom<T>(frame.bitsPerPixel);
+    for (unsigned long y = first - std::min(first, reach); y < first; ++y) {
+        const T* const row = source.row(y);
+        if (std::any_of(row, row + frame.width, [&](T sample) { return sample >= threshold; })) {
+            return false;
+        }
+    }
+    return true;
+}
+template bool SNoiseStage::StartsAt(const SFrame&, const SImage<const unsigned char>&, unsigned long) const;
+template bool SNoiseStage::StartsAt(const SFrame&, const SImage<const unsigned short>&, unsigned long) const;
+
+template <class T>
+void SNoiseStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
+    const rows::SNoiseRows<T>& noise = rows::noiseRows<T>(kernels);
+    if (mode == VEK_NOISE_COMPLEX) {
+        complexRows(noise, frame, *dark, band);
+    } else if (frame.colorArray == VEK_COLOR_ARRAY_MONO) {
+        easyMono(noise, frame, band);
+    } else {
+        easyBayer(noise, frame, band);
+    }
+}
+template void SNoiseStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
+template void SNoiseStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned short>&) const;
+
+template <class T>
+unsigned long CNoiseReduction::Easy(const SFrame& frame, unsigned long pitch, T* image) const {
+    // Fixed behaviour: as large as the image, though its first rows are enough, and without it there is no filtering,
+    // and no error either.
+    const Malloced<void> work(allocateRows(frame.height, pitch));
+    if (work == nullptr) {
+        return kOk;
+    }
+    const SNoiseStage stage = Stage(VEK_NOISE_EASY);
+    if (stage.Traits(frame).kind == EStage::None || image == nullptr) {
+        return kInvalid;
+    }
+    stage.Rows(mRows, frame, wholeFrame<T>({frame.width, frame.height, pitch, image}, work.get()));
     return kOk;
 }
 
-/// Row y, all rows up to two below it subtracted already.
 template <class T>
-void CNoiseReduction::mMedianFilterClippedPixel(unsigned long width, unsigned long height, unsigned long linePitch,
-                                                unsigned short colorArray, const T* liveRow, T* image, T threshold,
-                                                unsigned long y) const {
-    const rows::SNoiseRows<T>& kernels = rows::noiseRows<T>(mRows);
-    const auto row = [&](unsigned long line) { return rowAt(image, line, linePitch); };
-    if (colorArray == VEK_COLOR_ARRAY_MONO) {
-        if (y >= 1 && y + 1 < height) {
-            kernels.repairMono(row(y - 1), row(y), row(y + 1), liveRow, width, threshold);
-        }
-    } else if (y >= 2 && y + 2 < height) {
-        kernels.repairBayer(row(y - 2), row(y - 1), row(y), row(y + 1), row(y + 2), liveRow, width,
-                            greenParityOf(isGreenFirst(colorArray), y), threshold);
+unsigned long CNoiseReduction::StoreDark(const SFrame& frame, unsigned long pitch, const T* image) {
+    const SImage<const T> view = {frame.width, frame.height, pitch, image};
+    if (image == nullptr && view.hasPixels()) {
+        return kInvalid;
     }
+    SDarkFrame* const dark = ownAlone(mDark);
+    if (dark == nullptr) {
+        return kNoMemory;
+    }
+    dark->Create(frame.width, frame.height, pitch, frame.colorArray);
+    if (dark->samples == nullptr) {
+        return kNoMemory;
+    }
+    if (view.hasPixels()) {
+        dark->Add(view, 0, frame.height);
+        dark->SubtractFloors<T>();
+    }
+    return kOk;
 }
 
 template <class T>
-unsigned long CNoiseReduction::mComplexNR(unsigned long width, unsigned long height, unsigned long linePitch,
-                                          unsigned short colorArray, T* image, unsigned short bitsPerPixel) const {
+unsigned long CNoiseReduction::Complex(const SFrame& frame, unsigned long pitch, T* image) const {
+    const SNoiseStage stage = Stage(VEK_NOISE_COMPLEX);
     // The size counts rows without padding, the stored one rows with it: a padded dark frame never fits.
-    if (mpDarkImage == nullptr || width * height * sizeof(T) != mDarkImageSize || mDarkMode != VEK_NOISE_STORE_DARK ||
-        width != mDarkWidth || linePitch != mDarkLinePitch || height != mDarkHeight || colorArray != mDarkColorArray) {
+    if (stage.Traits(frame).kind == EStage::None || pitch != mDark->pitch ||
+        frame.width * frame.height * sizeof(T) != mDark->size) {
         return kInvalid;
     }
-    const Malloced<void> live(allocateRows(height, linePitch));
-    if (live == nullptr) {
+    const Malloced<void> work(allocateRows(frame.height, pitch));
+    if (work == nullptr) {
         return kNoMemory;
     }
-    const bool known = colorArray == VEK_COLOR_ARRAY_MONO || isBayer(colorArray);
-    if (width == 0 || height == 0) {
-        return known ? kOk : kInvalid;
+    // Fixed behaviour: a frame of no known colour array has been subtracted from when it is refused.
+    const unsigned long status = isRaw(frame.colorArray) ? kOk : kInvalid;
+    const SImage<T> view = {frame.width, frame.height, pitch, image};
+    if (!view.hasPixels()) {
+        return status;
     }
     if (image == nullptr) {
         return kInvalid;
     }
-    const auto power = [](int exponent) { return exponent < 0 || exponent > 63 ? 0UL : 1UL << exponent; };
-    const auto threshold = static_cast<T>(power(bitsPerPixel) - power(bitsPerPixel - 7) - 1);
-    const T* const dark = reinterpret_cast<const T*>(mpDarkImage.get());
-    const auto subtract = rows::noiseRows<T>(mRows).subtract;
-    // Rows are repaired two behind the subtraction: what a repair reads is there, and only three live rows are kept.
-    constexpr unsigned long reach = 2;
-    T* const samples = static_cast<T*>(live.get());
-    const auto liveRow = [&](unsigned long y) { return samples + y % (reach + 1) * width; };
-    T brightest[reach + 1] = {};
-    for (unsigned long y = 0; y < height + reach; ++y) {
-        if (y < height) {
-            brightest[y % (reach + 1)] =
-                subtract(rowAt(image, y, linePitch), rowAt(dark, y, linePitch), liveRow(y), width);
-        }
-        if (y >= reach && known && brightest[(y - reach) % (reach + 1)] >= threshold) {
-            mMedianFilterClippedPixel<T>(width, height, linePitch, colorArray, liveRow(y - reach), image, threshold,
-                                         y - reach);
-        }
-    }
-    return known ? kOk : kInvalid;
+    stage.Rows(mRows, frame, wholeFrame(view, work.get()));
+    return status;
 }
 
 template <class T>
-unsigned long CNoiseReduction::Run(unsigned long width, unsigned long height, unsigned long linePitch,
+unsigned long CNoiseReduction::Run(unsigned long width, unsigned long height, unsigned long pitch,
                                    unsigned short colorArray, T* image, unsigned short bitsPerPixel,
                                    unsigned long mode) {
-    if (linePitch == 0) {
-        linePitch = width * ((bitsPerPixel + 7UL) >> 3);
+    if (pitch == 0) {
+        pitch = width * ((bitsPerPixel + 7UL) >> 3);
     }
-    // The frames that this module keeps hold linePitch bytes a row, where they have any.
-    const bool pitchOk = height == 0 || linePitch / sizeof(T) >= width;
+    // The frames that this module keeps hold pitch bytes a row, where they have any.
+    const bool pitchOk = height == 0 || pitch / sizeof(T) >= width;
+    const SFrame frame = {width, height, 0, colorArray, bitsPerPixel};
     switch (mode) {
     case VEK_NOISE_OFF:
         return kOk;
-    case VEK_NOISE_EASY:
-        return pitchOk ? mEasyNR(static_cast<int>(width), static_cast<int>(height), linePitch, colorArray, image)
-                       : kInvalid;
+    case VEK_NOISE_EASY: {
+        // Fixed behaviour: sizes pass through an int; what becomes negative there is too large a number behind it.
+        const auto size = [](unsigned long value) { return static_cast<unsigned long>(static_cast<int>(value)); };
+        return pitchOk ? Easy({size(width), size(height), 0, colorArray, bitsPerPixel}, pitch, image) : kInvalid;
+    }
     case VEK_NOISE_COMPLEX:
-        return mComplexNR(width, height, linePitch, colorArray, image, bitsPerPixel);
+        return Complex(frame, pitch, image);
     case VEK_NOISE_STORE_DARK:
-        return pitchOk ? mDarkCL<T>(width, height, linePitch, colorArray, image) : kInvalid;
+        return pitchOk ? StoreDark<T>(frame, pitch, image) : kInvalid;
     default:
         return kInvalid;
     }
 }
 
-unsigned long CNoiseReduction::NRProcB(unsigned long width, unsigned long height, unsigned long linePitch,
+unsigned long CNoiseReduction::NRProcB(unsigned long width, unsigned long height, unsigned long pitch,
                                        unsigned short colorArray, unsigned char* image, unsigned short bitsPerPixel,
                                        unsigned long mode) {
-    return Run(width, height, linePitch, colorArray, image, bitsPerPixel, mode);
+    return Run(width, height, pitch, colorArray, image, bitsPerPixel, mode);
 }
 
-unsigned long CNoiseReduction::NRProcW(unsigned long width, unsigned long height, unsigned long linePitch,
+unsigned long CNoiseReduction::NRProcW(unsigned long width, unsigned long height, unsigned long pitch,
                                        unsigned short colorArray, unsigned short* image, unsigned short bitsPerPixel,
                                        unsigned long mode) {
-    return Run(width, height, linePitch, colorArray, image, bitsPerPixel, mode);
+    return Run(width, height, pitch, colorArray, image, bitsPerPixel, mode);
 }
 
 } // namespace vek

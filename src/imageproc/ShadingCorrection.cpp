@@ -19,6 +19,8 @@ namespace {
 constexpr unsigned long kCalibrationFailed = 1;
 /// Gains have so many fraction bits.
 constexpr unsigned kGainBits = 7;
+constexpr unsigned short kGainLimit = 16;
+constexpr unsigned kBlackOffset = 0;
 /// Target where nothing could be measured.
 constexpr double kDefaultTarget = 128.0;
 
@@ -39,77 +41,116 @@ struct SMeasuringSquare {
 };
 
 /// A mean as a target.
-unsigned short mwTarget(double sum, unsigned long count, double maxValue) {
+unsigned short meanAsTarget(double sum, unsigned long count, double maxValue) {
     const double mean = count == 0 ? kDefaultTarget : sum / static_cast<double>(count);
     return saturateTo<unsigned short>(std::min(mean, maxValue));
 }
 
 /// How a target turns calibration values into gains.
 struct SGainRule {
-    unsigned int blackOffset;
-    unsigned int numerator;
-    unsigned int floor;
-    int largest;
+    unsigned int numerator = 0;
+    unsigned int floor = 0;
 
-    SGainRule(unsigned short target, unsigned int offset, unsigned short limit)
-        : blackOffset(offset), numerator(0), floor(0), largest(limit << kGainBits) {
-        if (offset < target) {
-            const unsigned int range = target - offset;
+    explicit SGainRule(unsigned short target) {
+        if (kBlackOffset < target) {
+            const unsigned int range = target - kBlackOffset;
             numerator = range << kGainBits;
-            floor = limit != 0 ? range / limit : 0;
+            floor = range / kGainLimit;
         }
     }
     int Entry(double calibration) const {
-        const double value = calibration > blackOffset ? calibration - blackOffset : 0.0;
-        return value > 0 && value > floor ? saturateTo<int>(numerator / value) : largest;
+        const double value = calibration > kBlackOffset ? calibration - kBlackOffset : 0.0;
+        return value > 0 && value > floor ? saturateTo<int>(numerator / value) : kGainLimit << kGainBits;
     }
 };
 
+bool isCalibration(unsigned long mode) {
+    return mode == VEK_SHADING_CALIBRATE_GAIN || mode == VEK_SHADING_CALIBRATE_OFFSET;
+}
+bool isCorrection(unsigned long mode) {
+    return mode == VEK_SHADING_GAIN || mode == VEK_SHADING_OFFSET || mode == VEK_SHADING_SHOW_MAP;
+}
+
 } // namespace
 
-CShadingCorrection::~CShadingCorrection() {
-    Reset();
+void SShadingMap::Clear() {
+    *this = {};
 }
 
-bool CShadingCorrection::IsColor() const {
-    return mColorArray != VEK_COLOR_ARRAY_MONO;
-}
-
-int* CShadingCorrection::mpMapRow(unsigned long y) const {
-    return rowAt(mpMap, y, mMapLinePitch);
-}
-
-unsigned long CShadingCorrection::Reset() {
-    std::free(mpMap);
-    mpMap = nullptr;
-    mMapWidth = 0;
-    mMapHeight = 0;
-    mMapLinePitch = 0;
-    mMapSize = 0;
-    return kOk;
-}
-
-/// The map stays null when memory runs out. Its entries are 0.
-unsigned long CShadingCorrection::CreateMapBuffer(unsigned long width, unsigned long height, unsigned long linePitch) {
-    Reset();
-    unsigned long size = 0;
-    if (__builtin_mul_overflow(linePitch, height, &size) || size > PTRDIFF_MAX) {
-        return kOk;
+void SShadingMap::Create(unsigned long columns, unsigned long rows, unsigned long rowPitch) {
+    Clear();
+    unsigned long bytes = 0;
+    if (__builtin_mul_overflow(rowPitch, rows, &bytes) || bytes > PTRDIFF_MAX) {
+        return;
     }
-    mpMap = static_cast<int*>(std::calloc(std::max(size, 1UL), 1));
-    if (mpMap != nullptr) {
-        mMapSize = size;
-        mMapWidth = width;
-        mMapHeight = height;
-        mMapLinePitch = linePitch;
+    entries.reset(static_cast<int*>(std::calloc(std::max(bytes, 1UL), 1)));
+    if (entries != nullptr) {
+        width = columns;
+        height = rows;
+        pitch = rowPitch;
+        size = bytes;
     }
-    return kOk;
+}
+
+STraits SShadingStage::Traits(const SFrame& frame) const {
+    if (isCalibration(mode)) {
+        return {.kind = EStage::Reduction, .resultBytes = frame.width * frame.height * sizeof(double)};
+    }
+    if (!isCorrection(mode) || map == nullptr || !map->Has(frame.width, frame.height)) {
+        return {};
+    }
+    return {.kind = EStage::Pointwise};
+}
+
+template <class T>
+void SShadingStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
+    const unsigned maxValue = frame.bitsPerPixel < 32 ? (1U << frame.bitsPerPixel) - 1 : ~0U;
+    const rows::SShadingRows<T>& shading = rows::shadingRows<T>(kernels);
+    forBandRows(band, 1, [&](T* row, unsigned long y) {
+        const int* const entries = map->Row(y);
+        if (mode == VEK_SHADING_GAIN) {
+            shading.gain(row, entries, frame.width, kBlackOffset, maxValue);
+        } else if (mode == VEK_SHADING_OFFSET) {
+            shading.offset(row, entries, frame.width, maxValue);
+        } else {
+            shading.show(row, entries, frame.width, maxValue);
+        }
+    });
+}
+template void SShadingStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
+template void SShadingStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned short>&) const;
+
+void SShadingMean::Clear() {
+    *this = {};
+}
+
+template <class T>
+void SShadingMean::Add(const rows::SRowTable& kernels, const SImage<const T>& frame, unsigned long first,
+                       unsigned long end) {
+    if (!frame.hasPixels()) {
+        return;
+    }
+    const auto addToMean = rows::shadingRows<T>(kernels).addToMean;
+    for (unsigned long y = first; y < end; ++y) {
+        addToMean(frame.row(y), values.get() + y * width, width, static_cast<double>(frames));
+    }
+}
+template void SShadingMean::Add(const rows::SRowTable&, const SImage<const unsigned char>&, unsigned long,
+                                unsigned long);
+template void SShadingMean::Add(const rows::SRowTable&, const SImage<const unsigned short>&, unsigned long,
+                                unsigned long);
+
+/// No map stays when memory runs out.
+void CShadingCorrection::CreateMap(unsigned long width, unsigned long height, unsigned long pitch) {
+    if (SShadingMap* const map = ownAlone(mMap)) {
+        map->Create(width, height, pitch);
+    }
 }
 
 unsigned long CShadingCorrection::SetMode(unsigned long mode) {
     mMode = mode;
-    if (mode == VEK_SHADING_CALIBRATE_GAIN || mode == VEK_SHADING_CALIBRATE_OFFSET) {
-        mCalibrationCount = 0;
+    if (isCalibration(mode)) {
+        mMean.frames = 0;
     }
     return kOk;
 }
@@ -163,186 +204,178 @@ unsigned long CShadingCorrection::GetColorArray(unsigned short* colorArray) {
     return kOk;
 }
 
-unsigned long CShadingCorrection::SetMap(unsigned long width, unsigned long height, unsigned long linePitch,
+unsigned long CShadingCorrection::SetMap(unsigned long width, unsigned long height, unsigned long pitch,
                                          const int* map) {
-    if (linePitch / sizeof(int) < width || (map == nullptr && linePitch != 0 && height != 0)) {
+    if (pitch / sizeof(int) < width || (map == nullptr && pitch != 0 && height != 0)) {
         return kInvalid;
     }
-    if (mpMap == nullptr || mMapWidth != width || mMapHeight != height || mMapLinePitch != linePitch) {
-        CreateMapBuffer(width, height, linePitch);
+    if (!isOwnedAlone(mMap) || !mMap->Has(width, height) || mMap->pitch != pitch) {
+        CreateMap(width, height, pitch);
     }
-    if (mpMap == nullptr) {
+    if (!HasMap()) {
         return kNoMemory;
     }
     if (map != nullptr) {
-        std::memcpy(mpMap, map, mMapSize);
+        std::memcpy(mMap->entries.get(), map, mMap->size);
     }
     return kOk;
 }
 
-unsigned long CShadingCorrection::GetMap(unsigned long* width, unsigned long* height, unsigned long* linePitch,
-                                         int* map) {
+unsigned long CShadingCorrection::GetMap(unsigned long* width, unsigned long* height, unsigned long* pitch, int* map) {
     if (width != nullptr) {
-        *width = mMapWidth;
+        *width = HasMap() ? mMap->width : 0;
     }
     if (height != nullptr) {
-        *height = mMapHeight;
+        *height = HasMap() ? mMap->height : 0;
     }
-    if (linePitch != nullptr) {
-        *linePitch = mMapLinePitch;
+    if (pitch != nullptr) {
+        *pitch = HasMap() ? mMap->pitch : 0;
     }
-    if (map != nullptr && mpMap != nullptr) {
-        std::memcpy(map, mpMap, mMapSize);
+    if (map != nullptr && HasMap()) {
+        std::memcpy(map, mMap->entries.get(), mMap->size);
     }
     return kOk;
+}
+
+/// An empty mean for frames of a size, and a map of zeros. False, and neither, when memory for the mean runs out; a map
+/// that gets none is missing alone.
+bool CShadingCorrection::StartMean(unsigned long width, unsigned long height) {
+    mMean.Clear();
+    SShadingMap* const map = ownAlone(mMap);
+    if (map == nullptr) {
+        return false;
+    }
+    map->Clear();
+    unsigned long size = 0;
+    unsigned long mapPitch = 0;
+    // Without pixels there is no size that is too large.
+    const bool tooWide = __builtin_mul_overflow(width, sizeof(int), &mapPitch);
+    if (__builtin_mul_overflow(width, height, &size) || size > PTRDIFF_MAX / sizeof(double) || (tooWide && size != 0)) {
+        return false;
+    }
+    map->Create(width, height, mapPitch);
+    mMean.values.reset(new (std::nothrow) double[size]());
+    if (mMean.values == nullptr) {
+        map->Clear(); // a map of zeros would make frames black
+        return false;
+    }
+    mMean.width = width;
+    mMean.height = height;
+    return true;
 }
 
 template <class T>
-unsigned long CShadingCorrection::Calibration(unsigned long width, unsigned long height, unsigned long linePitch,
-                                              const T* image) {
-    if (image == nullptr && width != 0 && height != 0) {
+unsigned long CShadingCorrection::Calibrate(const SImage<const T>& frame) {
+    if (frame.data == nullptr && frame.hasPixels()) {
         return kInvalid;
     }
     // Fixed behaviour: the image's pitch against that of the map, 4 bytes a pixel. With every other pitch calibration
     // starts anew at each frame, and the last frame alone counts.
-    if (mCalibrationCount != 0 && (width != mMapWidth || height != mMapHeight || linePitch != mMapLinePitch ||
-                                   width != mCalibrationWidth || height != mCalibrationHeight)) {
-        mCalibrationCount = 0;
+    const bool goesOn = HasMap() && mMap->Has(frame.width, frame.height) && mMap->pitch == frame.pitch &&
+                        mMean.width == frame.width && mMean.height == frame.height;
+    if ((mMean.frames == 0 || !goesOn) && !StartMean(frame.width, frame.height)) {
+        return kCalibrationFailed;
     }
-    if (mCalibrationCount == 0) {
-        Reset();
-        mpCalibrationImage.reset();
-        mCalibrationWidth = 0;
-        mCalibrationHeight = 0;
-        unsigned long size = 0;
-        unsigned long mapPitch = 0;
-        // Without pixels there is no size that is too large.
-        const bool tooWide = __builtin_mul_overflow(width, sizeof(int), &mapPitch);
-        if (__builtin_mul_overflow(width, height, &size) || size > PTRDIFF_MAX / sizeof(double) ||
-            (tooWide && size != 0)) {
-            return kCalibrationFailed;
-        }
-        CreateMapBuffer(width, height, mapPitch);
-        mpCalibrationImage.reset(new (std::nothrow) double[size]());
-        if (mpCalibrationImage == nullptr) {
-            Reset(); // a map of zeros would make frames black
-            return kCalibrationFailed;
-        }
-        mCalibrationWidth = width;
-        mCalibrationHeight = height;
-    }
-    const auto addToMean = rows::shadingRows<T>(mRows).addToMean;
-    SImage<const T>{width, height, linePitch, image}.forRows([&](const T* row, unsigned long y) {
-        addToMean(row, mpCalibrationImage.get() + y * width, width, static_cast<double>(mCalibrationCount));
-    });
-    ++mCalibrationCount;
+    mMean.Add(mRows, frame, 0, frame.height);
+    ++mMean.frames;
     return kOk;
 }
 
 /// The targets that are set, those of 0 measured in the calibration image.
-CShadingCorrection::Targets CShadingCorrection::mTargetsFor(unsigned int bitsPerPixel) const {
+CShadingCorrection::Targets CShadingCorrection::TargetsFor(unsigned int bitsPerPixel) const {
     if (std::all_of(mTarget.begin(), mTarget.end(), [](unsigned short target) { return target != 0; })) {
         return mTarget;
     }
-    const SMeasuringSquare square(mMapWidth, mMapHeight);
+    const SMeasuringSquare square(mMean.width, mMean.height);
     double sum[kPhases] = {};
     unsigned long count[kPhases] = {};
     for (unsigned long y = square.y; y < square.y + square.size; ++y) {
         for (unsigned long x = square.x; x < square.x + square.size; ++x) {
             const std::size_t phase = 2 * (y % 2) + x % 2;
-            sum[phase] += mpCalibrationImage[y * mMapWidth + x];
+            sum[phase] += mMean.values[y * mMean.width + x];
             ++count[phase];
         }
     }
     const double maxValue = std::pow(2.0, bitsPerPixel) - 1;
     Targets targets = mTarget;
-    if (!IsColor()) {
+    if (mColorArray == VEK_COLOR_ARRAY_MONO) {
         // All four together, those that are set as well.
-        targets.fill(mwTarget(sum[0] + sum[1] + sum[2] + sum[3], count[0] + count[1] + count[2] + count[3], maxValue));
+        targets.fill(
+            meanAsTarget(sum[0] + sum[1] + sum[2] + sum[3], count[0] + count[1] + count[2] + count[3], maxValue));
         return targets;
     }
     for (std::size_t phase = 0; phase < kPhases; ++phase) {
         if (targets[phase] == 0) {
-            targets[phase] = mwTarget(sum[phase], count[phase], maxValue);
+            targets[phase] = meanAsTarget(sum[phase], count[phase], maxValue);
         }
     }
     return targets;
 }
 
-void CShadingCorrection::UpdateMap(unsigned int bitsPerPixel) {
-    if (mpMap == nullptr || mMapWidth == 0 || mMapWidth != mCalibrationWidth || mMapHeight != mCalibrationHeight) {
-        return; // no pixels, or another map that was set in between: it stays
+unsigned long CShadingCorrection::UpdateMap(unsigned int bitsPerPixel) {
+    if (mMean.frames == 0 || !isCorrection(mMode)) {
+        return kOk;
     }
-    const Targets targets = mTargetsFor(bitsPerPixel);
-    for (unsigned long y = 0; y < mMapHeight; ++y) {
-        int* const entries = mpMapRow(y);
-        const double* const calibration = mpCalibrationImage.get() + y * mMapWidth;
+    // Another map that was set in between stays, and so does the map that is shown.
+    if (!HasMap() || mMap->width == 0 || !mMap->Has(mMean.width, mMean.height) || mMode == VEK_SHADING_SHOW_MAP) {
+        mMean.frames = 0;
+        return kOk;
+    }
+    if (!isOwnedAlone(mMap)) {
+        const std::shared_ptr<SShadingMap> shared = mMap;
+        CreateMap(shared->width, shared->height, shared->pitch);
+        if (!HasMap()) {
+            mMap = shared;
+            return kNoMemory;
+        }
+        std::memcpy(mMap->entries.get(), shared->entries.get(), shared->size);
+    }
+    mMean.frames = 0;
+    const Targets targets = TargetsFor(bitsPerPixel);
+    for (unsigned long y = 0; y < mMap->height; ++y) {
+        int* const entries = mMap->Row(y);
+        const double* const calibration = mMean.values.get() + y * mMean.width;
         const unsigned short rowTargets[] = {targets[2 * (y % 2)], targets[2 * (y % 2) + 1]};
         if (mMode == VEK_SHADING_GAIN) {
-            const SGainRule rules[] = {{rowTargets[0], mBlackOffset, mGainLimit},
-                                       {rowTargets[1], mBlackOffset, mGainLimit}};
-            for (unsigned long x = 0; x < mMapWidth; ++x) {
+            const SGainRule rules[] = {SGainRule(rowTargets[0]), SGainRule(rowTargets[1])};
+            for (unsigned long x = 0; x < mMap->width; ++x) {
                 entries[x] = rules[x % 2].Entry(calibration[x]);
             }
-        } else if (mMode == VEK_SHADING_OFFSET) {
-            for (unsigned long x = 0; x < mMapWidth; ++x) {
+        } else {
+            for (unsigned long x = 0; x < mMap->width; ++x) {
                 entries[x] = rowTargets[x % 2] - static_cast<int>(calibration[x]);
             }
         }
     }
+    return kOk;
 }
 
 template <class T>
-unsigned long CShadingCorrection::Correction(unsigned long width, unsigned long height, unsigned long linePitch,
-                                             T* image, unsigned short bitsPerPixel) const {
-    if (width != mMapWidth || height != mMapHeight || mpMap == nullptr) {
-        return kOk;
-    }
-    const unsigned maxValue = bitsPerPixel < 32 ? (1U << bitsPerPixel) - 1 : ~0U;
-    const rows::SShadingRows<T>& kernels = rows::shadingRows<T>(mRows);
-    return SImage<T>{width, height, linePitch, image}.forRows([&](T* row, unsigned long y) {
-        const int* const entries = mpMapRow(y);
-        if (mMode == VEK_SHADING_GAIN) {
-            kernels.gain(row, entries, width, mBlackOffset, maxValue);
-        } else if (mMode == VEK_SHADING_OFFSET) {
-            kernels.offset(row, entries, width, maxValue);
-        } else {
-            kernels.show(row, entries, width, maxValue);
-        }
-    });
-}
-
-template <class T>
-unsigned long CShadingCorrection::Process(unsigned long width, unsigned long height, unsigned long linePitch, T* image,
+unsigned long CShadingCorrection::Process(unsigned long width, unsigned long height, unsigned long pitch, T* image,
                                           unsigned short bitsPerPixel) {
-    if (linePitch == 0) {
-        linePitch = width * sizeof(T);
+    if (pitch == 0) {
+        pitch = width * sizeof(T);
     }
-    switch (mMode) {
-    case VEK_SHADING_CALIBRATE_GAIN:
-    case VEK_SHADING_CALIBRATE_OFFSET:
-        return Calibration<T>(width, height, linePitch, image);
-    case VEK_SHADING_GAIN:
-    case VEK_SHADING_OFFSET:
-    case VEK_SHADING_SHOW_MAP:
-        if (mCalibrationCount != 0) {
-            UpdateMap(bitsPerPixel);
-            mCalibrationCount = 0;
-        }
-        return Correction(width, height, linePitch, image, bitsPerPixel);
-    default:
-        return kOk;
+    if (isCalibration(mMode)) {
+        return Calibrate<T>({width, height, pitch, image});
     }
+    const unsigned long status = UpdateMap(bitsPerPixel);
+    const SFrame frame = {width, height, 0, mColorArray, bitsPerPixel};
+    const SShadingStage stage = Stage();
+    if (status != kOk || stage.Traits(frame).kind == EStage::None) {
+        return status;
+    }
+    return runInPlace(stage, mRows, frame, SImage<T>{width, height, pitch, image});
 }
 
-unsigned long CShadingCorrection::ProcessW(unsigned long width, unsigned long height, unsigned long linePitch,
+unsigned long CShadingCorrection::ProcessW(unsigned long width, unsigned long height, unsigned long pitch,
                                            unsigned short* image, unsigned short bitsPerPixel) {
-    return Process(width, height, linePitch, image, bitsPerPixel);
+    return Process(width, height, pitch, image, bitsPerPixel);
 }
 
-unsigned long CShadingCorrection::ProcessB(unsigned long width, unsigned long height, unsigned long linePitch,
+unsigned long CShadingCorrection::ProcessB(unsigned long width, unsigned long height, unsigned long pitch,
                                            unsigned char* image, unsigned short bitsPerPixel) {
-    return Process(width, height, linePitch, image, bitsPerPixel);
+    return Process(width, height, pitch, image, bitsPerPixel);
 }
 
 } // namespace vek

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "common/Image.h"
+#include "common/Memory.h"
+#include "imageproc/Band.h"
 #include "imageproc/IShadingCorrection.h"
 #include "imageproc/rows/RowTable.h"
 
@@ -9,6 +12,49 @@
 #include <memory>
 
 namespace vek {
+
+/// Gains or offsets of each pixel.
+struct SShadingMap {
+    unsigned long width = 0;
+    unsigned long height = 0;
+    unsigned long pitch = 0; ///< bytes
+    unsigned long size = 0;  ///< bytes
+    Malloced<int> entries;   ///< null: there is no map
+
+    const int* Row(unsigned long y) const { return rowAt(entries.get(), y, pitch); }
+    int* Row(unsigned long y) { return rowAt(entries.get(), y, pitch); }
+    bool Has(unsigned long columns, unsigned long rows) const {
+        return entries != nullptr && width == columns && height == rows;
+    }
+    void Clear();
+    /// Entries of 0, or no map when memory runs out.
+    void Create(unsigned long columns, unsigned long rows, unsigned long rowPitch);
+};
+
+/// Shading correction as a stage: its mode and the map.
+struct SShadingStage {
+    unsigned long mode = 0;
+    std::shared_ptr<const SShadingMap> map; ///< may be null
+
+    /// Calibration is a Reduction to a mean; correction needs a map of the frame's size.
+    STraits Traits(const SFrame& frame) const;
+    /// frame: raw or mono, corrected.
+    template <class T>
+    void Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const;
+};
+
+/// The mean of calibration frames.
+struct SShadingMean {
+    unsigned long width = 0;
+    unsigned long height = 0;
+    unsigned long frames = 0; ///< in the mean; a map is to be made of it when not 0
+    std::unique_ptr<double[]> values;
+
+    void Clear();
+    /// Adds rows first .. end-1 of a frame. The rows of a frame may come in any order, frames counts it after the last.
+    template <class T>
+    void Add(const rows::SRowTable& kernels, const SImage<const T>& frame, unsigned long first, unsigned long end);
+};
 
 /// Shading correction. Owns the map and the mean of the calibration frames; never keeps an image pointer.
 class CShadingCorrection : public IShadingCorrection {
@@ -19,9 +65,9 @@ public:
 
     unsigned long SetMode(unsigned long mode) override;
     unsigned long GetMode(unsigned long* mode) override;
-    unsigned long ProcessW(unsigned long width, unsigned long height, unsigned long linePitch, unsigned short* image,
+    unsigned long ProcessW(unsigned long width, unsigned long height, unsigned long pitch, unsigned short* image,
                            unsigned short bitsPerPixel) override;
-    unsigned long ProcessB(unsigned long width, unsigned long height, unsigned long linePitch, unsigned char* image,
+    unsigned long ProcessB(unsigned long width, unsigned long height, unsigned long pitch, unsigned char* image,
                            unsigned short bitsPerPixel) override;
     unsigned long SetTargetAll(unsigned short target) override;
     unsigned long GetTargetAll(unsigned short* target) override;
@@ -29,46 +75,38 @@ public:
     unsigned long GetTargetEachColor(unsigned short* targets) override;
     unsigned long SetColorArray(unsigned short colorArray) override;
     unsigned long GetColorArray(unsigned short* colorArray) override;
-    unsigned long SetMap(unsigned long width, unsigned long height, unsigned long linePitch, const int* map) override;
-    unsigned long GetMap(unsigned long* width, unsigned long* height, unsigned long* linePitch, int* map) override;
+    unsigned long SetMap(unsigned long width, unsigned long height, unsigned long pitch, const int* map) override;
+    unsigned long GetMap(unsigned long* width, unsigned long* height, unsigned long* pitch, int* map) override;
 
-    virtual ~CShadingCorrection();
+    virtual ~CShadingCorrection() = default;
+
+    /// The map of a calibration that waits for one: the first corrected frame's depth belongs to it. kNoMemory only
+    /// where a stage shares the map.
+    unsigned long UpdateMap(unsigned int bitsPerPixel);
+    /// UpdateMap comes first. Later maps are not the stage's.
+    SShadingStage Stage() const { return {mMode, mMap}; }
 
 private:
     static constexpr std::size_t kPhases = 4;
     using Targets = std::array<unsigned short, kPhases>; ///< by 2 x (row mod 2) + (column mod 2)
 
     template <class T>
-    unsigned long Process(unsigned long width, unsigned long height, unsigned long linePitch, T* image,
+    unsigned long Process(unsigned long width, unsigned long height, unsigned long pitch, T* image,
                           unsigned short bitsPerPixel);
     template <class T>
-    unsigned long Calibration(unsigned long width, unsigned long height, unsigned long linePitch, const T* image);
-    template <class T>
-    unsigned long Correction(unsigned long width, unsigned long height, unsigned long linePitch, T* image,
-                             unsigned short bitsPerPixel) const;
-    void UpdateMap(unsigned int bitsPerPixel);
-    Targets mTargetsFor(unsigned int bitsPerPixel) const;
-    unsigned long CreateMapBuffer(unsigned long width, unsigned long height, unsigned long linePitch);
-    unsigned long Reset();
-    bool IsColor() const;
-    int* mpMapRow(unsigned long y) const;
+    unsigned long Calibrate(const SImage<const T>& frame);
+    bool StartMean(unsigned long width, unsigned long height);
+    Targets TargetsFor(unsigned int bitsPerPixel) const;
+    bool HasMap() const { return mMap != nullptr && mMap->entries != nullptr; }
+    void CreateMap(unsigned long width, unsigned long height, unsigned long pitch);
 
     const rows::SRowTable& mRows;
-    unsigned long mMapWidth = 0;
-    unsigned long mMapHeight = 0;
-    unsigned long mMapLinePitch = 0; ///< bytes
-    unsigned long mMapSize = 0;      ///< bytes
-    int* mpMap = nullptr;
+    /// Stages share it: who changes it makes sure to be alone. Null only where memory has run out.
+    std::shared_ptr<SShadingMap> mMap = std::make_shared<SShadingMap>();
     unsigned long mMode = 0;
     Targets mTarget{};
     unsigned short mColorArray = 1;
-    unsigned long mCalibrationCount = 0; ///< frames in the mean; the map is to be rebuilt from them when not 0
-    std::unique_ptr<double[]> mpCalibrationImage;
-    // The mean's own size: a map may be set in between.
-    unsigned long mCalibrationWidth = 0;
-    unsigned long mCalibrationHeight = 0;
-    unsigned int mBlackOffset = 0;
-    unsigned short mGainLimit = 16;
+    SShadingMean mMean; ///< its size is its own: a map may be set in between
 };
 
 } // namespace vek

@@ -17,10 +17,14 @@ constexpr unsigned short kMaxDepth = 12;
 /// The refinement of an automatic gain ends at this gain, a factor of 5.
 constexpr unsigned short kMaxRefinedGain = 640;
 
+bool isAutomatic(unsigned char mode) {
+    return mode == VEK_WB_AUTO || mode == VEK_WB_ONCE;
+}
+
 /// Adds the samples of even columns to one histogram, those of odd ones to the other; values above them to their last
 /// entries.
 template <class T>
-void mvCount(const T* row, unsigned long width, unsigned long* even, unsigned long* odd) {
+void countRow(const T* row, unsigned long width, unsigned long* even, unsigned long* odd) {
     const auto entry = [](T value) { return std::min<unsigned>(value, (1U << kMaxDepth) - 1); };
     unsigned long x = 0;
     // Several samples from one load: each of the increments is a load, too.
@@ -37,25 +41,9 @@ void mvCount(const T* row, unsigned long width, unsigned long* even, unsigned lo
     }
 }
 
-} // namespace
-
-unsigned char* CWB::mpTable8(std::size_t slot) {
-    return reinterpret_cast<unsigned char*>(mwTables.data()) + slot * kEntries8;
-}
-
-unsigned short* CWB::mpTable16(std::size_t slot) {
-    return mwTables.data() + kColourSlots * kEntries8 / 2 + slot * kEntries16;
-}
-
-template <class T>
-const T* CWB::mpTable(EColourSlot slot) const {
-    // Fixed behaviour: the lookup of words, too, starts where the slot's bytes do.
-    return reinterpret_cast<const T*>(reinterpret_cast<const unsigned char*>(mwTables.data()) + slot * kEntries8);
-}
-
 /// min(i x gain / 128, the depth's largest value) for every i of the depth.
 template <class T>
-void CWB::UpdateTable(unsigned short gain, T* table, unsigned short bits) {
+void fillTable(unsigned short gain, T* table, unsigned short bits) {
     const unsigned entries = 1U << bits;
     const unsigned maxValue = entries - 1;
     unsigned accumulator = 0;
@@ -65,32 +53,9 @@ void CWB::UpdateTable(unsigned short gain, T* table, unsigned short bits) {
     }
 }
 
-template <class T>
-unsigned long CWB::UpdateHistgram(unsigned long width, unsigned long height, unsigned long lineBytes, const T* image) {
-    for (Histogram& histogram : mulHistogram) {
-        histogram.fill(0);
-    }
-    std::array<std::uint64_t, 4> sum{};
-    mulCount = {};
-    const auto sumRow = rows::sumRow<T>(mRows);
-    const SImage<const T> view = {width, height, lineBytes, image};
-    const unsigned long status = view.forRows([&](const T* row, unsigned long y) {
-        const std::size_t first = 2 * (y % 2);
-        sumRow(row, width, &sum[first]);
-        mulCount[first] += (width + 1) / 2;
-        mulCount[first + 1] += width / 2;
-        mvCount(row, width, mulHistogram[first].data(), mulHistogram[first + 1].data());
-    });
-    for (std::size_t phase = 0; phase < 4; ++phase) {
-        mdblAverage[phase] =
-            mulCount[phase] == 0 ? 0.0 : static_cast<double>(sum[phase]) / static_cast<double>(mulCount[phase]);
-    }
-    return status;
-}
-
 /// Mean that a phase would have after the gain, with saturation taken into account.
-double CWB::mdblGetAverageFromHistogram(double average, const Histogram& histogram, unsigned long count,
-                                        unsigned short gain, unsigned short bits) {
+double averageAfter(unsigned short gain, double average, const SWBStatistics::Histogram& histogram, unsigned long count,
+                    unsigned short bits) {
     if (gain == 0) {
         return 0.0;
     }
@@ -106,116 +71,192 @@ double CWB::mdblGetAverageFromHistogram(double average, const Histogram& histogr
     return gain * average / kUnityGain;
 }
 
-unsigned short CWB::mwAutoGain(std::size_t phase, double target, unsigned short bits) const {
-    const double average = mdblAverage[phase];
-    const unsigned long count = mulCount[phase];
+/// Gain that brings a phase's mean to target.
+unsigned short automaticGain(const SWBStatistics& statistics, std::size_t phase, double target, unsigned short bits) {
+    const double average = statistics.Average(phase);
+    const unsigned long count = statistics.count[phase];
     // Without pixels the bound is infinite.
     if (average < 1.0 / static_cast<double>(count)) {
         return kUnityGain;
     }
     auto gain = saturateTo<unsigned short>(kUnityGain * target / average);
     // What saturation clips off the mean is made up for step by step.
-    while (gain < kMaxRefinedGain &&
-           mdblGetAverageFromHistogram(average, mulHistogram[phase], count, gain, bits) < target) {
+    while (gain < kMaxRefinedGain && averageAfter(gain, average, statistics.histogram[phase], count, bits) < target) {
         ++gain;
     }
     return gain;
 }
 
-void CWB::mvSetGain(EColourSlot slot, unsigned short gain) {
-    if (mwGain[slot] != gain) {
-        mwGain[slot] = gain;
-        mwTableDepth = 0;
+} // namespace
+
+void SWBStatistics::Clear() {
+    for (Histogram& entries : histogram) {
+        entries.fill(0);
+    }
+    sum = {};
+    count = {};
+}
+
+template <class T>
+void SWBStatistics::Add(const rows::SRowTable& kernels, const SImage<const T>& frame, unsigned long first,
+                        unsigned long end) {
+    if (!frame.hasPixels()) {
+        return;
+    }
+    const auto sumRow = rows::sumRow<T>(kernels);
+    for (unsigned long y = first; y < end; ++y) {
+        const T* const row = frame.row(y);
+        const std::size_t even = 2 * (y % 2);
+        sumRow(row, frame.width, &sum[even]);
+        count[even] += (frame.width + 1) / 2;
+        count[even + 1] += frame.width / 2;
+        countRow(row, frame.width, histogram[even].data(), histogram[even + 1].data());
+    }
+}
+template void SWBStatistics::Add(const rows::SRowTable&, const SImage<const unsigned char>&, unsigned long,
+                                 unsigned long);
+template void SWBStatistics::Add(const rows::SRowTable&, const SImage<const unsigned short>&, unsigned long,
+                                 unsigned long);
+
+SWBStatistics& SWBStatistics::operator+=(const SWBStatistics& other) {
+    for (std::size_t phase = 0; phase < histogram.size(); ++phase) {
+        for (std::size_t value = 0; value < histogram[phase].size(); ++value) {
+            histogram[phase][value] += other.histogram[phase][value];
+        }
+        sum[phase] += other.sum[phase];
+        count[phase] += other.count[phase];
+    }
+    return *this;
+}
+
+double SWBStatistics::Average(std::size_t phase) const {
+    return count[phase] == 0 ? 0.0 : static_cast<double>(sum[phase]) / static_cast<double>(count[phase]);
+}
+
+void SWBStage::SetGain(EColourSlot slot, unsigned short gain) {
+    if (gains[slot] != gain) {
+        gains[slot] = gain;
+        tableDepth = 0;
     }
 }
 
-unsigned long CWB::UpdateAutoWhiteBalanceGain(unsigned short colorArray, unsigned short bits) {
-    if (colorArray < VEK_COLOR_ARRAY_MONO || colorArray > VEK_COLOR_ARRAY_BGGR) {
+bool SWBStage::HasUnityGains() const {
+    return std::all_of(gains.begin(), gains.end(), [](unsigned short gain) { return gain == kUnityGain; });
+}
+
+STraits SWBStage::Traits(const SFrame&) const {
+    if (isAutomatic(mode)) {
+        return {.kind = EStage::FrameFirst, .resultBytes = sizeof(SWBStatistics)};
+    }
+    return {.kind = mode == VEK_WB_OFF || HasUnityGains() ? EStage::None : EStage::Pointwise};
+}
+
+unsigned long SWBStage::Balance(const SWBStatistics& statistics, const SFrame& frame) {
+    if (!isRaw(frame.colorArray)) {
         return kInvalid;
     }
     std::array<std::size_t, kColourSlots> phaseOf{};
-    const PhaseSlots slots = phaseSlots(colorArray);
+    const PhaseSlots slots = phaseSlots(frame.colorArray);
     for (std::size_t phase = 0; phase < slots.size(); ++phase) {
         phaseOf[slots[phase]] = phase;
     }
-    const double target = (mdblAverage[phaseOf[kSlotGr]] + mdblAverage[phaseOf[kSlotGb]]) / 2;
-    mvSetGain(kSlotR, mwAutoGain(phaseOf[kSlotR], target, bits));
-    mvSetGain(kSlotB, mwAutoGain(phaseOf[kSlotB], target, bits));
+    const double target = (statistics.Average(phaseOf[kSlotGr]) + statistics.Average(phaseOf[kSlotGb])) / 2;
+    SetGain(kSlotR, automaticGain(statistics, phaseOf[kSlotR], target, frame.bitsPerPixel));
+    SetGain(kSlotB, automaticGain(statistics, phaseOf[kSlotB], target, frame.bitsPerPixel));
+    if (mode == VEK_WB_ONCE) {
+        mode = VEK_WB_MANUAL;
+    }
     return kOk;
 }
 
-template <class T>
-unsigned long CWB::ProcImage(unsigned long width, unsigned long height, unsigned long lineBytes,
-                             unsigned short colorArray, T* image) const {
-    if (colorArray < VEK_COLOR_ARRAY_MONO || colorArray > VEK_COLOR_ARRAY_BGGR) {
-        return kInvalid;
+void SWBStage::UpdateTables(unsigned short bits) {
+    if (tableDepth == bits) {
+        return;
     }
-    const PhaseSlots slots = phaseSlots(colorArray);
-    if constexpr (sizeof(T) == 1) {
-        if (mwTableDepth == 8) {
-            // What the tables hold, without looking it up.
-            const auto gain = mRows.gains.bytes;
-            return SImage<T>{width, height, lineBytes, image}.forRows([&](T* row, unsigned long y) {
-                gain(row, width, mwGain[slots[2 * (y % 2)]], mwGain[slots[2 * (y % 2) + 1]]);
-            });
+    auto* const bytes = reinterpret_cast<unsigned char*>(tables.data());
+    unsigned short* const words = tables.data() + kColourSlots * kEntries8 / 2;
+    for (std::size_t slot = 0; slot < kColourSlots; ++slot) {
+        if (bits > 8) {
+            fillTable(gains[slot], words + slot * kEntries16, bits);
+        } else {
+            fillTable(gains[slot], bytes + slot * kEntries8, bits);
         }
     }
-    const auto lookUp = rows::curveRows<T>(mRows).lookUp;
-    return SImage<T>{width, height, lineBytes, image}.forRows([&](T* row, unsigned long y) {
-        lookUp(row, width, mpTable<T>(slots[2 * (y % 2)]), mpTable<T>(slots[2 * (y % 2) + 1]));
-    });
+    tableDepth = bits;
+}
+
+/// The table that an image of a sample type is looked up in.
+template <class T>
+const T* SWBStage::Table(EColourSlot slot) const {
+    // Fixed behaviour: the lookup of words, too, starts where the slot's bytes do.
+    return reinterpret_cast<const T*>(reinterpret_cast<const unsigned char*>(tables.data()) + slot * kEntries8);
 }
 
 template <class T>
-unsigned long CWB::WBProc(unsigned long width, unsigned long height, unsigned long lineBytes, unsigned short colorArray,
-                          T* image, unsigned short bits) {
-    lineBytes = pitchOr<T>(lineBytes, width);
+void SWBStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
+    const PhaseSlots slots = phaseSlots(frame.colorArray);
+    if (HasUnityGains()) {
+        forBandRows(band, 1, [](T*, unsigned long) {});
+        return;
+    }
+    if constexpr (sizeof(T) == 1) {
+        if (tableDepth == 8) {
+            // What the tables hold, without looking it up.
+            const auto gain = kernels.gains.bytes;
+            forBandRows(band, 1, [&](T* row, unsigned long y) {
+                gain(row, frame.width, gains[slots[2 * (y % 2)]], gains[slots[2 * (y % 2) + 1]]);
+            });
+            return;
+        }
+    }
+    const auto lookUp = rows::curveRows<T>(kernels).lookUp;
+    forBandRows(band, 1, [&](T* row, unsigned long y) {
+        lookUp(row, frame.width, Table<T>(slots[2 * (y % 2)]), Table<T>(slots[2 * (y % 2) + 1]));
+    });
+}
+template void SWBStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
+template void SWBStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned short>&) const;
+
+template <class T>
+unsigned long CWB::Process(unsigned long width, unsigned long height, unsigned long pitch, unsigned short colorArray,
+                           T* image, unsigned short bits) {
     if (bits > kMaxDepth) {
         return kInvalid;
     }
-    if (mMode == VEK_WB_OFF) {
+    if (mStage.mode == VEK_WB_OFF) {
         return kOk;
     }
-    if (mMode == VEK_WB_AUTO || mMode == VEK_WB_ONCE) {
-        unsigned long status = UpdateHistgram(width, height, lineBytes, image);
-        if (status == kOk) {
-            status = UpdateAutoWhiteBalanceGain(colorArray, bits);
+    const SFrame frame = {width, height, 0, colorArray, bits};
+    const SImage<T> view = {width, height, pitchOr<T>(pitch, width), image};
+    if (isAutomatic(mStage.mode)) {
+        if (image == nullptr && view.hasPixels()) {
+            return kInvalid;
         }
-        if (status != kOk) {
-            return status;
-        }
-        if (mMode == VEK_WB_ONCE) {
-            mMode = VEK_WB_MANUAL;
+        mStatistics.Clear();
+        mStatistics.Add<T>(mRows, {width, height, view.pitch, image}, 0, height);
+        if (mStage.Balance(mStatistics, frame) != kOk) {
+            return kInvalid;
         }
     }
-    if (mwTableDepth != bits) {
-        for (std::size_t slot = 0; slot < kColourSlots; ++slot) {
-            if (bits > 8) {
-                UpdateTable(mwGain[slot], mpTable16(slot), bits);
-            } else {
-                UpdateTable(mwGain[slot], mpTable8(slot), bits);
-            }
-        }
-        mwTableDepth = bits;
-    }
-    if (std::all_of(mwGain.begin(), mwGain.end(), [](unsigned short gain) { return gain == kUnityGain; })) {
+    mStage.UpdateTables(bits);
+    if (mStage.HasUnityGains()) {
         return kOk;
     }
-    return ProcImage(width, height, lineBytes, colorArray, image);
+    return isRaw(colorArray) ? runInPlace(mStage, mRows, frame, view) : kInvalid;
 }
 
-unsigned long CWB::WBProcB(unsigned long width, unsigned long height, unsigned long lineBytes,
-                           unsigned short colorArray, unsigned char* image, unsigned short bits) {
-    return WBProc(width, height, lineBytes, colorArray, image, bits);
+unsigned long CWB::WBProcB(unsigned long width, unsigned long height, unsigned long pitch, unsigned short colorArray,
+                           unsigned char* image, unsigned short bits) {
+    return Process(width, height, pitch, colorArray, image, bits);
 }
 
-unsigned long CWB::WBProcW(unsigned long width, unsigned long height, unsigned long lineBytes,
-                           unsigned short colorArray, unsigned short* image, unsigned short bits) {
-    return WBProc(width, height, lineBytes, colorArray, image, bits);
+unsigned long CWB::WBProcW(unsigned long width, unsigned long height, unsigned long pitch, unsigned short colorArray,
+                           unsigned short* image, unsigned short bits) {
+    return Process(width, height, pitch, colorArray, image, bits);
 }
 
 unsigned long CWB::SetWBMode(unsigned char mode) {
-    mMode = mode;
+    mStage.mode = mode;
     return kOk;
 }
 
@@ -223,7 +264,7 @@ unsigned long CWB::GetWBMode(unsigned char* mode) {
     if (mode == nullptr) {
         return kInvalid;
     }
-    *mode = mMode;
+    *mode = mStage.mode;
     return kOk;
 }
 
@@ -232,14 +273,14 @@ unsigned long CWB::SetWBGain(const unsigned short* gains) {
         return kInvalid;
     }
     for (std::size_t slot = 0; slot < kColourSlots; ++slot) {
-        mvSetGain(static_cast<EColourSlot>(slot), gains[slot]);
+        mStage.SetGain(static_cast<EColourSlot>(slot), gains[slot]);
     }
     return kOk;
 }
 
 unsigned long CWB::GetWBGain(unsigned short* gains) {
     if (gains != nullptr) {
-        std::copy(mwGain.begin(), mwGain.end(), gains);
+        std::copy(mStage.gains.begin(), mStage.gains.end(), gains);
     }
     return kOk;
 }

@@ -38,7 +38,8 @@ struct SBandImages {
 };
 
 /// Runs a stage band by band and compares the bands with the whole frame at once. Every band has a source of just the
-/// rows that the traits tell, a destination and a work area of just its size, each between protected pages.
+/// rows that the traits tell, a destination and a work area of just its size, each between protected pages. A serial
+/// stage has its rows above in the destination, or, half the time where it may start there, in the source.
 template <class Src, class Dst = Src>
 class CBandCheck {
 public:
@@ -126,7 +127,22 @@ public:
         return traits;
     }
 
+    /// Whether another row dy rows below changes what a random frame's middle row becomes. It does so sooner or later
+    /// for the outermost rows that the traits tell.
+    template <class Stage>
+    bool ReadsRow(const Stage& stage, const SFrame& frame, const SBandImages& images, long dy) {
+        static_assert(std::is_same_v<Src, Dst>);
+        Prepare(frame, images);
+        const std::vector<std::uint8_t> before = MiddleRow(stage, frame);
+        const unsigned long y = frame.height / 2 + static_cast<unsigned long>(dy);
+        fillSamples(reinterpret_cast<Src*>(mSource.data() + y * mSrcPitch), mSrcRowBytes / sizeof(Src), Pattern::Random,
+                    images.depth, mRandom);
+        return MiddleRow(stage, frame) != before;
+    }
+
     CRandom& Random() { return mRandom; }
+    /// Bands below the first one that a serial stage has started with the rows above it in the source.
+    unsigned Started() const { return mStarted; }
 
 private:
     static constexpr std::uint8_t kCanvas = 0x5A;
@@ -213,30 +229,66 @@ private:
         std::memcpy(to.data(), mSource.data() + rows.first * mSrcPitch, to.size());
     }
 
+    /// A destination that holds the source: a serial stage finds the rows above there.
+    template <class Stage>
+    std::vector<std::uint8_t> MiddleRow(const Stage& stage, const SFrame& frame) const {
+        std::vector<std::uint8_t> dst = mSource;
+        CGuardedBuffer<std::uint8_t> work(roundUp16(stage.Traits(frame).workBytes), Flush::Right);
+        const unsigned long y = frame.height / 2;
+        stage.Rows(mKernels, frame,
+                   SBand<Src>{{frame.width, frame.height, mSrcPitch, reinterpret_cast<const Src*>(mSource.data())},
+                              {frame.width, frame.height, mSrcPitch, reinterpret_cast<Src*>(dst.data())},
+                              y,
+                              y + 1,
+                              work.data()});
+        const std::uint8_t* const row = dst.data() + y * mSrcPitch;
+        return {row, row + mSrcRowBytes};
+    }
+
+    /// Whether a serial stage is to start at row first: at random, where it may.
+    template <class Stage>
+    bool Starts(const Stage& stage, const SFrame& frame, unsigned long first) {
+        if constexpr (requires(const SImage<const Src>& source) { stage.StartsAt(frame, source, first); }) {
+            const SImage<const Src> source = {frame.width, frame.height, mSrcPitch,
+                                              reinterpret_cast<const Src*>(mSource.data())};
+            const bool starts = mRandom.Below(2) == 0 && stage.StartsAt(frame, source, first);
+            mStarted += starts && first != 0 ? 1 : 0;
+            return starts;
+        }
+        return false;
+    }
+
     template <class Stage>
     ::testing::AssertionResult InBands(const Stage& stage, const STraits& traits, const SFrame& frame,
                                        const std::vector<std::uint8_t>& whole) {
         const std::vector<std::uint8_t> canvas = Canvas(kCanvas);
         return ForBands(traits, frame.height, [&](unsigned long first, unsigned long end, SRowRange rows) {
+            unsigned long dstFirst = first;
+            if (traits.kind == EStage::Serial && !Starts(stage, frame, first)) {
+                dstFirst = rows.first;
+                rows.first = first;
+            }
             CGuardedBuffer<std::uint8_t> src(SourceBytes(rows) + (traits.readsBehind ? sizeof(Src) : 0), Flush::Right);
             CopySource(rows, src);
-            CGuardedBuffer<std::uint8_t> dst((end - first - 1) * mDstPitch + mDstRowBytes, Flush::Right);
-            std::memcpy(dst.data(), canvas.data() + first * mDstPitch, dst.size());
+            CGuardedBuffer<std::uint8_t> dst((end - dstFirst - 1) * mDstPitch + mDstRowBytes, Flush::Right);
+            const std::size_t done = (first - dstFirst) * mDstPitch;
+            std::memcpy(dst.data(), whole.data() + dstFirst * mDstPitch, done);
+            std::memcpy(dst.data() + done, canvas.data() + first * mDstPitch, dst.size() - done);
             CGuardedBuffer<std::uint8_t> work(roundUp16(traits.workBytes), Flush::Right);
             stage.Rows(mKernels, frame,
                        SBand<Src, Dst>{
                            {frame.width, frame.height, mSrcPitch, reinterpret_cast<const Src*>(src.data()), rows.first},
-                           {mDstWidth, mDstHeight, mDstPitch, reinterpret_cast<Dst*>(dst.data()), first},
+                           {mDstWidth, mDstHeight, mDstPitch, reinterpret_cast<Dst*>(dst.data()), dstFirst},
                            first,
                            end,
                            work.data()});
-            const auto* const expected = whole.data() + first * mDstPitch;
+            const auto* const expected = whole.data() + dstFirst * mDstPitch;
             const auto differ = std::mismatch(dst.data(), dst.data() + dst.size(), expected);
             if (differ.first != dst.data() + dst.size()) {
                 const auto at = static_cast<std::size_t>(differ.first - dst.data());
                 return ::testing::AssertionFailure()
                        << "seed " << mSeed << ", " << frame.width << " x " << frame.height << ", band " << first
-                       << " .. " << end - 1 << ": byte " << at % mDstPitch << " of row " << first + at / mDstPitch
+                       << " .. " << end - 1 << ": byte " << at % mDstPitch << " of row " << dstFirst + at / mDstPitch
                        << " is " << int{*differ.first} << ", not " << int{*differ.second};
             }
             if (!src.CanaryIntact() || !dst.CanaryIntact() ||
@@ -250,6 +302,7 @@ private:
     const rows::SRowTable& mKernels;
     std::uint64_t mSeed;
     CRandom mRandom;
+    unsigned mStarted = 0;
     unsigned long mDstWidth = 0;
     unsigned long mDstHeight = 0;
     std::size_t mSrcRowBytes = 0;

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+// Chroma suppression in bands: what each of them makes is what the whole frame in its own place becomes.
+#include "VekTrgApi.h"
+#include "imageproc/ChromaSuppress.h"
+#include "support/BandCheck.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+namespace vek::test {
+
+namespace {
+
+template <class T>
+void tryRandomBands(unsigned long format, unsigned samples, unsigned short bits) {
+    for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+        CBandCheck<T> check(rows::bestTable(), seed);
+        CRandom& random = check.Random();
+        const std::uint64_t levels = std::uint64_t{1} << bits;
+        CChromaSuppress module(rows::bestTable());
+        module.SetLowStartLevel(static_cast<unsigned short>(1 + random.Below(levels - 1)));
+        module.SetLowSlope(static_cast<unsigned short>(1 + random.Below(400)));
+        module.SetHighStartLevel(static_cast<unsigned short>(random.Below(levels - 1)));
+        module.SetHighSlope(static_cast<unsigned short>(1 + random.Below(400)));
+        const SFrame frame = {1 + random.Below(150), 1 + random.Below(12), format, 0, bits};
+        ASSERT_TRUE(check.RunInPlace(module.Stage(), frame, {samples, samples, bits}));
+    }
+}
+
+} // namespace
+
+TEST(ChromaSuppressBands, AreTheFrame) {
+    tryRandomBands<std::uint8_t>(VEK_DESTINATION_BGR24, 3, 8);
+    tryRandomBands<std::uint8_t>(VEK_DESTINATION_BGRX32, 4, 8);
+    tryRandomBands<std::uint16_t>(VEK_DESTINATION_BGR48, 3, 12);
+    tryRandomBands<std::uint16_t>(VEK_DESTINATION_BGRX64, 4, 12);
+}
+
+TEST(ChromaSuppressBands, TraitsFollowLevelsSlopesAndFormat) {
+    CChromaSuppress module(rows::bestTable());
+    const auto kindOf = [&](unsigned long format) { return module.Stage().Traits({100, 50, format, 0, 8}).kind; };
+    EXPECT_EQ(kindOf(VEK_DESTINATION_BGR24), EStage::None);
+    module.SetHighSlope(10);
+    EXPECT_EQ(kindOf(VEK_DESTINATION_BGR24), EStage::None) << "no luma lies beyond 255";
+    EXPECT_EQ(kindOf(VEK_DESTINATION_BGR48), EStage::Pointwise);
+    module.SetHighStartLevel(256 + 254); // bytes take the low byte
+    EXPECT_EQ(kindOf(VEK_DESTINATION_BGR24), EStage::Pointwise);
+    EXPECT_EQ(kindOf(VEK_DESTINATION_MONO8), EStage::None);
+    EXPECT_EQ(kindOf(VEK_DESTINATION_MONO12), EStage::None);
+    module.SetHighStartLevel(0xFFFF);
+    EXPECT_EQ(kindOf(VEK_DESTINATION_BGRX32), EStage::None);
+    EXPECT_EQ(kindOf(VEK_DESTINATION_BGRX64), EStage::None);
+    module.SetLowStartLevel(20);
+    EXPECT_EQ(kindOf(VEK_DESTINATION_BGRX32), EStage::None);
+    module.SetLowSlope(1);
+    EXPECT_EQ(kindOf(VEK_DESTINATION_BGRX32), EStage::Pointwise);
+}
+
+} // namespace vek::test
