@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Chroma suppression through the public header: settings, and their effect on images that pass the colour matrix
 // unchanged.
-#include "VekTrgApi.h"
 #include "imageproc/ChromaSuppress/ChromaSuppressModel.h"
+#include "support/HandleTest.h"
 #include "support/InPlaceCheck.h"
 
 #include <gtest/gtest.h>
@@ -13,12 +13,29 @@ namespace vek::test {
 
 namespace {
 
-class CChromaSuppressExports : public ::testing::Test {
+class CChromaSuppressExports : public CHandleTest {
 protected:
-    CChromaSuppressExports() : mHandle(VekCam_Open(-1)) {}
-    ~CChromaSuppressExports() override { VekCam_Close(mHandle); }
-
-    VekCam_Handle mHandle;
+    /// Settings with levels and slopes below these, on images whose depth and bits follow the turn. With the colour
+    /// matrix off the image is what chroma suppression makes of it; bits only choose the samples.
+    template <class T>
+    void CheckModel(unsigned levels, unsigned slopes, unsigned (*depth)(unsigned), unsigned (*bits)(unsigned)) {
+        CInPlaceCheck<T> check(1UL << 14);
+        for (unsigned turn = 0; turn < 300; ++turn) {
+            const auto below = [&](unsigned bound) { return static_cast<unsigned short>(check.Random().Below(bound)); };
+            const SChromaSuppressModel settings{below(levels), below(levels), below(slopes), below(slopes)};
+            ASSERT_EQ(VekCam_SetLowChromaSuppression(mHandle, settings.lowStart, settings.lowSlope), 0);
+            ASSERT_EQ(VekCam_SetHighChromaSuppression(mHandle, settings.highStart, settings.highSlope), 0);
+            const SInPlaceImage image{below(40), below(6), turn % 2 + 3, 0};
+            const unsigned long format = (sizeof(T) == 1 ? 4UL : 256UL) * (image.samples - 2);
+            ASSERT_TRUE(check.Run(
+                image, depth(turn), turn % 3 == 0 ? Flush::Left : Flush::Right,
+                [&](T* samples) {
+                    return VekCam_HueSaturationColorMatrix(mHandle, image.width, image.height, format, samples,
+                                                           static_cast<unsigned short>(bits(turn)));
+                },
+                [&](T* samples) { return modelChromaSuppress(settings, image, format, samples); }));
+        }
+    }
 };
 
 } // namespace
@@ -94,53 +111,14 @@ TEST_F(CChromaSuppressExports, HandlesShareNothing) {
     VekCam_Close(other);
 }
 
-// With the colour matrix off the image is what chroma suppression makes of it; the depth only chooses the samples.
 TEST_F(CChromaSuppressExports, BytesAsModelled) {
-    CInPlaceCheck<std::uint8_t> check(1UL << 14);
-    for (unsigned turn = 0; turn < 300; ++turn) {
-        CRandom& random = check.Random();
-        const SChromaSuppressModel settings{
-            static_cast<unsigned short>(random.Below(258)), static_cast<unsigned short>(random.Below(258)),
-            static_cast<unsigned short>(random.Below(900)), static_cast<unsigned short>(random.Below(900))};
-        ASSERT_EQ(VekCam_SetLowChromaSuppression(mHandle, settings.lowStart, settings.lowSlope), 0);
-        ASSERT_EQ(VekCam_SetHighChromaSuppression(mHandle, settings.highStart, settings.highSlope), 0);
-        const SInPlaceImage image{random.Below(40), random.Below(6), turn % 2 + 3, 0};
-        const unsigned long format = image.samples == 3 ? VEK_DESTINATION_BGR24 : VEK_DESTINATION_BGRX32;
-        const auto bits = static_cast<unsigned short>(turn % 9);
-        ASSERT_TRUE(check.Run(
-            image, 8, turn % 3 == 0 ? Flush::Left : Flush::Right,
-            [&](std::uint8_t* samples) {
-                return static_cast<unsigned long>(
-                    VekCam_HueSaturationColorMatrix(mHandle, image.width, image.height, format, samples, bits));
-            },
-            [&](std::uint8_t* samples) {
-                return modelChromaSuppress(settings, image.width, image.height, 0, format, samples);
-            }));
-    }
+    CheckModel<std::uint8_t>(
+        258, 900, [](unsigned) { return 8U; }, [](unsigned turn) { return turn % 9; });
 }
 
 TEST_F(CChromaSuppressExports, WordsAsModelled) {
-    CInPlaceCheck<std::uint16_t> check(1UL << 14);
-    for (unsigned turn = 0; turn < 300; ++turn) {
-        CRandom& random = check.Random();
-        const SChromaSuppressModel settings{
-            static_cast<unsigned short>(random.Below(4200)), static_cast<unsigned short>(random.Below(4200)),
-            static_cast<unsigned short>(random.Below(99)), static_cast<unsigned short>(random.Below(99))};
-        ASSERT_EQ(VekCam_SetLowChromaSuppression(mHandle, settings.lowStart, settings.lowSlope), 0);
-        ASSERT_EQ(VekCam_SetHighChromaSuppression(mHandle, settings.highStart, settings.highSlope), 0);
-        const SInPlaceImage image{random.Below(40), random.Below(6), turn % 2 + 3, 0};
-        const unsigned long format = image.samples == 3 ? VEK_DESTINATION_BGR48 : VEK_DESTINATION_BGRX64;
-        const auto bits = static_cast<unsigned short>(9 + turn % 8);
-        ASSERT_TRUE(check.Run(
-            image, turn % 5 == 0 ? 16 : 12, turn % 3 == 0 ? Flush::Left : Flush::Right,
-            [&](std::uint16_t* samples) {
-                return static_cast<unsigned long>(
-                    VekCam_HueSaturationColorMatrix(mHandle, image.width, image.height, format, samples, bits));
-            },
-            [&](std::uint16_t* samples) {
-                return modelChromaSuppress(settings, image.width, image.height, 0, format, samples);
-            }));
-    }
+    CheckModel<std::uint16_t>(
+        4200, 99, [](unsigned turn) { return turn % 5 == 0 ? 16U : 12U; }, [](unsigned turn) { return 9 + turn % 8; });
 }
 
 } // namespace vek::test

@@ -451,7 +451,7 @@ TEST_F(CGoldenNoiseReduction, EasyWithoutMemoryIsNoFailure) {
     EXPECT_EQ(byte, 77);
 }
 
-// A line pitch of 0 is the width times the bytes that the depth takes.
+// A pitch of 0 is the width times the bytes that the depth takes.
 TEST_F(CGoldenNoiseReduction, DerivedPitch) {
     std::vector<std::uint16_t> words = {1, 1, 1, 1, 4000, 1, 1, 1, 1};
     EXPECT_EQ(mWords->NRProcW(3, 3, 0, kMono, words.data(), 12, kNoiseEasy), kOk);
@@ -631,8 +631,8 @@ TEST_F(CGoldenNoiseReduction, BayerEdgesAreNotRepaired) {
             Samples dark(36, 0);
             dark[at] = 5;
             Store(6, dark, colorArray);
-            const bool bMiddle = at % 6 >= 2 && at % 6 <= 3 && at / 6 >= 2 && at / 6 <= 3;
-            EXPECT_EQ(Complex(6, Samples(36, 255), colorArray)[at], bMiddle ? 255 : 250) << colorArray << ' ' << at;
+            const bool middle = at % 6 >= 2 && at % 6 <= 3 && at / 6 >= 2 && at / 6 <= 3;
+            EXPECT_EQ(Complex(6, Samples(36, 255), colorArray)[at], middle ? 255 : 250) << colorArray << ' ' << at;
         }
     }
 }
@@ -640,14 +640,14 @@ TEST_F(CGoldenNoiseReduction, BayerEdgesAreNotRepaired) {
 // Red takes the reds two pixels away, green its diagonal greens.
 TEST_F(CGoldenNoiseReduction, BayerRepairKeepsToItsColour) {
     for (const unsigned short colorArray : {kRGGB, kGRBG}) {
-        const bool bGreen = colorArray == kGRBG; // at (2,2)
+        const bool isGreen = colorArray == kGRBG; // at (2,2)
         Samples dark(36, 0);
         dark[14] = 5;
         Store(6, dark, colorArray);
         EXPECT_EQ(Complex(6, field(6, 6, {{2, 2}, {0, 2}, {4, 2}, {2, 0}, {2, 4}}, 255), colorArray)[14],
-                  bGreen ? 250 : 255);
+                  isGreen ? 250 : 255);
         EXPECT_EQ(Complex(6, field(6, 6, {{2, 2}, {1, 1}, {3, 1}, {1, 3}, {3, 3}}, 255), colorArray)[14],
-                  bGreen ? 255 : 250);
+                  isGreen ? 255 : 250);
     }
 }
 

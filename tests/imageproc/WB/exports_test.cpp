@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // White balance through the exported functions: refusals in their order, what passes untouched, and random images
 // against the model.
-#include "VekTrgApi.h"
 #include "imageproc/WB/WhiteBalanceCheck.h"
+#include "support/HandleTest.h"
 
 #include <gtest/gtest.h>
 
@@ -28,11 +28,8 @@ static_assert(std::is_same_v<decltype(VekCam_WhiteBalance), int(VekCam_Handle, u
 using Gains = std::array<unsigned short, 4>;
 using Getter = decltype(&VekCam_GetWhiteBalanceGain);
 
-class CWhiteBalanceExports : public ::testing::Test {
+class CWhiteBalanceExports : public CHandleTest {
 protected:
-    CWhiteBalanceExports() : mHandle(VekCam_Open(-1)) {}
-    ~CWhiteBalanceExports() override { VekCam_Close(mHandle); }
-
     Gains Read(Getter getter = VekCam_GetWhiteBalanceGain) {
         Gains g{1, 2, 3, 4};
         EXPECT_EQ(getter(mHandle, &g[0], &g[1], &g[2], &g[3]), 0);
@@ -51,8 +48,6 @@ protected:
     int Run(unsigned short colorArray, void* image, unsigned short bits) {
         return VekCam_WhiteBalance(mHandle, 4, 2, bits > 8 ? 8 : 4, colorArray, image, bits);
     }
-
-    VekCam_Handle mHandle;
 };
 
 } // namespace
@@ -244,8 +239,7 @@ TEST_F(CWhiteBalanceExports, RandomImages) {
     CWhiteBalanceCheck check(1UL << 14);
     CRandom& random = check.Random();
     const auto call = [this](const SWhiteBalanceCall& c, auto* image) {
-        return static_cast<unsigned long>(
-            VekCam_WhiteBalance(mHandle, c.width, c.height, c.lineBytes, c.colorArray, image, c.bits));
+        return VekCam_WhiteBalance(mHandle, c.width, c.height, c.pitch, c.colorArray, image, c.bits);
     };
     for (int round = 0; round < 2000; ++round) {
         if (random.Below(4) == 0) {
@@ -262,11 +256,11 @@ TEST_F(CWhiteBalanceExports, RandomImages) {
         constexpr unsigned short colorArrays[] = {0, 2, 3, 4, 5, 6};
         SWhiteBalanceCall c{random.Below(40), random.Below(7), 0, colorArrays[random.Below(6)], 8};
         const Flush flush = random.Below(2) == 0 ? Flush::Left : Flush::Right;
-        const bool bWords = random.Below(2) == 0;
+        const bool asWords = random.Below(2) == 0;
         if (random.Below(3) != 0) {
-            c.lineBytes = (c.width + random.Below(5)) * (bWords ? 2 : 1);
+            c.pitch = (c.width + random.Below(5)) * (asWords ? 2 : 1);
         }
-        if (bWords) {
+        if (asWords) {
             c.bits = random.Below(4) == 0 ? 12 : 10;
             ASSERT_TRUE(check.Run<std::uint16_t>(c, flush, random.Below(2) == 0 ? c.bits : 16, call)) << round;
         } else {
