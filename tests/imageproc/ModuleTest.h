@@ -10,6 +10,12 @@
 
 namespace vek::test {
 
+constexpr unsigned short kMono = 1;
+constexpr unsigned short kRGGB = 2;
+constexpr unsigned short kGRBG = 3;
+constexpr unsigned short kGBRG = 4;
+constexpr unsigned short kBGGR = 5;
+
 /// A module as the factory makes it.
 template <class Interface, EModuleType Type>
 ModulePtr<Interface, Type> makeModule() {

@@ -54,9 +54,8 @@ void forKeys(Settings& s, Each each) {
 
 std::vector<SettingLine> modelLines(const SSettings& settings) {
     std::vector<SettingLine> lines;
-    forKeys(settings, [&lines](const std::string& key, const auto& holder) {
-        lines.emplace_back(key, static_cast<long>(holder));
-    });
+    forKeys(settings,
+            [&lines](std::string_view key, const auto& holder) { lines.emplace_back(key, static_cast<long>(holder)); });
     return lines;
 }
 
@@ -71,7 +70,7 @@ std::string modelText(const std::vector<SettingLine>& lines) {
 int modelApply(SSettings* settings, const std::vector<SettingLine>& lines) {
     SSettings held = *settings;
     for (const auto& line : lines) {
-        forKeys(held, [&line](const std::string& key, auto& holder) {
+        forKeys(held, [&line](std::string_view key, auto& holder) {
             if (line.first == key) {
                 holder = static_cast<std::remove_reference_t<decltype(holder)>>(line.second);
             }

@@ -7,14 +7,24 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 
 namespace vek::test {
 
 namespace {
 
+/// Start level and slope of the high part, then of the low one.
+using Settings = std::array<unsigned short, 4>;
+
 class CChromaSuppressExports : public CHandleTest {
 protected:
+    static Settings Read(VekCam_Handle handle) {
+        Settings s{1, 2, 3, 4};
+        EXPECT_EQ(VekCam_GetHighChromaSuppression(handle, &s[0], &s[1]), 0);
+        EXPECT_EQ(VekCam_GetLowChromaSuppression(handle, &s[2], &s[3]), 0);
+        return s;
+    }
     /// Settings with levels and slopes below these, on images whose depth and bits follow the turn. With the colour
     /// matrix off the image is what chroma suppression makes of it; bits only choose the samples.
     template <class T>
@@ -54,16 +64,7 @@ TEST_F(CChromaSuppressExports, NullHandleTouchesNothing) {
 }
 
 TEST_F(CChromaSuppressExports, DefaultsOfANewHandle) {
-    unsigned short level = 11;
-    unsigned short slope = 12;
-    EXPECT_EQ(VekCam_GetHighChromaSuppression(mHandle, &level, &slope), 0);
-    EXPECT_EQ(level, 255);
-    EXPECT_EQ(slope, 0);
-    level = 11;
-    slope = 12;
-    EXPECT_EQ(VekCam_GetLowChromaSuppression(mHandle, &level, &slope), 0);
-    EXPECT_EQ(level, 0);
-    EXPECT_EQ(slope, 0);
+    EXPECT_EQ(Read(mHandle), (Settings{255, 0, 0, 0}));
 }
 
 // No value is checked, all 16 bits are kept, and the two parts do not mix.
@@ -73,13 +74,7 @@ TEST_F(CChromaSuppressExports, KeepWhatIsSet) {
         const auto second = static_cast<unsigned short>(65535 - value);
         EXPECT_EQ(VekCam_SetHighChromaSuppression(mHandle, first, second), 0);
         EXPECT_EQ(VekCam_SetLowChromaSuppression(mHandle, second, static_cast<unsigned short>(value ^ 0x5555)), 0);
-        unsigned short read[4] = {1, 2, 3, 4};
-        EXPECT_EQ(VekCam_GetHighChromaSuppression(mHandle, &read[0], &read[1]), 0);
-        EXPECT_EQ(VekCam_GetLowChromaSuppression(mHandle, &read[2], &read[3]), 0);
-        EXPECT_EQ(read[0], first);
-        EXPECT_EQ(read[1], second);
-        EXPECT_EQ(read[2], second);
-        EXPECT_EQ(read[3], value ^ 0x5555);
+        EXPECT_EQ(Read(mHandle), (Settings{first, second, second, static_cast<unsigned short>(value ^ 0x5555)}));
     }
 }
 
@@ -103,11 +98,7 @@ TEST_F(CChromaSuppressExports, NullOutputsAreSkipped) {
 TEST_F(CChromaSuppressExports, HandlesShareNothing) {
     const VekCam_Handle other = VekCam_Open(-1);
     ASSERT_EQ(VekCam_SetHighChromaSuppression(mHandle, 1, 2), 0);
-    unsigned short level = 0;
-    unsigned short slope = 9;
-    EXPECT_EQ(VekCam_GetHighChromaSuppression(other, &level, &slope), 0);
-    EXPECT_EQ(level, 255);
-    EXPECT_EQ(slope, 0);
+    EXPECT_EQ(Read(other), (Settings{255, 0, 0, 0}));
     VekCam_Close(other);
 }
 

@@ -53,6 +53,22 @@ protected:
         ASSERT_EQ(VekCam_SetHighChromaSuppression(mHandle, settings.highStart, settings.highSlope), 0);
         mChroma = settings;
     }
+    void ExpectMatrix(int expectedMode, const short* expected) {
+        unsigned char mode = 9;
+        short matrix[12] = {};
+        EXPECT_EQ(VekCam_GetColorMatrix(mHandle, &mode, matrix), 0);
+        EXPECT_EQ(mode, expectedMode);
+        EXPECT_TRUE(std::equal(std::begin(matrix), std::end(matrix), expected));
+    }
+    void ExpectHue(int expectedMode, int expectedHue, int expectedSaturation) {
+        unsigned char mode = 9;
+        short hue = 9;
+        unsigned short saturation = 9;
+        EXPECT_EQ(VekCam_GetHueSaturationMode(mHandle, &mode, &hue, &saturation), 0);
+        EXPECT_EQ(mode, expectedMode);
+        EXPECT_EQ(hue, expectedHue);
+        EXPECT_EQ(saturation, expectedSaturation);
+    }
     int Call(unsigned long width, unsigned long height, unsigned long format, void* image, unsigned bits) {
         return VekCam_HueSaturationColorMatrix(mHandle, width, height, format, image,
                                                static_cast<unsigned short>(bits));
@@ -118,47 +134,34 @@ TEST_F(CColorMatrixExports, NullHandleTouchesNothing) {
 }
 
 TEST_F(CColorMatrixExports, MatrixIsKept) {
-    unsigned char mode = 9;
-    short matrix[12] = {};
-    EXPECT_EQ(VekCam_GetColorMatrix(mHandle, &mode, matrix), 0);
-    EXPECT_EQ(mode, 0);
-    EXPECT_TRUE(std::equal(std::begin(matrix), std::end(matrix), std::begin(kIdentity)));
+    ExpectMatrix(0, kIdentity);
     EXPECT_EQ(VekCam_SetColorMatrix(mHandle, 255, kMatrix), 0);
     for (unsigned refused = 1; refused <= 254; ++refused) {
         EXPECT_EQ(VekCam_SetColorMatrix(mHandle, static_cast<unsigned char>(refused), kIdentity), -22);
         EXPECT_EQ(VekCam_SetColorMatrix(mHandle, static_cast<unsigned char>(refused), nullptr), -22);
     }
     EXPECT_EQ(VekCam_SetColorMatrix(mHandle, 255, nullptr), -22);
+    unsigned char mode = 9;
+    short matrix[12] = {};
     EXPECT_EQ(VekCam_GetColorMatrix(mHandle, &mode, nullptr), 0);
     EXPECT_EQ(mode, 255);
     EXPECT_EQ(VekCam_GetColorMatrix(mHandle, nullptr, matrix), 0);
     EXPECT_TRUE(std::equal(std::begin(matrix), std::end(matrix), std::begin(kMatrix)));
     EXPECT_EQ(VekCam_GetColorMatrix(mHandle, nullptr, nullptr), 0);
     EXPECT_EQ(VekCam_SetColorMatrix(mHandle, 0, nullptr), 0);
-    EXPECT_EQ(VekCam_GetColorMatrix(mHandle, &mode, matrix), 0);
-    EXPECT_EQ(mode, 0);
-    EXPECT_TRUE(std::equal(std::begin(matrix), std::end(matrix), std::begin(kIdentity)));
+    ExpectMatrix(0, kIdentity);
 }
 
 TEST_F(CColorMatrixExports, HueAndSaturationAreKept) {
-    unsigned char mode = 9;
-    short hue = 9;
-    unsigned short saturation = 9;
-    EXPECT_EQ(VekCam_GetHueSaturationMode(mHandle, &mode, &hue, &saturation), 0);
-    EXPECT_EQ(mode, 0);
-    EXPECT_EQ(hue, 0);
-    EXPECT_EQ(saturation, 100);
+    ExpectHue(0, 0, 100);
     EXPECT_EQ(VekCam_SetHueSaturationMode(mHandle, 1, -32768, 65535), 0);
     for (unsigned refused = 2; refused <= 255; ++refused) {
         EXPECT_EQ(VekCam_SetHueSaturationMode(mHandle, static_cast<unsigned char>(refused), 1, 2), -22);
     }
-    EXPECT_EQ(VekCam_GetHueSaturationMode(mHandle, &mode, &hue, &saturation), 0);
-    EXPECT_EQ(mode, 1);
-    EXPECT_EQ(hue, -32768);
-    EXPECT_EQ(saturation, 65535);
-    mode = 77;
-    hue = 77;
-    saturation = 77;
+    ExpectHue(1, -32768, 65535);
+    unsigned char mode = 77;
+    short hue = 77;
+    unsigned short saturation = 77;
     EXPECT_EQ(VekCam_GetHueSaturationMode(mHandle, nullptr, &hue, &saturation), -22);
     EXPECT_EQ(VekCam_GetHueSaturationMode(mHandle, &mode, nullptr, &saturation), -22);
     EXPECT_EQ(VekCam_GetHueSaturationMode(mHandle, &mode, &hue, nullptr), -22);
@@ -166,10 +169,7 @@ TEST_F(CColorMatrixExports, HueAndSaturationAreKept) {
     EXPECT_EQ(hue, 77);
     EXPECT_EQ(saturation, 77);
     EXPECT_EQ(VekCam_SetHueSaturationMode(mHandle, 0, 900, 0), 0);
-    EXPECT_EQ(VekCam_GetHueSaturationMode(mHandle, &mode, &hue, &saturation), 0);
-    EXPECT_EQ(mode, 0);
-    EXPECT_EQ(hue, 0);
-    EXPECT_EQ(saturation, 100);
+    ExpectHue(0, 0, 100);
 }
 
 // Every format at every depth: what the depth does not allow is refused before anything else, and what the second step

@@ -12,11 +12,6 @@ namespace vek::test {
 
 namespace {
 
-constexpr unsigned short kRGGB = 2;
-constexpr unsigned short kGRBG = 3;
-constexpr unsigned short kGBRG = 4;
-constexpr unsigned short kBGGR = 5;
-
 class CGoldenFlip : public ::testing::Test {
 protected:
     /// A raw picture as bytes and as words, in place and into another buffer.

@@ -44,6 +44,16 @@ protected:
         EXPECT_EQ(VekCam_SetWhiteBalanceMode(mHandle, mode), 0);
         EXPECT_EQ(VekCam_SetWhiteBalanceGain(mHandle, g[0], g[1], g[2], g[3]), 0);
     }
+    /// Neither size, colour array nor image is looked at.
+    void ExpectNothingTouched() {
+        for (const unsigned colorArray : {0U, 2U, 77U}) {
+            for (const unsigned bits : {8U, 10U, 12U}) {
+                EXPECT_EQ(VekCam_WhiteBalance(mHandle, ~0UL, ~0UL, 0, static_cast<unsigned short>(colorArray), nullptr,
+                                              static_cast<unsigned short>(bits)),
+                          0);
+            }
+        }
+    }
     /// 4 x 2 pixels without padding.
     int Run(unsigned short colorArray, void* image, unsigned short bits) {
         return VekCam_WhiteBalance(mHandle, 4, 2, bits > 8 ? 8 : 4, colorArray, image, bits);
@@ -169,20 +179,12 @@ TEST_F(CWhiteBalanceExports, ColorArrayIsNotCutToAByte) {
 
 TEST_F(CWhiteBalanceExports, OffTouchesNothing) {
     Set(0, {300, 200, 100, 50});
-    for (const unsigned short colorArray : {std::uint16_t{0}, std::uint16_t{2}, std::uint16_t{77}}) {
-        for (const unsigned short bits : {std::uint16_t{8}, std::uint16_t{10}, std::uint16_t{12}}) {
-            EXPECT_EQ(VekCam_WhiteBalance(mHandle, ~0UL, ~0UL, 0, colorArray, nullptr, bits), 0);
-        }
-    }
+    ExpectNothingTouched();
 }
 
 TEST_F(CWhiteBalanceExports, AllOneTouchesNothing) {
     Set(1, {128, 128, 128, 128});
-    for (const unsigned short colorArray : {std::uint16_t{0}, std::uint16_t{2}, std::uint16_t{77}}) {
-        for (const unsigned short bits : {std::uint16_t{8}, std::uint16_t{10}, std::uint16_t{12}}) {
-            EXPECT_EQ(VekCam_WhiteBalance(mHandle, ~0UL, ~0UL, 0, colorArray, nullptr, bits), 0);
-        }
-    }
+    ExpectNothingTouched();
 }
 
 TEST_F(CWhiteBalanceExports, NullImage) {

@@ -21,7 +21,6 @@ constexpr std::uint8_t kOff = 0;
 constexpr std::uint8_t kManual = 1;
 constexpr std::uint8_t kAuto = 2;
 constexpr std::uint8_t kOnce = 3;
-constexpr unsigned short kRGGB = 2;
 
 class CGoldenWhiteBalance : public ::testing::Test {
 protected:
