@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// For tests that ask for more memory than there is: under a sanitizer, too, the allocator then says no instead of
-// ending the program. AddressSanitizer marks each byte of what it gives: requests of gigabytes, which nobody touches,
+// For tests that ask for more memory than there is: under a sanitizer, too, the allocator then returns null instead of
+// ending the program. AddressSanitizer marks each byte of what it gives: requests of gigabytes that are never touched
 // take long.
 
 extern "C" {

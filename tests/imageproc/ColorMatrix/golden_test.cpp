@@ -253,7 +253,7 @@ TEST_F(CGoldenColorMatrix, Formats) {
     EXPECT_EQ(bytes[2], 3);
     EXPECT_EQ(words[0], 1);
     EXPECT_EQ(words[2], 3);
-    EXPECT_EQ(mModule->ProcessB(1, 1, 0, 256, bytes, 8), 0U); // the format tells samples a pixel, not their width
+    EXPECT_EQ(mModule->ProcessB(1, 1, 0, 256, bytes, 8), 0U); // the format gives samples per pixel, not their width
     EXPECT_EQ(mModule->ProcessW(1, 1, 0, 4, words, 12), 0U);
     EXPECT_EQ(bytes[2], 0);
     EXPECT_EQ(words[2], 0);

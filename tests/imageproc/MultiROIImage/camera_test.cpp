@@ -230,7 +230,7 @@ TEST_F(CMultiROICamera, Bands) {
     }
 }
 
-// One region of several slots is a plain image of the size that the driver tells.
+// One region of several slots is a plain image of the size that the driver reports.
 TEST_F(CMultiROICamera, OneRegion) {
     for (const unsigned count : {1U, 4U, 8U, 16U}) {
         ASSERT_NO_FATAL_FAILURE(SetSlots(count, 3));

@@ -441,7 +441,7 @@ TEST_F(CNoiseReductionModelTest, StoreWithoutMemory) {
     }
 }
 
-// The padding behind the last row is nobody's: a part of a larger image may end where its last sample does.
+// An image ends with its last sample, not with the padding behind it: it may be a part of a larger image.
 TEST_F(CNoiseReductionModelTest, StoreStaysInsideTheRows) {
     for (const unsigned long padding : {2UL, 16UL, 100UL}) {
         CGuardedBuffer<std::uint8_t> bytes(3 * (8 + padding) + 8, Flush::Right);

@@ -72,7 +72,7 @@ protected:
         ASSERT_TRUE(a.CanaryIntact() && b.CanaryIntact()) << where();
     }
 
-    /// Walks either image from the bottom up where told; the destination's rows have padding that must survive.
+    /// Walks either image from the bottom up where asked to; the destination's rows have padding that must survive.
     void CheckTranspose(std::size_t pixelBytes, std::size_t width, std::size_t height, bool srcUp, bool dstUp,
                         std::size_t padding) {
         CRandom random(width * 1000 + height * 10 + pixelBytes);
