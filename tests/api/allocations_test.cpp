@@ -30,12 +30,12 @@ constexpr std::size_t kRoom = 64;
 std::size_t gSizes[kRoom];
 std::size_t gCount = 0;
 long gKept = 0; ///< allocations less releases
-bool gbCounting = false;
+bool gCounting = false;
 std::size_t gRefused = 0; ///< requests of so many bytes fail
 
 #if VEK_COUNTS_ALLOCATIONS
 bool counts() {
-    return gbCounting && !vek::test::CFakeDriver::Answering();
+    return gCounting && !vek::test::CFakeDriver::Answering();
 }
 bool refuses(std::size_t size) {
     return counts() && size == gRefused && size != 0;
@@ -149,9 +149,9 @@ protected:
     SAsked Asked(Call call) {
         gCount = 0;
         gKept = 0;
-        gbCounting = true;
+        gCounting = true;
         const int status = call();
-        gbCounting = false;
+        gCounting = false;
         EXPECT_EQ(status, 0);
         EXPECT_LE(gCount, kRoom);
         return {Sizes(gSizes, gSizes + std::min(gCount, kRoom)), gKept};
@@ -374,9 +374,9 @@ TEST_F(CAllocations, ShadingWithoutTheMean) {
             ASSERT_EQ(shade(bits), 0); // a map of an earlier calibration goes, too
             ASSERT_EQ(VekCam_SetShadingCorrectionMode(mHandle, VEK_SHADING_CALIBRATE_GAIN), 0);
             gRefused = 8 * kPixels;
-            gbCounting = true;
+            gCounting = true;
             const int status = shade(bits);
-            gbCounting = false;
+            gCounting = false;
             gRefused = 0;
             EXPECT_EQ(status, 1);
             ASSERT_EQ(VekCam_SetShadingCorrectionMode(mHandle, mode), 0);

@@ -10,16 +10,16 @@
 namespace {
 
 // The test is single-threaded.
-bool gbCounting = false;
-long gLive = 0;           ///< allocations that were not freed, while counting
-long gMade = 0;           ///< allocations so far, while counting
-long gFailFrom = -1;      ///< this allocation fails, counted from 0; negative: none
-bool gbFailAfter = false; ///< and every later one too
+bool gCounting = false;
+long gLive = 0;          ///< allocations that were not freed, while counting
+long gMade = 0;          ///< allocations so far, while counting
+long gFailFrom = -1;     ///< this allocation fails, counted from 0; negative: none
+bool gFailAfter = false; ///< and every later one too
 
 void* allocate(std::size_t size, std::size_t alignment) noexcept {
-    if (gbCounting) {
+    if (gCounting) {
         const long n = gMade++;
-        if (gFailFrom >= 0 && (n == gFailFrom || (gbFailAfter && n > gFailFrom))) {
+        if (gFailFrom >= 0 && (n == gFailFrom || (gFailAfter && n > gFailFrom))) {
             return nullptr;
         }
     }
@@ -27,7 +27,7 @@ void* allocate(std::size_t size, std::size_t alignment) noexcept {
     if (posix_memalign(&memory, alignment < sizeof(void*) ? sizeof(void*) : alignment, size == 0 ? 1 : size) != 0) {
         return nullptr;
     }
-    gLive += gbCounting ? 1 : 0;
+    gLive += gCounting ? 1 : 0;
     return memory;
 }
 
@@ -40,7 +40,7 @@ void* allocateOrThrow(std::size_t size, std::size_t alignment) {
 }
 
 void release(void* memory) noexcept {
-    gLive -= gbCounting && memory != nullptr ? 1 : 0;
+    gLive -= gCounting && memory != nullptr ? 1 : 0;
     std::free(memory);
 }
 
@@ -115,14 +115,14 @@ SOutcome openWithFailure(long failFrom, bool failAfter) {
     gLive = 0;
     gMade = 0;
     gFailFrom = failFrom;
-    gbFailAfter = failAfter;
-    gbCounting = true;
+    gFailAfter = failAfter;
+    gCounting = true;
     const VekCam_Handle handle = VekCam_Open(-1);
     gFailFrom = -1;
     outcome.made = gMade;
     outcome.liveAfterOpen = gLive;
     VekCam_Close(handle);
-    gbCounting = false;
+    gCounting = false;
     outcome.liveAtEnd = gLive;
     outcome.opened = handle != nullptr;
     return outcome;
@@ -159,15 +159,15 @@ TEST(CMemory, ColorInterpolationAllocatesNothing) {
     gLive = 0;
     gMade = 0;
     gFailFrom = 0;
-    gbFailAfter = true;
-    gbCounting = true;
+    gFailAfter = true;
+    gCounting = true;
     int results = 0;
     for (unsigned char method = 0; method <= 3; ++method) {
         for (unsigned short array = 1; array <= 5; ++array) {
             results |= VekCam_ColorInterpolation(handle, 5, 5, array, src, dst, method, 8, 8);
         }
     }
-    gbCounting = false;
+    gCounting = false;
     gFailFrom = -1;
     EXPECT_EQ(results, 0);
     EXPECT_EQ(gMade, 0);

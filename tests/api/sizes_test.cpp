@@ -41,10 +41,17 @@ constexpr unsigned long kSides[] = {0,
                                     ~0UL - 2,
                                     ~0UL};
 
+struct SArguments {
+    VekCam_Handle handle;
+    unsigned long width;
+    unsigned long height;
+    void* image;
+};
+
 /// An image function with everything but size and image chosen. smallest: sides below are refused, no pixels or not.
 struct SCase {
     std::string name;
-    std::function<int(VekCam_Handle, unsigned long width, unsigned long height, void* image)> call;
+    std::function<int(SArguments)> call;
     unsigned long smallest = 0;
     bool leavesNullImages = false; ///< unchanged images are not looked at
 };
@@ -56,9 +63,9 @@ std::vector<SCase> demosaicCases() {
             for (const unsigned short bits : kDepths) {
                 cases.push_back({"ColorInterpolation, array " + std::to_string(array) + ", method " +
                                      std::to_string(method) + ", " + std::to_string(bits) + " bits",
-                                 [=](VekCam_Handle handle, unsigned long width, unsigned long height, void* image) {
+                                 [=](SArguments a) {
                                      return VekCam_ColorInterpolation(
-                                         handle, width, height, array, image, image, method,
+                                         a.handle, a.width, a.height, array, a.image, a.image, method,
                                          bits == 8 ? VEK_DESTINATION_BGRX32 : VEK_DESTINATION_BGRX64, bits);
                                  }});
             }
@@ -73,26 +80,24 @@ std::vector<SCase> conversionCases() {
         const bool packed = format != 0 && VekTransferFormatBits(format) == 0;
         for (const unsigned long to : {VEK_DESTINATION_MONO8, VEK_DESTINATION_BGR24, VEK_DESTINATION_BGRX32}) {
             cases.push_back({"ConvYUVOrBGRToBGRImage, format " + std::to_string(format) + " to " + std::to_string(to),
-                             [=](VekCam_Handle handle, unsigned long width, unsigned long height, void* image) {
-                                 return VekCam_ConvYUVOrBGRToBGRImage(handle, width, height, format, image, to,
-                                                                      static_cast<unsigned char*>(image));
+                             [=](SArguments a) {
+                                 return VekCam_ConvYUVOrBGRToBGRImage(a.handle, a.width, a.height, format, a.image, to,
+                                                                      static_cast<unsigned char*>(a.image));
                              },
                              0, packed});
         }
         if (format < VEK_TRANSFER_BGR8 || format > VEK_TRANSFER_YCRCB444_BT709) {
-            cases.push_back({"ConvTo8BitsImage, format " + std::to_string(format),
-                             [=](VekCam_Handle handle, unsigned long width, unsigned long height, void* image) {
-                                 return VekCam_ConvTo8BitsImage(handle, width, height, 0, format, image, nullptr,
-                                                                static_cast<unsigned char*>(image));
+            cases.push_back({"ConvTo8BitsImage, format " + std::to_string(format), [=](SArguments a) {
+                                 return VekCam_ConvTo8BitsImage(a.handle, a.width, a.height, 0, format, a.image,
+                                                                nullptr, static_cast<unsigned char*>(a.image));
                              }});
         }
     }
     for (const unsigned long format : {0UL, 1UL, 2UL, 3UL, 4UL, 18UL, 19UL}) {
-        cases.push_back({"GetAveragePixelValue, format " + std::to_string(format),
-                         [=](VekCam_Handle handle, unsigned long width, unsigned long height, void* image) {
+        cases.push_back({"GetAveragePixelValue, format " + std::to_string(format), [=](SArguments a) {
                              float average[4] = {};
-                             return VekCam_GetAveragePixelValue(handle, width, height, 0, 2, format, image, 0, 0, ~0UL,
-                                                                ~0UL, average);
+                             return VekCam_GetAveragePixelValue(a.handle, a.width, a.height, 0, 2, format, a.image, 0,
+                                                                0, ~0UL, ~0UL, average);
                          }});
     }
     return cases;
@@ -105,73 +110,67 @@ std::vector<SCase> stageCases() {
         const unsigned long bgr = bits == 8 ? VEK_DESTINATION_BGR24 : VEK_DESTINATION_BGR48;
         const unsigned long grey = bits == 8 ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_MONO12;
         for (const unsigned char mode : {VEK_WB_MANUAL, VEK_WB_AUTO}) {
-            cases.push_back({"WhiteBalance, mode " + std::to_string(mode) + depth,
-                             [=](VekCam_Handle handle, unsigned long width, unsigned long height, void* image) {
-                                 VekCam_SetWhiteBalanceMode(handle, mode);
-                                 VekCam_SetWhiteBalanceGain(handle, 200, 128, 128, 200);
-                                 return VekCam_WhiteBalance(handle, width, height, 0, 2, image, bits);
+            cases.push_back({"WhiteBalance, mode " + std::to_string(mode) + depth, [=](SArguments a) {
+                                 VekCam_SetWhiteBalanceMode(a.handle, mode);
+                                 VekCam_SetWhiteBalanceGain(a.handle, 200, 128, 128, 200);
+                                 return VekCam_WhiteBalance(a.handle, a.width, a.height, 0, 2, a.image, bits);
                              }});
         }
-        cases.push_back({"RawColorGamma" + depth,
-                         [=](VekCam_Handle handle, unsigned long width, unsigned long height, void* image) {
-                             return VekCam_RawColorGamma(handle, width, height, 2, image, bits);
+        cases.push_back({"RawColorGamma" + depth, [=](SArguments a) {
+                             return VekCam_RawColorGamma(a.handle, a.width, a.height, 2, a.image, bits);
                          }});
         for (const unsigned long format : {grey, bgr}) {
             const std::string as = ", format " + std::to_string(format) + depth;
-            cases.push_back(
-                {"BGRGamma" + as, [=](VekCam_Handle handle, unsigned long width, unsigned long height, void* image) {
-                     return VekCam_BGRGamma(handle, width, height, format, image, bits);
-                 }});
+            cases.push_back({"BGRGamma" + as, [=](SArguments a) {
+                                 return VekCam_BGRGamma(a.handle, a.width, a.height, format, a.image, bits);
+                             }});
         }
-        cases.push_back({"HueSaturationColorMatrix" + depth,
-                         [=](VekCam_Handle handle, unsigned long width, unsigned long height, void* image) {
-                             return VekCam_HueSaturationColorMatrix(handle, width, height, bgr, image, bits);
+        cases.push_back({"HueSaturationColorMatrix" + depth, [=](SArguments a) {
+                             return VekCam_HueSaturationColorMatrix(a.handle, a.width, a.height, bgr, a.image, bits);
                          }});
         for (const unsigned long mode : {0UL, 1UL, 2UL, 3UL, 4UL, 255UL}) {
             cases.push_back({"ShadingCorrection, mode " + std::to_string(mode) + depth,
-                             [=](VekCam_Handle handle, unsigned long width, unsigned long height, void* image) {
-                                 VekCam_SetShadingCorrectionMode(handle, mode);
-                                 return VekCam_ShadingCorrection(handle, width, height, 0, image, bits);
+                             [=](SArguments a) {
+                                 VekCam_SetShadingCorrectionMode(a.handle, mode);
+                                 return VekCam_ShadingCorrection(a.handle, a.width, a.height, 0, a.image, bits);
                              },
                              0, true});
         }
-        cases.push_back({"NoiseReduction, dark frame stored" + depth,
-                         [=](VekCam_Handle handle, unsigned long width, unsigned long height, void* image) {
-                             return VekCam_NoiseReduction(handle, VEK_NOISE_STORE_DARK, width, height, 0, 2, image,
-                                                          bits);
+        cases.push_back({"NoiseReduction, dark frame stored" + depth, [=](SArguments a) {
+                             return VekCam_NoiseReduction(a.handle, VEK_NOISE_STORE_DARK, a.width, a.height, 0, 2,
+                                                          a.image, bits);
                          }});
-        cases.push_back({"NoiseReduction, dark frame of the same size subtracted" + depth,
-                         [=](VekCam_Handle handle, unsigned long width, unsigned long height, void* image) {
-                             const int stored =
-                                 VekCam_NoiseReduction(handle, VEK_NOISE_STORE_DARK, width, height, 0, 2, image, bits);
+        cases.push_back({"NoiseReduction, dark frame of the same size subtracted" + depth, [=](SArguments a) {
+                             const int stored = VekCam_NoiseReduction(a.handle, VEK_NOISE_STORE_DARK, a.width, a.height,
+                                                                      0, 2, a.image, bits);
                              return stored != 0 ? stored
-                                                : VekCam_NoiseReduction(handle, VEK_NOISE_COMPLEX, width, height, 0, 2,
-                                                                        image, bits);
+                                                : VekCam_NoiseReduction(a.handle, VEK_NOISE_COMPLEX, a.width, a.height,
+                                                                        0, 2, a.image, bits);
                          }});
         for (const int array : {1, 2, 3}) {
             cases.push_back({"NoiseReduction, easy filter, array " + std::to_string(array) + depth,
-                             [=](VekCam_Handle handle, unsigned long width, unsigned long height, void* image) {
-                                 return VekCam_NoiseReduction(handle, VEK_NOISE_EASY, width, height, 0, array, image,
-                                                              bits);
+                             [=](SArguments a) {
+                                 return VekCam_NoiseReduction(a.handle, VEK_NOISE_EASY, a.width, a.height, 0, array,
+                                                              a.image, bits);
                              },
                              array == 1 ? 2UL : 4UL, true});
         }
     }
-    cases.push_back({"Sharpness",
-                     [](VekCam_Handle handle, unsigned long width, unsigned long height, void* image) {
-                         return VekCam_Sharpness(handle, width, height, VEK_DESTINATION_BGR24, image, 8);
-                     },
-                     0, true});
     cases.push_back(
-        {"DetectDefectPixel", [](VekCam_Handle handle, unsigned long width, unsigned long height, void* image) {
-             return VekCam_DetectDefectPixel(handle, width, height, static_cast<unsigned char*>(image), 0);
-         }});
+        {"Sharpness",
+         [](SArguments a) { return VekCam_Sharpness(a.handle, a.width, a.height, VEK_DESTINATION_BGR24, a.image, 8); },
+         0, true});
+    cases.push_back({"DetectDefectPixel", [](SArguments a) {
+                         return VekCam_DetectDefectPixel(a.handle, a.width, a.height,
+                                                         static_cast<unsigned char*>(a.image), 0);
+                     }});
     for (unsigned char mirror = 0; mirror <= 3; ++mirror) {
         for (unsigned char rotation = 0; rotation <= 2; ++rotation) {
             cases.push_back({"MirrorRotation " + std::to_string(mirror) + ' ' + std::to_string(rotation),
-                             [=](VekCam_Handle handle, unsigned long width, unsigned long height, void* image) {
+                             [=](SArguments a) {
                                  unsigned short array = VEK_COLOR_ARRAY_RGGB;
-                                 return VekCam_MirrorRotation(handle, mirror, rotation, &width, &height, &array, image);
+                                 return VekCam_MirrorRotation(a.handle, mirror, rotation, &a.width, &a.height, &array,
+                                                              a.image);
                              },
                              0, mirror == 0 && rotation == 0});
         }
@@ -210,7 +209,7 @@ protected:
     int Call(const SCase& one, unsigned long width, unsigned long height, void* image) {
         gRunning = one.name.c_str();
         alarm(20);
-        const int status = one.call(mHandle, width, height, image);
+        const int status = one.call({mHandle, width, height, image});
         alarm(0);
         return status;
     }

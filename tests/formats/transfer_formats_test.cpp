@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The table of transfer formats against what the public header tells applications, and against the simulated camera's
+// The table of transfer formats against what the public header gives applications, and against the simulated camera's
 // own table, which was made without it.
 #include "VekTrgApi.h"
 #include "formats/TransferFormats.h"

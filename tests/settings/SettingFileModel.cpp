@@ -15,35 +15,47 @@ void require(int status, int wanted) {
     }
 }
 
-} // namespace
-
-std::vector<SettingLine> modelLines(const SSettings& s) {
-    std::vector<SettingLine> lines = {{"ALCMode", s.alcMode},
-                                      {"ALCLevel", s.alcLevel},
-                                      {"AGCMaxGain", s.agcMaxGain},
-                                      {"AGCMinGain", s.agcMinGain},
-                                      {"AEMaxExposure", static_cast<long>(s.aeMaxExposure)},
-                                      {"AEMinExposure", static_cast<long>(s.aeMinExposure)},
-                                      {"ShadingCorrectionMode", static_cast<long>(s.shadingMode)},
-                                      {"ShadingCorrectionTarget", s.shadingTarget},
-                                      {"WBMode", s.wbMode},
-                                      {"WBGainR", s.wbGain[0]},
-                                      {"WBGainGr", s.wbGain[1]},
-                                      {"WBGainGb", s.wbGain[2]},
-                                      {"WBGainB", s.wbGain[3]}};
+/// each(key, holder) for every line of a file, in their order. Settings may be const.
+template <class Settings, class Each>
+void forKeys(Settings& s, Each each) {
+    each("ALCMode", s.alcMode);
+    each("ALCLevel", s.alcLevel);
+    each("AGCMaxGain", s.agcMaxGain);
+    each("AGCMinGain", s.agcMinGain);
+    each("AEMaxExposure", s.aeMaxExposure);
+    each("AEMinExposure", s.aeMinExposure);
+    each("ShadingCorrectionMode", s.shadingMode);
+    each("ShadingCorrectionTarget", s.shadingTarget);
+    each("WBMode", s.wbMode);
+    each("WBGainR", s.wbGain[0]);
+    each("WBGainGr", s.wbGain[1]);
+    each("WBGainGb", s.wbGain[2]);
+    each("WBGainB", s.wbGain[3]);
     for (std::size_t i = 0; i < 5; ++i) {
         const std::string channel = kChannels[i];
-        lines.emplace_back("GammaMode" + channel, s.gamma[i].mode);
-        lines.emplace_back("Gamma" + channel, s.gamma[i].gamma);
-        lines.emplace_back("Brightness" + channel, s.gamma[i].brightness);
-        lines.emplace_back("Contrast" + channel, s.gamma[i].contrast);
+        each("GammaMode" + channel, s.gamma[i].mode);
+        each("Gamma" + channel, s.gamma[i].gamma);
+        each("Brightness" + channel, s.gamma[i].brightness);
+        each("Contrast" + channel, s.gamma[i].contrast);
     }
-    const SettingLine rest[] = {{"HueSaturationMode", s.hueMode},   {"Hue", s.hue},
-                                {"Saturation", s.saturation},       {"StartLevelHigh", s.highStart},
-                                {"SuppressionHigh", s.highSlope},   {"StartLevelLow", s.lowStart},
-                                {"SuppressionLow", s.lowSlope},     {"SharpnessMode", s.sharpnessMode},
-                                {"SharpnessGain", s.sharpnessGain}, {"SharpnessCoring", s.sharpnessCoring}};
-    lines.insert(lines.end(), std::begin(rest), std::end(rest));
+    each("HueSaturationMode", s.hueMode);
+    each("Hue", s.hue);
+    each("Saturation", s.saturation);
+    each("StartLevelHigh", s.highStart);
+    each("SuppressionHigh", s.highSlope);
+    each("StartLevelLow", s.lowStart);
+    each("SuppressionLow", s.lowSlope);
+    each("SharpnessMode", s.sharpnessMode);
+    each("SharpnessGain", s.sharpnessGain);
+    each("SharpnessCoring", s.sharpnessCoring);
+}
+
+} // namespace
+
+std::vector<SettingLine> modelLines(const SSettings& settings) {
+    std::vector<SettingLine> lines;
+    forKeys(settings,
+            [&lines](std::string_view key, const auto& holder) { lines.emplace_back(key, static_cast<long>(holder)); });
     return lines;
 }
 
@@ -57,42 +69,12 @@ std::string modelText(const std::vector<SettingLine>& lines) {
 
 int modelApply(SSettings* settings, const std::vector<SettingLine>& lines) {
     SSettings held = *settings;
-    for (const auto& [key, number] : lines) {
-        const auto cut = [&key = key, number = number](const char* name, auto& holder) {
-            if (key == name) {
-                holder = static_cast<std::remove_reference_t<decltype(holder)>>(number);
+    for (const auto& line : lines) {
+        forKeys(held, [&line](std::string_view key, auto& holder) {
+            if (line.first == key) {
+                holder = static_cast<std::remove_reference_t<decltype(holder)>>(line.second);
             }
-        };
-        cut("ALCMode", held.alcMode);
-        cut("ALCLevel", held.alcLevel);
-        cut("AGCMaxGain", held.agcMaxGain);
-        cut("AGCMinGain", held.agcMinGain);
-        cut("AEMaxExposure", held.aeMaxExposure);
-        cut("AEMinExposure", held.aeMinExposure);
-        cut("ShadingCorrectionMode", held.shadingMode);
-        cut("ShadingCorrectionTarget", held.shadingTarget);
-        cut("WBMode", held.wbMode);
-        cut("WBGainR", held.wbGain[0]);
-        cut("WBGainGr", held.wbGain[1]);
-        cut("WBGainGb", held.wbGain[2]);
-        cut("WBGainB", held.wbGain[3]);
-        for (std::size_t i = 0; i < 5; ++i) {
-            const std::string channel = kChannels[i];
-            cut(("GammaMode" + channel).c_str(), held.gamma[i].mode);
-            cut(("Gamma" + channel).c_str(), held.gamma[i].gamma);
-            cut(("Brightness" + channel).c_str(), held.gamma[i].brightness);
-            cut(("Contrast" + channel).c_str(), held.gamma[i].contrast);
-        }
-        cut("HueSaturationMode", held.hueMode);
-        cut("Hue", held.hue);
-        cut("Saturation", held.saturation);
-        cut("StartLevelHigh", held.highStart);
-        cut("SuppressionHigh", held.highSlope);
-        cut("StartLevelLow", held.lowStart);
-        cut("SuppressionLow", held.lowSlope);
-        cut("SharpnessMode", held.sharpnessMode);
-        cut("SharpnessGain", held.sharpnessGain);
-        cut("SharpnessCoring", held.sharpnessCoring);
+        });
     }
     settings->alcMode = held.alcMode & 0x0F;
     settings->alcLevel = held.alcLevel;

@@ -20,9 +20,9 @@ class CTemporaryDirectory {
 public:
     CTemporaryDirectory() {
         const std::filesystem::path memory("/dev/shm");
-        const bool bMemory = access(memory.c_str(), W_OK | X_OK) == 0;
+        const bool inMemory = access(memory.c_str(), W_OK | X_OK) == 0;
         std::string name =
-            ((bMemory ? memory : std::filesystem::temp_directory_path()) / "vekcam-test-XXXXXX").string();
+            ((inMemory ? memory : std::filesystem::temp_directory_path()) / "vekcam-test-XXXXXX").string();
         if (mkdtemp(name.data()) == nullptr) {
             throw std::runtime_error("no temporary directory");
         }

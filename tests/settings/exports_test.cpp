@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // The setting file through the exported functions, byte for byte: random settings in both directions against the
 // model, files in any order and with any numbers, files that are broken, and files that cannot be opened.
-#include "VekTrgApi.h"
 #include "settings/SettingFileModel.h"
 #include "settings/SettingFiles.h"
+#include "support/HandleTest.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>
@@ -47,20 +47,21 @@ int depthOf(VekCam_Handle handle, unsigned char channel) {
     return bits;
 }
 
-class CSettingFileExports : public ::testing::Test {
+class CSettingFileExports : public CHandleTest {
 protected:
-    CSettingFileExports() : mPath(mDirectory.File("settings.txt")), mHandle(VekCam_Open(-1)) {}
-    ~CSettingFileExports() override { VekCam_Close(mHandle); }
-
-    /// A call that prints nothing and leaves no descriptor open.
+    /// A call that prints this and leaves no descriptor open.
     template <class Call>
-    int Quiet(Call call) {
+    int Printing(const std::string& text, Call call) {
         const long before = openDescriptors();
         ::testing::internal::CaptureStdout();
         const int status = call();
-        EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+        EXPECT_EQ(::testing::internal::GetCapturedStdout(), text);
         EXPECT_EQ(openDescriptors(), before);
         return status;
+    }
+    template <class Call>
+    int Quiet(Call call) {
+        return Printing("", call);
     }
     int Write() {
         return Quiet([this] { return VekCam_WriteSettingFile(mHandle, mPath.c_str()); });
@@ -81,12 +82,7 @@ protected:
     void ExpectCannotOpen(const char* path, const char* message) {
         for (const auto call : {VekCam_WriteSettingFile, VekCam_ReadSettingFile}) {
             const SSettings before = settingsOf(mHandle);
-            const long descriptors = openDescriptors();
-            ::testing::internal::CaptureStdout();
-            const int status = call(mHandle, path);
-            EXPECT_EQ(::testing::internal::GetCapturedStdout(), message);
-            EXPECT_EQ(status, -22);
-            EXPECT_EQ(openDescriptors(), descriptors);
+            EXPECT_EQ(Printing(message, [&] { return call(mHandle, path); }), -22);
             EXPECT_EQ(settingsOf(mHandle), before);
         }
     }
@@ -104,8 +100,7 @@ protected:
     }
 
     CTemporaryDirectory mDirectory;
-    std::string mPath;
-    VekCam_Handle mHandle;
+    const std::string mPath = mDirectory.File("settings.txt");
     CRandom mRandom{8};
 };
 
@@ -139,9 +134,7 @@ TEST_F(CSettingFileExports, FilesThatCannotBeOpened) {
 
 // Reading asks for a file that exists, and creates none.
 TEST_F(CSettingFileExports, MissingFileIsNotCreated) {
-    ::testing::internal::CaptureStdout();
-    EXPECT_EQ(VekCam_ReadSettingFile(mHandle, mPath.c_str()), -22);
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), kMessage);
+    EXPECT_EQ(Printing(kMessage, [this] { return VekCam_ReadSettingFile(mHandle, mPath.c_str()); }), -22);
     EXPECT_FALSE(std::filesystem::exists(mPath));
 }
 
@@ -268,7 +261,7 @@ TEST_F(CSettingFileExports, FullDisk) {
     EXPECT_EQ(Write(), 0);
 }
 
-// A file that may not grow so far takes a part: that is told. A file that may is complete.
+// A file that may not grow so far takes a part, which is an error. A file that may is complete.
 TEST_F(CSettingFileExports, FileSizeLimit) {
     const std::string text = modelText(modelLines(SSettings()));
     rlimit before{};
@@ -311,12 +304,7 @@ TEST_F(CSettingFileExports, NoRegularFile) {
     const SSettings before = Randomize();
     for (const std::string& path : {fifo, link, std::string("/dev/zero"), std::string("/dev/null"),
                                     std::string("/dev/full"), std::string("/dev/tty"), mDirectory.File("")}) {
-        const long descriptors = openDescriptors();
-        ::testing::internal::CaptureStdout();
-        const int status = VekCam_ReadSettingFile(mHandle, path.c_str());
-        EXPECT_EQ(::testing::internal::GetCapturedStdout(), kMessage) << path;
-        EXPECT_EQ(status, -22) << path;
-        EXPECT_EQ(openDescriptors(), descriptors) << path;
+        EXPECT_EQ(Printing(kMessage, [&] { return VekCam_ReadSettingFile(mHandle, path.c_str()); }), -22) << path;
         EXPECT_EQ(settingsOf(mHandle), before) << path;
     }
 }
@@ -369,9 +357,9 @@ TEST_F(CSettingFileExports, RandomFiles) {
             file.emplace_back(mRandom.Below(10) == 0 ? unknown[mRandom.Below(std::size(unknown))]
                                                      : keys[mRandom.Below(keys.size())].first,
                               AnyNumber());
-            const bool bMode =
+            const bool mode =
                 file.back().first.find("GammaMode") == 0 || file.back().first.find("HueSaturationMode") == 0;
-            if (bMode && mRandom.Below(8) != 0) {
+            if (mode && mRandom.Below(8) != 0) {
                 file.back().second = static_cast<long>(mRandom.Below(2));
             }
         }
@@ -633,7 +621,7 @@ TEST_F(CSettingFileExports, CurvesKeepTheirDepth) {
 }
 
 // A caller's table is not in the file: reading one's own file back, or one in which a curve becomes a table, changes no
-// entry, and images come out alike.
+// entry, and images come out the same.
 TEST_F(CSettingFileExports, TablesAreKept) {
     for (const std::uint16_t bits : {std::uint16_t{8}, std::uint16_t{10}, std::uint16_t{12}}) {
         SSettings settings;

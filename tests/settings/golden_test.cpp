@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // The setting file by hand.
-#include "VekTrgApi.h"
 #include "api/VekTrgCamera.h"
 #include "imageproc/IGamma.h"
 #include "imageproc/IShadingCorrection.h"
 #include "imageproc/ISharpness.h"
 #include "settings/SettingFiles.h"
-
-#include <gtest/gtest.h>
+#include "support/HandleTest.h"
 
 #include <cstdint>
 #include <sstream>
@@ -17,11 +15,8 @@ namespace vek::test {
 
 namespace {
 
-class CGoldenSettingFile : public ::testing::Test {
+class CGoldenSettingFile : public CHandleTest {
 protected:
-    CGoldenSettingFile() : mPath(mDirectory.File("settings.txt")), mHandle(VekCam_Open(-1)) {}
-    ~CGoldenSettingFile() override { VekCam_Close(mHandle); }
-
     std::string Written() {
         EXPECT_EQ(VekCam_WriteSettingFile(mHandle, mPath.c_str()), 0);
         return contentOf(mPath);
@@ -42,8 +37,7 @@ protected:
     }
 
     CTemporaryDirectory mDirectory;
-    std::string mPath;
-    VekCam_Handle mHandle;
+    const std::string mPath = mDirectory.File("settings.txt");
 };
 
 } // namespace

@@ -40,6 +40,14 @@ CSimulatedDriver Counting(std::string_view model = "global-1m") {
     return CSimulatedDriver(FindCameraModel(model), config, CScene::FromPixels(12, 10, pixels));
 }
 
+/// A model's camera with a sensor of that size.
+CSimulatedDriver Small(const SCameraModel& model, unsigned width, unsigned height) {
+    SSensorConfig config = CSimulatedDriver::DefaultSensor(model);
+    config.width = width;
+    config.height = height;
+    return CSimulatedDriver(model, config);
+}
+
 std::vector<std::uint8_t> Expected(const std::vector<std::vector<unsigned>>& rows) {
     std::vector<std::uint8_t> bytes;
     for (const auto& row : rows) {
@@ -52,10 +60,7 @@ std::vector<std::uint8_t> Expected(const std::vector<std::vector<unsigned>>& row
 
 TEST(Capture, EveryModelDeliversAFrameOfTheReportedSize) {
     for (const SCameraModel& model : CameraModels()) {
-        SSensorConfig config = CSimulatedDriver::DefaultSensor(model);
-        config.width = 32;
-        config.height = 24;
-        CSimulatedDriver driver(model, config);
+        CSimulatedDriver driver = Small(model, 32, 24);
         EXPECT_EQ(driver.Width(), 32U);
         for (unsigned long format = 0; format < kTransferFormatCount; ++format) {
             driver.SetTransferFormat(format);
@@ -69,10 +74,7 @@ TEST(Capture, EveryModelDeliversAFrameOfTheReportedSize) {
 
 TEST(Capture, PowerOnPictureIsWellExposed) {
     for (const SCameraModel& model : CameraModels()) {
-        SSensorConfig config = CSimulatedDriver::DefaultSensor(model);
-        config.width = 160;
-        config.height = 120;
-        CSimulatedDriver driver(model, config);
+        CSimulatedDriver driver = Small(model, 160, 120);
         EXPECT_NEAR(driver.ExposureTime(), 0.01, 0.0001) << model.name;
         driver.SetTransferFormat(VEK_TRANSFER_MONO8);
         const std::vector<std::uint8_t> frame = driver.CaptureFrame();
@@ -229,10 +231,7 @@ TEST(Capture, DefectSlotMasksAHotPixelInTheNextFrame) {
 }
 
 TEST(Capture, FramesRepeatWithTheFrameNumber) {
-    SSensorConfig config = CSimulatedDriver::DefaultSensor(FindCameraModel("global-3m"));
-    config.width = 40;
-    config.height = 30;
-    CSimulatedDriver driver(FindCameraModel("global-3m"), config);
+    CSimulatedDriver driver = Small(FindCameraModel("global-3m"), 40, 30);
     const std::vector<std::uint8_t> first = driver.CaptureFrame();
     EXPECT_NE(driver.CaptureFrame(), first);
     driver.SetFrameNumber(0);

@@ -59,8 +59,7 @@ TEST(Sensor, SameSeedAndFrameNumberGiveTheSameFrame) {
     config.height = 48;
     const CSimulatedSensor a(config, CScene::Chart(64, 48));
     const CSimulatedSensor b(config, CScene::Chart(64, 48));
-    SExposure exposure;
-    exposure.frameNumber = 7;
+    SExposure exposure{.frameNumber = 7};
     const SRasterImage first = a.ReadRaw(exposure, Whole(a));
     exposure.frameNumber = 8;
     const SRasterImage next = a.ReadRaw(exposure, Whole(a));
@@ -79,10 +78,7 @@ TEST(Sensor, FrameIsTheSameOnEveryMachine) {
     config.flickerHz = 100.0F;
     config.flickerDepth = 0.3F;
     const CSimulatedSensor sensor(config, CScene::Chart(96, 64));
-    SExposure exposure;
-    exposure.frameNumber = 3;
-    exposure.startSeconds = 0.123;
-    exposure.seconds = 0.004;
+    SExposure exposure{.seconds = 0.004, .frameNumber = 3, .startSeconds = 0.123};
     std::uint64_t hash = 0xCBF29CE484222325ULL; // FNV-1a over the samples
     for (const std::uint16_t sample : sensor.ReadColor(exposure, Whole(sensor)).samples) {
         hash = (hash ^ sample) * 0x100000001B3ULL;
@@ -112,8 +108,7 @@ TEST(Sensor, LevelIsLinearInTimeLightAndGain) {
 TEST(Sensor, SaturatesAtFullWellAndAtTheConverter) {
     // 10000 electrons are 5000 DN: above the 4095 of the converter at gain 1, below it at gain 0.5.
     const CSimulatedSensor sensor(Ideal(4, 2), CScene::Flat(4, 2, 1.0F));
-    SExposure exposure;
-    exposure.seconds = 1.0;
+    SExposure exposure{.seconds = 1.0};
     EXPECT_EQ(sensor.ReadRaw(exposure, Whole(sensor)).samples[0], 4095);
     exposure.gain = 0.5;
     EXPECT_EQ(sensor.ReadRaw(exposure, Whole(sensor)).samples[0], 2500);
@@ -123,8 +118,7 @@ TEST(Sensor, BlackLevelIsAddedAfterTheGain) {
     SSensorConfig config = Ideal(4, 2);
     config.blackLevel = 100;
     const CSimulatedSensor sensor(config, CScene::Flat(4, 2, 0.5F));
-    SExposure exposure;
-    exposure.gain = 2.0;
+    SExposure exposure{.gain = 2.0};
     EXPECT_EQ(sensor.ReadRaw(exposure, Whole(sensor)).samples[0], 1100);
 }
 
@@ -162,8 +156,7 @@ TEST(Sensor, DarkCurrentGrowsWithTimeAndIgnoresTheLight) {
     config.darkElectronsPerSecond = 400.0F;
     config.lensCap = true;
     const CSimulatedSensor sensor(config, CScene::Flat(8, 8, 1.0F));
-    SExposure exposure;
-    exposure.seconds = 0.5;
+    SExposure exposure{.seconds = 0.5};
     EXPECT_EQ(sensor.ReadRaw(exposure, Whole(sensor)).samples[9], 100);
     exposure.seconds = 1.0;
     EXPECT_EQ(sensor.ReadRaw(exposure, Whole(sensor)).samples[9], 200);
@@ -238,8 +231,7 @@ TEST(Sensor, MonoBinningAveragesNeighbours) {
         }
     }
     const CSimulatedSensor sensor(Ideal(5, 2), CScene::FromPixels(5, 2, pixels));
-    SExposure exposure;
-    exposure.binningH = 2;
+    SExposure exposure{.binningH = 2};
     EXPECT_EQ(sensor.BinnedWidth(2), 2U);
     EXPECT_EQ(sensor.ReadRaw(exposure, {0, 0, 2, 2}).samples, (std::vector<std::uint16_t>{150, 350, 150, 350}));
     exposure.binningH = 4;
@@ -271,9 +263,7 @@ TEST(Sensor, BayerBinningKeepsPhases) {
     SSensorConfig config = Ideal(4, 4);
     config.colorArray = 2;
     const CSimulatedSensor sensor(config, CScene::FromPixels(4, 4, pixels));
-    SExposure exposure;
-    exposure.binningH = 2;
-    exposure.binningV = 2;
+    SExposure exposure{.binningH = 2, .binningV = 2};
     EXPECT_EQ(sensor.ReadRaw(exposure, {0, 0, 2, 2}).samples, (std::vector<std::uint16_t>{250, 0, 0, 0}));
 }
 
@@ -283,9 +273,7 @@ TEST(Sensor, BinningReducesNoise) {
     config.blackLevel = 500;
     config.dnPerElectron = 1.0F;
     const CSimulatedSensor sensor(config, CScene::Flat(400, 400, 0.0F));
-    SExposure exposure;
-    exposure.binningH = 2;
-    exposure.binningV = 4;
+    SExposure exposure{.binningH = 2, .binningV = 4};
     EXPECT_NEAR(Variance(sensor.ReadRaw(exposure, {0, 0, 200, 100})), 400.0 / 8.0, 3.0);
 }
 
@@ -331,8 +319,7 @@ TEST(Sensor, FlickerAveragesOutOverWholePeriods) {
     config.flickerHz = 100.0F;
     config.flickerDepth = 0.5F;
     const CSimulatedSensor sensor(config, CScene::Flat(2, 2, 0.5F));
-    SExposure exposure;
-    exposure.seconds = 0.01;
+    SExposure exposure{.seconds = 0.01};
     EXPECT_EQ(sensor.ReadRaw(exposure, Whole(sensor)).samples[0], 500);
     exposure.seconds = 0.0001; // at the crest
     EXPECT_NEAR(sensor.ReadRaw(exposure, Whole(sensor)).samples[0], 7.5, 0.6);
@@ -357,8 +344,7 @@ TEST(Sensor, RefusesImpossibleValuesAndKeepsTheOldOnes) {
     EXPECT_THROW(sensor.SetConfig(config), std::invalid_argument);
     EXPECT_EQ(sensor.ReadRaw(SExposure{}, Whole(sensor)).samples[0], 500);
     EXPECT_THROW(sensor.ReadRaw(SExposure{}, {1, 0, 4, 4}), std::invalid_argument);
-    SExposure exposure;
-    exposure.binningH = 3;
+    SExposure exposure{.binningH = 3};
     EXPECT_THROW(sensor.ReadRaw(exposure, {0, 0, 1, 1}), std::invalid_argument);
 }
 

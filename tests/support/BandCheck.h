@@ -29,7 +29,7 @@ inline void PrintTo(const STraits& traits, std::ostream* out) {
 
 namespace vek::test {
 
-/// The images that a stage is tried on: samples of a source and of a destination pixel, 4 with one that is nobody's.
+/// The images that a stage is tried on: samples of a source and of a destination pixel, 4 with an unused one.
 struct SBandImages {
     unsigned srcSamples = 1;
     unsigned dstSamples = 1;

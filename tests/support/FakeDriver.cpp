@@ -13,12 +13,12 @@ namespace vek::test {
 
 namespace {
 
-CFakeDriver* gpDriver = nullptr;
-bool gbAnswering = false;
+CFakeDriver* gDriver = nullptr;
+bool gAnswering = false;
 
 struct SAnswering {
-    SAnswering() { gbAnswering = true; }
-    ~SAnswering() { gbAnswering = false; }
+    SAnswering() { gAnswering = true; }
+    ~SAnswering() { gAnswering = false; }
     SAnswering(const SAnswering&) = delete;
     SAnswering& operator=(const SAnswering&) = delete;
 };
@@ -34,11 +34,11 @@ std::uint64_t SRequest::Sent(std::size_t offset, std::size_t size) const {
 }
 
 CFakeDriver::CFakeDriver() {
-    gpDriver = this;
+    gDriver = this;
 }
 
 CFakeDriver::~CFakeDriver() {
-    gpDriver = nullptr;
+    gDriver = nullptr;
 }
 
 void CFakeDriver::Describe(std::size_t offset, std::size_t size, std::uint64_t value) {
@@ -53,7 +53,7 @@ void CFakeDriver::ClearLog() {
 }
 
 bool CFakeDriver::Answering() {
-    return gbAnswering;
+    return gAnswering;
 }
 
 int CFakeDriver::Answer(int fd, unsigned long number, void* argument) {
@@ -69,7 +69,7 @@ int CFakeDriver::Answer(int fd, unsigned long number, void* argument) {
     const SFailure* const failure = scripted != mFailures.end() ? &scripted->second : mFailAll ? &*mFailAll : nullptr;
     int result = 0;
     if (failure == nullptr || failure->fill) {
-        result = mbFill(number, bytes) ? 0 : -1;
+        result = Fill(number, bytes) ? 0 : -1;
     }
     if (result != 0) {
         errno = EINVAL;
@@ -83,7 +83,7 @@ int CFakeDriver::Answer(int fd, unsigned long number, void* argument) {
     return result;
 }
 
-bool CFakeDriver::mbFill(unsigned long number, std::uint8_t* bytes) {
+bool CFakeDriver::Fill(unsigned long number, std::uint8_t* bytes) {
     switch (number) {
     case kGetDescription:
         std::memcpy(bytes, description.data(), description.size());
@@ -126,8 +126,8 @@ extern "C" int ioctl(int fd, unsigned long request, ...) noexcept {
     va_start(arguments, request);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
-    if (vek::test::gpDriver != nullptr) {
-        return vek::test::gpDriver->Answer(fd, request, argument);
+    if (vek::test::gDriver != nullptr) {
+        return vek::test::gDriver->Answer(fd, request, argument);
     }
     return static_cast<int>(syscall(SYS_ioctl, fd, request, argument));
 }

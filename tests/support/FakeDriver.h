@@ -68,7 +68,7 @@ public:
     static bool Answering();
 
 private:
-    bool mbFill(unsigned long number, std::uint8_t* bytes);
+    bool Fill(unsigned long number, std::uint8_t* bytes);
 
     std::vector<SRequest> mLog;
     std::map<std::size_t, SFailure> mFailures;

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace vek::test {
 
@@ -20,6 +22,15 @@ public:
     }
     /// 0 .. bound-1.
     std::uint64_t Below(std::uint64_t bound) { return Next() % bound; }
+    /// Any bytes.
+    void Fill(std::uint8_t* first, const std::uint8_t* last) {
+        while (first < last) {
+            const std::uint64_t bytes = Next();
+            const std::size_t count = std::min<std::size_t>(sizeof bytes, static_cast<std::size_t>(last - first));
+            std::memcpy(first, &bytes, count);
+            first += count;
+        }
+    }
 
 private:
     std::uint64_t mState;

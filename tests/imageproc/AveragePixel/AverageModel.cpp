@@ -86,4 +86,16 @@ std::array<float, 4> modelAverage(const SAverageCall& call, const std::uint8_t* 
     return average;
 }
 
+std::string describe(const SAverageCall& c) {
+    return "format " + std::to_string(c.transferFormat) + " mode " + std::to_string(c.colorMode) + ", " +
+           std::to_string(c.width) + " x " + std::to_string(c.height) + " pitch " + std::to_string(c.pitch) +
+           ", region " + std::to_string(c.x) + " " + std::to_string(c.y) + " " + std::to_string(c.w) + " " +
+           std::to_string(c.h);
+}
+
+std::string describe(const float* means) {
+    return std::to_string(means[0]) + ' ' + std::to_string(means[1]) + ' ' + std::to_string(means[2]) + ' ' +
+           std::to_string(means[3]);
+}
+
 } // namespace vek::test

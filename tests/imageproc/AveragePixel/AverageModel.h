@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace vek::test {
 
@@ -33,5 +34,8 @@ SReach modelReach(const SAverageCall& call);
 
 /// The four means of a good call, one pixel after the other.
 std::array<float, 4> modelAverage(const SAverageCall& call, const std::uint8_t* src);
+
+std::string describe(const SAverageCall& call);
+std::string describe(const float* means);
 
 } // namespace vek::test

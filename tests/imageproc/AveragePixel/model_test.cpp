@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Mean pixel values against a plain model: sizes, regions and pitches, buffers that end in protected pages.
-#include "VekTrgApi.h"
 #include "imageproc/AveragePixel/AverageModel.h"
-#include "support/GuardedBuffer.h"
+#include "support/HandleTest.h"
 #include "support/Random.h"
-
-#include <gtest/gtest.h>
+#include "support/SampleTypes.h"
 
 #include <cstring>
-#include <string>
 #include <vector>
 
 namespace vek::test {
@@ -17,18 +14,8 @@ namespace {
 
 constexpr unsigned long kFormats[] = {0, 1, 2, 3, 4, 18, 19};
 
-std::string describe(const SAverageCall& c) {
-    return "format " + std::to_string(c.transferFormat) + " mode " + std::to_string(c.colorMode) + ", " +
-           std::to_string(c.width) + " x " + std::to_string(c.height) + " pitch " + std::to_string(c.pitch) +
-           ", region " + std::to_string(c.x) + " " + std::to_string(c.y) + " " + std::to_string(c.w) + " " +
-           std::to_string(c.h);
-}
-
-class CAverageModel : public ::testing::Test {
+class CAverageModel : public CHandleTest {
 protected:
-    void SetUp() override { mHandle = VekCam_Open(-1); }
-    void TearDown() override { VekCam_Close(mHandle); }
-
     int Measure(const SAverageCall& call, const void* src, float* average) {
         return VekCam_GetAveragePixelValue(mHandle, call.width, call.height, call.pitch, call.colorMode,
                                            call.transferFormat, src, call.x, call.y, call.w, call.h, average);
@@ -50,10 +37,8 @@ protected:
         const int result = Measure(call, src, average);
         const std::array<float, 4> expected = modelAverage(call, src);
         if (result != 0 || std::memcmp(average, expected.data(), sizeof expected) != 0 || average[4] != -5.0F) {
-            return ::testing::AssertionFailure()
-                   << describe(call) << ": result " << result << ", " << average[0] << ' ' << average[1] << ' '
-                   << average[2] << ' ' << average[3] << ", not " << expected[0] << ' ' << expected[1] << ' '
-                   << expected[2] << ' ' << expected[3];
+            return ::testing::AssertionFailure() << describe(call) << ": result " << result << ", " << describe(average)
+                                                 << ", not " << describe(expected.data());
         }
         return ::testing::AssertionSuccess();
     }
@@ -65,11 +50,10 @@ protected:
             bytes[i] = static_cast<std::uint8_t>(kind == 0 ? 255 : kind == 1 ? random % 2 * 255 : random);
         }
     }
-    Flush Side() { return mRandom.Below(2) == 0 ? Flush::Left : Flush::Right; }
+    Flush Side() { return kFlushes[mRandom.Below(2)]; }
     unsigned short Mode() { return static_cast<unsigned short>(1 + mRandom.Below(5)); }
     unsigned long Format() { return kFormats[mRandom.Below(std::size(kFormats))]; }
 
-    VekCam_Handle mHandle = nullptr;
     CRandom mRandom{11};
     CGuardedBuffer<std::uint8_t> mLeft{1U << 18, Flush::Left};
     CGuardedBuffer<std::uint8_t> mRight{1U << 18, Flush::Right};
@@ -81,13 +65,7 @@ TEST_F(CAverageModel, EverySizeUpTo70) {
     for (const unsigned long format : kFormats) {
         for (unsigned long width = 1; width <= 70; ++width) {
             for (unsigned long height = 1; height <= 70; height += width % 7 == 0 ? 1 : 1 + height / 2) {
-                SAverageCall call;
-                call.width = width;
-                call.height = height;
-                call.colorMode = Mode();
-                call.transferFormat = format;
-                call.w = width;
-                call.h = height;
+                const SAverageCall call{width, height, 0, Mode(), format, 0, 0, width, height};
                 ASSERT_TRUE(Check(call, Flush::Left));
                 ASSERT_TRUE(Check(call, Flush::Right));
             }
@@ -99,15 +77,7 @@ TEST_F(CAverageModel, EveryPlaceAndLengthInARow) {
     for (const unsigned long format : kFormats) {
         for (unsigned long x = 0; x < 70; ++x) {
             for (unsigned long w = 0; w <= 72; ++w) {
-                SAverageCall call;
-                call.width = 70;
-                call.height = 4;
-                call.colorMode = Mode();
-                call.transferFormat = format;
-                call.x = x;
-                call.y = mRandom.Below(4);
-                call.w = w;
-                call.h = 1 + mRandom.Below(3);
+                const SAverageCall call{70, 4, 0, Mode(), format, x, mRandom.Below(4), w, 1 + mRandom.Below(3)};
                 ASSERT_TRUE(Check(call, Side()));
             }
         }
@@ -178,14 +148,7 @@ TEST_F(CAverageModel, EmptyRegionsReadNothing) {
 TEST_F(CAverageModel, HugeImagesSmallRegions) {
     for (const unsigned long format : kFormats) {
         for (const unsigned long width : {1UL << 32, (1UL << 60) + 3, 1UL << 61, (1UL << 63) + 1, ~0UL}) {
-            SAverageCall call;
-            call.width = width;
-            call.height = ~0UL;
-            call.transferFormat = format;
-            call.x = 3;
-            call.w = 21;
-            call.h = 1;
-            call.colorMode = Mode();
+            SAverageCall call{width, ~0UL, 0, Mode(), format, 3, 0, 21, 1};
             ASSERT_TRUE(Check(call, Side()));
             call.pitch = ~0UL;
             ASSERT_TRUE(Check(call, Side()));
@@ -208,13 +171,7 @@ TEST_F(CAverageModel, LargeImages) {
                            {2, 5000003, 1},  {4, 2500001, 1}, {2, 1601, 907},  {4, 1601, 907}};
     for (const SSize& size : sizes) {
         for (const unsigned short mode : {std::uint16_t{1}, std::uint16_t{3}}) {
-            SAverageCall call;
-            call.width = size.width;
-            call.height = size.height;
-            call.colorMode = mode;
-            call.transferFormat = size.format;
-            call.w = size.width;
-            call.h = size.height;
+            const SAverageCall call{size.width, size.height, 0, mode, size.format, 0, 0, size.width, size.height};
             std::vector<std::uint8_t> image(modelReach(call).end, 255);
             for (std::size_t i = 0; i < image.size() / 100; ++i) {
                 image[mRandom.Below(image.size())] = static_cast<std::uint8_t>(mRandom.Next());

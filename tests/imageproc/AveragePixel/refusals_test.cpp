@@ -1,26 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 // Mean pixel values: worked figures, and what is refused.
-#include "VekTrgApi.h"
+#include "support/HandleTest.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
+#include <array>
 
 namespace vek::test {
 
 namespace {
 
-class CAverageRefusals : public ::testing::Test {
+class CAverageRefusals : public CHandleTest {
 protected:
-    void SetUp() override { mHandle = VekCam_Open(-1); }
-    void TearDown() override { VekCam_Close(mHandle); }
-
     /// A 4 x 4 image.
     int Measure(unsigned short colorMode, unsigned long format, const void* src, float* average) {
         return VekCam_GetAveragePixelValue(mHandle, 4, 4, 0, colorMode, format, src, 0, 0, 4, 4, average);
     }
 
-    VekCam_Handle mHandle = nullptr;
     const std::uint16_t mImage[16] = {};
 };
 
@@ -58,9 +52,7 @@ TEST_F(CAverageRefusals, NullPointers) {
         EXPECT_EQ(Measure(1, format, mImage, nullptr), -22);
         EXPECT_EQ(Measure(1, format, nullptr, nullptr), -22);
         EXPECT_EQ(VekCam_GetAveragePixelValue(nullptr, 4, 4, 0, 1, format, mImage, 0, 0, 4, 4, average), -22);
-        for (int i = 0; i < 4; ++i) {
-            EXPECT_EQ(average[i], static_cast<float>(i + 1));
-        }
+        EXPECT_EQ(std::to_array(average), (std::array{1.0F, 2.0F, 3.0F, 4.0F}));
     }
 }
 
@@ -68,21 +60,13 @@ TEST_F(CAverageRefusals, WorkedFigures) {
     const std::uint8_t image[] = {10, 20, 30, 40};
     float average[4];
     ASSERT_EQ(VekCam_GetAveragePixelValue(mHandle, 2, 2, 0, 1, 0, image, 0, 0, 2, 2, average), 0);
-    EXPECT_EQ(average[0], 25.0F);
-    EXPECT_EQ(average[1], 0.0F);
-    EXPECT_EQ(average[2], 0.0F);
-    EXPECT_EQ(average[3], 0.0F);
+    EXPECT_EQ(std::to_array(average), (std::array{25.0F, 0.0F, 0.0F, 0.0F}));
     ASSERT_EQ(VekCam_GetAveragePixelValue(mHandle, 2, 2, 0, 5, 0, image, 0, 1, 1, 1, average), 0);
-    EXPECT_EQ(average[0], 0.0F);
-    EXPECT_EQ(average[1], 0.0F);
-    EXPECT_EQ(average[2], 30.0F);
-    EXPECT_EQ(average[3], 0.0F);
+    EXPECT_EQ(std::to_array(average), (std::array{0.0F, 0.0F, 30.0F, 0.0F}));
     // The colour mode does not reorder.
     for (unsigned short mode = 2; mode <= 5; ++mode) {
         ASSERT_EQ(VekCam_GetAveragePixelValue(mHandle, 2, 2, 0, mode, 0, image, 0, 0, 9, 9, average), 0);
-        for (int i = 0; i < 4; ++i) {
-            EXPECT_EQ(average[i], static_cast<float>(10 * (i + 1)));
-        }
+        EXPECT_EQ(std::to_array(average), (std::array{10.0F, 20.0F, 30.0F, 40.0F}));
     }
 }
 
@@ -98,10 +82,7 @@ TEST_F(CAverageRefusals, UnitsOfPitchAndSamples) {
     // Pixels 0x3FF, 0, then a row with 1, 0x200.
     const std::uint8_t packed[] = {0xFF, 0x03, 0x00, 0xEE, 0x01, 0x00, 0x08};
     ASSERT_EQ(VekCam_GetAveragePixelValue(mHandle, 2, 2, 4, 2, 2, packed, 0, 0, 2, 2, average), 0);
-    EXPECT_EQ(average[0], 1023.0F);
-    EXPECT_EQ(average[1], 0.0F);
-    EXPECT_EQ(average[2], 1.0F);
-    EXPECT_EQ(average[3], 512.0F);
+    EXPECT_EQ(std::to_array(average), (std::array{1023.0F, 0.0F, 1.0F, 512.0F}));
     // A packed region that starts at column 1 still begins at the row's first pixel.
     ASSERT_EQ(VekCam_GetAveragePixelValue(mHandle, 2, 2, 4, 2, 2, packed, 1, 0, 1, 1, average), 0);
     EXPECT_EQ(average[0], 0.0F);

@@ -2,7 +2,7 @@
 // Cell sums of a region on every instruction set that this machine has.
 #include "imageproc/AveragePixel.h"
 #include "imageproc/AveragePixel/AverageModel.h"
-#include "imageproc/rows/RowDispatch.h"
+#include "imageproc/ModuleTest.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>
@@ -27,11 +27,8 @@ SCellSums sums(const rows::SRowTable& table, const SAverageCall& call, const std
 TEST(CAverageTiers, AllGiveTheModelsMeans) {
     CRandom random(21);
     std::vector<std::uint16_t> words(200 * 9);
-    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
-        if (!rows::tier(i).usable) {
-            continue;
-        }
-        const rows::SRowTable& table = *rows::tier(i).table;
+    for (const rows::SRowTable* const usable : usableTables()) {
+        const rows::SRowTable& table = *usable;
         for (const unsigned long format : {0UL, 2UL, 4UL, 19UL}) {
             unsigned wrong = 0;
             for (int round = 0; round < 2000; ++round) {
@@ -39,26 +36,24 @@ TEST(CAverageTiers, AllGiveTheModelsMeans) {
                 for (std::uint16_t& word : words) {
                     word = static_cast<std::uint16_t>(full ? 0xFFFF : random.Next());
                 }
-                SAverageCall call;
-                call.width = 1 + random.Below(200);
-                call.height = 1 + random.Below(9);
-                call.pitch = format == 0 || format == 19 ? call.width : (call.width * 12 + 7) / 8;
-                call.colorMode = static_cast<unsigned short>(1 + random.Below(2));
-                call.transferFormat = format;
-                call.x = random.Below(call.width);
-                call.y = random.Below(call.height);
-                call.w = random.Below(call.width + 1);
-                call.h = random.Below(call.height + 1);
+                const unsigned long width = 1 + random.Below(200);
+                const unsigned long height = 1 + random.Below(9);
+                const SAverageCall call{width,
+                                        height,
+                                        format == 0 || format == 19 ? width : (width * 12 + 7) / 8,
+                                        static_cast<unsigned short>(1 + random.Below(2)),
+                                        format,
+                                        random.Below(width),
+                                        random.Below(height),
+                                        random.Below(width + 1),
+                                        random.Below(height + 1)};
                 const auto* const src = reinterpret_cast<const std::uint8_t*>(words.data());
                 float average[4];
                 sums(table, call, src).Average(call.colorMode == 1, average);
                 const std::array<float, 4> expected = modelAverage(call, src);
                 if (std::memcmp(average, expected.data(), sizeof average) != 0 && ++wrong <= 3) {
-                    ADD_FAILURE() << table.name << " format " << format << ", " << call.width << " x " << call.height
-                                  << ", region " << call.x << ' ' << call.y << ' ' << call.w << ' ' << call.h << ": "
-                                  << average[0] << ' ' << average[1] << ' ' << average[2] << ' ' << average[3]
-                                  << ", not " << expected[0] << ' ' << expected[1] << ' ' << expected[2] << ' '
-                                  << expected[3];
+                    ADD_FAILURE() << table.name << ' ' << describe(call) << ": " << describe(average) << ", not "
+                                  << describe(expected.data());
                 }
             }
             EXPECT_EQ(wrong, 0U) << table.name << " format " << format;

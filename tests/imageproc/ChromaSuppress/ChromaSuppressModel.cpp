@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/ChromaSuppress/ChromaSuppressModel.h"
 
+#include "common/Status.h"
 #include "imageproc/ColorSpace/LumaModel.h"
-
-#include <cstddef>
-#include <cstring>
 
 namespace vek::test {
 
 namespace {
-
-constexpr unsigned long kInvalid = static_cast<unsigned long>(-22L);
 
 /// sample moved towards green by the fraction k / 16384, what is left of the step cut off.
 std::int64_t pulled(std::int64_t sample, std::int64_t green, std::int64_t k) {
@@ -53,45 +49,32 @@ unsigned long modelChromaStatus(unsigned long pixelFormat, unsigned sampleBytes)
 }
 
 template <class T>
-unsigned long modelChromaSuppress(const SChromaSuppressModel& settings, unsigned long width, unsigned long height,
-                                  unsigned long lineBytes, unsigned long pixelFormat, T* image) {
+unsigned long modelChromaSuppress(const SChromaSuppressModel& settings, SInPlaceImage image, unsigned long pixelFormat,
+                                  T* samples) {
     if (modelChromaStatus(pixelFormat, sizeof(T)) != 0) {
         return kInvalid;
     }
-    unsigned long samples = 0;
-    if (pixelFormat == 4 || pixelFormat == 256) {
-        samples = 3;
-    } else if (pixelFormat == 8 || pixelFormat == 512) {
-        samples = 4;
-    } else {
+    if (pixelFormat != 4 && pixelFormat != 8 && pixelFormat != 256 && pixelFormat != 512) {
         return 0;
     }
-    if (width == 0 || height == 0) {
-        return 0;
-    }
-    if (lineBytes == 0) {
-        lineBytes = samples * width * sizeof(T);
-        lineBytes += (4 - lineBytes % 4) % 4;
-    }
-    for (unsigned long y = 0; y < height; ++y) {
-        for (unsigned long x = 0; x < width; ++x) {
-            unsigned char* const pixel =
-                reinterpret_cast<unsigned char*>(image) + y * lineBytes + x * samples * sizeof(T);
+    image.samples = pixelFormat == 4 || pixelFormat == 256 ? 3 : 4;
+    const unsigned long pitch = inPlacePitch(image, sizeof(T));
+    for (unsigned long y = 0; image.width != 0 && y < image.height; ++y) {
+        for (unsigned long x = 0; x < image.width; ++x) {
             T bgr[3];
-            std::memcpy(bgr, pixel, sizeof bgr);
-            const unsigned luma = modelLuma(bgr[0], bgr[1], bgr[2]);
-            const std::int64_t k = strength(settings, luma);
-            bgr[0] = static_cast<T>(pulled(bgr[0], bgr[1], k));
-            bgr[2] = static_cast<T>(pulled(bgr[2], bgr[1], k));
-            std::memcpy(pixel, bgr, sizeof bgr);
+            for (unsigned s = 0; s < 3; ++s) {
+                bgr[s] = sampleAt<T>(samples, pitch, y, x * image.samples + s);
+            }
+            const std::int64_t k = strength(settings, modelLuma(bgr[0], bgr[1], bgr[2]));
+            for (const unsigned s : {0U, 2U}) {
+                setSampleAt(samples, pitch, y, x * image.samples + s, static_cast<T>(pulled(bgr[s], bgr[1], k)));
+            }
         }
     }
     return 0;
 }
 
-template unsigned long modelChromaSuppress(const SChromaSuppressModel&, unsigned long, unsigned long, unsigned long,
-                                           unsigned long, std::uint8_t*);
-template unsigned long modelChromaSuppress(const SChromaSuppressModel&, unsigned long, unsigned long, unsigned long,
-                                           unsigned long, std::uint16_t*);
+template unsigned long modelChromaSuppress(const SChromaSuppressModel&, SInPlaceImage, unsigned long, std::uint8_t*);
+template unsigned long modelChromaSuppress(const SChromaSuppressModel&, SInPlaceImage, unsigned long, std::uint16_t*);
 
 } // namespace vek::test

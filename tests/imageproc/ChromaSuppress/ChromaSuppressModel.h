@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "support/ImageLayout.h"
+
 #include <cstdint>
 
 namespace vek::test {
@@ -16,14 +18,14 @@ struct SChromaSuppressModel {
 /// Status that an image of a format gets; sampleBytes 1 or 2.
 unsigned long modelChromaStatus(unsigned long pixelFormat, unsigned sampleBytes);
 
-/// One call, pixel by pixel. A line length of 0 is derived.
+/// One call, pixel by pixel. The samples a pixel are those of the format.
 template <class T>
-unsigned long modelChromaSuppress(const SChromaSuppressModel& settings, unsigned long width, unsigned long height,
-                                  unsigned long lineBytes, unsigned long pixelFormat, T* image);
+unsigned long modelChromaSuppress(const SChromaSuppressModel& settings, SInPlaceImage image, unsigned long pixelFormat,
+                                  T* samples);
 
-extern template unsigned long modelChromaSuppress(const SChromaSuppressModel&, unsigned long, unsigned long,
-                                                  unsigned long, unsigned long, std::uint8_t*);
-extern template unsigned long modelChromaSuppress(const SChromaSuppressModel&, unsigned long, unsigned long,
-                                                  unsigned long, unsigned long, std::uint16_t*);
+extern template unsigned long modelChromaSuppress(const SChromaSuppressModel&, SInPlaceImage, unsigned long,
+                                                  std::uint8_t*);
+extern template unsigned long modelChromaSuppress(const SChromaSuppressModel&, SInPlaceImage, unsigned long,
+                                                  std::uint16_t*);
 
 } // namespace vek::test

@@ -1,24 +1,51 @@
 // SPDX-License-Identifier: Apache-2.0
 // Chroma suppression through the public header: settings, and their effect on images that pass the colour matrix
 // unchanged.
-#include "VekTrgApi.h"
 #include "imageproc/ChromaSuppress/ChromaSuppressModel.h"
+#include "support/HandleTest.h"
 #include "support/InPlaceCheck.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 
 namespace vek::test {
 
 namespace {
 
-class CChromaSuppressExports : public ::testing::Test {
-protected:
-    CChromaSuppressExports() : mHandle(VekCam_Open(-1)) {}
-    ~CChromaSuppressExports() override { VekCam_Close(mHandle); }
+/// Start level and slope of the high part, then of the low one.
+using Settings = std::array<unsigned short, 4>;
 
-    VekCam_Handle mHandle;
+class CChromaSuppressExports : public CHandleTest {
+protected:
+    static Settings Read(VekCam_Handle handle) {
+        Settings s{1, 2, 3, 4};
+        EXPECT_EQ(VekCam_GetHighChromaSuppression(handle, &s[0], &s[1]), 0);
+        EXPECT_EQ(VekCam_GetLowChromaSuppression(handle, &s[2], &s[3]), 0);
+        return s;
+    }
+    /// Settings with levels and slopes below these, on images whose depth and bits follow the turn. With the colour
+    /// matrix off the image is what chroma suppression makes of it; bits only choose the samples.
+    template <class T>
+    void CheckModel(unsigned levels, unsigned slopes, unsigned (*depth)(unsigned), unsigned (*bits)(unsigned)) {
+        CInPlaceCheck<T> check(1UL << 14);
+        for (unsigned turn = 0; turn < 300; ++turn) {
+            const auto below = [&](unsigned bound) { return static_cast<unsigned short>(check.Random().Below(bound)); };
+            const SChromaSuppressModel settings{below(levels), below(levels), below(slopes), below(slopes)};
+            ASSERT_EQ(VekCam_SetLowChromaSuppression(mHandle, settings.lowStart, settings.lowSlope), 0);
+            ASSERT_EQ(VekCam_SetHighChromaSuppression(mHandle, settings.highStart, settings.highSlope), 0);
+            const SInPlaceImage image{below(40), below(6), turn % 2 + 3, 0};
+            const unsigned long format = (sizeof(T) == 1 ? 4UL : 256UL) * (image.samples - 2);
+            ASSERT_TRUE(check.Run(
+                image, depth(turn), turn % 3 == 0 ? Flush::Left : Flush::Right,
+                [&](T* samples) {
+                    return VekCam_HueSaturationColorMatrix(mHandle, image.width, image.height, format, samples,
+                                                           static_cast<unsigned short>(bits(turn)));
+                },
+                [&](T* samples) { return modelChromaSuppress(settings, image, format, samples); }));
+        }
+    }
 };
 
 } // namespace
@@ -37,16 +64,7 @@ TEST_F(CChromaSuppressExports, NullHandleTouchesNothing) {
 }
 
 TEST_F(CChromaSuppressExports, DefaultsOfANewHandle) {
-    unsigned short level = 11;
-    unsigned short slope = 12;
-    EXPECT_EQ(VekCam_GetHighChromaSuppression(mHandle, &level, &slope), 0);
-    EXPECT_EQ(level, 255);
-    EXPECT_EQ(slope, 0);
-    level = 11;
-    slope = 12;
-    EXPECT_EQ(VekCam_GetLowChromaSuppression(mHandle, &level, &slope), 0);
-    EXPECT_EQ(level, 0);
-    EXPECT_EQ(slope, 0);
+    EXPECT_EQ(Read(mHandle), (Settings{255, 0, 0, 0}));
 }
 
 // No value is checked, all 16 bits are kept, and the two parts do not mix.
@@ -56,13 +74,7 @@ TEST_F(CChromaSuppressExports, KeepWhatIsSet) {
         const auto second = static_cast<unsigned short>(65535 - value);
         EXPECT_EQ(VekCam_SetHighChromaSuppression(mHandle, first, second), 0);
         EXPECT_EQ(VekCam_SetLowChromaSuppression(mHandle, second, static_cast<unsigned short>(value ^ 0x5555)), 0);
-        unsigned short read[4] = {1, 2, 3, 4};
-        EXPECT_EQ(VekCam_GetHighChromaSuppression(mHandle, &read[0], &read[1]), 0);
-        EXPECT_EQ(VekCam_GetLowChromaSuppression(mHandle, &read[2], &read[3]), 0);
-        EXPECT_EQ(read[0], first);
-        EXPECT_EQ(read[1], second);
-        EXPECT_EQ(read[2], second);
-        EXPECT_EQ(read[3], value ^ 0x5555);
+        EXPECT_EQ(Read(mHandle), (Settings{first, second, second, static_cast<unsigned short>(value ^ 0x5555)}));
     }
 }
 
@@ -86,61 +98,18 @@ TEST_F(CChromaSuppressExports, NullOutputsAreSkipped) {
 TEST_F(CChromaSuppressExports, HandlesShareNothing) {
     const VekCam_Handle other = VekCam_Open(-1);
     ASSERT_EQ(VekCam_SetHighChromaSuppression(mHandle, 1, 2), 0);
-    unsigned short level = 0;
-    unsigned short slope = 9;
-    EXPECT_EQ(VekCam_GetHighChromaSuppression(other, &level, &slope), 0);
-    EXPECT_EQ(level, 255);
-    EXPECT_EQ(slope, 0);
+    EXPECT_EQ(Read(other), (Settings{255, 0, 0, 0}));
     VekCam_Close(other);
 }
 
-// With the colour matrix off the image is what chroma suppression makes of it; the depth only chooses the samples.
 TEST_F(CChromaSuppressExports, BytesAsModelled) {
-    CInPlaceCheck<std::uint8_t> check(1UL << 14);
-    for (unsigned turn = 0; turn < 300; ++turn) {
-        CRandom& random = check.Random();
-        const SChromaSuppressModel settings{
-            static_cast<unsigned short>(random.Below(258)), static_cast<unsigned short>(random.Below(258)),
-            static_cast<unsigned short>(random.Below(900)), static_cast<unsigned short>(random.Below(900))};
-        ASSERT_EQ(VekCam_SetLowChromaSuppression(mHandle, settings.lowStart, settings.lowSlope), 0);
-        ASSERT_EQ(VekCam_SetHighChromaSuppression(mHandle, settings.highStart, settings.highSlope), 0);
-        const SInPlaceImage image{random.Below(40), random.Below(6), turn % 2 + 3, 0};
-        const unsigned long format = image.samples == 3 ? VEK_DESTINATION_BGR24 : VEK_DESTINATION_BGRX32;
-        const auto bits = static_cast<unsigned short>(turn % 9);
-        ASSERT_TRUE(check.Run(
-            image, 8, turn % 3 == 0 ? Flush::Left : Flush::Right,
-            [&](std::uint8_t* samples) {
-                return static_cast<unsigned long>(
-                    VekCam_HueSaturationColorMatrix(mHandle, image.width, image.height, format, samples, bits));
-            },
-            [&](std::uint8_t* samples) {
-                return modelChromaSuppress(settings, image.width, image.height, 0, format, samples);
-            }));
-    }
+    CheckModel<std::uint8_t>(
+        258, 900, [](unsigned) { return 8U; }, [](unsigned turn) { return turn % 9; });
 }
 
 TEST_F(CChromaSuppressExports, WordsAsModelled) {
-    CInPlaceCheck<std::uint16_t> check(1UL << 14);
-    for (unsigned turn = 0; turn < 300; ++turn) {
-        CRandom& random = check.Random();
-        const SChromaSuppressModel settings{
-            static_cast<unsigned short>(random.Below(4200)), static_cast<unsigned short>(random.Below(4200)),
-            static_cast<unsigned short>(random.Below(99)), static_cast<unsigned short>(random.Below(99))};
-        ASSERT_EQ(VekCam_SetLowChromaSuppression(mHandle, settings.lowStart, settings.lowSlope), 0);
-        ASSERT_EQ(VekCam_SetHighChromaSuppression(mHandle, settings.highStart, settings.highSlope), 0);
-        const SInPlaceImage image{random.Below(40), random.Below(6), turn % 2 + 3, 0};
-        const unsigned long format = image.samples == 3 ? VEK_DESTINATION_BGR48 : VEK_DESTINATION_BGRX64;
-        const auto bits = static_cast<unsigned short>(9 + turn % 8);
-        ASSERT_TRUE(check.Run(
-            image, turn % 5 == 0 ? 16 : 12, turn % 3 == 0 ? Flush::Left : Flush::Right,
-            [&](std::uint16_t* samples) {
-                return static_cast<unsigned long>(
-                    VekCam_HueSaturationColorMatrix(mHandle, image.width, image.height, format, samples, bits));
-            },
-            [&](std::uint16_t* samples) {
-                return modelChromaSuppress(settings, image.width, image.height, 0, format, samples);
-            }));
-    }
+    CheckModel<std::uint16_t>(
+        4200, 99, [](unsigned turn) { return turn % 5 == 0 ? 16U : 12U; }, [](unsigned turn) { return 9 + turn % 8; });
 }
 
 } // namespace vek::test

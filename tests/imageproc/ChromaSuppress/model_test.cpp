@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Chroma suppression against its model: formats, sizes, line lengths, settings; what is refused and what is kept.
-#include "api/VekImageProcLib.h"
 #include "imageproc/ChromaSuppress.h"
 #include "imageproc/ChromaSuppress/ChromaSuppressModel.h"
-#include "imageproc/rows/RowDispatch.h"
+#include "imageproc/FourthSample.h"
+#include "imageproc/ModuleTest.h"
 #include "support/InPlaceCheck.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
 #include <vector>
 
 namespace vek::test {
@@ -16,37 +13,30 @@ namespace vek::test {
 namespace {
 
 using ChromaSuppressPtr = ModulePtr<IChromaSuppress, kModuleChromaSuppress>;
-constexpr unsigned long kInvalid = static_cast<unsigned long>(-22L);
+constexpr auto makeChromaSuppress = makeModule<IChromaSuppress, kModuleChromaSuppress>;
 
-ChromaSuppressPtr makeChromaSuppress() {
-    return ChromaSuppressPtr(static_cast<IChromaSuppress*>(CreateVekImageProc(kModuleChromaSuppress)));
-}
-
-unsigned long call(IChromaSuppress& module, const SInPlaceImage& image, unsigned long format, std::uint8_t* samples) {
-    return module.ProcessB(image.width, image.height, image.lineBytes, format, samples);
-}
-unsigned long call(IChromaSuppress& module, const SInPlaceImage& image, unsigned long format, std::uint16_t* samples) {
-    return module.ProcessW(image.width, image.height, image.lineBytes, format, samples);
+template <class T>
+unsigned long call(IChromaSuppress& module, const SInPlaceImage& image, unsigned long format, T* samples) {
+    return (module.*bySample<T>(&IChromaSuppress::ProcessB, &IChromaSuppress::ProcessW))(image.width, image.height,
+                                                                                         image.pitch, format, samples);
 }
 
 template <class T>
 class CChromaSuppressModel : public ::testing::Test {
 protected:
-    CChromaSuppressModel() : mModule(makeChromaSuppress()), mpTested(mModule.get()) {}
+    CChromaSuppressModel() : mModule(makeChromaSuppress()), mTested(mModule.get()) {}
 
     void Set(const SChromaSuppressModel& settings) {
         mSettings = settings;
-        ASSERT_EQ(mpTested->SetLowStartLevel(settings.lowStart), 0U);
-        ASSERT_EQ(mpTested->SetLowSlope(settings.lowSlope), 0U);
-        ASSERT_EQ(mpTested->SetHighStartLevel(settings.highStart), 0U);
-        ASSERT_EQ(mpTested->SetHighSlope(settings.highSlope), 0U);
+        ASSERT_EQ(mTested->SetLowStartLevel(settings.lowStart), 0U);
+        ASSERT_EQ(mTested->SetLowSlope(settings.lowSlope), 0U);
+        ASSERT_EQ(mTested->SetHighStartLevel(settings.highStart), 0U);
+        ASSERT_EQ(mTested->SetHighSlope(settings.highSlope), 0U);
     }
     ::testing::AssertionResult Run(const SInPlaceImage& image, unsigned long format, unsigned depth, Flush flush) {
         const ::testing::AssertionResult result = mCheck.Run(
-            image, depth, flush, [&](T* samples) { return call(*mpTested, image, format, samples); },
-            [&](T* samples) {
-                return modelChromaSuppress(mSettings, image.width, image.height, image.lineBytes, format, samples);
-            });
+            image, depth, flush, [&](T* samples) { return call(*mTested, image, format, samples); },
+            [&](T* samples) { return modelChromaSuppress(mSettings, image, format, samples); });
         if (result) {
             return result;
         }
@@ -77,13 +67,18 @@ protected:
         return {level(), level(), slope(), slope()};
     }
 
+    /// A colour image with new settings.
+    ::testing::AssertionResult RunRandom(const SInPlaceImage& image, unsigned depth, Flush flush) {
+        Set(RandomSettings(depth));
+        return Run(image, Format(image.samples), depth, flush);
+    }
+
     ChromaSuppressPtr mModule;
-    IChromaSuppress* mpTested;
+    IChromaSuppress* mTested;
     SChromaSuppressModel mSettings;
     CInPlaceCheck<T> mCheck{1UL << 16};
 };
 
-using SampleTypes = ::testing::Types<std::uint8_t, std::uint16_t>;
 TYPED_TEST_SUITE(CChromaSuppressModel, SampleTypes);
 
 /// Depths of samples; the words beyond 12 bits lie beyond the luma tables.
@@ -95,47 +90,34 @@ std::vector<unsigned> depths() {
 } // namespace
 
 TYPED_TEST(CChromaSuppressModel, EverySmallSize) {
-    unsigned turn = 0;
     const std::vector<unsigned> all = depths<TypeParam>();
-    for (unsigned long height = 0; height <= 12; ++height) {
-        for (unsigned long width = 0; width <= 12; ++width) {
-            for (unsigned samples = 3; samples <= 4; ++samples) {
-                for (unsigned kind = 0; kind < 4; ++kind, ++turn) {
-                    const unsigned depth = all[turn / 4 % all.size()];
-                    this->Set(this->RandomSettings(depth));
-                    const SInPlaceImage image = withLineBytes({width, height, samples, 0}, kind, sizeof(TypeParam));
-                    ASSERT_TRUE(this->Run(image, this->Format(samples), depth, Flush::Right));
-                    ASSERT_TRUE(this->Run(image, this->Format(samples), depth, Flush::Left));
-                }
+    forSmallImages<TypeParam>(
+        {3, 4},
+        [&](const SInPlaceImage& image, unsigned turn) {
+            const unsigned depth = all[turn / 4 % all.size()];
+            this->Set(this->RandomSettings(depth));
+            for (const Flush flush : kFlushes) {
+                ASSERT_TRUE(this->Run(image, this->Format(image.samples), depth, flush));
             }
-        }
-    }
+        },
+        [] {});
 }
 
 TYPED_TEST(CChromaSuppressModel, OddSizes) {
-    unsigned turn = 0;
     const std::vector<unsigned> all = depths<TypeParam>();
-    for (const SImageSize& size : kOddSizes) {
-        for (unsigned samples = 3; samples <= 4; ++samples) {
-            for (unsigned kind = 0; kind < 8; ++kind, ++turn) {
-                const unsigned depth = all[turn % all.size()];
-                this->Set(this->RandomSettings(depth));
-                const SInPlaceImage image =
-                    withLineBytes({size.width, size.height, samples, 0}, kind, sizeof(TypeParam));
-                ASSERT_TRUE(this->Run(image, this->Format(samples), depth, turn % 3 == 0 ? Flush::Left : Flush::Right));
-            }
-        }
-    }
+    forOddImages<TypeParam>(
+        {3, 4},
+        [&](const SInPlaceImage& image, unsigned turn) {
+            ASSERT_TRUE(this->RunRandom(image, all[turn % all.size()], turn % 3 == 0 ? Flush::Left : Flush::Right));
+        },
+        [] {});
 }
 
 TYPED_TEST(CChromaSuppressModel, EveryWidthTo130) {
-    for (unsigned long width = 13; width <= 130; ++width) {
+    for (unsigned width = 13; width <= 130; ++width) {
         for (unsigned samples = 3; samples <= 4; ++samples) {
-            const unsigned depth = sizeof(TypeParam) == 1 ? 8 : 12;
-            this->Set(this->RandomSettings(depth));
-            const SInPlaceImage image =
-                withLineBytes({width, 2, samples, 0}, static_cast<unsigned>(width), sizeof(TypeParam));
-            ASSERT_TRUE(this->Run(image, this->Format(samples), depth, width % 2 == 0 ? Flush::Left : Flush::Right));
+            ASSERT_TRUE(this->RunRandom(withPitch({width, 2, samples, 0}, width, sizeof(TypeParam)),
+                                        sizeof(TypeParam) == 1 ? 8 : 12, kFlushes[width % 2]));
         }
     }
 }
@@ -170,7 +152,7 @@ TYPED_TEST(CChromaSuppressModel, EveryLumaUnderFaintSlopes) {
         }
         std::vector<TypeParam> expected = image;
         const SInPlaceImage shape{count, 1, 3, 0};
-        modelChromaSuppress(this->mSettings, count, 1, 0, this->Format(3), expected.data());
+        modelChromaSuppress(this->mSettings, shape, this->Format(3), expected.data());
         ASSERT_EQ(call(*this->mModule, shape, this->Format(3), image.data()), 0U);
         ASSERT_EQ(image, expected) << slope;
     }
@@ -233,23 +215,30 @@ TYPED_TEST(CChromaSuppressModel, NullImage) {
 // The module with the kernels of each instruction set that this machine has.
 TYPED_TEST(CChromaSuppressModel, EveryInstructionSet) {
     const std::vector<unsigned> all = depths<TypeParam>();
-    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
-        if (!rows::tier(i).usable) {
-            continue;
-        }
-        SCOPED_TRACE(rows::tier(i).table->name);
-        CChromaSuppress module(*rows::tier(i).table);
-        this->mpTested = &module;
+    for (const rows::SRowTable* const table : usableTables()) {
+        SCOPED_TRACE(table->name);
+        CChromaSuppress module(*table);
+        this->mTested = &module;
         for (unsigned turn = 0; turn < 8; ++turn) {
             for (unsigned long width = 1; width <= 70; ++width) {
-                const unsigned depth = all[width % all.size()];
-                const unsigned samples = 3 + turn % 2;
-                this->Set(this->RandomSettings(depth));
-                ASSERT_TRUE(this->Run(withLineBytes({width, 2, samples, 0}, turn, sizeof(TypeParam)),
-                                      this->Format(samples), depth, Flush::Right));
+                const SInPlaceImage image = withPitch({width, 2, 3 + turn % 2, 0}, turn, sizeof(TypeParam));
+                ASSERT_TRUE(this->RunRandom(image, all[width % all.size()], Flush::Right));
             }
         }
     }
+}
+
+TEST_F(CStageFourthSample, OfChromaSuppression) {
+    ExpectKept(
+        [](const rows::SRowTable& table) {
+            auto module = std::make_unique<CChromaSuppress>(table);
+            module->SetHighStartLevel(20);
+            module->SetHighSlope(100);
+            return module;
+        },
+        [](CChromaSuppress& module, const SInPlaceImage& image, auto* samples) {
+            return call(module, image, sizeof *samples == 1 ? 8 : 512, samples);
+        });
 }
 
 // Setters store what they are given, one field each, and the older names mean the high part.

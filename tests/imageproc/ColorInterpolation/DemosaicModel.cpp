@@ -176,7 +176,7 @@ std::size_t modelDstBytes(const SDemosaicCall& call, std::size_t sampleBytes) {
 
 template <class T>
 CDemosaicModel<T>::CDemosaicModel(const SDemosaicCall& call, const T* src, T* dst)
-    : mCall(call), mpSrc(reinterpret_cast<const unsigned char*>(src)), mpDst(reinterpret_cast<unsigned char*>(dst)) {
+    : mCall(call), mSrc(reinterpret_cast<const unsigned char*>(src)), mDst(reinterpret_cast<unsigned char*>(dst)) {
     mCall.srcPitch = modelSrcPitch(call, sizeof(T));
     mCall.dstPitch = modelDstPitch(call, sizeof(T));
 }
@@ -184,9 +184,9 @@ CDemosaicModel<T>::CDemosaicModel(const SDemosaicCall& call, const T* src, T* ds
 template <class T>
 unsigned long CDemosaicModel<T>::RunMarkingReads(std::vector<bool>* readBytes) {
     readBytes->assign(modelSrcBytes(mCall, sizeof(T)), false);
-    mpReadBytes = readBytes;
+    mReadBytes = readBytes;
     const unsigned long status = Run();
-    mpReadBytes = nullptr;
+    mReadBytes = nullptr;
     return status;
 }
 
@@ -199,39 +199,39 @@ unsigned long CDemosaicModel<T>::Run() {
     if (isYCrCb(mCall.colorArray)) {
         for (unsigned long row = 0; row < mCall.height; ++row) {
             if (!isGreyCopy(mCall)) {
-                mvYCrCbRow(row);
+                YCrCbRow(row);
                 continue;
             }
             for (unsigned long column = 0; column < mCall.width; ++column) {
-                mvYCrCbGrey(row, column);
+                YCrCbGrey(row, column);
             }
         }
         return 0;
     }
     if (isGreyCopy(mCall)) {
-        mvGrey();
+        Grey();
         return 0;
     }
     for (unsigned long row = 0; row < mCall.height; ++row) {
         for (unsigned long column = 0; column < mCall.width; ++column) {
             switch (mCall.method) {
             case 1:
-                mvNone(row, column);
+                None(row, column);
                 break;
             case 2:
-                mvNearestNeighbor(row, column);
+                NearestNeighbor(row, column);
                 break;
             case 3:
-                mvBilinearSimple(row, column);
+                BilinearSimple(row, column);
                 break;
             case 4:
-                mvBiCubic(row, column);
+                BiCubic(row, column);
                 break;
             case 5:
-                mvBilinearFalseColorReduction(row, column);
+                BilinearFalseColorReduction(row, column);
                 break;
             default:
-                mvNearestNeighbor2(row, column);
+                NearestNeighbor2(row, column);
                 break;
             }
         }
@@ -242,20 +242,20 @@ unsigned long CDemosaicModel<T>::Run() {
 template <class T>
 T CDemosaicModel<T>::Source(unsigned long row, unsigned long column) {
     const std::size_t at = row * mCall.srcPitch + column * sizeof(T);
-    if (mpReadBytes != nullptr) {
+    if (mReadBytes != nullptr) {
         for (std::size_t i = 0; i < sizeof(T); ++i) {
-            mpReadBytes->at(at + i) = true;
+            mReadBytes->at(at + i) = true;
         }
     }
     T value;
-    std::memcpy(&value, mpSrc + at, sizeof value);
+    std::memcpy(&value, mSrc + at, sizeof value);
     return value;
 }
 
 template <class T>
 void CDemosaicModel<T>::Store(unsigned long row, unsigned long column, int channel, T value) {
     const std::size_t sample = column * mCall.channels + static_cast<unsigned long>(channel);
-    std::memcpy(mpDst + row * mCall.dstPitch + sample * sizeof(T), &value, sizeof value);
+    std::memcpy(mDst + row * mCall.dstPitch + sample * sizeof(T), &value, sizeof value);
 }
 
 /// Own colour of a site; the pattern repeats every two rows and columns.
@@ -269,13 +269,13 @@ int CDemosaicModel<T>::Color(unsigned long row, unsigned long column) const {
 }
 
 template <class T>
-void CDemosaicModel<T>::mvGrey() {
+void CDemosaicModel<T>::Grey() {
     if (isBlockCopy(mCall, sizeof(T))) {
         const std::size_t bytes = mCall.height * mCall.srcPitch;
-        if (mpReadBytes != nullptr) {
-            mpReadBytes->assign(bytes, true);
+        if (mReadBytes != nullptr) {
+            mReadBytes->assign(bytes, true);
         }
-        std::memcpy(mpDst, mpSrc, bytes);
+        std::memcpy(mDst, mSrc, bytes);
         return;
     }
     for (unsigned long row = 0; row < mCall.height; ++row) {
@@ -289,7 +289,7 @@ void CDemosaicModel<T>::mvGrey() {
 }
 
 template <class T>
-void CDemosaicModel<T>::mvNone(unsigned long row, unsigned long column) {
+void CDemosaicModel<T>::None(unsigned long row, unsigned long column) {
     for (int channel = 0; channel < 3; ++channel) {
         Store(row, column, channel, T{0});
     }
@@ -299,7 +299,7 @@ void CDemosaicModel<T>::mvNone(unsigned long row, unsigned long column) {
 /// The cell of a pixel is the one at even rows and columns; where its lower row or right column lies outside, the
 /// row above or the column to the left stands in.
 template <class T>
-void CDemosaicModel<T>::mvNearestNeighbor(unsigned long row, unsigned long column) {
+void CDemosaicModel<T>::NearestNeighbor(unsigned long row, unsigned long column) {
     const unsigned long upper = row - row % 2;
     const unsigned long lower = upper + 1 < mCall.height ? upper + 1 : upper - 1;
     const unsigned long left = column - column % 2;
@@ -332,7 +332,7 @@ T CDemosaicModel<T>::Horizontal(unsigned long row, unsigned long column, int col
 }
 
 template <class T>
-void CDemosaicModel<T>::mvBilinearSimple(unsigned long row, unsigned long column) {
+void CDemosaicModel<T>::BilinearSimple(unsigned long row, unsigned long column) {
     const int rowColor = Color(row, 0) == kGreen ? Color(row, 1) : Color(row, 0);
     const int third = rowColor == kRed ? kBlue : kRed;
     Store(row, column, kGreen, Horizontal(row, column, kGreen));
@@ -393,7 +393,7 @@ T CDemosaicModel<T>::CubicInRow(unsigned long row, unsigned long column, int col
 
 /// The third colour follows the same rule down a column, from what the rows hold of it after the pass along rows.
 template <class T>
-void CDemosaicModel<T>::mvBiCubic(unsigned long row, unsigned long column) {
+void CDemosaicModel<T>::BiCubic(unsigned long row, unsigned long column) {
     const int rowColor = Color(row, 0) == kGreen ? Color(row, 1) : Color(row, 0);
     const int third = rowColor == kRed ? kBlue : kRed;
     Store(row, column, kGreen, CubicInRow(row, column, kGreen));
@@ -421,7 +421,7 @@ T CDemosaicModel<T>::BlockGreen(unsigned long top, unsigned long left) {
 /// Rows come in pairs; two rows of an even height, three of an odd one are left, and share the block at the first of
 /// them.
 template <class T>
-void CDemosaicModel<T>::mvNearestNeighbor2(unsigned long row, unsigned long column) {
+void CDemosaicModel<T>::NearestNeighbor2(unsigned long row, unsigned long column) {
     const unsigned long width = mCall.width;
     const unsigned long tail = mCall.height - (mCall.height % 2 == 0 ? 2 : 3);
     const unsigned long top = std::min(row, tail);
@@ -449,7 +449,7 @@ void CDemosaicModel<T>::mvNearestNeighbor2(unsigned long row, unsigned long colu
 /// row and along the column, and of the one across both. What lies outside is replaced by the own sample's row or
 /// column.
 template <class T>
-void CDemosaicModel<T>::mvBilinearFalseColorReduction(unsigned long row, unsigned long column) {
+void CDemosaicModel<T>::BilinearFalseColorReduction(unsigned long row, unsigned long column) {
     const unsigned long width = mCall.width;
     const unsigned long tail = mCall.height - (mCall.height % 2 == 0 ? 2 : 3);
     const unsigned long top = std::min(row, tail);
@@ -491,15 +491,15 @@ void CDemosaicModel<T>::mvBilinearFalseColorReduction(unsigned long row, unsigne
 template <class T>
 std::uint8_t CDemosaicModel<T>::Byte(unsigned long row, unsigned long offset) {
     const std::size_t at = row * mCall.srcPitch + offset;
-    if (mpReadBytes != nullptr) {
-        mpReadBytes->at(at) = true;
+    if (mReadBytes != nullptr) {
+        mReadBytes->at(at) = true;
     }
-    return mpSrc[at];
+    return mSrc[at];
 }
 
 template <class T>
 void CDemosaicModel<T>::StoreByte(unsigned long row, unsigned long offset, std::uint8_t value) {
-    mpDst[row * mCall.dstPitch + offset] = value;
+    mDst[row * mCall.dstPitch + offset] = value;
 }
 
 // Rows of the conversion tables.
@@ -520,7 +520,7 @@ std::int32_t modelYCrCbEntry(bool video, int row, int value) {
 }
 
 template <class T>
-void CDemosaicModel<T>::mvYCrCbGrey(unsigned long row, unsigned long column) {
+void CDemosaicModel<T>::YCrCbGrey(unsigned long row, unsigned long column) {
     const std::uint8_t luma = Byte(row, lumaOffset(packingOf(mCall.colorArray), column));
     const std::int32_t expanded = modelYCrCbEntry(true, kLuma, luma) >> 22;
     StoreByte(row, column, isVideoRange(mCall.colorArray) ? static_cast<std::uint8_t>(expanded) : luma);
@@ -528,8 +528,8 @@ void CDemosaicModel<T>::mvYCrCbGrey(unsigned long row, unsigned long column) {
 
 /// chroma: the terms of blue, green and red.
 template <class T>
-void CDemosaicModel<T>::mvYCrCbPixel(unsigned long row, unsigned long column, std::uint8_t luma,
-                                     const std::int32_t (&chroma)[3]) {
+void CDemosaicModel<T>::YCrCbPixel(unsigned long row, unsigned long column, std::uint8_t luma,
+                                   const std::int32_t (&chroma)[3]) {
     for (unsigned long channel = 0; channel < 3; ++channel) {
         const std::int32_t sum = modelYCrCbEntry(isVideoRange(mCall.colorArray), kLuma, luma) + chroma[channel];
         const std::int32_t level = sum < 1 ? 0 : sum < 0x3FC00000 ? sum >> 22 : 255;
@@ -540,7 +540,7 @@ void CDemosaicModel<T>::mvYCrCbPixel(unsigned long row, unsigned long column, st
 /// Complete groups, then what is left of the row, which lands on the row's first pixel. 4:1:1 leaves out the last group
 /// of a width that is a multiple of 4.
 template <class T>
-void CDemosaicModel<T>::mvYCrCbRow(unsigned long row) {
+void CDemosaicModel<T>::YCrCbRow(unsigned long row) {
     const bool video = isVideoRange(mCall.colorArray);
     const Packing packing = packingOf(mCall.colorArray);
     const unsigned long width = mCall.width;
@@ -570,11 +570,11 @@ void CDemosaicModel<T>::mvYCrCbRow(unsigned long row) {
         chroma[kGreen] = modelYCrCbEntry(video, kCbToGreen, cb) + modelYCrCbEntry(video, kCrToGreen, cr);
         chroma[kRed] = modelYCrCbEntry(video, kCrToRed, cr);
         for (unsigned long column = i * group; column < (i + 1) * group; ++column) {
-            mvYCrCbPixel(row, column, Byte(row, lumaOffset(packing, column)), chroma);
+            YCrCbPixel(row, column, Byte(row, lumaOffset(packing, column)), chroma);
         }
     }
     for (unsigned long column = groups * group; width % group != 0 && column < width; ++column) {
-        mvYCrCbPixel(row, 0, Byte(row, lumaOffset(packing, column)), chroma);
+        YCrCbPixel(row, 0, Byte(row, lumaOffset(packing, column)), chroma);
     }
 }
 

@@ -60,26 +60,26 @@ private:
     void Store(unsigned long row, unsigned long column, int channel, T value);
     int Color(unsigned long row, unsigned long column) const;
     T Horizontal(unsigned long row, unsigned long column, int color);
-    void mvGrey();
-    void mvNone(unsigned long row, unsigned long column);
-    void mvNearestNeighbor(unsigned long row, unsigned long column);
-    void mvBilinearSimple(unsigned long row, unsigned long column);
+    void Grey();
+    void None(unsigned long row, unsigned long column);
+    void NearestNeighbor(unsigned long row, unsigned long column);
+    void BilinearSimple(unsigned long row, unsigned long column);
     T CubicInRow(unsigned long row, unsigned long column, int color);
-    void mvBiCubic(unsigned long row, unsigned long column);
+    void BiCubic(unsigned long row, unsigned long column);
     T BlockGreen(unsigned long top, unsigned long left);
-    void mvNearestNeighbor2(unsigned long row, unsigned long column);
-    void mvBilinearFalseColorReduction(unsigned long row, unsigned long column);
+    void NearestNeighbor2(unsigned long row, unsigned long column);
+    void BilinearFalseColorReduction(unsigned long row, unsigned long column);
 
     std::uint8_t Byte(unsigned long row, unsigned long offset);
     void StoreByte(unsigned long row, unsigned long offset, std::uint8_t value);
-    void mvYCrCbGrey(unsigned long row, unsigned long column);
-    void mvYCrCbRow(unsigned long row);
-    void mvYCrCbPixel(unsigned long row, unsigned long column, std::uint8_t luma, const std::int32_t (&chroma)[3]);
+    void YCrCbGrey(unsigned long row, unsigned long column);
+    void YCrCbRow(unsigned long row);
+    void YCrCbPixel(unsigned long row, unsigned long column, std::uint8_t luma, const std::int32_t (&chroma)[3]);
 
     SDemosaicCall mCall;
-    const unsigned char* mpSrc;
-    unsigned char* mpDst;
-    std::vector<bool>* mpReadBytes = nullptr;
+    const unsigned char* mSrc;
+    unsigned char* mDst;
+    std::vector<bool>* mReadBytes = nullptr;
 };
 
 /// Entry of pnYCrCbConvTable or, with video, of pnYCrCbConvTable709, by its formula.

@@ -9,11 +9,6 @@
 
 namespace vek::test {
 
-constexpr unsigned short kRGGB = 2;
-constexpr unsigned short kGRBG = 3;
-constexpr unsigned short kGBRG = 4;
-constexpr unsigned short kBGGR = 5;
-
 /// What destination samples hold before a call; stands for "not written" in expected images.
 constexpr int kKept = 170;
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The exported function against the model, with the pitches it derives.
-#include "VekTrgApi.h"
 #include "imageproc/ColorInterpolation/DemosaicCheck.h"
+#include "support/HandleTest.h"
 
 namespace vek::test {
 
@@ -14,55 +14,42 @@ struct SOutput {
 };
 
 // Every accepted pair of format and depth, by sample size.
-constexpr SOutput kOutputs8[] = {{1, 8, 1}, {4, 8, 3}, {8, 8, 4}};
-constexpr SOutput kOutputs16[] = {{16, 10, 1}, {32, 10, 1}, {256, 10, 3}, {512, 10, 4},
-                                  {16, 12, 1}, {32, 12, 1}, {256, 12, 3}, {512, 12, 4}};
+template <class T>
+const std::vector<SOutput> kOutputs = {{1, 8, 1}, {4, 8, 3}, {8, 8, 4}};
+template <>
+const std::vector<SOutput> kOutputs<std::uint16_t> = {{16, 10, 1}, {32, 10, 1}, {256, 10, 3}, {512, 10, 4},
+                                                      {16, 12, 1}, {32, 12, 1}, {256, 12, 3}, {512, 12, 4}};
 
 template <class T>
-class CDemosaicExport : public ::testing::Test {
+class CDemosaicExport : public CHandleTest {
 protected:
-    CDemosaicExport() : mHandle(VekCam_Open(-1)) {}
-    ~CDemosaicExport() override { VekCam_Close(mHandle); }
-
     ::testing::AssertionResult Check(const SDemosaicCall& call, const SOutput& output, const SPlacement& place) {
         const auto function = [this, &output](const SDemosaicCall& c, T* src, T* dst) {
-            return static_cast<unsigned long>(VekCam_ColorInterpolation(mHandle, c.width, c.height, c.colorArray, src,
-                                                                        dst, c.method, output.format, output.bits));
+            return VekCam_ColorInterpolation(mHandle, c.width, c.height, c.colorArray, src, dst, c.method,
+                                             output.format, output.bits);
         };
         return mCheck.Run(call, place, function, 0, 1);
     }
 
-    template <std::size_t N>
-    void Sweep(const SOutput (&outputs)[N], unsigned long width, unsigned long height) {
+    void Sweep(unsigned long width, unsigned long height) {
         for (unsigned short colorArray = 1; colorArray <= kLastColorArray; ++colorArray) {
             for (unsigned char method = 0; method <= kLastMethod; ++method) {
                 if (colorArray > kLastBayer && method > 1) {
                     continue; // decodes as method 1 does
                 }
-                for (const SOutput& output : outputs) {
+                for (const SOutput& output : kOutputs<T>) {
                     const SDemosaicCall call{width, height, 0, 0, method, colorArray, output.channels};
-                    const Flush flush = mTurn++ % 2 == 0 ? Flush::Right : Flush::Left;
-                    const Flush other = mTurn / 3 % 2 == 0 ? Flush::Right : Flush::Left;
-                    ASSERT_TRUE(Check(call, output, {flush, other, 0, 0}));
+                    ++mTurn;
+                    ASSERT_TRUE(Check(call, output, {kFlushes[mTurn % 2], kFlushes[mTurn / 3 % 2], 0, 0}));
                 }
             }
         }
     }
 
-    void Sweep(unsigned long width, unsigned long height) {
-        if constexpr (sizeof(T) == 1) {
-            Sweep(kOutputs8, width, height);
-        } else {
-            Sweep(kOutputs16, width, height);
-        }
-    }
-
-    VekCam_Handle mHandle;
     CDemosaicCheck<T> mCheck{1UL << 16, 777};
     unsigned mTurn = 0;
 };
 
-using SampleTypes = ::testing::Types<std::uint8_t, std::uint16_t>;
 TYPED_TEST_SUITE(CDemosaicExport, SampleTypes);
 
 } // namespace

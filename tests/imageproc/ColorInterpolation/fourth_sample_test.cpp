@@ -3,16 +3,10 @@
 // or lie on a page that the library must not write.
 #include "imageproc/ColorInterpolation.h"
 #include "imageproc/ColorInterpolation/SlotCalls.h"
-#include "imageproc/rows/RowDispatch.h"
-#include "support/GuardedBuffer.h"
-
-#include <gtest/gtest.h>
+#include "imageproc/FourthSample.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
-#include <thread>
-#include <vector>
 
 namespace vek::test {
 
@@ -21,18 +15,7 @@ namespace {
 template <class T>
 class CFourthSample : public ::testing::Test {};
 
-using SampleTypes = ::testing::Types<std::uint8_t, std::uint16_t>;
 TYPED_TEST_SUITE(CFourthSample, SampleTypes);
-
-std::vector<const rows::SRowTable*> usableTables() {
-    std::vector<const rows::SRowTable*> tables;
-    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
-        if (rows::tier(i).usable) {
-            tables.push_back(rows::tier(i).table);
-        }
-    }
-    return tables;
-}
 
 } // namespace
 
@@ -74,30 +57,8 @@ TYPED_TEST(CFourthSample, MayBelongToAnotherThread) {
             const auto colorArray = static_cast<unsigned short>(decodes ? turn - kLastMethod + 5 : 2);
             const SDemosaicCall call{256, 4, 0, 0, decodes ? std::uint8_t{1} : turn, colorArray, 4};
             std::vector<TypeParam> dst(pixels * 4, 0);
-            std::atomic<bool> started{false};
-            std::atomic<bool> stop{false};
-            unsigned long lost = 0;
-            std::thread owner([&] {
-                TypeParam written = 0;
-                while (!stop) {
-                    const TypeParam next = static_cast<TypeParam>(written + 1);
-                    for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
-                        const std::atomic_ref<TypeParam> fourth(dst[4 * pixel + 3]);
-                        lost += fourth.load(std::memory_order_relaxed) != written ? 1 : 0;
-                        fourth.store(next, std::memory_order_relaxed);
-                    }
-                    written = next;
-                    started = true;
-                }
-            });
-            while (!started) {
-                std::this_thread::yield();
-            }
-            for (int frame = 0; frame < 4000; ++frame) {
-                callLong(module, call, src.data(), dst.data());
-            }
-            stop = true;
-            owner.join();
+            const unsigned long lost =
+                lostWrites(&dst, 4000, [&](int) { callLong(module, call, src.data(), dst.data()); });
             EXPECT_EQ(lost, 0U) << table->name << ", method " << int{call.method} << ", colour array " << colorArray;
         }
     }

@@ -138,7 +138,7 @@ TEST(GoldenFalseColor, FourByFourRggb) {
     expectColor(4, 4, kFalseColor, kBGGR, kSixteens, swapped(pixels));
 }
 
-// Both sizes odd: the last pixel's green is its left neighbour's, rows 3 and 4 are alike, row 4 of the source plays no
+// Both sizes odd: the last pixel's green is its left neighbour's, rows 3 and 4 are equal, row 4 of the source plays no
 // part.
 TEST(GoldenFalseColor, FiveByFiveGrbg) {
     // R 16 32 / 48 64 in columns 1 and 3, B 80 96 112 / 128 144 160 in columns 0, 2 and 4.

@@ -1,22 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Layout of the exported function's output: the row padding and the samples between the colours.
-#include "VekTrgApi.h"
+#include "support/HandleTest.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
 #include <vector>
 
 namespace vek::test {
 
 namespace {
 
-class CExportLayout : public ::testing::Test {
-protected:
-    CExportLayout() : mHandle(VekCam_Open(-1)) {}
-    ~CExportLayout() override { VekCam_Close(mHandle); }
-    VekCam_Handle mHandle;
-};
+class CExportLayout : public CHandleTest {};
 
 } // namespace
 

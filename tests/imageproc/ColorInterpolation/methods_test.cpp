@@ -1,47 +1,32 @@
 // SPDX-License-Identifier: Apache-2.0
 // Bicubic and the two methods that work on 2 x 2 blocks against the model: sizes, phases, pitches, protected pages.
-#include "imageproc/ColorInterpolation.h"
-#include "imageproc/ColorInterpolation/DemosaicCheck.h"
-#include "imageproc/ColorInterpolation/SlotCalls.h"
-#include "imageproc/rows/RowDispatch.h"
+#include "imageproc/ColorInterpolation/DemosaicTest.h"
 
 namespace vek::test {
 
 namespace {
 
-constexpr SPlacement kFlushes[] = {{Flush::Right, Flush::Right, 0, 0}, {Flush::Left, Flush::Left, 0, 0}};
 constexpr unsigned char kFirstMethod = 4;
 
 template <class T>
-class CDemosaicMethods : public ::testing::Test {
+class CDemosaicMethods : public CDemosaicTest<T> {
 protected:
-    CDemosaicMethods() : mModule(makeColorInterpolation()) {}
-
-    ::testing::AssertionResult Long(const SDemosaicCall& call, const SPlacement& place) {
-        return mCheck.Run(call, place,
-                          [this](const SDemosaicCall& c, T* src, T* dst) { return callLong(*mModule, c, src, dst); });
-    }
+    CDemosaicMethods() : CDemosaicTest<T>(1UL << 17) {}
 
     /// Every method and phase at one size; channels, pitches and the protected side change from call to call.
     void Sweep(unsigned long width, unsigned long height) {
         for (unsigned char method = kFirstMethod; method <= kLastMethod; ++method) {
             for (unsigned short colorArray = 2; colorArray <= kLastBayer; ++colorArray) {
-                ++mTurn;
-                const SDemosaicCall call{
-                    width, height, 0, 0, method, colorArray, static_cast<unsigned short>(3 + mTurn / 2 % 2)};
-                const unsigned kind = static_cast<unsigned>(mRandom.Below(kPitchKinds));
-                ASSERT_TRUE(Long(withPitches<T>(call, kind), kFlushes[mTurn % 2]));
+                const unsigned turn = ++this->mTurn;
+                const auto channels = static_cast<unsigned short>(3 + turn / 2 % 2);
+                const SDemosaicCall call{width, height, 0, 0, method, colorArray, channels};
+                const auto kind = static_cast<unsigned>(this->mRandom.Below(kPitchKinds));
+                ASSERT_TRUE(this->Long(withPitches<T>(call, kind), kSameSide[turn % 2]));
             }
         }
     }
-
-    ColorInterpolationPtr mModule;
-    CDemosaicCheck<T> mCheck{1UL << 17};
-    CRandom mRandom{11};
-    unsigned mTurn = 0;
 };
 
-using SampleTypes = ::testing::Types<std::uint8_t, std::uint16_t>;
 TYPED_TEST_SUITE(CDemosaicMethods, SampleTypes);
 
 } // namespace
@@ -73,7 +58,7 @@ TYPED_TEST(CDemosaicMethods, EveryPitchKindAtSomeSizes) {
                     for (unsigned kind = 0; kind < kPitchKinds; ++kind) {
                         const unsigned short channels = kind % 2 == height / 2 % 2 ? 3 : 4;
                         const SDemosaicCall call{width, height, 0, 0, method, colorArray, channels};
-                        for (const SPlacement& place : kFlushes) {
+                        for (const SPlacement& place : kSameSide) {
                             ASSERT_TRUE(this->Long(withPitches<TypeParam>(call, kind), place));
                         }
                     }
@@ -89,10 +74,7 @@ TYPED_TEST(CDemosaicMethods, ShortOperationsDeriveBothPitches) {
             for (unsigned char method = kFirstMethod; method <= kLastMethod; ++method) {
                 const auto colorArray = static_cast<unsigned short>(2 + width % 4);
                 const SDemosaicCall call{width, height, 0, 0, method, colorArray, 3};
-                ASSERT_TRUE(this->mCheck.Run(call, kFlushes[width / 2 % 2],
-                                             [this](const SDemosaicCall& c, TypeParam* src, TypeParam* dst) {
-                                                 return callShort(*this->mModule, c, src, dst);
-                                             }));
+                ASSERT_TRUE(this->Short(call, kSameSide[width / 2 % 2]));
             }
         }
     }
@@ -113,9 +95,7 @@ TYPED_TEST(CDemosaicMethods, EverySampleOffset) {
                 const auto colorArray = static_cast<unsigned short>(2 + offset % 4);
                 const auto channels = static_cast<unsigned short>(3 + offset / 2 % 2);
                 const SDemosaicCall call{width, 5, 0, 0, method, colorArray, channels};
-                ASSERT_TRUE(this->Long(call, {Flush::Left, Flush::Left, offset, 0}));
-                ASSERT_TRUE(this->Long(call, {Flush::Left, Flush::Left, 0, offset}));
-                ASSERT_TRUE(this->Long(call, {Flush::Right, Flush::Right, offset, 15 - offset}));
+                ASSERT_NO_FATAL_FAILURE(this->Offsets(call, offset));
             }
         }
     }
@@ -129,37 +109,25 @@ TYPED_TEST(CDemosaicMethods, LargeSizes) {
         for (call.method = kFirstMethod; call.method <= kLastMethod; ++call.method) {
             call.colorArray = static_cast<unsigned short>(2 + this->mTurn++ % 4);
             call.channels = static_cast<unsigned short>(3 + this->mTurn / 2 % 2);
-            ASSERT_TRUE(check.Run(call, kFlushes[this->mTurn % 2],
-                                  [this](const SDemosaicCall& c, TypeParam* src, TypeParam* dst) {
-                                      return callLong(*this->mModule, c, src, dst);
-                                  }));
+            ASSERT_TRUE(this->Long(*this->mModule, &check, call, kSameSide[this->mTurn % 2]));
         }
     }
 }
 
-// The module with the kernels of each instruction set that this machine has, not only with the fastest.
 TYPED_TEST(CDemosaicMethods, EveryInstructionSet) {
-    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
-        if (!rows::tier(i).usable) {
-            continue;
-        }
-        SCOPED_TRACE(rows::tier(i).table->name);
-        CColorInterpolation module(*rows::tier(i).table);
+    this->ForEveryTable([this](const auto& run) {
         for (unsigned long width = 2; width <= 130; ++width) {
             for (const unsigned long height : {4UL, 7UL, 9UL}) {
                 for (unsigned char method = kFirstMethod; method <= kLastMethod; ++method) {
                     const auto colorArray = static_cast<unsigned short>(2 + this->mTurn++ % 4);
                     const auto channels = static_cast<unsigned short>(3 + this->mTurn / 4 % 2);
                     const SDemosaicCall call{width, height, 0, 0, method, colorArray, channels};
-                    ASSERT_TRUE(this->mCheck.Run(withPitches<TypeParam>(call, this->mTurn / 2 % kPitchKinds),
-                                                 kFlushes[this->mTurn % 2],
-                                                 [&module](const SDemosaicCall& c, TypeParam* src, TypeParam* dst) {
-                                                     return callLong(module, c, src, dst);
-                                                 }));
+                    ASSERT_TRUE(
+                        run(withPitches<TypeParam>(call, this->mTurn / 2 % kPitchKinds), kSameSide[this->mTurn % 2]));
                 }
             }
         }
-    }
+    });
 }
 
 } // namespace vek::test

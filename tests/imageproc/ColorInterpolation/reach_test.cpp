@@ -25,7 +25,6 @@ protected:
     ColorInterpolationPtr mModule;
 };
 
-using SampleTypes = ::testing::Types<std::uint8_t, std::uint16_t>;
 TYPED_TEST_SUITE(CDemosaicReach, SampleTypes);
 
 } // namespace

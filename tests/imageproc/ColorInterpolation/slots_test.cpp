@@ -1,38 +1,41 @@
 // SPDX-License-Identifier: Apache-2.0
 // The module's four operations against the model: sizes, phases, pitches, placement at protected pages. Grey copies
 // and the methods that work within rows and cells; the others have files of their own.
-#include "imageproc/ColorInterpolation.h"
-#include "imageproc/ColorInterpolation/DemosaicCheck.h"
-#include "imageproc/ColorInterpolation/SlotCalls.h"
-#include "imageproc/rows/RowDispatch.h"
+#include "imageproc/ColorInterpolation/DemosaicTest.h"
 
 namespace vek::test {
 
 namespace {
 
-constexpr SPlacement kFlushes[] = {{Flush::Right, Flush::Right, 0, 0}, {Flush::Left, Flush::Left, 0, 0}};
 constexpr SPlacement kCrossed[] = {{Flush::Right, Flush::Left, 0, 0}, {Flush::Left, Flush::Right, 0, 0}};
 constexpr unsigned short kChannels[] = {1, 3, 4};
 
 template <class T>
-class CDemosaicSlots : public ::testing::Test {
+class CDemosaicSlots : public CDemosaicTest<T> {
 protected:
-    CDemosaicSlots() : mModule(makeColorInterpolation()) {}
+    CDemosaicSlots() : CDemosaicTest<T>(1UL << 16) {}
 
-    ::testing::AssertionResult Long(const SDemosaicCall& call, const SPlacement& place) {
-        return mCheck.Run(call, place,
-                          [this](const SDemosaicCall& c, T* src, T* dst) { return callLong(*mModule, c, src, dst); });
+    /// test(call) for every colour array but YCrCb and each method of this file at one size.
+    template <class Test>
+    static void ForMethods(unsigned long width, unsigned long height, Test test) {
+        for (unsigned short colorArray = 1; colorArray <= 5; ++colorArray) {
+            for (unsigned char method = 0; method <= 3; ++method) {
+                ASSERT_NO_FATAL_FAILURE(test(SDemosaicCall{width, height, 0, 0, method, colorArray, 3}));
+            }
+        }
     }
-    ::testing::AssertionResult Short(const SDemosaicCall& call, const SPlacement& place) {
-        return mCheck.Run(call, place,
-                          [this](const SDemosaicCall& c, T* src, T* dst) { return callShort(*mModule, c, src, dst); });
+    /// The same with each number of channels.
+    template <class Test>
+    static void ForChannels(unsigned long width, unsigned long height, Test test) {
+        ForMethods(width, height, [&](SDemosaicCall call) {
+            for (const unsigned short channels : kChannels) {
+                call.channels = channels;
+                ASSERT_NO_FATAL_FAILURE(test(call));
+            }
+        });
     }
-
-    ColorInterpolationPtr mModule;
-    CDemosaicCheck<T> mCheck{1UL << 16};
 };
 
-using SampleTypes = ::testing::Types<std::uint8_t, std::uint16_t>;
 TYPED_TEST_SUITE(CDemosaicSlots, SampleTypes);
 
 } // namespace
@@ -41,17 +44,12 @@ TYPED_TEST(CDemosaicSlots, EverySmallSize) {
     unsigned turn = 0;
     for (unsigned long height = 1; height <= 12; ++height) {
         for (unsigned long width = 1; width <= 40; ++width) {
-            for (unsigned short colorArray = 1; colorArray <= 5; ++colorArray) {
-                for (unsigned char method = 0; method <= 3; ++method) {
-                    for (const unsigned short channels : kChannels) {
-                        const SDemosaicCall call{width, height, 0, 0, method, colorArray, channels};
-                        for (const SPlacement& place : kFlushes) {
-                            ASSERT_TRUE(this->Long(withPitches<TypeParam>(call, turn++ % kPitchKinds), place));
-                        }
-                        ASSERT_TRUE(this->Short(call, kCrossed[turn++ / 7 % 2]));
-                    }
+            ASSERT_NO_FATAL_FAILURE(this->ForChannels(width, height, [&](const SDemosaicCall& call) {
+                for (const SPlacement& place : kSameSide) {
+                    ASSERT_TRUE(this->Long(withPitches<TypeParam>(call, turn++ % kPitchKinds), place));
                 }
-            }
+                ASSERT_TRUE(this->Short(call, kCrossed[turn++ / 7 % 2]));
+            }));
         }
     }
 }
@@ -59,18 +57,13 @@ TYPED_TEST(CDemosaicSlots, EverySmallSize) {
 TYPED_TEST(CDemosaicSlots, EveryPitchKindAtSomeSizes) {
     for (unsigned long height = 1; height <= 6; ++height) {
         for (const unsigned long width : {1UL, 2UL, 3UL, 4UL, 7UL, 15UL, 16UL, 17UL, 32UL, 33UL, 63UL, 65UL}) {
-            for (unsigned short colorArray = 1; colorArray <= 5; ++colorArray) {
-                for (unsigned char method = 0; method <= 3; ++method) {
-                    for (const unsigned short channels : kChannels) {
-                        const SDemosaicCall call{width, height, 0, 0, method, colorArray, channels};
-                        for (unsigned kind = 0; kind < kPitchKinds; ++kind) {
-                            const SDemosaicCall padded = withPitches<TypeParam>(call, kind);
-                            ASSERT_TRUE(this->Long(padded, kFlushes[0]));
-                            ASSERT_TRUE(this->Long(padded, kFlushes[1]));
-                        }
+            ASSERT_NO_FATAL_FAILURE(this->ForChannels(width, height, [&](const SDemosaicCall& call) {
+                for (unsigned kind = 0; kind < kPitchKinds; ++kind) {
+                    for (const SPlacement& place : kSameSide) {
+                        ASSERT_TRUE(this->Long(withPitches<TypeParam>(call, kind), place));
                     }
                 }
-            }
+            }));
         }
     }
 }
@@ -79,16 +72,11 @@ TYPED_TEST(CDemosaicSlots, EveryWidthTo130) {
     unsigned turn = 0;
     for (const unsigned long height : {1UL, 2UL, 3UL, 6UL}) {
         for (unsigned long width = 41; width <= 130; ++width) {
-            for (unsigned short colorArray = 1; colorArray <= 5; ++colorArray) {
-                for (unsigned char method = 0; method <= 3; ++method) {
-                    for (const unsigned short channels : kChannels) {
-                        const SDemosaicCall call{width, height, 0, 0, method, colorArray, channels};
-                        const SDemosaicCall padded = withPitches<TypeParam>(call, turn++ % kPitchKinds);
-                        ASSERT_TRUE(this->Long(padded, kFlushes[turn / 6 % 2]));
-                        ASSERT_TRUE(this->Short(call, kFlushes[(turn / 6 + 1) % 2]));
-                    }
-                }
-            }
+            ASSERT_NO_FATAL_FAILURE(this->ForChannels(width, height, [&](const SDemosaicCall& call) {
+                const SDemosaicCall padded = withPitches<TypeParam>(call, turn++ % kPitchKinds);
+                ASSERT_TRUE(this->Long(padded, kSameSide[turn / 6 % 2]));
+                ASSERT_TRUE(this->Short(call, kSameSide[(turn / 6 + 1) % 2]));
+            }));
         }
     }
 }
@@ -96,15 +84,10 @@ TYPED_TEST(CDemosaicSlots, EveryWidthTo130) {
 TYPED_TEST(CDemosaicSlots, EverySampleOffset) {
     for (const unsigned long width : {2UL, 3UL, 16UL, 31UL, 64UL, 67UL, 129UL}) {
         for (std::size_t offset = 0; offset < 16; ++offset) {
-            for (unsigned short colorArray = 1; colorArray <= 5; ++colorArray) {
-                for (unsigned char method = 0; method <= 3; ++method) {
-                    const unsigned short channels = offset % 2 == 0 ? 3 : 4;
-                    const SDemosaicCall call{width, 3, 0, 0, method, colorArray, channels};
-                    ASSERT_TRUE(this->Long(call, {Flush::Left, Flush::Left, offset, 0}));
-                    ASSERT_TRUE(this->Long(call, {Flush::Left, Flush::Left, 0, offset}));
-                    ASSERT_TRUE(this->Long(call, {Flush::Right, Flush::Right, offset, 15 - offset}));
-                }
-            }
+            ASSERT_NO_FATAL_FAILURE(this->ForMethods(width, 3, [&](SDemosaicCall call) {
+                call.channels = offset % 2 == 0 ? 3 : 4;
+                this->Offsets(call, offset);
+            }));
         }
     }
 }
@@ -121,43 +104,28 @@ TYPED_TEST(CDemosaicSlots, LargeOddSizes) {
         for (call.method = 0; call.method <= 3; ++call.method) {
             for (call.channels = 3; call.channels <= 4; ++call.channels) {
                 call.colorArray = static_cast<unsigned short>(2 + turn++ % 4);
-                for (const SPlacement& place : kFlushes) {
-                    ASSERT_TRUE(check.Run(call, place, [this](const SDemosaicCall& c, TypeParam* src, TypeParam* dst) {
-                        return callLong(*this->mModule, c, src, dst);
-                    }));
+                for (const SPlacement& place : kSameSide) {
+                    ASSERT_TRUE(this->Long(*this->mModule, &check, call, place));
                 }
             }
         }
     }
 }
 
-// The module with the kernels of each instruction set that this machine has, not only with the fastest.
 TYPED_TEST(CDemosaicSlots, EveryInstructionSet) {
-    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
-        if (!rows::tier(i).usable) {
-            continue;
-        }
-        SCOPED_TRACE(rows::tier(i).table->name);
-        CColorInterpolation module(*rows::tier(i).table);
+    this->ForEveryTable([this](const auto& run) {
         unsigned turn = 0;
         for (const unsigned long height : {2UL, 5UL}) {
             for (unsigned long width = 2; width <= 130; ++width) {
-                for (unsigned short colorArray = 1; colorArray <= 5; ++colorArray) {
-                    for (unsigned char method = 0; method <= 3; ++method) {
-                        for (const unsigned short channels : {std::uint16_t{3}, std::uint16_t{4}}) {
-                            const SDemosaicCall call{width, height, 0, 0, method, colorArray, channels};
-                            const SDemosaicCall padded = withPitches<TypeParam>(call, turn++ % kPitchKinds);
-                            ASSERT_TRUE(
-                                this->mCheck.Run(padded, kFlushes[turn / 6 % 2],
-                                                 [&module](const SDemosaicCall& c, TypeParam* src, TypeParam* dst) {
-                                                     return callLong(module, c, src, dst);
-                                                 }));
-                        }
+                ASSERT_NO_FATAL_FAILURE(this->ForMethods(width, height, [&](SDemosaicCall call) {
+                    for (call.channels = 3; call.channels <= 4; ++call.channels) {
+                        const SDemosaicCall padded = withPitches<TypeParam>(call, turn++ % kPitchKinds);
+                        ASSERT_TRUE(run(padded, kSameSide[turn / 6 % 2]));
                     }
-                }
+                }));
             }
         }
-    }
+    });
 }
 
 // Every method code with colour arrays inside and outside the known ones, and every number of channels.
@@ -166,18 +134,14 @@ TYPED_TEST(CDemosaicSlots, RefusalsWriteNothing) {
         for (const unsigned colorArray :
              {0U, 1U, 2U, 3U, 4U, 5U, 6U, 8U, 9U, 11U, 12U, 13U, 255U, 256U, 258U, 65535U}) {
             for (unsigned channels = 0; channels <= 5; ++channels) {
-                const SDemosaicCall call{6,
-                                         5,
-                                         0,
-                                         0,
-                                         static_cast<unsigned char>(method),
-                                         static_cast<unsigned short>(colorArray),
-                                         static_cast<unsigned short>(channels)};
+                SDemosaicCall call{6, 5, 0, 0, static_cast<unsigned char>(method), 0, 0};
+                call.colorArray = static_cast<unsigned short>(colorArray);
+                call.channels = static_cast<unsigned short>(channels);
                 if (modelStatus(call) == 0 && channels != 1 && channels != 3 && channels != 4) {
                     continue; // grey of YCrCb is bytes, whatever the channels: tested with the other YCrCb calls
                 }
-                ASSERT_TRUE(this->Long(call, kFlushes[0]));
-                ASSERT_TRUE(this->Short(call, kFlushes[1]));
+                ASSERT_TRUE(this->Long(call, kSameSide[0]));
+                ASSERT_TRUE(this->Short(call, kSameSide[1]));
             }
         }
     }

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Decoding of the six YCrCb layouts against the model, to colour and to grey, through both sample widths.
-#include "imageproc/ColorInterpolation.h"
-#include "imageproc/ColorInterpolation/DemosaicCheck.h"
-#include "imageproc/ColorInterpolation/SlotCalls.h"
-#include "imageproc/rows/RowDispatch.h"
+#include "imageproc/ColorInterpolation/DemosaicTest.h"
 
 #include <initializer_list>
 
@@ -11,22 +8,12 @@ namespace vek::test {
 
 namespace {
 
-constexpr SPlacement kFlushes[] = {{Flush::Right, Flush::Right, 0, 0}, {Flush::Left, Flush::Left, 0, 0}};
 constexpr unsigned short kFirstYCrCb = 6;
 
 template <class T>
-class CYCrCb : public ::testing::Test {
+class CYCrCb : public CDemosaicTest<T> {
 protected:
-    CYCrCb() : mModule(makeColorInterpolation()) {}
-
-    ::testing::AssertionResult Long(const SDemosaicCall& call, const SPlacement& place) {
-        return mCheck.Run(call, place,
-                          [this](const SDemosaicCall& c, T* src, T* dst) { return callLong(*mModule, c, src, dst); });
-    }
-    ::testing::AssertionResult Short(const SDemosaicCall& call, const SPlacement& place) {
-        return mCheck.Run(call, place,
-                          [this](const SDemosaicCall& c, T* src, T* dst) { return callShort(*mModule, c, src, dst); });
-    }
+    CYCrCb() : CDemosaicTest<T>(1UL << 16, 12) {}
 
     /// Every layout at one size, to colour of 3 and 4 channels and to grey. Pitches and the protected side change.
     void Sweep(unsigned long width, unsigned long height) {
@@ -34,23 +21,17 @@ protected:
             for (const unsigned short channels : {std::uint16_t{1}, std::uint16_t{3}, std::uint16_t{4}}) {
                 // Any method but 0 decodes to colour, of 3 or 4 channels alone.
                 for (const unsigned char method : {std::uint8_t{0}, std::uint8_t{2}}) {
-                    ++mTurn;
+                    const unsigned turn = ++this->mTurn;
                     const SDemosaicCall call{width, height, 0, 0, method, colorArray, channels};
-                    const unsigned kind = static_cast<unsigned>(mRandom.Below(kPitchKinds));
-                    ASSERT_TRUE(Long(withPitches<T>(call, kind), kFlushes[mTurn % 2]));
-                    ASSERT_TRUE(Short(call, kFlushes[(mTurn + 1) % 2]));
+                    const auto kind = static_cast<unsigned>(this->mRandom.Below(kPitchKinds));
+                    ASSERT_TRUE(this->Long(withPitches<T>(call, kind), kSameSide[turn % 2]));
+                    ASSERT_TRUE(this->Short(call, kSameSide[(turn + 1) % 2]));
                 }
             }
         }
     }
-
-    ColorInterpolationPtr mModule;
-    CDemosaicCheck<T> mCheck{1UL << 16};
-    CRandom mRandom{12};
-    unsigned mTurn = 0;
 };
 
-using SampleTypes = ::testing::Types<std::uint8_t, std::uint16_t>;
 TYPED_TEST_SUITE(CYCrCb, SampleTypes);
 
 } // namespace
@@ -86,9 +67,7 @@ TYPED_TEST(CYCrCb, EveryByteOffset) {
             for (unsigned short colorArray = kFirstYCrCb; colorArray <= kLastColorArray; ++colorArray) {
                 const auto method = static_cast<unsigned char>(offset % 3);
                 const SDemosaicCall call{width, 2, 0, 0, method, colorArray, 3};
-                ASSERT_TRUE(this->Long(call, {Flush::Left, Flush::Left, offset, 0}));
-                ASSERT_TRUE(this->Long(call, {Flush::Left, Flush::Left, 0, offset}));
-                ASSERT_TRUE(this->Long(call, {Flush::Right, Flush::Right, offset, 15 - offset}));
+                ASSERT_NO_FATAL_FAILURE(this->Offsets(call, offset));
             }
         }
     }
@@ -98,7 +77,7 @@ TYPED_TEST(CYCrCb, EveryByteOffset) {
 TYPED_TEST(CYCrCb, AnyMethodDecodes) {
     for (unsigned method = 0; method <= 255; ++method) {
         for (unsigned short colorArray = kFirstYCrCb; colorArray <= kLastColorArray; ++colorArray) {
-            ASSERT_TRUE(this->Long({9, 2, 0, 0, static_cast<unsigned char>(method), colorArray, 4}, kFlushes[0]));
+            ASSERT_TRUE(this->Long({9, 2, 0, 0, static_cast<unsigned char>(method), colorArray, 4}, kSameSide[0]));
         }
     }
 }
@@ -109,9 +88,9 @@ TYPED_TEST(CYCrCb, GreyIgnoresTheChannels) {
         for (unsigned short colorArray = kFirstYCrCb; colorArray <= kLastColorArray; ++colorArray) {
             for (unsigned long width = 1; width <= 6; ++width) {
                 if (channels != 0) {
-                    ASSERT_TRUE(this->Long({width, 2, 0, 0, 0, colorArray, channels}, kFlushes[width % 2]));
+                    ASSERT_TRUE(this->Long({width, 2, 0, 0, 0, colorArray, channels}, kSameSide[width % 2]));
                 }
-                ASSERT_TRUE(this->Long({width, 3, 0, width, 0, colorArray, channels}, kFlushes[width % 2]));
+                ASSERT_TRUE(this->Long({width, 3, 0, width, 0, colorArray, channels}, kSameSide[width % 2]));
             }
         }
     }
@@ -171,29 +150,19 @@ TYPED_TEST(CYCrCb, EveryByteValue) {
     }
 }
 
-// The module with the kernels of each instruction set that this machine has, not only with the fastest.
 TYPED_TEST(CYCrCb, EveryInstructionSet) {
-    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
-        if (!rows::tier(i).usable) {
-            continue;
-        }
-        SCOPED_TRACE(rows::tier(i).table->name);
-        CColorInterpolation module(*rows::tier(i).table);
+    this->ForEveryTable([this](const auto& run) {
         for (unsigned long width = 1; width <= 140; ++width) {
             for (unsigned short colorArray = kFirstYCrCb; colorArray <= kLastColorArray; ++colorArray) {
                 for (unsigned char method = 0; method <= 1; ++method) {
-                    ++this->mTurn;
-                    const SDemosaicCall call{
-                        width, 2, 0, 0, method, colorArray, static_cast<unsigned short>(3 + this->mTurn / 2 % 2)};
-                    ASSERT_TRUE(this->mCheck.Run(withPitches<TypeParam>(call, this->mTurn / 4 % kPitchKinds),
-                                                 kFlushes[this->mTurn % 2],
-                                                 [&module](const SDemosaicCall& c, TypeParam* src, TypeParam* dst) {
-                                                     return callLong(module, c, src, dst);
-                                                 }));
+                    const auto channels = static_cast<unsigned short>(3 + ++this->mTurn / 2 % 2);
+                    const SDemosaicCall call{width, 2, 0, 0, method, colorArray, channels};
+                    ASSERT_TRUE(
+                        run(withPitches<TypeParam>(call, this->mTurn / 4 % kPitchKinds), kSameSide[this->mTurn % 2]));
                 }
             }
         }
-    }
+    });
 }
 
 } // namespace vek::test

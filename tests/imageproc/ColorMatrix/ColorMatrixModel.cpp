@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/ColorMatrix/ColorMatrixModel.h"
 
+#include "common/Status.h"
+
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 namespace vek::test {
 
 namespace {
 
-constexpr unsigned long kInvalid = static_cast<unsigned long>(-22L);
 constexpr std::array<short, 12> kIdentity = {100, 0, 0, 0, 0, 100, 0, 0, 0, 0, 100, 0};
 
 // Rows and columns of matrices.
@@ -57,7 +57,7 @@ unsigned long CColorMatrixModel::SetColorMatrix(unsigned char mode, const short*
         std::copy(values, values + 12, matrix.begin());
     }
     matrixMode = mode;
-    mUpdate();
+    Update();
     return 0;
 }
 
@@ -68,11 +68,11 @@ unsigned long CColorMatrixModel::SetHueSaturation(unsigned char mode, short newH
     hue = mode == 1 ? newHue : short{0};
     saturation = mode == 1 ? newSaturation : std::uint16_t{100};
     hueMode = mode;
-    mUpdate();
+    Update();
     return 0;
 }
 
-void CColorMatrixModel::mUpdate() {
+void CColorMatrixModel::Update() {
     const SMatrix h = hueMatrix(hue, saturation);
     SMatrix k{};
     float offset[3] = {};
@@ -109,7 +109,7 @@ void CColorMatrixModel::mUpdate() {
             }
         }
     }
-    mbDefined = largest * 3 < 2147483647.0;
+    mDefined = largest * 3 < 2147483647.0;
 }
 
 unsigned long CColorMatrixModel::Status(unsigned long pixelFormat, unsigned* samples) const {
@@ -142,45 +142,36 @@ std::int64_t CColorMatrixModel::Sum(unsigned blue, unsigned green, unsigned red,
 }
 
 template <class T>
-unsigned long CColorMatrixModel::Process(unsigned long width, unsigned long height, unsigned long lineBytes,
-                                         unsigned long pixelFormat, T* image, unsigned bits) const {
-    unsigned samples = 0;
-    const unsigned long status = Status(pixelFormat, &samples);
-    if (status != 0 || samples == 0 || width == 0 || height == 0) {
+unsigned long CColorMatrixModel::Process(SInPlaceImage image, unsigned long pixelFormat, T* samples,
+                                         unsigned bits) const {
+    const unsigned long status = Status(pixelFormat, &image.samples);
+    if (status != 0 || image.samples == 0) {
         return status;
     }
-    if (lineBytes == 0) {
-        lineBytes = samples * width * sizeof(T);
-        lineBytes += (4 - lineBytes % 4) % 4;
-    }
+    const unsigned long pitch = inPlacePitch(image, sizeof(T));
     std::int64_t max = (std::int64_t{1} << bits) - 1;
     if (sizeof(T) == 1) {
         max %= 256;
     }
-    for (unsigned long y = 0; y < height; ++y) {
-        for (unsigned long x = 0; x < width; ++x) {
-            unsigned char* const pixel =
-                reinterpret_cast<unsigned char*>(image) + y * lineBytes + x * samples * sizeof(T);
+    for (unsigned long y = 0; image.width != 0 && y < image.height; ++y) {
+        for (unsigned long x = 0; x < image.width; ++x) {
             T bgr[3];
-            std::memcpy(bgr, pixel, sizeof bgr);
-            T result[3];
+            for (unsigned s = 0; s < 3; ++s) {
+                bgr[s] = sampleAt<T>(samples, pitch, y, x * image.samples + s);
+            }
             for (unsigned output = 0; output < 3; ++output) {
                 const std::int64_t sum = Sum(bgr[0], bgr[1], bgr[2], output);
-                if (sum >= 0 && sum <= max) {
-                    result[output] = static_cast<T>(sum);
-                } else {
-                    result[output] = sum > max && sum < (1 << 28) ? static_cast<T>(max) : T{0};
-                }
+                const T result = sum >= 0 && sum <= max         ? static_cast<T>(sum)
+                                 : sum > max && sum < (1 << 28) ? static_cast<T>(max)
+                                                                : T{0};
+                setSampleAt(samples, pitch, y, x * image.samples + output, result);
             }
-            std::memcpy(pixel, result, sizeof result);
         }
     }
     return 0;
 }
 
-template unsigned long CColorMatrixModel::Process(unsigned long, unsigned long, unsigned long, unsigned long,
-                                                  std::uint8_t*, unsigned) const;
-template unsigned long CColorMatrixModel::Process(unsigned long, unsigned long, unsigned long, unsigned long,
-                                                  std::uint16_t*, unsigned) const;
+template unsigned long CColorMatrixModel::Process(SInPlaceImage, unsigned long, std::uint8_t*, unsigned) const;
+template unsigned long CColorMatrixModel::Process(SInPlaceImage, unsigned long, std::uint16_t*, unsigned) const;
 
 } // namespace vek::test

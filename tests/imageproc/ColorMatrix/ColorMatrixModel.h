@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "support/ImageLayout.h"
+
 #include <array>
 #include <cstdint>
 
@@ -18,12 +20,11 @@ public:
     unsigned long Status(unsigned long pixelFormat, unsigned* samples) const;
     /// One output sample (0 blue, 1 green, 2 red) of a pixel before it is clamped; the inputs are as in the image.
     std::int64_t Sum(unsigned blue, unsigned green, unsigned red, unsigned output) const;
-    /// One call, pixel by pixel. A line length of 0 is derived.
+    /// One call, pixel by pixel. The samples a pixel are those of the format.
     template <class T>
-    unsigned long Process(unsigned long width, unsigned long height, unsigned long lineBytes, unsigned long pixelFormat,
-                          T* image, unsigned bits) const;
+    unsigned long Process(SInPlaceImage image, unsigned long pixelFormat, T* samples, unsigned bits) const;
     /// Whether every entry and every sum fits in 32 bits; beyond that no result is defined.
-    bool Defined() const { return mbDefined; }
+    bool Defined() const { return mDefined; }
 
     unsigned char matrixMode = 0;
     std::array<short, 12> matrix{};
@@ -32,16 +33,14 @@ public:
     unsigned short saturation = 100;
 
 private:
-    void mUpdate();
+    void Update();
 
-    bool mbDefined = true;
+    bool mDefined = true;
     /// [input][index][output], both in the order blue, green, red.
     std::array<std::array<std::array<std::int64_t, 3>, 4096>, 3> mTables{};
 };
 
-extern template unsigned long CColorMatrixModel::Process(unsigned long, unsigned long, unsigned long, unsigned long,
-                                                         std::uint8_t*, unsigned) const;
-extern template unsigned long CColorMatrixModel::Process(unsigned long, unsigned long, unsigned long, unsigned long,
-                                                         std::uint16_t*, unsigned) const;
+extern template unsigned long CColorMatrixModel::Process(SInPlaceImage, unsigned long, std::uint8_t*, unsigned) const;
+extern template unsigned long CColorMatrixModel::Process(SInPlaceImage, unsigned long, std::uint16_t*, unsigned) const;
 
 } // namespace vek::test

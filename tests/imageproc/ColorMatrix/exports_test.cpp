@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Colour matrix, hue and saturation through the public header, with the chroma suppression that follows them.
-#include "VekTrgApi.h"
 #include "imageproc/ChromaSuppress/ChromaSuppressModel.h"
 #include "imageproc/ColorMatrix/ColorMatrixModel.h"
+#include "support/HandleTest.h"
 #include "support/InPlaceCheck.h"
 
 #include <gtest/gtest.h>
@@ -38,11 +38,8 @@ bool passes(unsigned long format, unsigned bits) {
     }
 }
 
-class CColorMatrixExports : public ::testing::Test {
+class CColorMatrixExports : public CHandleTest {
 protected:
-    CColorMatrixExports() : mHandle(VekCam_Open(-1)) {}
-    ~CColorMatrixExports() override { VekCam_Close(mHandle); }
-
     void SetMatrix(unsigned char mode, const short* matrix) {
         ASSERT_EQ(VekCam_SetColorMatrix(mHandle, mode, matrix), 0);
         mMatrix.SetColorMatrix(mode, matrix);
@@ -56,21 +53,58 @@ protected:
         ASSERT_EQ(VekCam_SetHighChromaSuppression(mHandle, settings.highStart, settings.highSlope), 0);
         mChroma = settings;
     }
+    void ExpectMatrix(int expectedMode, const short* expected) {
+        unsigned char mode = 9;
+        short matrix[12] = {};
+        EXPECT_EQ(VekCam_GetColorMatrix(mHandle, &mode, matrix), 0);
+        EXPECT_EQ(mode, expectedMode);
+        EXPECT_TRUE(std::equal(std::begin(matrix), std::end(matrix), expected));
+    }
+    void ExpectHue(int expectedMode, int expectedHue, int expectedSaturation) {
+        unsigned char mode = 9;
+        short hue = 9;
+        unsigned short saturation = 9;
+        EXPECT_EQ(VekCam_GetHueSaturationMode(mHandle, &mode, &hue, &saturation), 0);
+        EXPECT_EQ(mode, expectedMode);
+        EXPECT_EQ(hue, expectedHue);
+        EXPECT_EQ(saturation, expectedSaturation);
+    }
     int Call(unsigned long width, unsigned long height, unsigned long format, void* image, unsigned bits) {
         return VekCam_HueSaturationColorMatrix(mHandle, width, height, format, image,
                                                static_cast<unsigned short>(bits));
     }
     /// The two steps as modelled. T is the sample type that bits call for.
     template <class T>
-    unsigned long Model(unsigned long width, unsigned long height, unsigned long format, T* image, unsigned bits) {
+    unsigned long Model(const SInPlaceImage& image, unsigned long format, T* samples, unsigned bits) {
         if (!passes(format, bits)) {
             return static_cast<unsigned long>(-22L);
         }
-        const unsigned long status = mMatrix.Process(width, height, 0, format, image, bits);
-        return status != 0 ? status : modelChromaSuppress(mChroma, width, height, 0, format, image);
+        const unsigned long status = mMatrix.Process(image, format, samples, bits);
+        return status != 0 ? status : modelChromaSuppress(mChroma, image, format, samples);
+    }
+    /// Random settings, their levels and slopes below these; depth and bits follow the turn.
+    template <class T>
+    void CheckModel(unsigned levels, unsigned slopes, unsigned (*depth)(unsigned), unsigned (*bits)(unsigned)) {
+        CInPlaceCheck<T> check(1UL << 14);
+        for (unsigned turn = 0; turn < 200; ++turn) {
+            CRandom& random = check.Random();
+            const auto below = [&](unsigned bound) { return static_cast<unsigned short>(random.Below(bound)); };
+            short matrix[12] = {};
+            std::generate(std::begin(matrix), std::end(matrix),
+                          [&] { return static_cast<short>(below(turn % 4 == 0 ? 4000 : 300) - 100); });
+            SetMatrix(turn % 5 == 0 ? 0 : 255, matrix);
+            SetHue(turn % 3 == 0 ? 0 : 1, static_cast<short>(random.Next()), below(300));
+            SetChroma({below(levels), below(levels), below(slopes), below(slopes)});
+            const SInPlaceImage image{below(40), below(6), turn % 2 + 3, 0};
+            const unsigned long format = (sizeof(T) == 1 ? 4UL : 256UL) * (image.samples - 2);
+            ASSERT_TRUE(mMatrix.Defined());
+            ASSERT_TRUE(check.Run(
+                image, depth(turn), kFlushes[turn / 2 % 2],
+                [&](T* samples) { return Call(image.width, image.height, format, samples, bits(turn)); },
+                [&](T* samples) { return Model(image, format, samples, bits(turn)); }));
+        }
     }
 
-    VekCam_Handle mHandle;
     CColorMatrixModel mMatrix;
     SChromaSuppressModel mChroma;
 };
@@ -100,47 +134,34 @@ TEST_F(CColorMatrixExports, NullHandleTouchesNothing) {
 }
 
 TEST_F(CColorMatrixExports, MatrixIsKept) {
-    unsigned char mode = 9;
-    short matrix[12] = {};
-    EXPECT_EQ(VekCam_GetColorMatrix(mHandle, &mode, matrix), 0);
-    EXPECT_EQ(mode, 0);
-    EXPECT_TRUE(std::equal(std::begin(matrix), std::end(matrix), std::begin(kIdentity)));
+    ExpectMatrix(0, kIdentity);
     EXPECT_EQ(VekCam_SetColorMatrix(mHandle, 255, kMatrix), 0);
     for (unsigned refused = 1; refused <= 254; ++refused) {
         EXPECT_EQ(VekCam_SetColorMatrix(mHandle, static_cast<unsigned char>(refused), kIdentity), -22);
         EXPECT_EQ(VekCam_SetColorMatrix(mHandle, static_cast<unsigned char>(refused), nullptr), -22);
     }
     EXPECT_EQ(VekCam_SetColorMatrix(mHandle, 255, nullptr), -22);
+    unsigned char mode = 9;
+    short matrix[12] = {};
     EXPECT_EQ(VekCam_GetColorMatrix(mHandle, &mode, nullptr), 0);
     EXPECT_EQ(mode, 255);
     EXPECT_EQ(VekCam_GetColorMatrix(mHandle, nullptr, matrix), 0);
     EXPECT_TRUE(std::equal(std::begin(matrix), std::end(matrix), std::begin(kMatrix)));
     EXPECT_EQ(VekCam_GetColorMatrix(mHandle, nullptr, nullptr), 0);
     EXPECT_EQ(VekCam_SetColorMatrix(mHandle, 0, nullptr), 0);
-    EXPECT_EQ(VekCam_GetColorMatrix(mHandle, &mode, matrix), 0);
-    EXPECT_EQ(mode, 0);
-    EXPECT_TRUE(std::equal(std::begin(matrix), std::end(matrix), std::begin(kIdentity)));
+    ExpectMatrix(0, kIdentity);
 }
 
 TEST_F(CColorMatrixExports, HueAndSaturationAreKept) {
-    unsigned char mode = 9;
-    short hue = 9;
-    unsigned short saturation = 9;
-    EXPECT_EQ(VekCam_GetHueSaturationMode(mHandle, &mode, &hue, &saturation), 0);
-    EXPECT_EQ(mode, 0);
-    EXPECT_EQ(hue, 0);
-    EXPECT_EQ(saturation, 100);
+    ExpectHue(0, 0, 100);
     EXPECT_EQ(VekCam_SetHueSaturationMode(mHandle, 1, -32768, 65535), 0);
     for (unsigned refused = 2; refused <= 255; ++refused) {
         EXPECT_EQ(VekCam_SetHueSaturationMode(mHandle, static_cast<unsigned char>(refused), 1, 2), -22);
     }
-    EXPECT_EQ(VekCam_GetHueSaturationMode(mHandle, &mode, &hue, &saturation), 0);
-    EXPECT_EQ(mode, 1);
-    EXPECT_EQ(hue, -32768);
-    EXPECT_EQ(saturation, 65535);
-    mode = 77;
-    hue = 77;
-    saturation = 77;
+    ExpectHue(1, -32768, 65535);
+    unsigned char mode = 77;
+    short hue = 77;
+    unsigned short saturation = 77;
     EXPECT_EQ(VekCam_GetHueSaturationMode(mHandle, nullptr, &hue, &saturation), -22);
     EXPECT_EQ(VekCam_GetHueSaturationMode(mHandle, &mode, nullptr, &saturation), -22);
     EXPECT_EQ(VekCam_GetHueSaturationMode(mHandle, &mode, &hue, nullptr), -22);
@@ -148,10 +169,7 @@ TEST_F(CColorMatrixExports, HueAndSaturationAreKept) {
     EXPECT_EQ(hue, 77);
     EXPECT_EQ(saturation, 77);
     EXPECT_EQ(VekCam_SetHueSaturationMode(mHandle, 0, 900, 0), 0);
-    EXPECT_EQ(VekCam_GetHueSaturationMode(mHandle, &mode, &hue, &saturation), 0);
-    EXPECT_EQ(mode, 0);
-    EXPECT_EQ(hue, 0);
-    EXPECT_EQ(saturation, 100);
+    ExpectHue(0, 0, 100);
 }
 
 // Every format at every depth: what the depth does not allow is refused before anything else, and what the second step
@@ -177,9 +195,10 @@ TEST_F(CColorMatrixExports, EveryFormatAtEveryDepth) {
                     image[i] = static_cast<std::uint16_t>(i * 2654435761U >> 20 & 0xFFF);
                 }
                 std::vector<std::uint16_t> expected = image;
+                const SInPlaceImage shape{3, 2, 0, 0};
                 const unsigned long status =
-                    depth > 8 ? Model(3, 2, format, expected.data(), depth)
-                              : Model(3, 2, format, reinterpret_cast<std::uint8_t*>(expected.data()), depth);
+                    depth > 8 ? Model(shape, format, expected.data(), depth)
+                              : Model(shape, format, reinterpret_cast<std::uint8_t*>(expected.data()), depth);
                 ASSERT_EQ(Call(3, 2, format, image.data(), depth), static_cast<int>(status))
                     << format << ", " << depth << ", settings " << settings;
                 ASSERT_EQ(image, expected) << format << ", " << depth << ", settings " << settings;
@@ -252,53 +271,14 @@ TEST_F(CColorMatrixExports, ChromaSuppressionKnowsNoDepth) {
 }
 
 TEST_F(CColorMatrixExports, BytesAsModelled) {
-    CInPlaceCheck<std::uint8_t> check(1UL << 14);
-    for (unsigned turn = 0; turn < 200; ++turn) {
-        CRandom& random = check.Random();
-        short matrix[12] = {};
-        std::generate(std::begin(matrix), std::end(matrix),
-                      [&] { return static_cast<short>(random.Below(turn % 4 == 0 ? 4000 : 300)) - 100; });
-        SetMatrix(turn % 5 == 0 ? 0 : 255, matrix);
-        SetHue(turn % 3 == 0 ? 0 : 1, static_cast<short>(random.Next()),
-               static_cast<unsigned short>(random.Below(300)));
-        SetChroma({static_cast<unsigned short>(random.Below(258)), static_cast<unsigned short>(random.Below(258)),
-                   static_cast<unsigned short>(random.Below(900)), static_cast<unsigned short>(random.Below(900))});
-        const SInPlaceImage image{random.Below(40), random.Below(6), turn % 2 + 3, 0};
-        const unsigned long format = image.samples == 3 ? 4 : 8;
-        const unsigned bits = turn % 3 == 0 ? turn % 9 : 8;
-        ASSERT_TRUE(mMatrix.Defined());
-        ASSERT_TRUE(check.Run(
-            image, 8, turn / 2 % 2 == 0 ? Flush::Left : Flush::Right,
-            [&](std::uint8_t* samples) {
-                return static_cast<unsigned long>(Call(image.width, image.height, format, samples, bits));
-            },
-            [&](std::uint8_t* samples) { return Model(image.width, image.height, format, samples, bits); }));
-    }
+    CheckModel<std::uint8_t>(
+        258, 900, [](unsigned) { return 8U; }, [](unsigned turn) { return turn % 3 == 0 ? turn % 9 : 8; });
 }
 
 TEST_F(CColorMatrixExports, WordsAsModelled) {
-    CInPlaceCheck<std::uint16_t> check(1UL << 14);
-    for (unsigned turn = 0; turn < 200; ++turn) {
-        CRandom& random = check.Random();
-        short matrix[12] = {};
-        std::generate(std::begin(matrix), std::end(matrix),
-                      [&] { return static_cast<short>(random.Below(turn % 4 == 0 ? 4000 : 300)) - 100; });
-        SetMatrix(turn % 5 == 0 ? 0 : 255, matrix);
-        SetHue(turn % 3 == 0 ? 0 : 1, static_cast<short>(random.Next()),
-               static_cast<unsigned short>(random.Below(300)));
-        SetChroma({static_cast<unsigned short>(random.Below(4200)), static_cast<unsigned short>(random.Below(4200)),
-                   static_cast<unsigned short>(random.Below(99)), static_cast<unsigned short>(random.Below(99))});
-        const SInPlaceImage image{random.Below(40), random.Below(6), turn % 2 + 3, 0};
-        const unsigned long format = image.samples == 3 ? 256 : 512;
-        const unsigned bits = 9 + turn % 8;
-        ASSERT_TRUE(mMatrix.Defined());
-        ASSERT_TRUE(check.Run(
-            image, turn % 7 == 0 ? 16 : std::min(bits, 12U), turn / 2 % 2 == 0 ? Flush::Left : Flush::Right,
-            [&](std::uint16_t* samples) {
-                return static_cast<unsigned long>(Call(image.width, image.height, format, samples, bits));
-            },
-            [&](std::uint16_t* samples) { return Model(image.width, image.height, format, samples, bits); }));
-    }
+    CheckModel<std::uint16_t>(
+        4200, 99, [](unsigned turn) { return turn % 7 == 0 ? 16U : std::min(9 + turn % 8, 12U); },
+        [](unsigned turn) { return 9 + turn % 8; });
 }
 
 } // namespace vek::test

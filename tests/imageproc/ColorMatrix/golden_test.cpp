@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Colour matrix, hue and saturation by hand. A sample s counts as s + 1; each input's share of an output is cut off
 // towards zero by itself.
-#include "api/VekImageProcLib.h"
 #include "imageproc/ColorMatrix.h"
 #include "imageproc/IColorMatrix.h"
+#include "imageproc/ModuleTest.h"
 
 #include <gtest/gtest.h>
 
@@ -17,36 +17,32 @@ namespace {
 
 using V = std::vector<int>;
 using Matrix = std::array<short, 12>;
-constexpr unsigned long kInvalid = static_cast<unsigned long>(-22L);
 
 class CGoldenColorMatrix : public ::testing::Test {
 protected:
-    CGoldenColorMatrix() : mModule(static_cast<IColorMatrix*>(CreateVekImageProc(kModuleColorMatrix))) {}
-
     void Set(const Matrix& matrix) { EXPECT_EQ(mModule->SetColorMatrix(255, matrix.data()), 0U); }
     void Hue(short hue, unsigned short saturation) { EXPECT_EQ(mModule->SetHueSaturation(1, hue, saturation), 0U); }
 
+    void ExpectMatrix(int expectedMode, const Matrix& expected) {
+        unsigned char mode = 9;
+        Matrix matrix{};
+        EXPECT_EQ(mModule->GetColorMatrix(&mode, matrix.data()), 0U);
+        EXPECT_EQ(mode, expectedMode);
+        EXPECT_EQ(matrix, expected);
+    }
+    void ExpectHueOff() {
+        unsigned char mode = 9;
+        short hue = 9;
+        unsigned short saturation = 9;
+        EXPECT_EQ(mModule->GetHueSaturation(&mode, &hue, &saturation), 0U);
+        EXPECT_EQ(mode, 0);
+        EXPECT_EQ(hue, 0);
+        EXPECT_EQ(saturation, 100);
+    }
+
     /// One pixel (blue, green, red) in both colour formats.
-    V Bytes(const V& pixel, unsigned short bits = 8) {
-        std::vector<std::uint8_t> three(pixel.begin(), pixel.end());
-        std::vector<std::uint8_t> four(pixel.begin(), pixel.end());
-        four.push_back(200);
-        EXPECT_EQ(mModule->ProcessB(1, 1, 0, 4, three.data(), bits), 0U);
-        EXPECT_EQ(mModule->ProcessB(1, 1, 0, 8, four.data(), bits), 0U);
-        EXPECT_EQ(four[3], 200);
-        EXPECT_TRUE(std::equal(three.begin(), three.end(), four.begin()));
-        return {three.begin(), three.end()};
-    }
-    V Words(const V& pixel, unsigned short bits) {
-        std::vector<std::uint16_t> three(pixel.begin(), pixel.end());
-        std::vector<std::uint16_t> four(pixel.begin(), pixel.end());
-        four.push_back(20000);
-        EXPECT_EQ(mModule->ProcessW(1, 1, 0, 256, three.data(), bits), 0U);
-        EXPECT_EQ(mModule->ProcessW(1, 1, 0, 512, four.data(), bits), 0U);
-        EXPECT_EQ(four[3], 20000);
-        EXPECT_TRUE(std::equal(three.begin(), three.end(), four.begin()));
-        return {three.begin(), three.end()};
-    }
+    V Bytes(const V& pixel, unsigned short bits = 8) { return Run<std::uint8_t>(4, pixel, bits); }
+    V Words(const V& pixel, unsigned short bits) { return Run<std::uint16_t>(256, pixel, bits); }
     /// Whether every sample of a depth rises by 1, the largest one aside.
     void ExpectOneMore() {
         for (int i = 0; i < 256; ++i) {
@@ -61,7 +57,21 @@ protected:
         }
     }
 
-    ModulePtr<IColorMatrix, kModuleColorMatrix> mModule;
+    ModulePtr<IColorMatrix, kModuleColorMatrix> mModule = makeModule<IColorMatrix, kModuleColorMatrix>();
+
+private:
+    template <class T>
+    V Run(unsigned long format, const V& pixel, unsigned short bits) {
+        const auto process = bySample<T>(&IColorMatrix::ProcessB, &IColorMatrix::ProcessW);
+        std::vector<T> three(pixel.begin(), pixel.end());
+        std::vector<T> four(pixel.begin(), pixel.end());
+        four.push_back(200);
+        EXPECT_EQ((*mModule.*process)(1, 1, 0, format, three.data(), bits), 0U);
+        EXPECT_EQ((*mModule.*process)(1, 1, 0, 2 * format, four.data(), bits), 0U);
+        EXPECT_EQ(four[3], 200);
+        EXPECT_TRUE(std::equal(three.begin(), three.end(), four.begin()));
+        return {three.begin(), three.end()};
+    }
 };
 
 constexpr Matrix kIdentity = {100, 0, 0, 0, 0, 100, 0, 0, 0, 0, 100, 0};
@@ -70,18 +80,8 @@ constexpr Matrix kIdentity = {100, 0, 0, 0, 0, 100, 0, 0, 0, 0, 100, 0};
 
 // A new module is off: identity, no hue, full saturation, and no image changes.
 TEST_F(CGoldenColorMatrix, DefaultsTouchNothing) {
-    unsigned char mode = 9;
-    Matrix matrix{};
-    EXPECT_EQ(mModule->GetColorMatrix(&mode, matrix.data()), 0U);
-    EXPECT_EQ(mode, 0);
-    EXPECT_EQ(matrix, kIdentity);
-    short hue = 9;
-    unsigned short saturation = 9;
-    mode = 9;
-    EXPECT_EQ(mModule->GetHueSaturation(&mode, &hue, &saturation), 0U);
-    EXPECT_EQ(mode, 0);
-    EXPECT_EQ(hue, 0);
-    EXPECT_EQ(saturation, 100);
+    ExpectMatrix(0, kIdentity);
+    ExpectHueOff();
     EXPECT_EQ(Bytes({0, 100, 255}), (V{0, 100, 255}));
     EXPECT_EQ(Words({0, 100, 65535}, 12), (V{0, 100, 65535}));
 }
@@ -110,13 +110,7 @@ TEST_F(CGoldenColorMatrix, SwitchedOffTouchesNothing) {
     EXPECT_EQ(Bytes({50, 100, 200}), (V{124, 124, 124})); // saturation is still on
     EXPECT_EQ(mModule->SetHueSaturation(0, 500, 7), 0U);
     EXPECT_EQ(Bytes({50, 100, 200}), (V{50, 100, 200}));
-    short hue = 9;
-    unsigned short saturation = 9;
-    unsigned char mode = 9;
-    EXPECT_EQ(mModule->GetHueSaturation(&mode, &hue, &saturation), 0U);
-    EXPECT_EQ(mode, 0);
-    EXPECT_EQ(hue, 0); // what came with mode 0 is not kept
-    EXPECT_EQ(saturation, 100);
+    ExpectHueOff(); // what came with mode 0 is not kept
 }
 
 // 51 x 0.1145 = 5.8, 101 x 0.5866 = 59.2, 201 x 0.2989 = 60.1: 5 + 59 + 60 on all three.
@@ -236,17 +230,8 @@ TEST_F(CGoldenColorMatrix, RefusedModesChangeNothing) {
     for (const unsigned mode : {2U, 128U, 255U}) {
         EXPECT_EQ(mModule->SetHueSaturation(static_cast<unsigned char>(mode), 900, 0), kInvalid);
     }
-    unsigned char mode = 9;
-    Matrix matrix{};
-    EXPECT_EQ(mModule->GetColorMatrix(&mode, matrix.data()), 0U);
-    EXPECT_EQ(mode, 255);
-    EXPECT_EQ(matrix, kDouble);
-    short hue = 9;
-    unsigned short saturation = 9;
-    EXPECT_EQ(mModule->GetHueSaturation(&mode, &hue, &saturation), 0U);
-    EXPECT_EQ(mode, 0);
-    EXPECT_EQ(hue, 0);
-    EXPECT_EQ(saturation, 100);
+    ExpectMatrix(255, kDouble);
+    ExpectHueOff();
     EXPECT_EQ(Bytes({1, 2, 3}), (V{4, 6, 8}));
 }
 
@@ -268,7 +253,7 @@ TEST_F(CGoldenColorMatrix, Formats) {
     EXPECT_EQ(bytes[2], 3);
     EXPECT_EQ(words[0], 1);
     EXPECT_EQ(words[2], 3);
-    EXPECT_EQ(mModule->ProcessB(1, 1, 0, 256, bytes, 8), 0U); // the format tells samples a pixel, not their width
+    EXPECT_EQ(mModule->ProcessB(1, 1, 0, 256, bytes, 8), 0U); // the format gives samples per pixel, not their width
     EXPECT_EQ(mModule->ProcessW(1, 1, 0, 4, words, 12), 0U);
     EXPECT_EQ(bytes[2], 0);
     EXPECT_EQ(words[2], 0);

@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Colour matrix, hue and saturation against the model: settings, formats, depths, sizes; what is refused and kept.
-#include "api/VekImageProcLib.h"
 #include "imageproc/ColorMatrix.h"
 #include "imageproc/ColorMatrix/ColorMatrixModel.h"
-#include "imageproc/rows/RowDispatch.h"
+#include "imageproc/FourthSample.h"
+#include "imageproc/ModuleTest.h"
 #include "support/InPlaceCheck.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
-#include <cstdint>
 #include <vector>
 
 namespace vek::test {
@@ -17,37 +14,28 @@ namespace vek::test {
 namespace {
 
 using ColorMatrixPtr = ModulePtr<IColorMatrix, kModuleColorMatrix>;
-constexpr unsigned long kInvalid = static_cast<unsigned long>(-22L);
+constexpr auto makeColorMatrix = makeModule<IColorMatrix, kModuleColorMatrix>;
 
-ColorMatrixPtr makeColorMatrix() {
-    return ColorMatrixPtr(static_cast<IColorMatrix*>(CreateVekImageProc(kModuleColorMatrix)));
-}
-
-unsigned long call(IColorMatrix& module, const SInPlaceImage& image, unsigned long format, std::uint8_t* samples,
-                   unsigned bits) {
-    return module.ProcessB(image.width, image.height, image.lineBytes, format, samples,
-                           static_cast<unsigned short>(bits));
-}
-unsigned long call(IColorMatrix& module, const SInPlaceImage& image, unsigned long format, std::uint16_t* samples,
-                   unsigned bits) {
-    return module.ProcessW(image.width, image.height, image.lineBytes, format, samples,
-                           static_cast<unsigned short>(bits));
+template <class T>
+unsigned long call(IColorMatrix& module, const SInPlaceImage& image, unsigned long format, T* samples, unsigned bits) {
+    return (module.*bySample<T>(&IColorMatrix::ProcessB, &IColorMatrix::ProcessW))(
+        image.width, image.height, image.pitch, format, samples, static_cast<unsigned short>(bits));
 }
 
 template <class T>
 class CColorMatrixTest : public ::testing::Test {
 protected:
-    CColorMatrixTest() : mModule(makeColorMatrix()), mpTested(mModule.get()) {}
+    CColorMatrixTest() : mModule(makeColorMatrix()), mTested(mModule.get()) {}
 
     void SetMatrix(unsigned mode, const std::array<short, 12>& matrix) {
         const auto byte = static_cast<unsigned char>(mode);
-        ASSERT_EQ(mpTested->SetColorMatrix(byte, matrix.data()), mModel.SetColorMatrix(byte, matrix.data()));
+        ASSERT_EQ(mTested->SetColorMatrix(byte, matrix.data()), mModel.SetColorMatrix(byte, matrix.data()));
     }
     void SetHue(unsigned mode, int hue, unsigned saturation) {
         const auto byte = static_cast<unsigned char>(mode);
         const auto tenths = static_cast<short>(hue);
         const auto percent = static_cast<unsigned short>(saturation);
-        ASSERT_EQ(mpTested->SetHueSaturation(byte, tenths, percent), mModel.SetHueSaturation(byte, tenths, percent));
+        ASSERT_EQ(mTested->SetHueSaturation(byte, tenths, percent), mModel.SetHueSaturation(byte, tenths, percent));
     }
     /// Coefficients around one, small ones, and any.
     std::array<short, 12> RandomMatrix() {
@@ -75,10 +63,8 @@ protected:
             return Explain(::testing::AssertionFailure() << "results beyond 32 bits");
         }
         const ::testing::AssertionResult result = mCheck.Run(
-            image, depth, flush, [&](T* samples) { return call(*mpTested, image, format, samples, bits); },
-            [&](T* samples) {
-                return mModel.Process(image.width, image.height, image.lineBytes, format, samples, bits);
-            });
+            image, depth, flush, [&](T* samples) { return call(*mTested, image, format, samples, bits); },
+            [&](T* samples) { return mModel.Process(image, format, samples, bits); });
         return result ? result : Explain(result) << "; format " << format << ", bits " << bits;
     }
     ::testing::AssertionResult Explain(const ::testing::AssertionResult& result) const {
@@ -101,14 +87,37 @@ protected:
     static unsigned Depth(unsigned bits, unsigned turn) {
         return turn % 4 == 3 || bits == 0 ? 8 * static_cast<unsigned>(sizeof(T)) : bits;
     }
+    static constexpr unsigned kMostBits = sizeof(T) == 1 ? 8 : 12;
+    /// An image whose samples are the depth's, against the model.
+    ::testing::AssertionResult RunDeep(const SInPlaceImage& image, unsigned turn = 0, Flush flush = Flush::Right) {
+        return Run(image, Format(image.samples, turn), kMostBits, kMostBits, flush);
+    }
+    /// A row of pixels through module and model.
+    void ExpectAsModelled(std::vector<T> image, unsigned samples, unsigned long format, unsigned bits) {
+        std::vector<T> expected = image;
+        const SInPlaceImage row{image.size() / samples, 1, samples, 0};
+        ASSERT_EQ(mModel.Process(row, format, expected.data(), bits), 0U);
+        ASSERT_EQ(call(*mTested, row, format, image.data(), bits), 0U);
+        ASSERT_EQ(image, expected) << "hue " << mModel.hue;
+    }
+    /// Each input in turn takes every value, the two others stay.
+    void ExpectEveryValue(unsigned long count, int others, unsigned long format, unsigned bits) {
+        for (unsigned input = 0; input < 3; ++input) {
+            std::vector<T> image(3 * count, static_cast<T>(others));
+            for (unsigned long i = 0; i < count; ++i) {
+                image[3 * i + input] = static_cast<T>(i);
+            }
+            SCOPED_TRACE(input);
+            ASSERT_NO_FATAL_FAILURE(ExpectAsModelled(std::move(image), 3, format, bits));
+        }
+    }
 
     ColorMatrixPtr mModule;
-    IColorMatrix* mpTested;
+    IColorMatrix* mTested;
     CColorMatrixModel mModel;
     CInPlaceCheck<T> mCheck{1UL << 16};
 };
 
-using SampleTypes = ::testing::Types<std::uint8_t, std::uint16_t>;
 TYPED_TEST_SUITE(CColorMatrixTest, SampleTypes);
 
 using CColorMatrixWords = CColorMatrixTest<std::uint16_t>;
@@ -118,69 +127,54 @@ constexpr std::array<short, 12> kMatrix = {120, -10, -10, 250, -20, 140, -20, -3
 } // namespace
 
 TYPED_TEST(CColorMatrixTest, EverySmallSize) {
-    unsigned turn = 0;
-    for (unsigned long height = 0; height <= 12; ++height) {
-        this->SetRandom();
-        for (unsigned long width = 0; width <= 12; ++width) {
-            for (unsigned samples = 3; samples <= 4; ++samples) {
-                for (unsigned kind = 0; kind < 4; ++kind, ++turn) {
-                    const unsigned bits = this->Bits(turn);
-                    const unsigned long format = this->Format(samples, turn / 16);
-                    const SInPlaceImage image = withLineBytes({width, height, samples, 0}, kind, sizeof(TypeParam));
-                    ASSERT_TRUE(this->Run(image, format, bits, this->Depth(bits, turn / 3), Flush::Right));
-                    ASSERT_TRUE(this->Run(image, format, bits, this->Depth(bits, turn / 3), Flush::Left));
-                }
+    forSmallImages<TypeParam>(
+        {3, 4},
+        [this](const SInPlaceImage& image, unsigned turn) {
+            const unsigned bits = this->Bits(turn);
+            const unsigned long format = this->Format(image.samples, turn / 16);
+            for (const Flush flush : kFlushes) {
+                ASSERT_TRUE(this->Run(image, format, bits, this->Depth(bits, turn / 3), flush));
             }
-        }
-    }
+        },
+        [this] { this->SetRandom(); });
 }
 
 TYPED_TEST(CColorMatrixTest, OddSizes) {
-    unsigned turn = 0;
-    for (const SImageSize& size : kOddSizes) {
-        for (unsigned samples = 3; samples <= 4; ++samples) {
-            this->SetRandom();
-            for (unsigned kind = 0; kind < 8; ++kind, ++turn) {
-                const unsigned bits = this->Bits(turn);
-                const SInPlaceImage image =
-                    withLineBytes({size.width, size.height, samples, 0}, kind, sizeof(TypeParam));
-                ASSERT_TRUE(this->Run(image, this->Format(samples, turn / 8), bits, this->Depth(bits, turn),
-                                      kind < 4 ? Flush::Right : Flush::Left));
-            }
-        }
-    }
+    forOddImages<TypeParam>(
+        {3, 4},
+        [this](const SInPlaceImage& image, unsigned turn) {
+            const unsigned bits = this->Bits(turn);
+            ASSERT_TRUE(this->Run(image, this->Format(image.samples, turn / 8), bits, this->Depth(bits, turn),
+                                  kFlushes[turn / 4 % 2]));
+        },
+        [this] { this->SetRandom(); });
 }
 
 TYPED_TEST(CColorMatrixTest, EveryWidthTo130) {
     this->SetMatrix(255, kMatrix);
     this->SetHue(1, 155, 120);
-    for (unsigned long width = 13; width <= 130; ++width) {
+    for (unsigned turn = 13; turn <= 130; ++turn) {
         for (unsigned samples = 3; samples <= 4; ++samples) {
-            const auto turn = static_cast<unsigned>(width);
-            const unsigned bits = sizeof(TypeParam) == 1 ? 8 : 12;
-            const SInPlaceImage image = withLineBytes({width, 2, samples, 0}, turn, sizeof(TypeParam));
-            ASSERT_TRUE(
-                this->Run(image, this->Format(samples, turn), bits, bits, turn % 3 == 0 ? Flush::Left : Flush::Right));
+            ASSERT_TRUE(this->RunDeep(withPitch({turn, 2, samples, 0}, turn, sizeof(TypeParam)), turn,
+                                      turn % 3 == 0 ? Flush::Left : Flush::Right));
         }
     }
 }
 
 // Many settings on one small image: every matrix, hue and saturation leaves its mark in the tables.
 TYPED_TEST(CColorMatrixTest, ManySettings) {
-    const unsigned bits = sizeof(TypeParam) == 1 ? 8 : 12;
     for (unsigned turn = 0; turn < 150; ++turn) {
         this->SetRandom();
-        ASSERT_TRUE(this->Run({131, 2, 3, 0}, this->Format(3, turn), bits, bits, Flush::Right));
+        ASSERT_TRUE(this->RunDeep({131, 2, 3, 0}, turn));
     }
 }
 
 // Hues at quarter turns, beyond a full turn and at the ends of their type; saturations at theirs.
 TYPED_TEST(CColorMatrixTest, HuesAndSaturations) {
-    const unsigned bits = sizeof(TypeParam) == 1 ? 8 : 12;
     for (const int hue : {0, 1, -1, 300, 450, 900, 1800, 2700, 3600, -900, -1800, 5400, 7205, 32767, -32768}) {
         for (const unsigned saturation : {0U, 1U, 50U, 99U, 100U, 101U, 200U, 1000U, 20000U, 65535U}) {
             this->SetHue(1, hue, saturation);
-            ASSERT_TRUE(this->Run({67, 2, 3, 0}, this->Format(3, 0), bits, bits, Flush::Right));
+            ASSERT_TRUE(this->RunDeep({67, 2, 3, 0}));
         }
     }
 }
@@ -188,7 +182,6 @@ TYPED_TEST(CColorMatrixTest, HuesAndSaturations) {
 // Coefficients with which the products of a byte, or of 12 bits, come to the ends of 16 bits, alone and in sums of
 // three; and to 2^26 and beyond.
 TYPED_TEST(CColorMatrixTest, ProductsAtTheEndsOfSixteenBits) {
-    const unsigned bits = sizeof(TypeParam) == 1 ? 8 : 12;
     for (const int coefficient : {80,   265,  266,  267,  268,  399,  400,   401,   799,   800,  801,
                                   4264, 4266, 4267, 4268, 6399, 6400, 12799, 12800, 12801, 32767}) {
         for (const int sign : {1, -1}) {
@@ -201,11 +194,11 @@ TYPED_TEST(CColorMatrixTest, ProductsAtTheEndsOfSixteenBits) {
                 }
                 this->SetMatrix(255, matrix);
                 this->SetHue(0, 0, 0);
-                ASSERT_TRUE(this->Run({131, 2, 3, 0}, this->Format(3, 0), bits, bits, Flush::Right));
+                ASSERT_TRUE(this->RunDeep({131, 2, 3, 0}));
                 for (const unsigned saturation : {300U, 65535U}) {
                     this->SetHue(1, 100, saturation);
                     if (this->mModel.Defined()) {
-                        ASSERT_TRUE(this->Run({131, 2, 3, 0}, this->Format(3, 0), bits, bits, Flush::Left));
+                        ASSERT_TRUE(this->RunDeep({131, 2, 3, 0}, 0, Flush::Left));
                     }
                 }
             }
@@ -217,11 +210,9 @@ TYPED_TEST(CColorMatrixTest, ProductsAtTheEndsOfSixteenBits) {
 TYPED_TEST(CColorMatrixTest, LastByteBelowTheEndOfSixteenBits) {
     this->SetMatrix(255, {4266, 4266, 4266, 0, 4266, 4266, 4266, 0, 4266, 4266, 4266, 0});
     for (const unsigned samples : {3U, 4U}) {
-        std::vector<TypeParam> image(samples * 131UL, TypeParam{255});
-        std::vector<TypeParam> expected = image;
-        ASSERT_EQ(this->mModel.Process(131, 1, 0, 4 * (samples - 2), expected.data(), 8), 0U);
-        ASSERT_EQ(call(*this->mpTested, {131, 1, samples, 0}, 4 * (samples - 2), image.data(), 8), 0U);
-        ASSERT_EQ(image, expected) << samples;
+        SCOPED_TRACE(samples);
+        ASSERT_NO_FATAL_FAILURE(this->ExpectAsModelled(std::vector<TypeParam>(samples * 131UL, TypeParam{255}), samples,
+                                                       4 * (samples - 2), 8));
     }
 }
 
@@ -229,44 +220,21 @@ TYPED_TEST(CColorMatrixTest, LastByteBelowTheEndOfSixteenBits) {
 TYPED_TEST(CColorMatrixTest, EveryValue) {
     this->SetMatrix(255, kMatrix);
     this->SetHue(1, -77, 130);
-    const unsigned long count = sizeof(TypeParam) == 1 ? 256 : 65536;
-    const unsigned bits = sizeof(TypeParam) == 1 ? 8 : 16;
-    for (unsigned input = 0; input < 3; ++input) {
-        std::vector<TypeParam> image(3 * count, TypeParam{40});
-        for (unsigned long i = 0; i < count; ++i) {
-            image[3 * i + input] = static_cast<TypeParam>(i);
-        }
-        std::vector<TypeParam> expected = image;
-        ASSERT_EQ(this->mModel.Process(count, 1, 0, 4, expected.data(), bits), 0U);
-        ASSERT_EQ(call(*this->mpTested, {count, 1, 3, 0}, 4, image.data(), bits), 0U);
-        ASSERT_EQ(image, expected) << input;
-    }
+    this->ExpectEveryValue(sizeof(TypeParam) == 1 ? 256 : 65536, 40, 4, 8 * sizeof(TypeParam));
 }
 
 // Every entry of the tables under many settings: where an entry falls next to a whole number, the order of operations
-// and their precision decide it.
+// and their precision decide it. The other inputs are high, so that falling sums show as well.
 TEST_F(CColorMatrixWords, EveryEntryUnderManySettings) {
-    constexpr unsigned long kCount = 4096;
     for (unsigned turn = 0; turn < 30; ++turn) {
         SetMatrix(turn % 3 == 0 ? 0 : 255, kMatrix);
         SetHue(1, static_cast<int>(turn * 119) - 1800, 40 + turn * 37);
-        for (unsigned input = 0; input < 3; ++input) {
-            // The other inputs are high, so that falling sums show as well.
-            std::vector<std::uint16_t> image(3 * kCount, std::uint16_t{3000});
-            for (unsigned long i = 0; i < kCount; ++i) {
-                image[3 * i + input] = static_cast<std::uint16_t>(i);
-            }
-            std::vector<std::uint16_t> expected = image;
-            ASSERT_EQ(mModel.Process(kCount, 1, 0, 256, expected.data(), 16), 0U);
-            ASSERT_EQ(call(*mpTested, {kCount, 1, 3, 0}, 256, image.data(), 16), 0U);
-            ASSERT_EQ(image, expected) << "hue " << mModel.hue << ", input " << input;
-        }
+        ASSERT_NO_FATAL_FAILURE(ExpectEveryValue(4096, 3000, 256, 16));
     }
 }
 
 // Setters in any order, refused ones among them: the state is always that of the accepted ones.
 TYPED_TEST(CColorMatrixTest, AnyOrderOfSetters) {
-    const unsigned bits = sizeof(TypeParam) == 1 ? 8 : 12;
     CRandom& random = this->mCheck.Random();
     for (unsigned turn = 0; turn < 200; ++turn) {
         const auto mode = static_cast<unsigned>(turn % 3 == 0 ? random.Below(256) : random.Below(2) * 255);
@@ -277,17 +245,17 @@ TYPED_TEST(CColorMatrixTest, AnyOrderOfSetters) {
         }
         unsigned char readMode = 77;
         std::array<short, 12> matrix{};
-        ASSERT_EQ(this->mpTested->GetColorMatrix(&readMode, matrix.data()), 0U);
+        ASSERT_EQ(this->mTested->GetColorMatrix(&readMode, matrix.data()), 0U);
         ASSERT_EQ(readMode, this->mModel.matrixMode);
         ASSERT_EQ(matrix, this->mModel.matrix);
         short hue = 77;
         unsigned short saturation = 77;
         readMode = 77;
-        ASSERT_EQ(this->mpTested->GetHueSaturation(&readMode, &hue, &saturation), 0U);
+        ASSERT_EQ(this->mTested->GetHueSaturation(&readMode, &hue, &saturation), 0U);
         ASSERT_EQ(readMode, this->mModel.hueMode);
         ASSERT_EQ(hue, this->mModel.hue);
         ASSERT_EQ(saturation, this->mModel.saturation);
-        ASSERT_TRUE(this->Run({9, 2, 3, 0}, this->Format(3, turn), bits, bits, Flush::Right));
+        ASSERT_TRUE(this->RunDeep({9, 2, 3, 0}, turn));
     }
 }
 
@@ -306,15 +274,14 @@ TYPED_TEST(CColorMatrixTest, OtherFormatsTouchNothing) {
         for (const unsigned long format : formats) {
             unsigned samples = 0;
             const unsigned long status = this->mModel.Status(format, &samples);
-            ASSERT_EQ(call(*this->mpTested, {3, 2, 4, 0}, format, static_cast<TypeParam*>(nullptr), 8),
+            ASSERT_EQ(call(*this->mTested, {3, 2, 4, 0}, format, static_cast<TypeParam*>(nullptr), 8),
                       samples != 0 ? kInvalid : status)
                 << format;
             if (samples == 0) {
                 ASSERT_TRUE(this->Run({3, 2, 4, 0}, format, 8, 8, Flush::Right));
             } else {
-                for (const SImageSize& size :
-                     {SImageSize{0, 0}, SImageSize{0, 5}, SImageSize{5, 0}, SImageSize{0, ~0UL}, SImageSize{~0UL, 0}}) {
-                    ASSERT_EQ(call(*this->mpTested, {size.width, size.height, 4, 0}, format,
+                for (const SImageSize& size : kNoPixels) {
+                    ASSERT_EQ(call(*this->mTested, {size.width, size.height, 4, 0}, format,
                                    static_cast<TypeParam*>(nullptr), 8),
                               0U);
                 }
@@ -342,7 +309,7 @@ TYPED_TEST(CColorMatrixTest, SettingsBeyondMeaningAreSafe) {
         for (const unsigned bits : {8U, 12U, 16U, 17U, 28U, 31U, 32U, 33U, 63U, 64U, 65U, 255U, 256U, 65535U}) {
             CGuardedBuffer<TypeParam> image(3 * 21, turn % 2 == 0 ? Flush::Right : Flush::Left);
             fillSamples(image.data(), image.size(), Pattern::Random, 8 * sizeof(TypeParam), this->mCheck.Random());
-            const unsigned long status = call(*this->mpTested, {21, 1, 3, 0}, 4, image.data(), bits);
+            const unsigned long status = call(*this->mTested, {21, 1, 3, 0}, 4, image.data(), bits);
             EXPECT_TRUE(status == 0 || status == kInvalid) << bits;
             EXPECT_TRUE(image.CanaryIntact());
             const unsigned max = bits < 8 * sizeof(TypeParam) ? (1U << bits) - 1 : static_cast<TypeParam>(-1);
@@ -355,24 +322,34 @@ TYPED_TEST(CColorMatrixTest, SettingsBeyondMeaningAreSafe) {
 
 // The module with the kernels of each instruction set that this machine has.
 TYPED_TEST(CColorMatrixTest, EveryInstructionSet) {
-    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
-        if (!rows::tier(i).usable) {
-            continue;
-        }
-        SCOPED_TRACE(rows::tier(i).table->name);
-        CColorMatrix module(*rows::tier(i).table);
-        this->mpTested = &module;
+    for (const rows::SRowTable* const table : usableTables()) {
+        SCOPED_TRACE(table->name);
+        CColorMatrix module(*table);
+        this->mTested = &module;
         this->mModel = CColorMatrixModel();
         for (unsigned turn = 0; turn < 4; ++turn) {
             this->SetRandom();
             for (unsigned long width = 1; width <= 70; ++width) {
                 const unsigned bits = this->Bits(static_cast<unsigned>(width));
                 const unsigned samples = 3 + turn % 2;
-                ASSERT_TRUE(this->Run(withLineBytes({width, 2, samples, 0}, turn, sizeof(TypeParam)),
+                ASSERT_TRUE(this->Run(withPitch({width, 2, samples, 0}, turn, sizeof(TypeParam)),
                                       this->Format(samples, turn), bits, this->Depth(bits, turn), Flush::Right));
             }
         }
     }
+}
+
+TEST_F(CStageFourthSample, OfColorMatrix) {
+    ExpectKept(
+        [](const rows::SRowTable& table) {
+            auto module = std::make_unique<CColorMatrix>(table);
+            module->SetHueSaturation(1, 300, 150);
+            return module;
+        },
+        [](CColorMatrix& module, const SInPlaceImage& image, auto* samples) {
+            const bool bytes = sizeof *samples == 1;
+            return call(module, image, bytes ? 8 : 512, samples, bytes ? 8 : 12);
+        });
 }
 
 // Outputs may be null one by one; a null matrix is refused only where it would be read.

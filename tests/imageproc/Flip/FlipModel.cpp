@@ -50,7 +50,7 @@ void modelFlip(unsigned transform, std::size_t width, std::size_t height, unsign
     if (transform == 0 || transform > 7) {
         return;
     }
-    const bool bInPlace = src == dst;
+    const bool inPlace = src == dst;
     const std::vector<T> source(src, src + width * height * samples);
     const std::size_t resultWidth = modelFlipTurns(transform) ? height : width;
     for (std::size_t y = 0; y < height; ++y) {
@@ -87,7 +87,7 @@ void modelFlip(unsigned transform, std::size_t width, std::size_t height, unsign
             }
             for (std::size_t s = 0; s < samples; ++s) {
                 const std::size_t inRow = toX * samples + s;
-                if (transform == 2 && !bInPlace && inRow >= width) {
+                if (transform == 2 && !inPlace && inRow >= width) {
                     continue; // a vertical mirror into another buffer moves width samples of a row, not all of them
                 }
                 dst[toY * resultWidth * samples + inRow] = source[(y * width + x) * samples + s];

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // VekCam_MirrorRotation: raw bytes in place, every failure of the module as 1.
-#include "VekTrgApi.h"
 #include "imageproc/Flip/FlipModel.h"
-#include "support/FailingAllocations.h"
 #include "support/GuardedBuffer.h"
+#include "support/HandleTest.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>
@@ -16,13 +15,7 @@ namespace vek::test {
 
 namespace {
 
-class CFlipExports : public ::testing::Test {
-protected:
-    CFlipExports() : mHandle(VekCam_Open(-1)) {}
-    ~CFlipExports() override { VekCam_Close(mHandle); }
-
-    VekCam_Handle mHandle;
-};
+class CFlipExports : public CHandleTest {};
 
 } // namespace
 
@@ -95,13 +88,13 @@ TEST_F(CFlipExports, NullImageThatIsNotTouched) {
 TEST_F(CFlipExports, FailuresAreOne) {
     for (const unsigned transform : {1U, 2U, 3U, 4U, 5U, 6U, 7U}) {
         const auto mirror = static_cast<unsigned char>(transform);
-        const bool bTurned = transform >= 4;
+        const bool turned = transform >= 4;
         unsigned long width = 3;
         unsigned long height = 2;
         unsigned short colorArray = 2;
         EXPECT_EQ(VekCam_MirrorRotation(mHandle, mirror, 0, &width, &height, &colorArray, nullptr), 1);
-        EXPECT_EQ(width, bTurned ? 2U : 3U);
-        EXPECT_EQ(height, bTurned ? 3U : 2U);
+        EXPECT_EQ(width, turned ? 2U : 3U);
+        EXPECT_EQ(height, turned ? 3U : 2U);
         EXPECT_EQ(colorArray, 2);
         unsigned char image[6] = {1, 2, 3, 4, 5, 6};
         width = 3;

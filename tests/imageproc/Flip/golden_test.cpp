@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Mirror and rotation by hand, on pictures of 3 x 2 and a few more.
-#include "api/VekImageProcLib.h"
 #include "imageproc/IFlip.h"
+#include "imageproc/ModuleTest.h"
 
 #include <gtest/gtest.h>
 
@@ -12,15 +12,8 @@ namespace vek::test {
 
 namespace {
 
-constexpr unsigned short kRGGB = 2;
-constexpr unsigned short kGRBG = 3;
-constexpr unsigned short kGBRG = 4;
-constexpr unsigned short kBGGR = 5;
-
 class CGoldenFlip : public ::testing::Test {
 protected:
-    CGoldenFlip() : mModule(static_cast<IFlip*>(CreateVekImageProc(kModuleFlip))) {}
-
     /// A raw picture as bytes and as words, in place and into another buffer.
     void ExpectRaw(unsigned char mirror, unsigned char rotation, unsigned long width, unsigned long height,
                    const std::vector<int>& source, unsigned long resultWidth, const std::vector<int>& result) {
@@ -36,6 +29,16 @@ protected:
             Check<std::uint16_t>(mirror, rotation, width, height, samples, Pixels(source, samples), resultWidth,
                                  Pixels(result, samples));
         }
+    }
+    /// 1 2 3 over 4 5 6.
+    void ExpectRawSix(unsigned char mirror, unsigned char rotation, unsigned long resultWidth,
+                      const std::vector<int>& result) {
+        ExpectRaw(mirror, rotation, 3, 2, {1, 2, 3, 4, 5, 6}, resultWidth, result);
+    }
+    void ExpectSix(unsigned char mirror, unsigned char rotation, unsigned long resultWidth,
+                   const std::vector<int>& result) {
+        ExpectRawSix(mirror, rotation, resultWidth, result);
+        ExpectColor(mirror, rotation, 3, 2, {1, 2, 3, 4, 5, 6}, resultWidth, result);
     }
     unsigned short ColorArray(unsigned char mirror, unsigned char rotation, unsigned short colorArray) {
         std::uint8_t image[6] = {};
@@ -54,46 +57,36 @@ protected:
         return all;
     }
 
-    ModulePtr<IFlip, kModuleFlip> mModule;
+    ModulePtr<IFlip, kModuleFlip> mModule = makeModule<IFlip, kModuleFlip>();
 
 private:
-    unsigned long Call(unsigned char mirror, unsigned char rotation, unsigned long* width, unsigned long* height,
-                       std::uint8_t* src, std::uint8_t* dst, unsigned samples) {
-        unsigned short colorArray = 1;
-        return samples == 0
-                   ? mModule->FlipRawB(mirror, rotation, width, height, src, dst, &colorArray)
-                   : mModule->FlipBGRB(mirror, rotation, width, height, src, dst, static_cast<unsigned short>(samples));
-    }
-    unsigned long Call(unsigned char mirror, unsigned char rotation, unsigned long* width, unsigned long* height,
-                       std::uint16_t* src, std::uint16_t* dst, unsigned samples) {
-        unsigned short colorArray = 1;
-        return samples == 0
-                   ? mModule->FlipRawW(mirror, rotation, width, height, src, dst, &colorArray)
-                   : mModule->FlipBGRW(mirror, rotation, width, height, src, dst, static_cast<unsigned short>(samples));
-    }
     /// samples 0: the raw operations.
     template <class T>
     void Check(unsigned char mirror, unsigned char rotation, unsigned long width, unsigned long height,
                unsigned samples, const std::vector<int>& source, unsigned long resultWidth,
                const std::vector<int>& result) {
-        const unsigned long pixels = width * height;
+        const auto call = [&](T* src, T* dst) {
+            unsigned long w = width;
+            unsigned long h = height;
+            unsigned short colorArray = 1;
+            const unsigned long status =
+                samples == 0 ? (*mModule.*bySample<T>(&IFlip::FlipRawB, &IFlip::FlipRawW))(mirror, rotation, &w, &h,
+                                                                                           src, dst, &colorArray)
+                             : (*mModule.*bySample<T>(&IFlip::FlipBGRB, &IFlip::FlipBGRW))(
+                                   mirror, rotation, &w, &h, src, dst, static_cast<unsigned short>(samples));
+            EXPECT_EQ(status, 0U);
+            EXPECT_EQ(w, resultWidth);
+            EXPECT_EQ(h, width * height / resultWidth);
+        };
         std::vector<T> image(source.begin(), source.end());
-        unsigned long w = width;
-        unsigned long h = height;
-        EXPECT_EQ(Call(mirror, rotation, &w, &h, image.data(), image.data(), samples), 0U);
-        EXPECT_EQ(w, resultWidth);
-        EXPECT_EQ(h, pixels / resultWidth);
+        call(image.data(), image.data());
         EXPECT_EQ(std::vector<int>(image.begin(), image.end()), result);
         if (mirror == 2 && rotation == 0 && samples != 0) {
             return; // has its own test
         }
         std::vector<T> src(source.begin(), source.end());
         std::vector<T> dst(source.size(), T{77});
-        w = width;
-        h = height;
-        EXPECT_EQ(Call(mirror, rotation, &w, &h, src.data(), dst.data(), samples), 0U);
-        EXPECT_EQ(w, resultWidth);
-        EXPECT_EQ(h, pixels / resultWidth);
+        call(src.data(), dst.data());
         EXPECT_EQ(std::vector<int>(dst.begin(), dst.end()), result);
         EXPECT_EQ(std::vector<int>(src.begin(), src.end()), source);
     }
@@ -104,8 +97,7 @@ private:
 // 1 2 3    3 2 1
 // 4 5 6    6 5 4   the middle pixel of an odd row stays.
 TEST_F(CGoldenFlip, Horizontal) {
-    ExpectRaw(1, 0, 3, 2, {1, 2, 3, 4, 5, 6}, 3, {3, 2, 1, 6, 5, 4});
-    ExpectColor(1, 0, 3, 2, {1, 2, 3, 4, 5, 6}, 3, {3, 2, 1, 6, 5, 4});
+    ExpectSix(1, 0, 3, {3, 2, 1, 6, 5, 4});
     ExpectRaw(1, 0, 4, 1, {1, 2, 3, 4}, 4, {4, 3, 2, 1});
     ExpectRaw(1, 0, 1, 3, {1, 2, 3}, 1, {1, 2, 3});
 }
@@ -119,7 +111,7 @@ TEST_F(CGoldenFlip, Vertical) {
 
 // The middle pixel of an odd picture stays.
 TEST_F(CGoldenFlip, Both) {
-    ExpectRaw(3, 0, 3, 2, {1, 2, 3, 4, 5, 6}, 3, {6, 5, 4, 3, 2, 1});
+    ExpectRawSix(3, 0, 3, {6, 5, 4, 3, 2, 1});
     ExpectRaw(3, 0, 3, 3, {1, 2, 3, 4, 5, 6, 7, 8, 9}, 3, {9, 8, 7, 6, 5, 4, 3, 2, 1});
     ExpectColor(3, 0, 3, 3, {1, 2, 3, 4, 5, 6, 7, 8, 9}, 3, {9, 8, 7, 6, 5, 4, 3, 2, 1});
 }
@@ -128,32 +120,28 @@ TEST_F(CGoldenFlip, Both) {
 // 4 5 6    5 2
 //          6 3
 TEST_F(CGoldenFlip, Clockwise) {
-    ExpectRaw(0, 1, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {4, 1, 5, 2, 6, 3});
-    ExpectColor(0, 1, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {4, 1, 5, 2, 6, 3});
+    ExpectSix(0, 1, 2, {4, 1, 5, 2, 6, 3});
 }
 
 // 1 2 3    3 6
 // 4 5 6    2 5
 //          1 4
 TEST_F(CGoldenFlip, Counterclockwise) {
-    ExpectRaw(0, 2, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {3, 6, 2, 5, 1, 4});
-    ExpectColor(0, 2, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {3, 6, 2, 5, 1, 4});
+    ExpectSix(0, 2, 2, {3, 6, 2, 5, 1, 4});
 }
 
 // 1 2 3    6 3
 // 4 5 6    5 2
 //          4 1
 TEST_F(CGoldenFlip, HorizontalThenClockwise) {
-    ExpectRaw(1, 1, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {6, 3, 5, 2, 4, 1});
-    ExpectColor(1, 1, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {6, 3, 5, 2, 4, 1});
+    ExpectSix(1, 1, 2, {6, 3, 5, 2, 4, 1});
 }
 
 // 1 2 3    1 4
 // 4 5 6    2 5
 //          3 6   rows become columns.
 TEST_F(CGoldenFlip, HorizontalThenCounterclockwise) {
-    ExpectRaw(1, 2, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {1, 4, 2, 5, 3, 6});
-    ExpectColor(1, 2, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {1, 4, 2, 5, 3, 6});
+    ExpectSix(1, 2, 2, {1, 4, 2, 5, 3, 6});
 }
 
 // Nothing moves, in place or not: a destination is not even filled.
@@ -176,27 +164,27 @@ TEST_F(CGoldenFlip, NoneDoesNotCopy) {
 
 // Without a rotation the mirror byte is a transform of its own: 4 to 7 turn the picture.
 TEST_F(CGoldenFlip, MirrorBytesAboveThreeTurn) {
-    ExpectRaw(4, 0, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {4, 1, 5, 2, 6, 3});
-    ExpectRaw(5, 0, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {3, 6, 2, 5, 1, 4});
-    ExpectRaw(6, 0, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {6, 3, 5, 2, 4, 1});
-    ExpectRaw(7, 0, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {1, 4, 2, 5, 3, 6});
-    ExpectRaw(4, 3, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {4, 1, 5, 2, 6, 3}); // 3 is no rotation
-    ExpectRaw(1, 255, 3, 2, {1, 2, 3, 4, 5, 6}, 3, {3, 2, 1, 6, 5, 4});
+    ExpectRawSix(4, 0, 2, {4, 1, 5, 2, 6, 3});
+    ExpectRawSix(5, 0, 2, {3, 6, 2, 5, 1, 4});
+    ExpectRawSix(6, 0, 2, {6, 3, 5, 2, 4, 1});
+    ExpectRawSix(7, 0, 2, {1, 4, 2, 5, 3, 6});
+    ExpectRawSix(4, 3, 2, {4, 1, 5, 2, 6, 3}); // 3 is no rotation
+    ExpectRawSix(1, 255, 3, {3, 2, 1, 6, 5, 4});
 }
 
 // With a rotation only the low two bits of the mirror count.
 TEST_F(CGoldenFlip, RotationMasksTheMirror) {
-    ExpectRaw(4, 1, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {4, 1, 5, 2, 6, 3});
-    ExpectRaw(253, 1, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {6, 3, 5, 2, 4, 1});
-    ExpectRaw(8, 2, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {3, 6, 2, 5, 1, 4});
+    ExpectRawSix(4, 1, 2, {4, 1, 5, 2, 6, 3});
+    ExpectRawSix(253, 1, 2, {6, 3, 5, 2, 4, 1});
+    ExpectRawSix(8, 2, 2, {3, 6, 2, 5, 1, 4});
 }
 
 // Both mirrors and a turn are the turn the other way round; a vertical mirror and a turn are the other mirrored turn.
 TEST_F(CGoldenFlip, MirrorsAndTurnsCombine) {
-    ExpectRaw(3, 1, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {3, 6, 2, 5, 1, 4});
-    ExpectRaw(3, 2, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {4, 1, 5, 2, 6, 3});
-    ExpectRaw(2, 1, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {1, 4, 2, 5, 3, 6});
-    ExpectRaw(2, 2, 3, 2, {1, 2, 3, 4, 5, 6}, 2, {6, 3, 5, 2, 4, 1});
+    ExpectRawSix(3, 1, 2, {3, 6, 2, 5, 1, 4});
+    ExpectRawSix(3, 2, 2, {4, 1, 5, 2, 6, 3});
+    ExpectRawSix(2, 1, 2, {1, 4, 2, 5, 3, 6});
+    ExpectRawSix(2, 2, 2, {6, 3, 5, 2, 4, 1});
 }
 
 // RGGB becomes GRBG by a horizontal mirror and by a clockwise turn, GBRG by a vertical mirror.
@@ -246,10 +234,10 @@ TEST_F(CGoldenFlip, RefusalComesAfterTheSize) {
     std::uint8_t image[12] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
     unsigned long width = 3;
     unsigned long height = 2;
-    EXPECT_EQ(mModule->FlipBGRB(0, 1, &width, &height, image, image, 2), static_cast<unsigned long>(-22L));
+    EXPECT_EQ(mModule->FlipBGRB(0, 1, &width, &height, image, image, 2), kInvalid);
     EXPECT_EQ(width, 2U);
     EXPECT_EQ(height, 3U);
-    EXPECT_EQ(mModule->FlipBGRB(1, 0, &width, &height, image, image, 2), static_cast<unsigned long>(-22L));
+    EXPECT_EQ(mModule->FlipBGRB(1, 0, &width, &height, image, image, 2), kInvalid);
     EXPECT_EQ(width, 2U);
     EXPECT_EQ(image[0], 1);
     EXPECT_EQ(image[11], 12);

@@ -1,15 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Mirror and rotation against the model: every pair of codes, sizes, samples a pixel, in place and into another buffer.
-#include "api/VekImageProcLib.h"
 #include "imageproc/Flip.h"
 #include "imageproc/Flip/FlipModel.h"
-#include "imageproc/rows/RowDispatch.h"
-#include "support/FailingAllocations.h"
-#include "support/GuardedBuffer.h"
+#include "imageproc/ModuleTest.h"
 #include "support/InPlaceCheck.h"
-#include "support/Random.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
@@ -21,52 +15,40 @@ namespace vek::test {
 namespace {
 
 using FlipPtr = ModulePtr<IFlip, kModuleFlip>;
-constexpr unsigned long kInvalid = static_cast<unsigned long>(-22L);
-constexpr unsigned long kNoMemory = static_cast<unsigned long>(-12L);
-
-FlipPtr makeFlip() {
-    return FlipPtr(static_cast<IFlip*>(CreateVekImageProc(kModuleFlip)));
-}
+constexpr auto makeFlip = makeModule<IFlip, kModuleFlip>;
 
 /// A pair of codes for each transform.
 struct SCodes {
-    unsigned char mirror;
-    unsigned char rotation;
+    unsigned char mirror = 0;
+    unsigned char rotation = 0;
 };
 constexpr SCodes kCodes[8] = {{0, 0}, {1, 0}, {2, 0}, {3, 0}, {0, 1}, {0, 2}, {1, 1}, {1, 2}};
 
-struct SFlipCase {
-    unsigned char mirror = 0;
-    unsigned char rotation = 0;
+struct SFlipCase : SCodes {
     unsigned long width = 0;
     unsigned long height = 0;
     unsigned short samples = 1;
-    bool bRaw = false;
-    bool bInPlace = false;
+    bool raw = false;
+    bool inPlace = false;
     unsigned short colorArray = 2;
 };
 
-unsigned long callBGR(IFlip& module, const SFlipCase& c, unsigned long* width, unsigned long* height, std::uint8_t* src,
-                      std::uint8_t* dst) {
-    return module.FlipBGRB(c.mirror, c.rotation, width, height, src, dst, c.samples);
+template <class T>
+unsigned long callBGR(IFlip& module, const SFlipCase& c, unsigned long* width, unsigned long* height, T* src, T* dst) {
+    return (module.*bySample<T>(&IFlip::FlipBGRB, &IFlip::FlipBGRW))(c.mirror, c.rotation, width, height, src, dst,
+                                                                     c.samples);
 }
-unsigned long callBGR(IFlip& module, const SFlipCase& c, unsigned long* width, unsigned long* height,
-                      std::uint16_t* src, std::uint16_t* dst) {
-    return module.FlipBGRW(c.mirror, c.rotation, width, height, src, dst, c.samples);
-}
-unsigned long callRaw(IFlip& module, const SFlipCase& c, unsigned long* width, unsigned long* height, std::uint8_t* src,
-                      std::uint8_t* dst, unsigned short* colorArray) {
-    return module.FlipRawB(c.mirror, c.rotation, width, height, src, dst, colorArray);
-}
-unsigned long callRaw(IFlip& module, const SFlipCase& c, unsigned long* width, unsigned long* height,
-                      std::uint16_t* src, std::uint16_t* dst, unsigned short* colorArray) {
-    return module.FlipRawW(c.mirror, c.rotation, width, height, src, dst, colorArray);
+template <class T>
+unsigned long callRaw(IFlip& module, const SFlipCase& c, unsigned long* width, unsigned long* height, T* src, T* dst,
+                      unsigned short* colorArray) {
+    return (module.*bySample<T>(&IFlip::FlipRawB, &IFlip::FlipRawW))(c.mirror, c.rotation, width, height, src, dst,
+                                                                     colorArray);
 }
 
 template <class T>
 class CFlipModel : public ::testing::Test {
 protected:
-    CFlipModel() : mModule(makeFlip()), mpTested(mModule.get()) {}
+    CFlipModel() : mModule(makeFlip()), mTested(mModule.get()) {}
 
     /// Buffers exactly as large as the images, flush with protected pages; a destination of a vertical mirror ends
     /// where the last sample is written.
@@ -75,57 +57,40 @@ protected:
         const unsigned long expectedStatus = modelFlipStatus(transform, c.samples);
         const std::size_t srcCount = c.width * c.height * c.samples;
         const std::size_t dstCount = modelFlipReach(transform, c.width, c.height, c.samples);
-        if (std::max(srcCount, dstCount) > kCapacity) {
-            return Failure(c) << "the test's buffer is too small";
-        }
-        CGuardedBuffer<T>& srcArena = srcFlush == Flush::Left ? mSrcLeft : mSrcRight;
-        CGuardedBuffer<T>& dstArena = dstFlush == Flush::Left ? mDstLeft : mDstRight;
-        T* const src = srcFlush == Flush::Left ? srcArena.data() : srcArena.data() + kCapacity - srcCount;
-        T* const dst =
-            c.bInPlace ? src : (dstFlush == Flush::Left ? dstArena.data() : dstArena.data() + kCapacity - dstCount);
-        // Some samples more on the open side, which have to survive.
-        const Flush flush = c.bInPlace ? srcFlush : dstFlush;
-        const std::size_t count = c.bInPlace ? srcCount : dstCount;
-        const std::size_t margin = std::min<std::size_t>(40, kCapacity - count);
-        T* const first = flush == Flush::Left ? dst : dst - margin;
-        for (std::size_t i = 0; i < count + margin; ++i) {
-            first[i] = static_cast<T>(mRandom.Next());
-        }
-        if (!c.bInPlace) {
-            for (std::size_t i = 0; i < srcCount; ++i) {
-                src[i] = static_cast<T>(mRandom.Next());
-            }
-        }
-        mBefore.assign(src, src + srcCount);
-        mExpected.assign(first, first + count + margin);
+        const auto random = [this](T* samples, std::size_t count) {
+            mRandom.Fill(reinterpret_cast<std::uint8_t*>(samples), reinterpret_cast<std::uint8_t*>(samples + count));
+        };
+        T* const src = mSource.Place(srcCount * sizeof(T), srcFlush, random);
+        T* const dst = c.inPlace ? src : mDestination.Place(dstCount * sizeof(T), dstFlush, random);
         if (expectedStatus == 0) {
-            T* const to = mExpected.data() + (dst - first);
-            modelFlip(transform, c.width, c.height, c.samples, c.bInPlace ? to : src, to);
+            T* const to = (c.inPlace ? mSource : mDestination).Expected();
+            modelFlip(transform, c.width, c.height, c.samples, c.inPlace ? to : src, to);
         }
-        const bool bTurned = modelFlipTurns(transform);
+        const bool turned = modelFlipTurns(transform);
         unsigned long width = c.width;
         unsigned long height = c.height;
         unsigned short colorArray = c.colorArray;
 
-        const unsigned long status = c.bRaw ? callRaw(*mpTested, c, &width, &height, src, dst, &colorArray)
-                                            : callBGR(*mpTested, c, &width, &height, src, dst);
+        const unsigned long status = c.raw ? callRaw(*mTested, c, &width, &height, src, dst, &colorArray)
+                                           : callBGR(*mTested, c, &width, &height, src, dst);
 
         if (status != expectedStatus) {
             return Failure(c) << "status " << static_cast<long>(status);
         }
-        if (width != (bTurned ? c.height : c.width) || height != (bTurned ? c.width : c.height)) {
+        if (width != (turned ? c.height : c.width) || height != (turned ? c.width : c.height)) {
             return Failure(c) << "result of " << width << " x " << height;
         }
-        if (colorArray != (c.bRaw ? modelFlipColorArray(transform, c.colorArray) : c.colorArray)) {
+        if (colorArray != (c.raw ? modelFlipColorArray(transform, c.colorArray) : c.colorArray)) {
             return Failure(c) << "colour array " << colorArray;
         }
-        const auto differ = std::mismatch(mExpected.begin(), mExpected.end(), first);
-        if (differ.first != mExpected.end()) {
-            return Failure(c) << "sample " << differ.second - dst << " is " << *differ.second << ", not "
-                              << *differ.first;
-        }
-        if (!c.bInPlace && !std::equal(mBefore.begin(), mBefore.end(), src)) {
-            return Failure(c) << "the source changed";
+        for (const CImageArena<T>* const arena : {&mSource, &mDestination}) {
+            const ::testing::AssertionResult result = arena->Check(0);
+            if (!result) {
+                return Failure(c) << result.message();
+            }
+            if (c.inPlace) {
+                break;
+            }
         }
         return ::testing::AssertionSuccess();
     }
@@ -134,15 +99,15 @@ protected:
     /// operations. Image and colour array must survive.
     unsigned long TooLarge(unsigned transform, unsigned samples, const SImageSize& size) {
         TypedImage image = kImage;
-        SFlipCase c{static_cast<unsigned char>(transform), 0, 0, 0, static_cast<unsigned short>(samples)};
+        SFlipCase c{{static_cast<unsigned char>(transform), 0}, 0, 0, static_cast<unsigned short>(samples)};
         unsigned long width = size.width;
         unsigned long height = size.height;
-        const unsigned long status = callBGR(*mpTested, c, &width, &height, image.data(), image.data());
+        const unsigned long status = callBGR(*mTested, c, &width, &height, image.data(), image.data());
         EXPECT_EQ(width, size.height);
         EXPECT_EQ(height, size.width);
         if (samples == 1) {
             unsigned short colorArray = 3;
-            EXPECT_EQ(callRaw(*mpTested, c, &width, &height, image.data(), image.data(), &colorArray), status);
+            EXPECT_EQ(callRaw(*mTested, c, &width, &height, image.data(), image.data(), &colorArray), status);
             EXPECT_EQ(width, size.width);
             EXPECT_EQ(height, size.height);
             EXPECT_EQ(colorArray, 3);
@@ -154,28 +119,21 @@ protected:
     static ::testing::AssertionResult Failure(const SFlipCase& c) {
         return ::testing::AssertionFailure()
                << 8 * sizeof(T) << " bit, mirror " << int{c.mirror} << ", rotation " << int{c.rotation} << ", "
-               << c.width << " x " << c.height << ", samples " << c.samples << (c.bRaw ? " raw" : "")
-               << (c.bInPlace ? " in place" : "") << ", colour array " << c.colorArray << ": ";
+               << c.width << " x " << c.height << ", samples " << c.samples << (c.raw ? " raw" : "")
+               << (c.inPlace ? " in place" : "") << ", colour array " << c.colorArray << ": ";
     }
 
     using TypedImage = std::array<T, 6>;
     static constexpr TypedImage kImage = {1, 2, 3, 4, 5, 6};
     static constexpr std::size_t kCapacity = 1UL << 14;
-    FlipPtr mModule;
-    IFlip* mpTested;
+    ModulePtr<IFlip, kModuleFlip> mModule;
+    IFlip* mTested;
     CRandom mRandom{5150};
-    CGuardedBuffer<T> mSrcLeft{kCapacity, Flush::Left};
-    CGuardedBuffer<T> mSrcRight{kCapacity, Flush::Right};
-    CGuardedBuffer<T> mDstLeft{kCapacity, Flush::Left};
-    CGuardedBuffer<T> mDstRight{kCapacity, Flush::Right};
-    std::vector<T> mBefore;
-    std::vector<T> mExpected;
+    CImageArena<T> mSource{kCapacity * sizeof(T)};
+    CImageArena<T> mDestination{kCapacity * sizeof(T)};
 };
 
-using SampleTypes = ::testing::Types<std::uint8_t, std::uint16_t>;
 TYPED_TEST_SUITE(CFlipModel, SampleTypes);
-
-constexpr Flush kFlushes[] = {Flush::Right, Flush::Left};
 
 } // namespace
 
@@ -184,10 +142,8 @@ TYPED_TEST(CFlipModel, EverySmallSize) {
         for (unsigned long width = 0; width <= 12; ++width) {
             for (const SCodes& codes : kCodes) {
                 for (const unsigned samples : {1U, 3U, 4U}) {
-                    for (const bool bInPlace : {false, true}) {
-                        const SFlipCase c{
-                            codes.mirror, codes.rotation, width, height, static_cast<unsigned short>(samples),
-                            false,        bInPlace};
+                    for (const bool inPlace : {false, true}) {
+                        const SFlipCase c{codes, width, height, static_cast<unsigned short>(samples), false, inPlace};
                         ASSERT_TRUE(this->Run(c, Flush::Right, Flush::Right));
                         ASSERT_TRUE(this->Run(c, Flush::Left, Flush::Left));
                     }
@@ -202,10 +158,9 @@ TYPED_TEST(CFlipModel, OddSizes) {
                                    SImageSize{1, 131}, SImageSize{1000, 1}, SImageSize{33, 65}, SImageSize{64, 32}}) {
         for (const SCodes& codes : kCodes) {
             for (const unsigned samples : {1U, 3U, 4U}) {
-                for (const bool bInPlace : {true, false}) {
-                    const SFlipCase c{
-                        codes.mirror, codes.rotation, size.width, size.height, static_cast<unsigned short>(samples),
-                        false,        bInPlace};
+                for (const bool inPlace : {true, false}) {
+                    const SFlipCase c{codes, size.width, size.height, static_cast<unsigned short>(samples),
+                                      false, inPlace};
                     ASSERT_TRUE(this->Run(c, Flush::Right, Flush::Left));
                     ASSERT_TRUE(this->Run(c, Flush::Left, Flush::Right));
                 }
@@ -217,8 +172,8 @@ TYPED_TEST(CFlipModel, OddSizes) {
 TYPED_TEST(CFlipModel, EveryWidthTo130) {
     for (unsigned long width = 13; width <= 130; ++width) {
         for (const SCodes& codes : kCodes) {
-            for (const bool bInPlace : {true, false}) {
-                SFlipCase c{codes.mirror, codes.rotation, width, 3, 1, true, bInPlace};
+            for (const bool inPlace : {true, false}) {
+                SFlipCase c{codes, width, 3, 1, true, inPlace};
                 ASSERT_TRUE(this->Run(c, kFlushes[width % 2], kFlushes[width / 2 % 2]));
                 std::swap(c.width, c.height);
                 ASSERT_TRUE(this->Run(c, kFlushes[width % 2], kFlushes[width / 2 % 2]));
@@ -229,18 +184,14 @@ TYPED_TEST(CFlipModel, EveryWidthTo130) {
 
 // The module with the kernels of each instruction set that this machine has.
 TYPED_TEST(CFlipModel, EveryInstructionSet) {
-    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
-        if (!rows::tier(i).usable) {
-            continue;
-        }
-        SCOPED_TRACE(rows::tier(i).table->name);
-        CFlip module(*rows::tier(i).table);
-        this->mpTested = &module;
+    for (const rows::SRowTable* const table : usableTables()) {
+        SCOPED_TRACE(table->name);
+        CFlip module(*table);
+        this->mTested = &module;
         for (unsigned long width = 1; width <= 70; ++width) {
             for (const SCodes& codes : kCodes) {
                 for (const unsigned samples : {1U, 3U, 4U}) {
-                    const SFlipCase c{codes.mirror,
-                                      codes.rotation,
+                    const SFlipCase c{codes,
                                       width,
                                       1 + width * samples % 37,
                                       static_cast<unsigned short>(samples),
@@ -257,15 +208,15 @@ TYPED_TEST(CFlipModel, EveryInstructionSet) {
 TYPED_TEST(CFlipModel, EveryPairOfCodes) {
     for (unsigned mirror = 0; mirror <= 255; ++mirror) {
         for (unsigned rotation = 0; rotation <= 255; ++rotation) {
-            const bool bEdge = mirror <= 9 || mirror >= 252 || rotation <= 4 || rotation == 255;
-            if (!bEdge && (mirror + rotation) % 16 != 0) {
+            const bool edge = mirror <= 9 || mirror >= 252 || rotation <= 4 || rotation == 255;
+            if (!edge && (mirror + rotation) % 16 != 0) {
                 continue;
             }
-            SFlipCase c{static_cast<unsigned char>(mirror), static_cast<unsigned char>(rotation), 3, 2, 1, true};
-            c.bInPlace = (mirror + rotation) % 2 == 0;
+            SFlipCase c{{static_cast<unsigned char>(mirror), static_cast<unsigned char>(rotation)}, 3, 2, 1, true};
+            c.inPlace = (mirror + rotation) % 2 == 0;
             c.colorArray = static_cast<unsigned short>(2 + (mirror + rotation / 2) % 4);
             ASSERT_TRUE(this->Run(c, Flush::Right, Flush::Right));
-            c.bRaw = false;
+            c.raw = false;
             c.samples = 3;
             ASSERT_TRUE(this->Run(c, Flush::Right, Flush::Right));
         }
@@ -275,9 +226,9 @@ TYPED_TEST(CFlipModel, EveryPairOfCodes) {
 // Colour arrays 2 to 5 follow the picture, all others stay.
 TYPED_TEST(CFlipModel, EveryColorArray) {
     for (const SCodes& codes : kCodes) {
-        for (const bool bInPlace : {false, true}) {
+        for (const bool inPlace : {false, true}) {
             for (unsigned colorArray = 0; colorArray <= 65535; colorArray += colorArray < 300 ? 1 : 251) {
-                SFlipCase c{codes.mirror, codes.rotation, 2, 3, 1, true, bInPlace};
+                SFlipCase c{codes, 2, 3, 1, true, inPlace};
                 c.colorArray = static_cast<unsigned short>(colorArray);
                 ASSERT_TRUE(this->Run(c, Flush::Right, Flush::Right));
             }
@@ -290,16 +241,15 @@ TYPED_TEST(CFlipModel, EveryColorArray) {
 TYPED_TEST(CFlipModel, OtherSamplesAPixel) {
     for (const SCodes& codes : kCodes) {
         for (const unsigned samples : {2U, 5U, 6U, 7U, 8U, 255U}) {
-            for (const bool bInPlace : {false, true}) {
-                const SFlipCase c{codes.mirror, codes.rotation, 5, 4, static_cast<unsigned short>(samples),
-                                  false,        bInPlace};
+            for (const bool inPlace : {false, true}) {
+                const SFlipCase c{codes, 5, 4, static_cast<unsigned short>(samples), false, inPlace};
                 ASSERT_TRUE(this->Run(c, Flush::Right, Flush::Right));
                 ASSERT_TRUE(this->Run(c, Flush::Left, Flush::Left));
             }
         }
         // 0 samples in place are no image; 65535 would be a large one.
-        ASSERT_TRUE(this->Run({codes.mirror, codes.rotation, 5, 4, 0, false, true}, Flush::Right, Flush::Right));
-        ASSERT_TRUE(this->Run({codes.mirror, codes.rotation, 0, 4, 65535, false, true}, Flush::Right, Flush::Right));
+        ASSERT_TRUE(this->Run({codes, 5, 4, 0, false, true}, Flush::Right, Flush::Right));
+        ASSERT_TRUE(this->Run({codes, 0, 4, 65535, false, true}, Flush::Right, Flush::Right));
     }
 }
 
@@ -308,8 +258,7 @@ TYPED_TEST(CFlipModel, TurnsInPlaceOfChangingSizes) {
     for (unsigned turn = 0; turn < 400; ++turn) {
         const unsigned samples = turn % 3 == 0 ? 1 : turn % 3 == 1 ? 3 : 4;
         const SCodes& codes = kCodes[4 + this->mRandom.Below(4)];
-        const SFlipCase c{codes.mirror,
-                          codes.rotation,
+        const SFlipCase c{codes,
                           this->mRandom.Below(turn % 10 == 0 ? 40 : 9),
                           this->mRandom.Below(turn % 10 == 0 ? 40 : 9),
                           static_cast<unsigned short>(samples),
@@ -331,7 +280,7 @@ TYPED_TEST(CFlipModel, TransformsUndoEachOther) {
         unsigned long width = 7;
         unsigned long height = 5;
         for (const SCodes& codes : {kCodes[transform], kUndo[transform]}) {
-            const SFlipCase c{codes.mirror, codes.rotation, 0, 0, 3};
+            const SFlipCase c{codes, 0, 0, 3};
             ASSERT_EQ(callBGR(*this->mModule, c, &width, &height, image.data(), image.data()), 0U);
         }
         EXPECT_EQ(width, 7U);
@@ -347,32 +296,31 @@ TYPED_TEST(CFlipModel, NullImages) {
     for (const auto& pair : pairs) {
         for (unsigned transform = 0; transform <= 10; ++transform) {
             for (const unsigned samples : {1U, 2U, 3U, 4U, 5U}) {
-                SFlipCase c{static_cast<unsigned char>(transform), 0, 4, 3, static_cast<unsigned short>(samples)};
-                const bool bTurned = modelFlipTurns(transform);
+                SFlipCase c{{static_cast<unsigned char>(transform), 0}, 4, 3, static_cast<unsigned short>(samples)};
+                const bool turned = modelFlipTurns(transform);
                 const unsigned long refusal = modelFlipStatus(transform, samples);
                 unsigned long width = 4;
                 unsigned long height = 3;
-                const bool bNothing = transform == 0 || transform > 7;
-                EXPECT_EQ(callBGR(*this->mModule, c, &width, &height, pair[0], pair[1]), bNothing ? 0 : kInvalid);
-                EXPECT_EQ(width, bTurned ? 3U : 4U) << transform;
-                EXPECT_EQ(height, bTurned ? 4U : 3U) << transform;
-                for (const SImageSize& size :
-                     {SImageSize{0, 3}, SImageSize{3, 0}, SImageSize{0, 0}, SImageSize{0, ~0UL}, SImageSize{~0UL, 0}}) {
+                const bool nothing = transform == 0 || transform > 7;
+                EXPECT_EQ(callBGR(*this->mModule, c, &width, &height, pair[0], pair[1]), nothing ? 0 : kInvalid);
+                EXPECT_EQ(width, turned ? 3U : 4U) << transform;
+                EXPECT_EQ(height, turned ? 4U : 3U) << transform;
+                for (const SImageSize& size : kNoPixels) {
                     width = size.width;
                     height = size.height;
                     EXPECT_EQ(callBGR(*this->mModule, c, &width, &height, pair[0], pair[1]), refusal)
                         << transform << " samples " << samples << ": " << size.width << " x " << size.height;
-                    EXPECT_EQ(width, bTurned ? size.height : size.width);
-                    EXPECT_EQ(height, bTurned ? size.width : size.height);
+                    EXPECT_EQ(width, turned ? size.height : size.width);
+                    EXPECT_EQ(height, turned ? size.width : size.height);
                 }
             }
-            SFlipCase c{static_cast<unsigned char>(transform), 0, 4, 3, 1, true};
+            SFlipCase c{{static_cast<unsigned char>(transform), 0}, 4, 3, 1, true};
             unsigned long width = 4;
             unsigned long height = 3;
             unsigned short colorArray = 2;
-            const bool bNothing = transform == 0 || transform > 7;
+            const bool nothing = transform == 0 || transform > 7;
             EXPECT_EQ(callRaw(*this->mModule, c, &width, &height, pair[0], pair[1], &colorArray),
-                      bNothing ? 0 : kInvalid);
+                      nothing ? 0 : kInvalid);
             EXPECT_EQ(colorArray, 2);
             width = 0;
             EXPECT_EQ(callRaw(*this->mModule, c, &width, &height, pair[0], pair[1], &colorArray), 0U);
@@ -389,11 +337,9 @@ TYPED_TEST(CFlipModel, NullSizesAndColorArray) {
         const auto mirror = static_cast<unsigned char>(transform);
         unsigned long size = 3;
         unsigned short colorArray = 2;
-        const SFlipCase c{mirror, 0, 3, 2, 1};
-        const bool bNothing = transform == 0 || transform > 7;
-        const auto accept = [bNothing](unsigned long status) {
-            return status == kInvalid || (bNothing && status == 0);
-        };
+        const SFlipCase c{{mirror, 0}, 3, 2, 1};
+        const bool nothing = transform == 0 || transform > 7;
+        const auto accept = [nothing](unsigned long status) { return status == kInvalid || (nothing && status == 0); };
         EXPECT_TRUE(accept(callBGR(*this->mModule, c, nullptr, &size, image, image))) << transform;
         EXPECT_TRUE(accept(callBGR(*this->mModule, c, &size, nullptr, image, image))) << transform;
         EXPECT_TRUE(accept(callBGR(*this->mModule, c, nullptr, nullptr, image, image))) << transform;
@@ -416,7 +362,7 @@ TYPED_TEST(CFlipModel, NoMemoryForTheCopy) {
             EXPECT_EQ(this->TooLarge(transform, samples, {1UL << 20, 1UL << 30}), kNoMemory);
         }
     }
-    ASSERT_TRUE(this->Run({0, 1, 9, 7, 3, false, true}, Flush::Right, Flush::Right));
+    ASSERT_TRUE(this->Run({{0, 1}, 9, 7, 3, false, true}, Flush::Right, Flush::Right));
 }
 
 // Sizes whose bytes do not even fit in 64 bits do not pass for small ones.
@@ -440,7 +386,7 @@ TYPED_TEST(CFlipModel, BytesOfTheCopyDoNotWrap) {
             }
         }
     }
-    ASSERT_TRUE(this->Run({0, 1, 9, 7, 3, false, true}, Flush::Right, Flush::Right));
+    ASSERT_TRUE(this->Run({{0, 1}, 9, 7, 3, false, true}, Flush::Right, Flush::Right));
 }
 
 } // namespace vek::test

@@ -3,10 +3,11 @@
 
 #include "imageproc/FormatConversion/FormatConversionModel.h"
 #include "support/ImageArena.h"
+#include "support/SampleTypes.h"
 
 #include <cstring>
 #include <optional>
-#include <vector>
+#include <string>
 
 namespace vek::test {
 
@@ -19,10 +20,9 @@ public:
     /// call(src, dst) and model(src, dst) work on buffers of so many bytes and return the same value.
     template <class Call, class Model>
     ::testing::AssertionResult Run(std::size_t srcBytes, std::size_t dstBytes, Call call, Model model) {
-        const Flush flush = mTurn++ % 2 == 0 ? Flush::Right : Flush::Left;
-        const Flush other = mTurn / 2 % 2 == 0 ? Flush::Right : Flush::Left;
-        std::uint8_t* const src = mSource.Place(srcBytes, flush, 8);
-        std::uint8_t* const dst = mOutput.Place(dstBytes, other, 8);
+        ++mTurn;
+        std::uint8_t* const src = mSource.Place(srcBytes, kFlushes[mTurn % 2], 8);
+        std::uint8_t* const dst = mOutput.Place(dstBytes, kFlushes[mTurn / 2 % 2], 8);
         const auto expected = model(static_cast<const std::uint8_t*>(src), mOutput.Expected());
         const auto result = call(src, dst);
         if (result != expected) {
@@ -32,6 +32,21 @@ public:
             return ::testing::AssertionFailure() << "the source changed";
         }
         return mOutput.Check(0);
+    }
+
+    /// call(src, dst, pitch) and model(src, dst, pitch) are given the pitch in a variable of their own, or none, and
+    /// leave the same in it.
+    template <class Call, class Model>
+    ::testing::AssertionResult Run(std::size_t srcBytes, std::size_t dstBytes, std::optional<unsigned long> pitch,
+                                   Call call, Model model) {
+        const auto run = [pitch](const auto& function, const std::uint8_t* src, std::uint8_t* dst) {
+            unsigned long variable = pitch.value_or(99);
+            const long result = function(src, dst, pitch ? &variable : nullptr);
+            return "status " + std::to_string(result) + ", pitch " + std::to_string(variable);
+        };
+        return Run(
+            srcBytes, dstBytes, [&](const std::uint8_t* src, std::uint8_t* dst) { return run(call, src, dst); },
+            [&](const std::uint8_t* src, std::uint8_t* dst) { return run(model, src, dst); });
     }
 
 private:

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // VekCam_ConvTo8BitsImage and VekCam_ConvYUVOrBGRToBGRImage: refusals, results, and agreement with the models.
-#include "VekTrgApi.h"
 #include "imageproc/ColorInterpolation/DemosaicModel.h"
 #include "imageproc/FormatConversion/FormatConversionCheck.h"
+#include "support/HandleTest.h"
 
 #include <chrono>
-#include <string>
 
 namespace vek::test {
 
@@ -28,28 +27,21 @@ SDemosaicCall decoding(const SConversion& call, unsigned long transferFormat) {
     return {call.width, call.height, 0, 0, method, kDecodedAs[transferFormat - 12], channels};
 }
 
-class CConversionExports : public ::testing::Test {
+class CConversionExports : public CHandleTest {
 protected:
-    CConversionExports() : mHandle(VekCam_Open(-1)) {}
-    ~CConversionExports() override { VekCam_Close(mHandle); }
-
     ::testing::AssertionResult To8Bits(const SConversion& call, std::optional<unsigned long> pitch,
                                        unsigned long transferFormat) {
         const Element element = modelElement(transferFormat);
         const bool taken = element != Element::None;
-        const auto run = [&](const std::uint8_t* src, std::uint8_t* dst) {
-            unsigned long variable = pitch.value_or(99);
-            const int result = VekCam_ConvTo8BitsImage(mHandle, call.width, call.height, call.srcPitch, transferFormat,
-                                                       src, pitch ? &variable : nullptr, dst);
-            return std::to_string(result) + ", pitch " + std::to_string(variable);
+        const auto run = [&](const std::uint8_t* src, std::uint8_t* dst, unsigned long* variable) {
+            return VekCam_ConvTo8BitsImage(mHandle, call.width, call.height, call.srcPitch, transferFormat, src,
+                                           variable, dst);
         };
-        const auto model = [&](const std::uint8_t* src, std::uint8_t* dst) {
-            unsigned long variable = pitch.value_or(99);
-            const bool done = modelConvGrey(call, transferFormat, src, pitch ? &variable : nullptr, dst);
-            return std::to_string(done ? 0 : -22) + ", pitch " + std::to_string(variable);
+        const auto model = [&](const std::uint8_t* src, std::uint8_t* dst, unsigned long* variable) {
+            return modelConvGrey(call, transferFormat, src, variable, dst) ? 0 : -22;
         };
         return mCheck.Run(taken ? modelSourceBytes(call, element) : 0,
-                          taken ? modelOutputBytes(call, element, pitch.value_or(0)) : 0, run, model)
+                          taken ? modelOutputBytes(call, element, pitch.value_or(0)) : 0, pitch, run, model)
                << " transfer format " << transferFormat << ", " << call.width << " x " << call.height << ", pitch "
                << call.srcPitch;
     }
@@ -91,7 +83,6 @@ protected:
                                                           << " x " << call.height << ", format " << call.outFormat;
     }
 
-    VekCam_Handle mHandle;
     CConversionCheck mCheck{1UL << 15};
 };
 
@@ -219,15 +210,19 @@ TEST_F(CConversionExports, NoPixelsIsSuccessWithoutBuffers) {
 // Rows of no width are not walked: 2^32 of them take no time, where a step each takes many seconds.
 TEST_F(CConversionExports, RowsOfNoWidthTakeNoTime) {
     constexpr unsigned long rows = 0x100000000UL;
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(VekCam_ConvTo8BitsImage(mHandle, 0, rows, 0, VEK_TRANSFER_RAW8, nullptr, nullptr, nullptr), 0);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << "bytes";
-    const auto words = std::chrono::steady_clock::now();
-    EXPECT_EQ(VekCam_ConvYUVOrBGRToBGRImage(mHandle, 0, rows, VEK_TRANSFER_RAW12, nullptr, 4, nullptr), 0);
-    EXPECT_LT(std::chrono::steady_clock::now() - words, std::chrono::seconds(2)) << "words";
-    const auto packed = std::chrono::steady_clock::now();
-    EXPECT_EQ(VekCam_ConvTo8BitsImage(mHandle, 0, rows, 0, VEK_TRANSFER_MONO10_PACKED, nullptr, nullptr, nullptr), 0);
-    EXPECT_LT(std::chrono::steady_clock::now() - packed, std::chrono::seconds(2)) << "packed";
+    const auto atOnce = [](const char* name, const auto& call) {
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(call(), 0) << name;
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << name;
+    };
+    atOnce("bytes", [this] {
+        return VekCam_ConvTo8BitsImage(mHandle, 0, rows, 0, VEK_TRANSFER_RAW8, nullptr, nullptr, nullptr);
+    });
+    atOnce("words",
+           [this] { return VekCam_ConvYUVOrBGRToBGRImage(mHandle, 0, rows, VEK_TRANSFER_RAW12, nullptr, 4, nullptr); });
+    atOnce("packed", [this] {
+        return VekCam_ConvTo8BitsImage(mHandle, 0, rows, 0, VEK_TRANSFER_MONO10_PACKED, nullptr, nullptr, nullptr);
+    });
 }
 
 // Whether an image of no pixels has a pitch to report is open: none, or the one that its rows would have.

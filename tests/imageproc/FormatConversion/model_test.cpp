@@ -2,10 +2,7 @@
 // Conversion of frames to bytes against its model, with the row kernels of every instruction set.
 #include "imageproc/FormatConversion.h"
 #include "imageproc/FormatConversion/FormatConversionCheck.h"
-#include "imageproc/rows/RowDispatch.h"
-
-#include <initializer_list>
-#include <string>
+#include "imageproc/ModuleTest.h"
 
 namespace vek::test {
 
@@ -13,32 +10,21 @@ namespace {
 
 class CFormatConversion : public ::testing::Test {
 protected:
-    CFormatConversion() {
-        for (std::size_t i = 0; i < rows::tierCount(); ++i) {
-            if (rows::tier(i).usable) {
-                mTables.push_back(rows::tier(i).table);
-            }
-        }
-    }
-
     template <class Src>
     ::testing::AssertionResult Shift(const rows::SRowTable& table, const SConversion& call,
                                      std::optional<unsigned long> pitch, long shift) {
         const Element element = sizeof(Src) == 1 ? Element::Bytes : Element::Words;
-        // Both return the pitch that the variable holds afterwards, all ones for none.
-        const auto run = [&](const std::uint8_t* src, std::uint8_t* dst) {
-            unsigned long variable = pitch.value_or(~0UL);
-            imageBitShift(table, call.width, call.height, call.srcPitch, reinterpret_cast<const Src*>(src),
-                          pitch ? &variable : nullptr, call.outFormat, dst, shift);
-            return variable;
+        const auto run = [&](const std::uint8_t* src, std::uint8_t* dst, unsigned long* variable) {
+            imageBitShift(table, call.width, call.height, call.srcPitch, reinterpret_cast<const Src*>(src), variable,
+                          call.outFormat, dst, shift);
+            return 0;
         };
-        const auto model = [&](const std::uint8_t* src, std::uint8_t* dst) {
-            unsigned long variable = pitch.value_or(~0UL);
-            modelBitShift(call, reinterpret_cast<const Src*>(src), pitch ? &variable : nullptr, dst, shift);
-            return variable;
+        const auto model = [&](const std::uint8_t* src, std::uint8_t* dst, unsigned long* variable) {
+            modelBitShift(call, reinterpret_cast<const Src*>(src), variable, dst, shift);
+            return 0;
         };
-        return mCheck.Run(modelSourceBytes(call, element), modelOutputBytes(call, element, pitch.value_or(0)), run,
-                          model)
+        return mCheck.Run(modelSourceBytes(call, element), modelOutputBytes(call, element, pitch.value_or(0)), pitch,
+                          run, model)
                << " " << table.name << ", " << 8 * sizeof(Src) << " bit, " << call.width << " x " << call.height
                << ", pitch " << call.srcPitch << ", format " << call.outFormat << ", shift " << shift;
     }
@@ -46,18 +32,15 @@ protected:
     ::testing::AssertionResult Unpack(const rows::SRowTable& table, const SConversion& call,
                                       std::optional<unsigned long> pitch, unsigned srcBits, unsigned dstBits) {
         const Element element = srcBits == 10 ? Element::Packed10 : Element::Packed12;
-        const auto run = [&](const std::uint8_t* src, std::uint8_t* dst) {
-            unsigned long variable = pitch.value_or(~0UL);
-            imageUnpackAndBitShift(table, call.width, call.height, call.srcPitch, src, pitch ? &variable : nullptr, dst,
-                                   srcBits, dstBits);
-            return variable;
+        const auto run = [&](const std::uint8_t* src, std::uint8_t* dst, unsigned long* variable) {
+            imageUnpackAndBitShift(table, call.width, call.height, call.srcPitch, src, variable, dst, srcBits, dstBits);
+            return 0;
         };
-        const auto model = [&](const std::uint8_t* src, std::uint8_t* dst) {
-            unsigned long variable = pitch.value_or(~0UL);
-            modelUnpack(call, src, pitch ? &variable : nullptr, dst, srcBits, dstBits);
-            return variable;
+        const auto model = [&](const std::uint8_t* src, std::uint8_t* dst, unsigned long* variable) {
+            modelUnpack(call, src, variable, dst, srcBits, dstBits);
+            return 0;
         };
-        return mCheck.Run(modelSourceBytes(call, element), modelOutputBytes(call, element, 0), run, model)
+        return mCheck.Run(modelSourceBytes(call, element), modelOutputBytes(call, element, 0), pitch, run, model)
                << " " << table.name << ", " << call.width << " x " << call.height << ", pitch " << call.srcPitch << ", "
                << srcBits << " to " << dstBits << " bits";
     }
@@ -71,19 +54,14 @@ protected:
             srcBytes = 0; // refused: nothing may be touched
             dstBytes = 0;
         }
-        // The result and the pitch variable in one number.
-        const auto run = [&](const std::uint8_t* src, std::uint8_t* dst) {
-            unsigned long variable = pitch.value_or(99);
-            const bool done = convGrayToBGRImage(table, call.width, call.height, call.srcPitch, transferFormat, src,
-                                                 pitch ? &variable : nullptr, call.outFormat, dst);
-            return 2 * variable + (done ? 1 : 0);
+        const auto run = [&](const std::uint8_t* src, std::uint8_t* dst, unsigned long* variable) {
+            return convGrayToBGRImage(table, call.width, call.height, call.srcPitch, transferFormat, src, variable,
+                                      call.outFormat, dst);
         };
-        const auto model = [&](const std::uint8_t* src, std::uint8_t* dst) {
-            unsigned long variable = pitch.value_or(99);
-            const bool done = modelConvGrey(call, transferFormat, src, pitch ? &variable : nullptr, dst);
-            return 2 * variable + (done ? 1 : 0);
+        const auto model = [&](const std::uint8_t* src, std::uint8_t* dst, unsigned long* variable) {
+            return modelConvGrey(call, transferFormat, src, variable, dst);
         };
-        return mCheck.Run(srcBytes, dstBytes, run, model)
+        return mCheck.Run(srcBytes, dstBytes, pitch, run, model)
                << " " << table.name << ", transfer format " << transferFormat << ", " << call.width << " x "
                << call.height << ", pitch " << call.srcPitch << ", format " << call.outFormat;
     }
@@ -103,7 +81,7 @@ protected:
                << call.outFormat;
     }
 
-    std::vector<const rows::SRowTable*> mTables;
+    const std::vector<const rows::SRowTable*> mTables = usableTables();
     CConversionCheck mCheck{1UL << 16};
     unsigned mTurn = 0;
 };

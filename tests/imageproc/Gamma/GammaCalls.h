@@ -1,36 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "api/VekImageProcLib.h"
 #include "imageproc/Gamma/GammaModel.h"
 #include "imageproc/IGamma.h"
-
-#include <cstdint>
+#include "imageproc/ModuleTest.h"
 
 namespace vek::test {
 
 using GammaPtr = ModulePtr<IGamma, kModuleGamma>;
-
-inline GammaPtr makeGamma() {
-    return GammaPtr(static_cast<IGamma*>(CreateVekImageProc(kModuleGamma)));
-}
+constexpr auto makeGamma = makeModule<IGamma, kModuleGamma>;
 
 inline unsigned long callSetGamma(IGamma& module, const SGammaSetting& s, const void* table) {
     return module.SetMode(s.channel, s.mode, s.gamma, s.brightness, s.contrast, table, s.bits);
 }
 
-// The image operations by sample type.
-inline unsigned long callRawGamma(IGamma& module, const SGammaCall& c, std::uint8_t* image) {
-    return module.ProcColorRawB(c.width, c.height, c.lineBytes, static_cast<std::uint16_t>(c.selector), image);
-}
-inline unsigned long callRawGamma(IGamma& module, const SGammaCall& c, std::uint16_t* image) {
-    return module.ProcColorRawW(c.width, c.height, c.lineBytes, static_cast<std::uint16_t>(c.selector), image);
-}
-inline unsigned long callPixelGamma(IGamma& module, const SGammaCall& c, std::uint8_t* image) {
-    return module.ProcBGROrGrayB(c.width, c.height, c.lineBytes, c.selector, image);
-}
-inline unsigned long callPixelGamma(IGamma& module, const SGammaCall& c, std::uint16_t* image) {
-    return module.ProcBGROrGrayW(c.width, c.height, c.lineBytes, c.selector, image);
+template <class T>
+unsigned long callGamma(IGamma& module, const SGammaCall& c, T* image) {
+    if (c.raw) {
+        return (module.*bySample<T>(&IGamma::ProcColorRawB, &IGamma::ProcColorRawW))(
+            c.width, c.height, c.pitch, static_cast<std::uint16_t>(c.selector), image);
+    }
+    return (module.*bySample<T>(&IGamma::ProcBGROrGrayB, &IGamma::ProcBGROrGrayW))(c.width, c.height, c.pitch,
+                                                                                   c.selector, image);
 }
 
 } // namespace vek::test

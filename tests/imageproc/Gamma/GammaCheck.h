@@ -3,19 +3,28 @@
 
 #include "common/Status.h"
 #include "imageproc/Gamma/GammaModel.h"
-#include "support/ImageArena.h"
-
-#include <gtest/gtest.h>
+#include "support/ModelCheck.h"
 
 #include <cstdint>
 #include <cstring>
+#include <ostream>
 
 namespace vek::test {
 
-/// Settings, readings and images of one module against the model, which is fed with the same settings.
-class CGammaCheck {
+inline std::ostream& operator<<(std::ostream& out, const SGammaCall& call) {
+    return out << (call.raw ? "raw, " : "") << call.width << " x " << call.height << ", pitch " << call.pitch
+               << ", layout " << call.selector;
+}
+
+template <class T>
+unsigned long runModel(const SGammaModel* model, const SGammaCall& call, T* image, bool) {
+    return modelGamma(*model, call, image);
+}
+
+/// Settings and readings of one module against the model, and its images.
+class CGammaCheck : public CModelCheck<SGammaCall, SGammaModel> {
 public:
-    explicit CGammaCheck(std::size_t capacityBytes) : mBytes(capacityBytes, 51), mWords(capacityBytes, 52) {}
+    using CModelCheck::CModelCheck;
 
     /// One setting; function(setting, table) makes the call. The table stands between protected pages and is exactly
     /// as large as the depth asks for, with words of any value.
@@ -28,7 +37,7 @@ public:
         for (std::size_t i = 0; i < bytes; ++i) {
             table[i] = static_cast<std::uint8_t>(Random().Next());
         }
-        const unsigned long expected = modelSetGamma(&mModel, setting, table);
+        const unsigned long expected = modelSetGamma(&Model(), setting, table);
         const unsigned long status = function(setting, static_cast<void*>(table));
         if (status != expected) {
             return ::testing::AssertionFailure()
@@ -46,9 +55,9 @@ public:
         const std::size_t tableBytes = (std::size_t{1} << depth) * (depth > 8 ? 2 : 1);
         const std::size_t contrastBytes = depth > 8 ? 2 : 1;
         CGuardedBuffer<std::uint8_t>& tableArena = mTurn++ % 2 == 0 ? mTableLeft : mTableRight;
-        const bool bLeft = &tableArena == &mTableLeft;
-        std::uint8_t* const table = bLeft ? tableArena.data() : tableArena.data() + tableArena.size() - tableBytes;
-        std::uint8_t* const contrast = bLeft ? mContrast.data() : mContrast.data() + mContrast.size() - contrastBytes;
+        const bool left = &tableArena == &mTableLeft;
+        std::uint8_t* const table = left ? tableArena.data() : tableArena.data() + tableArena.size() - tableBytes;
+        std::uint8_t* const contrast = left ? mContrast.data() : mContrast.data() + mContrast.size() - contrastBytes;
         std::memset(tableArena.data(), 0xA5, tableArena.size());
         std::memset(mContrast.data(), 0xA5, mContrast.size());
         std::uint8_t mode = 99;
@@ -57,84 +66,49 @@ public:
         std::uint16_t bits = requested;
         const unsigned long status = function(channel, &mode, &gamma, &brightness, static_cast<void*>(contrast),
                                               static_cast<void*>(table), &bits);
+        const SGammaModel& model = Model();
         const auto differs = [=](const char* what, long found, long expected) {
             return ::testing::AssertionFailure() << "channel " << int{channel} << " read at " << requested << ": "
                                                  << what << ' ' << found << ", not " << expected;
         };
-        if (status != kOk) {
-            return differs("status", static_cast<long>(status), 0);
+        const struct {
+            const char* name;
+            long found;
+            long expected;
+        } numbers[] = {{"status", static_cast<long>(status), 0},
+                       {"mode", mode, model.mode[channel]},
+                       {"gamma", gamma, model.gamma[channel]},
+                       {"brightness", brightness, model.brightness[channel]},
+                       {"bits", bits, model.bits[channel]}};
+        for (const auto& [name, found, expected] : numbers) {
+            if (found != expected) {
+                return differs(name, found, expected);
+            }
         }
-        if (mode != mModel.mode[channel]) {
-            return differs("mode", mode, mModel.mode[channel]);
-        }
-        if (gamma != mModel.gamma[channel]) {
-            return differs("gamma", gamma, mModel.gamma[channel]);
-        }
-        if (brightness != mModel.brightness[channel]) {
-            return differs("brightness", brightness, mModel.brightness[channel]);
-        }
-        if (bits != mModel.bits[channel]) {
-            return differs("bits", bits, mModel.bits[channel]);
-        }
-        if (std::memcmp(contrast, &mModel.contrast[channel], contrastBytes) != 0) {
-            return differs("contrast byte", contrast[0], mModel.contrast[channel]);
+        if (std::memcmp(contrast, &model.contrast[channel], contrastBytes) != 0) {
+            return differs("contrast byte", contrast[0], model.contrast[channel]);
         }
         for (std::size_t i = 0; i < std::size_t{1} << depth; ++i) {
             std::uint16_t entry = 0;
             std::memcpy(&entry, table + i * contrastBytes, contrastBytes);
             const std::uint16_t expected =
-                depth > 8 ? mModel.table[channel][i] : mModel.table[channel][i] & std::uint16_t{0xFF};
+                depth > 8 ? model.table[channel][i] : model.table[channel][i] & std::uint16_t{0xFF};
             if (entry != expected) {
                 return differs("table", entry, expected) << " at " << i;
             }
         }
-        const std::uint8_t* const around = bLeft ? table + tableBytes : tableArena.data();
-        for (std::size_t i = 0; i < tableArena.size() - tableBytes; ++i) {
-            if (around[i] != 0xA5) {
-                return differs("byte beside the table", around[i], 0xA5);
-            }
-        }
-        const std::uint8_t* const besideContrast = bLeft ? contrast + contrastBytes : mContrast.data();
-        for (std::size_t i = 0; i < mContrast.size() - contrastBytes; ++i) {
-            if (besideContrast[i] != 0xA5) {
-                return differs("byte beside the contrast", besideContrast[i], 0xA5);
-            }
+        const auto untouched = [left](CGuardedBuffer<std::uint8_t>& arena, const std::uint8_t* used,
+                                      std::size_t bytes) {
+            const std::uint8_t* const around = left ? used + bytes : arena.data();
+            return std::all_of(around, around + arena.size() - bytes, [](std::uint8_t byte) { return byte == 0xA5; });
+        };
+        if (!untouched(tableArena, table, tableBytes) || !untouched(mContrast, contrast, contrastBytes)) {
+            return differs("a byte beside the table or the contrast", 1, 0);
         }
         return ::testing::AssertionSuccess();
     }
 
-    /// An image call, raw or not; function(call, image) makes it. depth: of the random samples.
-    template <class T, class Function>
-    ::testing::AssertionResult Image(bool bRaw, const SGammaCall& call, Flush flush, unsigned depth,
-                                     Function function) {
-        CImageArena<T>& arena = Arena(T{});
-        T* const image =
-            arena.Place(bRaw ? modelRawExtent(call, sizeof(T)) : modelPixelExtent(call, sizeof(T)), flush, depth);
-        const unsigned long expected =
-            bRaw ? modelRawGamma(mModel, call, arena.Expected()) : modelPixelGamma(mModel, call, arena.Expected());
-        const unsigned long status = function(call, image);
-        ::testing::AssertionResult result =
-            status == expected ? arena.Check(bRaw ? modelRawPitch(call, sizeof(T)) : modelPixelPitch(call, sizeof(T)))
-                               : ::testing::AssertionFailure() << "status " << static_cast<long>(status) << ", not "
-                                                               << static_cast<long>(expected);
-        if (!result) {
-            result << " (" << (bRaw ? "raw, " : "") << call.width << " x " << call.height << ", line bytes "
-                   << call.lineBytes << ", layout " << call.selector << ", " << 8 * sizeof(T) << " bit, flush "
-                   << (flush == Flush::Left ? "left" : "right") << ')';
-        }
-        return result;
-    }
-
-    SGammaModel& Model() { return mModel; }
-    CRandom& Random() { return mBytes.Random(); }
-
 private:
-    CImageArena<std::uint8_t>& Arena(std::uint8_t) { return mBytes; }
-    CImageArena<std::uint16_t>& Arena(std::uint16_t) { return mWords; }
-
-    SGammaModel mModel;
-    CImageArena<std::uint8_t> mBytes;
-    CImageArena<std::uint16_t> mWords;
     CGuardedBuffer<std::uint8_t> mTableLeft{8192, Flush::Left};
     CGuardedBuffer<std::uint8_t> mTableRight{8192, Flush::Right};
     CGuardedBuffer<std::uint8_t> mContrast{8, Flush::Right};

@@ -2,7 +2,7 @@
 #include "imageproc/Gamma/GammaModel.h"
 
 #include "common/Status.h"
-#include "support/ImageArena.h"
+#include "support/ImageLayout.h"
 
 #include <cmath>
 #include <cstring>
@@ -67,7 +67,7 @@ void curve(std::uint16_t* table, const SGammaSetting& setting) {
 }
 
 template <class T>
-T* sampleAt(T* image, unsigned long pitch, unsigned long y, unsigned long sample) {
+T* pixelAt(T* image, unsigned long pitch, unsigned long y, unsigned long sample) {
     return reinterpret_cast<T*>(reinterpret_cast<std::uint8_t*>(image) + y * pitch) + sample;
 }
 
@@ -75,7 +75,7 @@ unsigned lookUp(const std::uint16_t* table, unsigned index) {
     return table[index < 4095 ? index : 4095];
 }
 
-/// Samples of a pixel, as the default line length counts them.
+/// Samples of a pixel, as the default pitch counts them.
 unsigned long pixelSize(unsigned long format) {
     switch (format) {
     case 4:
@@ -102,7 +102,7 @@ int lumaShare(unsigned component, double weight) {
 }
 
 template <class T>
-void pixelGamma(const std::uint16_t* table, T* pixel, int max) {
+void movePixel(const std::uint16_t* table, T* pixel, int max) {
     const int luma = lumaShare(pixel[0], 0.114) + lumaShare(pixel[1], 0.587) + lumaShare(pixel[2], 0.299);
     int difference = (static_cast<int>(lookUp(table, static_cast<unsigned>(luma))) - luma) & 0xFFFF;
     difference = difference > 32767 ? difference - 65536 : difference;
@@ -114,6 +114,54 @@ void pixelGamma(const std::uint16_t* table, T* pixel, int max) {
 
 bool isMissing(const SGammaCall& call, const void* image) {
     return image == nullptr && call.width != 0 && call.height != 0;
+}
+
+template <class T>
+unsigned long rawGamma(const SGammaModel& model, const SGammaCall& call, T* image) {
+    constexpr unsigned phases[4][4] = {{1, 2, 3, 4}, {2, 1, 4, 3}, {3, 4, 1, 2}, {4, 3, 2, 1}};
+    if (call.selector == 1) {
+        return kOk;
+    }
+    if (model.mode[1] == 0 && model.mode[2] == 0 && model.mode[3] == 0 && model.mode[4] == 0) {
+        return kOk;
+    }
+    if (isMissing(call, image)) {
+        return kInvalid;
+    }
+    const unsigned* const channels = phases[call.selector >= 3 && call.selector <= 5 ? call.selector - 2 : 0];
+    for (unsigned long y = 0; call.width != 0 && y < call.height; ++y) {
+        for (unsigned long x = 0; x < call.width; ++x) {
+            T* const pixel = pixelAt(image, modelPitch(call, sizeof(T)), y, x);
+            *pixel = static_cast<T>(lookUp(model.table[channels[2 * (y % 2) + x % 2]], *pixel));
+        }
+    }
+    return kOk;
+}
+
+template <class T>
+unsigned long pixelGamma(const SGammaModel& model, const SGammaCall& call, T* image) {
+    const bool words = sizeof(T) == 2;
+    if (model.mode[0] == 0) {
+        return kOk;
+    }
+    const unsigned long format = call.selector;
+    const bool color = words ? format == 256 || format == 512 : format == 4 || format == 8;
+    const bool grey = words ? format == 16 || format == 32 : format == 1;
+    if ((!color && !grey) || isMissing(call, image)) {
+        return kInvalid;
+    }
+    const unsigned long pitch = modelPitch(call, sizeof(T));
+    for (unsigned long y = 0; call.width != 0 && y < call.height; ++y) {
+        for (unsigned long x = 0; x < call.width; ++x) {
+            if (grey) {
+                T* const pixel = pixelAt(image, pitch, y, x);
+                *pixel = static_cast<T>(lookUp(model.table[0], *pixel));
+            } else {
+                movePixel(model.table[0], pixelAt(image, pitch, y, x * pixelSize(format)), words ? 4095 : 255);
+            }
+        }
+    }
+    return kOk;
 }
 
 } // namespace
@@ -176,78 +224,26 @@ unsigned long modelSetGamma(SGammaModel* model, const SGammaSetting& setting, co
     return kOk;
 }
 
-unsigned long modelRawPitch(const SGammaCall& call, std::size_t sampleBytes) {
-    return call.lineBytes != 0 ? call.lineBytes : (call.width * sampleBytes + 3) / 4 * 4;
+unsigned long modelPitch(const SGammaCall& call, std::size_t sampleBytes) {
+    const unsigned long samples = call.raw ? 1 : pixelSize(call.selector);
+    return call.pitch != 0 ? call.pitch : derivedPitch(samples * call.width * sampleBytes);
 }
 
-unsigned long modelPixelPitch(const SGammaCall& call, std::size_t sampleBytes) {
-    return call.lineBytes != 0 ? call.lineBytes : (pixelSize(call.selector) * call.width * sampleBytes + 3) / 4 * 4;
-}
-
-std::size_t modelRawExtent(const SGammaCall& call, std::size_t sampleBytes) {
-    return imageExtent(call.width, call.height, modelRawPitch(call, sampleBytes), call.width * sampleBytes);
-}
-
-std::size_t modelPixelExtent(const SGammaCall& call, std::size_t sampleBytes) {
+std::size_t modelExtent(const SGammaCall& call, std::size_t sampleBytes) {
     // Words of colour: a step from pixel to pixel of 6 or 8, of which 3 or 4 belong to the pixel.
     const unsigned long step = pixelSize(call.selector);
     const unsigned long last = call.selector == 256 ? 3 : call.selector == 512 ? 4 : step;
-    const bool bGreyWords = call.selector == 16 || call.selector == 32;
-    const unsigned long samples = call.width == 0 ? 0 : bGreyWords ? call.width : (call.width - 1) * step + last;
-    return imageExtent(call.width, call.height, modelPixelPitch(call, sampleBytes), samples * sampleBytes);
+    const bool single = call.raw || call.selector == 16 || call.selector == 32;
+    const unsigned long samples = call.width == 0 ? 0 : single ? call.width : (call.width - 1) * step + last;
+    return imageExtent(call.width, call.height, modelPitch(call, sampleBytes), samples * sampleBytes);
 }
 
 template <class T>
-unsigned long modelRawGamma(const SGammaModel& model, const SGammaCall& call, T* image) {
-    constexpr unsigned phases[4][4] = {{1, 2, 3, 4}, {2, 1, 4, 3}, {3, 4, 1, 2}, {4, 3, 2, 1}};
-    if (call.selector == 1) {
-        return kOk;
-    }
-    if (model.mode[1] == 0 && model.mode[2] == 0 && model.mode[3] == 0 && model.mode[4] == 0) {
-        return kOk;
-    }
-    if (isMissing(call, image)) {
-        return kInvalid;
-    }
-    const unsigned* const channels = phases[call.selector >= 3 && call.selector <= 5 ? call.selector - 2 : 0];
-    for (unsigned long y = 0; call.width != 0 && y < call.height; ++y) {
-        for (unsigned long x = 0; x < call.width; ++x) {
-            T* const pixel = sampleAt(image, modelRawPitch(call, sizeof(T)), y, x);
-            *pixel = static_cast<T>(lookUp(model.table[channels[2 * (y % 2) + x % 2]], *pixel));
-        }
-    }
-    return kOk;
+unsigned long modelGamma(const SGammaModel& model, const SGammaCall& call, T* image) {
+    return call.raw ? rawGamma(model, call, image) : pixelGamma(model, call, image);
 }
 
-template <class T>
-unsigned long modelPixelGamma(const SGammaModel& model, const SGammaCall& call, T* image) {
-    const bool bWords = sizeof(T) == 2;
-    if (model.mode[0] == 0) {
-        return kOk;
-    }
-    const unsigned long format = call.selector;
-    const bool bColor = bWords ? format == 256 || format == 512 : format == 4 || format == 8;
-    const bool bGrey = bWords ? format == 16 || format == 32 : format == 1;
-    if ((!bColor && !bGrey) || isMissing(call, image)) {
-        return kInvalid;
-    }
-    const unsigned long pitch = modelPixelPitch(call, sizeof(T));
-    for (unsigned long y = 0; call.width != 0 && y < call.height; ++y) {
-        for (unsigned long x = 0; x < call.width; ++x) {
-            if (bGrey) {
-                T* const pixel = sampleAt(image, pitch, y, x);
-                *pixel = static_cast<T>(lookUp(model.table[0], *pixel));
-            } else {
-                pixelGamma(model.table[0], sampleAt(image, pitch, y, x * pixelSize(format)), bWords ? 4095 : 255);
-            }
-        }
-    }
-    return kOk;
-}
-
-template unsigned long modelRawGamma(const SGammaModel&, const SGammaCall&, std::uint8_t*);
-template unsigned long modelRawGamma(const SGammaModel&, const SGammaCall&, std::uint16_t*);
-template unsigned long modelPixelGamma(const SGammaModel&, const SGammaCall&, std::uint8_t*);
-template unsigned long modelPixelGamma(const SGammaModel&, const SGammaCall&, std::uint16_t*);
+template unsigned long modelGamma(const SGammaModel&, const SGammaCall&, std::uint8_t*);
+template unsigned long modelGamma(const SGammaModel&, const SGammaCall&, std::uint16_t*);
 
 } // namespace vek::test

@@ -37,25 +37,20 @@ unsigned long modelSetGamma(SGammaModel* model, const SGammaSetting& setting, co
 struct SGammaCall {
     unsigned long width = 0; ///< pixels
     unsigned long height = 0;
-    unsigned long lineBytes = 0; ///< 0: derived
+    unsigned long pitch = 0; ///< bytes; 0: derived
     unsigned long selector = 0;
+    bool raw = false;
 };
 
-unsigned long modelRawPitch(const SGammaCall& call, std::size_t sampleBytes);
-unsigned long modelPixelPitch(const SGammaCall& call, std::size_t sampleBytes);
+unsigned long modelPitch(const SGammaCall& call, std::size_t sampleBytes);
 /// Bytes from the image's start to the end of its last pixel, a fourth sample included.
-std::size_t modelRawExtent(const SGammaCall& call, std::size_t sampleBytes);
-std::size_t modelPixelExtent(const SGammaCall& call, std::size_t sampleBytes);
+std::size_t modelExtent(const SGammaCall& call, std::size_t sampleBytes);
 
 /// image may be null.
 template <class T>
-unsigned long modelRawGamma(const SGammaModel& model, const SGammaCall& call, T* image);
-template <class T>
-unsigned long modelPixelGamma(const SGammaModel& model, const SGammaCall& call, T* image);
+unsigned long modelGamma(const SGammaModel& model, const SGammaCall& call, T* image);
 
-extern template unsigned long modelRawGamma(const SGammaModel&, const SGammaCall&, std::uint8_t*);
-extern template unsigned long modelRawGamma(const SGammaModel&, const SGammaCall&, std::uint16_t*);
-extern template unsigned long modelPixelGamma(const SGammaModel&, const SGammaCall&, std::uint8_t*);
-extern template unsigned long modelPixelGamma(const SGammaModel&, const SGammaCall&, std::uint16_t*);
+extern template unsigned long modelGamma(const SGammaModel&, const SGammaCall&, std::uint8_t*);
+extern template unsigned long modelGamma(const SGammaModel&, const SGammaCall&, std::uint16_t*);
 
 } // namespace vek::test

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Tone curves through the exported functions: refusals in their order, what passes untouched, and random settings and
 // images against the model.
-#include "VekTrgApi.h"
 #include "imageproc/Gamma/GammaCheck.h"
+#include "support/HandleTest.h"
 
 #include <gtest/gtest.h>
 
@@ -26,26 +26,19 @@ static_assert(std::is_same_v<decltype(VekCam_RawColorGamma),
 static_assert(std::is_same_v<decltype(VekCam_BGRGamma),
                              int(VekCam_Handle, unsigned long, unsigned long, unsigned long, void*, unsigned short)>);
 
-constexpr Flush kFlushes[] = {Flush::Left, Flush::Right};
 constexpr unsigned short kByteDepths[] = {0, 1, 7, 8};
 constexpr unsigned short kWordDepths[] = {9, 10, 12, 13, 16, 0x108, 65535};
 
-class CGammaExports : public ::testing::Test {
+class CGammaExports : public CHandleTest {
 protected:
-    CGammaExports() : mHandle(VekCam_Open(-1)) {}
-    ~CGammaExports() override { VekCam_Close(mHandle); }
-
     ::testing::AssertionResult Set(const SGammaSetting& setting) {
         return mCheck.Set(setting, [this](const SGammaSetting& s, const void* table) {
-            return static_cast<unsigned long>(
-                VekCam_SetGammaMode(mHandle, s.channel, s.mode, s.gamma, s.brightness, s.contrast, table, s.bits));
+            return VekCam_SetGammaMode(mHandle, s.channel, s.mode, s.gamma, s.brightness, s.contrast, table, s.bits);
         });
     }
     ::testing::AssertionResult Read(unsigned channel, unsigned requested) {
         return mCheck.Read(static_cast<std::uint8_t>(channel), static_cast<std::uint16_t>(requested),
-                           [this](auto... arguments) {
-                               return static_cast<unsigned long>(VekCam_GetGammaMode(mHandle, arguments...));
-                           });
+                           [this](auto... arguments) { return VekCam_GetGammaMode(mHandle, arguments...); });
     }
     void SetAll(std::uint8_t mode, std::uint16_t bits) {
         for (std::uint8_t channel = 0; channel < kGammaChannels; ++channel) {
@@ -55,21 +48,20 @@ protected:
     /// Rows of raw images have no padding; those of the others are the derived ones.
     template <class T>
     ::testing::AssertionResult Raw(SGammaCall call, Flush flush, unsigned depth, unsigned short bits) {
-        call.lineBytes = call.width * sizeof(T);
-        return mCheck.Image<T>(true, call, flush, depth, [this, bits](const SGammaCall& c, T* image) {
-            return static_cast<unsigned long>(
-                VekCam_RawColorGamma(mHandle, c.width, c.height, static_cast<unsigned short>(c.selector), image, bits));
-        });
+        call.pitch = call.width * sizeof(T);
+        call.raw = true;
+        return Pixels<T>(call, flush, depth, bits);
     }
     template <class T>
     ::testing::AssertionResult Pixels(const SGammaCall& call, Flush flush, unsigned depth, unsigned short bits) {
-        return mCheck.Image<T>(false, call, flush, depth, [this, bits](const SGammaCall& c, T* image) {
-            return static_cast<unsigned long>(VekCam_BGRGamma(mHandle, c.width, c.height, c.selector, image, bits));
+        return mCheck.Run<T>(call, flush, depth, [this, bits](const SGammaCall& c, T* image) {
+            return c.raw ? VekCam_RawColorGamma(mHandle, c.width, c.height, static_cast<unsigned short>(c.selector),
+                                                image, bits)
+                         : VekCam_BGRGamma(mHandle, c.width, c.height, c.selector, image, bits);
         });
     }
     CRandom& Random() { return mCheck.Random(); }
 
-    VekCam_Handle mHandle;
     CGammaCheck mCheck{1UL << 14};
 };
 
@@ -203,10 +195,10 @@ TEST_F(CGammaExports, PixelsPass) {
     }
     ASSERT_TRUE(Set({0, 2, 100, 0, 0, 8}));
     for (unsigned long format = 0; format <= 520; ++format) {
-        const bool bBytes = format == 1 || format == 4 || format == 8;
-        const bool bWords = format == 16 || format == 32 || format == 256 || format == 512;
-        EXPECT_EQ(VekCam_BGRGamma(mHandle, 0, 3, format, nullptr, 8), bBytes ? 0 : -22) << format;
-        EXPECT_EQ(VekCam_BGRGamma(mHandle, 3, 0, format, nullptr, 12), bWords ? 0 : -22) << format;
+        const bool bytes = format == 1 || format == 4 || format == 8;
+        const bool words = format == 16 || format == 32 || format == 256 || format == 512;
+        EXPECT_EQ(VekCam_BGRGamma(mHandle, 0, 3, format, nullptr, 8), bytes ? 0 : -22) << format;
+        EXPECT_EQ(VekCam_BGRGamma(mHandle, 3, 0, format, nullptr, 12), words ? 0 : -22) << format;
         EXPECT_EQ(VekCam_BGRGamma(mHandle, 1, 1, format, nullptr, 8), -22);
         EXPECT_EQ(VekCam_BGRGamma(mHandle, 1, 1, format, nullptr, 12), -22);
     }

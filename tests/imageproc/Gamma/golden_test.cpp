@@ -69,10 +69,10 @@ protected:
 
     template <class T>
     std::vector<T> Raw(unsigned long width, unsigned long height, unsigned short colorArray, std::vector<T> image) {
-        EXPECT_EQ(callRawGamma(*mModule, {width, height, width * sizeof(T), colorArray}, image.data()), kOk);
+        EXPECT_EQ(callGamma(*mModule, {width, height, width * sizeof(T), colorArray, true}, image.data()), kOk);
         return image;
     }
-    /// One row of pixels, with the line length derived.
+    /// One row of pixels, with the pitch derived.
     template <class T>
     std::vector<T> Row(unsigned long width, unsigned long format, std::vector<T> image) {
         return Rows(width, 1, format, std::move(image));
@@ -80,7 +80,7 @@ protected:
     template <class T>
     std::vector<T> Rows(unsigned long width, unsigned long height, unsigned long format, std::vector<T> image,
                         unsigned long status = kOk) {
-        EXPECT_EQ(callPixelGamma(*mModule, {width, height, 0, format}, image.data()), status);
+        EXPECT_EQ(callGamma(*mModule, {width, height, 0, format}, image.data()), status);
         return image;
     }
 
@@ -525,7 +525,7 @@ TEST_F(CGoldenGamma, WordsOfColorWithAFourthStepTwiceTheirSize) {
                      4095, 4095, 4095, 9, 1, 2, 3, 8, 0, 0, 0, 9}));
 }
 
-// The step stays twice the size when the caller gives the line length: the second row starts where he says.
+// The step stays twice the size when the caller gives the pitch: the second row starts where he says.
 TEST_F(CGoldenGamma, GivenLineLengthKeepsTheStep) {
     Set(kY, kNegative, 100, 0, 0, 12);
     Words image{0, 0, 0, 1, 2, 3, 0, 0, 0, 4, 5, 0, 0, 0, 6, 7, 8, 0, 0, 0};

@@ -10,8 +10,7 @@ namespace vek::test {
 
 namespace {
 
-constexpr Flush kFlushes[] = {Flush::Left, Flush::Right};
-constexpr unsigned long kOddSizes[][2] = {{67, 5}, {131, 3}, {259, 2}, {33, 7}, {64, 4}, {1, 130}, {514, 3}};
+constexpr unsigned long kLargerSizes[][2] = {{67, 5}, {131, 3}, {259, 2}, {33, 7}, {64, 4}, {1, 130}, {514, 3}};
 constexpr unsigned long kByteFormats[] = {1, 4, 8};
 constexpr unsigned long kWordFormats[] = {16, 32, 256, 512};
 constexpr unsigned short kColorArrays[] = {0, 1, 2, 3, 4, 5, 6, 11, 0x103, 65535};
@@ -47,14 +46,14 @@ protected:
     }
 
     template <class T>
-    ::testing::AssertionResult Raw(const SGammaCall& call, Flush flush, unsigned depth) {
-        return mCheck.Image<T>(true, call, flush, depth,
-                               [this](const SGammaCall& c, T* image) { return callRawGamma(*mModule, c, image); });
+    ::testing::AssertionResult Raw(SGammaCall call, Flush flush, unsigned depth) {
+        call.raw = true;
+        return Pixels<T>(call, flush, depth);
     }
     template <class T>
     ::testing::AssertionResult Pixels(const SGammaCall& call, Flush flush, unsigned depth) {
-        return mCheck.Image<T>(false, call, flush, depth,
-                               [this](const SGammaCall& c, T* image) { return callPixelGamma(*mModule, c, image); });
+        return mCheck.Run<T>(call, flush, depth,
+                             [this](const SGammaCall& c, T* image) { return callGamma(*mModule, c, image); });
     }
     CRandom& Random() { return mCheck.Random(); }
 
@@ -62,17 +61,14 @@ protected:
     CGammaCheck mCheck{1UL << 15};
 };
 
-/// Line lengths of one kind; those of words stay even. Colour pixels of words stand twice their size apart, so that
+/// Pitches of one kind; those of words stay even. Colour pixels of words stand twice their size apart, so that
 /// their rows need twice the bytes.
 template <class T>
-SGammaCall withPitch(bool bRaw, SGammaCall call, unsigned kind) {
-    if (kind % 5 == 4) {
-        return call;
+SGammaCall withPitch(bool raw, SGammaCall call, unsigned kind) {
+    if (kind % 5 != 4) {
+        constexpr unsigned long paddings[] = {0, 1, 3, 16};
+        call.pitch = modelExtent({call.width, 1, 0, call.selector, raw}, sizeof(T)) + paddings[kind % 5] * sizeof(T);
     }
-    constexpr unsigned long paddings[] = {0, 1, 3, 16};
-    const unsigned long row =
-        bRaw ? call.width * sizeof(T) : modelPixelExtent({call.width, 1, 0, call.selector}, sizeof(T));
-    call.lineBytes = row + paddings[kind % 5] * sizeof(T);
     return call;
 }
 
@@ -285,7 +281,7 @@ TEST_F(CGammaModelTest, PixelsOfEverySmallSize) {
 
 TEST_F(CGammaModelTest, OddLargerSizes) {
     unsigned turn = 0;
-    for (const auto& size : kOddSizes) {
+    for (const auto& size : kLargerSizes) {
         for (unsigned kind = 0; kind < 5; ++kind) {
             SetRandomTables(12);
             const Flush flush = kFlushes[++turn % 2];
@@ -345,8 +341,8 @@ TEST_F(CGammaModelTest, EveryFormat) {
 TEST_F(CGammaModelTest, EverySetOfRawChannels) {
     for (unsigned set = 0; set < 32; ++set) {
         for (std::uint8_t channel = 0; channel < kGammaChannels; ++channel) {
-            const bool bOn = (set >> channel & 1) != 0;
-            ASSERT_TRUE(Set({channel, static_cast<std::uint8_t>(bOn ? 2 : 0), 100, 0, 0,
+            const bool on = (set >> channel & 1) != 0;
+            ASSERT_TRUE(Set({channel, static_cast<std::uint8_t>(on ? 2 : 0), 100, 0, 0,
                              static_cast<std::uint16_t>(set % 3 == 0 ? 7 : 12)}));
         }
         for (const unsigned short colorArray : kColorArrays) {
@@ -364,21 +360,23 @@ TEST_F(CGammaModelTest, NoPixels) {
     for (SGammaCall call : empty) {
         for (const Flush flush : kFlushes) {
             call.selector = 3;
+            call.raw = true;
             ASSERT_TRUE(Raw<std::uint8_t>(call, flush, 8));
             ASSERT_TRUE(Raw<std::uint16_t>(call, flush, 12));
-            EXPECT_EQ(callRawGamma(*mModule, call, static_cast<std::uint8_t*>(nullptr)), kOk);
-            EXPECT_EQ(callRawGamma(*mModule, call, static_cast<std::uint16_t*>(nullptr)), kOk);
+            EXPECT_EQ(callGamma(*mModule, call, static_cast<std::uint8_t*>(nullptr)), kOk);
+            EXPECT_EQ(callGamma(*mModule, call, static_cast<std::uint16_t*>(nullptr)), kOk);
+            call.raw = false;
             for (const unsigned long format : kByteFormats) {
                 call.selector = format;
                 ASSERT_TRUE(Pixels<std::uint8_t>(call, flush, 8));
-                EXPECT_EQ(callPixelGamma(*mModule, call, static_cast<std::uint8_t*>(nullptr)), kOk);
-                EXPECT_EQ(callPixelGamma(*mModule, call, static_cast<std::uint16_t*>(nullptr)), kInvalid);
+                EXPECT_EQ(callGamma(*mModule, call, static_cast<std::uint8_t*>(nullptr)), kOk);
+                EXPECT_EQ(callGamma(*mModule, call, static_cast<std::uint16_t*>(nullptr)), kInvalid);
             }
             for (const unsigned long format : kWordFormats) {
                 call.selector = format;
                 ASSERT_TRUE(Pixels<std::uint16_t>(call, flush, 12));
-                EXPECT_EQ(callPixelGamma(*mModule, call, static_cast<std::uint16_t*>(nullptr)), kOk);
-                EXPECT_EQ(callPixelGamma(*mModule, call, static_cast<std::uint8_t*>(nullptr)), kInvalid);
+                EXPECT_EQ(callGamma(*mModule, call, static_cast<std::uint16_t*>(nullptr)), kOk);
+                EXPECT_EQ(callGamma(*mModule, call, static_cast<std::uint8_t*>(nullptr)), kInvalid);
             }
         }
     }
@@ -415,27 +413,28 @@ TEST_F(CGammaModelTest, NullImage) {
     }
 }
 
-// Rows that overlap (a line length below a row) are the caller's business: nothing outside of them is touched.
+// Rows that overlap (a pitch below a row) are the caller's business: nothing outside of them is touched.
 TEST_F(CGammaModelTest, OverlappingRowsStayInside) {
     SetRandomTables(12);
     CImageArena<std::uint8_t> bytes(1UL << 14);
     CImageArena<std::uint16_t> words(1UL << 14);
     for (const unsigned long width : {2UL, 7UL, 32UL, 70UL}) {
         for (const Flush flush : kFlushes) {
-            SGammaCall call{width, 4, 2, 2};
-            EXPECT_EQ(callRawGamma(*mModule, call, bytes.Place(modelRawExtent(call, 1), flush, 8)), kOk);
-            EXPECT_EQ(callRawGamma(*mModule, call, words.Place(modelRawExtent(call, 2), flush, 16)), kOk);
+            SGammaCall call{width, 4, 2, 2, true};
+            EXPECT_EQ(callGamma(*mModule, call, bytes.Place(modelExtent(call, 1), flush, 8)), kOk);
+            EXPECT_EQ(callGamma(*mModule, call, words.Place(modelExtent(call, 2), flush, 16)), kOk);
+            call.raw = false;
             for (const unsigned long format : kByteFormats) {
                 call.selector = format;
-                EXPECT_EQ(callPixelGamma(*mModule, call, bytes.Place(modelPixelExtent(call, 1), flush, 8)), kOk);
+                EXPECT_EQ(callGamma(*mModule, call, bytes.Place(modelExtent(call, 1), flush, 8)), kOk);
             }
             for (const unsigned long format : kWordFormats) {
                 call.selector = format;
-                EXPECT_EQ(callPixelGamma(*mModule, call, words.Place(modelPixelExtent(call, 2), flush, 16)), kOk);
+                EXPECT_EQ(callGamma(*mModule, call, words.Place(modelExtent(call, 2), flush, 16)), kOk);
                 // Half the step from row to row: what the size of a pixel suggests.
-                call.lineBytes = width * (format == 256 ? 6 : format == 512 ? 8 : 2);
-                EXPECT_EQ(callPixelGamma(*mModule, call, words.Place(modelPixelExtent(call, 2), flush, 16)), kOk);
-                call.lineBytes = 2;
+                call.pitch = width * (format == 256 ? 6 : format == 512 ? 8 : 2);
+                EXPECT_EQ(callGamma(*mModule, call, words.Place(modelExtent(call, 2), flush, 16)), kOk);
+                call.pitch = 2;
             }
         }
     }

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "api/VekImageProcLib.h"
 #include "imageproc/IMultiROIImage.h"
 #include "imageproc/IRegionInfo.h"
+#include "imageproc/ModuleTest.h"
+#include "imageproc/MultiROIImage/MultiROIModel.h"
 
+#include <array>
 #include <cstddef>
 #include <functional>
 #include <vector>
@@ -13,43 +15,40 @@ namespace vek::test {
 
 using MultiROIImagePtr = ModulePtr<IMultiROIImage, kModuleMultiROIImage>;
 
-inline MultiROIImagePtr makeMultiROIImage() {
-    return MultiROIImagePtr(static_cast<IMultiROIImage*>(CreateVekImageProc(kModuleMultiROIImage)));
-}
+constexpr auto makeMultiROIImage = makeModule<IMultiROIImage, kModuleMultiROIImage>;
 
-/// A slot of the camera. One that does not answer leaves the outputs alone, as after a failed driver request.
-struct SRegionSlot {
-    unsigned x = 0;
-    unsigned y = 0;
-    unsigned width = 0;
-    unsigned height = 0;
-    unsigned enabled = 1;
-    bool answers = true;
-};
+/// What is reported of a region beside its place: x, y, width, height, pitch.
+using RegionNumbers = std::array<unsigned, 5>;
+
+inline void* eachROI(IMultiROIImage& module, unsigned index, void* data, unsigned long dataSize, unsigned long format,
+                     RegionNumbers* out) {
+    return module.GetEachROIData(index, data, dataSize, format, &(*out)[0], &(*out)[1], &(*out)[2], &(*out)[3],
+                                 &(*out)[4]);
+}
 
 /// A camera's layout, and what was asked of it.
 class CScriptedRegions final : public IRegionInfo {
 public:
     unsigned short GetMaxROICount() override {
-        mvThrow(onCount);
+        Throw(onCount);
         return static_cast<unsigned short>(slots.size());
     }
     int GetMultiROIType() override {
-        mvThrow(onType);
+        Throw(onType);
         return type;
     }
     void GetROIInfo(unsigned int index, unsigned int* enabled, unsigned int* offsetX, unsigned int* offsetY,
                     unsigned int* width, unsigned int* height) override {
         asked.push_back(index);
         if (*enabled != 0 || *offsetX != 0 || *offsetY != 0 || *width != 0 || *height != 0) {
-            bAllZeroed = false;
+            allZeroed = false;
         }
         const SRegionSlot& slot = slots.at(index);
         if (index == throwingSlot) {
             *enabled = 1;
             *width = 5;
             *height = 5;
-            mvThrow(onSlot);
+            Throw(onSlot);
         }
         if (!slot.answers) {
             return;
@@ -68,7 +67,7 @@ public:
     std::vector<SRegionSlot> slots;
     int type = 0;
     std::vector<unsigned> asked;
-    bool bAllZeroed = true; ///< the outputs of every question were 0 before
+    bool allZeroed = true; ///< the outputs of every question were 0 before
     int countHCalls = 0;
 
     // Each throws what it likes.
@@ -78,7 +77,7 @@ public:
     std::size_t throwingSlot = ~std::size_t{0};
 
 private:
-    static void mvThrow(const std::function<void()>& action) {
+    static void Throw(const std::function<void()>& action) {
         if (action) {
             action();
         }

@@ -7,15 +7,15 @@ void CAxisModel::Add(unsigned long offset, unsigned long size) {
     if (mCover.size() < offset + size) {
         mCover.resize(offset + size);
     }
-    bool bNewRun = true;
+    bool newRun = true;
     for (unsigned long position = offset; position < offset + size; ++position) {
         if (mCover[position] != 0) {
-            bNewRun = true;
+            newRun = true;
             continue;
         }
-        if (bNewRun) {
+        if (newRun) {
             ++mRuns;
-            bNewRun = false;
+            newRun = false;
         }
         mCover[position] = mRuns;
     }
@@ -61,6 +61,42 @@ unsigned long modelLinePitch(unsigned long format, unsigned long pixels, unsigne
         bytes += alignment - bytes % alignment;
     }
     return bytes + extra;
+}
+
+std::vector<SRegionSlot> randomSlots(CRandom* random, std::size_t count, unsigned range, unsigned highestEnabled) {
+    const auto below = [random](unsigned bound) { return static_cast<unsigned>(random->Below(bound)); };
+    std::vector<SRegionSlot> slots(count);
+    for (SRegionSlot& slot : slots) {
+        slot = {below(range), below(range), 1 + below(range / 2), 1 + below(range / 2), 1 + below(255), true};
+        switch (below(10)) {
+        case 0:
+            slot.enabled = 0;
+            break;
+        case 1:
+            slot.width = 0;
+            break;
+        case 2:
+            slot.height = 0;
+            break;
+        case 3:
+            slot.answers = false;
+            break;
+        case 4:
+            slot.enabled = highestEnabled;
+            break;
+        default:
+            break;
+        }
+    }
+    return slots;
+}
+
+std::size_t modelFrameBytes(const std::vector<SRegionModel>& regions, unsigned long format) {
+    std::size_t bytes = 0;
+    for (const SRegionModel& region : regions) {
+        bytes += region.height * modelLinePitch(format, region.width, 1, 0);
+    }
+    return bytes;
 }
 
 void CMultiROIModel::Update(const std::vector<SRegionModel>& regions, unsigned type, unsigned alignment) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "support/Random.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -39,14 +41,32 @@ struct SRegionModel {
 
 constexpr unsigned kCombinedLayout = 2; ///< type of a frame that arrives combined
 
+/// A slot of the camera. One that does not answer leaves the outputs alone, as after a failed driver request.
+struct SRegionSlot {
+    unsigned x = 0;
+    unsigned y = 0;
+    unsigned width = 0;
+    unsigned height = 0;
+    unsigned enabled = 1; ///< any number but 0 enables
+    bool answers = true;
+
+    bool Counts() const { return answers && enabled != 0 && width != 0 && height != 0; }
+    SRegionModel Region() const { return {x, y, width, height}; }
+};
+
+/// Slots of up to range pixels, now and then one of no use, or with only the highest bit of enabled set.
+std::vector<SRegionSlot> randomSlots(CRandom* random, std::size_t count, unsigned range, unsigned highestEnabled);
+
 unsigned long modelLinePitch(unsigned long format, unsigned long pixels, unsigned long alignment, unsigned long extra);
+/// Bytes of all blocks.
+std::size_t modelFrameBytes(const std::vector<SRegionModel>& regions, unsigned long format);
 
 /// Multi-ROI assembly as a plain state machine. Copies byte by byte.
 class CMultiROIModel {
 public:
     /// What an addition gives back.
     enum class Result { Null, Buffer, Data };
-    /// Where a region begins in a frame, and what is told of it.
+    /// Where a region begins in a frame, and its numbers.
     struct SPlace {
         unsigned long offset = 0; ///< bytes
         SRegionModel region;

@@ -44,11 +44,11 @@ std::shared_ptr<sim::CSimulatedDriver> makeDriver() {
 }
 
 /// Which columns or rows some region covers.
-std::vector<bool> covered(const std::vector<sim::SRectangle>& regions, bool bRows) {
-    std::vector<bool> cover(bRows ? kHeight : kWidth);
+std::vector<bool> covered(const std::vector<sim::SRectangle>& regions, bool asRows) {
+    std::vector<bool> cover(asRows ? kHeight : kWidth);
     for (const sim::SRectangle& region : regions) {
-        const unsigned first = bRows ? region.y : region.x;
-        for (unsigned i = first; i < first + (bRows ? region.height : region.width); ++i) {
+        const unsigned first = asRows ? region.y : region.x;
+        for (unsigned i = first; i < first + (asRows ? region.height : region.width); ++i) {
             cover[i] = true;
         }
     }
@@ -80,10 +80,10 @@ protected:
         }
         ASSERT_LT(equal, kWidth / 4);
     }
-    void SetRegions(const std::vector<sim::SRectangle>& regions, bool bDisabledBetween) {
+    void SetRegions(const std::vector<sim::SRectangle>& regions, bool disabledBetween) {
         std::vector<sim::SRoi> rois;
         for (const sim::SRectangle& region : regions) {
-            if (bDisabledBetween) {
+            if (disabledBetween) {
                 rois.push_back({false, {1, 1, 5, 5}});
             }
             rois.push_back({true, region});
@@ -146,11 +146,11 @@ protected:
                 if (!columns[x]) {
                     continue;
                 }
-                const bool bInside = std::any_of(mRegions.begin(), mRegions.end(), [=](const sim::SRectangle& region) {
+                const bool inside = std::any_of(mRegions.begin(), mRegions.end(), [=](const sim::SRectangle& region) {
                     return x >= region.x && x < region.x + region.width && y >= region.y &&
                            y < region.y + region.height;
                 });
-                ASSERT_EQ(std::memcmp(pixel, bInside ? Full(x, y) : black.data(), mPixelBytes), 0) << x << ' ' << y;
+                ASSERT_EQ(std::memcmp(pixel, inside ? Full(x, y) : black.data(), mPixelBytes), 0) << x << ' ' << y;
                 pixel += mPixelBytes;
             }
             line += pitch;
@@ -208,11 +208,11 @@ TEST_F(CMultiROICamera, Bands) {
     for (const unsigned count : {4U, 16U}) {
         for (const unsigned long format : {0UL, 1UL, 19UL}) {
             ASSERT_NO_FATAL_FAILURE(SetSlots(count, format));
-            for (const bool bDisabledBetween : {false, true}) {
-                if (bDisabledBetween && count == 4) {
+            for (const bool disabledBetween : {false, true}) {
+                if (disabledBetween && count == 4) {
                     continue;
                 }
-                SetRegions({{3, 2, 7, 5}, {30, 2, 20, 5}, {3, 20, 7, 9}, {30, 20, 20, 9}}, bDisabledBetween);
+                SetRegions({{3, 2, 7, 5}, {30, 2, 20, 5}, {3, 20, 7, 9}, {30, 20, 20, 9}}, disabledBetween);
                 std::vector<unsigned char> frame = Capture();
                 ASSERT_NO_FATAL_FAILURE(ExpectRegions(frame));
                 ASSERT_NO_FATAL_FAILURE(ExpectWhole(frame));
@@ -230,7 +230,7 @@ TEST_F(CMultiROICamera, Bands) {
     }
 }
 
-// One region of several slots is a plain image of the size that the driver tells.
+// One region of several slots is a plain image of the size that the driver reports.
 TEST_F(CMultiROICamera, OneRegion) {
     for (const unsigned count : {1U, 4U, 8U, 16U}) {
         ASSERT_NO_FATAL_FAILURE(SetSlots(count, 3));

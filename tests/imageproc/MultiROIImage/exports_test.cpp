@@ -3,12 +3,8 @@
 // that are left out or left alone, and random layouts and formats against the model.
 #include "VekTrgApi.h"
 #include "imageproc/MultiROIImage/MultiROIModel.h"
-#include "support/FailingAllocations.h"
 #include "support/FakeDriver.h"
-#include "support/GuardedBuffer.h"
-#include "support/Random.h"
-
-#include <gtest/gtest.h>
+#include "support/SampleTypes.h"
 
 #include <sys/resource.h>
 #include <unistd.h>
@@ -31,16 +27,6 @@ static_assert(std::is_same_v<decltype(VekCam_DecodingCombinedMultiROI),
                                  unsigned long*, unsigned long*)>);
 
 constexpr std::uint32_t kWhole = 0x80000000;
-
-/// A region slot of the driver. One that does not answer fails its request.
-struct SSlot {
-    unsigned x = 0;
-    unsigned y = 0;
-    unsigned width = 0;
-    unsigned height = 0;
-    unsigned enabled = 1;
-    bool answers = true;
-};
 
 /// What a call reports, with a mark in whatever it leaves alone.
 struct SOutputs {
@@ -86,11 +72,11 @@ protected:
         mDriver.controls[VEK_CID_IMAGE_HEIGHT] = height;
     }
     /// The slots from the first; the rest of them is not in use.
-    void SetSlots(const std::vector<SSlot>& slots) {
+    void SetSlots(const std::vector<SRegionSlot>& slots) {
         mRegions.clear();
         mDriver.regions.clear();
         for (unsigned i = 0; i < mMaxRois && i < slots.size(); ++i) {
-            const SSlot& slot = slots[i];
+            const SRegionSlot& slot = slots[i];
             if (!slot.answers) {
                 continue;
             }
@@ -102,8 +88,8 @@ protected:
             }
             bytes[8] = static_cast<std::uint8_t>(i);
             bytes[9] = static_cast<std::uint8_t>(slot.enabled);
-            if (slot.enabled != 0 && slot.width != 0 && slot.height != 0) {
-                mRegions.push_back({slot.x, slot.y, slot.width, slot.height});
+            if (slot.Counts()) {
+                mRegions.push_back(slot.Region());
             }
         }
     }
@@ -113,14 +99,7 @@ protected:
         const auto sensor = static_cast<unsigned short>(mDriver.controls[VEK_CID_COLOR_ARRAY]);
         return static_cast<unsigned long>(VekTransferPixelFormat(transfer, VekTransferColorArray(transfer, sensor)));
     }
-    /// Bytes of all blocks.
-    std::size_t FrameBytes() {
-        std::size_t bytes = 0;
-        for (const SRegionModel& region : mRegions) {
-            bytes += region.height * modelLinePitch(Format(), region.width, 1, 0);
-        }
-        return bytes;
-    }
+    std::size_t FrameBytes() { return modelFrameBytes(mRegions, Format()); }
 
     int Decode(unsigned long selector, unsigned char* frame, SOutputs* out, int missing = 0) {
         *out = kUntouched;
@@ -130,7 +109,7 @@ protected:
                                                (missing & kMissingHeight) != 0 ? nullptr : &out->numbers[1],
                                                (missing & kMissingPitch) != 0 ? nullptr : &out->numbers[2]);
     }
-    /// Refused, and nothing is told.
+    /// Refused, and nothing is written.
     ::testing::AssertionResult Refused(unsigned long selector, unsigned char* frame, int missing = 0) {
         mDriver.ClearLog();
         SOutputs out = kUntouched;
@@ -148,7 +127,7 @@ protected:
     ::testing::AssertionResult Matches(unsigned long selector, unsigned char* frame, std::uint64_t size, int missing) {
         SOutputs wanted = kUntouched;
         std::vector<std::uint8_t> image;
-        bool bBuffer = false;
+        bool buffer = false;
         mModel.Update(mRegions, mMaxRois == 8 ? 0 : kCombinedLayout, 1);
         if (mRegions.size() == 1) {
             const auto width = static_cast<unsigned long>(static_cast<long>(mDriver.controls[VEK_CID_IMAGE_WIDTH]));
@@ -160,7 +139,7 @@ protected:
         } else if (selector == kWhole) {
             mModel.Clear();
             const auto result = mModel.AddFrame(0, frame, size, Format());
-            bBuffer = result == CMultiROIModel::Result::Buffer;
+            buffer = result == CMultiROIModel::Result::Buffer;
             image = mModel.Image();
             wanted = {result == CMultiROIModel::Result::Data ? frame : nullptr,
                       {mModel.Size(0), mModel.Size(1), mModel.Pitch()}};
@@ -195,7 +174,7 @@ protected:
                    << "width, height, pitch " << out.numbers[0] << ", " << out.numbers[1] << ", " << out.numbers[2]
                    << ", not " << wanted.numbers[0] << ", " << wanted.numbers[1] << ", " << wanted.numbers[2];
         }
-        if (bBuffer) {
+        if (buffer) {
             if (out.image == nullptr ||
                 (out.image >= frame && out.image < frame + std::min<std::uint64_t>(size, FrameBytes()))) {
                 return ::testing::AssertionFailure() << "no combining image";
@@ -214,7 +193,7 @@ protected:
     /// The same on a frame of exactly so many bytes.
     ::testing::AssertionResult MatchesFrame(unsigned long selector, std::size_t size, int missing = 0) {
         SetSize(size);
-        CGuardedBuffer<std::uint8_t> frame(size, mRandom.Below(2) == 0 ? Flush::Left : Flush::Right);
+        CGuardedBuffer<std::uint8_t> frame(size, kFlushes[mRandom.Below(2)]);
         fillSamples(frame.data(), size, Pattern::Random, 8, mRandom);
         const std::vector<std::uint8_t> before(frame.data(), frame.data() + size);
         const ::testing::AssertionResult result = Matches(selector, frame.data(), size, missing);
@@ -227,29 +206,8 @@ protected:
         return ::testing::AssertionSuccess();
     }
 
-    std::vector<SSlot> RandomSlots(std::size_t count, unsigned range) {
-        std::vector<SSlot> slots(count);
-        const auto below = [this](unsigned bound) { return static_cast<unsigned>(mRandom.Below(bound)); };
-        for (SSlot& slot : slots) {
-            slot = {below(range), below(range), 1 + below(range / 2), 1 + below(range / 2), 1 + below(255), true};
-            switch (below(12)) {
-            case 0:
-                slot.enabled = 0;
-                break;
-            case 1:
-                slot.width = 0;
-                break;
-            case 2:
-                slot.height = 0;
-                break;
-            case 3:
-                slot.answers = false;
-                break;
-            default:
-                break;
-            }
-        }
-        return slots;
+    std::vector<SRegionSlot> RandomSlots(std::size_t count, unsigned range) {
+        return randomSlots(&mRandom, count, range, 0x80);
     }
 
     CRandom mRandom{31};
@@ -283,7 +241,7 @@ TEST_F(CMultiROIExport, NullHandle) {
 TEST_F(CMultiROIExport, NoRegions) {
     unsigned char frame[8] = {};
     SetSize(8);
-    const std::vector<SSlot> layouts[] = {{}, {{0, 0, 0, 2}}, {{0, 0, 2, 0}}, {{0, 0, 2, 2, 0}}};
+    const std::vector<SRegionSlot> layouts[] = {{}, {{0, 0, 0, 2}}, {{0, 0, 2, 0}}, {{0, 0, 2, 2, 0}}};
     for (const unsigned maxRois : {8U, 4U, 0U}) {
         SetCamera(maxRois);
         for (const auto& slots : layouts) {
@@ -304,8 +262,9 @@ TEST_F(CMultiROIExport, NoFrameSize) {
     for (const unsigned maxRois : {8U, 4U}) {
         SetCamera(maxRois);
         SetImage(2, 2);
-        for (const bool bSingle : {false, true}) {
-            SetSlots(bSingle ? std::vector<SSlot>{{0, 0, 2, 2}} : std::vector<SSlot>{{0, 0, 2, 2}, {4, 0, 2, 2}});
+        for (const bool single : {false, true}) {
+            SetSlots(single ? std::vector<SRegionSlot>{{0, 0, 2, 2}}
+                            : std::vector<SRegionSlot>{{0, 0, 2, 2}, {4, 0, 2, 2}});
             for (const unsigned long selector : {0UL, 1UL, 2UL, 0x80000000UL}) {
                 for (int missing = 0; missing < 16; ++missing) {
                     SetSize(0);
@@ -330,7 +289,7 @@ TEST_F(CMultiROIExport, Selectors) {
         SetImage(2, 2);
         SetSize(64);
         for (unsigned long count = 1; count <= std::min(4U, maxRois); ++count) {
-            std::vector<SSlot> slots;
+            std::vector<SRegionSlot> slots;
             for (unsigned i = 0; i < count; ++i) {
                 slots.push_back({4 * i, 0, 2, 2});
             }
@@ -353,7 +312,7 @@ TEST_F(CMultiROIExport, Selectors) {
     }
 }
 
-// Without a frame a region's place cannot be told, but its numbers can, and so can those of an image that the camera
+// Without a frame a region has no place, but its numbers are known, and so are those of an image that the camera
 // combined; without an output for the image nothing is done.
 TEST_F(CMultiROIExport, NullFrame) {
     for (const unsigned maxRois : {8U, 4U}) {
@@ -361,7 +320,7 @@ TEST_F(CMultiROIExport, NullFrame) {
         SetSlots({{0, 0, 2, 2}, {4, 0, 3, 2}});
         SetSize(10);
         for (int missing = 0; missing < 16; ++missing) {
-            const auto told = [&](unsigned long width, unsigned long height, unsigned long pitch) {
+            const auto known = [&](unsigned long width, unsigned long height, unsigned long pitch) {
                 SOutputs out = kUntouched;
                 out.image = (missing & kMissingImage) != 0 ? out.image : nullptr;
                 const unsigned long numbers[] = {width, height, pitch};
@@ -375,10 +334,10 @@ TEST_F(CMultiROIExport, NullFrame) {
             SOutputs out = kUntouched;
             EXPECT_EQ(Decode(1, nullptr, &out, missing), 0);
             EXPECT_EQ(out,
-                      told(lowHalf(kMarks[0], 3), lowHalf(kMarks[1], 2), lowHalf(kMarks[2], maxRois == 8 ? 3 : 5)));
+                      known(lowHalf(kMarks[0], 3), lowHalf(kMarks[1], 2), lowHalf(kMarks[2], maxRois == 8 ? 3 : 5)));
             if (maxRois == 4 || (missing & kMissingImage) != 0) {
                 EXPECT_EQ(Decode(kWhole, nullptr, &out, missing), 0);
-                EXPECT_EQ(out, told(5, 2, 5));
+                EXPECT_EQ(out, known(5, 2, 5));
             } else {
                 EXPECT_TRUE(Refused(kWhole, nullptr, missing)); // here pixels would be copied
             }
@@ -449,7 +408,7 @@ TEST_F(CMultiROIExport, SingleRegionByHand) {
 
 // The second of two enabled regions in the third and the eighth slot.
 TEST_F(CMultiROIExport, IndexCountsEnabledRegions) {
-    std::vector<SSlot> slots(8);
+    std::vector<SRegionSlot> slots(8);
     slots[2] = {10, 20, 3, 2};
     slots[7] = {30, 40, 2, 2};
     SetSlots(slots);
@@ -704,12 +663,12 @@ TEST_F(CMultiROIExport, ImageThatCannotBeMade) {
     limited.rlim_cur = pages * static_cast<unsigned long>(sysconf(_SC_PAGESIZE)) + (256UL << 20);
     ASSERT_EQ(setrlimit(RLIMIT_AS, &limited), 0);
     void* const probe = std::malloc(2UL << 30);
-    const bool bLimited = probe == nullptr;
+    const bool isLimited = probe == nullptr;
     std::free(probe);
     SOutputs out = kUntouched;
-    const int status = bLimited ? Decode(kWhole, frame.data(), &out) : 0;
+    const int status = isLimited ? Decode(kWhole, frame.data(), &out) : 0;
     EXPECT_EQ(setrlimit(RLIMIT_AS, &before), 0);
-    if (!bLimited) {
+    if (!isLimited) {
         GTEST_SKIP() << "memory cannot be limited here";
     }
     EXPECT_EQ(status, 0);

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace vek::test {
@@ -32,6 +33,9 @@ protected:
     void* AddFrame(unsigned long frameId, Bytes& frame, unsigned long format = kMono8) {
         return mModule->AddImageData(frameId, frame.data(), frame.size(), format);
     }
+    void* AddBlock(unsigned long frameId, Bytes& block, const SRegionModel& at, unsigned long format = kMono8) {
+        return mModule->AddImageData(frameId, block.data(), block.size(), format, at.x, at.y, at.width, at.height, 0);
+    }
     /// The combining image that came back.
     Bytes Image(const void* result) {
         EXPECT_NE(result, nullptr);
@@ -43,9 +47,8 @@ protected:
     }
     /// Offset of a region in a frame, with the pitch it is given.
     std::ptrdiff_t Offset(unsigned index, Bytes& frame, unsigned pitch, unsigned long format = kMono8) {
-        unsigned out[5] = {};
-        void* const place = mModule->GetEachROIData(index, frame.data(), frame.size(), format, &out[0], &out[1],
-                                                    &out[2], &out[3], &out[4]);
+        RegionNumbers out{};
+        void* const place = eachROI(*mModule, index, frame.data(), frame.size(), format, &out);
         EXPECT_NE(place, nullptr);
         EXPECT_EQ(out[4], pitch);
         return static_cast<std::uint8_t*>(place) - frame.data();
@@ -81,6 +84,30 @@ TEST(CGoldenROIInfo, AxisZeroIsHorizontal) {
     EXPECT_EQ(region.GetSize(1), 4U);
 }
 
+namespace {
+
+using Intervals = std::vector<std::pair<unsigned long, unsigned long>>;
+
+/// Offset and size of each interval.
+Intervals intervalsOf(const CManageOffset& axis) {
+    Intervals all;
+    for (const SOFFSET_AND_SIZE& interval : axis.Intervals()) {
+        all.emplace_back(interval.offset, interval.size);
+    }
+    return all;
+}
+
+/// An axis on which these were covered, one after the other.
+CManageOffset axisOf(const Intervals& covered) {
+    CManageOffset axis;
+    for (const auto& [offset, size] : covered) {
+        axis.SetEffectiveRegion(offset, size);
+    }
+    return axis;
+}
+
+} // namespace
+
 // 0..99 and 200..299: position 200 comes to 100; the gap between does not move.
 TEST(CGoldenManageOffset, GapsAreSqueezedOut) {
     CManageOffset axis;
@@ -100,59 +127,34 @@ TEST(CGoldenManageOffset, GapsAreSqueezedOut) {
 
 // 0..99 and 50..149: what is covered already is cut off.
 TEST(CGoldenManageOffset, OverlapsCountOnce) {
-    CManageOffset axis;
-    axis.SetEffectiveRegion(0, 100);
-    axis.SetEffectiveRegion(50, 100);
-    ASSERT_EQ(axis.Intervals().size(), 2U);
-    EXPECT_EQ(axis.Intervals()[0].offset, 0U);
-    EXPECT_EQ(axis.Intervals()[0].size, 100U);
-    EXPECT_EQ(axis.Intervals()[1].offset, 100U);
-    EXPECT_EQ(axis.Intervals()[1].size, 50U);
+    const CManageOffset axis = axisOf({{0, 100}, {50, 100}});
+    EXPECT_EQ(intervalsOf(axis), (Intervals{{0, 100}, {100, 50}}));
     EXPECT_EQ(axis.GetSize(), 150U);
 }
 
 // 50..149 before 0..99: the part in front is a piece of its own, the rest is covered.
 TEST(CGoldenManageOffset, PieceInFront) {
-    CManageOffset axis;
-    axis.SetEffectiveRegion(50, 100);
-    axis.SetEffectiveRegion(0, 100);
-    ASSERT_EQ(axis.Intervals().size(), 2U);
-    EXPECT_EQ(axis.Intervals()[0].offset, 0U);
-    EXPECT_EQ(axis.Intervals()[0].size, 50U);
-    EXPECT_EQ(axis.Intervals()[1].offset, 50U);
+    const CManageOffset axis = axisOf({{50, 100}, {0, 100}});
+    EXPECT_EQ(intervalsOf(axis), (Intervals{{0, 50}, {50, 100}}));
     EXPECT_EQ(axis.GetSize(), 150U);
 }
 
 // 2..3 and 6..7, then 0..9: three gaps are filled by pieces 0..1, 4..5, 8..9.
 TEST(CGoldenManageOffset, OneIntervalFillsSeveralGaps) {
-    CManageOffset axis;
-    axis.SetEffectiveRegion(6, 2);
-    axis.SetEffectiveRegion(2, 2);
-    axis.SetEffectiveRegion(0, 10);
-    ASSERT_EQ(axis.Intervals().size(), 5U);
-    for (unsigned i = 0; i < 5; ++i) {
-        EXPECT_EQ(axis.Intervals()[i].offset, 2 * i);
-        EXPECT_EQ(axis.Intervals()[i].size, 2U);
-    }
+    const CManageOffset axis = axisOf({{6, 2}, {2, 2}, {0, 10}});
+    EXPECT_EQ(intervalsOf(axis), (Intervals{{0, 2}, {2, 2}, {4, 2}, {6, 2}, {8, 2}}));
     EXPECT_EQ(axis.GetSize(), 10U);
 }
 
 // Neighbours touch and stay two.
 TEST(CGoldenManageOffset, NeighboursAreNotMerged) {
-    CManageOffset axis;
-    axis.SetEffectiveRegion(4, 4);
-    axis.SetEffectiveRegion(0, 4);
-    axis.SetEffectiveRegion(8, 1);
+    const CManageOffset axis = axisOf({{4, 4}, {0, 4}, {8, 1}});
     EXPECT_EQ(axis.Intervals().size(), 3U);
     EXPECT_EQ(axis.GetSize(), 9U);
 }
 
 TEST(CGoldenManageOffset, CoveredIntervalsChangeNothing) {
-    CManageOffset axis;
-    axis.SetEffectiveRegion(10, 20);
-    axis.SetEffectiveRegion(10, 20);
-    axis.SetEffectiveRegion(15, 5);
-    axis.SetEffectiveRegion(29, 1);
+    const CManageOffset axis = axisOf({{10, 20}, {10, 20}, {15, 5}, {29, 1}});
     EXPECT_EQ(axis.Intervals().size(), 1U);
     EXPECT_EQ(axis.GetSize(), 20U);
 }
@@ -221,11 +223,11 @@ TEST_F(CGoldenMultiROI, SecondBlockFinishesTheFrame) {
     Update({{0, 0, 2, 1}, {4, 0, 2, 1}});
     Bytes first{1, 2};
     Bytes second{3, 4};
-    EXPECT_EQ(mModule->AddImageData(1, first.data(), 2, kMono8, 0, 0, 2, 1, 0), nullptr);
-    const void* const image = mModule->AddImageData(1, second.data(), 2, kMono8, 4, 0, 2, 1, 0);
+    EXPECT_EQ(AddBlock(1, first, {0, 0, 2, 1}), nullptr);
+    const void* const image = AddBlock(1, second, {4, 0, 2, 1});
     EXPECT_EQ(Image(image), (Bytes{1, 2, 3, 4}));
     // Further blocks of the same frame go on giving the image.
-    EXPECT_EQ(mModule->AddImageData(1, second.data(), 2, kMono8, 0, 0, 2, 1, 0), image);
+    EXPECT_EQ(AddBlock(1, second, {0, 0, 2, 1}), image);
     EXPECT_EQ(Image(image), (Bytes{3, 4, 3, 4}));
 }
 
@@ -233,8 +235,8 @@ TEST_F(CGoldenMultiROI, SecondBlockFinishesTheFrame) {
 TEST_F(CGoldenMultiROI, BlocksAreCounted) {
     Update({{0, 0, 2, 1}, {4, 0, 2, 1}});
     Bytes block{1, 2};
-    EXPECT_EQ(mModule->AddImageData(1, block.data(), 2, kMono8, 0, 0, 2, 1, 0), nullptr);
-    EXPECT_EQ(Image(mModule->AddImageData(1, block.data(), 2, kMono8, 0, 0, 2, 1, 0)), (Bytes{1, 2, 0, 0}));
+    EXPECT_EQ(AddBlock(1, block, {0, 0, 2, 1}), nullptr);
+    EXPECT_EQ(Image(AddBlock(1, block, {0, 0, 2, 1})), (Bytes{1, 2, 0, 0}));
 }
 
 // Another identifier starts the count anew; the image keeps what is in it.
@@ -242,11 +244,11 @@ TEST_F(CGoldenMultiROI, NewFramesCountAnewAndKeepTheImage) {
     Update({{0, 0, 2, 1}, {4, 0, 2, 1}});
     Bytes block{1, 2};
     Bytes other{3, 4};
-    EXPECT_EQ(mModule->AddImageData(1, block.data(), 2, kMono8, 0, 0, 2, 1, 0), nullptr);
-    EXPECT_EQ(mModule->AddImageData(2, other.data(), 2, kMono8, 4, 0, 2, 1, 0), nullptr);
-    EXPECT_EQ(Image(mModule->AddImageData(2, other.data(), 2, kMono8, 4, 0, 2, 1, 0)), (Bytes{1, 2, 3, 4}));
+    EXPECT_EQ(AddBlock(1, block, {0, 0, 2, 1}), nullptr);
+    EXPECT_EQ(AddBlock(2, other, {4, 0, 2, 1}), nullptr);
+    EXPECT_EQ(Image(AddBlock(2, other, {4, 0, 2, 1})), (Bytes{1, 2, 3, 4}));
     mModule->ClearInsideImageBuffer();
-    EXPECT_EQ(Image(mModule->AddImageData(2, other.data(), 2, kMono8, 4, 0, 2, 1, 0)), (Bytes{0, 0, 3, 4}));
+    EXPECT_EQ(Image(AddBlock(2, other, {4, 0, 2, 1})), (Bytes{0, 0, 3, 4}));
 }
 
 // The counter starts at 0 for identifier 0, and a new layout does not reset it: the second layout's first block is the
@@ -254,10 +256,10 @@ TEST_F(CGoldenMultiROI, NewFramesCountAnewAndKeepTheImage) {
 TEST_F(CGoldenMultiROI, CountOutlivesTheLayout) {
     Update({{0, 0, 2, 1}, {4, 0, 2, 1}});
     Bytes block{1, 2};
-    EXPECT_EQ(mModule->AddImageData(0, block.data(), 2, kMono8, 0, 0, 2, 1, 0), nullptr);
-    EXPECT_NE(mModule->AddImageData(0, block.data(), 2, kMono8, 0, 0, 2, 1, 0), nullptr);
+    EXPECT_EQ(AddBlock(0, block, {0, 0, 2, 1}), nullptr);
+    EXPECT_NE(AddBlock(0, block, {0, 0, 2, 1}), nullptr);
     Update({{0, 0, 2, 1}, {4, 0, 2, 1}, {8, 0, 1, 1}});
-    EXPECT_EQ(Image(mModule->AddImageData(0, block.data(), 2, kMono8, 4, 0, 2, 1, 0)), (Bytes{0, 0, 1, 2, 0}));
+    EXPECT_EQ(Image(AddBlock(0, block, {4, 0, 2, 1})), (Bytes{0, 0, 1, 2, 0}));
 }
 
 // A new layout drops the image, the pitch stays until the next block.
@@ -276,11 +278,9 @@ TEST_F(CGoldenMultiROI, PitchOutlivesTheLayout) {
 TEST_F(CGoldenMultiROI, AnotherFormatMakesAnotherImage) {
     Update({{0, 0, 2, 1}, {4, 0, 2, 1}});
     Bytes block{1, 2, 3, 4};
-    EXPECT_EQ(mModule->AddImageData(1, block.data(), 2, kMono8, 0, 0, 2, 1, 0), nullptr);
-    EXPECT_EQ(Image(mModule->AddImageData(1, block.data(), 4, kMono10, 4, 0, 2, 1, 0)),
-              (Bytes{0, 0, 0, 0, 1, 2, 3, 4}));
-    EXPECT_EQ(Image(mModule->AddImageData(1, block.data(), 4, kMono10, 0, 0, 2, 1, 0)),
-              (Bytes{1, 2, 3, 4, 1, 2, 3, 4}));
+    EXPECT_EQ(AddBlock(1, block, {0, 0, 2, 1}), nullptr);
+    EXPECT_EQ(Image(AddBlock(1, block, {4, 0, 2, 1}, kMono10)), (Bytes{0, 0, 0, 0, 1, 2, 3, 4}));
+    EXPECT_EQ(Image(AddBlock(1, block, {0, 0, 2, 1}, kMono10)), (Bytes{1, 2, 3, 4, 1, 2, 3, 4}));
 }
 
 // A block's size is not looked at; its rows may be apart.
@@ -298,9 +298,8 @@ TEST_F(CGoldenMultiROI, BlocksThatDoNotFitAreSkipped) {
     EXPECT_EQ(AddFrame(1, frame), nullptr); // two blocks of three
     EXPECT_EQ(Image(AddFrame(1, frame)), (Bytes{0, 0, 0, 0, 1, 2, 3}));
     // The place of a region does not move forward in that way.
-    unsigned out[5] = {};
-    EXPECT_EQ(mModule->GetEachROIData(1, frame.data(), 3, kMono8, &out[0], &out[1], &out[2], &out[3], &out[4]),
-              nullptr);
+    RegionNumbers out{};
+    EXPECT_EQ(eachROI(*mModule, 1, frame.data(), 3, kMono8, &out), nullptr);
 }
 
 // The result is that of the last block that was taken.
@@ -340,13 +339,13 @@ TEST_F(CGoldenMultiROI, HalfBytesReachIntoTheNextRow) {
 TEST_F(CGoldenMultiROI, BlocksOutsideCountAndAreNotCopied) {
     Update({{0, 0, 2, 1}, {0, 1, 2, 1}, {0, 2, 2, 1}});
     Bytes block{1, 2};
-    EXPECT_EQ(mModule->AddImageData(1, block.data(), 2, kMono8, 1, 0, 2, 1, 0), nullptr);
-    EXPECT_EQ(mModule->AddImageData(1, block.data(), 2, kMono8, 0, 3, 2, 1, 0), nullptr);
-    EXPECT_EQ(Image(mModule->AddImageData(1, block.data(), 2, kMono8, 0, 1, 2, 1, 0)), (Bytes{0, 0, 1, 2, 0, 0}));
+    EXPECT_EQ(AddBlock(1, block, {1, 0, 2, 1}), nullptr);
+    EXPECT_EQ(AddBlock(1, block, {0, 3, 2, 1}), nullptr);
+    EXPECT_EQ(Image(AddBlock(1, block, {0, 1, 2, 1})), (Bytes{0, 0, 1, 2, 0, 0}));
     // One outside is the last that the frame waits for.
-    EXPECT_EQ(mModule->AddImageData(2, block.data(), 2, kMono8, 0, 0, 2, 1, 0), nullptr);
-    EXPECT_EQ(mModule->AddImageData(2, block.data(), 2, kMono8, 0, 2, 2, 1, 0), nullptr);
-    EXPECT_EQ(Image(mModule->AddImageData(2, block.data(), 2, kMono8, 0, 0, 3, 1, 0)), (Bytes{1, 2, 1, 2, 1, 2}));
+    EXPECT_EQ(AddBlock(2, block, {0, 0, 2, 1}), nullptr);
+    EXPECT_EQ(AddBlock(2, block, {0, 2, 2, 1}), nullptr);
+    EXPECT_EQ(Image(AddBlock(2, block, {0, 0, 3, 1})), (Bytes{1, 2, 1, 2, 1, 2}));
 }
 
 // Without data there is nothing to copy, and no image; the block has counted.
@@ -354,7 +353,7 @@ TEST_F(CGoldenMultiROI, BlocksWithoutData) {
     Update({{0, 0, 2, 1}, {0, 1, 2, 1}});
     Bytes block{1, 2};
     EXPECT_EQ(mModule->AddImageData(1, nullptr, 2, kMono8, 0, 0, 2, 1, 0), nullptr);
-    EXPECT_EQ(Image(mModule->AddImageData(1, block.data(), 2, kMono8, 0, 1, 2, 1, 0)), (Bytes{0, 0, 1, 2}));
+    EXPECT_EQ(Image(AddBlock(1, block, {0, 1, 2, 1})), (Bytes{0, 0, 1, 2}));
     EXPECT_EQ(mModule->AddImageData(1, nullptr, 2, kMono8, 0, 0, 2, 1, 0), nullptr);
 }
 
@@ -362,14 +361,9 @@ TEST_F(CGoldenMultiROI, BlocksWithoutData) {
 TEST_F(CGoldenMultiROI, PlacesWithoutAFrame) {
     for (const int type : {0, 2}) {
         Update({{50, 1, 3, 2}, {10, 2, 2, 2}}, type);
-        unsigned out[5] = {7, 7, 7, 7, 7};
-        EXPECT_EQ(mModule->GetEachROIData(1, nullptr, 10, kMono8, &out[0], &out[1], &out[2], &out[3], &out[4]),
-                  nullptr);
-        EXPECT_EQ(out[0], 10U);
-        EXPECT_EQ(out[1], 2U);
-        EXPECT_EQ(out[2], 2U);
-        EXPECT_EQ(out[3], 2U);
-        EXPECT_EQ(out[4], type == 0 ? 2U : 5U);
+        RegionNumbers out{7, 7, 7, 7, 7};
+        EXPECT_EQ(eachROI(*mModule, 1, nullptr, 10, kMono8, &out), nullptr);
+        EXPECT_EQ(out, (RegionNumbers{10, 2, 2, 2, type == 0 ? 2U : 5U}));
         EXPECT_EQ(mModule->AddImageData(1, nullptr, 10, kMono8), nullptr);
     }
 }
@@ -381,21 +375,12 @@ TEST_F(CGoldenMultiROI, PlacesOfBlocks) {
     EXPECT_EQ(Offset(0, frame, 3), 0);
     EXPECT_EQ(Offset(1, frame, 2), 6);
     EXPECT_EQ(Offset(2, frame, 2), 10);
-    unsigned out[5] = {7, 7, 7, 7, 7};
-    EXPECT_EQ(mModule->GetEachROIData(3, frame.data(), 12, kMono8, &out[0], &out[1], &out[2], &out[3], &out[4]),
-              nullptr);
-    EXPECT_EQ(mModule->GetEachROIData(2, frame.data(), 11, kMono8, &out[0], &out[1], &out[2], &out[3], &out[4]),
-              nullptr);
-    for (const unsigned o : out) {
-        EXPECT_EQ(o, 7U);
-    }
-    EXPECT_NE(mModule->GetEachROIData(0, frame.data(), 12, kMono8, &out[0], &out[1], &out[2], &out[3], &out[4]),
-              nullptr);
-    EXPECT_EQ(out[0], 50U);
-    EXPECT_EQ(out[1], 1U);
-    EXPECT_EQ(out[2], 3U);
-    EXPECT_EQ(out[3], 2U);
-    EXPECT_EQ(out[4], 3U);
+    RegionNumbers out{7, 7, 7, 7, 7};
+    EXPECT_EQ(eachROI(*mModule, 3, frame.data(), 12, kMono8, &out), nullptr);
+    EXPECT_EQ(eachROI(*mModule, 2, frame.data(), 11, kMono8, &out), nullptr);
+    EXPECT_EQ(out, (RegionNumbers{7, 7, 7, 7, 7}));
+    EXPECT_NE(eachROI(*mModule, 0, frame.data(), 12, kMono8, &out), nullptr);
+    EXPECT_EQ(out, (RegionNumbers{50, 1, 3, 2, 3}));
 }
 
 // A camera that combines by itself: the frame comes back, whatever its size, and only the pitch is set.

@@ -3,14 +3,8 @@
 #include "imageproc/MultiROIImage.h"
 #include "imageproc/MultiROIImage/MultiROICalls.h"
 #include "imageproc/MultiROIImage/MultiROIModel.h"
-#include "support/FailingAllocations.h"
-#include "support/GuardedBuffer.h"
-#include "support/Random.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -21,8 +15,6 @@
 namespace vek::test {
 
 namespace {
-
-constexpr Flush kFlushes[] = {Flush::Left, Flush::Right};
 
 // Upper 16 bits of the formats that cameras deliver, with any code below: 8, 16, 12, 24 and 48 bits a pixel.
 constexpr unsigned long kFormats[] = {0x01080009, 0x01100011, 0x020C005A, 0x02180015, 0x02300019};
@@ -62,7 +54,7 @@ protected:
         camera.slots = slots;
         camera.type = type;
         EXPECT_FALSE(mModule->UpdateROIInfo(&camera, alignment));
-        EXPECT_TRUE(camera.bAllZeroed);
+        EXPECT_TRUE(camera.allZeroed);
         EXPECT_EQ(camera.countHCalls, 0);
         EXPECT_EQ(camera.asked.size(), slots.size());
         for (std::size_t i = 0; i < camera.asked.size(); ++i) {
@@ -70,8 +62,8 @@ protected:
         }
         std::vector<SRegionModel> regions;
         for (const SRegionSlot& slot : slots) {
-            if (slot.answers && slot.enabled != 0 && slot.width != 0 && slot.height != 0) {
-                regions.push_back({slot.x, slot.y, slot.width, slot.height});
+            if (slot.Counts()) {
+                regions.push_back(slot.Region());
             }
         }
         mModel.Update(regions, static_cast<unsigned>(type), alignment);
@@ -141,17 +133,17 @@ protected:
         return ResultMatches(result, expected, frame.data());
     }
 
-    /// A block with so many bytes between the rows; the last row has none behind it. Its size is not told.
+    /// A block with so many bytes between the rows; the last row has none behind it. Its size is not given.
     ::testing::AssertionResult AddBlock(unsigned long frameId, unsigned long format, const SRegionModel& region,
                                         unsigned long padding, Flush flush) {
         const unsigned long rowBytes = modelLinePitch(format, region.width, 1, 0);
         const unsigned long pitch = rowBytes + padding;
         CGuardedBuffer<std::uint8_t> block((region.height - 1) * pitch + rowBytes, flush);
         fillSamples(block.data(), block.size(), Pattern::Random, 8, mRandom);
-        const unsigned long told = padding == 0 && mRandom.Below(2) == 0 ? 0 : pitch;
+        const unsigned long given = padding == 0 && mRandom.Below(2) == 0 ? 0 : pitch;
         void* const result = mModule->AddImageData(frameId, block.data(), mRandom.Below(2) == 0 ? 0 : block.size(),
-                                                   format, region.x, region.y, region.width, region.height, told);
-        const auto expected = mModel.AddBlock(frameId, block.data(), format, region, told);
+                                                   format, region.x, region.y, region.width, region.height, given);
+        const auto expected = mModel.AddBlock(frameId, block.data(), format, region, given);
         return ResultMatches(result, expected, block.data());
     }
 
@@ -162,8 +154,8 @@ protected:
         for (unsigned index = 0; index < mModel.Regions().size() + 2; ++index) {
             const auto expected = mModel.Place(index, dataSize, format);
             for (unsigned missing = 0; missing <= 5; ++missing) {
-                std::array<unsigned, 5> out{91, 92, 93, 94, 95};
-                std::array<unsigned, 5> wanted = out;
+                RegionNumbers out{91, 92, 93, 94, 95};
+                RegionNumbers wanted = out;
                 if (expected) {
                     wanted = {static_cast<unsigned>(expected->region.x), static_cast<unsigned>(expected->region.y),
                               static_cast<unsigned>(expected->region.width),
@@ -192,43 +184,12 @@ protected:
     }
 
     std::vector<SRegionSlot> RandomSlots(std::size_t count, unsigned range) {
-        std::vector<SRegionSlot> slots(count);
-        for (SRegionSlot& slot : slots) {
-            const auto below = [this](unsigned bound) { return static_cast<unsigned>(mRandom.Below(bound)); };
-            slot = {below(range), below(range), 1 + below(range / 2), 1 + below(range / 2), 1, true};
-            switch (below(10)) {
-            case 0:
-                slot.enabled = 0;
-                break;
-            case 1:
-                slot.width = 0;
-                break;
-            case 2:
-                slot.height = 0;
-                break;
-            case 3:
-                slot.answers = false;
-                break;
-            case 4:
-                slot.enabled = 0x80000000U; // any value but 0 enables
-                break;
-            default:
-                break;
-            }
-        }
-        return slots;
+        return randomSlots(&mRandom, count, range, 0x80000000U);
     }
 
     unsigned long RandomFormat() { return kFormats[mRandom.Below(std::size(kFormats))]; }
 
-    /// Bytes of all blocks.
-    std::size_t FrameBytes(unsigned long format) const {
-        std::size_t bytes = 0;
-        for (const SRegionModel& region : mModel.Regions()) {
-            bytes += region.height * modelLinePitch(format, region.width, 1, 0);
-        }
-        return bytes;
-    }
+    std::size_t FrameBytes(unsigned long format) const { return modelFrameBytes(mModel.Regions(), format); }
 
     CRandom mRandom{20240229};
     MultiROIImagePtr mModule;
@@ -320,12 +281,9 @@ TEST_F(CMultiROIModelTest, NothingBeforeTheFirstUpdate) {
     mModule->ClearInsideImageBuffer();
     std::uint8_t data[16] = {};
     EXPECT_EQ(mModule->AddImageData(0, data, sizeof data, 0x00080000), nullptr);
-    unsigned out[5] = {1, 2, 3, 4, 5};
-    EXPECT_EQ(mModule->GetEachROIData(0, data, sizeof data, 0x00080000, &out[0], &out[1], &out[2], &out[3], &out[4]),
-              nullptr);
-    for (unsigned i = 0; i < 5; ++i) {
-        EXPECT_EQ(out[i], i + 1);
-    }
+    RegionNumbers out{1, 2, 3, 4, 5};
+    EXPECT_EQ(eachROI(*mModule, 0, data, sizeof data, 0x00080000, &out), nullptr);
+    EXPECT_EQ(out, (RegionNumbers{1, 2, 3, 4, 5}));
     EXPECT_TRUE(SizesMatch());
 }
 
@@ -383,7 +341,7 @@ TEST_F(CMultiROIModelTest, RandomHistoriesOfBlocks) {
     }
 }
 
-// A block need not be a region: it goes where its corner goes, as wide and high as it is told to be.
+// A block need not be a region: it goes where its corner goes, as wide and high as the call says.
 TEST_F(CMultiROIModelTest, BlocksThatAreNoRegions) {
     for (int round = 0; round < 300; ++round) {
         Update(RandomSlots(2 + mRandom.Below(5), 16), 0, 1);
@@ -437,9 +395,9 @@ TEST_F(CMultiROIModelTest, ExceptionsEndTheScan) {
             camera.slots = {{0, 0, 3, 2}, {9, 9, 0, 2}, {5, 0, 4, 2}, {20, 8, 2, 1}, {30, 0, 1, 1}};
             camera.throwingSlot = at;
             camera.onSlot = thrower;
-            bool bReturned = true;
-            ASSERT_NO_THROW(bReturned = mModule->UpdateROIInfo(&camera, 1));
-            EXPECT_FALSE(bReturned);
+            bool returned = true;
+            ASSERT_NO_THROW(returned = mModule->UpdateROIInfo(&camera, 1));
+            EXPECT_FALSE(returned);
             EXPECT_EQ(camera.asked.size(), at + 1);
             std::vector<SRegionModel> kept;
             if (at > 0) {
@@ -490,11 +448,11 @@ TEST_F(CMultiROIModelTest, BlocksOutsideAreNotCopied) {
             for (const unsigned long pitch : {0UL, 1UL, kMax}) {
                 // The first of a frame's two blocks, then the second.
                 ++frameId;
-                for (const bool bComplete : {false, true}) {
+                for (const bool complete : {false, true}) {
                     const void* const result =
                         mModule->AddImageData(frameId, unreadable.data() - 1, 0, format, region.x, region.y,
                                               region.width, region.height, pitch);
-                    EXPECT_EQ(result != nullptr, bComplete)
+                    EXPECT_EQ(result != nullptr, complete)
                         << region.x << ' ' << region.y << ' ' << region.width << ' ' << region.height;
                 }
             }
@@ -517,8 +475,8 @@ TEST_F(CMultiROIModelTest, FormatsWithoutBits) {
         mModule->AddImageData(1, data, 100, format);
         EXPECT_EQ(mModule->GetCombiningImageLinePitch(), 0U);
         mModule->ClearInsideImageBuffer();
-        unsigned out[5] = {};
-        EXPECT_EQ(mModule->GetEachROIData(1, data, 0, format, &out[0], &out[1], &out[2], &out[3], &out[4]), data);
+        RegionNumbers out{};
+        EXPECT_EQ(eachROI(*mModule, 1, data, 0, format, &out), data);
         EXPECT_EQ(out[4], 0U);
     }
 }
@@ -571,18 +529,16 @@ TEST_F(CMultiROIModelTest, BlocksBeyond64Bits) {
         CScriptedRegions camera;
         camera.slots = slots;
         mModule->UpdateROIInfo(&camera, 1);
-        unsigned out[5] = {1, 2, 3, 4, 5};
+        RegionNumbers out{1, 2, 3, 4, 5};
         for (unsigned index = 0; index < 3; ++index) {
-            EXPECT_EQ(mModule->GetEachROIData(index, frame.data(), frame.size(), kFormat, &out[0], &out[1], &out[2],
-                                              &out[3], &out[4]),
-                      nullptr);
+            EXPECT_EQ(eachROI(*mModule, index, frame.data(), frame.size(), kFormat, &out), nullptr);
             EXPECT_EQ(out[4], 5U);
         }
         EXPECT_EQ(mModule->AddImageData(1, frame.data(), frame.size(), kFormat), nullptr);
     }
 }
 
-// Widths beyond 32 bits: nothing lands outside of what was allocated, whichever columns a block names.
+// Widths beyond 32 bits: nothing lands outside of what was allocated, whatever columns a block names.
 TEST_F(CMultiROIModelTest, WidthsBeyond32Bits) {
     constexpr unsigned kMost = 0xFFFFFFFF;
     CGuardedBuffer<std::uint8_t> block(256, Flush::Right);
@@ -594,8 +550,8 @@ TEST_F(CMultiROIModelTest, WidthsBeyond32Bits) {
         mModule->AddImageData(1, block.data(), 11, format, kMost, 0, 11, 1, 0);
         mModule->AddImageData(1, block.data(), 11, format, 0, 0, 11, 1, 0);
         mModule->AddImageData(1, block.data(), 11, format, 4, 0, 11, 1, 0);
-        unsigned out[5] = {};
-        mModule->GetEachROIData(1, block.data(), block.size(), format, &out[0], &out[1], &out[2], &out[3], &out[4]);
+        RegionNumbers out{};
+        eachROI(*mModule, 1, block.data(), block.size(), format, &out);
     }
 }
 
@@ -625,7 +581,7 @@ TEST_F(CMultiROIModelTest, CombinedFramesBetweenBlocks) {
     }
 }
 
-// Formats are told apart in their low 32 bits.
+// Formats differ in their low 32 bits.
 TEST_F(CMultiROIModelTest, FormatsAre32BitsWide) {
     Update({{0, 0, 4, 3}, {2, 3, 4, 3}}, 0, 1);
     ASSERT_TRUE(AddFrame(1, 24, 0x00080000, Flush::Right));
@@ -641,9 +597,8 @@ TEST_F(CMultiROIModelTest, NullPointers) {
     EXPECT_EQ(mModule->AddImageData(1, nullptr, 24, 0x00080000), nullptr);
     EXPECT_EQ(mModule->AddImageData(2, nullptr, 12, 0x00080000, 0, 0, 4, 3, 0), nullptr);
     EXPECT_EQ(mModule->AddImageData(2, nullptr, 12, 0x00080000, 0, 0, 4, 3, 0), nullptr);
-    unsigned out[5] = {};
-    EXPECT_EQ(mModule->GetEachROIData(0, nullptr, 24, 0x00080000, &out[0], &out[1], &out[2], &out[3], &out[4]),
-              nullptr);
+    RegionNumbers out{};
+    EXPECT_EQ(eachROI(*mModule, 0, nullptr, 24, 0x00080000, &out), nullptr);
     CScriptedRegions camera;
     camera.slots = {{0, 0, 4, 3}, {2, 3, 4, 3}};
     camera.type = 2;

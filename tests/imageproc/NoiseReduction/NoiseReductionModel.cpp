@@ -2,9 +2,7 @@
 #include "imageproc/NoiseReduction/NoiseReductionModel.h"
 
 #include "common/Status.h"
-#include "support/ImageArena.h"
-
-#include <cstring>
+#include "support/ImageLayout.h"
 
 namespace vek::test {
 
@@ -33,22 +31,6 @@ Family familyOf(unsigned short colorArray) {
     }
 }
 
-template <class T>
-T readSample(const void* image, unsigned long pitch, long y, long x) {
-    T value;
-    const auto* const bytes = static_cast<const std::uint8_t*>(image);
-    std::memcpy(&value, bytes + static_cast<unsigned long>(y) * pitch + static_cast<unsigned long>(x) * sizeof(T),
-                sizeof value);
-    return value;
-}
-
-template <class T>
-void writeSample(void* image, unsigned long pitch, long y, long x, T value) {
-    auto* const bytes = static_cast<std::uint8_t*>(image);
-    std::memcpy(bytes + static_cast<unsigned long>(y) * pitch + static_cast<unsigned long>(x) * sizeof(T), &value,
-                sizeof value);
-}
-
 bool isGreen(Family family, long x, long y) {
     return family == Family::XGGY ? (x + y) % 2 == 1 : (x + y) % 2 == 0;
 }
@@ -73,68 +55,68 @@ Points insideOnly(const Points& points, long width, long height) {
 
 /// Neighbours of a mono pixel: the diagonal ones inside, the nearest ones at the edge.
 Points monoNeighbours(long width, long height, long x, long y) {
-    const bool bEdge = x == 0 || x == width - 1 || y == 0 || y == height - 1;
-    return bEdge ? insideOnly(plus(x, y, 1), width, height) : diagonals(x, y);
+    const bool atEdge = x == 0 || x == width - 1 || y == 0 || y == height - 1;
+    return atEdge ? insideOnly(plus(x, y, 1), width, height) : diagonals(x, y);
 }
 
 Points sameColour(Family family, long x, long y) {
     return isGreen(family, x, y) ? diagonals(x, y) : plus(x, y, 2);
 }
 
-/// The hand-made sets of images that begin with a green, line by line as they are told.
+/// The hand-made sets of images that begin with a green, case by case.
 Points gxygNeighbours(long width, long height, long x, long y) {
-    const bool bFirst = x == 0;
-    const bool bSecond = x == 1;
-    const bool bLastButOne = x == width - 2;
-    const bool bLast = x == width - 1;
-    const bool bEven = x % 2 == 0;
+    const bool first = x == 0;
+    const bool second = x == 1;
+    const bool lastButOne = x == width - 2;
+    const bool last = x == width - 1;
+    const bool even = x % 2 == 0;
     if (y == 0) {
-        return bFirst        ? Points{{2, 0}, {1, 1}}
-               : bSecond     ? Points{{3, 0}, {1, 2}}
-               : bLastButOne ? Points{{x - 1, 1}}
-               : bLast       ? Points{{x - 2, 0}, {x, 2}}
-               : bEven       ? Points{{x - 1, 1}, {x + 1, 1}}
-                             : Points{{x - 2, 0}, {x + 2, 0}, {x, 2}};
+        return first        ? Points{{2, 0}, {1, 1}}
+               : second     ? Points{{3, 0}, {1, 2}}
+               : lastButOne ? Points{{x - 1, 1}}
+               : last       ? Points{{x - 2, 0}, {x, 2}}
+               : even       ? Points{{x - 1, 1}, {x + 1, 1}}
+                            : Points{{x - 2, 0}, {x + 2, 0}, {x, 2}};
     }
     if (y == 1) {
-        return bFirst        ? Points{{2, 1}, {0, 3}}
-               : bSecond     ? Points{{2, 0}, {2, 2}}
-               : bLastButOne ? Points{{x - 2, 1}, {x, 3}}
-               : bLast       ? Points{{x - 1, 0}, {x - 1, 2}}
-               : bEven       ? Points{{x - 2, 1}, {x + 2, 1}, {x, 3}}
-                             : diagonals(x, 1);
+        return first        ? Points{{2, 1}, {0, 3}}
+               : second     ? Points{{2, 0}, {2, 2}}
+               : lastButOne ? Points{{x - 2, 1}, {x, 3}}
+               : last       ? Points{{x - 1, 0}, {x - 1, 2}}
+               : even       ? Points{{x - 2, 1}, {x + 2, 1}, {x, 3}}
+                            : diagonals(x, 1);
     }
     if (y == height - 2) {
-        return bFirst        ? Points{{1, y - 1}, {1, y + 1}}
-               : bSecond     ? Points{{3, y}, {1, y - 2}}
-               : bLastButOne ? Points{{x - 1, y - 1}, {x - 1, y + 1}}
-               : bLast       ? Points{{x - 2, y}, {x, y - 2}}
-               : bEven       ? diagonals(x, y)
-                             : Points{{x - 2, y}, {x + 2, y}, {x, y - 2}};
+        return first        ? Points{{1, y - 1}, {1, y + 1}}
+               : second     ? Points{{3, y}, {1, y - 2}}
+               : lastButOne ? Points{{x - 1, y - 1}, {x - 1, y + 1}}
+               : last       ? Points{{x - 2, y}, {x, y - 2}}
+               : even       ? diagonals(x, y)
+                            : Points{{x - 2, y}, {x + 2, y}, {x, y - 2}};
     }
     if (y == height - 1) {
-        return bFirst        ? Points{{2, y}, {0, y - 2}}
-               : bSecond     ? Points{{2, y - 1}}
-               : bLastButOne ? Points{{x - 2, y}, {x, y - 2}}
-               : bLast       ? Points{{x - 1, y - 1}}
-               : bEven       ? Points{{x - 2, y}, {x + 2, y}, {x, y - 2}}
-                             : Points{{x - 1, y - 1}, {x + 1, y - 1}};
+        return first        ? Points{{2, y}, {0, y - 2}}
+               : second     ? Points{{2, y - 1}}
+               : lastButOne ? Points{{x - 2, y}, {x, y - 2}}
+               : last       ? Points{{x - 1, y - 1}}
+               : even       ? Points{{x - 2, y}, {x + 2, y}, {x, y - 2}}
+                            : Points{{x - 1, y - 1}, {x + 1, y - 1}};
     }
     if (y % 2 == 0) {
-        return bFirst        ? Points{{1, y - 1}, {1, y + 1}}
-               : bSecond     ? Points{{3, y}, {1, y - 2}, {1, y + 2}}
-               : bLastButOne ? Points{{x - 1, y - 1}, {x - 1, y + 1}}
-               : bLast       ? Points{{x - 2, y}, {x, y - 2}, {x, y + 2}}
-                             : sameColour(Family::GXYG, x, y);
+        return first        ? Points{{1, y - 1}, {1, y + 1}}
+               : second     ? Points{{3, y}, {1, y - 2}, {1, y + 2}}
+               : lastButOne ? Points{{x - 1, y - 1}, {x - 1, y + 1}}
+               : last       ? Points{{x - 2, y}, {x, y - 2}, {x, y + 2}}
+                            : sameColour(Family::GXYG, x, y);
     }
-    return bFirst        ? Points{{2, y}, {0, y - 2}, {0, y + 2}}
-           : bSecond     ? Points{{2, y - 1}, {2, y + 1}}
-           : bLastButOne ? Points{{x - 2, y}, {x, y - 2}, {x, y + 2}}
-           : bLast       ? Points{{x - 1, y - 1}, {x - 1, y + 1}}
-                         : sameColour(Family::GXYG, x, y);
+    return first        ? Points{{2, y}, {0, y - 2}, {0, y + 2}}
+           : second     ? Points{{2, y - 1}, {2, y + 1}}
+           : lastButOne ? Points{{x - 2, y}, {x, y - 2}, {x, y + 2}}
+           : last       ? Points{{x - 1, y - 1}, {x - 1, y + 1}}
+                        : sameColour(Family::GXYG, x, y);
 }
 
-/// Odd sides: at the left and at the top as told; at the right and at the bottom only what lies outside drops out.
+/// Odd sides: at the left and at the top the same; at the right and at the bottom only what lies outside drops out.
 Points oddGxygNeighbours(long width, long height, long x, long y) {
     if (x == 0 && y == 0) {
         return {{2, 0}, {1, 1}};
@@ -142,8 +124,8 @@ Points oddGxygNeighbours(long width, long height, long x, long y) {
     if (x == 1 && y % 2 == 1) {
         return insideOnly({{2, y - 1}, {2, y + 1}}, width, height);
     }
-    const bool bEvenWidth = width % 2 == 0;
-    if (bEvenWidth && x == width - 2 && y % 2 == 0) {
+    const bool evenWidth = width % 2 == 0;
+    if (evenWidth && x == width - 2 && y % 2 == 0) {
         return insideOnly({{x - 1, y - 1}, {x - 1, y + 1}}, width, height);
     }
     return insideOnly(sameColour(Family::GXYG, x, y), width, height);
@@ -167,12 +149,12 @@ bool hasMemory(unsigned long pitch, unsigned long lines) {
 
 template <class T>
 bool isRowTooShort(const SNoiseCall& call) {
-    return call.width > modelNoisePitch(call) / sizeof(T);
+    return call.width > modelPitch(call) / sizeof(T);
 }
 
 template <class T>
 unsigned long easy(const SNoiseCall& call, T* image) {
-    const unsigned long pitch = modelNoisePitch(call);
+    const unsigned long pitch = modelPitch(call);
     if (!hasMemory(pitch, call.height) || call.height > 0x7FFFFFFF) {
         return kOk;
     }
@@ -184,7 +166,7 @@ unsigned long easy(const SNoiseCall& call, T* image) {
     if (image == nullptr) {
         return kInvalid;
     }
-    const std::size_t extent = modelNoiseExtent(call, sizeof(T));
+    const std::size_t extent = modelExtent(call, sizeof(T));
     std::vector<std::uint8_t> snapshot(extent);
     std::memcpy(snapshot.data(), image, extent);
     const auto width = static_cast<long>(call.width);
@@ -192,8 +174,8 @@ unsigned long easy(const SNoiseCall& call, T* image) {
     for (long y = 0; y < height; ++y) {
         for (long x = 0; x < width; ++x) {
             const auto read = [&](long atX, long atY) {
-                const bool bSnapshot = family == Family::Mono || (y == 0 && atY == 0);
-                return readSample<T>(bSnapshot ? static_cast<const void*>(snapshot.data()) : image, pitch, atY, atX);
+                const bool fromSnapshot = family == Family::Mono || (y == 0 && atY == 0);
+                return sampleAt<T>(fromSnapshot ? static_cast<const void*>(snapshot.data()) : image, pitch, atY, atX);
             };
             const T centre = read(x, y);
             std::vector<std::uint16_t> values{centre};
@@ -201,7 +183,7 @@ unsigned long easy(const SNoiseCall& call, T* image) {
                 values.push_back(read(p.x, p.y));
             }
             const std::uint16_t median = modelMedian(values);
-            writeSample(image, pitch, y, x, median < centre ? static_cast<T>(median) : centre);
+            setSampleAt(image, pitch, y, x, median < centre ? static_cast<T>(median) : centre);
         }
     }
     return kOk;
@@ -212,16 +194,16 @@ unsigned long store(SNoiseModel* model, const SNoiseCall& call, const T* image) 
     if (isRowTooShort<T>(call)) {
         return kInvalid;
     }
-    const unsigned long pitch = modelNoisePitch(call);
+    const unsigned long pitch = modelPitch(call);
     *model = SNoiseModel{};
     if (!hasMemory(pitch, call.height)) {
         return kNoMemory;
     }
-    const std::size_t extent = modelNoiseExtent(call, sizeof(T));
+    const std::size_t extent = modelExtent(call, sizeof(T));
     if (image == nullptr && extent != 0) {
         return kInvalid;
     }
-    model->bHeld = true;
+    model->held = true;
     model->bytes.resize(pitch * call.height);
     if (extent != 0) {
         std::memcpy(model->bytes.data(), image, extent);
@@ -237,14 +219,14 @@ unsigned long store(SNoiseModel* model, const SNoiseCall& call, const T* image) 
         auto least = static_cast<T>(~T{0});
         for (long y = phase / 2; y < cellLines; y += 2) {
             for (long x = phase % 2; x < cellColumns; x += 2) {
-                const T value = readSample<T>(model->bytes.data(), pitch, y, x);
+                const T value = sampleAt<T>(model->bytes.data(), pitch, y, x);
                 least = value < least ? value : least;
             }
         }
         for (long y = phase / 2; y < cellLines; y += 2) {
             for (long x = phase % 2; x < cellColumns; x += 2) {
-                const T value = readSample<T>(model->bytes.data(), pitch, y, x);
-                writeSample(model->bytes.data(), pitch, y, x, static_cast<T>(value - least));
+                const T value = sampleAt<T>(model->bytes.data(), pitch, y, x);
+                setSampleAt(model->bytes.data(), pitch, y, x, static_cast<T>(value - least));
             }
         }
     }
@@ -253,34 +235,34 @@ unsigned long store(SNoiseModel* model, const SNoiseCall& call, const T* image) 
 
 template <class T>
 void repair(const SNoiseCall& call, Family family, const std::vector<std::uint8_t>& live, T* image) {
-    const unsigned long pitch = modelNoisePitch(call);
+    const unsigned long pitch = modelPitch(call);
     const std::uint32_t saturation = modelSaturation(call.bits, sizeof(T));
     const long edge = family == Family::Mono ? 1 : 2;
     for (long y = edge; y < static_cast<long>(call.height) - edge; ++y) {
         for (long x = edge; x < static_cast<long>(call.width) - edge; ++x) {
-            const T centre = readSample<T>(image, pitch, y, x);
-            if (readSample<T>(live.data(), pitch, y, x) < saturation || centre >= saturation) {
+            const T centre = sampleAt<T>(image, pitch, y, x);
+            if (sampleAt<T>(live.data(), pitch, y, x) < saturation || centre >= saturation) {
                 continue;
             }
             std::vector<std::uint16_t> values{centre};
             for (const SPoint& p : family == Family::Mono ? diagonals(x, y) : sameColour(family, x, y)) {
-                values.push_back(readSample<T>(image, pitch, p.y, p.x));
+                values.push_back(sampleAt<T>(image, pitch, p.y, p.x));
             }
             const std::uint16_t median = modelMedian(values);
-            writeSample(image, pitch, y, x, median > centre ? static_cast<T>(median) : centre);
+            setSampleAt(image, pitch, y, x, median > centre ? static_cast<T>(median) : centre);
         }
     }
 }
 
 template <class T>
 unsigned long complex(const SNoiseModel& model, const SNoiseCall& call, T* image) {
-    const unsigned long pitch = modelNoisePitch(call);
-    if (!model.bHeld || call.width != model.width || call.height != model.height ||
+    const unsigned long pitch = modelPitch(call);
+    if (!model.held || call.width != model.width || call.height != model.height ||
         call.colorArray != model.colorArray || pitch != model.pitch ||
         call.width * call.height * sizeof(T) != model.bytes.size()) {
         return kInvalid;
     }
-    const std::size_t extent = modelNoiseExtent(call, sizeof(T));
+    const std::size_t extent = modelExtent(call, sizeof(T));
     if (image == nullptr && extent != 0) {
         return kInvalid;
     }
@@ -290,9 +272,9 @@ unsigned long complex(const SNoiseModel& model, const SNoiseCall& call, T* image
     }
     for (long y = 0; y < static_cast<long>(call.height); ++y) {
         for (long x = 0; x < static_cast<long>(call.width); ++x) {
-            const T bright = readSample<T>(image, pitch, y, x);
-            const T dark = readSample<T>(model.bytes.data(), pitch, y, x);
-            writeSample(image, pitch, y, x, bright > dark ? static_cast<T>(bright - dark) : T{0});
+            const T bright = sampleAt<T>(image, pitch, y, x);
+            const T dark = sampleAt<T>(model.bytes.data(), pitch, y, x);
+            setSampleAt(image, pitch, y, x, bright > dark ? static_cast<T>(bright - dark) : T{0});
         }
     }
     const Family family = familyOf(call.colorArray);
@@ -305,14 +287,12 @@ unsigned long complex(const SNoiseModel& model, const SNoiseCall& call, T* image
 
 } // namespace
 
-unsigned long modelNoisePitch(const SNoiseCall& call) {
-    return call.linePitch != 0 ? call.linePitch : call.width * ((call.bits + 7UL) / 8);
+unsigned long modelPitch(const SNoiseCall& call, std::size_t) {
+    return call.pitch != 0 ? call.pitch : call.width * ((call.bits + 7UL) / 8);
 }
 
-std::size_t modelNoiseExtent(const SNoiseCall& call, std::size_t sampleBytes) {
-    const unsigned long row = call.width * sampleBytes;
-    const unsigned long pitch = modelNoisePitch(call);
-    return imageExtent(call.width, call.height, pitch, row);
+std::size_t modelExtent(const SNoiseCall& call, std::size_t sampleBytes) {
+    return imageExtent(call.width, call.height, modelPitch(call), call.width * sampleBytes);
 }
 
 std::uint16_t modelMedian(std::vector<std::uint16_t> values) {

@@ -16,7 +16,7 @@ constexpr unsigned long kNoiseStore = 0x80000000UL;
 struct SNoiseCall {
     unsigned long width = 0; ///< pixels
     unsigned long height = 0;
-    unsigned long linePitch = 0; ///< bytes; 0: derived
+    unsigned long pitch = 0; ///< bytes; 0: derived
     unsigned short colorArray = 0;
     unsigned short bits = 0;
     unsigned long mode = 0;
@@ -25,7 +25,7 @@ struct SNoiseCall {
 /// What a module holds: the dark frame as bytes, with the padding between its rows and 0 behind the last one, and the
 /// call that stored it.
 struct SNoiseModel {
-    bool bHeld = false;
+    bool held = false;
     std::vector<std::uint8_t> bytes;
     unsigned long width = 0;
     unsigned long height = 0;
@@ -33,9 +33,10 @@ struct SNoiseModel {
     unsigned short colorArray = 0;
 };
 
-unsigned long modelNoisePitch(const SNoiseCall& call);
+/// Bytes from row to row, which the depth decides where they are derived.
+unsigned long modelPitch(const SNoiseCall& call, std::size_t sampleBytes = 0);
 /// Bytes from the image's start to the end of its last row.
-std::size_t modelNoiseExtent(const SNoiseCall& call, std::size_t sampleBytes);
+std::size_t modelExtent(const SNoiseCall& call, std::size_t sampleBytes);
 /// The median of values in any order; the mean of the two in the middle, its half cut off, of an even number.
 std::uint16_t modelMedian(std::vector<std::uint16_t> values);
 /// Subtracted samples below this one are repaired where the live ones were not; depths up to 31 bits.

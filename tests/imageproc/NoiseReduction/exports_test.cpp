@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Noise reduction through the public header: refusals, argument widths, and random calls against the model.
-#include "VekTrgApi.h"
 #include "imageproc/NoiseReduction/NoiseReductionCheck.h"
+#include "support/HandleTest.h"
 
 #include <gtest/gtest.h>
 
@@ -15,16 +15,11 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 using Words = std::vector<std::uint16_t>;
 
-class CNoiseReductionExports : public ::testing::Test {
+class CNoiseReductionExports : public CHandleTest {
 protected:
-    CNoiseReductionExports() : mHandle(VekCam_Open(-1)) {}
-    ~CNoiseReductionExports() override { VekCam_Close(mHandle); }
-
     int Run(unsigned long mode, void* image, int bits, int colorArray = 1) {
         return VekCam_NoiseReduction(mHandle, mode, 3, 3, 0, colorArray, image, bits);
     }
-
-    VekCam_Handle mHandle;
 };
 
 const Bytes kSpot = {1, 1, 1, 1, 9, 1, 1, 1, 1};
@@ -107,7 +102,7 @@ TEST_F(CNoiseReductionExports, BitsChooseTheSampleWidth) {
     }
 }
 
-// The easy filter and the store take no depth: with a line pitch of its own, 0 bits are bytes like any other.
+// The easy filter and the store take no depth: with a pitch of its own, 0 bits are bytes like any other.
 TEST_F(CNoiseReductionExports, ZeroBits) {
     Bytes image = kSpot;
     EXPECT_EQ(VekCam_NoiseReduction(mHandle, VEK_NOISE_EASY, 3, 3, 3, 1, image.data(), 0), 0);
@@ -253,8 +248,7 @@ TEST_F(CNoiseReductionExports, RandomCalls) {
     CNoiseReductionCheck check(1UL << 14);
     CRandom& random = check.Random();
     const auto call = [this](const SNoiseCall& c, auto* image) {
-        return static_cast<unsigned long>(
-            VekCam_NoiseReduction(mHandle, c.mode, c.width, c.height, c.linePitch, c.colorArray, image, c.bits));
+        return VekCam_NoiseReduction(mHandle, c.mode, c.width, c.height, c.pitch, c.colorArray, image, c.bits);
     };
     constexpr unsigned long sizes[][2] = {{4, 4}, {8, 6}, {6, 8}, {5, 7}, {34, 4}};
     for (int round = 0; round < 10000; ++round) {
@@ -266,11 +260,11 @@ TEST_F(CNoiseReductionExports, RandomCalls) {
         }
         const Flush flush = random.Below(2) == 0 ? Flush::Left : Flush::Right;
         if (random.Below(2) == 0) {
-            c.linePitch = random.Below(2) == 0 ? 0 : c.width + random.Below(3);
+            c.pitch = random.Below(2) == 0 ? 0 : c.width + random.Below(3);
             c.bits = static_cast<unsigned short>(1 + random.Below(8));
             ASSERT_TRUE(check.Run<std::uint8_t>(c, flush, c.mode == kNoiseStore ? 4 : c.bits, call)) << round;
         } else {
-            c.linePitch = random.Below(2) == 0 ? 0 : 2 * (c.width + random.Below(3));
+            c.pitch = random.Below(2) == 0 ? 0 : 2 * (c.width + random.Below(3));
             c.bits = static_cast<unsigned short>(9 + random.Below(8));
             ASSERT_TRUE(check.Run<std::uint16_t>(c, flush, c.mode == kNoiseStore ? 6 : c.bits, call)) << round;
         }

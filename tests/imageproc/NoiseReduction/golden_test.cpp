@@ -15,12 +15,6 @@ namespace vek::test {
 
 namespace {
 
-constexpr unsigned short kMono = 1;
-constexpr unsigned short kRGGB = 2;
-constexpr unsigned short kGRBG = 3;
-constexpr unsigned short kGBRG = 4;
-constexpr unsigned short kBGGR = 5;
-
 using Samples = std::vector<int>;
 
 struct SAt {
@@ -74,26 +68,32 @@ protected:
     /// The middle of a 5 x 5 mono image whose live value was so far below the others, all at full scale; 1 is
     /// subtracted from it alone.
     int RepairedWord(int live, unsigned short bits) {
-        std::vector<std::uint16_t> dark(25, 0);
-        dark[12] = 1;
-        std::vector<std::uint16_t> image(25, static_cast<std::uint16_t>((1U << bits) - 1));
-        image[12] = static_cast<std::uint16_t>(live);
-        EXPECT_EQ(mWords->NRProcW(5, 5, 10, kMono, dark.data(), bits, kNoiseStore), kOk);
-        EXPECT_EQ(mWords->NRProcW(5, 5, 10, kMono, image.data(), bits, kNoiseComplex), kOk);
-        return image[12];
+        return Repaired<std::uint16_t>(*mWords, live, (1U << bits) - 1, bits);
     }
-    int RepairedByte(int live, unsigned short bits) {
-        std::vector<std::uint8_t> dark(25, 0);
-        dark[12] = 1;
-        std::vector<std::uint8_t> image(25, 255);
-        image[12] = static_cast<std::uint8_t>(live);
-        EXPECT_EQ(mBytes->NRProcB(5, 5, 5, kMono, dark.data(), bits, kNoiseStore), kOk);
-        EXPECT_EQ(mBytes->NRProcB(5, 5, 5, kMono, image.data(), bits, kNoiseComplex), kOk);
-        return image[12];
+    int RepairedByte(int live, unsigned short bits) { return Repaired<std::uint8_t>(*mBytes, live, 255, bits); }
+    /// The last value before the threshold is left alone, that at it rises to full scale, and the next is not below it.
+    void ExpectThreshold(int threshold, unsigned short bits) {
+        EXPECT_EQ(RepairedWord(threshold - 1, bits), threshold - 2);
+        EXPECT_EQ(RepairedWord(threshold, bits), (1 << bits) - 1);
+        EXPECT_EQ(RepairedWord(threshold + 1, bits), threshold);
     }
 
     NoiseReductionPtr mBytes;
     NoiseReductionPtr mWords;
+
+private:
+    template <class T>
+    static int Repaired(INoiseReduction& module, int live, unsigned full, unsigned short bits) {
+        std::vector<T> dark(25, 0);
+        dark[12] = 1;
+        std::vector<T> image(25, static_cast<T>(full));
+        image[12] = static_cast<T>(live);
+        SNoiseCall call{5, 5, 5 * sizeof(T), kMono, bits, kNoiseStore};
+        EXPECT_EQ(callNoiseReduction(module, call, dark.data()), kOk);
+        call.mode = kNoiseComplex;
+        EXPECT_EQ(callNoiseReduction(module, call, image.data()), kOk);
+        return image[12];
+    }
 };
 
 /// The neighbours of one pixel of an 8 x 8 image.
@@ -451,7 +451,7 @@ TEST_F(CGoldenNoiseReduction, EasyWithoutMemoryIsNoFailure) {
     EXPECT_EQ(byte, 77);
 }
 
-// A line pitch of 0 is the width times the bytes that the depth takes.
+// A pitch of 0 is the width times the bytes that the depth takes.
 TEST_F(CGoldenNoiseReduction, DerivedPitch) {
     std::vector<std::uint16_t> words = {1, 1, 1, 1, 4000, 1, 1, 1, 1};
     EXPECT_EQ(mWords->NRProcW(3, 3, 0, kMono, words.data(), 12, kNoiseEasy), kOk);
@@ -631,8 +631,8 @@ TEST_F(CGoldenNoiseReduction, BayerEdgesAreNotRepaired) {
             Samples dark(36, 0);
             dark[at] = 5;
             Store(6, dark, colorArray);
-            const bool bMiddle = at % 6 >= 2 && at % 6 <= 3 && at / 6 >= 2 && at / 6 <= 3;
-            EXPECT_EQ(Complex(6, Samples(36, 255), colorArray)[at], bMiddle ? 255 : 250) << colorArray << ' ' << at;
+            const bool middle = at % 6 >= 2 && at % 6 <= 3 && at / 6 >= 2 && at / 6 <= 3;
+            EXPECT_EQ(Complex(6, Samples(36, 255), colorArray)[at], middle ? 255 : 250) << colorArray << ' ' << at;
         }
     }
 }
@@ -640,14 +640,14 @@ TEST_F(CGoldenNoiseReduction, BayerEdgesAreNotRepaired) {
 // Red takes the reds two pixels away, green its diagonal greens.
 TEST_F(CGoldenNoiseReduction, BayerRepairKeepsToItsColour) {
     for (const unsigned short colorArray : {kRGGB, kGRBG}) {
-        const bool bGreen = colorArray == kGRBG; // at (2,2)
+        const bool isGreen = colorArray == kGRBG; // at (2,2)
         Samples dark(36, 0);
         dark[14] = 5;
         Store(6, dark, colorArray);
         EXPECT_EQ(Complex(6, field(6, 6, {{2, 2}, {0, 2}, {4, 2}, {2, 0}, {2, 4}}, 255), colorArray)[14],
-                  bGreen ? 250 : 255);
+                  isGreen ? 250 : 255);
         EXPECT_EQ(Complex(6, field(6, 6, {{2, 2}, {1, 1}, {3, 1}, {1, 3}, {3, 3}}, 255), colorArray)[14],
-                  bGreen ? 255 : 250);
+                  isGreen ? 255 : 250);
     }
 }
 
@@ -668,33 +668,23 @@ TEST_F(CGoldenNoiseReduction, SaturationAtEightBits) {
     EXPECT_EQ(RepairedByte(252, 8), 251);
     EXPECT_EQ(RepairedByte(253, 8), 255);
     EXPECT_EQ(RepairedByte(254, 8), 253); // 253 is not below
-    EXPECT_EQ(RepairedWord(252, 8), 251);
-    EXPECT_EQ(RepairedWord(253, 8), 255);
-    EXPECT_EQ(RepairedWord(254, 8), 253);
+    ExpectThreshold(253, 8);
 }
 
 TEST_F(CGoldenNoiseReduction, SaturationAtTenBits) {
-    EXPECT_EQ(RepairedWord(1014, 10), 1013);
-    EXPECT_EQ(RepairedWord(1015, 10), 1023);
-    EXPECT_EQ(RepairedWord(1016, 10), 1015);
+    ExpectThreshold(1015, 10);
 }
 
 TEST_F(CGoldenNoiseReduction, SaturationAtTwelveBits) {
-    EXPECT_EQ(RepairedWord(4062, 12), 4061);
-    EXPECT_EQ(RepairedWord(4063, 12), 4095);
-    EXPECT_EQ(RepairedWord(4064, 12), 4063);
+    ExpectThreshold(4063, 12);
 }
 
 TEST_F(CGoldenNoiseReduction, SaturationAtFourteenBits) {
-    EXPECT_EQ(RepairedWord(16254, 14), 16253);
-    EXPECT_EQ(RepairedWord(16255, 14), 16383);
-    EXPECT_EQ(RepairedWord(16256, 14), 16255);
+    ExpectThreshold(16255, 14);
 }
 
 TEST_F(CGoldenNoiseReduction, SaturationAtSixteenBits) {
-    EXPECT_EQ(RepairedWord(65022, 16), 65021);
-    EXPECT_EQ(RepairedWord(65023, 16), 65535);
-    EXPECT_EQ(RepairedWord(65024, 16), 65023);
+    ExpectThreshold(65023, 16);
 }
 
 // 7 bits: 128 - 1 - 1. 6 bits: 64 - 1, with nothing between it and full scale.

@@ -10,7 +10,6 @@ namespace vek::test {
 
 namespace {
 
-constexpr Flush kFlushes[] = {Flush::Left, Flush::Right};
 constexpr unsigned long kLargerSizes[][2] = {{67, 5},  {131, 3}, {259, 2}, {66, 6},  {130, 4},  {258, 4}, {34, 8},
                                              {64, 4},  {4, 66},  {6, 34},  {33, 7},  {2, 40},   {514, 4}, {65, 9},
                                              {70, 10}, {3, 65},  {16, 16}, {18, 30}, {1030, 4}, {72, 5},  {136, 6}};
@@ -43,12 +42,12 @@ protected:
     CNoiseReductionCheck mCheck{1UL << 15};
 };
 
-/// Line pitches of one kind; those of words stay even.
+/// Pitches of one kind; those of words stay even.
 template <class T>
 SNoiseCall withPitch(SNoiseCall call, unsigned kind) {
     const unsigned long row = call.width * sizeof(T);
     constexpr unsigned long paddings[] = {0, 1, 3, 16};
-    call.linePitch = kind % 5 == 4 && (call.bits + 7U) / 8 >= sizeof(T) ? 0 : row + paddings[kind % 4] * sizeof(T);
+    call.pitch = kind % 5 == 4 && (call.bits + 7U) / 8 >= sizeof(T) ? 0 : row + paddings[kind % 4] * sizeof(T);
     return call;
 }
 
@@ -94,7 +93,7 @@ TEST_F(CNoiseReductionModelTest, EasyLargerSizes) {
     }
 }
 
-// Only the derived line pitch depends on the depth: 8-bit samples with depths of words, and the other way round.
+// Only the derived pitch depends on the depth: 8-bit samples with depths of words, and the other way round.
 TEST_F(CNoiseReductionModelTest, DerivedPitchFollowsTheDepth) {
     for (unsigned bits = 0; bits <= 40; ++bits) {
         for (const unsigned long mode : {kNoiseOff, kNoiseEasy, kNoiseStore}) {
@@ -192,8 +191,8 @@ TEST_F(CNoiseReductionModelTest, AboutTheThreshold) {
                 std::vector<T> dark(width * height);
                 std::vector<T> live(width * height);
                 for (std::size_t i = 0; i < dark.size(); ++i) {
-                    const bool bFloor = i % width < 2 && i / width < 2;
-                    dark[i] = static_cast<T>(bFloor ? 0 : Random().Below(4));
+                    const bool floor = i % width < 2 && i / width < 2;
+                    dark[i] = static_cast<T>(floor ? 0 : Random().Below(4));
                     const std::uint64_t value = saturation + Random().Below(9) - 4;
                     live[i] = static_cast<T>(Random().Below(12) == 0 ? 0 : std::min<std::uint64_t>(value, full));
                 }
@@ -226,8 +225,8 @@ TEST_F(CNoiseReductionModelTest, DeeperDepthsStaySafe) {
             std::vector<std::uint16_t> dark(width * height);
             std::vector<std::uint16_t> live(width * height);
             for (std::size_t i = 0; i < dark.size(); ++i) {
-                const bool bFloor = i % width < 2 && i / width < 2;
-                dark[i] = static_cast<std::uint16_t>(bFloor ? 0 : Random().Below(50));
+                const bool floor = i % width < 2 && i / width < 2;
+                dark[i] = static_cast<std::uint16_t>(floor ? 0 : Random().Below(50));
                 live[i] = static_cast<std::uint16_t>(Random().Below(2) * 65535);
             }
             const std::vector<std::uint16_t> before = live;
@@ -237,9 +236,9 @@ TEST_F(CNoiseReductionModelTest, DeeperDepthsStaySafe) {
                 const std::size_t x = i % width;
                 const std::size_t y = i / width;
                 const int subtracted = std::max(0, before[i] - dark[i]);
-                const bool bInside = x > 0 && x < width - 1 && y > 0 && y < height - 1;
+                const bool inside = x > 0 && x < width - 1 && y > 0 && y < height - 1;
                 ASSERT_GE(live[i], subtracted) << bits << ' ' << i;
-                ASSERT_TRUE(bInside || live[i] == subtracted) << bits << ' ' << i;
+                ASSERT_TRUE(inside || live[i] == subtracted) << bits << ' ' << i;
             }
         }
     }
@@ -431,7 +430,7 @@ TEST_F(CNoiseReductionModelTest, StoreWithoutMemory) {
         mCheck.Model() = SNoiseModel{};
         ASSERT_TRUE(Run<std::uint8_t>({8, 4, 8, 1, 8, kNoiseComplex}, Flush::Right, 8));
         EXPECT_EQ(WithoutImage<std::uint8_t>({8, 4, 8, 1, 8, kNoiseComplex}), kInvalid);
-        EXPECT_EQ(WithoutImage<std::uint8_t>({call.width, call.height, call.linePitch, 1, 8, kNoiseComplex}), kInvalid);
+        EXPECT_EQ(WithoutImage<std::uint8_t>({call.width, call.height, call.pitch, 1, 8, kNoiseComplex}), kInvalid);
         ASSERT_TRUE(Run<std::uint16_t>({8, 4, 16, 1, 12, kNoiseStore}, Flush::Right, 4));
         EXPECT_EQ(callNoiseReduction(*mModule, call, image.data()), kNoMemory) << call;
         mCheck.Model() = SNoiseModel{};
@@ -442,7 +441,7 @@ TEST_F(CNoiseReductionModelTest, StoreWithoutMemory) {
     }
 }
 
-// The padding behind the last row is nobody's: a part of a larger image may end where its last sample does.
+// An image ends with its last sample, not with the padding behind it: it may be a part of a larger image.
 TEST_F(CNoiseReductionModelTest, StoreStaysInsideTheRows) {
     for (const unsigned long padding : {2UL, 16UL, 100UL}) {
         CGuardedBuffer<std::uint8_t> bytes(3 * (8 + padding) + 8, Flush::Right);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Defect pixel detection: what the driver is told for which image.
+// Defect pixel detection: which list the driver receives for which image.
 #include "VekTrgApi.h"
 #include "imageproc/PixelList/PixelListModel.h"
 #include "support/CameraValues.h"

@@ -1,26 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "api/VekImageProcLib.h"
 #include "imageproc/IShadingCorrection.h"
+#include "imageproc/ModuleTest.h"
 #include "imageproc/ShadingCorrection/ShadingModel.h"
-
-#include <cstdint>
 
 namespace vek::test {
 
 using ShadingPtr = ModulePtr<IShadingCorrection, kModuleShadingCorrection>;
+constexpr auto makeShading = makeModule<IShadingCorrection, kModuleShadingCorrection>;
 
-inline ShadingPtr makeShading() {
-    return ShadingPtr(static_cast<IShadingCorrection*>(CreateVekImageProc(kModuleShadingCorrection)));
-}
-
-// The operation by sample type.
-inline unsigned long callShading(IShadingCorrection& module, const SShadingCall& c, std::uint8_t* image) {
-    return module.ProcessB(c.width, c.height, c.linePitch, image, c.bits);
-}
-inline unsigned long callShading(IShadingCorrection& module, const SShadingCall& c, std::uint16_t* image) {
-    return module.ProcessW(c.width, c.height, c.linePitch, image, c.bits);
+template <class T>
+unsigned long callShading(IShadingCorrection& module, const SShadingCall& c, T* image) {
+    return (module.*bySample<T>(&IShadingCorrection::ProcessB, &IShadingCorrection::ProcessW))(c.width, c.height,
+                                                                                               c.pitch, image, c.bits);
 }
 
 } // namespace vek::test

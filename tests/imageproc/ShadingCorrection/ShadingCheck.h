@@ -3,61 +3,26 @@
 
 #include "common/Status.h"
 #include "imageproc/ShadingCorrection/ShadingModel.h"
-#include "support/ImageArena.h"
+#include "support/ModelCheck.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
 #include <ostream>
 
 namespace vek::test {
 
 inline std::ostream& operator<<(std::ostream& out, const SShadingCall& call) {
-    return out << call.width << " x " << call.height << ", line pitch " << call.linePitch << ", bits " << call.bits;
+    return out << call.width << " x " << call.height << ", pitch " << call.pitch << ", bits " << call.bits;
 }
 
-/// Runs frames against the model, which is fed with the same settings and so knows the map's whole history.
-class CShadingCheck {
-public:
-    explicit CShadingCheck(std::size_t capacityBytes) : mBytes(capacityBytes, 61), mWords(capacityBytes, 62) {}
+/// Depths beyond a sample: results beyond it are cut or limited, but one of them throughout.
+inline bool hasSecondResult(const SShadingCall& call, std::size_t sampleBytes) {
+    return call.bits > 8 * sampleBytes;
+}
 
-    /// function(call, image) makes the call. depth: of the random samples, which may exceed the call's.
-    template <class T, class Function>
-    ::testing::AssertionResult Run(const SShadingCall& call, Flush flush, unsigned depth, Function function) {
-        CImageArena<T>& arena = Arena(T{});
-        T* const image = arena.Place(modelShadingExtent(call, sizeof(T)), flush, depth);
-        const bool bBeyond = call.bits > 8 * sizeof(T);
-        if (bBeyond) {
-            mBefore = mModel;
-        }
-        const unsigned long expected = modelShading(&mModel, call, arena.Expected());
-        const unsigned long status = function(call, image);
-        if (bBeyond && !arena.Matches()) {
-            arena.ResetExpected();
-            modelShading(&mBefore, call, arena.Expected(), Beyond::Limited);
-        }
-        ::testing::AssertionResult result = status == expected ? arena.Check(modelShadingPitch(call, sizeof(T)))
-                                                               : ::testing::AssertionFailure()
-                                                                     << "status " << static_cast<long>(status)
-                                                                     << ", not " << static_cast<long>(expected);
-        if (!result) {
-            result << " (mode " << mModel.mode << ", " << call << ", " << 8 * sizeof(T) << " bit, flush "
-                   << (flush == Flush::Left ? "left" : "right") << ')';
-        }
-        return result;
-    }
+template <class T>
+unsigned long runModel(SShadingModel* model, const SShadingCall& call, T* image, bool second) {
+    return modelShading(model, call, image, second ? Beyond::Limited : Beyond::Cut);
+}
 
-    SShadingModel& Model() { return mModel; }
-    CRandom& Random() { return mBytes.Random(); }
-
-private:
-    CImageArena<std::uint8_t>& Arena(std::uint8_t) { return mBytes; }
-    CImageArena<std::uint16_t>& Arena(std::uint16_t) { return mWords; }
-
-    CImageArena<std::uint8_t> mBytes;
-    CImageArena<std::uint16_t> mWords;
-    SShadingModel mModel;
-    SShadingModel mBefore;
-};
+using CShadingCheck = CModelCheck<SShadingCall, SShadingModel>;
 
 } // namespace vek::test

@@ -2,40 +2,28 @@
 #include "imageproc/ShadingCorrection/ShadingModel.h"
 
 #include "common/Status.h"
-#include "support/ImageArena.h"
+#include "support/ImageLayout.h"
 
+#include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 
 namespace vek::test {
 
 namespace {
 
-template <class T>
-T readAt(const void* base, unsigned long pitch, unsigned long y, unsigned long x) {
-    T value;
-    std::memcpy(&value, static_cast<const std::uint8_t*>(base) + y * pitch + x * sizeof(T), sizeof value);
-    return value;
-}
-
-template <class T>
-void writeAt(void* base, unsigned long pitch, unsigned long y, unsigned long x, T value) {
-    std::memcpy(static_cast<std::uint8_t*>(base) + y * pitch + x * sizeof(T), &value, sizeof value);
-}
-
 /// A new map of zeros.
 void createMap(SShadingModel* model, unsigned long width, unsigned long height, unsigned long pitch) {
     model->width = width;
     model->height = height;
     model->pitch = pitch;
-    model->bMap = true;
+    model->hasMap = true;
     model->map.assign(pitch * height, 0);
 }
 
 template <class T>
 void calibrate(SShadingModel* model, const SShadingCall& call, const T* image) {
-    const unsigned long pitch = modelShadingPitch(call, sizeof(T));
+    const unsigned long pitch = modelPitch(call, sizeof(T));
     if (model->count != 0 && (call.width != model->width || call.height != model->height || pitch != model->pitch)) {
         model->count = 0;
     }
@@ -49,7 +37,7 @@ void calibrate(SShadingModel* model, const SShadingCall& call, const T* image) {
     for (unsigned long y = 0; y < call.height; ++y) {
         for (unsigned long x = 0; x < call.width; ++x) {
             double& mean = model->calibration[y * call.width + x];
-            mean = (mean * count + readAt<T>(image, pitch, y, x)) / (count + 1);
+            mean = (mean * count + sampleAt<T>(image, pitch, y, x)) / (count + 1);
         }
     }
     ++model->count;
@@ -61,12 +49,12 @@ double maxOf(unsigned bits) {
 
 /// The targets of the four phases, measured in the middle of the calibration image where they are not set.
 void measureTargets(const SShadingModel& model, unsigned bits, std::uint32_t* targets) {
-    bool bAllSet = true;
+    bool allSet = true;
     for (int phase = 0; phase < 4; ++phase) {
         targets[phase] = model.targets[phase];
-        bAllSet = bAllSet && targets[phase] != 0;
+        allSet = allSet && targets[phase] != 0;
     }
-    if (bAllSet) {
+    if (allSet) {
         return;
     }
     unsigned long side = model.width < model.height ? model.width : model.height;
@@ -112,12 +100,12 @@ void updateMap(SShadingModel* model, unsigned bits) {
             const std::uint32_t target = targets[y % 2 * 2 + x % 2];
             if (model->mode == 2) {
                 const std::uint32_t floor = target / 16;
-                const bool bWithinLimit = level > 0 && level > floor;
-                const double gain = bWithinLimit ? target * 128 / level : 2048;
-                writeAt(model->map.data(), model->pitch, y, x, static_cast<std::int32_t>(gain));
+                const bool withinLimit = level > 0 && level > floor;
+                const double gain = withinLimit ? target * 128 / level : 2048;
+                setSampleAt(model->map.data(), model->pitch, y, x, static_cast<std::int32_t>(gain));
             } else if (model->mode == 4) {
                 const auto offset = static_cast<std::int32_t>(target) - static_cast<std::int32_t>(level);
-                writeAt(model->map.data(), model->pitch, y, x, offset);
+                setSampleAt(model->map.data(), model->pitch, y, x, offset);
             }
         }
     }
@@ -139,36 +127,36 @@ std::uint32_t corrected(unsigned long mode, std::uint32_t sample, std::int32_t e
 
 template <class T>
 void correct(const SShadingModel& model, const SShadingCall& call, T* image, Beyond beyond) {
-    if (!model.bMap || call.width != model.width || call.height != model.height) {
+    if (!model.hasMap || call.width != model.width || call.height != model.height) {
         return;
     }
-    const unsigned long pitch = modelShadingPitch(call, sizeof(T));
+    const unsigned long pitch = modelPitch(call, sizeof(T));
     const auto max = static_cast<std::uint32_t>(maxOf(call.bits));
     for (unsigned long y = 0; y < call.height; ++y) {
         for (unsigned long x = 0; x < call.width; ++x) {
             std::uint32_t result =
-                corrected(model.mode, readAt<T>(image, pitch, y, x), modelMapEntry(model, y, x), max);
+                corrected(model.mode, sampleAt<T>(image, pitch, y, x), modelMapEntry(model, y, x), max);
             if (beyond == Beyond::Limited && result > std::numeric_limits<T>::max()) {
                 result = std::numeric_limits<T>::max();
             }
-            writeAt(image, pitch, y, x, static_cast<T>(result));
+            setSampleAt(image, pitch, y, x, static_cast<T>(result));
         }
     }
 }
 
 } // namespace
 
-unsigned long modelShadingPitch(const SShadingCall& call, std::size_t sampleBytes) {
-    return call.linePitch != 0 ? call.linePitch : call.width * sampleBytes;
+unsigned long modelPitch(const SShadingCall& call, std::size_t sampleBytes) {
+    return call.pitch != 0 ? call.pitch : call.width * sampleBytes;
 }
 
-std::size_t modelShadingExtent(const SShadingCall& call, std::size_t sampleBytes) {
-    return imageExtent(call.width, call.height, modelShadingPitch(call, sampleBytes), call.width * sampleBytes);
+std::size_t modelExtent(const SShadingCall& call, std::size_t sampleBytes) {
+    return imageExtent(call.width, call.height, modelPitch(call, sampleBytes), call.width * sampleBytes);
 }
 
 bool modelMixesSizes(const SShadingModel& model, const SShadingCall& call, std::size_t sampleBytes) {
     return (model.mode == 1 || model.mode == 3) && model.count != 0 && call.width == model.width &&
-           call.height == model.height && modelShadingPitch(call, sampleBytes) == model.pitch &&
+           call.height == model.height && modelPitch(call, sampleBytes) == model.pitch &&
            (model.calibrationWidth != model.width || model.calibrationHeight != model.height);
 }
 
@@ -186,7 +174,7 @@ void modelSetMap(SShadingModel* model, unsigned long width, unsigned long height
 }
 
 std::int32_t modelMapEntry(const SShadingModel& model, unsigned long y, unsigned long x) {
-    return readAt<std::int32_t>(model.map.data(), model.pitch, y, x);
+    return sampleAt<std::int32_t>(model.map.data(), model.pitch, y, x);
 }
 
 template <class T>

@@ -11,8 +11,8 @@ namespace vek::test {
 struct SShadingCall {
     unsigned long width = 0; ///< pixels
     unsigned long height = 0;
-    unsigned long linePitch = 0; ///< bytes; 0: derived
-    unsigned short bits = 0;     ///< up to 32
+    unsigned long pitch = 0; ///< bytes; 0: derived
+    unsigned short bits = 0; ///< up to 32
 };
 
 /// What a module holds.
@@ -24,7 +24,7 @@ struct SShadingModel {
     unsigned long width = 0; ///< of the map
     unsigned long height = 0;
     unsigned long pitch = 0;
-    bool bMap = false;
+    bool hasMap = false;
     std::vector<std::uint8_t> map; ///< rows of signed 32-bit entries, with their padding
 
     std::uint64_t count = 0; ///< frames in the mean
@@ -36,9 +36,9 @@ struct SShadingModel {
 /// How a sample takes a result beyond its width, which happens at depths beyond it only.
 enum class Beyond { Cut, Limited };
 
-unsigned long modelShadingPitch(const SShadingCall& call, std::size_t sampleBytes);
+unsigned long modelPitch(const SShadingCall& call, std::size_t sampleBytes);
 /// Bytes from the image's start to the end of its last row.
-std::size_t modelShadingExtent(const SShadingCall& call, std::size_t sampleBytes);
+std::size_t modelExtent(const SShadingCall& call, std::size_t sampleBytes);
 /// Whether a frame would be added to a mean of images of another size, because a map of its size was set in between.
 bool modelMixesSizes(const SShadingModel& model, const SShadingCall& call, std::size_t sampleBytes);
 

@@ -93,14 +93,14 @@ TEST_F(CShadingDevice, SettingAModeAsksTheDriver) {
         mDriver.ClearLog();
         EXPECT_EQ(SetMode(mode), 0);
         ASSERT_FALSE(mDriver.Log().empty());
-        bool bColorArray = false;
+        bool hasColorArray = false;
         for (const SRequest& request : mDriver.Log()) {
             EXPECT_EQ(request.number, kGetControl);
             EXPECT_EQ(request.fd, 5);
             EXPECT_TRUE(request.Id() == kCidColorArray || request.Id() == kCidTransferFormat);
-            bColorArray = bColorArray || request.Id() == kCidColorArray;
+            hasColorArray = hasColorArray || request.Id() == kCidColorArray;
         }
-        EXPECT_TRUE(bColorArray);
+        EXPECT_TRUE(hasColorArray);
     }
 }
 

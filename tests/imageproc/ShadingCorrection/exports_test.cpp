@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Shading correction through the public header: refusals, argument widths, and random frames against the model.
-#include "VekTrgApi.h"
 #include "imageproc/ShadingCorrection/ShadingCheck.h"
+#include "support/HandleTest.h"
 
 #include <gtest/gtest.h>
 
@@ -16,11 +16,8 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 using Words = std::vector<std::uint16_t>;
 
-class CShadingExports : public ::testing::Test {
+class CShadingExports : public CHandleTest {
 protected:
-    CShadingExports() : mHandle(VekCam_Open(-1)) {}
-    ~CShadingExports() override { VekCam_Close(mHandle); }
-
     void SetMode(unsigned long mode) { EXPECT_EQ(VekCam_SetShadingCorrectionMode(mHandle, mode), 0); }
     void SetTarget(int target) { EXPECT_EQ(VekCam_SetShadingCorrectionTarget(mHandle, target), 0); }
     unsigned long Mode() {
@@ -45,8 +42,6 @@ protected:
         EXPECT_EQ(image, Bytes(width, 50));
         SetMode(VEK_SHADING_GAIN);
     }
-
-    VekCam_Handle mHandle;
 };
 
 } // namespace
@@ -251,8 +246,7 @@ TEST_F(CShadingExports, RandomFrames) {
     CShadingCheck check(1UL << 14);
     CRandom& random = check.Random();
     const auto call = [this](const SShadingCall& c, auto* image) {
-        return static_cast<unsigned long>(
-            VekCam_ShadingCorrection(mHandle, c.width, c.height, c.linePitch, image, c.bits));
+        return VekCam_ShadingCorrection(mHandle, c.width, c.height, c.pitch, image, c.bits);
     };
     const auto setTarget = [&](int target) {
         SetTarget(target);

@@ -19,8 +19,6 @@ constexpr unsigned long kGain = 2;
 constexpr unsigned long kCalibrateOffset = 3;
 constexpr unsigned long kOffset = 4;
 constexpr unsigned long kShowMap = 255;
-constexpr unsigned short kMono = 1;
-constexpr unsigned short kRGGB = 2;
 
 using Samples = std::vector<int>;
 using Entries = std::vector<int>;

@@ -11,7 +11,6 @@ namespace vek::test {
 
 namespace {
 
-constexpr Flush kFlushes[] = {Flush::Left, Flush::Right};
 constexpr unsigned long kModes[] = {0, 1, 2, 3, 4, 255};
 
 class CShadingModelTest : public ::testing::Test {
@@ -90,8 +89,8 @@ protected:
         }
         if (width != model.width || height != model.height || pitch != model.pitch) {
             return ::testing::AssertionFailure()
-                   << "map of " << width << " x " << height << ", line pitch " << pitch << ", not " << model.width
-                   << " x " << model.height << ", line pitch " << model.pitch;
+                   << "map of " << width << " x " << height << ", pitch " << pitch << ", not " << model.width << " x "
+                   << model.height << ", pitch " << model.pitch;
         }
         CGuardedBuffer<std::uint8_t> map(model.map.size(), kFlushes[Random().Below(2)]);
         if (mModule->GetMap(nullptr, nullptr, nullptr, reinterpret_cast<int*>(map.data())) != kOk) {
@@ -141,12 +140,12 @@ protected:
     CShadingCheck mCheck{1UL << 15};
 };
 
-/// Line pitches of one kind, four bytes a pixel among them; those of words stay even.
+/// Pitches of one kind, four bytes a pixel among them; those of words stay even.
 template <class T>
 SShadingCall withPitch(SShadingCall call, unsigned kind) {
     const unsigned long row = call.width * sizeof(T);
     const unsigned long pitches[] = {0, row, row + sizeof(T), row + 16, 4 * call.width, 2 * call.width};
-    call.linePitch = std::max(pitches[kind % 6], kind % 6 == 0 ? 0 : row);
+    call.pitch = std::max(pitches[kind % 6], kind % 6 == 0 ? 0 : row);
     return call;
 }
 
@@ -452,12 +451,12 @@ TEST_F(CShadingModelTest, FrameOfTheOtherSizeStaysInside) {
                 SetRandomMap(set[0], set[1], 4 * set[0], Flush::Right);
                 const SShadingCall call{set[0], set[1], 4 * set[0], 8};
                 for (int again = 0; again < 3; ++again) {
-                    std::uint8_t* const image = arena.Place(modelShadingExtent(call, 1), Flush::Right, 8);
+                    std::uint8_t* const image = arena.Place(modelExtent(call, 1), Flush::Right, 8);
                     ASSERT_EQ(callShading(*mModule, call, image), kOk);
-                    ASSERT_TRUE(arena.Check(call.linePitch));
+                    ASSERT_TRUE(arena.Check(call.pitch));
                 }
                 ASSERT_EQ(mModule->SetMode(mode), kOk);
-                std::uint8_t* const image = arena.Place(modelShadingExtent(call, 1), Flush::Right, 8);
+                std::uint8_t* const image = arena.Place(modelExtent(call, 1), Flush::Right, 8);
                 ASSERT_EQ(callShading(*mModule, call, image), kOk);
                 SetMode(1);
                 ASSERT_TRUE(Run<std::uint8_t>({4, 4, 0, 8}, Flush::Right, 8));
@@ -473,8 +472,8 @@ TEST_F(CShadingModelTest, FrameOfTheOtherSizeStaysInside) {
 TEST_F(CShadingModelTest, RefusedMaps) {
     constexpr unsigned long k62 = 1UL << 62;
     const std::vector<std::int32_t> entries(64, 77);
-    for (const bool bHeld : {false, true}) {
-        if (bHeld) {
+    for (const bool held : {false, true}) {
+        if (held) {
             SetRandomMap(3, 2, 16, Flush::Right);
         }
         EXPECT_EQ(mModule->SetMap(3, 2, 12, nullptr), kInvalid);
@@ -502,16 +501,16 @@ TEST_F(CShadingModelTest, RefusedMaps) {
 TEST_F(CShadingModelTest, MapWithoutMemory) {
     constexpr unsigned long k62 = 1UL << 62;
     CGuardedBuffer<std::int32_t> one(1, Flush::Right);
-    for (const bool bHeld : {true, false, true}) {
+    for (const bool held : {true, false, true}) {
         for (const auto& size : {std::vector<unsigned long>{1, 4, k62}, std::vector<unsigned long>{1, k62, 16},
                                  std::vector<unsigned long>{1, 2, k62}, std::vector<unsigned long>{1, ~0UL, ~0UL - 3},
                                  std::vector<unsigned long>{k62 - 1, 3, 4 * (k62 - 1)}}) {
-            if (bHeld) {
+            if (held) {
                 SetRandomMap(3, 2, 12, Flush::Right);
             }
             EXPECT_EQ(mModule->SetMap(size[0], size[1], size[2], one.data()), kNoMemory);
             SShadingModel& model = mCheck.Model();
-            model.bMap = false;
+            model.hasMap = false;
             model.map.clear();
             model.width = model.height = model.pitch = 0;
             ASSERT_TRUE(MapMatches());
@@ -608,8 +607,8 @@ TEST_F(CShadingModelTest, NoPixels) {
                 SetMode(mode);
                 for (int again = 0; again < 2; ++again) {
                     const unsigned long status = mModule->ProcessB(size[0], size[1], pitch, nullptr, 8);
-                    const bool bCalibrating = mode == 1 || mode == 3;
-                    EXPECT_TRUE(status == kOk || (bCalibrating && status == 1)) << status;
+                    const bool calibrating = mode == 1 || mode == 3;
+                    EXPECT_TRUE(status == kOk || (calibrating && status == 1)) << status;
                     EXPECT_EQ(mModule->ProcessW(size[0], size[1], pitch, nullptr, 12), status);
                 }
                 // A calibration without pixels has replaced the map and leaves frames alone.
@@ -661,7 +660,7 @@ TEST_F(CShadingModelTest, EmptyMaps) {
     }
 }
 
-// Rows that overlap (a line pitch below a row) are the caller's business: nothing outside of them is touched.
+// Rows that overlap (a pitch below a row) are the caller's business: nothing outside of them is touched.
 TEST_F(CShadingModelTest, OverlappingRowsStayInside) {
     CImageArena<std::uint8_t> bytes(4096);
     CImageArena<std::uint16_t> words(4096);

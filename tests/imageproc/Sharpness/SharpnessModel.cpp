@@ -1,31 +1,25 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/Sharpness/SharpnessModel.h"
 
+#include "common/Status.h"
 #include "imageproc/ColorSpace/LumaModel.h"
 
-#include <cstring>
 #include <vector>
 
 namespace vek::test {
 
 namespace {
 
-constexpr unsigned long kInvalid = static_cast<unsigned long>(-22L);
-
 /// The image as it was, sample by sample.
 template <class T>
 class CPicture {
 public:
-    CPicture(const T* image, unsigned long width, unsigned long height, unsigned long lineBytes, unsigned samples)
-        : mLineBytes(lineBytes), mSamples(samples) {
-        const unsigned long last = width * samples - (samples == 4 ? 1 : 0);
-        const auto* const bytes = reinterpret_cast<const unsigned char*>(image);
-        mBytes.assign(bytes, bytes + (height - 1) * lineBytes + last * sizeof(T));
+    CPicture(const SInPlaceImage& image, const T* samples) : mPitch(image.pitch), mSamples(image.samples) {
+        const auto* const bytes = reinterpret_cast<const unsigned char*>(samples);
+        mBytes.assign(bytes, bytes + inPlaceBytes(image, sizeof(T)));
     }
     int Sample(unsigned long y, unsigned long x, unsigned s) const {
-        T sample = 0;
-        std::memcpy(&sample, mBytes.data() + y * mLineBytes + (x * mSamples + s) * sizeof(T), sizeof sample);
-        return sample;
+        return sampleAt<T>(mBytes.data(), mPitch, y, x * mSamples + s);
     }
     /// What is compared: a grey pixel itself, a colour pixel's luma.
     int Level(unsigned long y, unsigned long x) const {
@@ -37,7 +31,7 @@ public:
     }
 
 private:
-    unsigned long mLineBytes;
+    unsigned long mPitch;
     unsigned mSamples;
     std::vector<unsigned char> mBytes;
 };
@@ -48,26 +42,26 @@ int correction(const SSharpnessModel& module, int difference) {
 }
 
 /// A word moved by move, kept within 0 .. max.
-std::uint16_t moved(std::uint16_t sample, int move, bool bUp, int max, bool /*bGrey*/) {
-    const int result = bUp ? sample + move : sample - move;
-    if (bUp) {
+std::uint16_t moved(std::uint16_t sample, int move, bool up, int max, bool /*grey*/) {
+    const int result = up ? sample + move : sample - move;
+    if (up) {
         return static_cast<std::uint16_t>(result < max ? result : max);
     }
     return static_cast<std::uint16_t>(result > 0 ? result : 0);
 }
 
 /// A byte: grey images take moves modulo 256, colour images bounds and sums.
-std::uint8_t moved(std::uint8_t sample, int move, bool bUp, int max, bool bGrey) {
+std::uint8_t moved(std::uint8_t sample, int move, bool up, int max, bool grey) {
     const auto top = static_cast<std::uint8_t>(max);
-    if (bGrey) {
+    if (grey) {
         const auto byte = static_cast<std::uint8_t>(move);
-        if (bUp) {
+        if (up) {
             const auto room = static_cast<std::uint8_t>(max - sample);
             return room > byte ? static_cast<std::uint8_t>(sample + byte) : top;
         }
         return sample > byte ? static_cast<std::uint8_t>(sample - byte) : std::uint8_t{0};
     }
-    if (bUp) {
+    if (up) {
         const auto bound = static_cast<std::uint8_t>(max - move);
         return sample < bound ? static_cast<std::uint8_t>(sample + move) : top;
     }
@@ -104,28 +98,28 @@ unsigned long modelSharpnessStatus(const SSharpnessModel& module, unsigned long 
     if (bits < 8 || bits > 12) {
         return kInvalid;
     }
-    const bool bDeep = bits > 8;
+    const bool deep = bits > 8;
     switch (pixelFormat) {
     case 1:
-        *samples = bDeep ? 0 : 1;
+        *samples = deep ? 0 : 1;
         break;
     case 4:
-        *samples = bDeep ? 0 : 3;
+        *samples = deep ? 0 : 3;
         break;
     case 8:
-        *samples = bDeep ? 0 : 4;
+        *samples = deep ? 0 : 4;
         break;
     case 2:
     case 16:
     case 32:
     case 64:
-        *samples = bDeep ? 1 : 0;
+        *samples = deep ? 1 : 0;
         break;
     case 256:
-        *samples = bDeep ? 3 : 0;
+        *samples = deep ? 3 : 0;
         break;
     case 512:
-        *samples = bDeep ? 4 : 0;
+        *samples = deep ? 4 : 0;
         break;
     default:
         break;
@@ -134,21 +128,17 @@ unsigned long modelSharpnessStatus(const SSharpnessModel& module, unsigned long 
 }
 
 template <class T>
-unsigned long modelSharpness(const SSharpnessModel& module, unsigned long width, unsigned long height,
-                             unsigned long lineBytes, unsigned long pixelFormat, T* image, unsigned bits) {
-    unsigned samples = 0;
-    const unsigned long status = modelSharpnessStatus(module, pixelFormat, bits, &samples);
-    if (status != 0 || samples == 0 || width < 3 || height < 3) {
+unsigned long modelSharpness(const SSharpnessModel& module, SInPlaceImage image, unsigned long pixelFormat, T* samples,
+                             unsigned bits) {
+    const unsigned long status = modelSharpnessStatus(module, pixelFormat, bits, &image.samples);
+    if (status != 0 || image.samples == 0 || image.width < 3 || image.height < 3) {
         return status;
     }
-    if (lineBytes == 0) {
-        lineBytes = samples * width * sizeof(T);
-        lineBytes += (4 - lineBytes % 4) % 4;
-    }
+    image.pitch = inPlacePitch(image, sizeof(T));
     const int max = (1 << bits) - 1;
-    const CPicture<T> before(image, width, height, lineBytes, samples);
-    for (unsigned long y = 1; y + 1 < height; ++y) {
-        for (unsigned long x = 1; x + 1 < width; ++x) {
+    const CPicture<T> before(image, samples);
+    for (unsigned long y = 1; y + 1 < image.height; ++y) {
+        for (unsigned long x = 1; x + 1 < image.width; ++x) {
             int sum = -before.Level(y, x);
             for (unsigned long row = y - 1; row <= y + 1; ++row) {
                 for (unsigned long column = x - 1; column <= x + 1; ++column) {
@@ -156,24 +146,21 @@ unsigned long modelSharpness(const SSharpnessModel& module, unsigned long width,
                 }
             }
             const int difference = before.Level(y, x) - (sum + 4) / 8;
-            const bool bUp = difference > module.coring;
-            if (!bUp && difference >= -int{module.coring}) {
+            const bool up = difference > module.coring;
+            if (!up && difference >= -int{module.coring}) {
                 continue;
             }
-            const int move = correction(module, bUp ? difference : -difference);
-            for (unsigned s = 0; s < samples && s < 3; ++s) {
-                const T sample = moved(static_cast<T>(before.Sample(y, x, s)), move, bUp, max, samples == 1);
-                std::memcpy(reinterpret_cast<unsigned char*>(image) + y * lineBytes + (x * samples + s) * sizeof(T),
-                            &sample, sizeof sample);
+            const int move = correction(module, up ? difference : -difference);
+            for (unsigned s = 0; s < image.samples && s < 3; ++s) {
+                const T sample = moved(static_cast<T>(before.Sample(y, x, s)), move, up, max, image.samples == 1);
+                setSampleAt(samples, image.pitch, y, x * image.samples + s, sample);
             }
         }
     }
     return 0;
 }
 
-template unsigned long modelSharpness(const SSharpnessModel&, unsigned long, unsigned long, unsigned long,
-                                      unsigned long, std::uint8_t*, unsigned);
-template unsigned long modelSharpness(const SSharpnessModel&, unsigned long, unsigned long, unsigned long,
-                                      unsigned long, std::uint16_t*, unsigned);
+template unsigned long modelSharpness(const SSharpnessModel&, SInPlaceImage, unsigned long, std::uint8_t*, unsigned);
+template unsigned long modelSharpness(const SSharpnessModel&, SInPlaceImage, unsigned long, std::uint16_t*, unsigned);
 
 } // namespace vek::test

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "support/ImageLayout.h"
+
 #include <array>
 #include <cstdint>
 
@@ -21,14 +23,14 @@ struct SSharpnessModel {
 unsigned long modelSharpnessStatus(const SSharpnessModel& module, unsigned long pixelFormat, unsigned bits,
                                    unsigned* samples);
 
-/// One call, pixel by pixel. A line length of 0 is derived.
+/// One call, pixel by pixel. The samples a pixel are those of the format.
 template <class T>
-unsigned long modelSharpness(const SSharpnessModel& module, unsigned long width, unsigned long height,
-                             unsigned long lineBytes, unsigned long pixelFormat, T* image, unsigned bits);
+unsigned long modelSharpness(const SSharpnessModel& module, SInPlaceImage image, unsigned long pixelFormat, T* samples,
+                             unsigned bits);
 
-extern template unsigned long modelSharpness(const SSharpnessModel&, unsigned long, unsigned long, unsigned long,
-                                             unsigned long, std::uint8_t*, unsigned);
-extern template unsigned long modelSharpness(const SSharpnessModel&, unsigned long, unsigned long, unsigned long,
-                                             unsigned long, std::uint16_t*, unsigned);
+extern template unsigned long modelSharpness(const SSharpnessModel&, SInPlaceImage, unsigned long, std::uint8_t*,
+                                             unsigned);
+extern template unsigned long modelSharpness(const SSharpnessModel&, SInPlaceImage, unsigned long, std::uint16_t*,
+                                             unsigned);
 
 } // namespace vek::test

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sharpness through the public header: settings, refusals in their order, and agreement with the model.
-#include "VekTrgApi.h"
 #include "imageproc/Sharpness/SharpnessModel.h"
-#include "support/FailingAllocations.h"
+#include "support/HandleTest.h"
 #include "support/InPlaceCheck.h"
 
 #include <gtest/gtest.h>
@@ -14,12 +13,30 @@ namespace vek::test {
 
 namespace {
 
-class CSharpnessExports : public ::testing::Test {
+class CSharpnessExports : public CHandleTest {
 protected:
-    CSharpnessExports() : mHandle(VekCam_Open(-1)) {}
-    ~CSharpnessExports() override { VekCam_Close(mHandle); }
-
-    VekCam_Handle mHandle;
+    /// formats: of 1, 3 or 4 samples a pixel, in turn.
+    template <class T>
+    void CheckModel(const std::vector<unsigned long>& formats) {
+        CInPlaceCheck<T> check(1UL << 14);
+        SSharpnessModel model;
+        for (unsigned turn = 0; turn < 300; ++turn) {
+            CRandom& random = check.Random();
+            model.SetMode(static_cast<unsigned char>(turn % 50 == 0 ? 0 : 1 + turn % 255),
+                          static_cast<unsigned short>(random.Below(turn % 4 == 0 ? 65536 : 400)),
+                          static_cast<unsigned char>(random.Below(turn % 4 == 1 ? 256 : 10)));
+            const auto coring = static_cast<unsigned char>(model.coring);
+            ASSERT_EQ(VekCam_SetSharpnessMode(mHandle, model.mode, model.gain, coring), 0);
+            const unsigned long format = formats[turn % formats.size()];
+            const unsigned samples = format == 4 || format == 256 ? 3 : format == 8 || format == 512 ? 4 : 1;
+            const auto bits = static_cast<unsigned short>(sizeof(T) == 1 ? 8 : 9 + turn % 4);
+            const SInPlaceImage image{random.Below(40), random.Below(9), samples, 0};
+            ASSERT_TRUE(check.Run(
+                image, bits, kFlushes[turn / sizeof(T) % 2],
+                [&](T* first) { return VekCam_Sharpness(mHandle, image.width, image.height, format, first, bits); },
+                [&](T* first) { return modelSharpness(model, image, format, first, bits); }));
+        }
+    }
 };
 
 } // namespace
@@ -92,8 +109,8 @@ TEST_F(CSharpnessExports, Refusals) {
     ASSERT_EQ(VekCam_SetSharpnessMode(mHandle, 1, 1000, 0), 0);
     for (unsigned bits = 0; bits <= 20; ++bits) {
         for (unsigned long format = 0; format <= 600; ++format) {
-            const bool bBytes = bits == 8 && (format == 1 || format == 4 || format == 8);
-            const bool bWords =
+            const bool bytes = bits == 8 && (format == 1 || format == 4 || format == 8);
+            const bool words =
                 bits >= 9 && bits <= 12 &&
                 (format == 2 || format == 16 || format == 32 || format == 64 || format == 256 || format == 512);
             unsigned short image[64];
@@ -102,9 +119,9 @@ TEST_F(CSharpnessExports, Refusals) {
             }
             const std::vector<unsigned short> before(std::begin(image), std::end(image));
             const int status = VekCam_Sharpness(mHandle, 4, 4, format, image, static_cast<unsigned short>(bits));
-            ASSERT_EQ(status, bBytes || bWords ? 0 : -22) << bits << ", " << format;
-            const bool bChanged = std::vector<unsigned short>(std::begin(image), std::end(image)) != before;
-            ASSERT_EQ(bChanged, status == 0) << bits << ", " << format;
+            ASSERT_EQ(status, bytes || words ? 0 : -22) << bits << ", " << format;
+            const bool changed = std::vector<unsigned short>(std::begin(image), std::end(image)) != before;
+            ASSERT_EQ(changed, status == 0) << bits << ", " << format;
             ASSERT_EQ(VekCam_Sharpness(mHandle, 4, 4, format, nullptr, static_cast<unsigned short>(bits)), -22);
             ASSERT_EQ(VekCam_Sharpness(mHandle, 0, 4, format, nullptr, static_cast<unsigned short>(bits)), status);
             ASSERT_EQ(VekCam_Sharpness(mHandle, 4, 0, format, nullptr, static_cast<unsigned short>(bits)), status);
@@ -129,54 +146,11 @@ TEST_F(CSharpnessExports, OutOfMemory) {
 }
 
 TEST_F(CSharpnessExports, BytesAsModelled) {
-    CInPlaceCheck<std::uint8_t> check(1UL << 14);
-    SSharpnessModel model;
-    for (unsigned turn = 0; turn < 300; ++turn) {
-        CRandom& random = check.Random();
-        model.SetMode(static_cast<unsigned char>(turn % 50 == 0 ? 0 : 1 + turn % 255),
-                      static_cast<unsigned short>(random.Below(turn % 4 == 0 ? 65536 : 400)),
-                      static_cast<unsigned char>(random.Below(turn % 4 == 1 ? 256 : 10)));
-        ASSERT_EQ(VekCam_SetSharpnessMode(mHandle, model.mode, model.gain, static_cast<unsigned char>(model.coring)),
-                  0);
-        constexpr unsigned kSamples[] = {1, 3, 4};
-        constexpr unsigned long kFormats[] = {1, 4, 8};
-        const SInPlaceImage image{random.Below(40), random.Below(9), kSamples[turn % 3], 0};
-        ASSERT_TRUE(check.Run(
-            image, 8, turn % 2 == 0 ? Flush::Left : Flush::Right,
-            [&](std::uint8_t* samples) {
-                return static_cast<unsigned long>(
-                    VekCam_Sharpness(mHandle, image.width, image.height, kFormats[turn % 3], samples, 8));
-            },
-            [&](std::uint8_t* samples) {
-                return modelSharpness(model, image.width, image.height, 0, kFormats[turn % 3], samples, 8);
-            }));
-    }
+    CheckModel<std::uint8_t>({1, 4, 8});
 }
 
 TEST_F(CSharpnessExports, WordsAsModelled) {
-    CInPlaceCheck<std::uint16_t> check(1UL << 14);
-    SSharpnessModel model;
-    for (unsigned turn = 0; turn < 300; ++turn) {
-        CRandom& random = check.Random();
-        model.SetMode(static_cast<unsigned char>(turn % 50 == 0 ? 0 : 1 + turn % 255),
-                      static_cast<unsigned short>(random.Below(turn % 4 == 0 ? 65536 : 400)),
-                      static_cast<unsigned char>(random.Below(turn % 4 == 1 ? 256 : 10)));
-        ASSERT_EQ(VekCam_SetSharpnessMode(mHandle, model.mode, model.gain, static_cast<unsigned char>(model.coring)),
-                  0);
-        constexpr unsigned kSamples[] = {1, 1, 1, 1, 3, 4};
-        constexpr unsigned long kFormats[] = {2, 16, 32, 64, 256, 512};
-        const auto bits = static_cast<unsigned short>(9 + turn % 4);
-        const SInPlaceImage image{random.Below(40), random.Below(9), kSamples[turn % 6], 0};
-        ASSERT_TRUE(check.Run(
-            image, bits, turn / 2 % 2 == 0 ? Flush::Left : Flush::Right,
-            [&](std::uint16_t* samples) {
-                return static_cast<unsigned long>(
-                    VekCam_Sharpness(mHandle, image.width, image.height, kFormats[turn % 6], samples, bits));
-            },
-            [&](std::uint16_t* samples) {
-                return modelSharpness(model, image.width, image.height, 0, kFormats[turn % 6], samples, bits);
-            }));
-    }
+    CheckModel<std::uint16_t>({2, 16, 32, 64, 256, 512});
 }
 
 } // namespace vek::test

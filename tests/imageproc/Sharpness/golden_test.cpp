@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sharpness by hand: one pixel that differs in a flat field, and what the moves of bytes and words do at their ends.
 #include "VekTrgApi.h"
-#include "api/VekImageProcLib.h"
 #include "api/VekTrgCamera.h"
 #include "imageproc/ISharpness.h"
+#include "imageproc/ModuleTest.h"
 
 #include <gtest/gtest.h>
 
@@ -16,65 +16,62 @@ namespace {
 
 class CGoldenSharpness : public ::testing::Test {
 protected:
-    CGoldenSharpness() : mModule(static_cast<ISharpness*>(CreateVekImageProc(kModuleSharpness))) {}
-
     void Set(unsigned short gain, unsigned short coring) { EXPECT_EQ(mModule->SetMode(1, gain, coring), 0U); }
 
     /// The centre of 5 x 5 pixels that are all field but for it, and the pixel beside it, after sharpening.
-    std::vector<int> GreyBytes(int field, int centre) {
-        std::vector<std::uint8_t> image(8 * 5, static_cast<std::uint8_t>(field)); // lines of 8 bytes
-        image[2 * 8 + 2] = static_cast<std::uint8_t>(centre);
-        EXPECT_EQ(mModule->ProcessB(5, 5, 0, 1, image.data(), 8), 0U);
-        return Expected<std::uint8_t>(image, 8, field);
-    }
+    std::vector<int> GreyBytes(int field, int centre) { return Grey<std::uint8_t>(1, field, centre, 8, 8); }
     std::vector<int> GreyWords(int field, int centre, unsigned short bits) {
-        std::vector<std::uint16_t> image(6 * 5, static_cast<std::uint16_t>(field)); // lines of 12 bytes
-        image[2 * 6 + 2] = static_cast<std::uint16_t>(centre);
-        EXPECT_EQ(mModule->ProcessW(5, 5, 0, 32, image.data(), bits), 0U);
-        return Expected<std::uint16_t>(image, 6, field);
+        return Grey<std::uint16_t>(32, field, centre, bits, 6);
     }
     /// Blue, green and red of the centre of 3 x 3 pixels.
     std::vector<int> ColorBytes(int field, const std::vector<int>& centre) {
-        std::vector<std::uint8_t> image(3 * 12, static_cast<std::uint8_t>(field));
-        std::vector<std::uint8_t> four(3 * 12, static_cast<std::uint8_t>(field));
-        for (std::size_t i = 0; i < 3; ++i) {
-            image[12 + 3 + i] = static_cast<std::uint8_t>(centre[i]);
-            four[12 + 4 + i] = static_cast<std::uint8_t>(centre[i]);
-        }
-        four[12 + 7] = 123;
-        EXPECT_EQ(mModule->ProcessB(3, 3, 0, 4, image.data(), 8), 0U);
-        EXPECT_EQ(mModule->ProcessB(3, 3, 0, 8, four.data(), 8), 0U);
-        EXPECT_EQ(four[12 + 7], 123);
-        const std::vector<int> result(image.begin() + 15, image.begin() + 18);
-        EXPECT_EQ(result, std::vector<int>(four.begin() + 16, four.begin() + 19));
-        return result;
+        return Color<std::uint8_t>(4, field, centre, 8, 12);
     }
     std::vector<int> ColorWords(int field, const std::vector<int>& centre, unsigned short bits) {
-        std::vector<std::uint16_t> image(3 * 10, static_cast<std::uint16_t>(field)); // lines of 20 bytes
-        std::vector<std::uint16_t> four(3 * 12, static_cast<std::uint16_t>(field));
-        for (std::size_t i = 0; i < 3; ++i) {
-            image[10 + 3 + i] = static_cast<std::uint16_t>(centre[i]);
-            four[12 + 4 + i] = static_cast<std::uint16_t>(centre[i]);
-        }
-        four[12 + 7] = 12345;
-        EXPECT_EQ(mModule->ProcessW(3, 3, 0, 256, image.data(), bits), 0U);
-        EXPECT_EQ(mModule->ProcessW(3, 3, 0, 512, four.data(), bits), 0U);
-        EXPECT_EQ(four[12 + 7], 12345);
-        const std::vector<int> result(image.begin() + 13, image.begin() + 16);
-        EXPECT_EQ(result, std::vector<int>(four.begin() + 16, four.begin() + 19));
-        return result;
+        return Color<std::uint16_t>(256, field, centre, bits, 10);
     }
 
-    ModulePtr<ISharpness, kModuleSharpness> mModule;
+    ModulePtr<ISharpness, kModuleSharpness> mModule = makeModule<ISharpness, kModuleSharpness>();
 
 private:
+    template <class T>
+    void Process(unsigned long side, unsigned long format, std::vector<T>* image, unsigned short bits) {
+        const auto process = bySample<T>(&ISharpness::ProcessB, &ISharpness::ProcessW);
+        EXPECT_EQ((*mModule.*process)(side, side, 0, format, image->data(), bits), 0U);
+    }
+    /// row: samples from row to row, of which the derived pitch is.
+    template <class T>
+    std::vector<int> Grey(unsigned long format, int field, int centre, unsigned short bits, std::size_t row) {
+        std::vector<T> image(row * 5, static_cast<T>(field));
+        image[2 * row + 2] = static_cast<T>(centre);
+        Process(5, format, &image, bits);
+        return Expected<T>(image, row, field);
+    }
+    /// row: the same of pixels with three samples; pixels with four take 12.
+    template <class T>
+    std::vector<int> Color(unsigned long format, int field, const std::vector<int>& centre, unsigned short bits,
+                           std::size_t row) {
+        std::vector<T> image(3 * row, static_cast<T>(field));
+        std::vector<T> four(3 * 12, static_cast<T>(field));
+        for (std::size_t i = 0; i < 3; ++i) {
+            image[row + 3 + i] = static_cast<T>(centre[i]);
+            four[12 + 4 + i] = static_cast<T>(centre[i]);
+        }
+        four[12 + 7] = 123;
+        Process(3, format, &image, bits);
+        Process(3, 2 * format, &four, bits);
+        EXPECT_EQ(four[12 + 7], 123);
+        const std::vector<int> result(&image[row + 3], &image[row + 6]);
+        EXPECT_EQ(result, std::vector<int>(&four[16], &four[19]));
+        return result;
+    }
     /// Centre and neighbour; the eight neighbours agree and the border is as it was.
     template <class T>
     static std::vector<int> Expected(const std::vector<T>& image, std::size_t line, int field) {
         for (std::size_t y = 0; y < 5; ++y) {
             for (std::size_t x = 0; x < line; ++x) {
-                const bool bInner = y > 0 && y < 4 && x > 0 && x < 4;
-                if (!bInner) {
+                const bool inner = y > 0 && y < 4 && x > 0 && x < 4;
+                if (!inner) {
                     EXPECT_EQ(int{image[y * line + x]}, field) << y << ", " << x;
                 } else if (y != 2 || x != 2) {
                     EXPECT_EQ(image[y * line + x], image[line + 1]) << y << ", " << x;
@@ -301,7 +298,6 @@ TEST_F(CGoldenSharpness, DeepSampleTakesTheLastEntry) {
 // Depths outside of 8 to 12 and formats of the other depth are refused.
 TEST_F(CGoldenSharpness, Refusals) {
     Set(100, 0);
-    constexpr unsigned long kInvalid = static_cast<unsigned long>(-22L);
     std::uint16_t image[64] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 90};
     EXPECT_EQ(mModule->ProcessW(4, 4, 0, 16, image, 7), kInvalid);
     EXPECT_EQ(mModule->ProcessW(4, 4, 0, 16, image, 13), kInvalid);

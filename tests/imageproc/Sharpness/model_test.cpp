@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sharpness against its model: formats, depths, sizes, line lengths, settings; what is refused and what is kept.
-#include "api/VekImageProcLib.h"
+#include "imageproc/FourthSample.h"
+#include "imageproc/ModuleTest.h"
 #include "imageproc/Sharpness.h"
 #include "imageproc/Sharpness/SharpnessModel.h"
-#include "imageproc/rows/RowDispatch.h"
-#include "support/FailingAllocations.h"
 #include "support/InPlaceCheck.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
 #include <vector>
 
 namespace vek::test {
@@ -17,34 +13,24 @@ namespace vek::test {
 namespace {
 
 using SharpnessPtr = ModulePtr<ISharpness, kModuleSharpness>;
-constexpr unsigned long kInvalid = static_cast<unsigned long>(-22L);
-constexpr unsigned long kNoMemory = static_cast<unsigned long>(-12L);
+constexpr auto makeSharpness = makeModule<ISharpness, kModuleSharpness>;
 
-SharpnessPtr makeSharpness() {
-    return SharpnessPtr(static_cast<ISharpness*>(CreateVekImageProc(kModuleSharpness)));
-}
-
-unsigned long call(ISharpness& module, const SInPlaceImage& image, unsigned long format, std::uint8_t* samples,
-                   unsigned bits) {
-    return module.ProcessB(image.width, image.height, image.lineBytes, format, samples,
-                           static_cast<unsigned short>(bits));
-}
-unsigned long call(ISharpness& module, const SInPlaceImage& image, unsigned long format, std::uint16_t* samples,
-                   unsigned bits) {
-    return module.ProcessW(image.width, image.height, image.lineBytes, format, samples,
-                           static_cast<unsigned short>(bits));
+template <class T>
+unsigned long call(ISharpness& module, const SInPlaceImage& image, unsigned long format, T* samples, unsigned bits) {
+    return (module.*bySample<T>(&ISharpness::ProcessB, &ISharpness::ProcessW))(
+        image.width, image.height, image.pitch, format, samples, static_cast<unsigned short>(bits));
 }
 
 template <class T>
 class CSharpnessModel : public ::testing::Test {
 protected:
-    CSharpnessModel() : mModule(makeSharpness()), mpTested(mModule.get()) {}
+    CSharpnessModel() : mModule(makeSharpness()), mTested(mModule.get()) {}
 
     void Set(unsigned mode, unsigned gain, unsigned coring) {
         mModel.SetMode(static_cast<unsigned char>(mode), static_cast<unsigned short>(gain),
                        static_cast<unsigned short>(coring));
-        ASSERT_EQ(mpTested->SetMode(static_cast<unsigned char>(mode), static_cast<unsigned short>(gain),
-                                    static_cast<unsigned short>(coring)),
+        ASSERT_EQ(mTested->SetMode(static_cast<unsigned char>(mode), static_cast<unsigned short>(gain),
+                                   static_cast<unsigned short>(coring)),
                   0U);
     }
     /// Gains whose corrections stay small, reach the ends or exceed a byte; corings from none to beyond the table.
@@ -64,10 +50,8 @@ protected:
     ::testing::AssertionResult Run(const SInPlaceImage& image, unsigned long format, unsigned bits, unsigned depth,
                                    Flush flush) {
         const ::testing::AssertionResult result = mCheck.Run(
-            image, depth, flush, [&](T* samples) { return call(*mpTested, image, format, samples, bits); },
-            [&](T* samples) {
-                return modelSharpness(mModel, image.width, image.height, image.lineBytes, format, samples, bits);
-            });
+            image, depth, flush, [&](T* samples) { return call(*mTested, image, format, samples, bits); },
+            [&](T* samples) { return modelSharpness(mModel, image, format, samples, bits); });
         if (result) {
             return result;
         }
@@ -85,60 +69,51 @@ protected:
         return (bits == 8 ? 4UL : 256UL) * (samples - 2);
     }
 
+    /// An image of the turn's depth and format with new settings.
+    ::testing::AssertionResult RunRandom(const SInPlaceImage& image, unsigned turn, Flush flush = Flush::Right) {
+        SetRandom();
+        const unsigned bits = Bits(turn);
+        return Run(image, Format(image.samples, bits, turn), bits, bits, flush);
+    }
+
     SharpnessPtr mModule;
-    ISharpness* mpTested;
+    ISharpness* mTested;
     SSharpnessModel mModel;
     CInPlaceCheck<T> mCheck{1UL << 16};
 };
 
-using SampleTypes = ::testing::Types<std::uint8_t, std::uint16_t>;
 TYPED_TEST_SUITE(CSharpnessModel, SampleTypes);
 
 } // namespace
 
 TYPED_TEST(CSharpnessModel, EverySmallSize) {
-    unsigned turn = 0;
-    for (unsigned long height = 0; height <= 12; ++height) {
-        for (unsigned long width = 0; width <= 12; ++width) {
-            for (const unsigned samples : {1U, 3U, 4U}) {
-                for (unsigned kind = 0; kind < 4; ++kind, ++turn) {
-                    this->SetRandom();
-                    const unsigned bits = this->Bits(turn / 4);
-                    const unsigned long format = this->Format(samples, bits, turn / 8);
-                    const SInPlaceImage image = withLineBytes({width, height, samples, 0}, kind, sizeof(TypeParam));
-                    ASSERT_TRUE(this->Run(image, format, bits, bits, Flush::Right));
-                    ASSERT_TRUE(this->Run(image, format, bits, bits, Flush::Left));
-                }
+    forSmallImages<TypeParam>(
+        {1, 3, 4},
+        [this](const SInPlaceImage& image, unsigned turn) {
+            this->SetRandom();
+            const unsigned bits = this->Bits(turn / 4);
+            for (const Flush flush : kFlushes) {
+                ASSERT_TRUE(this->Run(image, this->Format(image.samples, bits, turn / 8), bits, bits, flush));
             }
-        }
-    }
+        },
+        [] {});
 }
 
 TYPED_TEST(CSharpnessModel, OddSizes) {
-    unsigned turn = 0;
-    for (const SImageSize& size : kOddSizes) {
-        for (const unsigned samples : {1U, 3U, 4U}) {
-            for (unsigned kind = 0; kind < 8; ++kind, ++turn) {
-                this->SetRandom();
-                const unsigned bits = this->Bits(turn);
-                const SInPlaceImage image =
-                    withLineBytes({size.width, size.height, samples, 0}, kind, sizeof(TypeParam));
-                ASSERT_TRUE(this->Run(image, this->Format(samples, bits, turn), bits, bits,
-                                      kind < 4 ? Flush::Right : Flush::Left));
-            }
-        }
-    }
+    forOddImages<TypeParam>(
+        {1, 3, 4},
+        [this](const SInPlaceImage& image, unsigned turn) {
+            ASSERT_TRUE(this->RunRandom(image, turn, kFlushes[turn / 4 % 2]));
+        },
+        [] {});
 }
 
 TYPED_TEST(CSharpnessModel, EveryWidthTo130) {
     unsigned turn = 0;
     for (unsigned long width = 13; width <= 130; ++width) {
         for (const unsigned samples : {1U, 3U, 4U}) {
-            this->SetRandom();
-            const unsigned bits = this->Bits(++turn);
-            const SInPlaceImage image = withLineBytes({width, 4, samples, 0}, turn / 3, sizeof(TypeParam));
-            ASSERT_TRUE(this->Run(image, this->Format(samples, bits, turn), bits, bits,
-                                  turn % 2 == 0 ? Flush::Right : Flush::Left));
+            const SInPlaceImage image = withPitch({width, 4, samples, 0}, ++turn / 3, sizeof(TypeParam));
+            ASSERT_TRUE(this->RunRandom(image, turn, kFlushes[turn % 2]));
         }
     }
 }
@@ -217,7 +192,7 @@ TYPED_TEST(CSharpnessModel, NullImageOfNoPixels) {
     const unsigned bits = this->Bits(0);
     for (const unsigned samples : {1U, 3U, 4U}) {
         const unsigned long format = this->Format(samples, bits, samples);
-        for (const SImageSize& size : {SImageSize{0, 0}, SImageSize{0, 5}, SImageSize{5, 0}, SImageSize{0, ~0UL}}) {
+        for (const SImageSize& size : kNoPixels) {
             EXPECT_EQ(
                 call(*this->mModule, {size.width, size.height, 1, 0}, format, static_cast<TypeParam*>(nullptr), bits),
                 0U);
@@ -272,7 +247,7 @@ TEST(CSharpnessDeepSamples, DifferencesBeyondTheTable) {
         }
         image[2 * 7 + 3] = static_cast<std::uint16_t>(4096 + random.Below(9000));
         std::vector<std::uint16_t> expected = image;
-        modelSharpness(model, 7, 5, 14, 16, expected.data(), 12);
+        modelSharpness(model, {7, 5, 1, 14}, 16, expected.data(), 12);
         ASSERT_EQ(module->ProcessW(7, 5, 14, 16, image.data(), 12), 0U);
         ASSERT_EQ(image, expected) << "turn " << turn << ", gain " << gain << ", coring " << coring;
     }
@@ -287,19 +262,19 @@ TEST(CSharpnessDeepSamples, AreSafe) {
         const unsigned long format = samples == 1 ? 16 : samples == 3 ? 256 : 512;
         const unsigned long width = 3 + random.Below(30);
         const unsigned long height = 3 + random.Below(4);
-        const unsigned long stride = width * samples + random.Below(3);
-        CGuardedBuffer<std::uint16_t> image((height - 1) * stride + width * samples - (samples == 4 ? 1 : 0),
+        const unsigned long step = width * samples + random.Below(3);
+        CGuardedBuffer<std::uint16_t> image((height - 1) * step + width * samples - (samples == 4 ? 1 : 0),
                                             turn % 2 == 0 ? Flush::Right : Flush::Left);
         fillSamples(image.data(), image.size(), turn % 5 == 0 ? Pattern::NearLimits : Pattern::Random, 16, random);
         const std::vector<std::uint16_t> before(image.data(), image.data() + image.size());
         module->SetMode(1, static_cast<unsigned short>(random.Next()), static_cast<unsigned short>(random.Below(9)));
-        ASSERT_EQ(module->ProcessW(width, height, stride * 2, format, image.data(), 12), 0U);
+        ASSERT_EQ(module->ProcessW(width, height, step * 2, format, image.data(), 12), 0U);
         ASSERT_TRUE(image.CanaryIntact());
         for (std::size_t i = 0; i < image.size(); ++i) {
-            const std::size_t row = i / stride;
-            const std::size_t column = i % stride / samples;
-            const bool bInner = row > 0 && row + 1 < height && column > 0 && column + 1 < width;
-            if (!bInner || (samples == 4 && i % stride % 4 == 3)) {
+            const std::size_t row = i / step;
+            const std::size_t column = i % step / samples;
+            const bool inner = row > 0 && row + 1 < height && column > 0 && column + 1 < width;
+            if (!inner || (samples == 4 && i % step % 4 == 3)) {
                 ASSERT_EQ(image[i], before[i]) << "sample " << i;
             }
         }
@@ -308,23 +283,31 @@ TEST(CSharpnessDeepSamples, AreSafe) {
 
 // The module with the kernels of each instruction set that this machine has.
 TYPED_TEST(CSharpnessModel, EveryInstructionSet) {
-    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
-        if (!rows::tier(i).usable) {
-            continue;
-        }
-        SCOPED_TRACE(rows::tier(i).table->name);
-        CSharpness module(*rows::tier(i).table);
-        this->mpTested = &module;
+    for (const rows::SRowTable* const table : usableTables()) {
+        SCOPED_TRACE(table->name);
+        CSharpness module(*table);
+        this->mTested = &module;
         unsigned turn = 0;
         for (unsigned long width = 3; width <= 70; ++width) {
             for (const unsigned samples : {1U, 3U, 4U}) {
-                this->SetRandom();
-                const unsigned bits = this->Bits(++turn);
-                ASSERT_TRUE(this->Run(withLineBytes({width, 4, samples, 0}, turn / 3, sizeof(TypeParam)),
-                                      this->Format(samples, bits, turn), bits, bits, Flush::Right));
+                ++turn;
+                ASSERT_TRUE(this->RunRandom(withPitch({width, 4, samples, 0}, turn / 3, sizeof(TypeParam)), turn));
             }
         }
     }
+}
+
+TEST_F(CStageFourthSample, OfSharpness) {
+    ExpectKept(
+        [](const rows::SRowTable& table) {
+            auto module = std::make_unique<CSharpness>(table);
+            module->SetMode(1, 150, 0);
+            return module;
+        },
+        [](CSharpness& module, const SInPlaceImage& image, auto* samples) {
+            const bool bytes = sizeof *samples == 1;
+            return call(module, image, bytes ? 8 : 512, samples, bytes ? 8 : 12);
+        });
 }
 
 // What was set is read back, whatever the mode; processing and refusals change none of it.

@@ -2,7 +2,7 @@
 #include "imageproc/WB/WhiteBalanceModel.h"
 
 #include "common/Status.h"
-#include "support/ImageArena.h"
+#include "support/ImageLayout.h"
 
 #include <cmath>
 #include <cstring>
@@ -42,18 +42,6 @@ int phaseOf(const Color* colors, Color color) {
     return phase;
 }
 
-template <class T>
-T readSample(const T* image, unsigned long pitch, unsigned long y, unsigned long x) {
-    T value;
-    std::memcpy(&value, reinterpret_cast<const std::uint8_t*>(image) + y * pitch + x * sizeof(T), sizeof value);
-    return value;
-}
-
-template <class T>
-void writeSample(T* image, unsigned long pitch, unsigned long y, unsigned long x, T value) {
-    std::memcpy(reinterpret_cast<std::uint8_t*>(image) + y * pitch + x * sizeof(T), &value, sizeof value);
-}
-
 void buildTable(SWhiteBalanceModel* model, int color, unsigned bits) {
     const unsigned max = (1U << bits) - 1;
     for (unsigned i = 0; i <= max; ++i) {
@@ -74,10 +62,10 @@ std::uint16_t wordAt(const SWhiteBalanceModel& model, std::size_t byte) {
     return word;
 }
 
-std::uint8_t lookUp(const SWhiteBalanceModel& model, int color, std::uint8_t sample, bool bWordTables) {
+std::uint8_t lookUp(const SWhiteBalanceModel& model, int color, std::uint8_t sample, bool wordTables) {
     const auto k = static_cast<std::size_t>(color);
-    return bWordTables ? static_cast<std::uint8_t>(wordAt(model, model.kByteTables + (k * 4096 + sample) * 2))
-                       : model.storage[k * 256 + sample];
+    return wordTables ? static_cast<std::uint8_t>(wordAt(model, model.kByteTables + (k * 4096 + sample) * 2))
+                      : model.storage[k * 256 + sample];
 }
 
 /// Words are looked up where the byte tables begin, whatever the depth.
@@ -94,7 +82,7 @@ void measure(SWhiteBalanceModel* model, const SWhiteBalanceCall& call, const T* 
     const unsigned long pitch = modelPitch(call, sizeof(T));
     for (unsigned long y = 0; call.width != 0 && y < call.height; ++y) {
         for (unsigned long x = 0; call.height != 0 && x < call.width; ++x) {
-            const T value = readSample(image, pitch, y, x);
+            const T value = sampleAt<T>(image, pitch, y, x);
             const unsigned long phase = 2 * (y % 2) + x % 2;
             ++model->histogram[phase][value < 4096 ? value : 4095];
             sum[phase] += value;
@@ -143,7 +131,7 @@ std::uint16_t automaticGain(const SWhiteBalanceModel& model, int phase, double t
 } // namespace
 
 unsigned long modelPitch(const SWhiteBalanceCall& call, std::size_t sampleBytes) {
-    return call.lineBytes != 0 ? call.lineBytes : (call.width * sampleBytes + 3) / 4 * 4;
+    return call.pitch != 0 ? call.pitch : derivedPitch(call.width * sampleBytes);
 }
 
 std::size_t modelExtent(const SWhiteBalanceCall& call, std::size_t sampleBytes) {
@@ -200,11 +188,11 @@ unsigned long modelWhiteBalance(SWhiteBalanceModel* model, const SWhiteBalanceCa
         return kInvalid;
     }
     const unsigned long pitch = modelPitch(call, sizeof(T));
-    const bool bWordTables = reading == WideBytes::WordTables && call.bits > 8;
+    const bool wordTables = reading == WideBytes::WordTables && call.bits > 8;
     for (unsigned long y = 0; call.width != 0 && y < call.height; ++y) {
         for (unsigned long x = 0; x < call.width; ++x) {
             const Color color = colors[2 * (y % 2) + x % 2];
-            writeSample(image, pitch, y, x, lookUp(*model, color, readSample(image, pitch, y, x), bWordTables));
+            setSampleAt(image, pitch, y, x, lookUp(*model, color, sampleAt<T>(image, pitch, y, x), wordTables));
         }
     }
     return kOk;

@@ -10,7 +10,7 @@ namespace vek::test {
 struct SWhiteBalanceCall {
     unsigned long width = 0; ///< pixels
     unsigned long height = 0;
-    unsigned long lineBytes = 0; ///< 0: derived
+    unsigned long pitch = 0; ///< bytes; 0: derived
     unsigned short colorArray = 0;
     unsigned short bits = 0;
 };

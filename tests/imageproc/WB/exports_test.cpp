@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // White balance through the exported functions: refusals in their order, what passes untouched, and random images
 // against the model.
-#include "VekTrgApi.h"
 #include "imageproc/WB/WhiteBalanceCheck.h"
+#include "support/HandleTest.h"
 
 #include <gtest/gtest.h>
 
@@ -28,11 +28,8 @@ static_assert(std::is_same_v<decltype(VekCam_WhiteBalance), int(VekCam_Handle, u
 using Gains = std::array<unsigned short, 4>;
 using Getter = decltype(&VekCam_GetWhiteBalanceGain);
 
-class CWhiteBalanceExports : public ::testing::Test {
+class CWhiteBalanceExports : public CHandleTest {
 protected:
-    CWhiteBalanceExports() : mHandle(VekCam_Open(-1)) {}
-    ~CWhiteBalanceExports() override { VekCam_Close(mHandle); }
-
     Gains Read(Getter getter = VekCam_GetWhiteBalanceGain) {
         Gains g{1, 2, 3, 4};
         EXPECT_EQ(getter(mHandle, &g[0], &g[1], &g[2], &g[3]), 0);
@@ -47,12 +44,20 @@ protected:
         EXPECT_EQ(VekCam_SetWhiteBalanceMode(mHandle, mode), 0);
         EXPECT_EQ(VekCam_SetWhiteBalanceGain(mHandle, g[0], g[1], g[2], g[3]), 0);
     }
+    /// Neither size, colour array nor image is looked at.
+    void ExpectNothingTouched() {
+        for (const unsigned colorArray : {0U, 2U, 77U}) {
+            for (const unsigned bits : {8U, 10U, 12U}) {
+                EXPECT_EQ(VekCam_WhiteBalance(mHandle, ~0UL, ~0UL, 0, static_cast<unsigned short>(colorArray), nullptr,
+                                              static_cast<unsigned short>(bits)),
+                          0);
+            }
+        }
+    }
     /// 4 x 2 pixels without padding.
     int Run(unsigned short colorArray, void* image, unsigned short bits) {
         return VekCam_WhiteBalance(mHandle, 4, 2, bits > 8 ? 8 : 4, colorArray, image, bits);
     }
-
-    VekCam_Handle mHandle;
 };
 
 } // namespace
@@ -174,20 +179,12 @@ TEST_F(CWhiteBalanceExports, ColorArrayIsNotCutToAByte) {
 
 TEST_F(CWhiteBalanceExports, OffTouchesNothing) {
     Set(0, {300, 200, 100, 50});
-    for (const unsigned short colorArray : {std::uint16_t{0}, std::uint16_t{2}, std::uint16_t{77}}) {
-        for (const unsigned short bits : {std::uint16_t{8}, std::uint16_t{10}, std::uint16_t{12}}) {
-            EXPECT_EQ(VekCam_WhiteBalance(mHandle, ~0UL, ~0UL, 0, colorArray, nullptr, bits), 0);
-        }
-    }
+    ExpectNothingTouched();
 }
 
 TEST_F(CWhiteBalanceExports, AllOneTouchesNothing) {
     Set(1, {128, 128, 128, 128});
-    for (const unsigned short colorArray : {std::uint16_t{0}, std::uint16_t{2}, std::uint16_t{77}}) {
-        for (const unsigned short bits : {std::uint16_t{8}, std::uint16_t{10}, std::uint16_t{12}}) {
-            EXPECT_EQ(VekCam_WhiteBalance(mHandle, ~0UL, ~0UL, 0, colorArray, nullptr, bits), 0);
-        }
-    }
+    ExpectNothingTouched();
 }
 
 TEST_F(CWhiteBalanceExports, NullImage) {
@@ -244,8 +241,7 @@ TEST_F(CWhiteBalanceExports, RandomImages) {
     CWhiteBalanceCheck check(1UL << 14);
     CRandom& random = check.Random();
     const auto call = [this](const SWhiteBalanceCall& c, auto* image) {
-        return static_cast<unsigned long>(
-            VekCam_WhiteBalance(mHandle, c.width, c.height, c.lineBytes, c.colorArray, image, c.bits));
+        return VekCam_WhiteBalance(mHandle, c.width, c.height, c.pitch, c.colorArray, image, c.bits);
     };
     for (int round = 0; round < 2000; ++round) {
         if (random.Below(4) == 0) {
@@ -262,11 +258,11 @@ TEST_F(CWhiteBalanceExports, RandomImages) {
         constexpr unsigned short colorArrays[] = {0, 2, 3, 4, 5, 6};
         SWhiteBalanceCall c{random.Below(40), random.Below(7), 0, colorArrays[random.Below(6)], 8};
         const Flush flush = random.Below(2) == 0 ? Flush::Left : Flush::Right;
-        const bool bWords = random.Below(2) == 0;
+        const bool asWords = random.Below(2) == 0;
         if (random.Below(3) != 0) {
-            c.lineBytes = (c.width + random.Below(5)) * (bWords ? 2 : 1);
+            c.pitch = (c.width + random.Below(5)) * (asWords ? 2 : 1);
         }
-        if (bWords) {
+        if (asWords) {
             c.bits = random.Below(4) == 0 ? 12 : 10;
             ASSERT_TRUE(check.Run<std::uint16_t>(c, flush, random.Below(2) == 0 ? c.bits : 16, call)) << round;
         } else {

@@ -21,7 +21,6 @@ constexpr std::uint8_t kOff = 0;
 constexpr std::uint8_t kManual = 1;
 constexpr std::uint8_t kAuto = 2;
 constexpr std::uint8_t kOnce = 3;
-constexpr unsigned short kRGGB = 2;
 
 class CGoldenWhiteBalance : public ::testing::Test {
 protected:
@@ -176,7 +175,7 @@ TEST_F(CGoldenWhiteBalance, ManualRefusesOtherColorArrays) {
     }
 }
 
-// 5 bytes a row are 8 with the line length derived; what lies between stays.
+// 5 bytes a row are 8 with the pitch derived; what lies between stays.
 TEST_F(CGoldenWhiteBalance, DerivedLineLength) {
     Set(kManual, {256, 256, 256, 256});
     Bytes image{1, 2, 3, 4, 5, 66, 77, 88, 6, 7, 8, 9, 10};
@@ -184,7 +183,7 @@ TEST_F(CGoldenWhiteBalance, DerivedLineLength) {
     EXPECT_EQ(image, (Bytes{2, 4, 6, 8, 10, 66, 77, 88, 12, 14, 16, 18, 20}));
 }
 
-// Line lengths are bytes with words, too: 3 words are 6 bytes, 8 when derived. The first depth of 8 bits builds byte
+// Pitches are bytes with words, too: 3 words are 6 bytes, 8 when derived. The first depth of 8 bits builds byte
 // tables, and R x 2 has the bytes 0, 2, 4, 6 in front: words 0x0200, 0x0604.
 TEST_F(CGoldenWhiteBalance, DerivedLineLengthOfWords) {
     Set(kManual, {256, 256, 256, 256});

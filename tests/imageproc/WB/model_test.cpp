@@ -10,8 +10,7 @@ namespace vek::test {
 
 namespace {
 
-constexpr Flush kFlushes[] = {Flush::Left, Flush::Right};
-constexpr unsigned long kOddSizes[][2] = {{67, 5}, {131, 3}, {259, 2}, {33, 7}, {64, 4}, {1, 130}, {514, 3}};
+constexpr unsigned long kLargerSizes[][2] = {{67, 5}, {131, 3}, {259, 2}, {33, 7}, {64, 4}, {1, 130}, {514, 3}};
 
 class CWhiteBalanceModelTest : public ::testing::Test {
 protected:
@@ -28,7 +27,7 @@ protected:
     /// Gains below and above 1, the limits, and now and then all of them 1.
     void SetRandomGains() {
         std::uint16_t gains[4];
-        const bool bOne = Random().Below(10) == 0;
+        const bool one = Random().Below(10) == 0;
         for (std::uint16_t& gain : gains) {
             switch (Random().Below(8)) {
             case 0:
@@ -47,7 +46,7 @@ protected:
                 gain = static_cast<std::uint16_t>(Random().Below(700));
                 break;
             }
-            gain = bOne ? std::uint16_t{128} : gain;
+            gain = one ? std::uint16_t{128} : gain;
         }
         SetGains(gains);
     }
@@ -85,12 +84,12 @@ protected:
     CWhiteBalanceCheck mCheck{1UL << 14};
 };
 
-/// Line lengths of one kind; those of words stay even.
+/// Pitches of one kind; those of words stay even.
 template <class T>
 SWhiteBalanceCall withPitch(SWhiteBalanceCall call, unsigned kind) {
     const unsigned long row = call.width * sizeof(T);
     constexpr unsigned long paddings[] = {0, 1, 3, 16};
-    call.lineBytes = kind % 5 == 4 ? 0 : row + paddings[kind % 5] * sizeof(T);
+    call.pitch = kind % 5 == 4 ? 0 : row + paddings[kind % 5] * sizeof(T);
     return call;
 }
 
@@ -120,7 +119,7 @@ TEST_F(CWhiteBalanceModelTest, EverySmallSize) {
 
 TEST_F(CWhiteBalanceModelTest, OddLargerSizes) {
     unsigned turn = 0;
-    for (const auto& size : kOddSizes) {
+    for (const auto& size : kLargerSizes) {
         for (unsigned short colorArray = 1; colorArray <= 5; ++colorArray) {
             for (unsigned kind = 0; kind < 5; ++kind) {
                 ++turn;
@@ -182,8 +181,8 @@ TEST_F(CWhiteBalanceModelTest, RandomHistories) {
         constexpr unsigned short depths[] = {8, 8, 8, 10, 12, 9, 11, 0, 1, 5, 7, 13, 16, 0x108, 65535};
         SWhiteBalanceCall call{Random().Below(20), Random().Below(6), 0, colorArrays[Random().Below(14)],
                                depths[Random().Below(15)]};
-        const bool bAuto = mCheck.Model().mode == 2 || mCheck.Model().mode == 3;
-        if (bAuto && call.bits > 10 && Random().Below(4) != 0) {
+        const bool automatic = mCheck.Model().mode == 2 || mCheck.Model().mode == 3;
+        if (automatic && call.bits > 10 && Random().Below(4) != 0) {
             call.bits = 8;
         }
         const Flush flush = kFlushes[Random().Below(2)];
@@ -255,11 +254,11 @@ TEST_F(CWhiteBalanceModelTest, NoPixels) {
             ASSERT_TRUE(Run<std::uint8_t>(call, Flush::Right, 8));
             ASSERT_TRUE(Run<std::uint16_t>(call, Flush::Left, 8));
             SetMode(mode);
-            EXPECT_EQ(mModule->WBProcB(call.width, call.height, call.lineBytes, call.colorArray, nullptr, 8), kOk);
+            EXPECT_EQ(mModule->WBProcB(call.width, call.height, call.pitch, call.colorArray, nullptr, 8), kOk);
             modelWhiteBalance<std::uint8_t>(&mCheck.Model(), call, nullptr);
             EXPECT_TRUE(SettingsMatch());
             SetMode(mode);
-            EXPECT_EQ(mModule->WBProcW(call.width, call.height, call.lineBytes, call.colorArray, nullptr, 8), kOk);
+            EXPECT_EQ(mModule->WBProcW(call.width, call.height, call.pitch, call.colorArray, nullptr, 8), kOk);
             modelWhiteBalance<std::uint16_t>(&mCheck.Model(), call, nullptr);
             EXPECT_TRUE(SettingsMatch());
         }
@@ -281,11 +280,11 @@ TEST_F(CWhiteBalanceModelTest, ManyEmptyRows) {
 TEST_F(CWhiteBalanceModelTest, NullImage) {
     for (const std::uint8_t mode :
          {std::uint8_t{0}, std::uint8_t{1}, std::uint8_t{2}, std::uint8_t{3}, std::uint8_t{9}}) {
-        for (const bool bOne : {false, true}) {
+        for (const bool one : {false, true}) {
             for (const unsigned short colorArray : {std::uint16_t{0}, std::uint16_t{2}, std::uint16_t{6}}) {
                 for (const unsigned short bits : {std::uint16_t{8}, std::uint16_t{12}, std::uint16_t{13}}) {
                     SetMode(mode);
-                    if (bOne) {
+                    if (one) {
                         SetGains({128, 128, 128, 128});
                     } else {
                         SetGains({300, 200, 100, 50});
@@ -303,7 +302,7 @@ TEST_F(CWhiteBalanceModelTest, NullImage) {
     }
 }
 
-// Rows that overlap (a line length below a row) are the caller's business: nothing outside of them is touched.
+// Rows that overlap (a pitch below a row) are the caller's business: nothing outside of them is touched.
 TEST_F(CWhiteBalanceModelTest, OverlappingRowsStayInside) {
     SetGains({300, 200, 100, 50});
     CImageArena<std::uint8_t> bytes(4096);

@@ -3,10 +3,6 @@
 // to protected pages.
 #include "VekTrgApi.h"
 #include "imageproc/rows/TierTest.h"
-#include "support/GuardedBuffer.h"
-#include "support/Random.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <string>
@@ -19,20 +15,14 @@ namespace {
 template <class Src, class Call>
 void compare(const rows::SRowTable& tier, const std::string& name, std::size_t srcCount, std::size_t dstBytes,
              std::size_t width, Call call) {
-    const rows::SRowTable& scalar = *rows::tier(0).table;
-    for (const Flush flush : {Flush::Left, Flush::Right}) {
+    for (const Flush flush : kFlushes) {
         CRandom random(width + srcCount);
         CGuardedBuffer<Src> src(srcCount, flush);
         fillSamples(src.data(), srcCount, Pattern::Random, 8 * sizeof(Src), random);
-        std::vector<std::uint8_t> expected(dstBytes);
-        fillSamples(expected.data(), dstBytes, Pattern::Random, 8, random);
-        CGuardedBuffer<std::uint8_t> got(dstBytes, flush);
-        std::copy(expected.begin(), expected.end(), got.data());
-        call(scalar, src.data(), expected.data());
-        call(tier, src.data(), got.data());
-        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), got.data()))
-            << tier.name << ' ' << name << ' ' << width;
-        ASSERT_TRUE(got.CanaryIntact()) << tier.name << ' ' << name << ' ' << width;
+        const auto before = samplesOf<std::uint8_t>(dstBytes, Pattern::Random, 8, random);
+        ASSERT_TRUE(sameRows(*rows::tier(0).table, tier, before, flush,
+                             [&](const rows::SRowTable& rows, std::uint8_t* dst) { call(rows, src.data(), dst); }))
+            << name << ' ' << width;
     }
 }
 
@@ -118,12 +108,8 @@ TEST_P(ByteRows, EqualScalarForLargeWidths) {
 TEST_P(ByteRows, TakeTheirSourcesPlace) {
     const auto check = [&](std::size_t width, std::size_t srcBytes, const char* name, auto call) {
         CRandom random(width);
-        std::vector<std::uint8_t> expected(srcBytes);
-        fillSamples(expected.data(), srcBytes, Pattern::Random, 8, random);
-        std::vector<std::uint8_t> got = expected;
-        call(scalar(), expected.data());
-        call(table(), got.data());
-        ASSERT_EQ(got, expected) << table().name << ' ' << name << ' ' << width;
+        const auto before = samplesOf<std::uint8_t>(srcBytes, Pattern::Random, 8, random);
+        ASSERT_TRUE(sameRows(scalar(), table(), before, Flush::Right, call)) << name << ' ' << width;
     };
     for (std::size_t width = 1; width <= 130; ++width) {
         check(width, width, "shift8",

@@ -2,10 +2,6 @@
 // Every tier's rows of colour pixels and its unsharp mask against the scalar ones: same samples written, no others
 // touched, next to protected pages.
 #include "imageproc/rows/TierTest.h"
-#include "support/GuardedBuffer.h"
-#include "support/Random.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
@@ -98,18 +94,8 @@ protected:
     void Compare(const char* name, std::size_t count, Pattern pattern, unsigned depth, Flush flush, std::uint64_t seed,
                  Kernel kernel) {
         CRandom random(seed);
-        std::vector<T> expected(count);
-        fillSamples(expected.data(), count, pattern, depth, random);
-        CGuardedBuffer<T> got(count, flush);
-        std::copy(expected.begin(), expected.end(), got.data());
-        kernel(scalar(), expected.data());
-        kernel(table(), got.data());
-        const auto differing = std::mismatch(expected.begin(), expected.end(), got.data());
-        ASSERT_EQ(differing.first, expected.end())
-            << table().name << ' ' << name << ' ' << 8 * sizeof(T) << " bit, " << count << " samples, depth " << depth
-            << ", seed " << seed << ": sample " << differing.first - expected.begin() << " is " << +*differing.second
-            << ", not " << +*differing.first;
-        ASSERT_TRUE(got.CanaryIntact()) << table().name << ' ' << name;
+        ASSERT_TRUE(sameRows(scalar(), table(), samplesOf<T>(count, pattern, depth, random), flush, kernel))
+            << name << ", depth " << depth << ", seed " << seed;
     }
 
     template <class T>

@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every tier's noise reduction and shading rows against the scalar ones, next to protected pages.
 #include "imageproc/rows/TierTest.h"
-#include "support/GuardedBuffer.h"
-#include "support/Random.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <memory>
@@ -34,15 +30,8 @@ protected:
     template <class T, class Kernel>
     void Compare(const char* name, std::size_t width, Pattern pattern, unsigned depth, Flush flush, CRandom& random,
                  Kernel kernel) {
-        std::vector<T> expected(width);
-        fillSamples(expected.data(), width, pattern, depth, random);
-        CGuardedBuffer<T> got(width, flush);
-        std::copy(expected.begin(), expected.end(), got.data());
-        kernel(scalar(), expected.data());
-        kernel(table(), got.data());
-        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), got.data()))
-            << table().name << ' ' << name << ' ' << 8 * sizeof(T) << " bit, width " << width << ", depth " << depth;
-        ASSERT_TRUE(got.CanaryIntact()) << table().name << ' ' << name;
+        ASSERT_TRUE(sameRows(scalar(), table(), samplesOf<T>(width, pattern, depth, random), flush, kernel))
+            << name << ", depth " << depth;
     }
 
     template <class T>
@@ -123,7 +112,7 @@ protected:
 
 TEST_P(CorrectionRows, EqualScalarForEveryWidthUpTo130) {
     for (std::size_t width = 0; width <= 130; ++width) {
-        for (const Flush flush : {Flush::Left, Flush::Right}) {
+        for (const Flush flush : kFlushes) {
             CheckNoise<std::uint8_t>(width, Pattern::Random, 8, flush, width);
             CheckNoise<std::uint16_t>(width, Pattern::Random, 12, flush, width);
             CheckShading<std::uint8_t>(width, Pattern::Random, 8, flush, width);
@@ -170,20 +159,18 @@ void checkChains(const rows::SRowTable& scalar, const rows::SRowTable& table) {
             row[x] = static_cast<T>(shape / 2 == 0 ? top - x : shape / 2 == 1 ? x : (x % 7 == 0 ? 0 : top));
         }
         for (const unsigned greenParity : {0U, 1U}) {
-            std::vector<T> expected = row;
-            std::vector<T> got = row;
-            rows::noiseRows<T>(scalar).easyBayer(above.data(), above.data(), expected.data(), below.data(),
-                                                 below.data(), width, greenParity);
-            rows::noiseRows<T>(table).easyBayer(above.data(), above.data(), got.data(), below.data(), below.data(),
-                                                width, greenParity);
-            ASSERT_EQ(expected, got) << table.name << " shape " << shape;
             const std::vector<T> live(width, static_cast<T>(top));
-            rows::noiseRows<T>(scalar).repairBayer(above.data(), above.data(), expected.data(), below.data(),
-                                                   below.data(), live.data(), width, greenParity,
-                                                   static_cast<T>(top / 2));
-            rows::noiseRows<T>(table).repairBayer(above.data(), above.data(), got.data(), below.data(), below.data(),
-                                                  live.data(), width, greenParity, static_cast<T>(top / 2));
-            ASSERT_EQ(expected, got) << table.name << " shape " << shape;
+            const auto easy = [&](const rows::SRowTable& rows, T* at) {
+                rows::noiseRows<T>(rows).easyBayer(above.data(), above.data(), at, below.data(), below.data(), width,
+                                                   greenParity);
+            };
+            const auto both = [&](const rows::SRowTable& rows, T* at) {
+                easy(rows, at);
+                rows::noiseRows<T>(rows).repairBayer(above.data(), above.data(), at, below.data(), below.data(),
+                                                     live.data(), width, greenParity, static_cast<T>(top / 2));
+            };
+            ASSERT_TRUE(sameRows(scalar, table, row, Flush::Right, easy)) << "shape " << shape;
+            ASSERT_TRUE(sameRows(scalar, table, row, Flush::Right, both)) << "shape " << shape;
         }
     }
 }

@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every tier's lookups, scalar included, against lookups one sample at a time, next to protected pages.
 #include "imageproc/rows/TierTest.h"
-#include "support/GuardedBuffer.h"
-#include "support/Random.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <vector>
@@ -46,7 +42,7 @@ protected:
 
 TEST_P(CurveRows, EveryWidthUpTo260) {
     for (std::size_t width = 0; width <= 260; ++width) {
-        for (const Flush flush : {Flush::Left, Flush::Right}) {
+        for (const Flush flush : kFlushes) {
             Check<std::uint8_t>(width, Pattern::Random, 8, flush, width);
             Check<std::uint16_t>(width, Pattern::Random, 12, flush, width);
         }
@@ -120,7 +116,7 @@ TEST_P(CurveRows, EveryByteTimesEveryGain) {
 TEST_P(CurveRows, GainsAtEveryWidthAndAddress) {
     CRandom random(8);
     for (std::size_t width = 0; width <= 260; ++width) {
-        for (const Flush flush : {Flush::Left, Flush::Right}) {
+        for (const Flush flush : kFlushes) {
             CGuardedBuffer<std::uint8_t> row(width, flush);
             fillSamples(row.data(), width, Pattern::Random, 8, random);
             std::vector<std::uint8_t> expected(row.data(), row.data() + width);

@@ -2,10 +2,6 @@
 // Every tier's demosaic rows against the scalar ones: same samples written, no others written, none read that the
 // scalar rows do not read.
 #include "imageproc/rows/TierTest.h"
-#include "support/GuardedBuffer.h"
-#include "support/Random.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <vector>
@@ -123,20 +119,11 @@ void compare(const SRowTable& tier, const SKernelTraits& kernel, std::size_t row
         src[i] = sources[i]->data();
     }
     const std::size_t outCount = writable(kernel, width, channels);
-    CGuardedBuffer<T> got(outCount, flush);
-    std::vector<T> expected(outCount);
-    fillSamples(expected.data(), outCount, Pattern::Random, 8 * sizeof(T), random);
-    std::copy(expected.begin(), expected.end(), got.data());
-
-    run<T>(*rows::tier(0).table, kernel.kernel, row, channels, src, expected.data(), width);
-    run<T>(tier, kernel.kernel, row, channels, src, got.data(), width);
-
-    const auto differing = std::mismatch(expected.begin(), expected.end(), got.data());
-    ASSERT_EQ(differing.first, expected.end())
-        << tier.name << ' ' << kernel.name << ' ' << kRowNames[row] << " channels " << channels << " width " << width
-        << " depth " << depth << ": sample " << (differing.first - expected.begin()) << " of the row, expected "
-        << +*differing.first << " got " << +*differing.second;
-    ASSERT_TRUE(got.CanaryIntact()) << tier.name << ' ' << kernel.name << " width " << width;
+    const auto before = samplesOf<T>(outCount, Pattern::Random, 8 * sizeof(T), random);
+    ASSERT_TRUE(
+        sameRows(*rows::tier(0).table, tier, before, flush,
+                 [&](const SRowTable& table, T* dst) { run<T>(table, kernel.kernel, row, channels, src, dst, width); }))
+        << kernel.name << ' ' << kRowNames[row] << " channels " << channels << " width " << width << " depth " << depth;
 }
 
 class DemosaicRows : public CTierTest {
@@ -148,7 +135,7 @@ protected:
         for (std::size_t width = std::max(first, kernel.smallestWidth); width <= last; ++width) {
             for (std::size_t row = 0; row < rows::kBayerRows; ++row) {
                 for (const unsigned channels : {3U, 4U}) {
-                    for (const Flush flush : {Flush::Left, Flush::Right}) {
+                    for (const Flush flush : kFlushes) {
                         compare<T>(table(), kernel, row, channels, width, pattern, depth, flush, random);
                         if (HasFatalFailure()) {
                             return;

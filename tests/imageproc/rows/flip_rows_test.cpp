@@ -2,10 +2,6 @@
 // Every tier's mirrored and transposed pixels, scalar included, against moves one byte at a time, next to protected
 // pages.
 #include "imageproc/rows/TierTest.h"
-#include "support/GuardedBuffer.h"
-#include "support/Random.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <vector>
@@ -76,7 +72,7 @@ protected:
         ASSERT_TRUE(a.CanaryIntact() && b.CanaryIntact()) << where();
     }
 
-    /// Walks either image from the bottom up where told; the destination's rows have padding that must survive.
+    /// Walks either image from the bottom up where asked to; the destination's rows have padding that must survive.
     void CheckTranspose(std::size_t pixelBytes, std::size_t width, std::size_t height, bool srcUp, bool dstUp,
                         std::size_t padding) {
         CRandom random(width * 1000 + height * 10 + pixelBytes);
@@ -109,7 +105,7 @@ protected:
 TEST_P(FlipRows, EveryWidthUpTo100) {
     for (const std::size_t pixelBytes : kPixelBytes) {
         for (std::size_t width = 0; width <= 100; ++width) {
-            for (const Flush flush : {Flush::Left, Flush::Right}) {
+            for (const Flush flush : kFlushes) {
                 CheckRows(pixelBytes, width, flush);
                 if (HasFatalFailure()) {
                     return;

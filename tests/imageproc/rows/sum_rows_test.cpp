@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every tier's sums, scalar included, against sums taken one pixel at a time, next to protected pages.
 #include "imageproc/rows/TierTest.h"
-#include "support/GuardedBuffer.h"
-#include "support/Random.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
@@ -65,7 +61,7 @@ protected:
     }
 
     void CheckAll(std::size_t width, Pattern pattern, std::uint64_t seed) {
-        for (const Flush flush : {Flush::Left, Flush::Right}) {
+        for (const Flush flush : kFlushes) {
             CheckSamples<std::uint8_t>(width, pattern, flush, seed);
             CheckSamples<std::uint16_t>(width, pattern, flush, seed);
             CheckPacked(10, width, pattern, flush, seed);

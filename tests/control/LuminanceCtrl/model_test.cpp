@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Luminance control against a plain model over long random sequences.
 #include "control/LuminanceCtrl.h"
-#include "control/LuminanceModel.h"
-#include "control/ScriptedCamera.h"
+#include "control/LuminanceCtrl/LuminanceModel.h"
+#include "control/LuminanceCtrl/ScriptedCamera.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@ namespace vek::test {
 
 namespace {
 
-/// A control and a model, each with a camera of its own that answers alike.
+/// A control and a model, each with a camera of its own that answers the same.
 class CTwins {
 public:
     explicit CTwins(std::uint64_t seed)
@@ -26,7 +26,7 @@ public:
     /// Changes a setting now and then, and takes one step. Whether control and model agree.
     ::testing::AssertionResult Step() {
         if (mRandom.Below(8) == 0) {
-            mvChangeSetting();
+            ChangeSetting();
         }
         mReal.takes = mPlain.takes = mRandom.Below(16) != 0;
         mReal.writes.clear();
@@ -122,7 +122,7 @@ private:
         }
     }
 
-    void mvChangeSetting() {
+    void ChangeSetting() {
         switch (mRandom.Below(8)) {
         case 0:
         case 1:

@@ -47,7 +47,7 @@ public:
     unsigned MaxShortExposure();
 
 private:
-    unsigned mMeasure();
+    unsigned Measure();
 
     std::shared_ptr<sim::CSimulatedDriver> mDriver;
     int mFd;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Single steps of the luminance control: what each mode, limit and level has to lead to.
 #include "control/LuminanceCtrl.h"
-#include "control/ScriptedCamera.h"
+#include "control/LuminanceCtrl/ScriptedCamera.h"
 
 #include <gtest/gtest.h>
 

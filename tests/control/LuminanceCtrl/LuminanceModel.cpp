@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "control/LuminanceModel.h"
+#include "control/LuminanceCtrl/LuminanceModel.h"
 
 #include <algorithm>
 #include <cmath>
@@ -43,9 +43,9 @@ unsigned long SLuminanceModel::RunALC(unsigned short average, unsigned long* fla
     if (mode == 0) {
         return 1;
     }
-    mvCheckInvalidStatus(flags);
+    CheckInvalidStatus(flags);
     if (*flags == 0) {
-        mvCalculate(average, flags);
+        Calculate(average, flags);
     }
     if (*flags != 0) {
         adjusting = true;
@@ -58,7 +58,7 @@ unsigned long SLuminanceModel::RunALC(unsigned short average, unsigned long* fla
     return 1;
 }
 
-void SLuminanceModel::mvCheckInvalidStatus(unsigned long* flags) {
+void SLuminanceModel::CheckInvalidStatus(unsigned long* flags) {
     if (mode == 1 || mode == 3 || mode == 4 || mode == 6) {
         if (gain < minGain) {
             gain = minGain;
@@ -86,7 +86,7 @@ void SLuminanceModel::mvCheckInvalidStatus(unsigned long* flags) {
     }
 }
 
-void SLuminanceModel::mvCalculate(unsigned average, unsigned long* flags) {
+void SLuminanceModel::Calculate(unsigned average, unsigned long* flags) {
     const bool darker = target > average;
     const unsigned diff = darker ? target - average : average - target;
     const unsigned band = adjusting ? deadBand : deadBand + startMargin;
@@ -110,13 +110,13 @@ void SLuminanceModel::mvCalculate(unsigned average, unsigned long* flags) {
         return;
     }
     if (byExposure) {
-        *flags |= mbRunExposure(average) ? kExposureChanged : 0;
+        *flags |= RunExposure(average) ? kExposureChanged : 0;
     } else {
-        *flags |= mbRunGain(average) ? kGainChanged : 0;
+        *flags |= RunGain(average) ? kGainChanged : 0;
     }
 }
 
-bool SLuminanceModel::mbRunExposure(unsigned average) {
+bool SLuminanceModel::RunExposure(unsigned average) {
     const unsigned long cur = NonZero(exposure);
     const unsigned long max = NonZero(maxExposure);
     const unsigned long min = NonZero(minExposure);
@@ -144,7 +144,7 @@ bool SLuminanceModel::mbRunExposure(unsigned average) {
     return true;
 }
 
-bool SLuminanceModel::mbRunGain(unsigned average) {
+bool SLuminanceModel::RunGain(unsigned average) {
     const float g = static_cast<float>(std::pow(10.0, static_cast<double>(camera->GainValue2DB(gain)) / 20.0));
     float base = static_cast<float>(average);
     if (g > 0.0F) {

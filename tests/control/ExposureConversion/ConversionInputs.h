@@ -19,6 +19,25 @@ constexpr std::uint32_t kProducts[] = {0x111, 0x211, 0x112, 0x212, 0x113,     0x
                                        0x412, 0x013, 0x114, 0x115, 0x215,     0x117,      0x715,     0x815, 0x913,
                                        0x916, 0x016, 0,     1,     0x1000111, 0x80000116, 0xFFFFFFFF};
 
+/// A camera of usual size and speed.
+inline SCameraValues plainCamera(std::uint32_t productId = 0) {
+    SCameraValues values;
+    values.productId = productId;
+    values.clock = 48000000;
+    values.totalHClock = 1200;
+    values.totalVLine = 1000;
+    values.width = 1280;
+    values.height = 900;
+    values.vblank = 100;
+    values.maxShort = 777;
+    values.gainType = 4;
+    values.hasDigitalGain = 1;
+    values.maxDigitalGain = 192;
+    values.timeBase = 74;
+    values.timeOffset = 1019;
+    return values;
+}
+
 /// Inputs at which the conversions turn, and random ones between them.
 class CConversionInputs {
 public:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "control/ClosedLoop.h"
+#include "control/LuminanceCtrl/ClosedLoop.h"
 
 #include "sim/SimulatedDevice.h"
 
@@ -53,7 +53,7 @@ unsigned CClosedLoop::MaxShortExposure() {
     return static_cast<unsigned>(control.value);
 }
 
-unsigned CClosedLoop::mMeasure() {
+unsigned CClosedLoop::Measure() {
     float average[4] = {};
     if (read(mFd, mFrame.data(), mFrame.size()) != static_cast<ssize_t>(mFrame.size()) ||
         VekCam_GetAveragePixelValue(mHandle, kWidth, kHeight, 0, VEK_COLOR_ARRAY_MONO, VEK_TRANSFER_RAW8, mFrame.data(),
@@ -68,7 +68,7 @@ unsigned CClosedLoop::LevelAt(std::uint32_t exposure, unsigned gain) {
     const std::uint16_t ownGain = mDriver->GainValue();
     mDriver->SetExposure(exposure);
     mDriver->SetGain(static_cast<std::uint16_t>(gain));
-    const unsigned level = mMeasure();
+    const unsigned level = Measure();
     mDriver->SetExposure(ownExposure);
     mDriver->SetGain(ownGain);
     return level;
@@ -90,7 +90,7 @@ SLoopStep CClosedLoop::Step() {
     SLoopStep step;
     step.exposure = mDriver->ExposureValue();
     step.gain = mDriver->GainValue();
-    step.level = mMeasure();
+    step.level = Measure();
     if (VekCam_ALC(mHandle, static_cast<unsigned short>(step.level), &step.changes) != 1) {
         throw std::runtime_error("luminance control failed");
     }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The exported unit conversions: results, refusals, and the plain model's values through the shared library.
 #include "VekTrgApi.h"
-#include "control/ConversionInputs.h"
-#include "control/ConversionModel.h"
+#include "control/ExposureConversion/ConversionInputs.h"
+#include "control/ExposureConversion/ConversionModel.h"
 
 #include <gtest/gtest.h>
 
@@ -29,18 +29,6 @@ private:
     CFakeDriver mDriver;
     VekCam_Handle mHandle = nullptr;
 };
-
-SCameraValues plainCamera() {
-    SCameraValues values;
-    values.clock = 48000000;
-    values.totalHClock = 1200;
-    values.totalVLine = 1000;
-    values.maxShort = 48000;
-    values.gainType = 4;
-    values.hasDigitalGain = 1;
-    values.maxDigitalGain = 192;
-    return values;
-}
 
 } // namespace
 
@@ -98,7 +86,7 @@ TEST(CConversionExports, WorkedFigures) {
     EXPECT_EQ(VekCam_GetExposureClockFromTime(handle, 0.0F, &number), 1);
     EXPECT_EQ(number, 1U);
     EXPECT_EQ(VekCam_GetExposureTimeFromClock(handle, 0, &real), 1);
-    EXPECT_EQ(real, 0.001F);
+    EXPECT_EQ(real, 777.0F / 48000000.0F);
     handle.Driver().controls[0x08000404] = 0;
     EXPECT_EQ(VekCam_GetVBlankFromFPS(handle, 10.0F, &number), -22);
     EXPECT_EQ(number, 0U);

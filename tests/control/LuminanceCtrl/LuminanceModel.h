@@ -27,10 +27,10 @@ struct SLuminanceModel {
     IUpdateGainExposureClockSetting* camera;
 
 private:
-    void mvCheckInvalidStatus(unsigned long* flags);
-    void mvCalculate(unsigned average, unsigned long* flags);
-    bool mbRunExposure(unsigned average);
-    bool mbRunGain(unsigned average);
+    void CheckInvalidStatus(unsigned long* flags);
+    void Calculate(unsigned average, unsigned long* flags);
+    bool RunExposure(unsigned average);
+    bool RunGain(unsigned average);
 };
 
 } // namespace vek::test

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "control/ConversionModel.h"
+#include "control/ExposureConversion/ConversionModel.h"
 
 #include <algorithm>
 #include <cmath>

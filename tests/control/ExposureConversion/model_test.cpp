@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Exposure in clocks and seconds through the camera object: random cameras and inputs against the plain model.
 #include "api/VekTrgCamera.h"
-#include "control/ConversionInputs.h"
-#include "control/ConversionModel.h"
+#include "control/ExposureConversion/ConversionInputs.h"
+#include "control/ExposureConversion/ConversionModel.h"
 
 #include <gtest/gtest.h>
 
@@ -51,21 +51,6 @@ bool readsOnly(const CFakeDriver& driver) {
         }
     }
     return true;
-}
-
-SCameraValues plainCamera(std::uint32_t productId) {
-    SCameraValues values;
-    values.productId = productId;
-    values.clock = 48000000;
-    values.totalHClock = 1200;
-    values.totalVLine = 1000;
-    values.width = 1280;
-    values.height = 900;
-    values.vblank = 100;
-    values.maxShort = 777;
-    values.timeBase = 74;
-    values.timeOffset = 1019;
-    return values;
 }
 
 unsigned long clocksOf(const SCameraValues& values, float seconds) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Luminance control in a closed loop: library, driver and sensor together, before an even wall.
-#include "control/ClosedLoop.h"
+#include "control/LuminanceCtrl/ClosedLoop.h"
 
 #include <gtest/gtest.h>
 

@@ -28,6 +28,18 @@ protected:
     }
     void TearDown() override { VekCam_Close(mHandle); }
 
+    int Mode() {
+        unsigned char mode = 99;
+        EXPECT_EQ(VekCam_GetALCMode(mHandle, &mode), 1);
+        return mode;
+    }
+    /// What a getter of another setting gives.
+    template <class Number>
+    Number Read(int (*getter)(VekCam_Handle, Number*)) {
+        Number number = 9;
+        EXPECT_EQ(getter(mHandle, &number), 1);
+        return number;
+    }
     int Step(unsigned short average) {
         mDriver.ClearLog();
         mFlags = 99;
@@ -88,9 +100,7 @@ TEST_F(CLuminanceExports, NullOutput) {
     for (unsigned mode = 0; mode < 16; ++mode) {
         ASSERT_EQ(VekCam_SetALCMode(mHandle, static_cast<unsigned char>(mode)), 1);
         EXPECT_EQ(VekCam_ALC(mHandle, 0, nullptr), -22);
-        unsigned char kept = 99;
-        EXPECT_EQ(VekCam_GetALCMode(mHandle, &kept), 1);
-        EXPECT_EQ(kept, mode);
+        EXPECT_EQ(Mode(), static_cast<int>(mode));
     }
     EXPECT_TRUE(Writes().empty());
     // The refused steps moved nothing: the first good one starts from where the camera is.
@@ -102,40 +112,26 @@ TEST_F(CLuminanceExports, NullOutput) {
 }
 
 TEST_F(CLuminanceExports, DefaultsAndSettings) {
-    unsigned char mode = 99;
-    unsigned short word = 9;
-    unsigned long number = 9;
-    EXPECT_EQ(VekCam_GetALCMode(mHandle, &mode), 1);
-    EXPECT_EQ(mode, 0U);
-    EXPECT_EQ(VekCam_GetALCTargetLevel(mHandle, &word), 1);
-    EXPECT_EQ(word, 128U);
-    EXPECT_EQ(VekCam_GetAGCMaxGain(mHandle, &word), 1);
-    EXPECT_EQ(word, 300U);
-    EXPECT_EQ(VekCam_GetAGCMinGain(mHandle, &word), 1);
-    EXPECT_EQ(word, 2U);
-    EXPECT_EQ(VekCam_GetAEMaxExposureClock(mHandle, &number), 1);
-    EXPECT_EQ(number, 0U);
-    EXPECT_EQ(VekCam_GetAEMinExposureClock(mHandle, &number), 1);
-    EXPECT_EQ(number, 1U);
+    EXPECT_EQ(Mode(), 0);
+    EXPECT_EQ(Read(VekCam_GetALCTargetLevel), 128U);
+    EXPECT_EQ(Read(VekCam_GetAGCMaxGain), 300U);
+    EXPECT_EQ(Read(VekCam_GetAGCMinGain), 2U);
+    EXPECT_EQ(Read(VekCam_GetAEMaxExposureClock), 0U);
+    EXPECT_EQ(Read(VekCam_GetAEMinExposureClock), 1U);
 
     for (const unsigned short value : {std::uint16_t{0}, std::uint16_t{0x1234}, std::uint16_t{0xFFFF}}) {
         EXPECT_EQ(VekCam_SetALCTargetLevel(mHandle, value), 1);
         EXPECT_EQ(VekCam_SetAGCMaxGain(mHandle, static_cast<unsigned short>(value ^ 1U)), 1);
         EXPECT_EQ(VekCam_SetAGCMinGain(mHandle, static_cast<unsigned short>(value ^ 2U)), 1);
-        EXPECT_EQ(VekCam_GetALCTargetLevel(mHandle, &word), 1);
-        EXPECT_EQ(word, value);
-        EXPECT_EQ(VekCam_GetAGCMaxGain(mHandle, &word), 1);
-        EXPECT_EQ(word, value ^ 1U);
-        EXPECT_EQ(VekCam_GetAGCMinGain(mHandle, &word), 1);
-        EXPECT_EQ(word, value ^ 2U);
+        EXPECT_EQ(Read(VekCam_GetALCTargetLevel), value);
+        EXPECT_EQ(Read(VekCam_GetAGCMaxGain), value ^ 1U);
+        EXPECT_EQ(Read(VekCam_GetAGCMinGain), value ^ 2U);
     }
     for (const unsigned long value : {0UL, 0x100000000UL, ~0UL}) {
         EXPECT_EQ(VekCam_SetAEMaxExposureClock(mHandle, value), 1);
         EXPECT_EQ(VekCam_SetAEMinExposureClock(mHandle, ~value), 1);
-        EXPECT_EQ(VekCam_GetAEMaxExposureClock(mHandle, &number), 1);
-        EXPECT_EQ(number, value);
-        EXPECT_EQ(VekCam_GetAEMinExposureClock(mHandle, &number), 1);
-        EXPECT_EQ(number, ~value);
+        EXPECT_EQ(Read(VekCam_GetAEMaxExposureClock), value);
+        EXPECT_EQ(Read(VekCam_GetAEMinExposureClock), ~value);
     }
     EXPECT_TRUE(mDriver.Log().empty());
 }
@@ -143,9 +139,7 @@ TEST_F(CLuminanceExports, DefaultsAndSettings) {
 TEST_F(CLuminanceExports, ModeKeepsItsLowFourBits) {
     for (unsigned mode = 0; mode <= 255; ++mode) {
         EXPECT_EQ(VekCam_SetALCMode(mHandle, static_cast<unsigned char>(mode)), 1);
-        unsigned char kept = 99;
-        EXPECT_EQ(VekCam_GetALCMode(mHandle, &kept), 1);
-        EXPECT_EQ(kept, mode & 15U);
+        EXPECT_EQ(Mode(), static_cast<int>(mode & 15U));
     }
 }
 
@@ -213,15 +207,12 @@ TEST_F(CLuminanceExports, RefusedWrites) {
     EXPECT_EQ(Step(64), 0);
     EXPECT_EQ(mFlags, 1U);
     EXPECT_EQ(Writes(), (Values{kCidGain, 2})); // no exposure after a refused gain
-    unsigned char mode = 99;
-    EXPECT_EQ(VekCam_GetALCMode(mHandle, &mode), 1);
-    EXPECT_EQ(mode, 5U);
+    EXPECT_EQ(Mode(), 5);
     mDriver.controls[kCidGain] = 0;
     mDriver.controls[kCidExposure] = 0;
     EXPECT_EQ(Step(128), 1); // what the camera has now is not asked
     EXPECT_EQ(mFlags, 0U);
-    EXPECT_EQ(VekCam_GetALCMode(mHandle, &mode), 1);
-    EXPECT_EQ(mode, 0U);
+    EXPECT_EQ(Mode(), 0);
     ASSERT_EQ(VekCam_SetALCMode(mHandle, 2), 1);
     EXPECT_EQ(Step(256), 1); // from 4000
     EXPECT_EQ(Writes(), (Values{kCidGain, 2, kCidExposure, 2000}));
