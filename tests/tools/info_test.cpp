@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Files.h"
 #include "Program.h"
+#include "support/Files.h"
 
 #include "VekTrgApi.h"
 #include "sim/SimulatedDriver.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What is said about files and devices that do not fit, and what a terminal gets.
-#include "Files.h"
 #include "PngFile.h"
 #include "Program.h"
+#include "support/Files.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What every number of the command line may be, option by option.
-#include "Files.h"
 #include "PngFile.h"
 #include "Program.h"
+#include "support/Files.h"
 
 #include <nlohmann/json.hpp>
 

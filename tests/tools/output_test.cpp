@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What becomes of files that the program writes, or was about to write.
-#include "Files.h"
 #include "PngFile.h"
 #include "Program.h"
+#include "support/Files.h"
 
 #include <fcntl.h>
 #include <sys/mount.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Files that are given as raw frames or setting files and hold something else, or more.
-#include "Files.h"
 #include "Program.h"
+#include "support/Files.h"
 
 #include <algorithm>
 

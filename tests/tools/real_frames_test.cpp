@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Frames of real cameras, which are no part of the project: VEKCAM_DATA_DIR names the directory that holds them.
-#include "Files.h"
 #include "PngFile.h"
 #include "Program.h"
+#include "support/Files.h"
 
 #include <cstdlib>
 

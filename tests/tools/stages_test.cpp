@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Files.h"
 #include "PngFile.h"
 #include "Program.h"
+#include "support/Files.h"
 
 #include <ostream>
 
