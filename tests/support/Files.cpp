@@ -28,6 +28,10 @@ std::string CFileTest::Write(const std::string& name, const std::vector<std::uin
     return Path(name);
 }
 
+std::string CFileTest::WriteText(const std::string& name, std::string_view text) const {
+    return Write(name, std::vector<std::uint8_t>(text.begin(), text.end()));
+}
+
 std::vector<std::string> CFileTest::Names(const std::string& directory) const {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(mDirectory / directory)) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vek::test {
@@ -21,6 +22,9 @@ protected:
 
     /// Writes a file and returns its path.
     std::string Write(const std::string& name, const std::vector<std::uint8_t>& bytes) const;
+
+    /// The same of a text.
+    std::string WriteText(const std::string& name, std::string_view text) const;
 
     /// The names in a directory of the test's own, or in it itself, sorted.
     std::vector<std::string> Names(const std::string& directory = "") const;
