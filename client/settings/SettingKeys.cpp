@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace vek::client {
 
@@ -44,7 +45,7 @@ constexpr ESetting kindOf(std::string_view key) {
             return kind.kind;
         }
     }
-    throw "a key without a kind"; // while compiling
+    throw std::logic_error("a key without a kind"); // while compiling
 }
 
 constexpr std::array<SSetting, kSettingCount> kSettings = [] {

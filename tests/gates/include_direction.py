@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """Includes point one way: api -> settings -> device, control, imageproc -> formats, common.
 
-A module of imageproc includes no other module, settings their interfaces alone, and the row kernels include only themselves, <cstddef>, <cstdint>
-and the compiler's vector headers. Of the library the simulated camera sees the public header and what driver and
+A module of imageproc includes no other module, settings their interfaces alone, and the row kernels include only
+themselves, <cstddef>, <cstdint> and the compiler's vector headers. Of the library the simulated camera sees the public header and what driver and
 clients agree on, client/ the public header and the tables of formats and of setting keys. The tool sees client/, the
 simulated camera and the public header; client/ sees neither, nor the command-line library, and its rooms include one
 another in one direction. The commands read and write no files: they include no header for it.
@@ -12,6 +12,7 @@ Usage: include_direction.py SOURCE_ROOT
 import pathlib
 import re
 import sys
+from pathlib import PurePath
 
 ALLOWED = {
     "api": {"api", "settings", "device", "control", "imageproc", "formats", "common"},
@@ -72,7 +73,7 @@ def violations_beside(root):
             for number, quote, target in includes(path):
                 if quote == '"' and not allowed.fullmatch(target):
                     yield f"{relative}:{number}: {folder} includes {target}"
-                elif folder == "client" and target.startswith("client/") and room(relative) < room(pathlib.PurePath(target)):
+                elif target.startswith("client/") and folder == "client" and room(relative) < room(PurePath(target)):
                     yield f"{relative}:{number}: {relative.parts[1]} includes {target}"
     for folder, barred in BARRED.items():
         for path in sources(root / folder):
