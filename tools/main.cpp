@@ -1,16 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "AlcCommand.h"
-#include "CalibrateCommand.h"
-#include "ConvertCommand.h"
-#include "DefectsCommand.h"
-#include "DemoCommand.h"
-#include "Errors.h"
-#include "InfoCommand.h"
-#include "LibraryHandle.h"
-#include "MeasureCommand.h"
-#include "Options.h"
-#include "SettingsCommand.h"
-#include "UnitsCommand.h"
+#include "client/Errors.h"
+#include "client/stages/LibraryHandle.h"
+
+#include "tools/commands/Commands.h"
+#include "tools/options/Options.h"
+#include "tools/text/Messages.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -61,15 +55,9 @@ int run(int argc, char** argv) {
                          [] { return fmt::format("vekcam {}, library version {}", VEKCAM_VERSION, libraryVersion()); });
     app.footer("Exit codes: 0 done, 1 a file, a device or the system refused, 2 bad arguments.\n"
                "\"vekcam COMMAND --help\" tells the options of a command.");
-    addInfoCommand(app);
-    addDemoCommand(app);
-    addConvertCommand(app);
-    addMeasureCommand(app);
-    addAlcCommand(app);
-    addCalibrateCommand(app);
-    addDefectsCommand(app);
-    addUnitsCommand(app);
-    addSettingsCommand(app);
+#define VEKCAM_COMMAND(name) add##name##Command(app);
+#include "CommandList.inc"
+#undef VEKCAM_COMMAND
 
     try {
         app.parse(argc, argv);
@@ -99,6 +87,8 @@ int main(int argc, char** argv) {
         code = run(argc, argv);
     } catch (const CExit& end) {
         code = end.Code();
+    } catch (const CMisfit& error) {
+        code = tell(kBadArguments, error.Text([](std::string_view setting) { return "--" + std::string(setting); }));
     } catch (const CBadArguments& error) {
         code = tell(kBadArguments, error.what());
     } catch (const std::bad_alloc&) {

@@ -52,6 +52,41 @@ struct STransferFormat {
     constexpr unsigned ShiftToByte() const { return depth - 8U; }
 };
 
+/// A pixel format and its name in the GenICam Pixel Format Naming Convention.
+struct SPixelFormatName {
+    int value; ///< enum VekPixelFormat
+    std::string_view name;
+};
+inline constexpr std::array kPixelFormatNames = {
+    SPixelFormatName{VEK_PFNC_NONE, "none"},
+    SPixelFormatName{VEK_PFNC_MONO8, "Mono8"},
+    SPixelFormatName{VEK_PFNC_BAYER_GR8, "BayerGR8"},
+    SPixelFormatName{VEK_PFNC_BAYER_RG8, "BayerRG8"},
+    SPixelFormatName{VEK_PFNC_BAYER_GB8, "BayerGB8"},
+    SPixelFormatName{VEK_PFNC_BAYER_BG8, "BayerBG8"},
+    SPixelFormatName{VEK_PFNC_MONO10, "Mono10"},
+    SPixelFormatName{VEK_PFNC_BAYER_GR10, "BayerGR10"},
+    SPixelFormatName{VEK_PFNC_BAYER_RG10, "BayerRG10"},
+    SPixelFormatName{VEK_PFNC_BAYER_GB10, "BayerGB10"},
+    SPixelFormatName{VEK_PFNC_BAYER_BG10, "BayerBG10"},
+    SPixelFormatName{VEK_PFNC_MONO12, "Mono12"},
+    SPixelFormatName{VEK_PFNC_BAYER_GR12, "BayerGR12"},
+    SPixelFormatName{VEK_PFNC_BAYER_RG12, "BayerRG12"},
+    SPixelFormatName{VEK_PFNC_BAYER_GB12, "BayerGB12"},
+    SPixelFormatName{VEK_PFNC_BAYER_BG12, "BayerBG12"},
+    SPixelFormatName{VEK_PFNC_MONO14, "Mono14"},
+    SPixelFormatName{VEK_PFNC_MONO16, "Mono16"},
+    SPixelFormatName{VEK_PFNC_BAYER_GR16, "BayerGR16"},
+    SPixelFormatName{VEK_PFNC_BAYER_RG16, "BayerRG16"},
+    SPixelFormatName{VEK_PFNC_BAYER_GB16, "BayerGB16"},
+    SPixelFormatName{VEK_PFNC_BAYER_BG16, "BayerBG16"},
+    SPixelFormatName{VEK_PFNC_BGR8, "BGR8"},
+    SPixelFormatName{VEK_PFNC_BGR10, "BGR10"},
+    SPixelFormatName{VEK_PFNC_YCBCR411_8, "YCbCr411_8"},
+    SPixelFormatName{VEK_PFNC_YCBCR422_8, "YCbCr422_8"},
+    SPixelFormatName{VEK_PFNC_YCBCR8, "YCbCr8"},
+};
+
 namespace formats {
 
 constexpr PixelFormats kNoPixelFormat = {VEK_PFNC_NONE, VEK_PFNC_NONE, VEK_PFNC_NONE, VEK_PFNC_NONE, VEK_PFNC_NONE};

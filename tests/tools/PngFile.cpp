@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "PngFile.h"
 
-#include "Files.h"
+#include "support/Files.h"
 
 #include <png.h>
 

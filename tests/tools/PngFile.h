@@ -8,6 +8,8 @@
 
 namespace vek::test {
 
+using Samples = std::vector<std::uint16_t>;
+
 /// A PNG file as it is stored: no gamma or colour conversion.
 struct SPng {
     unsigned width = 0;
@@ -15,7 +17,7 @@ struct SPng {
     unsigned bits = 0;
     unsigned channels = 0; ///< 1: grey, 3: red, green, blue
     bool sRgb = false;     ///< has an sRGB chunk
-    std::vector<std::uint16_t> samples;
+    Samples samples;
 
     /// Mean of a channel over a rectangle.
     double mean(unsigned x, unsigned y, unsigned columns, unsigned rows, unsigned channel) const;

@@ -2,6 +2,7 @@
 #include "Program.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <pty.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -11,6 +12,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <ostream>
 #include <stdexcept>
 #include <thread>
 
@@ -102,17 +104,28 @@ private:
 
 } // namespace
 
-SResult runVekcam(const std::vector<std::string>& arguments, const SStreams& streams) {
+Arguments joined(std::initializer_list<Arguments> lists) {
+    Arguments all;
+    for (const Arguments& list : lists) {
+        all.insert(all.end(), list.begin(), list.end());
+    }
+    return all;
+}
+
+Arguments sized(unsigned width, unsigned height, const Arguments& more) {
+    return joined({{"-W", std::to_string(width), "-H", std::to_string(height)}, more});
+}
+
+SResult runVekcam(const Arguments& arguments, const SStreams& streams) {
     std::signal(SIGPIPE, SIG_IGN);
-    std::vector<std::string> words = {VEKCAM_PROGRAM};
-    words.insert(words.end(), arguments.begin(), arguments.end());
+    Arguments words = joined({{VEKCAM_PROGRAM}, arguments});
     std::vector<char*> argv;
     for (std::string& word : words) {
         argv.push_back(word.data());
     }
     argv.push_back(nullptr);
 
-    std::vector<std::string> variables = streams.environment;
+    Arguments variables = streams.environment;
     std::vector<char*> envp;
     for (std::string& variable : variables) {
         envp.push_back(variable.data());
@@ -195,6 +208,41 @@ SResult runVekcam(const std::vector<std::string>& arguments, const SStreams& str
     return result;
 }
 
+void expectDone(const SResult& result) {
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+}
+
+std::string printed(const Arguments& arguments, const SStreams& streams) {
+    SCOPED_TRACE(commandLine(arguments));
+    const SResult result = runVekcam(arguments, streams);
+    expectDone(result);
+    return result.out;
+}
+
+nlohmann::json printedJson(const Arguments& arguments, const SStreams& streams) {
+    return nlohmann::json::parse(printed(arguments, streams));
+}
+
+void expectOneLine(const SResult& result, int code, const std::string& message) {
+    EXPECT_EQ(result.exitCode, code);
+    EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+    EXPECT_NE(result.err.find(message), std::string::npos) << result.err;
+}
+
+void expectRefused(const SResult& result, int code, const std::string& message) {
+    expectOneLine(result, code, message);
+    EXPECT_EQ(result.out, "");
+}
+
+void expectPart(const std::string& text, const std::string& part) {
+    EXPECT_NE(text.find(part), std::string::npos) << part << " is missing in\n" << text;
+}
+
+void PrintTo(const SRefusal& refusal, std::ostream* stream) {
+    *stream << commandLine(refusal.arguments);
+}
+
 bool canRunUnprivileged() {
     try {
         return runVekcam({"--version"}, {.unprivileged = true}).exitCode == 0;
@@ -203,7 +251,7 @@ bool canRunUnprivileged() {
     }
 }
 
-std::string commandLine(const std::vector<std::string>& arguments) {
+std::string commandLine(const Arguments& arguments) {
     std::string line = "vekcam";
     for (const std::string& argument : arguments) {
         line += ' ';

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Files.h"
 #include "Program.h"
+#include "support/Files.h"
 
 #include "VekTrgApi.h"
 
@@ -29,12 +29,10 @@ enum Column : std::size_t {
 };
 using Row = std::array<double, 11>;
 
-SResult runAlc(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), {"alc", "--width", "160", "--height", "120"});
-    SResult result = runVekcam(arguments);
-    EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(result.err, "");
-    return result;
+const Arguments kAlc160 = {"alc", "--width", "160", "--height", "120"};
+
+std::string tableOf(const Arguments& arguments) {
+    return printed(joined({kAlc160, arguments}));
 }
 
 std::vector<Row> rowsOf(const std::string& csv) {
@@ -57,9 +55,8 @@ std::vector<Row> rowsOf(const std::string& csv) {
     return rows;
 }
 
-std::vector<Row> runForRows(std::vector<std::string> arguments) {
-    arguments.insert(arguments.end(), {"--csv", "-"});
-    return rowsOf(runAlc(arguments).out);
+std::vector<Row> runForRows(const Arguments& arguments) {
+    return rowsOf(tableOf(joined({arguments, {"--csv", "-"}})));
 }
 
 TEST(Alc, OneShotEndsWhenTheLevelIsReached) {
@@ -84,7 +81,7 @@ TEST(Alc, OneShotEndsWhenTheLevelIsReached) {
 
 TEST(Alc, OneShotThatIsThereAtOnceShowsItsStep) {
     // This exposure gives the chart a mean of 31.
-    const std::vector<std::string> arguments = {"--once", "--target", "31", "--max-exposure", "20000"};
+    const Arguments arguments = {"--once", "--target", "31", "--max-exposure", "20000"};
     const std::vector<Row> rows = runForRows(arguments);
     ASSERT_EQ(rows.size(), 1U);
     EXPECT_EQ(rows[0][kFrame], 0);
@@ -94,16 +91,16 @@ TEST(Alc, OneShotThatIsThereAtOnceShowsItsStep) {
     EXPECT_NEAR(rows[0][kLevel], 31, 5);
     const std::string step = "    0    31.2       10000    0.010000      0    0.00  -               off";
     const std::string settled = "settled at the first frame: level 31.2, target 31\n";
-    EXPECT_TRUE(runAlc(arguments).out.ends_with("mode\n" + step + "\n" + settled));
+    EXPECT_TRUE(tableOf(arguments).ends_with("mode\n" + step + "\n" + settled));
     std::vector<std::string> onTerminal = {"alc", "--width", "160", "--height", "120"};
     onTerminal.insert(onTerminal.end(), arguments.begin(), arguments.end());
     const std::string seen = runVekcam(onTerminal, {.outIsTerminal = true, .environment = {"TERM=xterm"}}).out;
-    EXPECT_NE(seen.find(step + "    ...#="), std::string::npos) << seen;
-    EXPECT_NE(seen.find("settled at the first frame"), std::string::npos) << seen;
+    expectPart(seen, step + "    ...#=");
+    expectPart(seen, "settled at the first frame");
     // No light at all is a level that is there at once, too, and is not the target.
     const std::string dark =
-        runAlc({"--once", "--light", "0", "--max-exposure", "1", "--start-exposure", "1", "--mode", "exposure"}).out;
-    EXPECT_NE(dark.find("\nout of reach at the first frame: level "), std::string::npos) << dark;
+        tableOf({"--once", "--light", "0", "--max-exposure", "1", "--start-exposure", "1", "--mode", "exposure"});
+    expectPart(dark, "\nout of reach at the first frame: level ");
 }
 
 TEST(Alc, ContinuousModesTakeAllFrames) {
@@ -130,16 +127,16 @@ TEST(Alc, LimitsAndTargetAreTheGivenOnes) {
 }
 
 TEST(Alc, TableAndSettlingForEachLight) {
-    const SResult result = runAlc({"--light-steps", "5:8,25:16", "--light", "4", "--max-exposure", "20000",
-                                   "--start-exposure", "2000", "--frames", "45"});
-    EXPECT_TRUE(result.out.starts_with("frame   level    exposure     seconds   gain      dB  changes         mode\n"));
-    EXPECT_EQ(result.out.find('\033'), std::string::npos); // no terminal
+    const std::string table = tableOf({"--light-steps", "5:8,25:16", "--light", "4", "--max-exposure", "20000",
+                                       "--start-exposure", "2000", "--frames", "45"});
+    EXPECT_TRUE(table.starts_with("frame   level    exposure     seconds   gain      dB  changes         mode\n"));
+    EXPECT_EQ(table.find('\033'), std::string::npos); // no terminal
     for (const char* const part : {"\nlight 4: ", "\nlight 8: settled after ", "\nlight 16: settled after "}) {
-        EXPECT_NE(result.out.find(part), std::string::npos) << part << " is missing in\n" << result.out;
+        expectPart(table, part);
     }
-    EXPECT_NE(runAlc({"--mode", "exposure", "--light", "0", "--frames", "30"}).out.find("out of reach"),
+    EXPECT_NE(tableOf({"--mode", "exposure", "--light", "0", "--frames", "30"}).find("out of reach"),
               std::string::npos);
-    EXPECT_NE(runAlc({"--start-exposure", "1", "--frames", "2"}).out.find("not settled"), std::string::npos);
+    EXPECT_NE(tableOf({"--start-exposure", "1", "--frames", "2"}).find("not settled"), std::string::npos);
 }
 
 TEST(Alc, RegionDecidesTheLevel) {
@@ -154,29 +151,24 @@ TEST(Alc, RegionDecidesTheLevel) {
 class AlcFiles : public CFileTest {};
 
 TEST_F(AlcFiles, CsvBesideTheTable) {
-    const SResult result = runAlc({"--frames", "3", "--csv", Path("run.csv")});
-    const std::vector<std::uint8_t> bytes = readFile(Path("run.csv"));
-    EXPECT_EQ(rowsOf(std::string(bytes.begin(), bytes.end())).size(), 3U);
-    EXPECT_NE(result.out.find("\n    2 "), std::string::npos);
+    const std::string table = tableOf({"--frames", "3", "--csv", Path("run.csv")});
+    EXPECT_EQ(rowsOf(Content("run.csv")).size(), 3U);
+    expectPart(table, "\n    2 ");
     const SResult refused = runVekcam({"alc", "--frames", "1", "--csv", Path("none/run.csv")});
-    EXPECT_EQ(refused.exitCode, 1);
-    EXPECT_TRUE(isOneLineMessage(refused.err)) << refused.err;
+    expectOneLine(refused, 1);
 }
 
 TEST_F(AlcFiles, WhatIsNoCameraFailsWithOneLine) {
     for (const char* const command : {"alc", "units"}) {
         for (const std::string& device : {Path("missing"), Write("file", {1})}) {
-            const SResult result = runVekcam({command, "--device", device});
-            EXPECT_EQ(result.exitCode, 1);
-            EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+            expectOneLine(runVekcam({command, "--device", device}), 1);
         }
     }
 }
 
 TEST(Alc, CameraThatRefusesAStartValue) {
     const SResult result = runVekcam({"alc", "--start-gain", "241"}); // 240 is this model's largest
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+    expectOneLine(result, 1);
 }
 
 } // namespace

@@ -9,95 +9,89 @@ namespace vek::test {
 
 namespace {
 
-struct SBad {
-    std::vector<std::string> arguments;
-    std::string message; ///< a part of it
-};
-
-void PrintTo(const SBad& bad, std::ostream* stream) {
-    *stream << commandLine(bad.arguments);
-}
-
-class BadArguments : public ::testing::TestWithParam<SBad> {};
+class BadArguments : public ::testing::TestWithParam<SRefusal> {};
 
 TEST_P(BadArguments, ExitTwoWithOneLine) {
-    const SResult result = runVekcam(GetParam().arguments);
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.out, "");
-    EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
-    EXPECT_NE(result.err.find(GetParam().message), std::string::npos) << result.err;
+    expectRefused(runVekcam(GetParam().arguments), 2, GetParam().message);
 }
 
 INSTANTIATE_TEST_SUITE_P(Program, BadArguments,
-                         ::testing::Values(SBad{{}, "subcommand"}, SBad{{"paint"}, "paint"},
-                                           SBad{{"--paint"}, "--paint"}, SBad{{"info", "demo"}, "demo"}));
+                         ::testing::Values(SRefusal{{}, "subcommand"}, SRefusal{{"paint"}, "paint"},
+                                           SRefusal{{"--paint"}, "--paint"}, SRefusal{{"info", "demo"}, "demo"}));
 
 INSTANTIATE_TEST_SUITE_P(Info, BadArguments,
-                         ::testing::Values(SBad{{"info", "--sim", "box-camera"}, "box-camera"},
-                                           SBad{{"info", "--sim", "--device", "/dev/null"}, "--sim"},
-                                           SBad{{"info", "--device"}, "--device"}, SBad{{"info", "--xml"}, "--xml"},
-                                           SBad{{"info", "extra"}, "extra"}, SBad{{"info", "--json=5"}, "json"}));
+                         ::testing::Values(SRefusal{{"info", "--sim", "box-camera"}, "box-camera"},
+                                           SRefusal{{"info", "--sim", "--device", "/dev/null"}, "--sim"},
+                                           SRefusal{{"info", "--device"}, "--device"},
+                                           SRefusal{{"info", "--xml"}, "--xml"}, SRefusal{{"info", "extra"}, "extra"},
+                                           SRefusal{{"info", "--json=5"}, "json"}));
 
-INSTANTIATE_TEST_SUITE_P(
-    Demo, BadArguments,
-    ::testing::Values(SBad{{"demo", "--frames", "0"}, "--frames"}, SBad{{"demo", "--frames", "1001"}, "--frames"},
-                      SBad{{"demo", "--frames", "two"}, "--frames"}, SBad{{"demo", "--model", "box"}, "box"},
-                      SBad{{"demo", "--seed", "-1"}, "--seed"}, SBad{{"demo", "--width", "63"}, "--width"},
-                      SBad{{"demo", "--height", "8193"}, "--height"}, SBad{{"demo", "-o"}, "--output"},
-                      SBad{{"demo", "extra"}, "extra"}));
+INSTANTIATE_TEST_SUITE_P(Demo, BadArguments,
+                         ::testing::Values(SRefusal{{"demo", "--frames", "0"}, "--frames"},
+                                           SRefusal{{"demo", "--frames", "1001"}, "--frames"},
+                                           SRefusal{{"demo", "--frames", "two"}, "--frames"},
+                                           SRefusal{{"demo", "--model", "box"}, "box"},
+                                           SRefusal{{"demo", "--seed", "-1"}, "--seed"},
+                                           SRefusal{{"demo", "--width", "63"}, "--width"},
+                                           SRefusal{{"demo", "--height", "8193"}, "--height"},
+                                           SRefusal{{"demo", "-o"}, "--output"}, SRefusal{{"demo", "extra"}, "extra"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Alc, BadArguments,
     ::testing::Values(
-        SBad{{"alc", "--sim", "box"}, "box"}, SBad{{"alc", "--mode", "0"}, "--mode"},
-        SBad{{"alc", "--mode", "7"}, "--mode"}, SBad{{"alc", "--mode", "off"}, "--mode"},
-        SBad{{"alc", "--target", "256"}, "--target"}, SBad{{"alc", "--frames", "0"}, "--frames"},
-        SBad{{"alc", "--region", "1,2,3"}, "--region"}, SBad{{"alc", "--region", "0,0,0,5"}, "--region"},
-        SBad{{"alc", "--region", "5000,0,5,5"}, "outside"}, SBad{{"alc", "--light", "-1"}, "--light"},
-        SBad{{"alc", "--light-steps", "3"}, "--light-steps"}, SBad{{"alc", "--light-steps", "3:1,"}, "--light-steps"},
-        SBad{{"alc", "--light-steps", "3:1,3:2"}, "rising"}, SBad{{"alc", "--light-steps", "3:nan"}, "--light-steps"},
-        SBad{{"alc", "--start-exposure", "2147483648"}, "--start-exposure"},
-        SBad{{"alc", "--max-gain", "65536"}, "--max-gain"}, SBad{{"alc", "--sim", "--device", "/dev/null"}, "--sim"},
-        SBad{{"alc", "--device", "/dev/null", "--light", "2"}, "--light"}, SBad{{"alc", "extra"}, "extra"}));
+        SRefusal{{"alc", "--sim", "box"}, "box"}, SRefusal{{"alc", "--mode", "0"}, "--mode"},
+        SRefusal{{"alc", "--mode", "7"}, "--mode"}, SRefusal{{"alc", "--mode", "off"}, "--mode"},
+        SRefusal{{"alc", "--target", "256"}, "--target"}, SRefusal{{"alc", "--frames", "0"}, "--frames"},
+        SRefusal{{"alc", "--region", "1,2,3"}, "--region"}, SRefusal{{"alc", "--region", "0,0,0,5"}, "--region"},
+        SRefusal{{"alc", "--region", "5000,0,5,5"}, "outside"}, SRefusal{{"alc", "--light", "-1"}, "--light"},
+        SRefusal{{"alc", "--light-steps", "3"}, "--light-steps"},
+        SRefusal{{"alc", "--light-steps", "3:1,"}, "--light-steps"},
+        SRefusal{{"alc", "--light-steps", "3:1,3:2"}, "rising"},
+        SRefusal{{"alc", "--light-steps", "3:nan"}, "--light-steps"},
+        SRefusal{{"alc", "--start-exposure", "2147483648"}, "--start-exposure"},
+        SRefusal{{"alc", "--max-gain", "65536"}, "--max-gain"},
+        SRefusal{{"alc", "--sim", "--device", "/dev/null"}, "--sim"},
+        SRefusal{{"alc", "--device", "/dev/null", "--light", "2"}, "--light"}, SRefusal{{"alc", "extra"}, "extra"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Measure, BadArguments,
-    ::testing::Values(SBad{{"measure"}, "required"}, SBad{{"measure", "in.raw", "-W", "2", "-H", "2"}, "--format"},
-                      SBad{{"measure", "in.raw", "-W", "2", "-H", "2", "-f", "raw8"}, "--colour-array"},
-                      SBad{{"measure", "in.raw", "-W", "2", "-H", "2", "-f", "mono8", "-a", "rggb"}, "does not go"},
-                      SBad{{"measure", "in.raw", "-W", "2", "-H", "2", "-f", "bgr8"}, "neither raw nor mono"},
-                      SBad{{"measure", "--sim", "-f", "ycrcb422"}, "neither raw nor mono"},
-                      SBad{{"measure", "in.raw", "-W", "2", "-H", "2", "-f", "mono8", "--region", "2,0,1,1"},
-                           "outside"},
-                      SBad{{"measure", "in.raw", "--sim", "clock-vga"}, "exclude"},
-                      SBad{{"measure", "--sim", "--frame", "1"}, "--frame"}, SBad{{"measure", "--sim", "box"}, "box"}));
+    ::testing::Values(
+        SRefusal{{"measure"}, "required"}, SRefusal{{"measure", "in.raw", "-W", "2", "-H", "2"}, "--format"},
+        SRefusal{{"measure", "in.raw", "-W", "2", "-H", "2", "-f", "raw8"}, "--colour-array"},
+        SRefusal{{"measure", "in.raw", "-W", "2", "-H", "2", "-f", "mono8", "-a", "rggb"}, "does not go"},
+        SRefusal{{"measure", "in.raw", "-W", "2", "-H", "2", "-f", "bgr8"}, "neither raw nor mono"},
+        SRefusal{{"measure", "--sim", "-f", "ycrcb422"}, "neither raw nor mono"},
+        SRefusal{{"measure", "in.raw", "-W", "2", "-H", "2", "-f", "mono8", "--region", "2,0,1,1"}, "outside"},
+        SRefusal{{"measure", "in.raw", "--sim", "clock-vga"}, "exclude"},
+        SRefusal{{"measure", "--sim", "--frame", "1"}, "--frame"}, SRefusal{{"measure", "--sim", "box"}, "box"}));
 
 INSTANTIATE_TEST_SUITE_P(Defects, BadArguments,
-                         ::testing::Values(SBad{{"defects"}, "subcommand"}, SBad{{"defects", "repair"}, "subcommand"},
-                                           SBad{{"defects", "detect", "--threshold", "257"}, "--threshold"},
-                                           SBad{{"defects", "detect", "--hot", "-1"}, "--hot"},
-                                           SBad{{"defects", "detect", "--sim", "box"}, "box"}));
+                         ::testing::Values(SRefusal{{"defects"}, "subcommand"},
+                                           SRefusal{{"defects", "repair"}, "subcommand"},
+                                           SRefusal{{"defects", "detect", "--threshold", "257"}, "--threshold"},
+                                           SRefusal{{"defects", "detect", "--hot", "-1"}, "--hot"},
+                                           SRefusal{{"defects", "detect", "--sim", "box"}, "box"}));
 
 INSTANTIATE_TEST_SUITE_P(Units, BadArguments,
-                         ::testing::Values(SBad{{"units", "--exposure-time", "-1"}, "--exposure-time"},
-                                           SBad{{"units", "--exposure-clocks", "4294967296"}, "--exposure-clocks"},
-                                           SBad{{"units", "--gain", "65536"}, "--gain"},
-                                           SBad{{"units", "--fps", "0"}, "--fps"},
-                                           SBad{{"units", "--digital-times", "x"}, "--digital-times"},
-                                           SBad{{"units", "--sim", "--device", "/dev/null"}, "--sim"}));
+                         ::testing::Values(SRefusal{{"units", "--exposure-time", "-1"}, "--exposure-time"},
+                                           SRefusal{{"units", "--exposure-clocks", "4294967296"}, "--exposure-clocks"},
+                                           SRefusal{{"units", "--gain", "65536"}, "--gain"},
+                                           SRefusal{{"units", "--fps", "0"}, "--fps"},
+                                           SRefusal{{"units", "--digital-times", "x"}, "--digital-times"},
+                                           SRefusal{{"units", "--sim", "--device", "/dev/null"}, "--sim"}));
 
-SBad setBad(const std::string& change, const std::string& message) {
+SRefusal setBad(const std::string& change, const std::string& message) {
     return {{"settings", "save", "/nonexistent/file", "--set", change}, message};
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Settings, BadArguments,
-    ::testing::Values(SBad{{"settings"}, "subcommand"}, SBad{{"settings", "edit"}, "subcommand"},
-                      SBad{{"settings", "save"}, "required"}, SBad{{"settings", "load"}, "required"},
-                      SBad{{"settings", "show"}, "required"}, SBad{{"settings", "diff", "a"}, "required"},
-                      SBad{{"settings", "diff", "a", "b", "c"}, "c"},
-                      SBad{{"settings", "save", "a", "--sim", "box"}, "box"},
-                      SBad{{"settings", "load", "a", "--sim", "--device", "/dev/null"}, "--sim"},
+    ::testing::Values(SRefusal{{"settings"}, "subcommand"}, SRefusal{{"settings", "edit"}, "subcommand"},
+                      SRefusal{{"settings", "save"}, "required"}, SRefusal{{"settings", "load"}, "required"},
+                      SRefusal{{"settings", "show"}, "required"}, SRefusal{{"settings", "diff", "a"}, "required"},
+                      SRefusal{{"settings", "diff", "a", "b", "c"}, "c"},
+                      SRefusal{{"settings", "save", "a", "--sim", "box"}, "box"},
+                      SRefusal{{"settings", "load", "a", "--sim", "--device", "/dev/null"}, "--sim"},
                       setBad("WBMode", "KEY=VALUE"), setBad("wbmode=1", "names no key"), setBad("=1", "names no key"),
                       setBad("WBMode=", "manual"), setBad("WBMode=maybe", "off, manual, auto, once"),
                       setBad("WBMode=256", "0 to 255"), setBad("WBGainR=65536", "0 to 65535"),
@@ -108,24 +102,22 @@ INSTANTIATE_TEST_SUITE_P(
                       setBad("AEMaxExposure=9223372036854775808", "0 to 9223372036854775807")));
 
 /// convert with arguments that are all right, and others behind them.
-std::vector<std::string> convertWith(const std::vector<std::string>& more) {
-    std::vector<std::string> arguments = {"convert", "in.raw", "-o", "out.png"};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return arguments;
+Arguments convertWith(const Arguments& more) {
+    return joined({{"convert", "in.raw", "-o", "out.png"}, more});
 }
 
-SBad convertBad(const std::vector<std::string>& more, const std::string& message) {
+SRefusal convertBad(const Arguments& more, const std::string& message) {
     return {convertWith(more), message};
 }
 
-INSTANTIATE_TEST_SUITE_P(ConvertMissing, BadArguments,
-                         ::testing::Values(SBad{{"convert"}, "required"},
-                                           convertBad({"-H", "2", "-f", "mono8"}, "--width"),
-                                           convertBad({"-W", "2", "-f", "mono8"}, "--height"),
-                                           convertBad({"-W", "2", "-H", "2"}, "--format"),
-                                           convertBad({"-W", "2", "-H", "2", "-f", "raw8"}, "--colour-array"),
-                                           SBad{{"convert", "in.raw", "-W", "2", "-H", "2", "-f", "mono8"}, "--output"},
-                                           SBad{{"convert", "-o", "x", "-W", "2", "-H", "2", "-f", "mono8"}, "IN"}));
+INSTANTIATE_TEST_SUITE_P(
+    ConvertMissing, BadArguments,
+    ::testing::Values(SRefusal{{"convert"}, "required"}, convertBad({"-H", "2", "-f", "mono8"}, "--width"),
+                      convertBad({"-W", "2", "-f", "mono8"}, "--height"),
+                      convertBad({"-W", "2", "-H", "2"}, "--format"),
+                      convertBad({"-W", "2", "-H", "2", "-f", "raw8"}, "--colour-array"),
+                      SRefusal{{"convert", "in.raw", "-W", "2", "-H", "2", "-f", "mono8"}, "--output"},
+                      SRefusal{{"convert", "-o", "x", "-W", "2", "-H", "2", "-f", "mono8"}, "IN"}));
 
 INSTANTIATE_TEST_SUITE_P(
     ConvertValues, BadArguments,
@@ -172,11 +164,9 @@ TEST(ConvertFormats, ThoseOfColourTakeNoColourArrayAndNoStageOfRawFrames) {
         const SResult result = runVekcam(convertWith({"-W", "2", "-H", "2", "-a", "rggb", "-f", format}));
         EXPECT_EQ(result.exitCode, 2) << format;
         EXPECT_EQ(result.err, "vekcam: --colour-array does not go with format " + std::string(format) + "\n");
-        for (const std::vector<std::string>& stage :
-             {std::vector<std::string>{"--wb", "auto"}, {"--raw-gamma", "2"}, {"--mirror", "h"}, {"--rotate", "cw"}}) {
-            std::vector<std::string> arguments = {"-W", "2", "-H", "2", "-f", format};
-            arguments.insert(arguments.end(), stage.begin(), stage.end());
-            const SResult refused = runVekcam(convertWith(arguments));
+        for (const Arguments& stage :
+             {Arguments{"--wb", "auto"}, {"--raw-gamma", "2"}, {"--mirror", "h"}, {"--rotate", "cw"}}) {
+            const SResult refused = runVekcam(convertWith(sized(2, 2, joined({{"-f", format}, stage}))));
             EXPECT_EQ(refused.exitCode, 2) << format;
             EXPECT_EQ(refused.err, "vekcam: " + stage.front() + " needs a raw or mono frame: format " +
                                        std::string(format) + " is colour already\n");

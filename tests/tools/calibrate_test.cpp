@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Files.h"
-#include "PngFile.h"
-#include "Program.h"
+#include "Conversion.h"
 
 #include "VekTrgApi.h"
 #include "sim/SimulatedDriver.h"
@@ -16,38 +14,23 @@ namespace vek::test {
 
 namespace {
 
-using Samples = std::vector<std::uint16_t>;
-using Arguments = std::vector<std::string>;
-
 constexpr unsigned kWidth = 320;
 constexpr unsigned kHeight = 240;
 
-class Calibrate : public CFileTest {
+class Calibrate : public CConversionTest {
 protected:
     /// Writes NAME.png, NAME.json and the last frame, NAME.raw, of a small simulated camera.
     SResult Taken(const std::string& kind, const std::string& name, const Arguments& more) const {
-        Arguments arguments = {"calibrate", kind,
-                               "-o",        Path(name + ".png"),
-                               "--raw",     Path(name + ".raw"),
-                               "--width",   std::to_string(kWidth),
-                               "--height",  std::to_string(kHeight)};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        SResult result = runVekcam(arguments);
-        EXPECT_EQ(result.exitCode, 0) << result.err;
-        EXPECT_EQ(result.err, ""); // no progress bar where no terminal is
+        SResult result = runVekcam(joined({{"calibrate", kind, "-o", Path(name + ".png"), "--raw", Path(name + ".raw"),
+                                            "--width", std::to_string(kWidth), "--height", std::to_string(kHeight)},
+                                           more}));
+        expectDone(result); // no progress bar where no terminal is
         return result;
     }
 
     /// The samples of a frame that was kept, as grey, after the corrections that are named.
     SPng Corrected(const std::string& name, const Arguments& form, const Arguments& corrections) const {
-        Arguments arguments = {"convert", Path(name + ".raw"),     "-W", std::to_string(kWidth),
-                               "-H",      std::to_string(kHeight), "-m", "mono",
-                               "-o",      Path("out.png")};
-        arguments.insert(arguments.end(), form.begin(), form.end());
-        arguments.insert(arguments.end(), corrections.begin(), corrections.end());
-        const SResult result = runVekcam(arguments);
-        EXPECT_EQ(result.exitCode, 0) << result.err;
-        return result.exitCode == 0 ? readPng(Path("out.png")) : SPng{};
+        return ConvertedFile(Path(name + ".raw"), sized(kWidth, kHeight, joined({{"-m", "mono"}, form, corrections})));
     }
 
     nlohmann::json Description(const std::string& name) const {
@@ -98,8 +81,8 @@ TEST_F(Calibrate, MeanOfTheFramesAndHowTheyWereTaken) {
     EXPECT_EQ(json.at("frames"), 5);
     EXPECT_EQ(json.at("exposureClocks"), 40000);
     EXPECT_EQ(json.at("gain"), 60);
-    EXPECT_NE(result.out.find(Path("dark.png") + ", " + Path("dark.json")), std::string::npos) << result.out;
-    EXPECT_NE(result.out.find("5 of 320 x 240 pixels, raw12, rggb"), std::string::npos) << result.out;
+    expectPart(result.out, Path("dark.png") + ", " + Path("dark.json"));
+    expectPart(result.out, "5 of 320 x 240 pixels, raw12, rggb");
 
     // The same camera, without the program.
     const sim::SCameraModel& model = sim::FindCameraModel("global-1m");
@@ -139,9 +122,9 @@ TEST_F(Calibrate, FlatFrameIsEvenlyLitAndNotDark) {
     const SPng image = readPng(Path("flat.png"));
     EXPECT_NEAR(image.samples[(kHeight / 2) * kWidth + kWidth / 2 + 1] / 256.0, 4 + 251 / 4.0, 1.5);
     EXPECT_LT(image.samples[1], 0.85 * image.samples[(kHeight / 2) * kWidth + kWidth / 2 + 1]);
-    EXPECT_NE(result.out.find("saturated   0 pixels"), std::string::npos) << result.out;
+    expectPart(result.out, "saturated   0 pixels");
     const SResult bright = Taken("flat", "bright", {"-n", "2", "--light", "100"});
-    EXPECT_NE(bright.out.find("saturated   76800 pixels"), std::string::npos) << bright.out;
+    expectPart(bright.out, "saturated   76800 pixels");
 }
 
 // ---- what it corrects ----
@@ -173,11 +156,8 @@ TEST_P(CalibrateDepth, DarkFrameTakesThePatternAway) {
 TEST_F(Calibrate, EasyFilterTakesOddSizes) {
     std::vector<std::uint8_t> frame(7 * 5, 30);
     frame[3 * 7 + 6] = 200;
-    const std::string raw = Write("odd.raw", frame);
-    const SResult result = runVekcam({"convert", raw, "-W", "7", "-H", "5", "-f", "raw8", "-a", "grbg", "-m", "mono",
-                                      "--noise", "easy", "-o", Path("odd.png")});
-    ASSERT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(readPng(Path("odd.png")).samples, Samples(7 * 5, 30));
+    EXPECT_EQ(Converted(frame, sized(7, 5, {"-f", "raw8", "-a", "grbg", "-m", "mono", "--noise", "easy"})).samples,
+              Samples(7 * 5, 30));
 }
 
 INSTANTIATE_TEST_SUITE_P(Depths, CalibrateDepth,
@@ -305,9 +285,7 @@ TEST_F(Calibrate, DarkComesBeforeShadingAndShadingBeforeTheStages) {
     }
     EXPECT_EQ(Corrected("lit", kBayer12, both).samples, full);
     // With a stage the corrected frame is taken down to 8 bits.
-    Arguments stages = both;
-    stages.insert(stages.begin(), {"--wb", "2,2,2,2"});
-    const SPng balanced = Corrected("lit", kBayer12, stages);
+    const SPng balanced = Corrected("lit", kBayer12, joined({{"--wb", "2,2,2,2"}, both}));
     EXPECT_EQ(balanced.bits, 8U);
     EXPECT_EQ(balanced.samples, doubled);
 }
@@ -332,59 +310,41 @@ TEST_F(Calibrate, PackedFramesTakeCalibrationsOfTheirDepth) {
 
 // ---- what cannot work ----
 
-struct SCorrectionRefusal {
-    Arguments arguments; ///< behind convert IN -o OUT
-    std::string message;
-};
-
-void PrintTo(const SCorrectionRefusal& refusal, std::ostream* stream) {
-    *stream << commandLine(refusal.arguments);
-}
-
-class CorrectionRefusal : public ::testing::TestWithParam<SCorrectionRefusal> {};
+class CorrectionRefusal : public ::testing::TestWithParam<SRefusal> {};
 
 TEST_P(CorrectionRefusal, ExitTwoWithOneLine) {
-    Arguments arguments = {"convert", "in.raw", "-o", "out.png"};
-    arguments.insert(arguments.end(), GetParam().arguments.begin(), GetParam().arguments.end());
-    const SResult result = runVekcam(arguments);
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
-    EXPECT_NE(result.err.find(GetParam().message), std::string::npos) << result.err;
+    expectRefused(runVekcam(joined({{"convert", "in.raw", "-o", "out.png"}, GetParam().arguments})), 2,
+                  GetParam().message);
 }
 
 Arguments bayer(unsigned width, unsigned height, const Arguments& more) {
-    Arguments arguments = {"-W", std::to_string(width), "-H", std::to_string(height), "-f", "raw8", "-a", "rggb"};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return arguments;
+    return sized(width, height, joined({{"-f", "raw8", "-a", "rggb"}, more}));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Combinations, CorrectionRefusal,
-    ::testing::Values(
-        SCorrectionRefusal{bayer(4, 4, {"--noise", "complex"}), "--noise complex needs --dark"},
-        SCorrectionRefusal{bayer(4, 4, {"--noise", "easy", "--dark", "d.png"}), "--dark goes with --noise complex"},
-        SCorrectionRefusal{bayer(4, 4, {"--dark", "d.png"}), "--dark requires --noise"},
-        SCorrectionRefusal{bayer(4, 4, {"--noise", "off"}), "\"off\" is none of: easy, complex"},
-        SCorrectionRefusal{bayer(3, 4, {"--noise", "easy"}), "needs 4 x 4 pixels or more"},
-        SCorrectionRefusal{bayer(4, 3, {"--noise", "easy"}), "needs 4 x 4 pixels or more"},
-        SCorrectionRefusal{{"-W", "1", "-H", "9", "-f", "mono8", "--noise", "easy"}, "needs 2 x 2 pixels or more"},
-        SCorrectionRefusal{bayer(4, 4, {"--shading", "flat.tif"}), "flat.tif: the name of a calibration ends in .png"},
-        SCorrectionRefusal{{"-W", "4", "-H", "4", "-f", "bgr8", "--shading", "f.png"},
-                           "--shading needs a raw or mono frame: format bgr8 is colour already"},
-        SCorrectionRefusal{{"-W", "4", "-H", "4", "-f", "ycrcb422", "--noise", "easy"},
-                           "--noise needs a raw or mono frame: format ycrcb422 is colour already"}));
+    ::testing::Values(SRefusal{bayer(4, 4, {"--noise", "complex"}), "--noise complex needs --dark"},
+                      SRefusal{bayer(4, 4, {"--noise", "easy", "--dark", "d.png"}), "--dark goes with --noise complex"},
+                      SRefusal{bayer(4, 4, {"--dark", "d.png"}), "--dark requires --noise"},
+                      SRefusal{bayer(4, 4, {"--noise", "off"}), "\"off\" is none of: easy, complex"},
+                      SRefusal{bayer(3, 4, {"--noise", "easy"}), "needs 4 x 4 pixels or more"},
+                      SRefusal{bayer(4, 3, {"--noise", "easy"}), "needs 4 x 4 pixels or more"},
+                      SRefusal{{"-W", "1", "-H", "9", "-f", "mono8", "--noise", "easy"}, "needs 2 x 2 pixels or more"},
+                      SRefusal{bayer(4, 4, {"--shading", "flat.tif"}),
+                               "flat.tif: the name of a calibration ends in .png"},
+                      SRefusal{{"-W", "4", "-H", "4", "-f", "bgr8", "--shading", "f.png"},
+                               "--shading needs a raw or mono frame: format bgr8 is colour already"},
+                      SRefusal{{"-W", "4", "-H", "4", "-f", "ycrcb422", "--noise", "easy"},
+                               "--noise needs a raw or mono frame: format ycrcb422 is colour already"}));
 
 TEST_F(Calibrate, CalibrationsOfOtherFramesAreRefused) {
     Taken("dark", "dark", {"-n", "1"});
     Taken("flat", "flat", {"-n", "1", "-f", "raw12"});
     const auto refused = [&](const Arguments& form, const Arguments& corrections) {
         Write("in.raw", std::vector<std::uint8_t>(2 * kWidth * kHeight));
-        Arguments arguments = {"convert", Path("in.raw"), "-o", Path("out.png")};
-        arguments.insert(arguments.end(), form.begin(), form.end());
-        arguments.insert(arguments.end(), corrections.begin(), corrections.end());
-        const SResult result = runVekcam(arguments);
-        EXPECT_EQ(result.exitCode, 1);
-        EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+        const SResult result =
+            runVekcam(joined({{"convert", Path("in.raw"), "-o", Path("out.png")}, form, corrections}));
+        expectRefused(result, 1);
         EXPECT_FALSE(std::filesystem::exists(Path("out.png")));
         return result.err;
     };
@@ -411,7 +371,7 @@ TEST_F(Calibrate, CalibrationsOfOtherFramesAreRefused) {
     EXPECT_NE(refused(size, {"--noise", "complex", "--dark", Path("lonely.png")}).find("lonely.png: cannot read"),
               std::string::npos);
     for (const std::string text : {"", "[]", "{\"kind\": \"dark\"}", "{\"kind\": 1}"}) {
-        Write("lonely.json", std::vector<std::uint8_t>(text.begin(), text.end()));
+        WriteText("lonely.json", text);
         EXPECT_NE(refused(size, {"--noise", "complex", "--dark", Path("lonely.png")})
                       .find("lonely.json: no description of a calibration"),
                   std::string::npos)
@@ -453,18 +413,14 @@ TEST_F(Calibrate, BadArguments) {
              {{"calibrate", "dark", "-o", "d.png", "--light", "1"}, "--light"},
              {{"calibrate", "dark", "-o", "d.png", "--device", "/dev/null", "--hot", "1"}, "--hot"},
              {{"calibrate", "dark", "-o", "d.png", "--device", "/dev/null", "--sim"}, "--sim"}}) {
-        const SResult result = runVekcam(arguments);
-        EXPECT_EQ(result.exitCode, 2) << commandLine(arguments);
-        EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
-        EXPECT_NE(result.err.find(message), std::string::npos) << result.err;
+        expectOneLine(runVekcam(arguments), 2, message);
     }
     const SResult device = runVekcam({"calibrate", "dark", "-o", Path("d.png"), "--device", "/dev/null"});
-    EXPECT_EQ(device.exitCode, 1);
-    EXPECT_TRUE(isOneLineMessage(device.err)) << device.err;
+    expectOneLine(device, 1);
     const SResult directory =
         runVekcam({"calibrate", "dark", "-o", Path("none/d.png"), "--width", "64", "--height", "64", "--frames", "1"});
     EXPECT_EQ(directory.exitCode, 1);
-    EXPECT_NE(directory.err.find("none/d.png: cannot open"), std::string::npos) << directory.err;
+    expectPart(directory.err, "none/d.png: cannot open");
 }
 
 } // namespace

@@ -11,16 +11,8 @@ namespace vek::test {
 
 namespace {
 
-std::string defects(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), {"defects", "detect"});
-    const SResult result = runVekcam(arguments);
-    EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(result.err, "");
-    return result.out;
-}
-
-void expectPart(const std::string& text, const std::string& part) {
-    EXPECT_NE(text.find(part), std::string::npos) << part << " is missing in\n" << text;
+std::string defects(const Arguments& arguments) {
+    return printed(joined({{"defects", "detect"}, arguments}));
 }
 
 TEST(Defects, SlotsTakeWhatTheyCan) {
@@ -43,12 +35,8 @@ TEST(Defects, SeedDecidesThePlaces) {
     EXPECT_NE(defects({"--seed", "3"}), defects({"--seed", "4"}));
 }
 
-nlohmann::json units(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), {"units", "--json"});
-    const SResult result = runVekcam(arguments);
-    EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(result.err, "");
-    return nlohmann::json::parse(result.out);
+nlohmann::json units(const Arguments& arguments) {
+    return printedJson(joined({{"units", "--json"}, arguments}));
 }
 
 TEST(Units, RangesAreTheModels) {
@@ -96,11 +84,10 @@ TEST(Units, DecibelsGiveTheNearestGainSetting) {
 }
 
 TEST(Units, TextHasTheSameValues) {
-    const SResult result = runVekcam({"units", "--exposure-time", "0.5", "--gain", "100", "--fps", "30"});
-    EXPECT_EQ(result.exitCode, 0);
+    const std::string text = printed({"units", "--exposure-time", "0.5", "--gain", "100", "--fps", "30"});
     for (const char* const part : {"simulated camera global-1m", "16000000 clocks = 16 s", "0 .. 240 = 0 .. 24 dB",
                                    "0.5 s -> 500000 clocks -> 0.5 s", "100 -> 10 dB", "500 lines of blanking"}) {
-        expectPart(result.out, part);
+        expectPart(text, part);
     }
 }
 

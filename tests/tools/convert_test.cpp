@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Files.h"
-#include "PngFile.h"
-#include "Program.h"
+#include "Conversion.h"
 
 #include "VekTrgApi.h"
 #include "sim/SimulatedDriver.h"
@@ -12,29 +10,12 @@ namespace vek::test {
 
 namespace {
 
-using Samples = std::vector<std::uint16_t>;
-
-class Convert : public CFileTest {
-protected:
-    /// Converts bytes as one file and decodes the result.
-    SPng Converted(const std::vector<std::uint8_t>& bytes, std::vector<std::string> arguments) const {
-        arguments.insert(arguments.begin(), {"convert", Write("in.raw", bytes), "-o", Path("out.png")});
-        const SResult result = runVekcam(arguments);
-        EXPECT_EQ(result.exitCode, 0) << result.err;
-        EXPECT_EQ(result.out + result.err, "");
-        return result.exitCode == 0 ? readPng(Path("out.png")) : SPng{};
-    }
-};
-
-std::vector<std::string> size(unsigned width, unsigned height, std::vector<std::string> more) {
-    more.insert(more.begin(), {"-W", std::to_string(width), "-H", std::to_string(height)});
-    return more;
-}
+class Convert : public CConversionTest {};
 
 TEST_F(Convert, NoneGivesEachPixelItsOwnColour) {
     // R 10  G 20
     // G 30  B 40
-    const SPng image = Converted({10, 20, 30, 40}, size(2, 2, {"-f", "raw8", "-a", "rggb", "-m", "none"}));
+    const SPng image = Converted({10, 20, 30, 40}, sized(2, 2, {"-f", "raw8", "-a", "rggb", "-m", "none"}));
     EXPECT_EQ(image.width, 2U);
     EXPECT_EQ(image.height, 2U);
     EXPECT_EQ(image.bits, 8U);
@@ -45,17 +26,17 @@ TEST_F(Convert, NoneGivesEachPixelItsOwnColour) {
 
 TEST_F(Convert, NoneInEveryPhase) {
     const std::vector<std::uint8_t> raw = {10, 20, 30, 40};
-    EXPECT_EQ(Converted(raw, size(2, 2, {"-f", "raw8", "-a", "grbg", "-m", "none"})).samples,
+    EXPECT_EQ(Converted(raw, sized(2, 2, {"-f", "raw8", "-a", "grbg", "-m", "none"})).samples,
               (Samples{0, 10, 0, 20, 0, 0, 0, 0, 30, 0, 40, 0}));
-    EXPECT_EQ(Converted(raw, size(2, 2, {"-f", "raw8", "-a", "gbrg", "-m", "none"})).samples,
+    EXPECT_EQ(Converted(raw, sized(2, 2, {"-f", "raw8", "-a", "gbrg", "-m", "none"})).samples,
               (Samples{0, 10, 0, 0, 0, 20, 30, 0, 0, 0, 40, 0}));
-    EXPECT_EQ(Converted(raw, size(2, 2, {"-f", "raw8", "-a", "bggr", "-m", "none"})).samples,
+    EXPECT_EQ(Converted(raw, sized(2, 2, {"-f", "raw8", "-a", "bggr", "-m", "none"})).samples,
               (Samples{0, 0, 10, 0, 20, 0, 0, 30, 0, 40, 0, 0}));
 }
 
 TEST_F(Convert, NearestSharesTheCell) {
     // Red 10 and blue 40 for all four; green is that of the pixel's row.
-    EXPECT_EQ(Converted({10, 20, 30, 40}, size(2, 2, {"-f", "raw8", "-a", "rggb", "-m", "nearest"})).samples,
+    EXPECT_EQ(Converted({10, 20, 30, 40}, sized(2, 2, {"-f", "raw8", "-a", "rggb", "-m", "nearest"})).samples,
               (Samples{10, 20, 40, 10, 20, 40, 10, 30, 40, 10, 30, 40}));
 }
 
@@ -70,17 +51,17 @@ TEST_F(Convert, BilinearThreeByThree) {
                               40, 40, 50, 50, 50, 50, 60, 60, 60, //
                               70, 80, 50, 80, 80, 50, 90, 80, 60};
     const std::vector<std::uint8_t> raw = {10, 20, 30, 40, 50, 60, 70, 80, 90};
-    EXPECT_EQ(Converted(raw, size(3, 3, {"-f", "raw8", "-a", "rggb", "-m", "bilinear"})).samples, expected);
+    EXPECT_EQ(Converted(raw, sized(3, 3, {"-f", "raw8", "-a", "rggb", "-m", "bilinear"})).samples, expected);
     // It is the default, and codes stand for names.
-    EXPECT_EQ(Converted(raw, size(3, 3, {"-f", "0", "--color-array", "2"})).samples, expected);
-    EXPECT_EQ(Converted(raw, size(3, 3, {"-f", "RAW8", "-a", "RGGB", "-m", "3"})).samples, expected);
+    EXPECT_EQ(Converted(raw, sized(3, 3, {"-f", "0", "--color-array", "2"})).samples, expected);
+    EXPECT_EQ(Converted(raw, sized(3, 3, {"-f", "RAW8", "-a", "RGGB", "-m", "3"})).samples, expected);
 }
 
 TEST_F(Convert, BilinearLastRowOfABlueFirstPhase) {
     // B 10  G 20     Row 2 is a blue row: its red is the open colour, row 1 has 40.
     // G 30  R 40     Row 1: blue at column 0 is the mean of 10 and 50.
     // B 50  G 60
-    EXPECT_EQ(Converted({10, 20, 30, 40, 50, 60}, size(2, 3, {"-f", "raw8", "-a", "bggr", "-m", "bilinear"})).samples,
+    EXPECT_EQ(Converted({10, 20, 30, 40, 50, 60}, sized(2, 3, {"-f", "raw8", "-a", "bggr", "-m", "bilinear"})).samples,
               (Samples{40, 20, 10, 40, 20, 10, 40, 30, 30, 40, 30, 30, 40, 60, 50, 40, 60, 50}));
 }
 
@@ -88,46 +69,47 @@ TEST_F(Convert, TwelveBitsFillSixteen) {
     // B 0ABC  G 0000     bits 11..8 are repeated below: ABC becomes ABCA, 800 becomes 8008.
     // G 0FFF  R 0800
     const auto raw = littleEndian({0x0ABC, 0x0000, 0x0FFF, 0x0800});
-    const SPng image = Converted(raw, size(2, 2, {"-f", "raw12", "-a", "bggr", "-m", "nearest"}));
+    const SPng image = Converted(raw, sized(2, 2, {"-f", "raw12", "-a", "bggr", "-m", "nearest"}));
     EXPECT_EQ(image.bits, 16U);
     EXPECT_EQ(image.samples, (Samples{0x8008, 0x0000, 0xABCA, 0x8008, 0x0000, 0xABCA, //
                                       0x8008, 0xFFFF, 0xABCA, 0x8008, 0xFFFF, 0xABCA}));
-    const SPng bytes = Converted(raw, size(2, 2, {"-f", "3", "-a", "5", "-m", "2", "--bits-out", "8"}));
+    const SPng bytes = Converted(raw, sized(2, 2, {"-f", "3", "-a", "5", "-m", "2", "--bits-out", "8"}));
     EXPECT_EQ(bytes.bits, 8U);
     EXPECT_EQ(bytes.samples, (Samples{0x80, 0x00, 0xAB, 0x80, 0x00, 0xAB, 0x80, 0xFF, 0xAB, 0x80, 0xFF, 0xAB}));
 }
 
 TEST_F(Convert, EveryWordDepth) {
     // 10 bits: 155 becomes 5555. 14 and 16 bits go through 12: 2AAC becomes AAB, then AABA; 1234 becomes 123, 1231.
-    EXPECT_EQ(Converted(littleEndian({0x155, 0x3FF}), size(2, 1, {"-f", "mono10"})).samples, (Samples{0x5555, 0xFFFF}));
-    EXPECT_EQ(Converted(littleEndian({0x2AAC, 0x3FFF}), size(2, 1, {"-f", "mono14"})).samples,
+    EXPECT_EQ(Converted(littleEndian({0x155, 0x3FF}), sized(2, 1, {"-f", "mono10"})).samples,
+              (Samples{0x5555, 0xFFFF}));
+    EXPECT_EQ(Converted(littleEndian({0x2AAC, 0x3FFF}), sized(2, 1, {"-f", "mono14"})).samples,
               (Samples{0xAABA, 0xFFFF}));
-    EXPECT_EQ(Converted(littleEndian({0x1234, 0xFFFF}), size(2, 1, {"-f", "mono16"})).samples,
+    EXPECT_EQ(Converted(littleEndian({0x1234, 0xFFFF}), sized(2, 1, {"-f", "mono16"})).samples,
               (Samples{0x1231, 0xFFFF}));
     EXPECT_EQ(
-        Converted(littleEndian({0x2AAC, 0x1234}), size(2, 1, {"-f", "raw14", "-a", "rggb", "-m", "none"})).samples,
+        Converted(littleEndian({0x2AAC, 0x1234}), sized(2, 1, {"-f", "raw14", "-a", "rggb", "-m", "none"})).samples,
         (Samples{0xAABA, 0, 0, 0, 0x48D4, 0}));
-    EXPECT_EQ(Converted(littleEndian({0x1234}), size(1, 1, {"-f", "raw16", "-a", "mono"})).samples, (Samples{0x1231}));
+    EXPECT_EQ(Converted(littleEndian({0x1234}), sized(1, 1, {"-f", "raw16", "-a", "mono"})).samples, (Samples{0x1231}));
 }
 
 TEST_F(Convert, SamplesAboveTheRangeCountAsTheLargest) {
-    EXPECT_EQ(Converted(littleEndian({0x1000, 0xFFFF}), size(2, 1, {"-f", "mono12"})).samples,
+    EXPECT_EQ(Converted(littleEndian({0x1000, 0xFFFF}), sized(2, 1, {"-f", "mono12"})).samples,
               (Samples{0xFFFF, 0xFFFF}));
-    EXPECT_EQ(Converted(littleEndian({0x4000}), size(1, 1, {"-f", "mono14"})).samples, (Samples{0xFFFF}));
+    EXPECT_EQ(Converted(littleEndian({0x4000}), sized(1, 1, {"-f", "mono14"})).samples, (Samples{0xFFFF}));
 }
 
 TEST_F(Convert, GreyAtEightBits) {
-    const SPng image = Converted({0x00, 0x5A, 0xFF}, size(3, 1, {"-f", "mono8"}));
+    const SPng image = Converted({0x00, 0x5A, 0xFF}, sized(3, 1, {"-f", "mono8"}));
     EXPECT_EQ(image.channels, 1U);
     EXPECT_EQ(image.bits, 8U);
     EXPECT_EQ(image.samples, (Samples{0x00, 0x5A, 0xFF}));
-    EXPECT_EQ(Converted({0x00, 0x5A, 0xFF}, size(3, 1, {"-f", "mono8", "--bits-out", "16"})).samples,
+    EXPECT_EQ(Converted({0x00, 0x5A, 0xFF}, sized(3, 1, {"-f", "mono8", "--bits-out", "16"})).samples,
               (Samples{0x0000, 0x5A5A, 0xFFFF}));
 }
 
 TEST_F(Convert, MethodMonoShowsBayerSamplesAsGrey) {
     // Three columns: the library pads the grey row of three bytes, the file does not.
-    const SPng image = Converted({1, 2, 3, 4, 5, 6}, size(3, 2, {"-f", "raw8", "-a", "gbrg", "-m", "mono"}));
+    const SPng image = Converted({1, 2, 3, 4, 5, 6}, sized(3, 2, {"-f", "raw8", "-a", "gbrg", "-m", "mono"}));
     EXPECT_EQ(image.channels, 1U);
     EXPECT_EQ(image.samples, (Samples{1, 2, 3, 4, 5, 6}));
 }
@@ -151,45 +133,45 @@ Samples redsOf(const SPng& image) {
 TEST_F(Convert, Nearest2TakesTheSamplesOfEachBlock) {
     // The block of a pixel has it in its upper left corner; the last column and row share that of their neighbours.
     const Samples expected = {10, 50, 50, 50, 90, 130, 130, 130, 90, 130, 130, 130, 90, 130, 130, 130};
-    EXPECT_EQ(redsOf(Converted(kReds, size(4, 4, {"-f", "raw8", "-a", "rggb", "-m", "nearest2"}))), expected);
-    EXPECT_EQ(redsOf(Converted(kReds, size(4, 4, {"-f", "raw8", "-a", "rggb", "-m", "6"}))), expected);
+    EXPECT_EQ(redsOf(Converted(kReds, sized(4, 4, {"-f", "raw8", "-a", "rggb", "-m", "nearest2"}))), expected);
+    EXPECT_EQ(redsOf(Converted(kReds, sized(4, 4, {"-f", "raw8", "-a", "rggb", "-m", "6"}))), expected);
 }
 
 TEST_F(Convert, BilinearFalseColourReductionMeasuresAtTheCentreOfEachBlock) {
     // The centre of the first block is a quarter of the way to the next red: (9 x 10 + 3 x 50 + 3 x 90 + 130) / 16.
-    const Samples reds = redsOf(Converted(kReds, size(4, 4, {"-f", "raw8", "-a", "rggb", "-m", "bilinear-fcr"})));
+    const Samples reds = redsOf(Converted(kReds, sized(4, 4, {"-f", "raw8", "-a", "rggb", "-m", "bilinear-fcr"})));
     EXPECT_EQ(reds[0], 40U);
     // One column on it is a quarter of the way back: (3 x 10 + 9 x 50 + 90 + 3 x 130) / 16.
     EXPECT_EQ(reds[1], 60U);
-    EXPECT_EQ(reds, redsOf(Converted(kReds, size(4, 4, {"-f", "raw8", "-a", "rggb", "-m", "5"}))));
+    EXPECT_EQ(reds, redsOf(Converted(kReds, sized(4, 4, {"-f", "raw8", "-a", "rggb", "-m", "5"}))));
 }
 
 TEST_F(Convert, BicubicUsesFourNeighbours) {
     // A green row G 0 - G 0 - G 160 - G 0: between the middle two 5/8 x (0 + 160) - 1/8 x (0 + 0).
     const std::vector<std::uint8_t> raw = {9, 0, 9, 0, 9, 160, 9, 0, 0, 7, 0, 7, 160, 7, 0, 7};
-    const SPng image = Converted(raw, size(8, 2, {"-f", "raw8", "-a", "rggb", "-m", "bicubic"}));
+    const SPng image = Converted(raw, sized(8, 2, {"-f", "raw8", "-a", "rggb", "-m", "bicubic"}));
     EXPECT_EQ(image.samples[3 * 4 + 1], 100U);
-    EXPECT_EQ(Converted(raw, size(8, 2, {"-f", "raw8", "-a", "rggb", "-m", "4"})).samples, image.samples);
-    EXPECT_EQ(Converted(raw, size(8, 2, {"-f", "raw8", "-a", "rggb", "-m", "bilinear"})).samples[3 * 4 + 1], 80U);
+    EXPECT_EQ(Converted(raw, sized(8, 2, {"-f", "raw8", "-a", "rggb", "-m", "4"})).samples, image.samples);
+    EXPECT_EQ(Converted(raw, sized(8, 2, {"-f", "raw8", "-a", "rggb", "-m", "bilinear"})).samples[3 * 4 + 1], 80U);
 }
 
 TEST_F(Convert, BicubicTakesDeepFramesDownToEightBits) {
     // At 12 bits the library would leave nothing above 255.
     std::vector<std::uint16_t> words(16, 0xC80);
-    const SPng image = Converted(littleEndian(words), size(4, 4, {"-f", "raw12", "-a", "gbrg", "-m", "bicubic"}));
+    const SPng image = Converted(littleEndian(words), sized(4, 4, {"-f", "raw12", "-a", "gbrg", "-m", "bicubic"}));
     EXPECT_EQ(image.bits, 8U);
     EXPECT_EQ(image.samples, Samples(48, 0xC8));
     EXPECT_EQ(
-        Converted(littleEndian(words), size(4, 4, {"-f", "raw12", "-a", "gbrg", "-m", "bicubic", "--bits-out", "16"}))
+        Converted(littleEndian(words), sized(4, 4, {"-f", "raw12", "-a", "gbrg", "-m", "bicubic", "--bits-out", "16"}))
             .samples,
         Samples(48, 0xC8C8));
     // A mono frame has nothing to interpolate: it stays as deep as it is.
-    EXPECT_EQ(Converted(littleEndian({0xC80}), size(1, 1, {"-f", "mono12", "-m", "bicubic"})).samples,
+    EXPECT_EQ(Converted(littleEndian({0xC80}), sized(1, 1, {"-f", "mono12", "-m", "bicubic"})).samples,
               (Samples{0xC80C}));
     // --black and --white are samples of the format all the same.
-    EXPECT_EQ(Converted(littleEndian(words), size(4, 4,
-                                                  {"-f", "raw12", "-a", "gbrg", "-m", "bicubic", "--display", "--black",
-                                                   "1024", "--white", "3200"}))
+    EXPECT_EQ(Converted(littleEndian(words), sized(4, 4,
+                                                   {"-f", "raw12", "-a", "gbrg", "-m", "bicubic", "--display",
+                                                    "--black", "1024", "--white", "3200"}))
                   .samples,
               Samples(48, 255));
 }
@@ -203,7 +185,7 @@ TEST_F(Convert, OddSizesOfEveryMethod) {
         }
     }
     for (const char* const method : {"nearest", "bilinear", "bicubic", "bilinear-fcr", "nearest2"}) {
-        EXPECT_EQ(Converted(raw, size(7, 5, {"-f", "raw8", "-a", "bggr", "-m", method})).samples, Samples(105, 60))
+        EXPECT_EQ(Converted(raw, sized(7, 5, {"-f", "raw8", "-a", "bggr", "-m", method})).samples, Samples(105, 60))
             << method;
     }
 }
@@ -223,10 +205,10 @@ std::vector<std::uint8_t> packed(const std::vector<unsigned>& samples, unsigned 
 
 TEST_F(Convert, PackedSamplesKeepTheirUpperEightBits) {
     EXPECT_EQ(packed({0xABC, 0x123}, 12), (std::vector<std::uint8_t>{0xBC, 0x3A, 0x12}));
-    const SPng image = Converted({0xBC, 0x3A, 0x12}, size(2, 1, {"-f", "mono12p"}));
+    const SPng image = Converted({0xBC, 0x3A, 0x12}, sized(2, 1, {"-f", "mono12p"}));
     EXPECT_EQ(image.bits, 8U);
     EXPECT_EQ(image.samples, (Samples{0xAB, 0x12}));
-    EXPECT_EQ(Converted(packed({0x2AF, 0x3FF, 0x000, 0x155}, 10), size(4, 1, {"-f", "mono10p"})).samples,
+    EXPECT_EQ(Converted(packed({0x2AF, 0x3FF, 0x000, 0x155}, 10), sized(4, 1, {"-f", "mono10p"})).samples,
               (Samples{0xAB, 0xFF, 0x00, 0x55}));
 }
 
@@ -238,16 +220,16 @@ TEST_F(Convert, PackedRowsStartAtAByte) {
         const auto lower = packed({0x400U >> (12 - bits), 0x500U >> (12 - bits), 0x600U >> (12 - bits)}, bits);
         raw.insert(raw.end(), lower.begin(), lower.end());
         const std::string name = "raw" + std::to_string(bits) + "p";
-        EXPECT_EQ(Converted(raw, size(3, 2, {"-f", name, "-a", "mono"})).samples,
+        EXPECT_EQ(Converted(raw, sized(3, 2, {"-f", name, "-a", "mono"})).samples,
                   (Samples{0x10, 0x20, 0x30, 0x40, 0x50, 0x60}))
             << name;
-        EXPECT_EQ(Converted(raw, size(3, 2, {"-f", name, "-a", "rggb", "-m", "none"})).samples,
+        EXPECT_EQ(Converted(raw, sized(3, 2, {"-f", name, "-a", "rggb", "-m", "none"})).samples,
                   (Samples{0x10, 0, 0, 0, 0x20, 0, 0x30, 0, 0, 0, 0x40, 0, 0, 0, 0x50, 0, 0x60, 0}))
             << name;
         // The second frame of the file.
         std::vector<std::uint8_t> two(raw.size(), 0xFF);
         two.insert(two.end(), raw.begin(), raw.end());
-        EXPECT_EQ(Converted(two, size(3, 2, {"-f", name, "-a", "mono", "--frame", "1"})).samples,
+        EXPECT_EQ(Converted(two, sized(3, 2, {"-f", name, "-a", "mono", "--frame", "1"})).samples,
                   (Samples{0x10, 0x20, 0x30, 0x40, 0x50, 0x60}))
             << name;
     }
@@ -255,7 +237,7 @@ TEST_F(Convert, PackedRowsStartAtAByte) {
 
 TEST_F(Convert, StagesOfPackedFrames) {
     EXPECT_EQ(Converted(packed({0x100, 0x200}, 12),
-                        size(2, 1, {"-f", "raw12p", "-a", "rggb", "-m", "none", "--wb", "2,3,1,1"}))
+                        sized(2, 1, {"-f", "raw12p", "-a", "rggb", "-m", "none", "--wb", "2,3,1,1"}))
                   .samples,
               (Samples{0x20, 0, 0, 0, 0x60, 0}));
 }
@@ -265,12 +247,12 @@ TEST_F(Convert, StagesOfPackedFrames) {
 TEST_F(Convert, BlueGreenRed) {
     // Three columns: nine bytes a row, without padding.
     const std::vector<std::uint8_t> raw = {1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 13, 14, 15, 16, 17, 18, 19};
-    const SPng image = Converted(raw, size(3, 2, {"-f", "bgr8"}));
+    const SPng image = Converted(raw, sized(3, 2, {"-f", "bgr8"}));
     EXPECT_EQ(image.bits, 8U);
     EXPECT_EQ(image.samples, (Samples{3, 2, 1, 6, 5, 4, 9, 8, 7, 13, 12, 11, 16, 15, 14, 19, 18, 17}));
     // There is nothing to demosaic, so every method but mono gives the same.
-    EXPECT_EQ(Converted(raw, size(3, 2, {"-f", "10", "-m", "none"})).samples, image.samples);
-    const SPng green = Converted(raw, size(3, 2, {"-f", "bgr8", "-m", "mono"}));
+    EXPECT_EQ(Converted(raw, sized(3, 2, {"-f", "10", "-m", "none"})).samples, image.samples);
+    const SPng green = Converted(raw, sized(3, 2, {"-f", "bgr8", "-m", "mono"}));
     EXPECT_EQ(green.channels, 1U);
     EXPECT_EQ(green.samples, (Samples{2, 5, 8, 12, 15, 18}));
 }
@@ -283,21 +265,21 @@ TEST_F(Convert, BlueGreenRedOfTenBits) {
         raw.push_back(static_cast<std::uint8_t>(i < 4 ? pixel >> 8 * i : 0));
     }
     raw.resize(16);
-    const SPng image = Converted(raw, size(2, 1, {"-f", "bgr10"}));
+    const SPng image = Converted(raw, sized(2, 1, {"-f", "bgr10"}));
     EXPECT_EQ(image.bits, 8U);
     EXPECT_EQ(image.samples, (Samples{0xFF, 0xAA, 0x55, 0, 0, 0}));
-    EXPECT_EQ(Converted(raw, size(2, 1, {"-f", "bgr10", "--display", "--black", "0", "--white", "340"})).samples[2],
+    EXPECT_EQ(Converted(raw, sized(2, 1, {"-f", "bgr10", "--display", "--black", "0", "--white", "340"})).samples[2],
               255U);
 }
 
 TEST_F(Convert, YCrCbOfEachPixel) {
     // Red 100 + 1.402 x 50, green 100 - 0.714 x 50; blue 100 + 1.772 x 20, green 100 - 0.344 x 20.
-    const SPng image = Converted({100, 128, 178, 100, 148, 128, 255, 128, 128}, size(3, 1, {"-f", "ycrcb444"}));
+    const SPng image = Converted({100, 128, 178, 100, 148, 128, 255, 128, 128}, sized(3, 1, {"-f", "ycrcb444"}));
     EXPECT_EQ(image.samples, (Samples{170, 64, 100, 100, 93, 135, 255, 255, 255}));
     // Video range: luma 16 is black. 235 comes to a little less than 255, of which the fraction is cut off.
-    EXPECT_EQ(Converted({16, 128, 128, 235, 128, 128, 126, 128, 128}, size(3, 1, {"-f", "ycrcb444-bt709"})).samples,
+    EXPECT_EQ(Converted({16, 128, 128, 235, 128, 128, 126, 128, 128}, sized(3, 1, {"-f", "ycrcb444-bt709"})).samples,
               (Samples{0, 0, 0, 254, 254, 254, 128, 128, 128}));
-    EXPECT_EQ(Converted({100, 128, 178, 200, 148, 128}, size(2, 1, {"-f", "ycrcb444", "-m", "mono"})).samples,
+    EXPECT_EQ(Converted({100, 128, 178, 200, 148, 128}, sized(2, 1, {"-f", "ycrcb444", "-m", "mono"})).samples,
               (Samples{100, 200}));
 }
 
@@ -305,13 +287,13 @@ TEST_F(Convert, YCrCb422OfAnyWidth) {
     // Pairs share Cb 128 and Cr 178: red is 70 more, green 35.7 less. The third pixel has its own Cb, and its Cr has
     // no place in a row of three: it is that of the pair before.
     const Samples expected = {170, 64, 100, 120, 14, 50, 80, 0, 45};
-    EXPECT_EQ(Converted({100, 128, 50, 178, 10, 148}, size(3, 1, {"-f", "ycrcb422"})).samples, expected);
+    EXPECT_EQ(Converted({100, 128, 50, 178, 10, 148}, sized(3, 1, {"-f", "ycrcb422"})).samples, expected);
     Samples rows = expected;
     rows.insert(rows.end(), {10, 10, 10, 20, 20, 20, 30, 30, 30});
     EXPECT_EQ(
-        Converted({100, 128, 50, 178, 10, 148, 10, 128, 20, 128, 30, 128}, size(3, 2, {"-f", "ycrcb422"})).samples,
+        Converted({100, 128, 50, 178, 10, 148, 10, 128, 20, 128, 30, 128}, sized(3, 2, {"-f", "ycrcb422"})).samples,
         rows);
-    EXPECT_EQ(Converted({77, 128}, size(1, 1, {"-f", "ycrcb422"})).samples, (Samples{77, 77, 77}));
+    EXPECT_EQ(Converted({77, 128}, sized(1, 1, {"-f", "ycrcb422"})).samples, (Samples{77, 77, 77}));
 }
 
 TEST_F(Convert, YCrCb411OfAnyWidth) {
@@ -321,7 +303,7 @@ TEST_F(Convert, YCrCb411OfAnyWidth) {
     for (const unsigned width : {4U, 5U, 6U, 7U, 8U}) {
         std::vector<std::uint8_t> raw(groups.begin(), groups.begin() + width + width / 2);
         raw.insert(raw.end(), groups.begin(), groups.begin() + width + width / 2);
-        const SPng image = Converted(raw, size(width, 2, {"-f", "ycrcb411"}));
+        const SPng image = Converted(raw, sized(width, 2, {"-f", "ycrcb411"}));
         ASSERT_EQ(image.samples.size(), 6U * width);
         for (unsigned i = 0; i < 2 * width; ++i) {
             EXPECT_EQ(image.samples[3 * i], reds[i % width]) << width << ": " << i;
@@ -330,12 +312,12 @@ TEST_F(Convert, YCrCb411OfAnyWidth) {
         }
     }
     // No chroma at all, or half of it: grey where there is none.
-    EXPECT_EQ(Converted({77}, size(1, 1, {"-f", "ycrcb411"})).samples, (Samples{77, 77, 77}));
-    EXPECT_EQ(Converted({77, 80, 128, 90}, size(3, 1, {"-f", "ycrcb411-bt709", "-m", "mono"})).samples.size(), 3U);
+    EXPECT_EQ(Converted({77}, sized(1, 1, {"-f", "ycrcb411"})).samples, (Samples{77, 77, 77}));
+    EXPECT_EQ(Converted({77, 80, 128, 90}, sized(3, 1, {"-f", "ycrcb411-bt709", "-m", "mono"})).samples.size(), 3U);
 }
 
 TEST_F(Convert, PictureStagesOfColourFormats) {
-    EXPECT_EQ(Converted({1, 2, 3}, size(1, 1, {"-f", "bgr8", "--matrix", "1,0,0,0,1,0,0,0,1"})).samples,
+    EXPECT_EQ(Converted({1, 2, 3}, sized(1, 1, {"-f", "bgr8", "--matrix", "1,0,0,0,1,0,0,0,1"})).samples,
               (Samples{4, 3, 2}));
 }
 
@@ -349,7 +331,7 @@ TEST_F(Convert, WhatTheSimulatedCameraSendsLooksTheSameInEveryColourFormat) {
     const auto taken = [&](const std::string& format, unsigned long code) {
         driver.SetTransferFormat(code);
         driver.SetFrameNumber(0);
-        return Converted(driver.CaptureFrame(), size(320, 240, {"-f", format}));
+        return Converted(driver.CaptureFrame(), sized(320, 240, {"-f", format}));
     };
     const sim::CScene scene = driver.Scene();
     const SPng bgr = taken("bgr8", VEK_TRANSFER_BGR8);
@@ -375,11 +357,11 @@ TEST_F(Convert, WhatTheSimulatedCameraSendsLooksTheSameInEveryColourFormat) {
 
 TEST_F(Convert, OffsetAndFrameChooseThePlaceInTheFile) {
     const std::vector<std::uint8_t> raw = {99, 98, 97, 1, 2, 3, 4, 5, 6};
-    EXPECT_EQ(Converted(raw, size(2, 1, {"-f", "mono8", "--src-offset", "3", "--frame", "0"})).samples,
+    EXPECT_EQ(Converted(raw, sized(2, 1, {"-f", "mono8", "--src-offset", "3", "--frame", "0"})).samples,
               (Samples{1, 2}));
-    EXPECT_EQ(Converted(raw, size(2, 1, {"-f", "mono8", "--src-offset", "3", "--frame", "2"})).samples,
+    EXPECT_EQ(Converted(raw, sized(2, 1, {"-f", "mono8", "--src-offset", "3", "--frame", "2"})).samples,
               (Samples{5, 6}));
-    EXPECT_EQ(Converted(raw, size(3, 1, {"-f", "mono8", "--frame", "1"})).samples, (Samples{1, 2, 3}));
+    EXPECT_EQ(Converted(raw, sized(3, 1, {"-f", "mono8", "--frame", "1"})).samples, (Samples{1, 2, 3}));
 }
 
 TEST_F(Convert, StandardStreams) {
@@ -404,7 +386,7 @@ TEST_F(Convert, LargeFrameFromAPipe) {
 
 TEST_F(Convert, DisplayUsesTheSrgbCurve) {
     // Linear 2 / 255 and 55 / 255 are 21.7 and 127.9 of 255 on the sRGB curve.
-    const SPng image = Converted({0, 2, 55, 255}, size(4, 1, {"-f", "mono8", "--display", "--white", "255"}));
+    const SPng image = Converted({0, 2, 55, 255}, sized(4, 1, {"-f", "mono8", "--display", "--white", "255"}));
     EXPECT_TRUE(image.sRgb);
     EXPECT_EQ(image.samples, (Samples{0, 22, 128, 255}));
 }
@@ -413,7 +395,7 @@ TEST_F(Convert, DisplayLevelsAreThoseOfTheFormat) {
     // 14 bits, black 800, white 4880: 4080 in between. 2 / 255 and 55 / 255 of that are 32 and 880 above black.
     // Below black and above white the screen's ends hold. Eight bits are the default with --display.
     const SPng image = Converted(littleEndian({0, 800, 832, 1680, 4880, 16383}),
-                                 size(6, 1, {"-f", "mono14", "--display", "--black", "800", "--white", "4880"}));
+                                 sized(6, 1, {"-f", "mono14", "--display", "--black", "800", "--white", "4880"}));
     EXPECT_EQ(image.bits, 8U);
     EXPECT_EQ(image.samples, (Samples{0, 0, 22, 128, 255, 255}));
 }
@@ -421,30 +403,26 @@ TEST_F(Convert, DisplayLevelsAreThoseOfTheFormat) {
 TEST_F(Convert, DisplayBalancesToGrey) {
     // A uniform red 50, green 100, blue 25: gains 2, 1 and 4 give 100 / 255 for all, 168.1 on the sRGB curve.
     const std::vector<std::uint8_t> raw = {50, 100, 100, 25};
-    EXPECT_EQ(Converted(raw, size(2, 2, {"-f", "raw8", "-a", "rggb", "--display", "--white", "255"})).samples,
+    EXPECT_EQ(Converted(raw, sized(2, 2, {"-f", "raw8", "-a", "rggb", "--display", "--white", "255"})).samples,
               Samples(12, 168));
     // Without a white level the bright end becomes white, up to the step of its search.
-    const SPng bright = Converted(raw, size(2, 2, {"-f", "raw8", "-a", "rggb", "--display"}));
+    const SPng bright = Converted(raw, sized(2, 2, {"-f", "raw8", "-a", "rggb", "--display"}));
     for (const std::uint16_t sample : bright.samples) {
         EXPECT_GE(sample, 254);
     }
 }
 
 TEST_F(Convert, DisplayOfABlackFrameIsBlack) {
-    EXPECT_EQ(Converted({0, 0, 0, 0}, size(2, 2, {"-f", "raw8", "-a", "rggb", "--display"})).samples, Samples(12, 0));
+    EXPECT_EQ(Converted({0, 0, 0, 0}, sized(2, 2, {"-f", "raw8", "-a", "rggb", "--display"})).samples, Samples(12, 0));
 }
 
 TEST_F(Convert, MissingAndShortFiles) {
-    const std::vector<std::string> rest = {"-W", "4", "-H", "2", "-f", "mono12", "--frame", "1", "-o", Path("out.png")};
     const auto run = [&](const std::string& input, const SStreams& streams = {}) {
-        std::vector<std::string> arguments = {"convert", input};
-        arguments.insert(arguments.end(), rest.begin(), rest.end());
-        return runVekcam(arguments, streams);
+        return runVekcam(
+            {"convert", input, "-W", "4", "-H", "2", "-f", "mono12", "--frame", "1", "-o", Path("out.png")}, streams);
     };
     const SResult missing = run(Path("none.raw"));
-    EXPECT_EQ(missing.exitCode, 1);
-    EXPECT_TRUE(isOneLineMessage(missing.err)) << missing.err;
-    EXPECT_NE(missing.err.find("No such file"), std::string::npos) << missing.err;
+    expectOneLine(missing, 1, "No such file");
 
     const std::string path = Write("short.raw", std::vector<std::uint8_t>(31));
     const SResult tooShort = run(path);
@@ -457,17 +435,14 @@ TEST_F(Convert, MissingAndShortFiles) {
     EXPECT_EQ(run("-", {.in = std::vector<std::uint8_t>(5)}).err,
               "vekcam: standard input: too short: 32 bytes needed, 5 there\n");
     const SResult directory = run(Path(""));
-    EXPECT_EQ(directory.exitCode, 1);
-    EXPECT_TRUE(isOneLineMessage(directory.err)) << directory.err;
+    expectOneLine(directory, 1);
     EXPECT_FALSE(std::filesystem::exists(Path("out.png")));
 }
 
 TEST_F(Convert, UnwritableOutput) {
     const std::string input = Write("in.raw", {1, 2});
     for (const std::string& output : {Path("none/out.png"), Path(""), std::string("/dev/full")}) {
-        const SResult result = runVekcam({"convert", input, "-W", "2", "-H", "1", "-f", "mono8", "-o", output});
-        EXPECT_EQ(result.exitCode, 1) << output;
-        EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+        expectOneLine(runVekcam({"convert", input, "-W", "2", "-H", "1", "-f", "mono8", "-o", output}), 1);
     }
     EXPECT_TRUE(std::filesystem::exists("/dev/full"));
 }
@@ -476,8 +451,7 @@ TEST_F(Convert, PictureIntoABrokenPipe) {
     const std::string input = Write("in.raw", std::vector<std::uint8_t>(512 * 512));
     const SResult result =
         runVekcam({"convert", input, "-W", "512", "-H", "512", "-f", "mono8", "-o", "-"}, {.outIsBrokenPipe = true});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+    expectOneLine(result, 1);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Files.h"
 #include "PngFile.h"
 #include "Program.h"
+#include "support/Files.h"
 
 #include "sim/CameraModel.h"
 #include "sim/Scene.h"
@@ -20,37 +20,28 @@ constexpr unsigned kHeight = 240;
 
 class Demo : public CFileTest {
 protected:
-    SResult Run(std::vector<std::string> arguments, const std::string& directory = "demo") const {
-        arguments.insert(arguments.begin(), {"demo", "-o", Path(directory), "--width", std::to_string(kWidth),
-                                             "--height", std::to_string(kHeight)});
-        SResult result = runVekcam(arguments);
-        EXPECT_EQ(result.exitCode, 0) << result.err;
-        EXPECT_EQ(result.err, ""); // no progress bar where no terminal is
-        return result;
-    }
-
-    std::set<std::string> Files(const std::string& directory = "demo") const {
-        std::set<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(Path(directory))) {
-            names.insert(entry.path().filename().string());
-        }
-        return names;
+    /// What a run prints: no progress bar where no terminal is.
+    std::string Run(const Arguments& arguments, const std::string& directory = "demo") const {
+        return printed(joined(
+            {{"demo", "-o", Path(directory), "--width", std::to_string(kWidth), "--height", std::to_string(kHeight)},
+             arguments}));
     }
 };
 
 TEST_F(Demo, WritesAndListsItsPictures) {
-    const SResult result = Run({"--frames", "2"}, "new/demo");
-    std::set<std::string> expected = {"deep-16bit.png"};
+    const std::string text = Run({"--frames", "2"}, "new/demo");
+    Arguments expected = {"deep-16bit.png"};
     for (const std::string frame : {"frame1", "frame2"}) {
         for (const char* const method :
              {"mono", "none", "nearest", "bilinear", "bicubic", "bilinear-fcr", "nearest2"}) {
-            expected.insert(frame + "-" + method + ".png");
+            expected.push_back(frame + "-" + method + ".png");
         }
     }
-    EXPECT_EQ(Files("new/demo"), expected);
-    EXPECT_NE(result.out.find("320 x 240 pixels"), std::string::npos) << result.out;
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(Names("new/demo"), expected);
+    expectPart(text, "320 x 240 pixels");
     for (const std::string& name : expected) {
-        EXPECT_NE(result.out.find(Path("new/demo/" + name) + "  "), std::string::npos) << name;
+        EXPECT_NE(text.find(Path("new/demo/" + name) + "  "), std::string::npos) << name;
         const SPng image = readPng(Path("new/demo/" + name));
         EXPECT_EQ(image.width, kWidth);
         EXPECT_EQ(image.height, kHeight);
@@ -94,15 +85,15 @@ TEST_F(Demo, ChartLooksRightInEveryPhase) {
 
 TEST_F(Demo, ExposureSettlesFirstOnEveryModel) {
     for (const sim::SCameraModel& model : sim::CameraModels()) {
-        const SResult result = Run({"--frames", "1", "--model", std::string(model.name)});
-        EXPECT_NE(result.out.find("\n  settled after "), std::string::npos) << model.name << '\n' << result.out;
-        EXPECT_LT(result.out.find("settled after "), result.out.find("pictures, balanced"));
+        const std::string text = Run({"--frames", "1", "--model", std::string(model.name)});
+        EXPECT_NE(text.find("\n  settled after "), std::string::npos) << model.name << '\n' << text;
+        EXPECT_LT(text.find("settled after "), text.find("pictures, balanced"));
     }
 }
 
 TEST_F(Demo, MonochromeModelGivesGreyPictures) {
     Run({"--frames", "1", "--model", "clock-vga"});
-    EXPECT_EQ(Files(), (std::set<std::string>{"frame1-mono.png", "deep-16bit.png"}));
+    EXPECT_EQ(Names("demo"), (Arguments{"deep-16bit.png", "frame1-mono.png"}));
     EXPECT_EQ(readPng(Path("demo/deep-16bit.png")).channels, 1U);
 }
 
@@ -115,13 +106,12 @@ TEST_F(Demo, SeedDecidesTheNoise) {
 }
 
 TEST_F(Demo, KeepsRawFramesThatConvertMakesTheSamePicturesOf) {
-    const SResult result = Run({"--frames", "1", "--raw", "--model", "line-2m"});
+    const std::string text = Run({"--frames", "1", "--raw", "--model", "line-2m"});
     EXPECT_EQ(readFile(Path("demo/frame1.raw")).size(), kWidth * kHeight);
     EXPECT_EQ(readFile(Path("demo/deep.raw")).size(), 2 * kWidth * kHeight);
     const std::string frame = Path("demo/frame1.raw") + "  -W 320 -H 240 -f raw8 -a bggr\n";
-    EXPECT_NE(result.out.find(frame), std::string::npos) << result.out;
-    EXPECT_NE(result.out.find(Path("demo/deep.raw") + "    -W 320 -H 240 -f raw12 -a bggr\n"), std::string::npos)
-        << result.out;
+    expectPart(text, frame);
+    expectPart(text, Path("demo/deep.raw") + "    -W 320 -H 240 -f raw12 -a bggr\n");
     // Method mono shows the samples: the demo's grey levels rise where the raw ones do.
     const SPng grey = readPng(Path("demo/frame1-mono.png"));
     const std::vector<std::uint8_t> raw = readFile(Path("demo/frame1.raw"));
@@ -152,8 +142,8 @@ TEST_F(Demo, TruthHasAllColoursOfEveryPixel) {
                                         {"line-2m", {2, 1, 1, 0}},
                                         {"global-3m", {1, 2, 0, 1}},
                                         {"rolling-4m", {1, 0, 2, 1}}}) {
-        const SResult result = Run({"--frames", "1", "--raw", "--no-noise", "--truth", "--model", model});
-        EXPECT_NE(result.out.find("  " + Path("demo/truth.png") + "\n"), std::string::npos) << result.out;
+        const std::string text = Run({"--frames", "1", "--raw", "--no-noise", "--truth", "--model", model});
+        expectPart(text, "  " + Path("demo/truth.png") + "\n");
         const SPng truth = readPng(Path("demo/truth.png"));
         ASSERT_EQ(truth.bits, 16U);
         ASSERT_EQ(truth.channels, 3U);
@@ -198,7 +188,7 @@ TEST_F(Demo, HotPixelsStandOut) {
 
 TEST_F(Demo, ThreeFramesByDefault) {
     Run({});
-    EXPECT_EQ(Files().size(), 22U);
+    EXPECT_EQ(Names("demo").size(), 22U);
     EXPECT_NE(readFile(Path("demo/frame1-mono.png")), readFile(Path("demo/frame3-mono.png")));
 }
 
@@ -210,9 +200,7 @@ TEST_F(Demo, OddSizes) {
 }
 
 TEST_F(Demo, DirectoryThatCannotBeMade) {
-    const SResult result = runVekcam({"demo", "-o", Write("file", {}) + "/demo", "--frames", "1"});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+    expectOneLine(runVekcam({"demo", "-o", Write("file", {}) + "/demo", "--frames", "1"}), 1);
 }
 
 } // namespace

@@ -10,8 +10,8 @@ namespace vek::test {
 namespace {
 
 struct SHelp {
-    std::vector<std::string> arguments;
-    std::vector<std::string> mentioned;
+    Arguments arguments;
+    Arguments mentioned;
 };
 
 void PrintTo(const SHelp& help, std::ostream* stream) {
@@ -22,10 +22,9 @@ class HelpText : public ::testing::TestWithParam<SHelp> {};
 
 TEST_P(HelpText, MentionsEveryOptionAndSucceeds) {
     const SResult result = runVekcam(GetParam().arguments);
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.err, "");
+    expectDone(result);
     for (const std::string& word : GetParam().mentioned) {
-        EXPECT_NE(result.out.find(word), std::string::npos) << word << " is missing in\n" << result.out;
+        expectPart(result.out, word);
     }
 }
 
@@ -106,17 +105,14 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(Version, NamesProgramAndLibrary) {
     const SResult result = runVekcam({"--version"});
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.err, "");
+    expectDone(result);
     EXPECT_EQ(result.out, "vekcam 2.0.0, library version 2\n");
 }
 
 TEST(StandardOutput, FullDeviceIsAFailure) {
-    for (const std::vector<std::string>& arguments :
+    for (const Arguments& arguments :
          {std::vector<std::string>{"--help"}, {"--version"}, {"info", "--sim"}, {"info", "--sim", "--json"}}) {
-        const SResult result = runVekcam(arguments, {.outFile = "/dev/full"});
-        EXPECT_EQ(result.exitCode, 1) << arguments.front();
-        EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+        expectOneLine(runVekcam(arguments, {.outFile = "/dev/full"}), 1);
     }
 }
 

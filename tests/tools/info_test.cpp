@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Files.h"
 #include "Program.h"
+#include "support/Files.h"
 
 #include "VekTrgApi.h"
 #include "sim/SimulatedDriver.h"
@@ -14,13 +14,6 @@ namespace vek::test {
 
 namespace {
 
-nlohmann::json infoOf(const std::vector<std::string>& arguments) {
-    const SResult result = runVekcam(arguments);
-    EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(result.err, "");
-    return nlohmann::json::parse(result.out);
-}
-
 nlohmann::json controlOf(sim::CSimulatedDriver& driver, std::uint32_t id) {
     v4l2_control control{};
     control.id = id;
@@ -31,7 +24,7 @@ TEST(Info, JsonHasTheCamerasValues) {
     for (const sim::SCameraModel& model : sim::CameraModels()) {
         SCOPED_TRACE(std::string(model.name));
         sim::CSimulatedDriver driver(model);
-        const nlohmann::json info = infoOf({"info", "--json", "--sim", std::string(model.name)});
+        const nlohmann::json info = printedJson({"info", "--json", "--sim", std::string(model.name)});
         EXPECT_EQ(info["camera"], "simulated camera " + std::string(model.name));
         EXPECT_EQ(info["libraryVersion"], 2);
         EXPECT_EQ(info["width"], model.width);
@@ -55,29 +48,27 @@ TEST(Info, JsonHasTheCamerasValues) {
 
 TEST(Info, JsonNamesWhatTheCodesMean) {
     // global-1m: 12 bits, RGGB. line-2m: 10 bits, BGGR. clock-vga: 10 bits, monochrome.
-    const nlohmann::json deep = infoOf({"info", "--sim", "--json"});
+    const nlohmann::json deep = printedJson({"info", "--sim", "--json"});
     EXPECT_EQ(deep["camera"], "simulated camera global-1m");
     EXPECT_EQ(deep["colorArray"]["name"], "rggb");
     EXPECT_EQ(deep["transferFormat"]["name"], "raw12");
     EXPECT_EQ(deep["pixelFormat"]["name"], "BayerRG12");
     EXPECT_EQ(deep["pixelFormat"]["value"], "0x01100011");
-    const nlohmann::json blueFirst = infoOf({"info", "--sim", "line-2m", "--json"});
+    const nlohmann::json blueFirst = printedJson({"info", "--sim", "line-2m", "--json"});
     EXPECT_EQ(blueFirst["colorArray"]["name"], "bggr");
     EXPECT_EQ(blueFirst["pixelFormat"]["name"], "BayerBG10");
     EXPECT_EQ(blueFirst["pixelFormat"]["value"], "0x0110000F");
-    const nlohmann::json grey = infoOf({"info", "--json", "--sim=clock-vga"});
+    const nlohmann::json grey = printedJson({"info", "--json", "--sim=clock-vga"});
     EXPECT_EQ(grey["colorArray"]["name"], "mono");
     EXPECT_EQ(grey["pixelFormat"]["name"], "Mono10");
 }
 
 TEST(Info, TextHasTheSameValues) {
-    const SResult result = runVekcam({"info", "--sim"});
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.err, "");
+    const std::string text = printed({"info", "--sim"});
     for (const char* const part :
          {"simulated camera global-1m", "1280 x 960", "rggb (2)", "raw12 (3)", "BayerRG12 (0x01100011)",
           "2457600 bytes", "74250000 Hz", "1650 clocks", "1000 lines", "vertical blanking"}) {
-        EXPECT_NE(result.out.find(part), std::string::npos) << part << " is missing in\n" << result.out;
+        expectPart(text, part);
     }
 }
 
@@ -86,11 +77,7 @@ class InfoOfAFile : public CFileTest {};
 TEST_F(InfoOfAFile, WhatIsNoCameraFailsWithOneLine) {
     const std::string file = Write("file", {1, 2, 3});
     for (const std::string& device : {file, Path("missing"), Path(""), std::string("/dev/null")}) {
-        const SResult result = runVekcam({"info", "--device", device});
-        EXPECT_EQ(result.exitCode, 1) << device;
-        EXPECT_EQ(result.out, "");
-        EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
-        EXPECT_NE(result.err.find(device), std::string::npos) << result.err;
+        expectRefused(runVekcam({"info", "--device", device}), 1, device);
     }
     EXPECT_NE(runVekcam({"info", "--device", file}).err.find("not a trigger camera"), std::string::npos);
     EXPECT_EQ(readFile(file), (std::vector<std::uint8_t>{1, 2, 3}));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Files.h"
 #include "Program.h"
+#include "support/Files.h"
 
 #include <nlohmann/json.hpp>
 
@@ -10,12 +10,8 @@ namespace {
 
 class Measure : public CFileTest {
 protected:
-    static nlohmann::json Run(std::vector<std::string> arguments, const std::vector<std::uint8_t>& in = {}) {
-        arguments.insert(arguments.begin(), "measure");
-        arguments.emplace_back("--json");
-        const SResult result = runVekcam(arguments, {.in = in});
-        EXPECT_EQ(result.exitCode, 0) << result.err;
-        return result.exitCode == 0 ? nlohmann::json::parse(result.out) : nlohmann::json();
+    static nlohmann::json Run(const Arguments& arguments, const std::vector<std::uint8_t>& in = {}) {
+        return printedJson(joined({{"measure"}, arguments, {"--json"}}), {.in = in});
     }
 };
 
@@ -56,7 +52,7 @@ TEST_F(Measure, PackedRows) {
     EXPECT_EQ(second["fromFirstColumn"], true);
     EXPECT_EQ(Run({"-", "-W", "2", "-H", "2", "-f", "mono12p"}, bytes)["mean"], (0x321 + 0x654 + 3) / 4.0);
     const SResult text = runVekcam({"measure", file, "-W", "2", "-H", "2", "-f", "mono12p", "--region", "1,0,1,1"});
-    EXPECT_NE(text.out.find("note: packed rows"), std::string::npos) << text.out;
+    expectPart(text.out, "note: packed rows");
 }
 
 TEST_F(Measure, FramesBehindEachOther) {

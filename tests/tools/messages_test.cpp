@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What is said about files and devices that do not fit, and what a terminal gets.
-#include "Files.h"
 #include "PngFile.h"
 #include "Program.h"
+#include "support/Files.h"
 
 #include <nlohmann/json.hpp>
 
@@ -14,16 +14,12 @@ namespace vek::test {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 class Messages : public CFileTest {
 protected:
     /// Grey frame of 2 x 2 pixels to a picture.
     Arguments Convert(const std::string& output, const Arguments& more = {}) const {
-        Arguments arguments = {"convert", Write("in.raw", {10, 20, 30, 40}), "-W", "2", "-H", "2", "-f", "mono8"};
-        arguments.insert(arguments.end(), {"-o", output});
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return arguments;
+        return joined(
+            {{"convert", Write("in.raw", {10, 20, 30, 40}), "-o", output}, sized(2, 2, {"-f", "mono8"}), more});
     }
 };
 
@@ -41,9 +37,7 @@ TEST_F(Messages, WhatIsNoCameraIsCalledWhatItIs) {
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     for (const Arguments& command : kOnDevices) {
         const auto said = [&](const std::string& device) {
-            Arguments arguments = command;
-            arguments.insert(arguments.end(), {"--device", device});
-            const SResult result = runVekcam(arguments);
+            const SResult result = runVekcam(joined({command, {"--device", device}}));
             EXPECT_EQ(result.exitCode, 1) << device;
             EXPECT_EQ(result.out, "");
             return result.err;
@@ -70,18 +64,15 @@ TEST_F(Messages, InfoWithoutACameraSpeaksOfTheSimulatedOne) {
 
 // ---- calibrations ----
 
+const Arguments kTakeDark = {"calibrate", "dark", "-n", "1", "--width", "64", "--height", "64"};
+
 TEST_F(Messages, BrokenDescriptionOfACalibration) {
-    const Arguments take = {"calibrate", "dark", "-n", "1", "--width", "64", "--height", "64"};
-    Arguments arguments = take;
-    arguments.insert(arguments.end(), {"-o", Path("dark.png")});
-    ASSERT_EQ(runVekcam(arguments).exitCode, 0);
-    const std::vector<std::uint8_t> bytes = readFile(Path("dark.json"));
-    const std::string whole(bytes.begin(), bytes.end());
+    printed(joined({kTakeDark, {"-o", Path("dark.png")}}));
+    const std::string whole = Content("dark.json");
     const auto said = [&](const std::string& text) {
-        Write("dark.json", {text.begin(), text.end()});
+        WriteText("dark.json", text);
         const SResult result = runVekcam(Convert(Path("out.png"), {"--noise", "complex", "--dark", Path("dark.png")}));
-        EXPECT_EQ(result.exitCode, 1);
-        EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+        expectOneLine(result, 1);
         return result.err;
     };
     const std::string head =
@@ -116,10 +107,7 @@ TEST_F(Messages, BrokenDescriptionOfACalibration) {
 }
 
 TEST_F(Messages, CalibrationsEndInPngWithAnyCase) {
-    const Arguments take = {"calibrate", "dark", "-n", "1", "--width", "64", "--height", "64"};
-    Arguments arguments = take;
-    arguments.insert(arguments.end(), {"-o", Path("DARK.PNG")});
-    EXPECT_EQ(runVekcam(arguments).exitCode, 0);
+    printed(joined({kTakeDark, {"-o", Path("DARK.PNG")}}));
     EXPECT_EQ(readPng(Path("DARK.PNG")).width, 64U);
     EXPECT_TRUE(std::filesystem::exists(Path("DARK.json")));
 }
@@ -177,7 +165,7 @@ TEST_F(Messages, CalibratingShowsItsProgressOnATerminalAlone) {
     EXPECT_EQ(seen.exitCode, 0);
     for (const char* const part : {"\r[........................................] 0/8", "\r[#####....", "] 1/8",
                                    "\r[########################################] 8/8"}) {
-        EXPECT_NE(seen.err.find(part), std::string::npos) << seen.err;
+        expectPart(seen.err, part);
     }
     EXPECT_TRUE(seen.err.ends_with("\r\x1B[K")) << seen.err; // gone at the end
     EXPECT_EQ(runVekcam(arguments).err, "");
@@ -188,11 +176,9 @@ TEST_F(Messages, CalibratingShowsItsProgressOnATerminalAlone) {
 
 TEST_F(Messages, DemoTakesItsModelAsOthersDo) {
     const auto camera = [&](const Arguments& more) {
-        Arguments arguments = {"demo", "-o", Path("demo"), "-n", "1", "--width", "64", "--height", "64"};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        const SResult result = runVekcam(arguments);
-        EXPECT_EQ(result.exitCode, 0) << result.err;
-        return result.out.substr(0, result.out.find('\n'));
+        const std::string text =
+            printed(joined({{"demo", "-o", Path("demo"), "-n", "1", "--width", "64", "--height", "64"}, more}));
+        return text.substr(0, text.find('\n'));
     };
     const std::string name = "camera                simulated camera ";
     EXPECT_EQ(camera({}), name + "global-1m");
@@ -201,11 +187,9 @@ TEST_F(Messages, DemoTakesItsModelAsOthersDo) {
     EXPECT_EQ(camera({"-s", "clock-vga"}), name + "clock-vga");
     EXPECT_EQ(camera({"--model", "line-2m"}), name + "line-2m");
     for (const Arguments& bad : {Arguments{"--sim", "box"}, {"--sim", "--model", "line-2m"}}) {
-        Arguments arguments = {"demo", "-o", Path("demo")};
-        arguments.insert(arguments.end(), bad.begin(), bad.end());
-        const SResult result = runVekcam(arguments);
+        const SResult result = runVekcam(joined({{"demo", "-o", Path("demo")}, bad}));
         EXPECT_EQ(result.exitCode, 2);
-        EXPECT_NE(result.err.find("--sim"), std::string::npos) << result.err;
+        expectPart(result.err, "--sim");
     }
 }
 

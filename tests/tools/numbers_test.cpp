@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What every number of the command line may be, option by option.
-#include "Files.h"
-#include "PngFile.h"
-#include "Program.h"
+#include "Conversion.h"
 
 #include <nlohmann/json.hpp>
 
@@ -14,8 +12,6 @@
 namespace vek::test {
 
 namespace {
-
-using Arguments = std::vector<std::string>;
 
 /// A command that ends quickly, for a reason of its own, once all of its options are read.
 struct SCommand {
@@ -114,11 +110,7 @@ void PrintTo(const SNumber& number, std::ostream* stream) {
 }
 
 SResult runWith(const SNumber& number, const std::string& text) {
-    Arguments arguments = number.command->words;
-    for (const Arguments& part : {number.more, Arguments{number.option, text}, number.command->rest}) {
-        arguments.insert(arguments.end(), part.begin(), part.end());
-    }
-    return runVekcam(arguments);
+    return runVekcam(joined({number.command->words, number.more, {number.option, text}, number.command->rest}));
 }
 
 class Number : public ::testing::TestWithParam<SNumber> {
@@ -198,9 +190,7 @@ TEST(Numbers, EachOptionOfEachCommandIsTried) {
                                    {"settings", "load"},
                                    {"settings", "show"},
                                    {"settings", "diff"}}) {
-        Arguments arguments = words;
-        arguments.push_back("--help");
-        const std::string help = runVekcam(arguments).out;
+        const std::string help = printed(joined({words, {"--help"}}));
         for (std::sregex_iterator found(help.begin(), help.end(), option), end; found != end; ++found) {
             present.insert(commandLine(words) + ' ' + (*found)[1].str());
         }
@@ -219,7 +209,7 @@ TEST(Numbers, BitsOutAreEightOrSixteen) {
 
 TEST(Numbers, SignsAndExponents) {
     const auto converted = [](const char* option, const char* text) {
-        return nlohmann::json::parse(runVekcam({"units", "--json", option, text}).out).at("conversions");
+        return printedJson({"units", "--json", option, text}).at("conversions");
     };
     EXPECT_EQ(converted("--gain-db", "+10"), converted("--gain-db", "10"));
     EXPECT_EQ(converted("--gain-db", "-3")["gainDb"]["dB"], -3);
@@ -230,7 +220,7 @@ TEST(Numbers, SignsAndExponents) {
     EXPECT_EQ(runVekcam({"units", "--fps", "+-5"}).exitCode, 2);
 }
 
-class NumbersOfFiles : public CFileTest {};
+class NumbersOfFiles : public CConversionTest {};
 
 TEST_F(NumbersOfFiles, FrameAndOffsetAreDecimal) {
     std::vector<std::uint8_t> bytes(40);
@@ -239,17 +229,16 @@ TEST_F(NumbersOfFiles, FrameAndOffsetAreDecimal) {
     }
     const std::string raw = Write("in.raw", bytes);
     const auto first = [&](const Arguments& more) {
-        Arguments arguments = {"convert", raw, "-o", Path("out.png"), "-W", "02", "-H", "1", "-f", "mono8"};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        const SResult result = runVekcam(arguments);
+        const SResult result =
+            runVekcam(joined({{"convert", raw, "-o", Path("out.png"), "-W", "02", "-H", "1", "-f", "mono8"}, more}));
         EXPECT_EQ(result.exitCode, 0) << result.err;
         return readPng(Path("out.png")).samples.at(0);
     };
     EXPECT_EQ(first({"--frame", "0010"}), 20);
     EXPECT_EQ(first({"--frame", "0009"}), 18);
     EXPECT_EQ(first({"--src-offset", "0011"}), 11);
-    const nlohmann::json json = nlohmann::json::parse(
-        runVekcam({"measure", raw, "-W", "010", "-H", "01", "-f", "mono8", "--frame", "003", "--json"}).out);
+    const nlohmann::json json =
+        printedJson({"measure", raw, "-W", "010", "-H", "01", "-f", "mono8", "--frame", "003", "--json"});
     EXPECT_EQ(json["width"], 10);
     EXPECT_EQ(json["mean"], 34.5);
 }
@@ -340,8 +329,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(Codes, AreDecimalOrHexadecimal) {
     const auto formatOf = [](const char* code) {
-        return nlohmann::json::parse(runVekcam({"measure", "--sim", "--json", "-f", code}).out)
-            .at("transferFormat")["name"];
+        return printedJson({"measure", "--sim", "--json", "-f", code}).at("transferFormat")["name"];
     };
     EXPECT_EQ(formatOf("3"), "raw12");
     EXPECT_EQ(formatOf("03"), "raw12");
@@ -357,7 +345,7 @@ TEST(Codes, AreDecimalOrHexadecimal) {
             EXPECT_EQ(result.exitCode, 2) << text;
             EXPECT_TRUE(result.err.starts_with("vekcam: " + std::string(option) + ": \"" + text + "\" is none of: "))
                 << result.err;
-            EXPECT_NE(result.err.find(name), std::string::npos) << result.err;
+            expectPart(result.err, name);
             EXPECT_TRUE(result.err.ends_with("; nor a number of " + std::string(numbers) + "\n")) << result.err;
         }
     }
@@ -378,7 +366,7 @@ TEST(SettingNumbers, AreDecimal) {
 TEST_F(NumbersOfFiles, SettingsKeepTheDecimalNumber) {
     const std::string file = Path("settings.txt");
     EXPECT_EQ(runVekcam({"settings", "save", file, "--set", "WBGainR=0200"}).exitCode, 0);
-    const nlohmann::json json = nlohmann::json::parse(runVekcam({"settings", "show", file, "--json"}).out);
+    const nlohmann::json json = printedJson({"settings", "show", file, "--json"});
     EXPECT_EQ(json["settings"]["WBGainR"]["value"], 200);
 }
 

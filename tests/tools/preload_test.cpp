@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Commands on a device: the simulated camera, preloaded, stands behind a path.
-#include "Files.h"
 #include "PngFile.h"
 #include "Program.h"
+#include "support/Files.h"
 
 #include "sim/SimulatedDriver.h"
 
@@ -17,20 +17,12 @@ namespace vek::test {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 constexpr const char* kNode = "/dev/vekcam-sim0";
 
 /// Runs a command with --device, and variables of the preloaded camera.
-SResult runOnDevice(Arguments arguments, Arguments variables = {}) {
-    arguments.insert(arguments.end(), {"--device", kNode});
-    variables.emplace_back("LD_PRELOAD=" VEKCAM_SIM_PRELOAD);
-    return runVekcam(arguments, {.environment = variables});
-}
-
-void expectDone(const SResult& result) {
-    EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(result.err, "");
+SResult runOnDevice(const Arguments& arguments, const Arguments& variables = {}) {
+    return runVekcam(joined({arguments, {"--device", kNode}}),
+                     {.environment = joined({variables, {"LD_PRELOAD=" VEKCAM_SIM_PRELOAD}})});
 }
 
 std::string replaced(std::string text, const std::string& part, const std::string& by) {
@@ -41,14 +33,12 @@ std::string replaced(std::string text, const std::string& part, const std::strin
 }
 
 /// The command tells the same of the device as of the simulated camera of the tool itself, which has another name.
-void expectSameAsSimulated(Arguments arguments, const std::string& model) {
+void expectSameAsSimulated(const Arguments& arguments, const std::string& model) {
     const SResult device = runOnDevice(arguments, {"VEKCAM_SIM_MODEL=" + model});
     expectDone(device);
-    arguments.insert(arguments.end(), {"--sim", model});
-    const SResult simulated = runVekcam(arguments);
-    expectDone(simulated);
-    EXPECT_NE(device.out.find(kNode), std::string::npos) << device.out;
-    EXPECT_EQ(device.out, replaced(simulated.out, "simulated camera " + model, kNode));
+    const std::string simulated = printed(joined({arguments, {"--sim", model}}));
+    expectPart(device.out, kNode);
+    EXPECT_EQ(device.out, replaced(simulated, "simulated camera " + model, kNode));
 }
 
 TEST(OnADevice, InfoIsTheSame) {
@@ -69,22 +59,16 @@ TEST(OnADevice, LuminanceControlTakesTheSameSteps) {
                            "3",   "--target", "90",       "--start-exposure", "2000"};
     const SResult device = runOnDevice(alc, {"VEKCAM_SIM_MODEL=clock-vga", "VEKCAM_SIM_SIZE=64x48"});
     expectDone(device);
-    Arguments simulated = alc;
-    simulated.insert(simulated.end(), {"--sim", "clock-vga", "--width", "64", "--height", "48"});
-    EXPECT_EQ(device.out, runVekcam(simulated).out);
-    EXPECT_NE(device.out.find("settled after"), std::string::npos) << device.out;
+    EXPECT_EQ(device.out, printed(joined({alc, {"--sim", "clock-vga", "--width", "64", "--height", "48"}})));
+    expectPart(device.out, "settled after");
 }
 
 class FilesOnADevice : public CFileTest {};
 
 TEST_F(FilesOnADevice, SettingsAreTheSame) {
     const Arguments change = {"--set", "WBMode=manual", "--set", "WBGainR=200"};
-    Arguments save = {"settings", "save", Path("device.txt")};
-    save.insert(save.end(), change.begin(), change.end());
-    expectDone(runOnDevice(save, {"VEKCAM_SIM_MODEL=line-2m"}));
-    save[2] = Path("sim.txt");
-    save.insert(save.end(), {"--sim", "line-2m"});
-    expectDone(runVekcam(save));
+    expectDone(runOnDevice(joined({{"settings", "save", Path("device.txt")}, change}), {"VEKCAM_SIM_MODEL=line-2m"}));
+    printed(joined({{"settings", "save", Path("sim.txt")}, change, {"--sim", "line-2m"}}));
     EXPECT_EQ(readFile(Path("device.txt")), readFile(Path("sim.txt")));
     expectSameAsSimulated({"settings", "load", Path("sim.txt"), "--json"}, "line-2m");
 }
@@ -94,26 +78,21 @@ TEST_F(FilesOnADevice, FlatFramesAreTheSameUnderAnEvenWhite) {
     const std::string raw = Write("white.raw", {255});
     expectDone(runVekcam({"convert", raw, "-W", "1", "-H", "1", "-f", "mono8", "-o", Path("white.png")}));
     const Arguments calibrate = {"calibrate", "flat", "-n", "3", "-f", "raw12", "--exposure", "9000", "--gain", "7"};
-    Arguments device = calibrate;
-    device.insert(device.end(), {"-o", Path("device.png"), "--raw", Path("device.raw")});
-    expectDone(runOnDevice(device, {"VEKCAM_SIM_SCENE=" + Path("white.png"), "VEKCAM_SIM_SIZE=80x64",
-                                    "VEKCAM_SIM_SEED=5", "VEKCAM_SIM_LIGHT=0.5"}));
-    Arguments simulated = calibrate;
-    simulated.insert(simulated.end(), {"-o", Path("sim.png"), "--raw", Path("sim.raw"), "--width", "80", "--height",
-                                       "64", "--seed", "5", "--light", "0.5"});
-    expectDone(runVekcam(simulated));
+    expectDone(runOnDevice(joined({calibrate, {"-o", Path("device.png"), "--raw", Path("device.raw")}}),
+                           {"VEKCAM_SIM_SCENE=" + Path("white.png"), "VEKCAM_SIM_SIZE=80x64", "VEKCAM_SIM_SEED=5",
+                            "VEKCAM_SIM_LIGHT=0.5"}));
+    printed(joined({calibrate,
+                    {"-o", Path("sim.png"), "--raw", Path("sim.raw"), "--width", "80", "--height", "64", "--seed", "5",
+                     "--light", "0.5"}}));
     EXPECT_EQ(readFile(Path("device.raw")), readFile(Path("sim.raw")));
     EXPECT_EQ(readPng(Path("device.png")).samples, readPng(Path("sim.png")).samples);
 }
 
 TEST_F(FilesOnADevice, DarkFramesAreTheSameWithoutLight) {
     const Arguments calibrate = {"calibrate", "dark", "-n", "2", "-f", "raw10"};
-    Arguments device = calibrate;
-    device.insert(device.end(), {"-o", Path("device.png")});
-    expectDone(runOnDevice(device, {"VEKCAM_SIM_LIGHT=0", "VEKCAM_SIM_SIZE=80x64"}));
-    Arguments simulated = calibrate;
-    simulated.insert(simulated.end(), {"-o", Path("sim.png"), "--width", "80", "--height", "64"});
-    expectDone(runVekcam(simulated));
+    expectDone(
+        runOnDevice(joined({calibrate, {"-o", Path("device.png")}}), {"VEKCAM_SIM_LIGHT=0", "VEKCAM_SIM_SIZE=80x64"}));
+    printed(joined({calibrate, {"-o", Path("sim.png"), "--width", "80", "--height", "64"}}));
     EXPECT_EQ(readPng(Path("device.png")).samples, readPng(Path("sim.png")).samples);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Files that are given as raw frames or setting files and hold something else, or more.
-#include "Files.h"
 #include "Program.h"
+#include "support/Files.h"
 
 #include <algorithm>
 
@@ -9,7 +9,6 @@ namespace vek::test {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr unsigned kSide = 32;
@@ -40,19 +39,12 @@ class RawFiles : public CFileTest, public ::testing::WithParamInterface<const ch
 protected:
     SResult Run(const std::string& input, const Arguments& more, const std::string& format = "mono8",
                 const SStreams& streams = {}) const {
-        const std::string side = std::to_string(kSide);
-        Arguments arguments = {GetParam(), input, "-W", side, "-H", side, "-f", format};
-        if (arguments.front() == "convert") {
-            arguments.insert(arguments.end(), {"-o", Path("out.png")});
-        }
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return runVekcam(arguments, streams);
+        const Arguments output = GetParam() == std::string("convert") ? Arguments{"-o", Path("out.png")} : Arguments();
+        return runVekcam(joined({{GetParam(), input}, sized(kSide, kSide, {"-f", format}), output, more}), streams);
     }
 
     void ExpectSilence(const Bytes& bytes, const Arguments& more = {}, const std::string& format = "mono8") const {
-        const SResult result = Run(Write("in.raw", bytes), more, format);
-        EXPECT_EQ(result.exitCode, 0);
-        EXPECT_EQ(result.err, "");
+        expectDone(Run(Write("in.raw", bytes), more, format));
     }
 
     /// The frame is taken, and one line says something.
@@ -60,18 +52,11 @@ protected:
                        const std::string& format = "mono8") const {
         const std::string path = Write("in.raw", bytes);
         const SResult result = Run(path, more, format);
-        EXPECT_EQ(result.exitCode, 0);
-        EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+        expectOneLine(result, 0, message);
         EXPECT_TRUE(result.err.starts_with("vekcam: warning: " + path + ": ")) << result.err;
-        EXPECT_NE(result.err.find(message), std::string::npos) << result.err;
     }
 
-    static void ExpectRefusal(const SResult& result, const std::string& message) {
-        EXPECT_EQ(result.exitCode, 1);
-        EXPECT_EQ(result.out, "");
-        EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
-        EXPECT_NE(result.err.find(message), std::string::npos) << result.err;
-    }
+    static void ExpectRefusal(const SResult& result, const std::string& message) { expectRefused(result, 1, message); }
 };
 
 INSTANTIATE_TEST_SUITE_P(Commands, RawFiles, ::testing::Values("convert", "measure"),
@@ -98,7 +83,7 @@ TEST_P(RawFiles, StandardInputThatIsAFileIsCountedFromWhereItStands) {
     const std::string path = Write("in.raw", Bytes(2 * kBytes));
     const SResult result = Run("-", {}, "mono8", {.inFile = path});
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_NE(result.err.find("standard input: holds 2 frames of 1024 bytes"), std::string::npos) << result.err;
+    expectPart(result.err, "standard input: holds 2 frames of 1024 bytes");
     // The end of a pipe may never come.
     EXPECT_EQ(Run("-", {}, "mono8", {.in = Bytes(2 * kBytes)}).err, "");
 }
@@ -205,27 +190,17 @@ TEST_P(RawFiles, FailuresStayOneLine) {
 
 // ---- setting files ----
 
-TEST(SettingFiles, WithoutASettingAreRefusedEverywhere) {
-    class CFiles : public CFileTest {
-    public:
-        using CFileTest::Path;
-        using CFileTest::Write;
+class SettingFiles : public CFileTest {};
 
-    private:
-        void TestBody() override {}
-    } files;
-    const std::string good = files.Write("good", bytesOf("WBMode 1\n"));
-    const std::string frame = files.Write("in.raw", {1});
+TEST_F(SettingFiles, WithoutASettingAreRefusedEverywhere) {
+    const std::string good = WriteText("good", "WBMode 1\n");
+    const std::string frame = Write("in.raw", {1});
     for (const std::string& text : {std::string(), std::string("\n"), std::string("Key 1\nwbmode 2\n"),
                                     std::string("WBMode\n"), std::string("{\"WBMode\": 1}"), std::string(600, '\0')}) {
-        const std::string bad = files.Write("bad", bytesOf(text));
+        const std::string bad = WriteText("bad", text);
         const auto expect = [&](const Arguments& arguments, int code, const SStreams& streams = {}) {
             SCOPED_TRACE(commandLine(arguments));
-            const SResult result = runVekcam(arguments, streams);
-            EXPECT_EQ(result.exitCode, code);
-            EXPECT_EQ(result.out, "");
-            EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
-            EXPECT_NE(result.err.find("no setting file"), std::string::npos) << result.err;
+            expectRefused(runVekcam(arguments, streams), code, "no setting file");
         };
         expect({"settings", "show", bad}, 1);
         expect({"settings", "show", bad, "--json"}, 1);
@@ -233,9 +208,8 @@ TEST(SettingFiles, WithoutASettingAreRefusedEverywhere) {
         expect({"settings", "load", bad}, 1);
         expect({"settings", "diff", good, bad}, 2);
         expect({"settings", "diff", bad, good}, 2);
-        expect({"convert", frame, "-W", "1", "-H", "1", "-f", "mono8", "--settings", bad, "-o", files.Path("none.png")},
-               1);
-        EXPECT_FALSE(std::filesystem::exists(files.Path("none.png")));
+        expect({"convert", frame, "-W", "1", "-H", "1", "-f", "mono8", "--settings", bad, "-o", Path("none.png")}, 1);
+        EXPECT_FALSE(std::filesystem::exists(Path("none.png")));
     }
 }
 

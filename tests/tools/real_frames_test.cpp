@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Frames of real cameras, which are no part of the project: VEKCAM_DATA_DIR names the directory that holds them.
-#include "Files.h"
-#include "PngFile.h"
-#include "Program.h"
+#include "Conversion.h"
 
 #include <cstdlib>
 
@@ -10,7 +8,7 @@ namespace vek::test {
 
 namespace {
 
-class RealFrames : public CFileTest {
+class RealFrames : public CConversionTest {
 protected:
     /// Path of a frame; empty when it is not there.
     static std::string Frame(const std::string& name) {
@@ -19,12 +17,8 @@ protected:
         return !path.empty() && std::filesystem::exists(path) ? path : std::string();
     }
 
-    SPng Shown(std::vector<std::string> arguments) const {
-        arguments.insert(arguments.begin(), "convert");
-        arguments.insert(arguments.end(), {"--display", "-o", Path("out.png")});
-        const SResult result = runVekcam(arguments);
-        EXPECT_EQ(result.exitCode, 0) << result.err;
-        return readPng(Path("out.png"));
+    SPng Shown(const std::string& frame, const Arguments& arguments) const {
+        return ConvertedFile(frame, joined({arguments, {"--display"}}));
     }
 };
 
@@ -34,7 +28,7 @@ TEST_F(RealFrames, ColourChartHasItsColours) {
         GTEST_SKIP() << "VEKCAM_DATA_DIR has no such frame";
     }
     for (const char* const method : {"nearest", "bilinear"}) {
-        const SPng image = Shown({frame, "-W", "1920", "-H", "1080", "-f", "raw12", "-a", "bggr", "-m", method});
+        const SPng image = Shown(frame, {"-W", "1920", "-H", "1080", "-f", "raw12", "-a", "bggr", "-m", method});
         const auto mean = [&](unsigned x, unsigned y, unsigned c) { return image.mean(x - 20, y - 20, 40, 40, c); };
         // Third row of patches: blue, green, red, yellow.
         EXPECT_GT(mean(578, 721, 2), mean(578, 721, 0) + 40);
@@ -56,7 +50,7 @@ TEST_F(RealFrames, RedFlowerGreenLeaf) {
         GTEST_SKIP() << "VEKCAM_DATA_DIR has no such frame";
     }
     const SPng image =
-        Shown({frame, "-W", "768", "-H", "512", "-f", "raw14", "-a", "rggb", "--black", "600", "--white", "15520"});
+        Shown(frame, {"-W", "768", "-H", "512", "-f", "raw14", "-a", "rggb", "--black", "600", "--white", "15520"});
     EXPECT_GT(image.mean(190, 320, 30, 30, 0), 1.5 * image.mean(190, 320, 30, 30, 1));
     EXPECT_GT(image.mean(190, 320, 30, 30, 0), 1.5 * image.mean(190, 320, 30, 30, 2));
     EXPECT_GT(image.mean(90, 90, 20, 20, 1), 1.05 * image.mean(90, 90, 20, 20, 0));

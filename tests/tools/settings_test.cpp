@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Files.h"
-#include "PngFile.h"
-#include "Program.h"
+#include "Conversion.h"
 
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
@@ -13,8 +11,6 @@ namespace vek::test {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-using Samples = std::vector<std::uint16_t>;
 using Json = nlohmann::json;
 
 /// What a new handle on the simulated camera global-1m has.
@@ -164,51 +160,29 @@ std::vector<std::string> linesOf(const std::string& text) {
     return lines;
 }
 
-class Settings : public CFileTest {
+class Settings : public CConversionTest {
 protected:
-    std::string Text(const std::string& name, const std::string& text) const {
-        return Write(name, {text.begin(), text.end()});
-    }
-
-    /// What a run that has to succeed prints.
-    static std::string Printed(const Arguments& arguments) {
-        const SResult result = runVekcam(arguments);
-        EXPECT_EQ(result.exitCode, 0) << commandLine(arguments);
-        EXPECT_EQ(result.err, "");
-        return result.out;
-    }
-
-    static Json PrintedJson(const Arguments& arguments) { return Json::parse(Printed(arguments)); }
-
     static void ExpectFailure(const Arguments& arguments, int code, const std::string& message) {
         SCOPED_TRACE(commandLine(arguments));
-        const SResult result = runVekcam(arguments);
-        EXPECT_EQ(result.exitCode, code);
-        EXPECT_EQ(result.out, ""); // nor does the library print anything
-        EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
-        EXPECT_NE(result.err.find(message), std::string::npos) << result.err;
+        expectRefused(runVekcam(arguments), code, message); // nor does the library print anything
     }
 
     std::string Saved(const Arguments& options) const {
-        Arguments arguments = {"settings", "save", Path("saved")};
-        arguments.insert(arguments.end(), options.begin(), options.end());
-        Printed(arguments);
-        const std::vector<std::uint8_t> bytes = readFile(Path("saved"));
-        return {bytes.begin(), bytes.end()};
+        printed(joined({{"settings", "save", Path("saved")}, options}));
+        return Content("saved");
     }
 };
 
 // ---- save ----
 
 TEST_F(Settings, SaveWritesANewHandlesSettings) {
-    EXPECT_EQ(Printed({"settings", "save", Path("new")}),
+    EXPECT_EQ(printed({"settings", "save", Path("new")}),
               Path("new") + ": 43 settings of simulated camera global-1m\n");
-    const std::vector<std::uint8_t> bytes = readFile(Path("new"));
-    EXPECT_EQ(std::string(bytes.begin(), bytes.end()), kNewHandle);
+    EXPECT_EQ(Content("new"), kNewHandle);
 }
 
 TEST_F(Settings, SaveReplacesAFileAndTakesAnotherCamera) {
-    Text("saved", std::string(5000, 'x'));
+    WriteText("saved", std::string(5000, 'x'));
     const std::string text = Saved({"--sim", "line-2m"});
     EXPECT_EQ(linesOf(text)[2], "AGCMaxGain 60");
     EXPECT_EQ(linesOf(text).size(), 43U);
@@ -246,21 +220,18 @@ TEST_F(Settings, SaveRefusesWhatTheLibraryWouldNotKeepAndWritesNothing) {
 }
 
 TEST_F(Settings, SaveNoticesAFullDisk) {
-    const SResult result = runVekcam({"settings", "save", Path("short")}, {.fileSize = 100});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
-    EXPECT_NE(result.err.find("cannot write"), std::string::npos) << result.err;
+    expectOneLine(runVekcam({"settings", "save", Path("short")}, {.fileSize = 100}), 1, "cannot write");
 }
 
 TEST_F(Settings, SaveToStandardOutputWritesTheSettingsAlone) {
-    EXPECT_EQ(Printed({"settings", "save", "-"}), kNewHandle);
-    EXPECT_EQ(Printed({"settings", "save", "/dev/stdout"}), kNewHandle);
+    EXPECT_EQ(printed({"settings", "save", "-"}), kNewHandle);
+    EXPECT_EQ(printed({"settings", "save", "/dev/stdout"}), kNewHandle);
 }
 
 // ---- show ----
 
 TEST_F(Settings, ShowTellsEverySettingInWords) {
-    EXPECT_EQ(Printed({"settings", "show", Text("all", kEverythingElse)}), kEverythingElseShown);
+    EXPECT_EQ(printed({"settings", "show", WriteText("all", kEverythingElse)}), kEverythingElseShown);
 }
 
 TEST_F(Settings, ShowReadsStandardInput) {
@@ -277,7 +248,7 @@ constexpr const char* kOdd = "WBMode 1\n"
                              "Hue 30 WBMode 2 WBGainB -1 Saturation";
 
 TEST_F(Settings, ShowMarksWhatIsOdd) {
-    const std::vector<std::string> lines = linesOf(Printed({"settings", "show", Text("odd", kOdd)}));
+    const std::vector<std::string> lines = linesOf(printed({"settings", "show", WriteText("odd", kOdd)}));
     ASSERT_EQ(lines.size(), 49U);
     EXPECT_EQ(lines[0], "ALCMode                      17  no such mode  [the library keeps 1]");
     EXPECT_EQ(lines[1], "ALCLevel                      -  [not in the file: stays as it is]");
@@ -295,7 +266,7 @@ TEST_F(Settings, ShowMarksWhatIsOdd) {
 }
 
 TEST_F(Settings, ShowAsJson) {
-    const Json json = PrintedJson({"settings", "show", "--json", Text("odd", kOdd)});
+    const Json json = printedJson({"settings", "show", "--json", WriteText("odd", kOdd)});
     EXPECT_EQ(json["file"], Path("odd"));
     EXPECT_EQ(json["settings"].size(), 43U);
     EXPECT_EQ(json["settings"]["WBGainR"], Json({{"value", 4464},
@@ -311,31 +282,31 @@ TEST_F(Settings, ShowAsJson) {
     EXPECT_EQ(json["passedOver"][1], Json({{"line", 2}, {"key", "Foo"}, {"value", 3}, {"why", "unknown key"}}));
     EXPECT_TRUE(json["passedOver"][2]["value"].is_null());
     EXPECT_EQ(json["stopsAt"], "GammaModeR");
-    EXPECT_TRUE(PrintedJson({"settings", "show", "--json", Text("all", kEverythingElse)})["stopsAt"].is_null());
+    EXPECT_TRUE(printedJson({"settings", "show", "--json", WriteText("all", kEverythingElse)})["stopsAt"].is_null());
 }
 
 TEST_F(Settings, ShowTellsWhatModeNumbersMeanThatHaveNoName) {
-    const std::string out = Printed({"settings", "show",
-                                     Text("modes", "ShadingCorrectionMode 9 WBMode 200 HueSaturationMode 2 "
-                                                   "SharpnessMode 3 AEMinExposure -1 GammaY 0")});
-    EXPECT_NE(out.find("ShadingCorrectionMode         9  does nothing\n"), std::string::npos);
-    EXPECT_NE(out.find("WBMode                      200  works as manual\n"), std::string::npos);
-    EXPECT_NE(out.find("HueSaturationMode             2  no such mode  [refused]\n"), std::string::npos);
-    EXPECT_NE(out.find("SharpnessMode                 3  on\n"), std::string::npos);
-    EXPECT_NE(out.find("AEMinExposure                -1  18446744073709551615 exposure clocks\n"), std::string::npos);
-    EXPECT_NE(out.find("GammaY                        0  no gamma"), std::string::npos);
+    const std::string out = printed({"settings", "show",
+                                     WriteText("modes", "ShadingCorrectionMode 9 WBMode 200 HueSaturationMode 2 "
+                                                        "SharpnessMode 3 AEMinExposure -1 GammaY 0")});
+    expectPart(out, "ShadingCorrectionMode         9  does nothing\n");
+    expectPart(out, "WBMode                      200  works as manual\n");
+    expectPart(out, "HueSaturationMode             2  no such mode  [refused]\n");
+    expectPart(out, "SharpnessMode                 3  on\n");
+    expectPart(out, "AEMinExposure                -1  18446744073709551615 exposure clocks\n");
+    expectPart(out, "GammaY                        0  no gamma");
 }
 
 TEST_F(Settings, ControlCharactersOfAKeyDoNotReachTheTerminal) {
-    const std::string out = Printed({"settings", "show", Text("bell", "F\x1b[2Joo 3\nWBMode 1\n")});
-    EXPECT_NE(out.find("line 1: F?[2Joo 3 is passed over: unknown key\n"), std::string::npos);
+    const std::string out = printed({"settings", "show", WriteText("bell", "F\x1b[2Joo 3\nWBMode 1\n")});
+    expectPart(out, "line 1: F?[2Joo 3 is passed over: unknown key\n");
     EXPECT_EQ(out.find('\x1b'), std::string::npos);
 }
 
 // ---- load ----
 
 TEST_F(Settings, LoadTellsWhatTheHandleThenHas) {
-    const Json json = PrintedJson({"settings", "load", "--json", Text("all", kEverythingElse)});
+    const Json json = printedJson({"settings", "load", "--json", WriteText("all", kEverythingElse)});
     EXPECT_EQ(json["camera"], "simulated camera global-1m");
     EXPECT_EQ(json["accepted"], true);
     for (const std::string& line : linesOf(kEverythingElse)) {
@@ -349,7 +320,7 @@ TEST_F(Settings, LoadTellsWhatTheHandleThenHas) {
 
 TEST_F(Settings, LoadMarksWhatTheFileDoesNotSay) {
     const std::vector<std::string> lines =
-        linesOf(Printed({"settings", "load", Text("few", "ALCMode 17\nWBMode 1 Foo 5\n"), "--sim", "line-2m"}));
+        linesOf(printed({"settings", "load", WriteText("few", "ALCMode 17\nWBMode 1 Foo 5\n"), "--sim", "line-2m"}));
     ASSERT_EQ(lines.size(), 44U);
     EXPECT_EQ(lines[0], "ALCMode                       1  both  [the file has 17]");
     EXPECT_EQ(lines[1], "ALCLevel                    128  level  [not in the file]");
@@ -359,7 +330,7 @@ TEST_F(Settings, LoadMarksWhatTheFileDoesNotSay) {
 
 TEST_F(Settings, LoadStopsWhereTheLibraryRefuses) {
     const Arguments arguments = {"settings", "load", "--json",
-                                 Text("refused", "SharpnessMode 1 GammaModeR 7 WBMode 1\n")};
+                                 WriteText("refused", "SharpnessMode 1 GammaModeR 7 WBMode 1\n")};
     const SResult result = runVekcam(arguments);
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.err,
@@ -373,7 +344,7 @@ TEST_F(Settings, LoadStopsWhereTheLibraryRefuses) {
 }
 
 TEST_F(Settings, ToolAndLibraryReadTheSame) {
-    const Json fresh = PrintedJson({"settings", "load", "--json", Text("fresh", "ALCLevel 128")})["settings"];
+    const Json fresh = printedJson({"settings", "load", "--json", WriteText("fresh", "ALCLevel 128")})["settings"];
     const std::string longKey(64, 'k');
     using namespace std::string_literals;
     for (const std::string& text : {
@@ -413,9 +384,9 @@ TEST_F(Settings, ToolAndLibraryReadTheSame) {
              std::string("ALCLevel 5\nALCLevel"),
          }) {
         SCOPED_TRACE(Json(text).dump(-1, ' ', false, Json::error_handler_t::replace));
-        const std::string file = Text("odd", text);
-        const Json loaded = PrintedJson({"settings", "load", "--json", file})["settings"];
-        const Json shown = PrintedJson({"settings", "show", "--json", file})["settings"];
+        const std::string file = WriteText("odd", text);
+        const Json loaded = printedJson({"settings", "load", "--json", file})["settings"];
+        const Json shown = printedJson({"settings", "show", "--json", file})["settings"];
         for (const auto& [key, setting] : shown.items()) {
             const Json& expected = setting.is_null() ? fresh[key]["value"] : setting["kept"];
             EXPECT_EQ(loaded[key]["value"], expected) << key;
@@ -426,16 +397,16 @@ TEST_F(Settings, ToolAndLibraryReadTheSame) {
 // ---- diff ----
 
 TEST_F(Settings, DiffOfEqualFilesIsSilent) {
-    const std::string a = Text("a", "WBMode 1\nWBGainR 256\n");
-    const std::string b = Text("b", "Foo 3\nWBGainR 65792 WBMode 2 WBMode 1\n"); // 65792 is cut to 256
-    EXPECT_EQ(Printed({"settings", "diff", a, b}), "");
-    EXPECT_EQ(PrintedJson({"settings", "diff", "--json", a, b}),
+    const std::string a = WriteText("a", "WBMode 1\nWBGainR 256\n");
+    const std::string b = WriteText("b", "Foo 3\nWBGainR 65792 WBMode 2 WBMode 1\n"); // 65792 is cut to 256
+    EXPECT_EQ(printed({"settings", "diff", a, b}), "");
+    EXPECT_EQ(printedJson({"settings", "diff", "--json", a, b}),
               Json({{"a", a}, {"b", b}, {"same", true}, {"differences", Json::object()}}));
 }
 
 TEST_F(Settings, DiffTellsWhatDiffers) {
-    const std::string a = Text("a", "WBMode 1\nWBGainR 256\nHue -15\n");
-    const std::string b = Text("b", "ALCLevel 100\nWBGainR 300\nWBMode 1\n");
+    const std::string a = WriteText("a", "WBMode 1\nWBGainR 256\nHue -15\n");
+    const std::string b = WriteText("b", "ALCLevel 100\nWBGainR 300\nWBMode 1\n");
     const SResult text = runVekcam({"settings", "diff", a, b});
     EXPECT_EQ(text.exitCode, 1);
     EXPECT_EQ(text.err, "");
@@ -455,7 +426,7 @@ TEST_F(Settings, DiffTellsWhatDiffers) {
 }
 
 TEST_F(Settings, DiffOfAFileThatIsNotThereIsTrouble) {
-    const std::string a = Text("a", "WBMode 1\n");
+    const std::string a = WriteText("a", "WBMode 1\n");
     ExpectFailure({"settings", "diff", a, Path("missing")}, 2, Path("missing") + ": cannot open");
     ExpectFailure({"settings", "diff", Path("missing"), a}, 2, Path("missing") + ": cannot open");
 }
@@ -479,7 +450,7 @@ TEST_F(Settings, PathsAreRefusedInTheToolsOwnWords) {
 }
 
 TEST_F(Settings, WhatIsNoCameraIsRefused) {
-    const std::string file = Text("file", "WBMode 1\n");
+    const std::string file = WriteText("file", "WBMode 1\n");
     ExpectFailure({"settings", "load", file, "--device", "/dev/null"}, 1, "not a trigger camera");
     ExpectFailure({"settings", "save", file, "--device", "/dev/null"}, 1, "not a trigger camera");
     EXPECT_EQ(readFile(file).size(), 9U);
@@ -492,14 +463,9 @@ protected:
     /// Converts a frame with a setting file of the given text.
     SPng Converted(const std::vector<std::uint8_t>& bytes, const Arguments& form, const std::string& settings,
                    const Arguments& options = {}) const {
-        Arguments arguments = {"convert", Write("in.raw", bytes), "-o", Path("out.png")};
-        if (!settings.empty()) {
-            arguments.insert(arguments.end(), {"--settings", Text("settings", settings)});
-        }
-        arguments.insert(arguments.end(), form.begin(), form.end());
-        arguments.insert(arguments.end(), options.begin(), options.end());
-        EXPECT_EQ(Printed(arguments), "");
-        return readPng(Path("out.png"));
+        const Arguments file =
+            settings.empty() ? Arguments() : Arguments{"--settings", WriteText("settings", settings)};
+        return CConversionTest::Converted(bytes, joined({file, form, options}));
     }
 
     /// A cell of R 10, G 20 / G 30, B 40, each pixel in its own colour only: the four samples.
@@ -593,7 +559,7 @@ TEST_F(ConvertSettings, FilesThatCannotBeUsedAreNamed) {
                          Path("none.png"), "--settings", settings};
     };
     ExpectFailure(arguments(Path("missing")), 1, Path("missing") + ": cannot open");
-    ExpectFailure(arguments(Text("refused", "GammaModeY 7")), 1, Path("refused") + ": the library refuses");
+    ExpectFailure(arguments(WriteText("refused", "GammaModeY 7")), 1, Path("refused") + ": the library refuses");
     EXPECT_NE(access(Path("none.png").c_str(), F_OK), 0);
 }
 

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Files.h"
-#include "PngFile.h"
-#include "Program.h"
+#include "Conversion.h"
 
 #include <ostream>
 
@@ -9,20 +7,11 @@ namespace vek::test {
 
 namespace {
 
-using Samples = std::vector<std::uint16_t>;
-using Arguments = std::vector<std::string>;
-
-class Stages : public CFileTest {
+class Stages : public CConversionTest {
 protected:
     /// Converts bytes as one frame; form: width, height, format and so on, stages: what is tested.
     SPng Converted(const std::vector<std::uint8_t>& bytes, const Arguments& form, const Arguments& stages) const {
-        Arguments arguments = {"convert", Write("in.raw", bytes), "-o", Path("out.png")};
-        arguments.insert(arguments.end(), form.begin(), form.end());
-        arguments.insert(arguments.end(), stages.begin(), stages.end());
-        const SResult result = runVekcam(arguments);
-        EXPECT_EQ(result.exitCode, 0) << result.err;
-        EXPECT_EQ(result.out + result.err, "");
-        return result.exitCode == 0 ? readPng(Path("out.png")) : SPng{};
+        return CConversionTest::Converted(bytes, joined({form, stages}));
     }
 
     /// A frame of one cell, R 10, G 20 / G 30, B 40, each pixel in its own colour only.
@@ -272,11 +261,7 @@ TEST_F(Stages, ColoursOfALargeFrameStayWhereTheyBelong) {
 
 TEST_F(Stages, DeeperFramesAreTakenDownToEightBits) {
     const Arguments cell = {"-W", "2", "-H", "2", "-a", "bggr", "-m", "none"};
-    const auto form = [&](const std::string& format) {
-        Arguments arguments = cell;
-        arguments.insert(arguments.end(), {"-f", format});
-        return arguments;
-    };
+    const auto form = [&](const std::string& format) { return joined({cell, {"-f", format}}); };
     // B ABC  G 0FF / G FFF  R 801; unity gains change nothing.
     const SPng twelve = Converted(littleEndian({0xABC, 0x0FF, 0xFFF, 0x801}), form("raw12"), {"--wb", "1,1,1,1"});
     EXPECT_EQ(twelve.bits, 8U);
@@ -382,37 +367,19 @@ TEST_F(Stages, LumaCurveComesBeforeTheSharpness) {
 
 // ---- what cannot work ----
 
-struct SRefusal {
-    Arguments arguments; ///< behind convert IN -o OUT
-    std::string message; ///< all of it, or its end after "vekcam: "
-};
-
-void PrintTo(const SRefusal& refusal, std::ostream* stream) {
-    *stream << commandLine(refusal.arguments);
-}
-
 class StageRefusal : public ::testing::TestWithParam<SRefusal> {};
 
 TEST_P(StageRefusal, ExitTwoWithOneLine) {
-    Arguments arguments = {"convert", "in.raw", "-o", "out.png"};
-    arguments.insert(arguments.end(), GetParam().arguments.begin(), GetParam().arguments.end());
-    const SResult result = runVekcam(arguments);
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.out, "");
-    EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
-    EXPECT_TRUE(result.err.ends_with(GetParam().message + '\n')) << result.err;
+    expectRefused(runVekcam(joined({{"convert", "in.raw", "-o", "out.png"}, GetParam().arguments})), 2,
+                  GetParam().message + '\n');
 }
 
 Arguments greyFrame(const Arguments& stages) {
-    Arguments arguments = {"-W", "4", "-H", "4", "-f", "mono8"};
-    arguments.insert(arguments.end(), stages.begin(), stages.end());
-    return arguments;
+    return sized(4, 4, joined({{"-f", "mono8"}, stages}));
 }
 
 Arguments bayerFrame(unsigned width, unsigned height, const Arguments& stages) {
-    Arguments arguments = {"-W", std::to_string(width), "-H", std::to_string(height), "-f", "raw8", "-a", "rggb"};
-    arguments.insert(arguments.end(), stages.begin(), stages.end());
-    return arguments;
+    return sized(width, height, joined({{"-f", "raw8", "-a", "rggb"}, stages}));
 }
 
 Arguments bayerFrame(const Arguments& stages) {
@@ -499,13 +466,9 @@ TEST(StageRanges, OfPlainNumbers) {
                                     {"--saturation", "x"},
                                     {"--wb"},
                                     {"--gamma", "2", "--gamma", "2"}}) {
-        Arguments arguments = {"convert", "in.raw", "-o", "out.png"};
-        const Arguments frame = bayerFrame(stages);
-        arguments.insert(arguments.end(), frame.begin(), frame.end());
-        const SResult result = runVekcam(arguments);
-        EXPECT_EQ(result.exitCode, 2) << commandLine(stages);
-        EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
-        EXPECT_NE(result.err.find(stages.front()), std::string::npos) << result.err;
+        SCOPED_TRACE(commandLine(stages));
+        expectRefused(runVekcam(joined({{"convert", "in.raw", "-o", "out.png"}, bayerFrame(stages)})), 2,
+                      stages.front());
     }
 }
 

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "client/pictures/Image.h"
+
+#include <algorithm>
+
+namespace vek::client {
+
+namespace {
+
+/// from <= 16, and to is at most twice from: one repetition fills it.
+std::uint16_t scaledSample(std::uint16_t sample, unsigned from, unsigned to) {
+    if (to <= from) {
+        return static_cast<std::uint16_t>(sample >> (from - to));
+    }
+    const unsigned up = to - from;
+    return static_cast<std::uint16_t>((static_cast<unsigned>(sample) << up) | (sample >> (from - up)));
+}
+
+} // namespace
+
+SImage scaledToDepth(const SImage& image, unsigned short depth) {
+    SImage scaled{image.width, image.height, image.channels, depth, {}};
+    scaled.samples.resize(image.samples.size());
+    std::transform(image.samples.begin(), image.samples.end(), scaled.samples.begin(),
+                   [&](std::uint16_t sample) { return scaledSample(sample, image.depth, depth); });
+    return scaled;
+}
+
+} // namespace vek::client

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace vek::client {
+
+/// A grey or a colour image, rows without padding; colour is red, green, blue as image files have it.
+struct SImage {
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    unsigned short channels = 0; ///< 1 or 3
+    unsigned short depth = 0;    ///< significant bits, 8..16; samples are 0 .. 2^depth - 1
+    std::vector<std::uint16_t> samples;
+
+    std::size_t rowSamples() const { return static_cast<std::size_t>(width) * channels; }
+};
+
+/// Largest sample of a depth of 1..16 bits.
+constexpr std::uint16_t maxSample(unsigned depth) {
+    return static_cast<std::uint16_t>((1U << depth) - 1U);
+}
+
+/// Scales to another depth: down by dropping low bits, up by repeating the high ones, so that the whole range
+/// maps onto the whole range (0x0ABC at 12 bits is 0xABCA at 16).
+SImage scaledToDepth(const SImage& image, unsigned short depth);
+
+} // namespace vek::client

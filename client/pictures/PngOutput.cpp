@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "client/pictures/PngOutput.h"
+
+#include "client/Errors.h"
+
+#include <fmt/format.h>
+#include <png.h>
+
+#include <cerrno>
+#include <csetjmp>
+#include <cstdio>
+#include <new>
+
+namespace vek::client {
+
+namespace {
+
+/// What libpng said, and the system's error number at that moment.
+struct SPngError {
+    std::string text;
+    int error = 0;
+};
+
+void onWriteError(png_structp png, png_const_charp message) {
+    auto* const report = static_cast<SPngError*>(png_get_error_ptr(png));
+    report->error = errno;
+    report->text = message;
+    png_longjmp(png, 1);
+}
+
+void onWriteWarning(png_structp, png_const_charp) {
+    // Warnings are about chunks that this writer does not make.
+}
+
+/// libpng wants bytes: the sample itself at 8 bits, high byte first at 16.
+void packRow(const std::uint16_t* samples, std::size_t count, bool words, std::uint8_t* bytes) {
+    for (std::size_t i = 0; i < count; ++i) {
+        if (words) {
+            bytes[2 * i] = static_cast<std::uint8_t>(samples[i] >> 8);
+            bytes[2 * i + 1] = static_cast<std::uint8_t>(samples[i] & 0xFF);
+        } else {
+            bytes[i] = static_cast<std::uint8_t>(samples[i]);
+        }
+    }
+}
+
+struct SPngWriter {
+    png_structp png = nullptr;
+    png_infop info = nullptr;
+    SPngError error;
+
+    SPngWriter() {
+        png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &error, onWriteError, onWriteWarning);
+        info = png != nullptr ? png_create_info_struct(png) : nullptr;
+        if (info == nullptr) {
+            png_destroy_write_struct(&png, nullptr);
+            throw std::bad_alloc();
+        }
+    }
+    ~SPngWriter() { png_destroy_write_struct(&png, &info); }
+    SPngWriter(const SPngWriter&) = delete;
+    SPngWriter& operator=(const SPngWriter&) = delete;
+};
+
+/// The part between setjmp and longjmp: it makes no object that would need a destructor. row holds one packed row.
+bool encode(SPngWriter& writer, std::FILE* file, const SImage& image, bool displayCurve, std::uint8_t* row) {
+    if (setjmp(png_jmpbuf(writer.png)) != 0) {
+        return false;
+    }
+    errno = 0; // libpng leaves it alone where no file is the reason
+    png_init_io(writer.png, file);
+    png_set_user_limits(writer.png, 0x7FFFFFFF, 0x7FFFFFFF);
+    png_set_IHDR(writer.png, writer.info, image.width, image.height, image.depth,
+                 image.channels == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    if (displayCurve) {
+        png_set_sRGB(writer.png, writer.info, PNG_sRGB_INTENT_PERCEPTUAL);
+    }
+    // Noise of the sensor hardly compresses; higher levels only take time.
+    png_set_compression_level(writer.png, 3);
+    png_write_info(writer.png, writer.info);
+    for (std::size_t y = 0; y < image.height; ++y) {
+        packRow(image.samples.data() + y * image.rowSamples(), image.rowSamples(), image.depth == 16, row);
+        png_write_row(writer.png, row);
+    }
+    png_write_end(writer.png, nullptr);
+    return true;
+}
+
+} // namespace
+
+void writePng(COutputFile& file, const SImage& image, bool displayCurve) {
+    SPngError error;
+    bool done = false;
+    try {
+        std::vector<std::uint8_t> row(image.rowSamples() * (image.depth / 8));
+        SPngWriter writer;
+        done = encode(writer, file.Stream(), image, displayCurve, row.data());
+        error = writer.error;
+    } catch (const std::bad_alloc&) {
+        error = {"not enough memory", 0};
+    }
+    if (!done) {
+        throw CFailure(fmt::format("{}: cannot write: {}", file.Name(),
+                                   error.error != 0 ? systemMessage(error.error) : error.text));
+    }
+}
+
+void writePng(const std::string& path, const SImage& image, bool displayCurve) {
+    COutputFiles files;
+    writePng(files.Open(path), image, displayCurve);
+    files.Publish();
+}
+
+} // namespace vek::client

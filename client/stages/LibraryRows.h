@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "client/pictures/Image.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace vek::client {
+
+/// Samples from row to row of the library's colour and grey images, whose rows are padded to a multiple of 4 bytes.
+template <class T>
+std::size_t paddedRowSamples(const SImage& image) {
+    return (image.rowSamples() * sizeof(T) + 3) / 4 * 4 / sizeof(T);
+}
+
+/// The library's image, grey or blue-green-red, of an image's size and channels.
+template <class T>
+std::vector<T> libraryRows(const SImage& image) {
+    const std::size_t pitch = paddedRowSamples<T>(image);
+    const std::size_t rowSamples = image.rowSamples();
+    std::vector<T> padded(pitch * image.height);
+    for (std::size_t y = 0; y < image.height; ++y) {
+        const std::uint16_t* const src = image.samples.data() + y * rowSamples;
+        T* const dst = padded.data() + y * pitch;
+        for (std::size_t i = 0; i < rowSamples; i += image.channels) {
+            for (std::size_t c = 0; c < image.channels; ++c) {
+                dst[i + c] = static_cast<T>(src[i + image.channels - 1 - c]);
+            }
+        }
+    }
+    return padded;
+}
+
+/// The way back: image, whose size and channels are set, gets the samples. pitch: samples from row to row.
+template <class T>
+void takeLibraryRows(const std::vector<T>& padded, SImage& image, std::size_t pitch) {
+    const std::size_t rowSamples = image.rowSamples();
+    image.samples.resize(rowSamples * image.height);
+    for (std::size_t y = 0; y < image.height; ++y) {
+        const T* const src = padded.data() + y * pitch;
+        std::uint16_t* const dst = image.samples.data() + y * rowSamples;
+        for (std::size_t i = 0; i < rowSamples; i += image.channels) {
+            for (std::size_t c = 0; c < image.channels; ++c) {
+                dst[i + c] = src[i + image.channels - 1 - c];
+            }
+        }
+    }
+}
+template <class T>
+void takeLibraryRows(const std::vector<T>& padded, SImage& image) {
+    takeLibraryRows(padded, image, paddedRowSamples<T>(image));
+}
+
+} // namespace vek::client

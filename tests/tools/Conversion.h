@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "PngFile.h"
+#include "Program.h"
+#include "support/Files.h"
+
+namespace vek::test {
+
+/// A test of vekcam convert.
+class CConversionTest : public CFileTest {
+protected:
+    /// The picture of a file, "out.png" of the test's directory; an empty one where the run fails, which is no success.
+    SPng ConvertedFile(const std::string& input, const Arguments& arguments) const;
+    /// The same of bytes, which become "in.raw".
+    SPng Converted(const std::vector<std::uint8_t>& bytes, const Arguments& arguments) const;
+};
+
+} // namespace vek::test

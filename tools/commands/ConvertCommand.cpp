@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "client/files/OutputPath.h"
+#include "client/pictures/PngOutput.h"
+#include "client/stages/Conversion.h"
+
+#include "tools/commands/Commands.h"
+#include "tools/options/FrameOptions.h"
+#include "tools/options/Options.h"
+#include "tools/options/StageOptions.h"
+
+#include <fmt/format.h>
+
+#include <memory>
+#include <optional>
+
+namespace vek::tools {
+
+namespace {
+
+struct SConvertArguments {
+    SFrameChoice input;
+    std::string output;
+    std::string format;
+    std::string colorArray;
+    std::string method;
+    std::optional<std::string> black; ///< as typed: what it may be depends on the format
+    std::optional<std::string> white;
+    std::string settings;
+    SConversion conversion;
+};
+
+/// A level in samples of the format; nothing where none was given.
+std::optional<unsigned> checkedLevel(const char* option, const std::optional<std::string>& text,
+                                     const STransferFormat& format) {
+    if (!text) {
+        return std::nullopt;
+    }
+    const unsigned largest = maxSample(format.depth);
+    const std::optional<unsigned> level = sim::ReadWhole<unsigned>(*text, 0, largest);
+    if (!level) {
+        throw CBadArguments(fmt::format("{}: {} with format {}", option,
+                                        sim::WholeComplaint(*text, "0", std::to_string(largest)), format.name));
+    }
+    return level;
+}
+
+/// What the arguments mean once they are known to fit together.
+const SConversion& checked(SConvertArguments& arguments) {
+    SConversion& conversion = arguments.conversion;
+    conversion.format = findTransferFormat(arguments.format);
+    conversion.colorArray = frameColorArray(*conversion.format, colorArrayGiven(arguments.colorArray));
+    conversion.method = static_cast<unsigned char>(*findCode(demosaicMethods(), arguments.method));
+    checkMethod(conversion);
+    conversion.black = checkedLevel("--black", arguments.black, *conversion.format);
+    conversion.white = checkedLevel("--white", arguments.white, *conversion.format);
+    complete(conversion);
+    return conversion;
+}
+
+SFileStages fileStages(const CLibraryHandle& library, const std::string& path) {
+    const std::optional<SFileStages> stages = path.empty() ? SFileStages() : readFileStages(library, path);
+    if (!stages) {
+        throw CFailure(fmt::format("{}: the library refuses a setting; \"vekcam settings show\" tells which", path));
+    }
+    return *stages;
+}
+
+/// The files that a conversion reads.
+std::vector<std::string> filesRead(const SConvertArguments& arguments) {
+    std::vector<std::string> inputs = inputsOf(arguments.conversion.corrections);
+    inputs.insert(inputs.end(), {arguments.input.path, arguments.settings});
+    return inputs;
+}
+
+void convert(SConvertArguments& arguments) {
+    const CLibraryHandle library(-1);
+    arguments.conversion.stages.file = fileStages(library, arguments.settings);
+    const SConversion& conversion = checked(arguments);
+    const std::vector<std::uint8_t> bytes =
+        readChosenFrame(arguments.input, *conversion.format, conversion.width, conversion.height);
+    const SImage picture = pictureOf(library, bytes, conversion);
+    COutputFiles files(filesRead(arguments));
+    writePng(files.Open(arguments.output), picture, conversion.display);
+    files.Publish();
+}
+
+} // namespace
+
+void addConvertCommand(CLI::App& app) {
+    CLI::App* const command = app.add_subcommand("convert", "Turn a raw frame of a file into a PNG picture");
+    const auto arguments = std::make_shared<SConvertArguments>();
+    SConversion& conversion = arguments->conversion;
+
+    addFrameFile(*command, arguments->input)->required();
+    addFrameSize(*command, conversion.width, conversion.height, true);
+    addFormat(*command, arguments->format,
+              wrapped(fmt::format("Transfer format, number {} to {} or name: {}. Samples of 14 and 16 bits are shifted "
+                                  "down to 12 before the library gets them: its demosaicing takes at most 12. Packed "
+                                  "and colour formats become 8 bits deep",
+                                  kTransferFormats.front().code, kTransferFormats.back().code, formatGroups())))
+        ->required();
+    addColorArray(*command, arguments->colorArray, ", and has to be with bgr and ycrcb");
+    command
+        ->add_option("-m,--method", arguments->method,
+                     "Demosaic method, number or name: " + nameList(demosaicMethods()) +
+                         ".\nBicubic works at 8 bits. Of bgr and ycrcb mono shows green and luma, every\n"
+                         "other method the colours")
+        ->default_val("bilinear")
+        ->check(isCodeOf(demosaicMethods()));
+    command
+        ->add_option("-o,--output", arguments->output,
+                     "PNG file to write; - writes standard output unless that is a terminal")
+        ->type_name("FILE")
+        ->check(isOutput(pictureComplaint))
+        ->required();
+    command
+        ->add_option("--bits-out", conversion.bitsOut,
+                     "Bits of a sample in the PNG file; by default 8 for 8-bit formats and with\n"
+                     "--display or an image stage, else 16. Samples are scaled to the whole range")
+        ->transform(eitherOf(8, 16));
+    addFrameChoice(*command, arguments->input, nullptr);
+    CLI::Option* const display =
+        command->add_flag("--display", conversion.display,
+                          "Render for the eye: black and white level, grey-world white balance, sRGB curve");
+    display->disable_flag_override();
+    command->add_option("--black", arguments->black, "Sensor level of black, in samples of the format, 0 by default")
+        ->type_name("LEVEL")
+        ->needs(display);
+    command
+        ->add_option("--white", arguments->white,
+                     "Sensor level of white; without it the bright end of the picture decides")
+        ->type_name("LEVEL")
+        ->needs(display);
+    command
+        ->add_option("--settings", arguments->settings,
+                     "Setting file, as \"vekcam settings save\" writes it: the image stages that it\n"
+                     "switches on run with its values. The options below come before it")
+        ->type_name("FILE");
+    addCorrectionOptions(*command, conversion.corrections);
+    addStageOptions(*command, conversion.stages);
+    command->callback([arguments] { convert(*arguments); });
+}
+
+} // namespace vek::tools

@@ -1,0 +1,257 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "client/camera/CameraInfo.h"
+#include "client/camera/FrameGrabber.h"
+#include "client/camera/LuminanceLoop.h"
+#include "client/files/OutputFile.h"
+#include "client/files/OutputPath.h"
+#include "client/names/Names.h"
+#include "client/pictures/DisplayRendering.h"
+#include "client/pictures/PngOutput.h"
+#include "client/stages/LibraryHandle.h"
+
+#include "tools/commands/Commands.h"
+#include "tools/options/CameraOptions.h"
+#include "tools/options/Options.h"
+#include "tools/simulation/Chart.h"
+#include "tools/text/CameraText.h"
+#include "tools/text/LuminanceReport.h"
+#include "tools/text/Messages.h"
+#include "tools/text/ProgressBar.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+
+namespace vek::tools {
+
+namespace {
+
+// Much too dark, so that there is something to settle.
+constexpr double kStartSeconds = 0.0005;
+// The gain stays at its minimum: the exposure may become longer than the frame rate asks for.
+constexpr float kLongestSeconds = 0.1F;
+// The chart's white then takes about four fifths of the range in the middle of the picture.
+constexpr unsigned short kTargetLevel = 48;
+// Doubling from the start needs eight.
+constexpr unsigned kMostFrames = 40;
+
+struct SDemoArguments {
+    std::string directory = "demo-output";
+    unsigned frames = 3;
+    std::string model;
+    SSimulatedSetup setup;
+    bool raw = false;
+    bool truth = false;
+};
+
+/// A file that was written.
+struct SPicture {
+    std::string path;
+    std::string explanation;
+};
+
+struct SMethodText {
+    unsigned char method;
+    const char* explanation;
+};
+constexpr SMethodText kMethodTexts[] = {
+    {VEK_DEMOSAIC_MONO, "raw samples as grey: the colour filter shows as a fine pattern"},
+    {VEK_DEMOSAIC_NONE, "each pixel in its filter's colour only: dark, coloured dots"},
+    {VEK_DEMOSAIC_NEAREST_NEIGHBOR, "each 2 x 2 cell shares its samples: true colours, jagged edges"},
+    {VEK_DEMOSAIC_BILINEAR_SIMPLE, "missing colours are means of neighbours: smooth, some coloured edges"},
+    {VEK_DEMOSAIC_BICUBIC, "missing colours from four neighbours in a row: sharper, with ringing"},
+    {VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION,
+     "means at the centres of 2 x 2 blocks, half a pixel aside: soft, fewer coloured edges"},
+    {VEK_DEMOSAIC_NEAREST_NEIGHBOR2, "the samples of 2 x 2 blocks, half a pixel aside: jagged edges"},
+};
+
+std::shared_ptr<sim::CSimulatedDriver> makeDriver(const SDemoArguments& arguments) {
+    const sim::SCameraModel& model = modelNamed(arguments.model);
+    auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensorOf(model, arguments.setup));
+    driver->SetExposureTime(kStartSeconds);
+    return driver;
+}
+
+class CDemo {
+public:
+    explicit CDemo(const SDemoArguments& arguments)
+        : mArguments(arguments), mDriver(makeDriver(arguments)), mCamera(mDriver), mHandle(mCamera.Fd()) {}
+
+    void Run() {
+        printNow(cameraText(readCameraInfo(mCamera)));
+        makeDirectory(mArguments.directory);
+        mvSettleExposure();
+        {
+            CProgressBar progress(mArguments.frames + 1);
+            CFrameGrabber bytes(mCamera, *transferFormat(VEK_TRANSFER_RAW8));
+            for (unsigned i = 1; i <= mArguments.frames; ++i) {
+                mvShowFrame(bytes.Grab(), i);
+                mvKeepRaw(bytes, fmt::format("frame{}.raw", i));
+                progress.Advance();
+            }
+            CFrameGrabber words(mCamera, *transferFormat(VEK_TRANSFER_RAW12));
+            mvShowDeepFrame(words.Grab());
+            mvKeepRaw(words, "deep.raw");
+            progress.Advance();
+        }
+        if (mArguments.truth) {
+            mvWriteTruth();
+        }
+        mvTellPictures();
+    }
+
+private:
+    void mvSettleExposure() {
+        CFrameGrabber grabber(mCamera, *transferFormat(VEK_TRANSFER_RAW8));
+        SLuminanceSettings settings;
+        settings.mode = VEK_ALC_EXPOSURE_AND_GAIN_ONCE;
+        settings.target = kTargetLevel;
+        unsigned long longest = 0;
+        if (VekCam_GetExposureClockFromTime(mHandle.Get(), kLongestSeconds, &longest) == 1) {
+            settings.maxExposure = static_cast<std::uint32_t>(longest);
+        }
+        CLuminanceLoop loop(mHandle.Get(), grabber, mCamera, settings, {0, 0, grabber.Width(), grabber.Height()});
+        print("\nThe exposure settles by itself:\n");
+        std::vector<SLuminanceStep> steps;
+        do {
+            steps.push_back(loop.Step());
+            const SLuminanceStep& step = steps.back();
+            print(fmt::format("  frame {:>2}  {:>8.3f} ms  {:>6.2f} dB  level {:>5.1f}  {}\n", step.frame,
+                              1000 * step.seconds, step.decibels, step.level,
+                              std::string(static_cast<std::size_t>(step.level / 4), '#')));
+        } while (steps.back().mode != VEK_ALC_OFF && steps.size() < kMostFrames);
+        printNow(fmt::format("  {}\n", settlingText(settlingOf(steps, kTargetLevel), kTargetLevel)));
+    }
+
+    SDisplayLevels mLevels(const SLook& look, unsigned depth) const {
+        const sim::SSensorConfig sensor = mDriver->Sensor();
+        return look.levels(depth, sensor.blackLevel, sensor.depth);
+    }
+
+    SLook mLookFor(const SImage& image) const {
+        const SDisplayLevels range = mLevels(SLook(), image.depth);
+        SLook look;
+        if (image.channels == 3) {
+            look.gains =
+                neutralPatchGains(image, mDriver->Scene().Patches(), range).value_or(greyWorldGains(image, range));
+        }
+        look.white = (brightLevel(image, range, look.gains) - range.black) / (range.white - range.black);
+        return look;
+    }
+
+    void mvWrite(const std::string& file, const SImage& image, unsigned short depth, const std::string& explanation) {
+        const std::string path = mPathOf(file);
+        writePng(path, renderForDisplay(image, mLevels(mLook, image.depth), mLook.gains, depth), true);
+        mPictures.push_back({path, explanation});
+    }
+
+    void mvShowFrame(const SRawFrame& frame, unsigned number) {
+        if (number == 1) {
+            mLook = mLookFor(mHandle.Demosaic(frame, VEK_DEMOSAIC_BILINEAR_SIMPLE));
+        }
+        for (const SMethodText& text : kMethodTexts) {
+            const bool grey = frame.colorArray == VEK_COLOR_ARRAY_MONO;
+            if (grey && text.method != VEK_DEMOSAIC_MONO) {
+                continue; // every method gives the same grey picture
+            }
+            mvWrite(fmt::format("frame{}-{}.png", number, methodName(text.method)),
+                    mHandle.Demosaic(frame, text.method), 8,
+                    fmt::format("frame {}, {}", number, grey ? "samples of the monochrome sensor" : text.explanation));
+        }
+    }
+
+    void mvShowDeepFrame(const SRawFrame& frame) {
+        const unsigned char method = VEK_DEMOSAIC_BILINEAR_SIMPLE;
+        const bool grey = frame.colorArray == VEK_COLOR_ARRAY_MONO;
+        mvWrite("deep-16bit.png", mHandle.Demosaic(frame, method), 16,
+                grey ? "a 12-bit frame as a 16-bit picture: finer steps in the shadows"
+                     : "a 12-bit frame, bilinear, as a 16-bit picture: finer steps in the shadows");
+    }
+
+    std::string mPathOf(const std::string& file) const { return pathInside(mArguments.directory, file); }
+
+    /// Writes the grabber's last frame as the camera sent it.
+    void mvKeepRaw(const CFrameGrabber& grabber, const std::string& file) {
+        if (!mArguments.raw) {
+            return;
+        }
+        const std::string path = mPathOf(file);
+        writeBytes(path, grabber.Bytes());
+        mRawFrames.push_back({path, fmt::format("-W {} -H {} -f {} -a {}", grabber.Width(), grabber.Height(),
+                                                grabber.Format().name, colorArrayName(grabber.ColorArray()))});
+    }
+
+    void mvWriteTruth() {
+        const std::string path = mPathOf("truth.png");
+        writePng(path, scaledToDepth(trueColors(*mDriver, mArguments.setup), 16), false);
+        mTruth = fmt::format("\nThe chart's true colours in the sensor's samples, linear, 16 bits:\n  {}\n", path);
+    }
+
+    static std::string mListOf(const std::vector<SPicture>& pictures) {
+        std::size_t widest = 0;
+        for (const SPicture& picture : pictures) {
+            widest = std::max(widest, picture.path.size());
+        }
+        std::string text;
+        for (const SPicture& picture : pictures) {
+            text += fmt::format("  {:<{}}  {}\n", picture.path, widest, picture.explanation);
+        }
+        return text;
+    }
+
+    void mvTellPictures() const {
+        std::string text = fmt::format("\n{} pictures, balanced on the chart's grey patches and with the sRGB curve:\n",
+                                       mPictures.size());
+        text += mListOf(mPictures);
+        if (!mRawFrames.empty()) {
+            text += "\nRaw frames, and what `vekcam convert` is told of them:\n" + mListOf(mRawFrames);
+        }
+        text += mTruth;
+        if (const std::string program = programPath(); !program.empty()) {
+            text += fmt::format("\nThis was {0}; what else it does:\n  {0} --help\n", program);
+        }
+        print(text);
+    }
+
+    const SDemoArguments& mArguments;
+    std::shared_ptr<sim::CSimulatedDriver> mDriver;
+    CSimulatedCamera mCamera;
+    CLibraryHandle mHandle;
+    SLook mLook;
+    std::vector<SPicture> mPictures;
+    std::vector<SPicture> mRawFrames;
+    std::string mTruth; // what is said about it
+};
+
+} // namespace
+
+void addDemoCommand(CLI::App& app) {
+    CLI::App* const command =
+        app.add_subcommand("demo", "Take frames from a simulated camera and write pictures of them");
+    const auto arguments = std::make_shared<SDemoArguments>();
+
+    command->add_option("-o,--output", arguments->directory, "Directory for the pictures, made when it is missing")
+        ->type_name("DIR")
+        ->capture_default_str();
+    command->add_option("-n,--frames", arguments->frames, "Frames of 8 bits to take; one of 12 bits comes on top")
+        ->capture_default_str()
+        ->transform(range(1, 1000));
+    CLI::Option* const simulated = addModelOption(*command, arguments->model, "Simulated camera model");
+    command->add_option("--model", arguments->model, "The same as --sim MODEL")
+        ->type_name("MODEL")
+        ->check(isSimulatedModel())
+        ->excludes(simulated);
+    addSimulatedSetup(*command, arguments->setup, nullptr);
+    command->add_flag("--raw", arguments->raw, "Keep the raw frames, too, as files for `vekcam convert`")
+        ->disable_flag_override();
+    command
+        ->add_flag("--truth", arguments->truth,
+                   "Write the chart's true colours, too, as the sensor would measure them with all\n"
+                   "three filters in front of every pixel, without noise")
+        ->disable_flag_override();
+    command->callback([arguments] { CDemo(*arguments).Run(); });
+}
+
+} // namespace vek::tools

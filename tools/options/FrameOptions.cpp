@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/options/FrameOptions.h"
+
+#include "tools/options/Options.h"
+#include "tools/text/Messages.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <limits>
+
+namespace vek::tools {
+
+namespace {
+
+/// "X,Y,W,H", W and H 1 or more; nothing for another text.
+std::optional<SRegion> parsedRegion(std::string_view text) {
+    const std::vector<std::string_view> parts = sim::SplitText(text, ',');
+    std::array<std::uint32_t, 4> values{};
+    if (parts.size() != values.size()) {
+        return std::nullopt;
+    }
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        constexpr std::uint32_t kLargest = std::numeric_limits<std::uint32_t>::max();
+        const std::optional<std::uint32_t> value = sim::ReadWhole<std::uint32_t>(parts[i], i < 2 ? 0 : 1, kLargest);
+        if (!value) {
+            return std::nullopt;
+        }
+        values[i] = *value;
+    }
+    return SRegion{values[0], values[1], values[2], values[3]};
+}
+
+/// The first and the last of the formats that fit: "mono8 to mono16".
+std::string fromTo(bool (*fits)(const STransferFormat&)) {
+    unsigned short low = std::numeric_limits<unsigned short>::max();
+    std::string_view first;
+    unsigned short high = 0;
+    std::string_view last;
+    for (const STransferFormat& format : kTransferFormats) {
+        if (fits(format) && format.depth < low) {
+            low = format.depth;
+            first = format.name;
+        }
+        if (fits(format) && format.depth > high) {
+            high = format.depth;
+            last = format.name;
+        }
+    }
+    return fmt::format("{} to {}", first, last);
+}
+
+} // namespace
+
+void addFrameSize(CLI::App& command, std::uint32_t& width, std::uint32_t& height, bool required) {
+    command.add_option("-W,--width", width, "Pixels of a row")->required(required)->transform(range(1, 65535));
+    command.add_option("-H,--height", height, "Rows")->required(required)->transform(range(1, 65535));
+}
+
+CLI::Option* addFormat(CLI::App& command, std::string& format, const std::string& help) {
+    return command.add_option("-f,--format", format, help)->check(isTransferFormat());
+}
+
+std::string sampledFormats() {
+    return transferFormatList(
+               [](const STransferFormat& format) { return format.content == EContent::Raw && !format.IsPacked(); }) +
+           ", " +
+           fromTo([](const STransferFormat& format) { return format.content == EContent::Mono && !format.IsPacked(); });
+}
+
+std::string formatGroups() {
+    return fmt::format(
+        "{}; packed {}; {}; {} and these three with -bt709", sampledFormats(),
+        transferFormatList([](const STransferFormat& format) { return format.IsPacked(); }),
+        transferFormatList([](const STransferFormat& format) { return format.content == EContent::Bgr; }),
+        transferFormatList([](const STransferFormat& format) {
+            return format.content == EContent::YCrCb && !format.name.ends_with("-bt709");
+        }));
+}
+
+CLI::Option* addColorArray(CLI::App& command, std::string& colorArray, const std::string& helpEnd) {
+    return command
+        .add_option("-a,--colour-array,--color-array", colorArray,
+                    fmt::format("Number {} to {} or name: {}.\nMay be left out with the mono formats{}",
+                                bayerColorArrays().front().code, bayerColorArrays().back().code,
+                                nameList(bayerColorArrays()), helpEnd))
+        ->check(isCodeOf(bayerColorArrays()));
+}
+
+std::optional<unsigned> colorArrayGiven(const std::string& colorArray) {
+    return colorArray.empty() ? std::nullopt : findCode(bayerColorArrays(), colorArray);
+}
+
+CLI::Option* addFrameFile(CLI::App& command, SFrameChoice& choice) {
+    return command.add_option("IN", choice.path, "File with raw frames; - reads standard input")->type_name("FILE");
+}
+
+void addFrameChoice(CLI::App& command, SFrameChoice& choice, CLI::Option* excluded) {
+    // With offsets up to 2^60 and the largest frame, no sum of these leaves 64 bits.
+    constexpr std::uint64_t kMaxFrame = 1'000'000'000;
+    constexpr std::uint64_t kMaxOffset = std::uint64_t{1} << 60;
+    CLI::Option* const options[] = {
+        command.add_option("--src-offset", choice.offset, "Bytes in front of the first frame, 0 by default")
+            ->transform(range(0, kMaxOffset)),
+        command.add_option("--frame", choice.frame, "Which frame of the file, counted from 0, which is the default")
+            ->transform(range(0, kMaxFrame)),
+        command
+            .add_flag("--force", choice.force,
+                      "Take the file as raw even if it begins as a PNG, TIFF, JPEG, ELF, ZIP or text file\ndoes")
+            ->disable_flag_override()};
+    excludeAll(options, excluded);
+}
+
+std::vector<std::uint8_t> readChosenFrame(const SFrameChoice& choice, const STransferFormat& format,
+                                          std::uint32_t width, std::uint32_t height) {
+    try {
+        return readFrame(choice, format, width, height, warn);
+    } catch (const COtherKind& other) {
+        throw CFailure(fmt::format("{}; --force takes it as one", other.what()));
+    }
+}
+
+void addRegion(CLI::App& command, std::string& region, const std::string& what) {
+    command.add_option("-r,--region", region, what + "; the whole image by default")
+        ->type_name("X,Y,W,H")
+        ->check(isText([](std::string_view text) { return parsedRegion(text).has_value(); },
+                       "is no region X,Y,W,H: whole numbers of 0 to 4294967295, W and H 1 or more"));
+}
+
+SRegion regionInside(const std::string& text, std::uint32_t width, std::uint32_t height) {
+    const auto part = partInside(parsedRegion(text).value_or(SRegion{0, 0, width, height}), width, height);
+    if (!part) {
+        throw CBadArguments(fmt::format("--region {} lies outside the image of {} x {} pixels", text, width, height));
+    }
+    return *part;
+}
+
+} // namespace vek::tools

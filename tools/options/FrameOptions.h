@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "client/frames/FrameInput.h"
+#include "client/frames/Measurement.h"
+
+#include <CLI/App.hpp>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vek::tools {
+
+// Options on frames that several commands have.
+
+/// Adds --width and --height of a frame.
+void addFrameSize(CLI::App& command, std::uint32_t& width, std::uint32_t& height, bool required);
+
+/// Adds --format; help: its text.
+CLI::Option* addFormat(CLI::App& command, std::string& format, const std::string& help);
+
+/// The names of the formats that can be corrected: "raw8, ..., mono8 to mono16".
+std::string sampledFormats();
+/// The names of all formats, in groups.
+std::string formatGroups();
+
+/// Adds --colour-array, which may be left out with the mono formats; helpEnd: what else is said of that.
+CLI::Option* addColorArray(CLI::App& command, std::string& colorArray, const std::string& helpEnd);
+/// The code of a name that the option takes; nothing for an empty one.
+std::optional<unsigned> colorArrayGiven(const std::string& colorArray);
+
+/// Adds IN, --src-offset, --frame and --force. excluded: an option that the last three do not go with, or null.
+CLI::Option* addFrameFile(CLI::App& command, client::SFrameChoice& choice);
+void addFrameChoice(CLI::App& command, client::SFrameChoice& choice, CLI::Option* excluded);
+
+/// Reads the frame, and notes warnings. Throws CFailure.
+std::vector<std::uint8_t> readChosenFrame(const client::SFrameChoice& choice, const STransferFormat& format,
+                                          std::uint32_t width, std::uint32_t height);
+
+/// Adds --region X,Y,W,H; what: the help's first words.
+void addRegion(CLI::App& command, std::string& region, const std::string& what);
+/// The part of a region that lies in an image; the whole image for an empty text (others are ones that the option
+/// takes). Throws CBadArguments for a region that lies outside.
+client::SRegion regionInside(const std::string& text, std::uint32_t width, std::uint32_t height);
+
+} // namespace vek::tools

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/text/Messages.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <utility>
+#include <vector>
+
+namespace vek::tools {
+
+namespace {
+
+std::vector<std::string> noted;
+
+} // namespace
+
+std::string oneLine(std::string_view text) {
+    std::string line(text);
+    while (!line.empty() && (line.back() == '\n' || line.back() == ' ')) {
+        line.pop_back();
+    }
+    for (char& c : line) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '\n' || c == '\t') {
+            c = ' ';
+        } else if (byte < 0x20 || byte == 0x7F) {
+            c = '?';
+        }
+    }
+    return line;
+}
+
+void warn(std::string message) {
+    noted.push_back(std::move(message));
+}
+
+std::span<const std::string> warnings() {
+    return noted;
+}
+
+void print(std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+void printNow(std::string_view text) {
+    print(text);
+    std::fflush(stdout);
+}
+
+std::string programPath() {
+    std::error_code error;
+    const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", error);
+    return error ? std::string() : path.string();
+}
+
+} // namespace vek::tools
