@@ -10,7 +10,7 @@
 int main() {
     auto driver = std::make_shared<vek::sim::CSimulatedDriver>("global-1m");
     driver->SetTransferFormat(VEK_TRANSFER_RAW12);
-    const int fd = vek::sim::OpenSimulatedCamera(driver); // ioctl(fd, ...) and read(fd, ...) reach the driver
+    const int fd = vek::sim::openSimulatedCamera(driver); // ioctl(fd, ...) and read(fd, ...) reach the driver
     std::printf("frame: %zu bytes\n", driver->CaptureFrame().size());
 
     VekCam_Handle camera = VekCam_Open(fd);
@@ -21,5 +21,5 @@ int main() {
     driver->FailAll(EIO); // from now on
     std::printf("a camera that does not answer: %d\n", VekCam_ALC(camera, 60, &changed));
     VekCam_Close(camera);
-    return vek::sim::CloseSimulatedCamera(fd);
+    return vek::sim::closeSimulatedCamera(fd);
 }

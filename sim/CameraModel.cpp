@@ -22,7 +22,7 @@ constexpr std::array<unsigned, 8> kOffsetLineIds = {0x116, 0x216, 0x316, 0x416, 
 constexpr std::array<unsigned, 6> kLinesPlusOffsetIds = {0x315, 0x415, 0x515, 0x615, 0x713, 0x813};
 
 template <std::size_t N>
-bool Contains(const std::array<unsigned, N>& ids, std::uint32_t id) {
+bool contains(const std::array<unsigned, N>& ids, std::uint32_t id) {
     return std::find(ids.begin(), ids.end(), id) != ids.end();
 }
 
@@ -32,7 +32,7 @@ struct SRowClocks {
     unsigned offset;
 };
 
-SRowClocks ComputedRow(const STiming& timing) {
+SRowClocks computedRow(const STiming& timing) {
     static constexpr unsigned base[3][3] = {{450, 430, 420}, {796, 776, 766}, {1488, 1468, 1458}}; // by v, h code
     const unsigned h = std::min(timing.binningCodeH, 2U);
     const unsigned v = std::min(timing.binningCodeV, 2U);
@@ -41,8 +41,8 @@ SRowClocks ComputedRow(const STiming& timing) {
 }
 
 /// Lines of a frame including the extra blanking.
-unsigned FrameLines(const SCameraModel& model, const STiming& timing) {
-    if (ExposureUnit(model) == EExposureUnit::ComputedRows) {
+unsigned frameLines(const SCameraModel& model, const STiming& timing) {
+    if (exposureUnit(model) == EExposureUnit::ComputedRows) {
         return timing.imageHeight + kComputedRowFrameLines + timing.vBlank;
     }
     const unsigned overhead = model.totalVLine - model.height;
@@ -52,7 +52,7 @@ unsigned FrameLines(const SCameraModel& model, const STiming& timing) {
 
 } // namespace
 
-const std::vector<SCameraModel>& CameraModels() {
+const std::vector<SCameraModel>& cameraModels() {
     // Line lengths and clocks are round numbers that give each model a plausible frame rate (about 15 to 60 Hz).
     static const std::vector<SCameraModel> models = {
         {.name = "global-1m",
@@ -248,8 +248,8 @@ const std::vector<SCameraModel>& CameraModels() {
     return models;
 }
 
-const SCameraModel& FindCameraModel(std::string_view name) {
-    for (const SCameraModel& model : CameraModels()) {
+const SCameraModel& findCameraModel(std::string_view name) {
+    for (const SCameraModel& model : cameraModels()) {
         if (model.name == name) {
             return model;
         }
@@ -257,7 +257,7 @@ const SCameraModel& FindCameraModel(std::string_view name) {
     throw std::invalid_argument("no camera model is called " + std::string(name));
 }
 
-EExposureUnit ExposureUnit(const SCameraModel& model) {
+EExposureUnit exposureUnit(const SCameraModel& model) {
     const std::uint32_t id = model.productId;
     if (id == 0x111 || id == 0x211) {
         return EExposureUnit::ComputedRows;
@@ -265,16 +265,16 @@ EExposureUnit ExposureUnit(const SCameraModel& model) {
     if (id == 0x112 || id == 0x212) {
         return EExposureUnit::Lines;
     }
-    if (Contains(kMicrosecondIds, id)) {
+    if (contains(kMicrosecondIds, id)) {
         return EExposureUnit::Microseconds;
     }
-    if (Contains(kOffsetLineIds, id)) {
+    if (contains(kOffsetLineIds, id)) {
         return EExposureUnit::OffsetLines;
     }
-    return Contains(kLinesPlusOffsetIds, id) ? EExposureUnit::LinesPlusOffset : EExposureUnit::Clocks;
+    return contains(kLinesPlusOffsetIds, id) ? EExposureUnit::LinesPlusOffset : EExposureUnit::Clocks;
 }
 
-double GainDb(const SCameraModel& model, std::uint16_t value) {
+double gainDb(const SCameraModel& model, std::uint16_t value) {
     switch (model.gainType) {
     case 1:
         return (value + 128) * 0.07038 + 2.0;
@@ -284,57 +284,57 @@ double GainDb(const SCameraModel& model, std::uint16_t value) {
         return value * 0.0351;
     case 2:
     case 3:
-        return 20.0 * std::log10(LinearGain(model, value)); // these curves are defined by their factor
+        return 20.0 * std::log10(linearGain(model, value)); // these curves are defined by their factor
     default:
         return value * 0.132 - 2.36;
     }
 }
 
-double LinearGain(const SCameraModel& model, std::uint16_t value) {
+double linearGain(const SCameraModel& model, std::uint16_t value) {
     switch (model.gainType) {
     case 2:
         return value > 20 ? (value - 12) * 28 / 64.0 : (value + 8) * 8 / 64.0;
     case 3:
         return ((value & 63) / 64.0 + 1.0) * (1 << ((value >> 6) & 3)); // 6 bits of fraction, 2 of exponent
     default:
-        return PortableDbToLinear(GainDb(model, value));
+        return portableDbToLinear(gainDb(model, value));
     }
 }
 
-double DigitalGain(const SCameraModel& model, std::uint16_t value) {
+double digitalGain(const SCameraModel& model, std::uint16_t value) {
     if (!model.hasDigitalGain) {
         return 1.0;
     }
     return std::min(value, model.maxDigitalGain) / 64.0 + (model.digitalGainFromOne ? 1.0 : 0.0);
 }
 
-std::uint32_t ReportedVLines(const SCameraModel& model, const STiming& timing) {
-    const bool withBlanking = ExposureUnit(model) == EExposureUnit::Lines;
+std::uint32_t reportedVLines(const SCameraModel& model, const STiming& timing) {
+    const bool withBlanking = exposureUnit(model) == EExposureUnit::Lines;
     return timing.readLines + (model.totalVLine - model.height) + (withBlanking ? timing.vBlank : 0);
 }
 
-double LineSeconds(const SCameraModel& model, const STiming& timing) {
+double lineSeconds(const SCameraModel& model, const STiming& timing) {
     const unsigned clocks =
-        ExposureUnit(model) == EExposureUnit::ComputedRows ? ComputedRow(timing).row : model.totalHClock;
+        exposureUnit(model) == EExposureUnit::ComputedRows ? computedRow(timing).row : model.totalHClock;
     return static_cast<double>(clocks) / model.clockHz;
 }
 
-double FramePeriodSeconds(const SCameraModel& model, const STiming& timing) {
-    return FrameLines(model, timing) * LineSeconds(model, timing);
+double framePeriodSeconds(const SCameraModel& model, const STiming& timing) {
+    return frameLines(model, timing) * lineSeconds(model, timing);
 }
 
-std::uint32_t MaxShortExposure(const SCameraModel& model, const STiming& timing) {
+std::uint32_t maxShortExposure(const SCameraModel& model, const STiming& timing) {
     // One line of the frame is needed for the reset.
-    const unsigned lines = std::max(FrameLines(model, timing), 2U) - 1U;
-    const double seconds = lines * LineSeconds(model, timing);
+    const unsigned lines = std::max(frameLines(model, timing), 2U) - 1U;
+    const double seconds = lines * lineSeconds(model, timing);
     double value = lines;
-    switch (ExposureUnit(model)) {
+    switch (exposureUnit(model)) {
     case EExposureUnit::ComputedRows:
     case EExposureUnit::Lines:
         break;
     case EExposureUnit::LinesPlusOffset: // the offset may be longer than the line that is left over
         value = std::min(
-            value, std::floor((FramePeriodSeconds(model, timing) - kFixedExposureOffset) / LineSeconds(model, timing)));
+            value, std::floor((framePeriodSeconds(model, timing) - kFixedExposureOffset) / lineSeconds(model, timing)));
         break;
     case EExposureUnit::Microseconds:
         value = std::floor(seconds * 1e6);
@@ -349,12 +349,12 @@ std::uint32_t MaxShortExposure(const SCameraModel& model, const STiming& timing)
     return static_cast<std::uint32_t>(std::clamp(value, 1.0, static_cast<double>(model.maxLongExposure)));
 }
 
-double ExposureSeconds(const SCameraModel& model, const STiming& timing, std::uint32_t value) {
-    const std::uint32_t setting = value == 0 ? MaxShortExposure(model, timing) : std::min(value, model.maxLongExposure);
-    const double line = LineSeconds(model, timing);
-    switch (ExposureUnit(model)) {
+double exposureSeconds(const SCameraModel& model, const STiming& timing, std::uint32_t value) {
+    const std::uint32_t setting = value == 0 ? maxShortExposure(model, timing) : std::min(value, model.maxLongExposure);
+    const double line = lineSeconds(model, timing);
+    switch (exposureUnit(model)) {
     case EExposureUnit::ComputedRows: {
-        const SRowClocks row = ComputedRow(timing);
+        const SRowClocks row = computedRow(timing);
         return (static_cast<double>(row.row) * setting - row.offset) / model.clockHz;
     }
     case EExposureUnit::Lines:
@@ -377,14 +377,14 @@ double ExposureSeconds(const SCameraModel& model, const STiming& timing, std::ui
     return 0.0;
 }
 
-std::uint32_t ExposureFromSeconds(const SCameraModel& model, const STiming& timing, double seconds) {
+std::uint32_t exposureFromSeconds(const SCameraModel& model, const STiming& timing, double seconds) {
     // Exposure time never falls with the setting: halve the interval [low, high) that holds the answer.
     std::uint32_t low = 1;
     std::uint32_t high = model.maxLongExposure + 1;
     const double limit = seconds * (1.0 + 1e-12); // a time that was made from a setting gives that setting back
     while (high - low > 1) {
         const std::uint32_t middle = low + (high - low) / 2;
-        (ExposureSeconds(model, timing, middle) <= limit ? low : high) = middle;
+        (exposureSeconds(model, timing, middle) <= limit ? low : high) = middle;
     }
     return low;
 }

@@ -43,18 +43,18 @@ struct SCameraModel {
 };
 
 /// All models, one or more for each way of counting exposure and for each gain curve.
-const std::vector<SCameraModel>& CameraModels();
+const std::vector<SCameraModel>& cameraModels();
 /// Throws std::invalid_argument for a name that no model has.
-const SCameraModel& FindCameraModel(std::string_view name);
+const SCameraModel& findCameraModel(std::string_view name);
 
-EExposureUnit ExposureUnit(const SCameraModel& model);
+EExposureUnit exposureUnit(const SCameraModel& model);
 
 /// Gain of a setting value in decibels, on the model's curve.
-double GainDb(const SCameraModel& model, std::uint16_t value);
+double gainDb(const SCameraModel& model, std::uint16_t value);
 /// The same as a linear factor.
-double LinearGain(const SCameraModel& model, std::uint16_t value);
+double linearGain(const SCameraModel& model, std::uint16_t value);
 /// Factor of a digital gain setting value; 1 for a model without.
-double DigitalGain(const SCameraModel& model, std::uint16_t value);
+double digitalGain(const SCameraModel& model, std::uint16_t value);
 
 /// State that decides how long lines, frames and exposures take.
 struct STiming {
@@ -68,16 +68,16 @@ struct STiming {
 
 /// Lines of a frame as the driver reports them: shorter than totalVLine when fewer lines are read. The extra
 /// blanking is part of the number only on models that count exposure in Lines.
-std::uint32_t ReportedVLines(const SCameraModel& model, const STiming& timing);
+std::uint32_t reportedVLines(const SCameraModel& model, const STiming& timing);
 /// Duration of one sensor line.
-double LineSeconds(const SCameraModel& model, const STiming& timing);
+double lineSeconds(const SCameraModel& model, const STiming& timing);
 /// Shortest time from frame to frame.
-double FramePeriodSeconds(const SCameraModel& model, const STiming& timing);
+double framePeriodSeconds(const SCameraModel& model, const STiming& timing);
 /// Largest exposure setting that does not lengthen the frame; at least 1.
-std::uint32_t MaxShortExposure(const SCameraModel& model, const STiming& timing);
-/// Exposure time of a setting. 0 stands for MaxShortExposure, values beyond maxLongExposure for that limit.
-double ExposureSeconds(const SCameraModel& model, const STiming& timing, std::uint32_t value);
+std::uint32_t maxShortExposure(const SCameraModel& model, const STiming& timing);
+/// Exposure time of a setting. 0 stands for maxShortExposure, values beyond maxLongExposure for that limit.
+double exposureSeconds(const SCameraModel& model, const STiming& timing, std::uint32_t value);
 /// Largest setting whose exposure time does not exceed seconds; at least 1.
-std::uint32_t ExposureFromSeconds(const SCameraModel& model, const STiming& timing, double seconds);
+std::uint32_t exposureFromSeconds(const SCameraModel& model, const STiming& timing, double seconds);
 
 } // namespace vek::sim

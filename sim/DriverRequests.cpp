@@ -22,7 +22,7 @@ constexpr unsigned kUnused = 65535;
 
 /// Four-character code of a transfer format. Formats that V4L2 has no code for get one of the driver's own, 'V', 'K'
 /// and the transfer format in two digits.
-std::uint32_t FourCc(unsigned long format, int colorArray) {
+std::uint32_t fourCc(unsigned long format, int colorArray) {
     const auto bayer = [colorArray](std::uint32_t mono, std::uint32_t rggb, std::uint32_t grbg, std::uint32_t gbrg,
                                     std::uint32_t bggr) {
         const std::uint32_t codes[] = {mono, rggb, grbg, gbrg, bggr};
@@ -69,7 +69,7 @@ std::uint32_t FourCc(unsigned long format, int colorArray) {
 
 } // namespace
 
-int CSimulatedDriver::miPendingFault() {
+int CSimulatedDriver::PendingFault() {
     ++mRequestCount;
     if (mUnplugged) {
         return ENODEV;
@@ -88,7 +88,7 @@ int CSimulatedDriver::Ioctl(unsigned long request, void* argument) {
     SRequestRecord record;
     // The kernel takes 32 bits of the number; a caller that kept it in an int sends the sign as well.
     record.request = request & 0xFFFFFFFFUL;
-    int error = miPendingFault();
+    int error = PendingFault();
     if (argument != nullptr) {
         // What was sent is recorded even when the request fails.
         if (record.request == VIDIOC_G_CTRL || record.request == VIDIOC_S_CTRL) {
@@ -104,7 +104,7 @@ int CSimulatedDriver::Ioctl(unsigned long request, void* argument) {
         }
     }
     if (error == 0) {
-        error = argument == nullptr ? EFAULT : miAnswer(record.request, argument, record);
+        error = argument == nullptr ? EFAULT : Answer(record.request, argument, record);
     }
     record.result = error == 0 ? 0 : -1;
     record.error = error;
@@ -112,18 +112,18 @@ int CSimulatedDriver::Ioctl(unsigned long request, void* argument) {
     return -error;
 }
 
-int CSimulatedDriver::miAnswer(unsigned long request, void* argument, SRequestRecord& record) {
+int CSimulatedDriver::Answer(unsigned long request, void* argument, SRequestRecord& record) {
     switch (request) {
     case VIDIOC_G_DEVICE_DESCRIPTION:
-        return miDescription(argument);
+        return Description(argument);
     case VIDIOC_G_ROI_INFO:
-        return miRoiInfo(argument, record);
+        return RoiInfo(argument, record);
     case VIDIOC_S_DEFECT_PIXEL_POSITION:
-        return miDefectPosition(argument, record);
+        return DefectPosition(argument, record);
     case VIDIOC_G_CTRL: {
         auto* control = static_cast<v4l2_control*>(argument);
         std::int32_t value = 0;
-        const int error = miGetControl(control->id, value);
+        const int error = GetControl(control->id, value);
         if (error == 0) {
             control->value = value;
             record.valueOut = value;
@@ -132,12 +132,12 @@ int CSimulatedDriver::miAnswer(unsigned long request, void* argument, SRequestRe
     }
     case VIDIOC_S_CTRL: {
         const auto* control = static_cast<const v4l2_control*>(argument);
-        const int error = miSetControl(control->id, control->value);
+        const int error = SetControl(control->id, control->value);
         record.valueOut = error == 0 ? control->value : 0;
         return error;
     }
     case VIDIOC_QUERYCTRL:
-        return miQueryControl(argument);
+        return QueryControl(argument);
     case VIDIOC_QUERYCAP: {
         auto* capability = static_cast<v4l2_capability*>(argument);
         *capability = {};
@@ -156,7 +156,7 @@ int CSimulatedDriver::miAnswer(unsigned long request, void* argument, SRequestRe
         }
         *description = {};
         description->type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-        description->pixelformat = FourCc(mTransferFormat, mSensor.Config().colorArray);
+        description->pixelformat = fourCc(mTransferFormat, mSensor.Config().colorArray);
         std::memcpy(description->description, "current transfer format", sizeof("current transfer format"));
         return 0;
     }
@@ -167,14 +167,14 @@ int CSimulatedDriver::miAnswer(unsigned long request, void* argument, SRequestRe
         if (static_cast<const v4l2_format*>(argument)->type != V4L2_BUF_TYPE_VIDEO_CAPTURE) {
             return EINVAL;
         }
-        mvFillFormat(argument);
+        FillFormat(argument);
         return 0;
     default:
         return ENOTTY;
     }
 }
 
-int CSimulatedDriver::miGetControl(std::uint32_t id, std::int32_t& value) const {
+int CSimulatedDriver::GetControl(std::uint32_t id, std::int32_t& value) const {
     const auto override = mOverrides.find(id);
     if (override != mOverrides.end()) {
         value = override->second;
@@ -201,25 +201,25 @@ int CSimulatedDriver::miGetControl(std::uint32_t id, std::int32_t& value) const 
         result = mVBlank;
         break;
     case VEK_CID_MAX_SHORT_EXPOSURE_CLOCK:
-        result = MaxShortExposure(mModel, mTiming());
+        result = maxShortExposure(mModel, Timing());
         break;
     case VEK_CID_IMAGE_WIDTH:
-        result = mulCombinedSize(false);
+        result = CombinedSize(false);
         break;
     case VEK_CID_IMAGE_HEIGHT:
-        result = mulCombinedSize(true);
+        result = CombinedSize(true);
         break;
     case VEK_CID_TOTAL_H_CLOCK:
         result = mModel.totalHClock;
         break;
     case VEK_CID_TOTAL_V_LINE:
-        result = ReportedVLines(mModel, mTiming());
+        result = reportedVLines(mModel, Timing());
         break;
     case VEK_CID_CLOCK:
         result = mModel.clockHz;
         break;
     case VEK_CID_RAW_IMAGE_SIZE:
-        result = mFrameSize();
+        result = BytesPerFrame();
         break;
     case VEK_CID_BINNING_H:
         result = mBinningH;
@@ -235,7 +235,7 @@ int CSimulatedDriver::miGetControl(std::uint32_t id, std::int32_t& value) const 
     return 0;
 }
 
-int CSimulatedDriver::miSetControl(std::uint32_t id, std::int32_t value) {
+int CSimulatedDriver::SetControl(std::uint32_t id, std::int32_t value) {
     const auto within = [value](std::uint32_t limit) {
         return value >= 0 && static_cast<std::uint32_t>(value) <= limit;
     };
@@ -274,7 +274,7 @@ int CSimulatedDriver::miSetControl(std::uint32_t id, std::int32_t value) {
         }
         try {
             const auto code = static_cast<unsigned>(value);
-            id == VEK_CID_BINNING_H ? mvSetBinning(code, mBinningV) : mvSetBinning(mBinningH, code);
+            id == VEK_CID_BINNING_H ? ApplyBinning(code, mBinningV) : ApplyBinning(mBinningH, code);
         } catch (const std::invalid_argument&) {
             return ERANGE;
         }
@@ -293,7 +293,7 @@ int CSimulatedDriver::miSetControl(std::uint32_t id, std::int32_t value) {
     }
 }
 
-int CSimulatedDriver::miQueryControl(void* argument) const {
+int CSimulatedDriver::QueryControl(void* argument) const {
     auto* query = static_cast<v4l2_queryctrl*>(argument);
     // Standard controls only, in rising order; private ones are not enumerable, as with any old-style driver.
     struct SStandard {
@@ -321,7 +321,7 @@ int CSimulatedDriver::miQueryControl(void* argument) const {
     return EINVAL;
 }
 
-int CSimulatedDriver::miDescription(void* argument) const {
+int CSimulatedDriver::Description(void* argument) const {
     SDEVICE_DESCRIPTION description{};
     description.productId = mModel.productId;
     description.initialGain = mModel.initialGain;
@@ -353,7 +353,7 @@ void CSimulatedDriver::SetDescriptionField(std::size_t offset, std::size_t size,
     mDescriptionPatches.push_back({offset, size, value});
 }
 
-int CSimulatedDriver::miRoiInfo(void* argument, SRequestRecord& record) const {
+int CSimulatedDriver::RoiInfo(void* argument, SRequestRecord& record) const {
     auto* request = static_cast<SROI_REQUEST*>(argument);
     if (request->index >= mRois.size()) {
         return EINVAL;
@@ -368,7 +368,7 @@ int CSimulatedDriver::miRoiInfo(void* argument, SRequestRecord& record) const {
     return 0;
 }
 
-int CSimulatedDriver::miDefectPosition(const void* argument, SRequestRecord& record) {
+int CSimulatedDriver::DefectPosition(const void* argument, SRequestRecord& record) {
     const auto* position = static_cast<const SDEFECT_PIXEL_POSITION*>(argument);
     if (record.id >= mDefectSlots.size()) {
         return EINVAL;
@@ -380,21 +380,21 @@ int CSimulatedDriver::miDefectPosition(const void* argument, SRequestRecord& rec
         return EINVAL;
     }
     mDefectSlots[record.id] = {x, y};
-    mvApplyMask();
+    ApplyMask();
     return 0;
 }
 
-void CSimulatedDriver::mvFillFormat(void* argument) const {
+void CSimulatedDriver::FillFormat(void* argument) const {
     auto* format = static_cast<v4l2_format*>(argument);
     *format = {};
     format->type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
     v4l2_pix_format& pixels = format->fmt.pix;
-    pixels.width = mulCombinedSize(false);
-    pixels.height = mulCombinedSize(true);
-    pixels.pixelformat = FourCc(mTransferFormat, mSensor.Config().colorArray);
+    pixels.width = CombinedSize(false);
+    pixels.height = CombinedSize(true);
+    pixels.pixelformat = fourCc(mTransferFormat, mSensor.Config().colorArray);
     pixels.field = V4L2_FIELD_NONE;
-    pixels.bytesperline = static_cast<std::uint32_t>(TransferRowBytes(mTransferFormat, pixels.width));
-    pixels.sizeimage = static_cast<std::uint32_t>(mFrameSize());
+    pixels.bytesperline = static_cast<std::uint32_t>(transferRowBytes(mTransferFormat, pixels.width));
+    pixels.sizeimage = static_cast<std::uint32_t>(BytesPerFrame());
     const bool bt709 = mTransferFormat >= VEK_TRANSFER_YCRCB411_BT709 && mTransferFormat <= VEK_TRANSFER_YCRCB444_BT709;
     const bool ycrcb = mTransferFormat >= VEK_TRANSFER_YCRCB411 && mTransferFormat <= VEK_TRANSFER_YCRCB444_BT709;
     pixels.colorspace = ycrcb ? V4L2_COLORSPACE_SRGB : V4L2_COLORSPACE_RAW;

@@ -37,7 +37,7 @@ __attribute__((constructor)) void FindNext() {
 
 /// Runs a driver operation: negative results become -1 and errno, no exception gets through the C interface.
 template <typename Operation>
-long Answer(Operation operation) noexcept {
+long answer(Operation operation) noexcept {
     long result = 0;
     const int savedErrno = errno;
     try {
@@ -60,16 +60,16 @@ __attribute__((visibility("default"))) int ioctl(int fd, unsigned long request, 
     va_start(arguments, request);
     void* argument = va_arg(arguments, void*);
     va_end(arguments);
-    if (const auto driver = vek::sim::FindSimulatedCamera(fd)) {
-        return static_cast<int>(Answer([&] { return long{driver->Ioctl(request, argument)}; }));
+    if (const auto driver = vek::sim::findSimulatedCamera(fd)) {
+        return static_cast<int>(answer([&] { return long{driver->Ioctl(request, argument)}; }));
     }
     const IoctlFunction next = nextIoctl.load(std::memory_order_acquire);
     return next != nullptr ? next(fd, request, argument) : static_cast<int>(syscall(SYS_ioctl, fd, request, argument));
 }
 
 __attribute__((visibility("default"))) ssize_t read(int fd, void* buffer, size_t size) {
-    if (const auto driver = vek::sim::FindSimulatedCamera(fd)) {
-        return Answer([&] { return driver->Read(buffer, size); });
+    if (const auto driver = vek::sim::findSimulatedCamera(fd)) {
+        return answer([&] { return driver->Read(buffer, size); });
     }
     const ReadFunction next = nextRead.load(std::memory_order_acquire);
     return next != nullptr ? next(fd, buffer, size) : syscall(SYS_read, fd, buffer, size);

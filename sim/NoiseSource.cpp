@@ -28,7 +28,7 @@ struct SNormalTable {
         constexpr int steps = 8 * stepsPerUnit;
         constexpr double step = 1.0 / stepsPerUnit;
         constexpr double invSqrt2Pi = 0.39894228040143267794;
-        const auto density = [](double z) { return invSqrt2Pi * PortableExp(-0.5 * z * z); };
+        const auto density = [](double z) { return invSqrt2Pi * portableExp(-0.5 * z * z); };
         std::vector<double> cdf(steps + 1, 0.0);
         for (int i = 0; i < steps; ++i) {
             const double z = -8.0 + i * step;
@@ -61,7 +61,7 @@ struct SNormalTable {
     }
 };
 
-const SNormalTable& NormalTable() {
+const SNormalTable& normalTable() {
     static const SNormalTable table;
     return table;
 }
@@ -71,8 +71,8 @@ const SNormalTable& NormalTable() {
 CNoiseSource::CNoiseSource(std::uint64_t seed, std::uint64_t stream)
     : mKey(Mix(Mix(seed + 0x9E3779B97F4A7C15ULL) ^ (stream * 0xD1B54A32D192ED03ULL + 0x8CB92BA72F3D8DD7ULL))) {}
 
-float GaussFromBits(std::uint32_t bits) {
-    static const SNormalTable& table = NormalTable();
+float gaussFromBits(std::uint32_t bits) {
+    static const SNormalTable& table = normalTable();
     const std::uint32_t bin = bits >> 20;
     if (bin == 0 || bin == kBins - 1) {
         const std::uint32_t lower = bin == 0 ? bits : ~bits; // the upper tail mirrors the lower one
@@ -85,13 +85,13 @@ float GaussFromBits(std::uint32_t bits) {
     return table.quantile[bin] + (table.quantile[bin + 1] - table.quantile[bin]) * fraction;
 }
 
-float PoissonFromBits(float mean, std::uint32_t bits) {
+float poissonFromBits(float mean, std::uint32_t bits) {
     if (!(mean > 0.0F)) {
         return 0.0F;
     }
     if (mean < kExactPoissonMean) {
         const double uniform = (static_cast<double>(bits) + 0.5) * (1.0 / 4294967296.0);
-        double probability = PortableExp(-static_cast<double>(mean));
+        double probability = portableExp(-static_cast<double>(mean));
         double sum = probability;
         int count = 0;
         while (uniform > sum && count < kMaxInversionSteps) {
@@ -102,7 +102,7 @@ float PoissonFromBits(float mean, std::uint32_t bits) {
         return static_cast<float>(count);
     }
     // Second term of the Cornish-Fisher expansion: the third moment of a Poisson variable equals its mean.
-    const float z = GaussFromBits(bits);
+    const float z = gaussFromBits(bits);
     const float value = mean + std::sqrt(mean) * z + (z * z - 1.0F) * (1.0F / 6.0F);
     return value > 0.0F ? value : 0.0F;
 }

@@ -27,10 +27,10 @@ private:
 };
 
 /// Standard normal deviate from 32 uniform bits by the inverse distribution function; within -5.6 .. 5.6.
-float GaussFromBits(std::uint32_t bits);
+float gaussFromBits(std::uint32_t bits);
 
 /// Poisson deviate from 32 uniform bits. Exact by inversion for small means; from 12 on a normal deviate with the
 /// Poisson distribution's mean, variance and skewness, not rounded to an integer. Never negative.
-float PoissonFromBits(float mean, std::uint32_t bits);
+float poissonFromBits(float mean, std::uint32_t bits);
 
 } // namespace vek::sim

@@ -14,7 +14,7 @@ constexpr double kPi = 3.14159265358979323846;
 
 } // namespace
 
-double PortableExp(double x) {
+double portableExp(double x) {
     const double k = std::floor(x / (kLn2High + kLn2Low) + 0.5);
     const double r = (x - k * kLn2High) - k * kLn2Low; // |r| <= ln 2 / 2
     double sum = 1.0;
@@ -24,7 +24,7 @@ double PortableExp(double x) {
     return std::ldexp(sum, static_cast<int>(k));
 }
 
-double PortableCos(double x) {
+double portableCos(double x) {
     double r = std::fabs(x);
     r -= std::floor(r / (2.0 * kPi)) * (2.0 * kPi);
     r = r > kPi ? 2.0 * kPi - r : r; // 0 .. pi
@@ -37,12 +37,12 @@ double PortableCos(double x) {
     return negative ? -sum : sum;
 }
 
-double PortableSin(double x) {
-    return PortableCos(x - kPi / 2.0);
+double portableSin(double x) {
+    return portableCos(x - kPi / 2.0);
 }
 
-double PortableDbToLinear(double db) {
-    return PortableExp(db * kLn10Over20);
+double portableDbToLinear(double db) {
+    return portableExp(db * kLn10Over20);
 }
 
 } // namespace vek::sim

@@ -8,15 +8,15 @@ namespace vek::sim {
 // same everywhere.
 
 /// e^x; relative error below 1e-14 for |x| < 700.
-double PortableExp(double x);
+double portableExp(double x);
 
 /// Cosine of x in radians; absolute error below 1e-12 for |x| < 1e4, growing with |x| beyond.
-double PortableCos(double x);
+double portableCos(double x);
 
 /// Sine of x in radians; accuracy as PortableCos.
-double PortableSin(double x);
+double portableSin(double x);
 
 /// Linear factor of a level in decibels of amplitude: 10^(dB / 20).
-double PortableDbToLinear(double db);
+double portableDbToLinear(double db);
 
 } // namespace vek::sim

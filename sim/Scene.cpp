@@ -21,7 +21,7 @@ struct STaps {
     std::vector<float> weights;
 };
 
-std::vector<STaps> ResampleTaps(unsigned from, unsigned to) {
+std::vector<STaps> resampleTaps(unsigned from, unsigned to) {
     std::vector<STaps> taps(to);
     const double scale = static_cast<double>(from) / to;
     for (unsigned i = 0; i < to; ++i) {
@@ -83,8 +83,8 @@ void CScene::SetPixel(unsigned x, unsigned y, const LinearRgb& color) {
 
 CScene CScene::Resized(unsigned width, unsigned height) const {
     CScene result(width, height);
-    const std::vector<STaps> columns = ResampleTaps(mWidth, width);
-    const std::vector<STaps> rows = ResampleTaps(mHeight, height);
+    const std::vector<STaps> columns = resampleTaps(mWidth, width);
+    const std::vector<STaps> rows = resampleTaps(mHeight, height);
     std::vector<float> line(std::size_t{mWidth} * 3);
     for (unsigned y = 0; y < height; ++y) {
         std::fill(line.begin(), line.end(), 0.0F);

@@ -51,14 +51,14 @@ struct SArea {
 };
 
 /// Area in thousandths of the chart's width and height.
-SArea Part(const CScene& scene, unsigned left, unsigned top, unsigned right, unsigned bottom) {
+SArea partOf(const CScene& scene, unsigned left, unsigned top, unsigned right, unsigned bottom) {
     const auto at = [](unsigned size, unsigned part) {
         return static_cast<unsigned>(static_cast<unsigned long long>(size) * part / 1000);
     };
     return {at(scene.Width(), left), at(scene.Height(), top), at(scene.Width(), right), at(scene.Height(), bottom)};
 }
 
-void Fill(CScene& scene, const SArea& area, const LinearRgb& color) {
+void fill(CScene& scene, const SArea& area, const LinearRgb& color) {
     for (unsigned y = area.top; y < area.bottom; ++y) {
         for (unsigned x = area.left; x < area.right; ++x) {
             scene.SetPixel(x, y, color);
@@ -66,17 +66,17 @@ void Fill(CScene& scene, const SArea& area, const LinearRgb& color) {
     }
 }
 
-LinearRgb Grey(float level) {
+LinearRgb gray(float level) {
     return {level, level, level};
 }
 
-LinearRgb Blend(const LinearRgb& a, const LinearRgb& b, float part) {
+LinearRgb blend(const LinearRgb& a, const LinearRgb& b, float part) {
     return {a[0] + (b[0] - a[0]) * part, a[1] + (b[1] - a[1]) * part, a[2] + (b[2] - a[2]) * part};
 }
 
-std::vector<SPatch> DrawPatches(CScene& scene, const SArea& area) {
+std::vector<SPatch> drawPatches(CScene& scene, const SArea& area) {
     std::vector<SPatch> patches;
-    Fill(scene, area, Grey(kPatchFrame));
+    fill(scene, area, gray(kPatchFrame));
     const unsigned border = std::max(1U, area.Width() / (kPatchColumns * 16));
     // Each cell is a border and a patch; one border more closes the last column and row.
     const unsigned cellsWidth = area.Width() - std::min(border, area.Width());
@@ -91,7 +91,7 @@ std::vector<SPatch> DrawPatches(CScene& scene, const SArea& area) {
                 continue; // a tiny chart has no room for it
             }
             const LinearRgb& color = kPatchColors[row * kPatchColumns + column];
-            Fill(scene, patch, color);
+            fill(scene, patch, color);
             patches.push_back({patch.left, patch.top, patch.Width(), patch.Height(), color});
         }
     }
@@ -100,7 +100,7 @@ std::vector<SPatch> DrawPatches(CScene& scene, const SArea& area) {
 
 /// Rings whose spatial frequency grows from 0 at the centre to 0.45 cycles a pixel at the nearer edge: shows aliasing
 /// and false colour, and where a demosaic method loses detail.
-void DrawZonePlate(CScene& scene, const SArea& area) {
+void drawZonePlate(CScene& scene, const SArea& area) {
     const double centerX = (area.left + area.right) / 2.0;
     const double centerY = (area.top + area.bottom) / 2.0;
     const double radius = std::max(1U, std::min(area.Width(), area.Height())) / 2.0;
@@ -114,12 +114,12 @@ void DrawZonePlate(CScene& scene, const SArea& area) {
             }
             // Phase k r^2 has the local frequency k r / pi.
             const double phase = 0.45 * kPi / radius * squared;
-            scene.SetPixel(x, y, Grey(static_cast<float>(0.45 + 0.42 * PortableCos(phase))));
+            scene.SetPixel(x, y, gray(static_cast<float>(0.45 + 0.42 * portableCos(phase))));
         }
     }
 }
 
-void DrawRamps(CScene& scene, const SArea& area) {
+void drawRamps(CScene& scene, const SArea& area) {
     constexpr unsigned steps = 16;
     for (unsigned x = area.left; x < area.right; ++x) {
         const float part = (static_cast<float>(x - area.left) + 0.5F) / static_cast<float>(area.Width());
@@ -128,13 +128,13 @@ void DrawRamps(CScene& scene, const SArea& area) {
         for (unsigned y = area.top; y < area.bottom; ++y) {
             // Above linear in light, below steps of about equal visual difference.
             const bool upper = y < area.top + area.Height() / 2;
-            scene.SetPixel(x, y, Grey(upper ? part : step * step));
+            scene.SetPixel(x, y, gray(upper ? part : step * step));
         }
     }
 }
 
 /// A rectangle turned by about 5 degrees (slope 1 : 12), edges covered by area: for edge-response measurements.
-void DrawSlantedBlock(CScene& scene, const SArea& area, const LinearRgb& inside, const LinearRgb& outside) {
+void drawSlantedBlock(CScene& scene, const SArea& area, const LinearRgb& inside, const LinearRgb& outside) {
     const double centerX = (area.left + area.right) / 2.0;
     const double centerY = (area.top + area.bottom) / 2.0;
     const double length = std::sqrt(1.0 + 1.0 / 144.0);
@@ -148,20 +148,20 @@ void DrawSlantedBlock(CScene& scene, const SArea& area, const LinearRgb& inside,
             const double v = (dy + dx / 12.0) / length;
             const double coverX = std::clamp(halfX - std::fabs(u) + 0.5, 0.0, 1.0);
             const double coverY = std::clamp(halfY - std::fabs(v) + 0.5, 0.0, 1.0);
-            scene.SetPixel(x, y, Blend(outside, inside, static_cast<float>(coverX * coverY)));
+            scene.SetPixel(x, y, blend(outside, inside, static_cast<float>(coverX * coverY)));
         }
     }
 }
 
 /// Bars of 1, 2, 3, 4, 6 and 8 pixels: upper half upright, lower half lying.
-void DrawLinePairs(CScene& scene, const SArea& area) {
+void drawLinePairs(CScene& scene, const SArea& area) {
     constexpr std::array<unsigned, 6> periods = {8, 6, 4, 3, 2, 1};
     const unsigned middle = area.top + area.Height() / 2;
     for (unsigned y = area.top; y < area.bottom; ++y) {
         for (unsigned x = area.left; x < area.right; ++x) {
             const auto group = static_cast<std::size_t>(x - area.left) * periods.size() / area.Width();
             const unsigned position = y < middle ? x - area.left : y - middle;
-            scene.SetPixel(x, y, Grey(position / periods[group] % 2 == 0 ? 0.04F : 0.75F));
+            scene.SetPixel(x, y, gray(position / periods[group] % 2 == 0 ? 0.04F : 0.75F));
         }
     }
 }
@@ -170,14 +170,14 @@ void DrawLinePairs(CScene& scene, const SArea& area) {
 
 CScene CScene::Chart(unsigned width, unsigned height) {
     CScene scene = Flat(width, height, kSurround);
-    scene.mPatches = DrawPatches(scene, Part(scene, 20, 25, 630, 640));
-    DrawZonePlate(scene, Part(scene, 650, 25, 980, 640));
-    DrawRamps(scene, Part(scene, 20, 665, 980, 790));
-    const LinearRgb paper = Grey(0.70F);
-    DrawSlantedBlock(scene, Part(scene, 20, 815, 250, 975), Grey(0.06F), paper);
-    DrawSlantedBlock(scene, Part(scene, 260, 815, 490, 975), {0.46F, 0.022F, 0.028F}, {0.03F, 0.36F, 0.48F});
-    DrawSlantedBlock(scene, Part(scene, 500, 815, 730, 975), {0.022F, 0.038F, 0.36F}, {0.75F, 0.56F, 0.024F});
-    DrawLinePairs(scene, Part(scene, 740, 815, 980, 975));
+    scene.mPatches = drawPatches(scene, partOf(scene, 20, 25, 630, 640));
+    drawZonePlate(scene, partOf(scene, 650, 25, 980, 640));
+    drawRamps(scene, partOf(scene, 20, 665, 980, 790));
+    const LinearRgb paper = gray(0.70F);
+    drawSlantedBlock(scene, partOf(scene, 20, 815, 250, 975), gray(0.06F), paper);
+    drawSlantedBlock(scene, partOf(scene, 260, 815, 490, 975), {0.46F, 0.022F, 0.028F}, {0.03F, 0.36F, 0.48F});
+    drawSlantedBlock(scene, partOf(scene, 500, 815, 730, 975), {0.022F, 0.038F, 0.36F}, {0.75F, 0.56F, 0.024F});
+    drawLinePairs(scene, partOf(scene, 740, 815, 980, 975));
     return scene;
 }
 

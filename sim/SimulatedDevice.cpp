@@ -28,12 +28,12 @@ struct STable {
 std::atomic<unsigned> cameraCount{0};
 
 /// Never destroyed: descriptors are used until the very end of the process.
-STable& Table() {
+STable& cameraTable() {
     static STable* const table = new STable;
     return *table;
 }
 
-bool Identify(int fd, FileIdentity& identity) {
+bool identify(int fd, FileIdentity& identity) {
     const int savedErrno = errno;
     struct stat status {};
     const bool ok = fstat(fd, &status) == 0;
@@ -44,7 +44,7 @@ bool Identify(int fd, FileIdentity& identity) {
 
 } // namespace
 
-int OpenSimulatedCamera(std::shared_ptr<CSimulatedDriver> driver) {
+int openSimulatedCamera(std::shared_ptr<CSimulatedDriver> driver) {
     if (!driver) {
         errno = EINVAL;
         return -1;
@@ -54,23 +54,23 @@ int OpenSimulatedCamera(std::shared_ptr<CSimulatedDriver> driver) {
         return -1;
     }
     FileIdentity identity;
-    if (!Identify(fd, identity)) {
+    if (!identify(fd, identity)) {
         close(fd);
         errno = EIO;
         return -1;
     }
-    STable& table = Table();
+    STable& table = cameraTable();
     const std::lock_guard<std::mutex> lock(table.mutex);
     table.cameras[identity] = std::move(driver);
     cameraCount.store(static_cast<unsigned>(table.cameras.size()), std::memory_order_release);
     return fd;
 }
 
-int CloseSimulatedCamera(int fd) {
+int closeSimulatedCamera(int fd) {
     FileIdentity identity;
     std::shared_ptr<CSimulatedDriver> driver; // destroyed after the lock is released
-    if (Identify(fd, identity)) {
-        STable& table = Table();
+    if (identify(fd, identity)) {
+        STable& table = cameraTable();
         const std::lock_guard<std::mutex> lock(table.mutex);
         const auto camera = table.cameras.find(identity);
         if (camera != table.cameras.end()) {
@@ -86,15 +86,15 @@ int CloseSimulatedCamera(int fd) {
     return close(fd);
 }
 
-std::shared_ptr<CSimulatedDriver> FindSimulatedCamera(int fd) {
+std::shared_ptr<CSimulatedDriver> findSimulatedCamera(int fd) {
     if (fd < 0 || cameraCount.load(std::memory_order_acquire) == 0) {
         return nullptr;
     }
     FileIdentity identity;
-    if (!Identify(fd, identity)) {
+    if (!identify(fd, identity)) {
         return nullptr;
     }
-    STable& table = Table();
+    STable& table = cameraTable();
     const std::lock_guard<std::mutex> lock(table.mutex);
     const auto camera = table.cameras.find(identity);
     return camera == table.cameras.end() ? nullptr : camera->second;

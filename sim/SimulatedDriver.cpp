@@ -16,14 +16,14 @@ namespace {
 constexpr unsigned kUnused = 65535; // coordinate of an unused correction slot
 constexpr double kInitialExposureSeconds = 0.01;
 
-void Require(bool condition, const char* message) {
+void require(bool condition, const char* message) {
     if (!condition) {
         throw std::invalid_argument(message);
     }
 }
 
 /// Transfer format that loses nothing of a sensor's depth.
-unsigned long NativeFormat(unsigned depth) {
+unsigned long nativeFormat(unsigned depth) {
     switch (depth) {
     case 8:
         return VEK_TRANSFER_RAW8;
@@ -39,7 +39,7 @@ unsigned long NativeFormat(unsigned depth) {
 }
 
 /// Whether enabled regions form bands as SetRois asks for.
-bool AreBands(const std::vector<SRectangle>& rois) {
+bool areBands(const std::vector<SRectangle>& rois) {
     for (std::size_t i = 1; i < rois.size(); ++i) {
         const SRectangle& before = rois[i - 1];
         const SRectangle& roi = rois[i];
@@ -56,18 +56,18 @@ bool AreBands(const std::vector<SRectangle>& rois) {
 
 CSimulatedDriver::CSimulatedDriver(const SCameraModel& model) : CSimulatedDriver(model, DefaultSensor(model)) {}
 
-CSimulatedDriver::CSimulatedDriver(std::string_view modelName) : CSimulatedDriver(FindCameraModel(modelName)) {}
+CSimulatedDriver::CSimulatedDriver(std::string_view modelName) : CSimulatedDriver(findCameraModel(modelName)) {}
 
 CSimulatedDriver::CSimulatedDriver(const SCameraModel& model, const SSensorConfig& config)
     : CSimulatedDriver(model, config, CScene::Chart(config.width, config.height)) {}
 
 CSimulatedDriver::CSimulatedDriver(const SCameraModel& model, const SSensorConfig& config, CScene scene)
     : mModel(model), mSensor(config, std::move(scene)), mGain(model.initialGain), mDigitalGain(0), mExposure(1),
-      mTransferFormat(NativeFormat(config.depth)), mMaxRoiCount(model.maxRoiCount),
+      mTransferFormat(nativeFormat(config.depth)), mMaxRoiCount(model.maxRoiCount),
       mDefectSlots(model.defectPixelSlots, SPixelPosition{kUnused, kUnused}) {
     mDigitalGain = model.hasDigitalGain && !model.digitalGainFromOne ? 64 : 0; // factor 1
-    mvFullFrame();
-    mExposure = ExposureFromSeconds(mModel, mTiming(), kInitialExposureSeconds);
+    ResetRegions();
+    mExposure = exposureFromSeconds(mModel, Timing(), kInitialExposureSeconds);
 }
 
 SSensorConfig CSimulatedDriver::DefaultSensor(const SCameraModel& model) {
@@ -79,21 +79,21 @@ SSensorConfig CSimulatedDriver::DefaultSensor(const SCameraModel& model) {
     config.blackLevel = (1U << model.depth) / 64;
     const double range = (1U << model.depth) - 1.0 - config.blackLevel;
     config.dnPerElectron =
-        static_cast<float>(range / (static_cast<double>(config.fullWellElectrons) * LinearGain(model, 0)));
+        static_cast<float>(range / (static_cast<double>(config.fullWellElectrons) * linearGain(model, 0)));
     return config;
 }
 
 // --- Geometry and timing; the caller holds the mutex -----------------------------------------------------------------
 
-bool CSimulatedDriver::mbBlockLayout() const {
+bool CSimulatedDriver::HasBlockLayout() const {
     return mMaxRoiCount == 8;
 }
 
-SRectangle CSimulatedDriver::mFullArea() const {
+SRectangle CSimulatedDriver::FullArea() const {
     return {0, 0, mSensor.BinnedWidth(1U << mBinningH), mSensor.BinnedHeight(1U << mBinningV)};
 }
 
-std::vector<SRectangle> CSimulatedDriver::mEnabledRois() const {
+std::vector<SRectangle> CSimulatedDriver::EnabledRois() const {
     std::vector<SRectangle> rois;
     for (const SRoi& roi : mRois) {
         if (roi.enabled && roi.area.width > 0 && roi.area.height > 0) {
@@ -103,10 +103,10 @@ std::vector<SRectangle> CSimulatedDriver::mEnabledRois() const {
     return rois;
 }
 
-unsigned CSimulatedDriver::mulCombinedSize(bool vertical) const {
-    const SRectangle full = mFullArea();
+unsigned CSimulatedDriver::CombinedSize(bool vertical) const {
+    const SRectangle full = FullArea();
     std::vector<bool> covered(vertical ? full.height : full.width);
-    for (const SRectangle& roi : mEnabledRois()) {
+    for (const SRectangle& roi : EnabledRois()) {
         const unsigned first = vertical ? roi.y : roi.x;
         const unsigned size = vertical ? roi.height : roi.width;
         std::fill_n(covered.begin() + first, size, true);
@@ -114,55 +114,58 @@ unsigned CSimulatedDriver::mulCombinedSize(bool vertical) const {
     return static_cast<unsigned>(std::count(covered.begin(), covered.end(), true));
 }
 
-std::size_t CSimulatedDriver::mFrameSize() const {
-    const std::vector<SRectangle> rois = mEnabledRois();
-    if (rois.size() == 1 || !mbBlockLayout()) {
-        return vek::sim::FrameBytes(mTransferFormat, mulCombinedSize(false), mulCombinedSize(true));
+std::size_t CSimulatedDriver::BytesPerFrame() const {
+    const std::vector<SRectangle> rois = EnabledRois();
+    if (rois.size() == 1 || !HasBlockLayout()) {
+        return vek::sim::frameBytes(mTransferFormat, CombinedSize(false), CombinedSize(true));
     }
     std::size_t bytes = 0;
     for (const SRectangle& roi : rois) {
-        bytes += vek::sim::FrameBytes(mTransferFormat, roi.width, roi.height);
+        bytes += vek::sim::frameBytes(mTransferFormat, roi.width, roi.height);
     }
     return bytes;
 }
 
-STiming CSimulatedDriver::mTiming() const {
+STiming CSimulatedDriver::Timing() const {
     STiming timing;
     timing.vBlank = mVBlank;
-    timing.imageWidth = mulCombinedSize(false);
-    timing.imageHeight = mulCombinedSize(true);
+    timing.imageWidth = CombinedSize(false);
+    timing.imageHeight = CombinedSize(true);
     timing.readLines = timing.imageHeight; // vertical binning adds rows before readout
     timing.binningCodeH = mBinningH;
     timing.binningCodeV = mBinningV;
     return timing;
 }
 
-double CSimulatedDriver::mdblExposure() const {
-    return ExposureSeconds(mModel, mTiming(), mExposure);
+double CSimulatedDriver::CurrentExposure() const {
+    return exposureSeconds(mModel, Timing(), mExposure);
 }
 
-double CSimulatedDriver::mdblFramePeriod() const {
-    const STiming timing = mTiming();
-    return std::max(FramePeriodSeconds(mModel, timing), mdblExposure());
+double CSimulatedDriver::CurrentPeriod() const {
+    const STiming timing = Timing();
+    return std::max(framePeriodSeconds(mModel, timing), CurrentExposure());
 }
 
-SExposure CSimulatedDriver::mNextExposure() const {
-    return {mdblExposure(),  LinearGain(mModel, mGain) * DigitalGain(mModel, mDigitalGain),
-            mFrame,          mSeconds,
-            1U << mBinningH, 1U << mBinningV};
+SExposure CSimulatedDriver::NextExposure() const {
+    return {CurrentExposure(),
+            linearGain(mModel, mGain) * digitalGain(mModel, mDigitalGain),
+            mFrame,
+            mSeconds,
+            1U << mBinningH,
+            1U << mBinningV};
 }
 
-void CSimulatedDriver::mvAdvance() {
-    mSeconds += mdblFramePeriod();
+void CSimulatedDriver::CatchUp() {
+    mSeconds += CurrentPeriod();
     ++mFrame;
 }
 
-void CSimulatedDriver::mvFullFrame() {
+void CSimulatedDriver::ResetRegions() {
     mRois.assign(mMaxRoiCount, SRoi{false, {}});
-    mRois.front() = {true, mFullArea()};
+    mRois.front() = {true, FullArea()};
 }
 
-void CSimulatedDriver::mvApplyMask() {
+void CSimulatedDriver::ApplyMask() {
     std::vector<SPixelPosition> used;
     std::copy_if(mDefectSlots.begin(), mDefectSlots.end(), std::back_inserter(used),
                  [](const SPixelPosition& slot) { return slot.x != kUnused && slot.y != kUnused; });
@@ -171,10 +174,10 @@ void CSimulatedDriver::mvApplyMask() {
 
 // --- Capture ---------------------------------------------------------------------------------------------------------
 
-SRasterImage CSimulatedDriver::mCombine(const std::vector<SRectangle>& rois,
-                                        const std::vector<SRasterImage>& images) const {
+SRasterImage CSimulatedDriver::Combine(const std::vector<SRectangle>& rois,
+                                       const std::vector<SRasterImage>& images) const {
     // Bands from top to bottom; in a band regions stand side by side from the left. What no region fills is 0.
-    SRasterImage combined(mulCombinedSize(false), mulCombinedSize(true), images.front().depth, images.front().channels);
+    SRasterImage combined(CombinedSize(false), CombinedSize(true), images.front().depth, images.front().channels);
     const std::size_t channels = combined.channels;
     unsigned left = 0;
     unsigned top = 0;
@@ -194,48 +197,48 @@ SRasterImage CSimulatedDriver::mCombine(const std::vector<SRectangle>& rois,
     return combined;
 }
 
-std::vector<std::uint8_t> CSimulatedDriver::mCapture() {
-    const std::vector<SRectangle> rois = mEnabledRois();
-    const SExposure exposure = mNextExposure();
-    const bool raw = TransferContent(mTransferFormat) == ETransferContent::Raw ||
-                     (TransferContent(mTransferFormat) == ETransferContent::Grey && mSensor.Config().colorArray == 1);
+std::vector<std::uint8_t> CSimulatedDriver::Capture() {
+    const std::vector<SRectangle> rois = EnabledRois();
+    const SExposure exposure = NextExposure();
+    const bool raw = transferContent(mTransferFormat) == ETransferContent::Raw ||
+                     (transferContent(mTransferFormat) == ETransferContent::Gray && mSensor.Config().colorArray == 1);
     std::vector<SRasterImage> images;
     images.reserve(rois.size());
     for (const SRectangle& roi : rois) {
         images.push_back(raw ? mSensor.ReadRaw(exposure, roi) : mSensor.ReadColor(exposure, roi));
     }
     std::vector<std::uint8_t> frame;
-    if (rois.size() > 1 && mbBlockLayout()) {
+    if (rois.size() > 1 && HasBlockLayout()) {
         for (const SRasterImage& image : images) {
-            const std::vector<std::uint8_t> block = EncodeFrame(mTransferFormat, image);
+            const std::vector<std::uint8_t> block = encodeFrame(mTransferFormat, image);
             frame.insert(frame.end(), block.begin(), block.end());
         }
     } else {
-        frame = EncodeFrame(mTransferFormat, rois.size() > 1 ? mCombine(rois, images) : images.front());
+        frame = encodeFrame(mTransferFormat, rois.size() > 1 ? Combine(rois, images) : images.front());
     }
-    mvAdvance();
+    CatchUp();
     return frame;
 }
 
 std::vector<std::uint8_t> CSimulatedDriver::CaptureFrame() {
     const std::lock_guard<std::mutex> lock(mMutex);
-    return mCapture();
+    return Capture();
 }
 
 SRasterImage CSimulatedDriver::CaptureRaw() {
     const std::lock_guard<std::mutex> lock(mMutex);
-    const std::vector<SRectangle> rois = mEnabledRois();
-    if (rois.size() > 1 && mbBlockLayout()) {
+    const std::vector<SRectangle> rois = EnabledRois();
+    if (rois.size() > 1 && HasBlockLayout()) {
         throw std::logic_error("regions delivered as blocks make no single image");
     }
-    const SExposure exposure = mNextExposure();
+    const SExposure exposure = NextExposure();
     std::vector<SRasterImage> images;
     images.reserve(rois.size());
     for (const SRectangle& roi : rois) {
         images.push_back(mSensor.ReadRaw(exposure, roi));
     }
-    mvAdvance();
-    return rois.size() > 1 ? mCombine(rois, images) : images.front();
+    CatchUp();
+    return rois.size() > 1 ? Combine(rois, images) : images.front();
 }
 
 long CSimulatedDriver::Read(void* buffer, std::size_t size) {
@@ -249,7 +252,7 @@ long CSimulatedDriver::Read(void* buffer, std::size_t size) {
     if (buffer == nullptr) {
         return -EFAULT;
     }
-    const std::vector<std::uint8_t> frame = mCapture();
+    const std::vector<std::uint8_t> frame = Capture();
     const std::size_t count = std::min({size, frame.size(), mTruncate.value_or(frame.size())});
     std::memcpy(buffer, frame.data(), count);
     return static_cast<long>(count);
@@ -257,17 +260,17 @@ long CSimulatedDriver::Read(void* buffer, std::size_t size) {
 
 unsigned CSimulatedDriver::Width() const {
     const std::lock_guard<std::mutex> lock(mMutex);
-    return mulCombinedSize(false);
+    return CombinedSize(false);
 }
 
 unsigned CSimulatedDriver::Height() const {
     const std::lock_guard<std::mutex> lock(mMutex);
-    return mulCombinedSize(true);
+    return CombinedSize(true);
 }
 
 std::size_t CSimulatedDriver::FrameSize() const {
     const std::lock_guard<std::mutex> lock(mMutex);
-    return mFrameSize();
+    return BytesPerFrame();
 }
 
 std::uint64_t CSimulatedDriver::FrameNumber() const {
@@ -287,24 +290,24 @@ double CSimulatedDriver::SimulatedSeconds() const {
 
 double CSimulatedDriver::FramePeriod() const {
     const std::lock_guard<std::mutex> lock(mMutex);
-    return mdblFramePeriod();
+    return CurrentPeriod();
 }
 
 double CSimulatedDriver::ExposureTime() const {
     const std::lock_guard<std::mutex> lock(mMutex);
-    return mdblExposure();
+    return CurrentExposure();
 }
 
 double CSimulatedDriver::Gain() const {
     const std::lock_guard<std::mutex> lock(mMutex);
-    return mNextExposure().gain;
+    return NextExposure().gain;
 }
 
 // --- Settings --------------------------------------------------------------------------------------------------------
 
 void CSimulatedDriver::SetTransferFormat(unsigned long format) {
     const std::lock_guard<std::mutex> lock(mMutex);
-    Require(format < kTransferFormatCount, "unknown transfer format");
+    require(format < kTransferFormatCount, "unknown transfer format");
     mTransferFormat = format;
 }
 
@@ -320,7 +323,7 @@ void CSimulatedDriver::SetColorArray(int colorArray) {
     config.colorArray = colorArray;
     mSensor.SetConfig(config);
     if (monoChanges && (mBinningH != 0 || mBinningV != 0)) {
-        mvFullFrame(); // binned sizes differ between mono and Bayer
+        ResetRegions(); // binned sizes differ between mono and Bayer
     }
 }
 
@@ -329,23 +332,23 @@ int CSimulatedDriver::ColorArray() const {
     return mSensor.Config().colorArray;
 }
 
-void CSimulatedDriver::mvSetBinning(unsigned codeH, unsigned codeV) {
-    Require(codeH <= 2 && codeV <= 2, "binning codes are 0, 1 and 2");
-    Require(mSensor.BinnedWidth(1U << codeH) > 0 && mSensor.BinnedHeight(1U << codeV) > 0,
+void CSimulatedDriver::ApplyBinning(unsigned codeH, unsigned codeV) {
+    require(codeH <= 2 && codeV <= 2, "binning codes are 0, 1 and 2");
+    require(mSensor.BinnedWidth(1U << codeH) > 0 && mSensor.BinnedHeight(1U << codeV) > 0,
             "the sensor is too small for this binning");
     mBinningH = codeH;
     mBinningV = codeV;
-    mvFullFrame();
+    ResetRegions();
 }
 
 void CSimulatedDriver::SetBinning(unsigned codeH, unsigned codeV) {
     const std::lock_guard<std::mutex> lock(mMutex);
-    mvSetBinning(codeH, codeV);
+    ApplyBinning(codeH, codeV);
 }
 
 void CSimulatedDriver::SetGain(std::uint16_t value) {
     const std::lock_guard<std::mutex> lock(mMutex);
-    Require(value <= mModel.maxGain, "gain out of range");
+    require(value <= mModel.maxGain, "gain out of range");
     mGain = value;
 }
 
@@ -356,13 +359,13 @@ std::uint16_t CSimulatedDriver::GainValue() const {
 
 void CSimulatedDriver::SetDigitalGain(std::uint16_t value) {
     const std::lock_guard<std::mutex> lock(mMutex);
-    Require(mModel.hasDigitalGain && value <= mModel.maxDigitalGain, "digital gain out of range");
+    require(mModel.hasDigitalGain && value <= mModel.maxDigitalGain, "digital gain out of range");
     mDigitalGain = value;
 }
 
 void CSimulatedDriver::SetExposure(std::uint32_t value) {
     const std::lock_guard<std::mutex> lock(mMutex);
-    Require(value <= mModel.maxLongExposure, "exposure out of range");
+    require(value <= mModel.maxLongExposure, "exposure out of range");
     mExposure = value;
 }
 
@@ -373,46 +376,46 @@ std::uint32_t CSimulatedDriver::ExposureValue() const {
 
 void CSimulatedDriver::SetExposureTime(double seconds) {
     const std::lock_guard<std::mutex> lock(mMutex);
-    Require(seconds > 0.0, "exposure out of range");
-    mExposure = ExposureFromSeconds(mModel, mTiming(), seconds);
+    require(seconds > 0.0, "exposure out of range");
+    mExposure = exposureFromSeconds(mModel, Timing(), seconds);
 }
 
 void CSimulatedDriver::SetVBlank(std::uint32_t lines) {
     const std::lock_guard<std::mutex> lock(mMutex);
-    Require(mModel.hasVBlank && lines <= 65535, "vertical blanking out of range");
+    require(mModel.hasVBlank && lines <= 65535, "vertical blanking out of range");
     mVBlank = lines;
 }
 
 void CSimulatedDriver::SetMaxRoiCount(unsigned count) {
     const std::lock_guard<std::mutex> lock(mMutex);
-    Require(count == 1 || count == 4 || count == 8 || count == 16, "1, 4, 8 or 16 regions");
+    require(count == 1 || count == 4 || count == 8 || count == 16, "1, 4, 8 or 16 regions");
     mMaxRoiCount = count;
-    mvFullFrame();
+    ResetRegions();
 }
 
 void CSimulatedDriver::SetRois(const std::vector<SRoi>& rois) {
     const std::lock_guard<std::mutex> lock(mMutex);
-    Require(rois.size() <= mMaxRoiCount, "more regions than slots");
-    const SRectangle full = mFullArea();
+    require(rois.size() <= mMaxRoiCount, "more regions than slots");
+    const SRectangle full = FullArea();
     std::vector<SRectangle> enabled;
     for (const SRoi& roi : rois) {
         const SRectangle& area = roi.area;
-        Require(area.width <= full.width && area.x <= full.width - area.width && area.height <= full.height &&
+        require(area.width <= full.width && area.x <= full.width - area.width && area.height <= full.height &&
                     area.y <= full.height - area.height,
                 "region outside the frame");
         if (roi.enabled && area.width > 0 && area.height > 0) {
             enabled.push_back(area);
         }
     }
-    Require(!enabled.empty(), "no region enabled");
-    Require(mbBlockLayout() || AreBands(enabled), "regions do not form bands");
+    require(!enabled.empty(), "no region enabled");
+    require(HasBlockLayout() || areBands(enabled), "regions do not form bands");
     mRois = rois;
     mRois.resize(mMaxRoiCount, SRoi{false, {}});
 }
 
 void CSimulatedDriver::SetFullFrame() {
     const std::lock_guard<std::mutex> lock(mMutex);
-    mvFullFrame();
+    ResetRegions();
 }
 
 void CSimulatedDriver::SetLightLevel(float level) {
@@ -444,12 +447,12 @@ void CSimulatedDriver::SetSensor(const SSensorConfig& config) {
         mDefectSlots.assign(mDefectSlots.size(), SPixelPosition{kUnused, kUnused});
     }
     if (resized || monoChanges) {
-        const SRectangle full = mFullArea();
+        const SRectangle full = FullArea();
         if (full.width == 0 || full.height == 0) {
             mBinningH = 0;
             mBinningV = 0;
         }
-        mvFullFrame();
+        ResetRegions();
     }
 }
 
@@ -467,7 +470,7 @@ std::vector<SPixelPosition> CSimulatedDriver::DefectSlots() const {
 
 void CSimulatedDriver::FailRequest(unsigned n, int error) {
     const std::lock_guard<std::mutex> lock(mMutex);
-    Require(n >= 1 && error > 0, "requests count from 1, errors are errno values");
+    require(n >= 1 && error > 0, "requests count from 1, errors are errno values");
     mFaults[mRequestCount + n] = error;
 }
 

@@ -140,31 +140,31 @@ private:
     };
 
     // All of these expect the mutex to be held.
-    int miAnswer(unsigned long request, void* argument, SRequestRecord& record);
-    int miGetControl(std::uint32_t id, std::int32_t& value) const;
-    int miSetControl(std::uint32_t id, std::int32_t value);
-    int miQueryControl(void* argument) const;
-    int miDescription(void* argument) const;
-    int miRoiInfo(void* argument, SRequestRecord& record) const;
-    int miDefectPosition(const void* argument, SRequestRecord& record);
-    void mvFillFormat(void* argument) const;
-    int miPendingFault();
+    int Answer(unsigned long request, void* argument, SRequestRecord& record);
+    int GetControl(std::uint32_t id, std::int32_t& value) const;
+    int SetControl(std::uint32_t id, std::int32_t value);
+    int QueryControl(void* argument) const;
+    int Description(void* argument) const;
+    int RoiInfo(void* argument, SRequestRecord& record) const;
+    int DefectPosition(const void* argument, SRequestRecord& record);
+    void FillFormat(void* argument) const;
+    int PendingFault();
 
-    bool mbBlockLayout() const;
-    std::vector<SRectangle> mEnabledRois() const;
-    SRectangle mFullArea() const;
-    unsigned mulCombinedSize(bool vertical) const;
-    std::size_t mFrameSize() const;
-    STiming mTiming() const;
-    double mdblExposure() const;
-    double mdblFramePeriod() const;
-    SExposure mNextExposure() const;
-    void mvAdvance();
-    void mvFullFrame();
-    void mvApplyMask();
-    void mvSetBinning(unsigned codeH, unsigned codeV);
-    SRasterImage mCombine(const std::vector<SRectangle>& rois, const std::vector<SRasterImage>& images) const;
-    std::vector<std::uint8_t> mCapture();
+    bool HasBlockLayout() const;
+    std::vector<SRectangle> EnabledRois() const;
+    SRectangle FullArea() const;
+    unsigned CombinedSize(bool vertical) const;
+    std::size_t BytesPerFrame() const;
+    STiming Timing() const;
+    double CurrentExposure() const;
+    double CurrentPeriod() const;
+    SExposure NextExposure() const;
+    void CatchUp();
+    void ResetRegions();
+    void ApplyMask();
+    void ApplyBinning(unsigned codeH, unsigned codeV);
+    SRasterImage Combine(const std::vector<SRectangle>& rois, const std::vector<SRasterImage>& images) const;
+    std::vector<std::uint8_t> Capture();
 
     mutable std::mutex mMutex;
     const SCameraModel mModel;

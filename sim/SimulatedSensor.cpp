@@ -22,7 +22,7 @@ constexpr double kPi = 3.14159265358979323846;
 constexpr std::array<std::array<unsigned, 4>, 5> kFilters = {
     {{1, 1, 1, 1}, {0, 1, 1, 2}, {1, 0, 2, 1}, {1, 2, 0, 1}, {2, 1, 1, 0}}};
 
-std::array<double, 9> Inverse(const std::array<float, 9>& matrix) {
+std::array<double, 9> inverseOf(const std::array<float, 9>& matrix) {
     std::array<double, 9> m{};
     std::copy(matrix.begin(), matrix.end(), m.begin());
     const double c0 = m[4] * m[8] - m[5] * m[7];
@@ -38,7 +38,7 @@ std::array<double, 9> Inverse(const std::array<float, 9>& matrix) {
 }
 
 /// Mean light during the exposure relative to the steady light.
-double FlickerFactor(const SSensorConfig& config, const SExposure& exposure) {
+double flickerFactor(const SSensorConfig& config, const SExposure& exposure) {
     if (config.flickerHz <= 0.0F || config.flickerDepth <= 0.0F || exposure.seconds <= 0.0) {
         return 1.0;
     }
@@ -46,11 +46,11 @@ double FlickerFactor(const SSensorConfig& config, const SExposure& exposure) {
     // Whole periods are taken off first: the angle stays small however long the camera runs.
     const double periods = exposure.startSeconds * static_cast<double>(config.flickerHz);
     const double from = 2.0 * kPi * (periods - std::floor(periods));
-    const double swing = PortableSin(from + omega * exposure.seconds) - PortableSin(from);
+    const double swing = portableSin(from + omega * exposure.seconds) - portableSin(from);
     return 1.0 + static_cast<double>(config.flickerDepth) * swing / (omega * exposure.seconds);
 }
 
-bool IsBinningFactor(unsigned factor) {
+bool isBinningFactor(unsigned factor) {
     return factor == 1 || factor == 2 || factor == 4;
 }
 
@@ -74,7 +74,7 @@ CSimulatedSensor::CSimulatedSensor(const SSensorConfig& config, CScene scene)
     SetConfig(config);
 }
 
-void CSimulatedSensor::mvCheckConfig() const {
+void CSimulatedSensor::CheckConfig() const {
     const SSensorConfig& c = mConfig;
     const bool depthOk = c.depth >= 8 && c.depth <= 16 && c.depth % 2 == 0;
     const bool sizeOk = c.width >= kMinSensorSide && c.height >= kMinSensorSide && c.width <= kMaxSensorSide &&
@@ -93,8 +93,8 @@ void CSimulatedSensor::mvCheckConfig() const {
 void CSimulatedSensor::SetConfig(const SSensorConfig& config) {
     const SSensorConfig previous = std::exchange(mConfig, config);
     try {
-        mvCheckConfig();
-        mSceneFromSensor = Inverse(mConfig.sensorFromScene);
+        CheckConfig();
+        mSceneFromSensor = inverseOf(mConfig.sensorFromScene);
     } catch (...) {
         mConfig = previous;
         throw;
@@ -140,7 +140,7 @@ unsigned CSimulatedSensor::BinnedSize(unsigned size, unsigned factor) const {
     return factor > 1 && mConfig.colorArray != 1 ? size / (2 * factor) * 2 : size / factor;
 }
 
-void CSimulatedSensor::mvBuildImage() const {
+void CSimulatedSensor::BuildImage() const {
     const unsigned width = mConfig.width;
     const unsigned height = mConfig.height;
     mSignalRate.resize(std::size_t{width} * height);
@@ -159,7 +159,7 @@ void CSimulatedSensor::mvBuildImage() const {
             const float dx = static_cast<float>(x) - centerX;
             const float dy = static_cast<float>(y) - centerY;
             const float shading = 1.0F - mConfig.lensShading * ((dx * dx + dy * dy) / corner);
-            const float spread = GaussFromBits(static_cast<std::uint32_t>(response.Bits(at) >> 32));
+            const float spread = gaussFromBits(static_cast<std::uint32_t>(response.Bits(at) >> 32));
             const float rate =
                 mConfig.whiteElectronsPerSecond * light * shading * (1.0F + mConfig.photoResponseSpread * spread);
             mSignalRate[at] = rate > 0.0F ? rate : 0.0F; // a scene value that is no number counts as dark
@@ -172,13 +172,13 @@ void CSimulatedSensor::mvBuildImage() const {
     }
 }
 
-void CSimulatedSensor::mvBuildFixedPattern() const {
+void CSimulatedSensor::BuildFixedPattern() const {
     const std::size_t count = std::size_t{mConfig.width} * mConfig.height;
     mDarkRate.resize(count);
     mOffset.assign(count, 0.0F);
     const CNoiseSource dark(mConfig.seed, kDarkStream);
     for (std::size_t i = 0; i < count; ++i) {
-        const float spread = GaussFromBits(static_cast<std::uint32_t>(dark.Bits(i) >> 32));
+        const float spread = gaussFromBits(static_cast<std::uint32_t>(dark.Bits(i) >> 32));
         mDarkRate[i] = mConfig.darkElectronsPerSecond * std::max(0.0F, 1.0F + mConfig.darkCurrentSpread * spread);
     }
     for (const SHotPixel& hot : mConfig.hotPixels) {
@@ -190,18 +190,18 @@ void CSimulatedSensor::mvBuildFixedPattern() const {
     }
 }
 
-CSimulatedSensor::SFrame CSimulatedSensor::mMakeFrame(const SExposure& exposure) const {
-    if (!IsBinningFactor(exposure.binningH) || !IsBinningFactor(exposure.binningV) || !(exposure.seconds >= 0.0)) {
+CSimulatedSensor::SFrame CSimulatedSensor::MakeFrame(const SExposure& exposure) const {
+    if (!isBinningFactor(exposure.binningH) || !isBinningFactor(exposure.binningV) || !(exposure.seconds >= 0.0)) {
         throw std::invalid_argument("exposure out of range");
     }
     if (mSignalRate.empty()) {
-        mvBuildImage();
+        BuildImage();
     }
     if (mDarkRate.empty()) {
-        mvBuildFixedPattern();
+        BuildFixedPattern();
     }
     const double light =
-        mConfig.lensCap ? 0.0 : static_cast<double>(mConfig.lightLevel) * FlickerFactor(mConfig, exposure);
+        mConfig.lensCap ? 0.0 : static_cast<double>(mConfig.lightLevel) * flickerFactor(mConfig, exposure);
     return {CNoiseSource(mConfig.seed, exposure.frameNumber),
             static_cast<float>(exposure.seconds * light),
             static_cast<float>(exposure.seconds),
@@ -213,21 +213,21 @@ CSimulatedSensor::SFrame CSimulatedSensor::mMakeFrame(const SExposure& exposure)
             static_cast<double>((1U << mConfig.depth) - 1U)};
 }
 
-float CSimulatedSensor::mfCharge(const SFrame& frame, unsigned x, unsigned y) const {
+float CSimulatedSensor::Charge(const SFrame& frame, unsigned x, unsigned y) const {
     const std::size_t at = std::size_t{y} * mConfig.width + x;
     const float mean = mSignalRate[at] * frame.signalSeconds + mDarkRate[at] * frame.darkSeconds + mOffset[at];
     const std::uint64_t bits = frame.noise.Bits(at);
-    const float photons = frame.photonNoise ? PoissonFromBits(mean, static_cast<std::uint32_t>(bits)) : mean;
-    return std::min(photons, frame.fullWell) + frame.readNoise * GaussFromBits(static_cast<std::uint32_t>(bits >> 32));
+    const float photons = frame.photonNoise ? poissonFromBits(mean, static_cast<std::uint32_t>(bits)) : mean;
+    return std::min(photons, frame.fullWell) + frame.readNoise * gaussFromBits(static_cast<std::uint32_t>(bits >> 32));
 }
 
-float CSimulatedSensor::mfCorrectedCharge(const SFrame& frame, unsigned x, unsigned y) const {
+float CSimulatedSensor::CorrectedCharge(const SFrame& frame, unsigned x, unsigned y) const {
     if (mMasked.empty() || mMasked[std::size_t{y} * mConfig.width + x] == 0) {
-        return mfCharge(frame, x, y);
+        return Charge(frame, x, y);
     }
     const int step = mConfig.colorArray == 1 ? 1 : 2;
     // Nearest sound pixel of the same colour in one direction.
-    const auto neighbour = [&](int dx, int dy) -> std::optional<float> {
+    const auto neighbor = [&](int dx, int dy) -> std::optional<float> {
         int px = static_cast<int>(x) + dx;
         int py = static_cast<int>(y) + dy;
         for (; px >= 0 && py >= 0 && px < static_cast<int>(mConfig.width) && py < static_cast<int>(mConfig.height);
@@ -235,7 +235,7 @@ float CSimulatedSensor::mfCorrectedCharge(const SFrame& frame, unsigned x, unsig
             const auto column = static_cast<unsigned>(px);
             const auto row = static_cast<unsigned>(py);
             if (mMasked[std::size_t{row} * mConfig.width + column] == 0) {
-                return mfCharge(frame, column, row);
+                return Charge(frame, column, row);
             }
         }
         return std::nullopt;
@@ -243,16 +243,16 @@ float CSimulatedSensor::mfCorrectedCharge(const SFrame& frame, unsigned x, unsig
     const auto mean = [](std::optional<float> a, std::optional<float> b) -> std::optional<float> {
         return a && b ? (*a + *b) * 0.5F : a ? a : b;
     };
-    const std::optional<float> beside = mean(neighbour(-step, 0), neighbour(step, 0));
+    const std::optional<float> beside = mean(neighbor(-step, 0), neighbor(step, 0));
     if (beside) {
         return *beside;
     }
-    return mean(neighbour(0, -step), neighbour(0, step)).value_or(0.0F);
+    return mean(neighbor(0, -step), neighbor(0, step)).value_or(0.0F);
 }
 
-float CSimulatedSensor::mfBinnedCharge(const SFrame& frame, const SExposure& exposure, unsigned x, unsigned y) const {
+float CSimulatedSensor::BinnedCharge(const SFrame& frame, const SExposure& exposure, unsigned x, unsigned y) const {
     if (exposure.binningH == 1 && exposure.binningV == 1) {
-        return mfCorrectedCharge(frame, x, y);
+        return CorrectedCharge(frame, x, y);
     }
     // Bayer: the binned pixel keeps its place in the 2 x 2 cell and takes the same place of the cells it covers.
     const bool bayer = mConfig.colorArray != 1;
@@ -265,19 +265,19 @@ float CSimulatedSensor::mfBinnedCharge(const SFrame& frame, const SExposure& exp
     float sum = 0.0F;
     for (unsigned j = 0; j < exposure.binningV; ++j) {
         for (unsigned i = 0; i < exposure.binningH; ++i) {
-            sum += mfCorrectedCharge(frame, x0 + i * step, y0 + j * step);
+            sum += CorrectedCharge(frame, x0 + i * step, y0 + j * step);
         }
     }
     return sum / static_cast<float>(exposure.binningH * exposure.binningV);
 }
 
-std::uint16_t CSimulatedSensor::mwLevel(const SFrame& frame, float charge) const {
+std::uint16_t CSimulatedSensor::Level(const SFrame& frame, float charge) const {
     const double level = std::floor(static_cast<double>(charge) * frame.dnPerElectron + frame.blackLevel + 0.5);
     return static_cast<std::uint16_t>(std::clamp(level, 0.0, frame.maxLevel));
 }
 
 SRasterImage CSimulatedSensor::ReadRaw(const SExposure& exposure, const SRectangle& area) const {
-    const SFrame frame = mMakeFrame(exposure);
+    const SFrame frame = MakeFrame(exposure);
     const unsigned fullWidth = BinnedWidth(exposure.binningH);
     const unsigned fullHeight = BinnedHeight(exposure.binningV);
     if (area.width > fullWidth || area.height > fullHeight || area.x > fullWidth - area.width ||
@@ -288,7 +288,7 @@ SRasterImage CSimulatedSensor::ReadRaw(const SExposure& exposure, const SRectang
     std::uint16_t* out = image.samples.data();
     for (unsigned y = area.y; y < area.y + area.height; ++y) {
         for (unsigned x = area.x; x < area.x + area.width; ++x) {
-            *out++ = mwLevel(frame, mfBinnedCharge(frame, exposure, x, y));
+            *out++ = Level(frame, BinnedCharge(frame, exposure, x, y));
         }
     }
     return image;
@@ -297,9 +297,9 @@ SRasterImage CSimulatedSensor::ReadRaw(const SExposure& exposure, const SRectang
 SRasterImage CSimulatedSensor::ReadColor(const SExposure& exposure, const SRectangle& area) const {
     SRasterImage color(area.width, area.height, mConfig.depth, 3);
     if (mConfig.colorArray == 1) {
-        const SRasterImage grey = ReadRaw(exposure, area);
+        const SRasterImage gray = ReadRaw(exposure, area);
         for (std::size_t i = 0; i < color.samples.size(); ++i) {
-            color.samples[i] = grey.samples[i / 3];
+            color.samples[i] = gray.samples[i / 3];
         }
         return color;
     }
@@ -351,7 +351,7 @@ SRasterImage CSimulatedSensor::ReadColor(const SExposure& exposure, const SRecta
 }
 
 double CSimulatedSensor::MeanElectrons(const SExposure& exposure, unsigned x, unsigned y) const {
-    const SFrame frame = mMakeFrame(exposure);
+    const SFrame frame = MakeFrame(exposure);
     const std::size_t at = std::size_t{y} * mConfig.width + x;
     return static_cast<double>(mSignalRate[at] * frame.signalSeconds + mDarkRate[at] * frame.darkSeconds + mOffset[at]);
 }

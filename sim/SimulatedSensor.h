@@ -130,15 +130,15 @@ public:
 private:
     struct SFrame;
 
-    void mvCheckConfig() const;
-    void mvBuildImage() const;
-    void mvBuildFixedPattern() const;
+    void CheckConfig() const;
+    void BuildImage() const;
+    void BuildFixedPattern() const;
     unsigned BinnedSize(unsigned size, unsigned factor) const;
-    SFrame mMakeFrame(const SExposure& exposure) const;
-    float mfCharge(const SFrame& frame, unsigned x, unsigned y) const;
-    float mfCorrectedCharge(const SFrame& frame, unsigned x, unsigned y) const;
-    float mfBinnedCharge(const SFrame& frame, const SExposure& exposure, unsigned x, unsigned y) const;
-    std::uint16_t mwLevel(const SFrame& frame, float charge) const;
+    SFrame MakeFrame(const SExposure& exposure) const;
+    float Charge(const SFrame& frame, unsigned x, unsigned y) const;
+    float CorrectedCharge(const SFrame& frame, unsigned x, unsigned y) const;
+    float BinnedCharge(const SFrame& frame, const SExposure& exposure, unsigned x, unsigned y) const;
+    std::uint16_t Level(const SFrame& frame, float charge) const;
 
     SSensorConfig mConfig;
     CScene mScene;

@@ -27,11 +27,11 @@ constexpr std::array<SFormat, kTransferFormatCount> kFormats = {{
     {ETransferContent::Raw, ELayout::Packed, 10, false},    // 2
     {ETransferContent::Raw, ELayout::Words, 12, false},     // 3
     {ETransferContent::Raw, ELayout::Packed, 12, false},    // 4
-    {ETransferContent::Grey, ELayout::Bytes, 8, false},     // 5
-    {ETransferContent::Grey, ELayout::Words, 10, false},    // 6
-    {ETransferContent::Grey, ELayout::Packed, 10, false},   // 7
-    {ETransferContent::Grey, ELayout::Words, 12, false},    // 8
-    {ETransferContent::Grey, ELayout::Packed, 12, false},   // 9
+    {ETransferContent::Gray, ELayout::Bytes, 8, false},     // 5
+    {ETransferContent::Gray, ELayout::Words, 10, false},    // 6
+    {ETransferContent::Gray, ELayout::Packed, 10, false},   // 7
+    {ETransferContent::Gray, ELayout::Words, 12, false},    // 8
+    {ETransferContent::Gray, ELayout::Packed, 12, false},   // 9
     {ETransferContent::Color, ELayout::Bgr8, 8, false},     // 10
     {ETransferContent::Color, ELayout::Bgr10, 10, false},   // 11
     {ETransferContent::Color, ELayout::YCrCb411, 8, false}, // 12
@@ -42,24 +42,24 @@ constexpr std::array<SFormat, kTransferFormatCount> kFormats = {{
     {ETransferContent::Color, ELayout::YCrCb444, 8, true},  // 17
     {ETransferContent::Raw, ELayout::Words, 14, false},     // 18
     {ETransferContent::Raw, ELayout::Words, 16, false},     // 19
-    {ETransferContent::Grey, ELayout::Words, 14, false},    // 20
-    {ETransferContent::Grey, ELayout::Words, 16, false},    // 21
+    {ETransferContent::Gray, ELayout::Words, 14, false},    // 20
+    {ETransferContent::Gray, ELayout::Words, 16, false},    // 21
 }};
 static_assert(VEK_TRANSFER_MONO16 + 1 == kTransferFormatCount);
 
-const SFormat& Format(unsigned long format) {
+const SFormat& formatOf(unsigned long format) {
     if (format >= kFormats.size()) {
         throw std::invalid_argument("unknown transfer format");
     }
     return kFormats[format];
 }
 
-unsigned ToDepth(unsigned value, unsigned from, unsigned to) {
+unsigned toDepth(unsigned value, unsigned from, unsigned to) {
     return from >= to ? value >> (from - to) : value << (to - from);
 }
 
 /// Pixel access with the grey-to-colour rule of EncodeFrame. Components 0, 1, 2: red, green, blue.
-unsigned Component(const SRasterImage& image, std::size_t pixel, std::size_t component) {
+unsigned componentOf(const SRasterImage& image, std::size_t pixel, std::size_t component) {
     return image.samples[pixel * image.channels + (image.channels == 1 ? 0 : component)];
 }
 
@@ -72,7 +72,7 @@ struct SYcc {
 constexpr SYcc kBt601 = {0.299, 0.587, 0.114, 0.0, 1.0, 1.0};                         // full range
 constexpr SYcc kBt709 = {0.2126, 0.7152, 0.0722, 16.0, 219.0 / 255.0, 224.0 / 255.0}; // 16 .. 235, 16 .. 240
 
-std::uint8_t RoundToByte(double value) {
+std::uint8_t roundToByte(double value) {
     return static_cast<std::uint8_t>(std::clamp(std::floor(value + 0.5), 0.0, 255.0));
 }
 
@@ -80,11 +80,11 @@ struct SYccPixel {
     double luma, blueDifference, redDifference; // bytes, not rounded; differences centred on 0
 };
 
-SYccPixel ToYcc(const SRasterImage& image, std::size_t pixel, const SYcc& matrix) {
+SYccPixel toYcc(const SRasterImage& image, std::size_t pixel, const SYcc& matrix) {
     const double scale = 255.0 / ((1U << image.depth) - 1U);
-    const double red = Component(image, pixel, 0) * scale;
-    const double green = Component(image, pixel, 1) * scale;
-    const double blue = Component(image, pixel, 2) * scale;
+    const double red = componentOf(image, pixel, 0) * scale;
+    const double green = componentOf(image, pixel, 1) * scale;
+    const double blue = componentOf(image, pixel, 2) * scale;
     const double luma = matrix.red * red + matrix.green * green + matrix.blue * blue;
     // The largest blue difference is (1 - blue weight) x 255: halved it spans one side of the chroma range.
     return {matrix.lumaOffset + matrix.lumaScale * luma,
@@ -92,7 +92,7 @@ SYccPixel ToYcc(const SRasterImage& image, std::size_t pixel, const SYcc& matrix
             matrix.chromaScale * (red - luma) / (2.0 * (1.0 - matrix.red))};
 }
 
-void EncodeYccRow(const SFormat& format, const SRasterImage& image, unsigned row, std::uint8_t* out,
+void encodeYccRow(const SFormat& format, const SRasterImage& image, unsigned row, std::uint8_t* out,
                   std::size_t rowBytes) {
     const unsigned groupPixels = format.layout == ELayout::YCrCb411 ? 4U : format.layout == ELayout::YCrCb422 ? 2U : 1U;
     const std::size_t groupBytes = groupPixels == 4 ? 6 : groupPixels == 2 ? 4 : 3;
@@ -103,13 +103,13 @@ void EncodeYccRow(const SFormat& format, const SRasterImage& image, unsigned row
         double redDifference = 0.0;
         const unsigned count = std::min(groupPixels, image.width - first);
         for (unsigned i = 0; i < count; ++i) {
-            const SYccPixel pixel = ToYcc(image, std::size_t{row} * image.width + first + i, matrix);
-            luma[i] = RoundToByte(pixel.luma);
+            const SYccPixel pixel = toYcc(image, std::size_t{row} * image.width + first + i, matrix);
+            luma[i] = roundToByte(pixel.luma);
             blueDifference += pixel.blueDifference;
             redDifference += pixel.redDifference;
         }
-        const std::uint8_t cb = RoundToByte(128.0 + blueDifference / count);
-        const std::uint8_t cr = RoundToByte(128.0 + redDifference / count);
+        const std::uint8_t cb = roundToByte(128.0 + blueDifference / count);
+        const std::uint8_t cr = roundToByte(128.0 + redDifference / count);
         std::array<std::uint8_t, 6> group{};
         switch (groupPixels) {
         case 1:
@@ -127,11 +127,11 @@ void EncodeYccRow(const SFormat& format, const SRasterImage& image, unsigned row
     }
 }
 
-void EncodePackedRow(const std::uint16_t* samples, unsigned width, unsigned from, unsigned depth, std::uint8_t* out) {
+void encodePackedRow(const std::uint16_t* samples, unsigned width, unsigned from, unsigned depth, std::uint8_t* out) {
     std::uint32_t pending = 0; // bits not yet written, the earliest in bit 0
     unsigned pendingBits = 0;
     for (unsigned x = 0; x < width; ++x) {
-        pending |= ToDepth(samples[x], from, depth) << pendingBits;
+        pending |= toDepth(samples[x], from, depth) << pendingBits;
         pendingBits += depth;
         for (; pendingBits >= 8; pendingBits -= 8, pending >>= 8) {
             *out++ = static_cast<std::uint8_t>(pending);
@@ -142,29 +142,30 @@ void EncodePackedRow(const std::uint16_t* samples, unsigned width, unsigned from
     }
 }
 
-void EncodeRow(const SFormat& format, const SRasterImage& image, unsigned row, std::uint8_t* out,
+void encodeRow(const SFormat& format, const SRasterImage& image, unsigned row, std::uint8_t* out,
                std::size_t rowBytes) {
     const std::size_t first = std::size_t{row} * image.width;
     switch (format.layout) {
     case ELayout::Bytes:
         for (unsigned x = 0; x < image.width; ++x) {
-            out[x] = static_cast<std::uint8_t>(ToDepth(image.samples[first + x], image.depth, 8));
+            out[x] = static_cast<std::uint8_t>(toDepth(image.samples[first + x], image.depth, 8));
         }
         break;
     case ELayout::Words:
         for (unsigned x = 0; x < image.width; ++x) {
-            const unsigned value = ToDepth(image.samples[first + x], image.depth, format.depth);
+            const unsigned value = toDepth(image.samples[first + x], image.depth, format.depth);
             out[std::size_t{x} * 2] = static_cast<std::uint8_t>(value);
             out[std::size_t{x} * 2 + 1] = static_cast<std::uint8_t>(value >> 8);
         }
         break;
     case ELayout::Packed:
-        EncodePackedRow(image.samples.data() + first, image.width, image.depth, format.depth, out);
+        encodePackedRow(image.samples.data() + first, image.width, image.depth, format.depth, out);
         break;
     case ELayout::Bgr8:
         for (std::size_t x = 0; x < image.width; ++x) {
             for (std::size_t c = 0; c < 3; ++c) {
-                out[x * 3 + c] = static_cast<std::uint8_t>(ToDepth(Component(image, first + x, 2 - c), image.depth, 8));
+                out[x * 3 + c] =
+                    static_cast<std::uint8_t>(toDepth(componentOf(image, first + x, 2 - c), image.depth, 8));
             }
         }
         break;
@@ -172,7 +173,7 @@ void EncodeRow(const SFormat& format, const SRasterImage& image, unsigned row, s
         for (std::size_t x = 0; x < image.width; ++x) {
             std::uint64_t word = 0;
             for (std::size_t c = 0; c < 3; ++c) {
-                word |= std::uint64_t{ToDepth(Component(image, first + x, 2 - c), image.depth, 10)} << (10 * c);
+                word |= std::uint64_t{toDepth(componentOf(image, first + x, 2 - c), image.depth, 10)} << (10 * c);
             }
             for (std::size_t byte = 0; byte < 8; ++byte) {
                 out[x * 8 + byte] = static_cast<std::uint8_t>(word >> (8 * byte));
@@ -182,23 +183,23 @@ void EncodeRow(const SFormat& format, const SRasterImage& image, unsigned row, s
     case ELayout::YCrCb411:
     case ELayout::YCrCb422:
     case ELayout::YCrCb444:
-        EncodeYccRow(format, image, row, out, rowBytes);
+        encodeYccRow(format, image, row, out, rowBytes);
         break;
     }
 }
 
 } // namespace
 
-ETransferContent TransferContent(unsigned long format) {
-    return Format(format).content;
+ETransferContent transferContent(unsigned long format) {
+    return formatOf(format).content;
 }
 
-unsigned TransferDepth(unsigned long format) {
-    return Format(format).depth;
+unsigned transferDepth(unsigned long format) {
+    return formatOf(format).depth;
 }
 
-std::size_t TransferRowBytes(unsigned long format, unsigned width) {
-    const SFormat& description = Format(format);
+std::size_t transferRowBytes(unsigned long format, unsigned width) {
+    const SFormat& description = formatOf(format);
     const std::size_t pixels = width;
     switch (description.layout) {
     case ELayout::Bytes:
@@ -221,22 +222,22 @@ std::size_t TransferRowBytes(unsigned long format, unsigned width) {
     return 0;
 }
 
-std::size_t FrameBytes(unsigned long format, unsigned width, unsigned height) {
-    return TransferRowBytes(format, width) * height;
+std::size_t frameBytes(unsigned long format, unsigned width, unsigned height) {
+    return transferRowBytes(format, width) * height;
 }
 
-SRasterImage LumaOf(const SRasterImage& image) {
+SRasterImage lumaOf(const SRasterImage& image) {
     SRasterImage luma(image.width, image.height, image.depth, 1);
     for (std::size_t i = 0; i < luma.samples.size(); ++i) {
-        const double value = kBt601.red * Component(image, i, 0) + kBt601.green * Component(image, i, 1) +
-                             kBt601.blue * Component(image, i, 2);
+        const double value = kBt601.red * componentOf(image, i, 0) + kBt601.green * componentOf(image, i, 1) +
+                             kBt601.blue * componentOf(image, i, 2);
         luma.samples[i] = static_cast<std::uint16_t>(std::floor(value + 0.5));
     }
     return luma;
 }
 
-std::vector<std::uint8_t> EncodeFrame(unsigned long format, const SRasterImage& image) {
-    const SFormat& description = Format(format);
+std::vector<std::uint8_t> encodeFrame(unsigned long format, const SRasterImage& image) {
+    const SFormat& description = formatOf(format);
     if ((image.channels != 1 && image.channels != 3) || image.depth < 8 || image.depth > 16 ||
         image.samples.size() != std::size_t{image.width} * image.height * image.channels) {
         throw std::invalid_argument("malformed image");
@@ -244,13 +245,13 @@ std::vector<std::uint8_t> EncodeFrame(unsigned long format, const SRasterImage& 
     if (image.channels == 3 && description.content == ETransferContent::Raw) {
         throw std::invalid_argument("a raw transfer format carries one channel");
     }
-    if (image.channels == 3 && description.content == ETransferContent::Grey) {
-        return EncodeFrame(format, LumaOf(image));
+    if (image.channels == 3 && description.content == ETransferContent::Gray) {
+        return encodeFrame(format, lumaOf(image));
     }
-    const std::size_t rowBytes = TransferRowBytes(format, image.width);
+    const std::size_t rowBytes = transferRowBytes(format, image.width);
     std::vector<std::uint8_t> frame(rowBytes * image.height);
     for (unsigned row = 0; row < image.height; ++row) {
-        EncodeRow(description, image, row, frame.data() + row * rowBytes, rowBytes);
+        encodeRow(description, image, row, frame.data() + row * rowBytes, rowBytes);
     }
     return frame;
 }

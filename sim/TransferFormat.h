@@ -26,7 +26,7 @@ struct SRasterImage {
 /// What a transfer format (enum VekTransferFormat) carries.
 enum class ETransferContent {
     Raw,   ///< the sensor's mosaic
-    Grey,  ///< luma
+    Gray,  ///< luma
     Color, ///< blue, green, red or YCrCb
 };
 
@@ -39,24 +39,24 @@ inline constexpr std::array<std::string_view, kTransferFormatCount> kTransferFor
     "ycrcb422-bt709", "ycrcb444-bt709", "raw14",  "raw16", "mono14",   "mono16"};
 
 /// All three throw std::invalid_argument for codes above 21.
-ETransferContent TransferContent(unsigned long format);
+ETransferContent transferContent(unsigned long format);
 /// Significant bits of a sample: 8, 10, 12, 14 or 16.
-unsigned TransferDepth(unsigned long format);
+unsigned transferDepth(unsigned long format);
 /// Bytes of one row of width pixels. Rows follow each other without padding; only a packed row, and a YCrCb row
 /// whose last group is cut off, ends inside a unit and starts the next row at a byte.
-std::size_t TransferRowBytes(unsigned long format, unsigned width);
+std::size_t transferRowBytes(unsigned long format, unsigned width);
 
 /// Bytes of a whole frame: rows x row bytes.
-std::size_t FrameBytes(unsigned long format, unsigned width, unsigned height);
+std::size_t frameBytes(unsigned long format, unsigned width, unsigned height);
 
 /// Writes an image in a transfer format.
 /// Samples are moved to the format's depth by shifting: low bits are dropped, missing ones are 0. Only YCrCb scales
 /// (full range to 0 .. 255) and rounds to nearest; the chroma of a group is the mean over its pixels.
 /// Raw formats take one channel. Grey formats take one, or three as BT.601 luma. Colour formats take three, or one as
 /// neutral grey. Throws std::invalid_argument for any other pair and for codes above 21.
-std::vector<std::uint8_t> EncodeFrame(unsigned long format, const SRasterImage& image);
+std::vector<std::uint8_t> encodeFrame(unsigned long format, const SRasterImage& image);
 
 /// BT.601 luma of a three-channel image as a one-channel image of the same depth, rounded to nearest.
-SRasterImage LumaOf(const SRasterImage& image);
+SRasterImage lumaOf(const SRasterImage& image);
 
 } // namespace vek::sim

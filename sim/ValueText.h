@@ -13,42 +13,42 @@
 namespace vek::sim {
 
 /// True for digits behind an optional sign, however many.
-bool IsWholeText(std::string_view text);
+bool isWholeText(std::string_view text);
 /// True for a number with or without a point and an exponent, however large; not for infinity and what is no number.
-bool IsNumberText(std::string_view text);
+bool isNumberText(std::string_view text);
 
 /// text less a plus sign in front, which from_chars does not take.
-std::string_view WithoutPlus(std::string_view text);
+std::string_view withoutPlus(std::string_view text);
 
 /// A whole number, low to high; nothing for another text.
 template <std::integral T>
-std::optional<T> ReadWhole(std::string_view text, T low, T high) {
-    text = IsWholeText(text) ? WithoutPlus(text) : std::string_view();
+std::optional<T> readWhole(std::string_view text, T low, T high) {
+    text = isWholeText(text) ? withoutPlus(text) : std::string_view();
     T value = 0;
     const std::from_chars_result result = std::from_chars(text.data(), text.data() + text.size(), value);
     return result.ec == std::errc() && value >= low && value <= high ? std::optional(value) : std::nullopt;
 }
 
 /// A number, low to high; nothing for another text.
-std::optional<double> ReadNumber(std::string_view text, double low, double high);
+std::optional<double> readNumber(std::string_view text, double low, double high);
 
 /// A number as people write it: digits, a point where it has to be, no exponent.
-std::string PlainText(double number);
+std::string plainText(double number);
 
 /// What is wrong with a text of which a reader above makes nothing, and what is needed instead.
-std::string WholeComplaint(std::string_view text, const std::string& low, const std::string& high);
-std::string NumberComplaint(std::string_view text, double low, double high);
+std::string wholeComplaint(std::string_view text, const std::string& low, const std::string& high);
+std::string numberComplaint(std::string_view text, double low, double high);
 
 /// The number of a code, decimal or hexadecimal behind 0x, without a sign; nothing for another text.
-std::optional<unsigned> ReadCode(std::string_view text);
+std::optional<unsigned> readCode(std::string_view text);
 
 /// What is wrong with a text that is no code of a table. names: what the codes low to high are called, in words.
-std::string CodeComplaint(std::string_view text, const std::string& names, unsigned low, unsigned high);
+std::string codeComplaint(std::string_view text, const std::string& names, unsigned low, unsigned high);
 
 /// Whether a text is a name, which is lower case already, with any case of its letters.
-bool IsName(std::string_view text, std::string_view name);
+bool isName(std::string_view text, std::string_view name);
 
 /// The parts of a text between marks, empty ones included; one part where there is no mark.
-std::vector<std::string_view> SplitText(std::string_view text, char mark);
+std::vector<std::string_view> splitText(std::string_view text, char mark);
 
 } // namespace vek::sim

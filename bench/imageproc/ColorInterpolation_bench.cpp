@@ -20,7 +20,7 @@ constexpr SMethod kMethods[] = {{"demosaic None", VEK_DEMOSAIC_NONE},
                                 {"demosaic NearestNeighbor2", VEK_DEMOSAIC_NEAREST_NEIGHBOR2},
                                 {"demosaic BilinearFalseColorReduction", VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION},
                                 {"demosaic BiCubic", VEK_DEMOSAIC_BICUBIC}};
-constexpr SMethod kGrey = {"grey to BGR", VEK_DEMOSAIC_MONO};
+constexpr SMethod kGray = {"grey to BGR", VEK_DEMOSAIC_MONO};
 constexpr SMethod kFourSamples = {"demosaic BilinearSimple BGRX", VEK_DEMOSAIC_BILINEAR_SIMPLE};
 
 template <class T>
@@ -59,8 +59,8 @@ Operations colorInterpolationOperations() {
         operations.push_back(demosaic<std::uint8_t>(method, 3));
         operations.push_back(demosaic<std::uint16_t>(method, 3));
     }
-    operations.push_back(demosaic<std::uint8_t>(kGrey, 3, true));
-    operations.push_back(demosaic<std::uint16_t>(kGrey, 3, true));
+    operations.push_back(demosaic<std::uint8_t>(kGray, 3, true));
+    operations.push_back(demosaic<std::uint16_t>(kGray, 3, true));
     operations.push_back(demosaic<std::uint8_t>(kFourSamples, 4, true));
     operations.push_back(demosaic<std::uint16_t>(kFourSamples, 4, true));
     constexpr unsigned char any = VEK_DEMOSAIC_NEAREST_NEIGHBOR;

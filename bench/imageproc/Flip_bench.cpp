@@ -35,7 +35,7 @@ SOperation raw(const char* name, unsigned char mirror, unsigned char rotation) {
 
 /// Of blue-green-red images, from one to another.
 template <class T>
-SOperation colour(const char* name, unsigned char mirror, unsigned char rotation) {
+SOperation color(const char* name, unsigned char mirror, unsigned char rotation) {
     return {name, kBits<T>, 6.0 * sizeof(T),
             [=](const rows::SRowTable& table, SSize size) {
                 const auto module = std::make_shared<CFlip>(table);
@@ -59,8 +59,8 @@ void add(Operations* operations) {
     operations->push_back(raw<T>("mirror HV", both, VEK_ROTATION_NONE));
     operations->push_back(raw<T>("mirror V", VEK_MIRROR_VERTICAL, VEK_ROTATION_NONE));
     operations->push_back(raw<T>("rotation", VEK_MIRROR_NONE, VEK_ROTATION_CLOCKWISE));
-    operations->push_back(colour<T>("mirror H BGR", VEK_MIRROR_HORIZONTAL, VEK_ROTATION_NONE));
-    operations->push_back(colour<T>("rotation BGR", VEK_MIRROR_NONE, VEK_ROTATION_CLOCKWISE));
+    operations->push_back(color<T>("mirror H BGR", VEK_MIRROR_HORIZONTAL, VEK_ROTATION_NONE));
+    operations->push_back(color<T>("rotation BGR", VEK_MIRROR_NONE, VEK_ROTATION_CLOCKWISE));
 }
 
 } // namespace

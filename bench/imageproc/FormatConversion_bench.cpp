@@ -27,7 +27,7 @@ SOperation raw(const char* name, unsigned long transferFormat, unsigned bits, un
 }
 
 /// There is one version of these two only.
-SOperation colour(const char* name, unsigned long transferFormat, std::size_t sourceBytes) {
+SOperation color(const char* name, unsigned long transferFormat, std::size_t sourceBytes) {
     return {name, 8, static_cast<double>(sourceBytes + 4),
             [=](const rows::SRowTable& table, SSize size) {
                 const CPicture<std::uint8_t> picture(size, sourceBytes);
@@ -49,8 +49,8 @@ Operations formatConversionOperations() {
             raw<Word>("words to 8 bit", VEK_TRANSFER_RAW12, 16, VEK_DESTINATION_MONO8, 1),
             raw<Word>("words to BGR 8 bit", VEK_TRANSFER_RAW12, 16, VEK_DESTINATION_BGR24, 3, true),
             raw<Byte>("bytes to BGR 8 bit", VEK_TRANSFER_RAW8, 8, VEK_DESTINATION_BGR24, 3, true),
-            colour("BGR to BGRX", VEK_TRANSFER_BGR8, 3),
-            colour("10 bit BGR to BGRX", VEK_TRANSFER_BGR10, 8)};
+            color("BGR to BGRX", VEK_TRANSFER_BGR8, 3),
+            color("10 bit BGR to BGRX", VEK_TRANSFER_BGR10, 8)};
 }
 
 } // namespace vek::bench

@@ -28,7 +28,7 @@ std::vector<std::uint16_t> renderingTable(unsigned sourceDepth, const SDisplayLe
 
 } // namespace
 
-Gains greyWorldGains(const SImage& image, const SDisplayLevels& levels) {
+Gains grayWorldGains(const SImage& image, const SDisplayLevels& levels) {
     if (image.channels != 3) {
         return {1, 1, 1};
     }

@@ -18,7 +18,7 @@ using Gains = std::array<double, 3>;
 
 /// Grey-world balance of a linear colour image: gains that make the means of the three channels equal. Pixels near
 /// black or near white say nothing about the light's colour and do not count. All 1 where none is left.
-Gains greyWorldGains(const SImage& image, const SDisplayLevels& levels);
+Gains grayWorldGains(const SImage& image, const SDisplayLevels& levels);
 
 /// Level that all but the brightest half per cent of the pixels stay below after balance, for a picture
 /// that uses the screen's whole range.

@@ -69,7 +69,7 @@ bool readRows(SPngReader& reader, png_bytepp rows) {
 
 } // namespace
 
-SImage readGreyPng16(const std::string& path) {
+SImage readGrayPng16(const std::string& path) {
     const FilePointer file(std::fopen(path.c_str(), "rbe"));
     if (file == nullptr) {
         throw CFailure(fmt::format("{}: cannot open: {}", path, systemMessage(errno)));

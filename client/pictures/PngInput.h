@@ -8,6 +8,6 @@
 namespace vek::client {
 
 /// Reads a grey PNG file of 16 bits, samples as they are stored. Throws CFailure, also for PNG files of another form.
-SImage readGreyPng16(const std::string& path);
+SImage readGrayPng16(const std::string& path);
 
 } // namespace vek::client

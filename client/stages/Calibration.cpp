@@ -195,7 +195,7 @@ SCalibration readCalibration(const std::string& path, const std::string& kind) {
     if (calibration.kind != kind) {
         throw CFailure(fmt::format("{}: a {} frame is needed, this one is {}", path, kind, calibration.kind));
     }
-    calibration.mean = readGreyPng16(path);
+    calibration.mean = readGrayPng16(path);
     if (calibration.mean.width != width || calibration.mean.height != height) {
         throw CFailure(fmt::format("{}: {} x {} pixels, its description has {} x {}", path, calibration.mean.width,
                                    calibration.mean.height, width, height));

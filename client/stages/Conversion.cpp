@@ -12,7 +12,7 @@ namespace vek::client {
 namespace {
 
 /// What the demosaicing makes of the frame.
-bool isGrey(const SConversion& conversion) {
+bool isGray(const SConversion& conversion) {
     return conversion.colorArray == VEK_COLOR_ARRAY_MONO || conversion.method == VEK_DEMOSAIC_MONO;
 }
 
@@ -41,7 +41,7 @@ SImage displayed(const SImage& image, const SConversion& conversion) {
                              static_cast<double>(whiteOf(conversion) >> shift)};
     // Method none leaves two channels of each pixel dark: a balance of what is there would tell nothing.
     const bool dark = isBayer(conversion.colorArray) && conversion.method == VEK_DEMOSAIC_NONE;
-    const Gains gains = dark ? Gains{1, 1, 1} : greyWorldGains(image, levels);
+    const Gains gains = dark ? Gains{1, 1, 1} : grayWorldGains(image, levels);
     if (!conversion.white) {
         levels.white = brightLevel(image, levels, gains);
     }
@@ -79,8 +79,8 @@ void checkMethod(const SConversion& conversion) {
 
 void complete(SConversion& conversion) {
     const STransferFormat& format = *conversion.format;
-    const bool grey = isGrey(conversion);
-    conversion.stages.file = stagesForFrame(conversion.stages.file, conversion.colorArray, grey);
+    const bool gray = isGray(conversion);
+    conversion.stages.file = stagesForFrame(conversion.stages.file, conversion.colorArray, gray);
     const unsigned short depth = depthOf(conversion);
     // Both are shifted down with the samples and have to stay apart.
     const int shift = format.depth - depth;
@@ -88,7 +88,7 @@ void complete(SConversion& conversion) {
         throw CMisfit(fmt::format("<black> {} is not below <white> {}", blackOf(conversion), whiteOf(conversion)));
     }
     checkCorrections(conversion.corrections, format, conversion.width, conversion.height, conversion.colorArray);
-    checkStages(conversion.stages, format, conversion.width, conversion.height, conversion.colorArray, grey);
+    checkStages(conversion.stages, format, conversion.width, conversion.height, conversion.colorArray, gray);
     if (conversion.bitsOut == 0) {
         conversion.bitsOut = depth == 8 || conversion.display ? 8 : 16;
     }

@@ -29,7 +29,7 @@ void shade(VekCam_Handle handle, unsigned long mode, const SRawFrame& frame, T* 
 
 /// Mean of a square of a quarter of the shorter side in the image's centre, the fraction cut off.
 template <class T>
-int centreMean(const SRawFrame& frame, const std::vector<T>& samples) {
+int centerMean(const SRawFrame& frame, const std::vector<T>& samples) {
     const std::size_t shorter = std::min(frame.width, frame.height);
     const std::size_t size = std::max<std::size_t>(shorter / 4, 1);
     const std::size_t left = (frame.width - size) / 2;
@@ -98,7 +98,7 @@ void correct(const CLibraryHandle& library, const SCorrections& corrections, con
                 // A handle without a camera measures each place of the 2 x 2 cell for itself: one target makes the four
                 // of a mono frame alike.
                 const bool mono = frame.colorArray == VEK_COLOR_ARRAY_MONO;
-                requireOk(VekCam_SetShadingCorrectionTarget(library.Get(), mono ? centreMean(frame, flat) : 0),
+                requireOk(VekCam_SetShadingCorrectionTarget(library.Get(), mono ? centerMean(frame, flat) : 0),
                           "shading correction");
                 shade(library.Get(), VEK_SHADING_CALIBRATE_GAIN, frame, flat.data());
                 shade(library.Get(), VEK_SHADING_GAIN, frame, samples.data());

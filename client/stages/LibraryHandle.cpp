@@ -83,11 +83,11 @@ CLibraryHandle::~CLibraryHandle() {
 }
 
 SImage CLibraryHandle::Demosaic(const SRawFrame& frame, unsigned char method) const {
-    const bool grey = method == VEK_DEMOSAIC_MONO || frame.colorArray == VEK_COLOR_ARRAY_MONO;
+    const bool gray = method == VEK_DEMOSAIC_MONO || frame.colorArray == VEK_COLOR_ARRAY_MONO;
     const bool bytes = frame.depth == 8;
-    const unsigned long format = bytes ? (grey ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_BGR24)
-                                       : (grey ? VEK_DESTINATION_MONO12 : VEK_DESTINATION_BGR48);
-    SImage image{frame.width, frame.height, static_cast<unsigned short>(grey ? 1 : 3), frame.depth, {}};
+    const unsigned long format = bytes ? (gray ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_BGR24)
+                                       : (gray ? VEK_DESTINATION_MONO12 : VEK_DESTINATION_BGR48);
+    SImage image{frame.width, frame.height, static_cast<unsigned short>(gray ? 1 : 3), frame.depth, {}};
 
     std::visit(
         [&]<class T>(const std::vector<T>& samples) {
@@ -102,7 +102,7 @@ SImage CLibraryHandle::Demosaic(const SRawFrame& frame, unsigned char method) co
             takeLibraryRows(output, image);
         },
         frame.samples);
-    if (!grey && method == VEK_DEMOSAIC_BILINEAR_SIMPLE && frame.height % 2 != 0) {
+    if (!gray && method == VEK_DEMOSAIC_BILINEAR_SIMPLE && frame.height % 2 != 0) {
         closeLastRow(image, frame.colorArray);
     }
     return image;
@@ -121,9 +121,9 @@ SRawFrame CLibraryHandle::Unpacked(std::span<const std::uint8_t> bytes, const ST
 }
 
 SImage CLibraryHandle::Picture(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::uint32_t width,
-                               std::uint32_t height, bool grey) const {
-    const unsigned long destination = grey ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_BGR24;
-    SImage image{width, height, static_cast<unsigned short>(grey ? 1 : 3), 8, {}};
+                               std::uint32_t height, bool gray) const {
+    const unsigned long destination = gray ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_BGR24;
+    SImage image{width, height, static_cast<unsigned short>(gray ? 1 : 3), 8, {}};
     if (format.layout == ELayout::Bgr) {
         std::vector<std::uint8_t> output(image.rowSamples() * height);
         requireFormat(VekCam_ConvYUVOrBGRToBGRImage(mHandle, width, height, format.code, bytes.data(), destination,
@@ -135,7 +135,7 @@ SImage CLibraryHandle::Picture(std::span<const std::uint8_t> bytes, const STrans
     const SWholeGroups whole = wholeGroups(bytes, format, width, height);
     image.width = whole.width;
     std::vector<std::uint8_t> output(paddedRowSamples<std::uint8_t>(image) * height);
-    const unsigned char method = grey ? VEK_DEMOSAIC_MONO : VEK_DEMOSAIC_BILINEAR_SIMPLE;
+    const unsigned char method = gray ? VEK_DEMOSAIC_MONO : VEK_DEMOSAIC_BILINEAR_SIMPLE;
     requireFormat(VekCam_ColorInterpolation(mHandle, whole.width, height, VekTransferColorArray(format.code, 0),
                                             whole.bytes.data(), output.data(), method, destination, 8),
                   "VekCam_ColorInterpolation", format, width, height);

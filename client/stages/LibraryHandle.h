@@ -38,7 +38,7 @@ public:
     /// those at the end of a row that the library leaves out. bytes: frameBytes of them. Throws CFailure when the
     /// library refuses.
     SImage Picture(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::uint32_t width,
-                   std::uint32_t height, bool grey) const;
+                   std::uint32_t height, bool gray) const;
 
 private:
     VekCam_Handle mHandle;

@@ -60,7 +60,7 @@ void turn(VekCam_Handle handle, unsigned char mirror, unsigned char rotation, SR
     frame.height = static_cast<std::uint32_t>(height);
 }
 
-void applyColours(VekCam_Handle handle, const SStages& stages, const SImage& image, void* rows) {
+void applyColors(VekCam_Handle handle, const SStages& stages, const SImage& image, void* rows) {
     if (stages.matrix) {
         requireOk(VekCam_SetColorMatrix(handle, VEK_COLOR_MATRIX_CUSTOM, stages.matrix->data()), "colour matrix");
     }
@@ -113,23 +113,23 @@ std::optional<SFileStages> readFileStages(const CLibraryHandle& library, const s
     SFileStages stages;
     stages.balance = on("WBMode");
     stages.rawGamma = on("GammaModeR") || on("GammaModeGr") || on("GammaModeGb") || on("GammaModeB");
-    stages.colour = on("HueSaturationMode") || on("SuppressionHigh") || on("SuppressionLow");
+    stages.color = on("HueSaturationMode") || on("SuppressionHigh") || on("SuppressionLow");
     stages.luma = on("GammaModeY");
     stages.sharpness = on("SharpnessMode");
     return stages;
 }
 
-SFileStages stagesForFrame(const SFileStages& stages, unsigned short colorArray, bool greyPicture) {
+SFileStages stagesForFrame(const SFileStages& stages, unsigned short colorArray, bool grayPicture) {
     SFileStages result = stages;
     const bool bayer = isBayer(colorArray);
     result.balance = stages.balance && bayer;
     result.rawGamma = stages.rawGamma && bayer;
-    result.colour = stages.colour && !greyPicture;
+    result.color = stages.color && !grayPicture;
     return result;
 }
 
 void checkStages(const SStages& stages, const STransferFormat& format, std::uint32_t width, std::uint32_t height,
-                 unsigned short colorArray, bool greyPicture) {
+                 unsigned short colorArray, bool grayPicture) {
     if (!format.IsRaw() && stages.onRaw()) {
         const char* const setting = stages.balance    ? "wb"
                                     : stages.rawGamma ? "raw-gamma"
@@ -140,7 +140,7 @@ void checkStages(const SStages& stages, const STransferFormat& format, std::uint
     if (colorArray == VEK_COLOR_ARRAY_MONO && (stages.balance || stages.rawGamma)) {
         throw CMisfit(fmt::format("<{}> needs a Bayer frame: this one is mono", stages.balance ? "wb" : "raw-gamma"));
     }
-    if (greyPicture && stages.onColour()) {
+    if (grayPicture && stages.onColor()) {
         const char* const setting = stages.matrix         ? "matrix"
                                     : stages.hue          ? "hue"
                                     : stages.saturation   ? "saturation"
@@ -151,7 +151,7 @@ void checkStages(const SStages& stages, const STransferFormat& format, std::uint
     }
     // The library names the colour array of the turned frame from whole cells. An odd size ends in half a cell, and
     // red and blue would change places.
-    if (!greyPicture && (stages.mirror || stages.rotation) && (width % 2 != 0 || height % 2 != 0)) {
+    if (!grayPicture && (stages.mirror || stages.rotation) && (width % 2 != 0 || height % 2 != 0)) {
         throw CMisfit(
             fmt::format("<{}> of a Bayer frame needs an even width and height", stages.mirror ? "mirror" : "rotate"));
     }
@@ -178,8 +178,8 @@ SRawFrame afterRawStages(const CLibraryHandle& library, const SStages& stages, c
 void runPictureStages(const CLibraryHandle& library, const SStages& stages, SImage& image) {
     std::vector<std::uint8_t> rows = libraryRows<std::uint8_t>(image);
     const unsigned long format = image.channels == 1 ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_BGR24;
-    if (stages.onColour() || stages.file.colour) {
-        applyColours(library.Get(), stages, image, rows.data());
+    if (stages.onColor() || stages.file.color) {
+        applyColors(library.Get(), stages, image, rows.data());
     }
     if (stages.onLuma()) {
         setLumaCurve(library.Get(), stages);

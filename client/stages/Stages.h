@@ -30,7 +30,7 @@ struct SSharpness {
 struct SFileStages {
     bool balance = false;
     bool rawGamma = false;
-    bool colour = false;
+    bool color = false;
     bool luma = false;
     bool sharpness = false;
 };
@@ -54,10 +54,10 @@ struct SStages {
     SFileStages file; ///< the settings above come before its own
 
     bool onRaw() const { return balance || rawGamma || mirror || rotation || file.balance || file.rawGamma; }
-    bool onColour() const { return matrix || hue || saturation || suppressHigh || suppressLow; }
+    bool onColor() const { return matrix || hue || saturation || suppressHigh || suppressLow; }
     bool onLuma() const { return gamma || brightness || contrast; }
     bool any() const {
-        return onRaw() || onColour() || onLuma() || sharpness || file.colour || file.luma || file.sharpness;
+        return onRaw() || onColor() || onLuma() || sharpness || file.color || file.luma || file.sharpness;
     }
 };
 
@@ -70,13 +70,13 @@ inline constexpr unsigned short kStagesDepth = 8;
 std::optional<SFileStages> readFileStages(const CLibraryHandle& library, const std::string& path);
 
 /// The stages of a file that do something to such a frame. greyPicture: what the demosaicing makes of it.
-SFileStages stagesForFrame(const SFileStages& stages, unsigned short colorArray, bool greyPicture);
+SFileStages stagesForFrame(const SFileStages& stages, unsigned short colorArray, bool grayPicture);
 
 /// Throws CMisfit when a stage cannot work on such a frame. It names the settings "wb", "raw-gamma", "mirror",
 /// "rotate", "matrix", "hue", "saturation", "suppress-high" and "suppress-low". colorArray: of a raw frame;
 /// greyPicture: what the demosaicing makes of it.
 void checkStages(const SStages& stages, const STransferFormat& format, std::uint32_t width, std::uint32_t height,
-                 unsigned short colorArray, bool greyPicture);
+                 unsigned short colorArray, bool grayPicture);
 
 /// Takes a raw frame down to the stages' depth and through those that work on raw frames. A quarter turn exchanges its
 /// width and height, and its colour array may become another. Throws CFailure when the library refuses.

@@ -15,11 +15,11 @@ unsigned channelsOf(unsigned long destinationPixelFormat, unsigned short bitsPer
         return vek::byteSamples(destinationPixelFormat);
     }
     if (bitsPerPixel == 10 || bitsPerPixel == 12) {
-        const bool grey =
+        const bool gray =
             destinationPixelFormat == VEK_DESTINATION_MONO10 || destinationPixelFormat == VEK_DESTINATION_MONO12;
-        const bool colour =
+        const bool color =
             destinationPixelFormat == VEK_DESTINATION_BGR48 || destinationPixelFormat == VEK_DESTINATION_BGRX64;
-        return grey ? 1 : colour ? vek::colourSamples(destinationPixelFormat) : 0;
+        return gray ? 1 : color ? vek::colorSamples(destinationPixelFormat) : 0;
     }
     return 0;
 }

@@ -21,7 +21,7 @@ using vek::statusCode;
 using vek::words;
 
 /// Whether the colour stage takes a format at a depth. Grey formats go with any: there is nothing to do.
-bool colourStageTakes(unsigned long pixelFormat, unsigned short bits) {
+bool colorStageTakes(unsigned long pixelFormat, unsigned short bits) {
     switch (pixelFormat) {
     case VEK_DESTINATION_MONO8:
     case VEK_DESTINATION_WORDS:
@@ -235,7 +235,7 @@ int VekCam_GetHueSaturationMode(VekCam_Handle handle, unsigned char* mode, short
 int VekCam_HueSaturationColorMatrix(VekCam_Handle handle, unsigned long width, unsigned long height,
                                     unsigned long pixelFormat, void* image, unsigned short bits) {
     return runExport(handle, [&](const CVekTrgCamera& camera) -> int {
-        if (!colourStageTakes(pixelFormat, bits)) {
+        if (!colorStageTakes(pixelFormat, bits)) {
             return VEK_EINVAL;
         }
         vek::IColorMatrix& matrix = camera.ColorMatrix();

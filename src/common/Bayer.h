@@ -17,11 +17,11 @@ constexpr bool isRaw(unsigned short colorArray) {
 }
 
 /// Order in which settings, tables and statistics are kept by colour. Gr is the green on a red row.
-enum EColourSlot : unsigned char { kSlotR, kSlotGr, kSlotGb, kSlotB };
-constexpr std::size_t kColourSlots = 4;
+enum EColorSlot : unsigned char { kSlotR, kSlotGr, kSlotGb, kSlotB };
+constexpr std::size_t kColorSlots = 4;
 
 /// Colour slot of each phase, 2 x (row mod 2) + (column mod 2).
-using PhaseSlots = std::array<EColourSlot, 4>;
+using PhaseSlots = std::array<EColorSlot, 4>;
 
 /// Slots of a colour array; every code but the other three Bayer ones counts as VEK_COLOR_ARRAY_RGGB.
 constexpr PhaseSlots phaseSlots(unsigned short colorArray) {

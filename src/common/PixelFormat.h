@@ -6,7 +6,7 @@
 namespace vek {
 
 /// Samples of a blue-green-red pixel, bytes or words; 0 for every other format.
-constexpr unsigned colourSamples(unsigned long pixelFormat) {
+constexpr unsigned colorSamples(unsigned long pixelFormat) {
     switch (pixelFormat) {
     case VEK_DESTINATION_BGR24:
     case VEK_DESTINATION_BGR48:
@@ -34,14 +34,14 @@ constexpr unsigned byteSamples(unsigned long pixelFormat) {
 }
 
 /// Whether a format is one of the grey ones of words.
-constexpr bool isGreyOfWords(unsigned long pixelFormat) {
+constexpr bool isGrayOfWords(unsigned long pixelFormat) {
     return pixelFormat == VEK_DESTINATION_WORDS || pixelFormat == VEK_DESTINATION_MONO10 ||
            pixelFormat == VEK_DESTINATION_MONO12 || pixelFormat == VEK_DESTINATION_MONO16;
 }
 
 /// Whether a format has samples of words; of bytes otherwise.
 constexpr bool isOfWords(unsigned long pixelFormat) {
-    return isGreyOfWords(pixelFormat) || pixelFormat == VEK_DESTINATION_BGR48 || pixelFormat == VEK_DESTINATION_BGRX64;
+    return isGrayOfWords(pixelFormat) || pixelFormat == VEK_DESTINATION_BGR48 || pixelFormat == VEK_DESTINATION_BGRX64;
 }
 
 } // namespace vek

@@ -32,7 +32,7 @@ STraits SChromaSuppressStage::Traits(const SFrame& frame) const {
     const unsigned highStart = words ? limits.highStart : limits.highStart & 0xFFU;
     const bool lowOff = limits.lowStart == 0 || limits.lowSlope == 0;
     const bool highOff = highStart >= (words ? 0xFFFFU : 0xFFU) || limits.highSlope == 0;
-    if (colourSamples(frame.pixelFormat) == 0 || (lowOff && highOff)) {
+    if (colorSamples(frame.pixelFormat) == 0 || (lowOff && highOff)) {
         return {};
     }
     return {.kind = EStage::Pointwise};
@@ -40,8 +40,8 @@ STraits SChromaSuppressStage::Traits(const SFrame& frame) const {
 
 template <class T>
 void SChromaSuppressStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
-    const unsigned samples = colourSamples(frame.pixelFormat);
-    const auto suppressChroma = rows::colourRows<T>(kernels).suppressChroma;
+    const unsigned samples = colorSamples(frame.pixelFormat);
+    const auto suppressChroma = rows::colorRows<T>(kernels).suppressChroma;
     forBandRows(band, samples,
                 [&](T* row, unsigned long) { suppressChroma(row, frame.width, samples, kLumaTables, limits); });
 }
@@ -52,10 +52,10 @@ template <class T>
 unsigned long CChromaSuppress::Process(unsigned long width, unsigned long height, unsigned long pitch,
                                        unsigned long pixelFormat, T* image) const {
     constexpr bool words = sizeof(T) != 1;
-    if (words ? isGreyOfWords(pixelFormat) : pixelFormat == VEK_DESTINATION_MONO8) {
+    if (words ? isGrayOfWords(pixelFormat) : pixelFormat == VEK_DESTINATION_MONO8) {
         return kOk;
     }
-    const unsigned samples = isOfWords(pixelFormat) == words ? colourSamples(pixelFormat) : 0;
+    const unsigned samples = isOfWords(pixelFormat) == words ? colorSamples(pixelFormat) : 0;
     if (samples == 0) {
         return kInvalid;
     }

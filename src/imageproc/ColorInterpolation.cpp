@@ -38,16 +38,16 @@ constexpr bool isCopied(unsigned char method, unsigned short colorArray) {
 
 /// Null where the stage does not take the colour array.
 const SMethod* methodFor(const SColorInterpolationStage& stage, unsigned short colorArray) {
-    const bool colour = stage.channels == 3 || stage.channels == 4;
+    const bool color = stage.channels == 3 || stage.channels == 4;
     const SMethod* const mono = &kMethods[VEK_DEMOSAIC_MONO];
     if (isYCrCb(colorArray)) {
-        return colour || stage.method == VEK_DEMOSAIC_MONO ? mono : nullptr;
+        return color || stage.method == VEK_DEMOSAIC_MONO ? mono : nullptr;
     }
     if (isCopied(stage.method, colorArray)) {
-        return colour || stage.channels == 1 ? mono : nullptr;
+        return color || stage.channels == 1 ? mono : nullptr;
     }
     const bool demosaiced = stage.method != VEK_DEMOSAIC_MONO && stage.method < std::size(kMethods);
-    return demosaiced && colour && isBayer(colorArray) ? &kMethods[stage.method] : nullptr;
+    return demosaiced && color && isBayer(colorArray) ? &kMethods[stage.method] : nullptr;
 }
 
 /// The kinds of a Bayer phase's even and odd rows.
@@ -121,11 +121,11 @@ struct SBiCubicStrip {
     std::size_t from;
     std::size_t to;
     alignas(64) T green[kBiCubicReach + 1][kStripColumns];
-    alignas(64) T colour[2 * (kBiCubicReach + 1)][kStripColumns];
+    alignas(64) T color[2 * (kBiCubicReach + 1)][kStripColumns];
 
     std::size_t width() const { return to - from; }
     T* greenRow(unsigned long y) { return green[y % (kBiCubicReach + 1)]; }
-    T* colourRow(unsigned long y) { return colour[y % (2 * (kBiCubicReach + 1))]; }
+    T* colorRow(unsigned long y) { return color[y % (2 * (kBiCubicReach + 1))]; }
 };
 
 /// The third colour of row y, from the colours of the rows above and below it, and its pixels.
@@ -134,16 +134,16 @@ void biCubicThird(const SBayerBand<T>& bayer, SBiCubicStrip<T>& strip, unsigned 
     const unsigned long last = bayer.height() - 1;
     alignas(64) T third[kStripColumns];
     if (y >= 3 && y + 3 <= last) {
-        bayer.kernels.biCubicThird(strip.colourRow(y - 3), strip.colourRow(y - 1), strip.colourRow(y + 1),
-                                   strip.colourRow(y + 3), third, strip.width());
+        bayer.kernels.biCubicThird(strip.colorRow(y - 3), strip.colorRow(y - 1), strip.colorRow(y + 1),
+                                   strip.colorRow(y + 3), third, strip.width());
     } else {
         // A single neighbour stands for both: its mean with itself is itself.
-        bayer.kernels.meanThird(strip.colourRow(y == 0 ? 1 : y - 1), strip.colourRow(y == last ? y - 1 : y + 1), third,
+        bayer.kernels.meanThird(strip.colorRow(y == 0 ? 1 : y - 1), strip.colorRow(y == last ? y - 1 : y + 1), third,
                                 strip.width());
     }
     const bool red = bayer.phase.isRed(y);
-    const T* const colour = strip.colourRow(y);
-    bayer.kernels.pixels[bayer.layout()](red ? third : colour, strip.greenRow(y), red ? colour : third,
+    const T* const color = strip.colorRow(y);
+    bayer.kernels.pixels[bayer.layout()](red ? third : color, strip.greenRow(y), red ? color : third,
                                          bayer.dst(y) + strip.from * bayer.channels, strip.width());
 }
 
@@ -159,7 +159,7 @@ template <class T>
         for (unsigned long y = first; y < bayer.band.end; ++y) {
             for (; ahead < bayer.height() && ahead <= y + kBiCubicReach; ++ahead) {
                 bayer.kernels.biCubic[bayer.phase.kind(ahead)](bayer.src(ahead), strip.greenRow(ahead),
-                                                               strip.colourRow(ahead), strip.from, strip.to,
+                                                               strip.colorRow(ahead), strip.from, strip.to,
                                                                bayer.width());
             }
             biCubicThird(bayer, strip, y);
@@ -204,7 +204,7 @@ void copyRow(const rows::SDemosaicRows<T>& kernels, unsigned channels, const SBa
         // An application may ask for the image in its own place.
         std::memmove(band.dst.row(y), band.src.row(y), band.src.width * sizeof(T));
     } else {
-        kernels.grey[rows::pixelLayout(channels)](band.src.row(y), band.dst.row(y), band.src.width);
+        kernels.gray[rows::pixelLayout(channels)](band.src.row(y), band.dst.row(y), band.src.width);
     }
 }
 

@@ -28,7 +28,7 @@ void decodeYCrCb(const rows::SYCrCbRows& kernels, unsigned short colorArray, uns
     const auto space = static_cast<std::size_t>(yCrCbSpace(colorArray));
     const auto packing = static_cast<std::size_t>(yCrCbPacking(colorArray));
     const auto decode =
-        channels == 1 ? kernels.toGrey[space][packing] : kernels.toBgr[space][packing][rows::pixelLayout(channels)];
+        channels == 1 ? kernels.toGray[space][packing] : kernels.toBgr[space][packing][rows::pixelLayout(channels)];
     const auto& table = yCrCbSpace(colorArray) == rows::YCrCbSpace::Full601 ? pnYCrCbConvTable : pnYCrCbConvTable709;
     for (unsigned long y = band.first; y < band.end; ++y) {
         decode(band.src.row(y), band.dst.row(y), band.src.width, table);

@@ -82,7 +82,7 @@ int store(int& entry, short& narrow, float value) {
 } // namespace
 
 STraits SColorMatrixStage::Traits(const SFrame& frame) const {
-    if (!on || colourSamples(frame.pixelFormat) == 0) {
+    if (!on || colorSamples(frame.pixelFormat) == 0) {
         return {};
     }
     return {.kind = EStage::Pointwise};
@@ -93,8 +93,8 @@ void SColorMatrixStage::Rows(const rows::SRowTable& kernels, const SFrame& frame
     constexpr unsigned largest = std::numeric_limits<T>::max();
     const unsigned maxValue =
         frame.bitsPerPixel < std::numeric_limits<T>::digits ? (1U << frame.bitsPerPixel) - 1 : largest;
-    const unsigned samples = colourSamples(frame.pixelFormat);
-    const auto matrix = rows::colourRows<T>(kernels).matrix;
+    const unsigned samples = colorSamples(frame.pixelFormat);
+    const auto matrix = rows::colorRows<T>(kernels).matrix;
     const rows::SMatrixTables tables = {tableB.data(),       tableG.data(),       tableR.data(), narrowB.data(),
                                         narrowG.data(),      narrowR.data(),      planes.data(), largest16 < kModerate,
                                         largest8 <= kNarrow, largest16 <= kNarrow};
@@ -188,10 +188,10 @@ unsigned long CColorMatrix::GetHueSaturation(unsigned char* mode, short* hue, un
 template <class T>
 unsigned long CColorMatrix::Process(unsigned long width, unsigned long height, unsigned long pitch,
                                     unsigned long pixelFormat, T* image, unsigned short bits) const {
-    if (pixelFormat == VEK_DESTINATION_MONO8 || isGreyOfWords(pixelFormat)) {
+    if (pixelFormat == VEK_DESTINATION_MONO8 || isGrayOfWords(pixelFormat)) {
         return kOk;
     }
-    const unsigned samples = colourSamples(pixelFormat);
+    const unsigned samples = colorSamples(pixelFormat);
     if (samples == 0) {
         return kInvalid;
     }

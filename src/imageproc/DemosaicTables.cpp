@@ -39,7 +39,7 @@ constexpr int fixed22(double weight, int value) {
 
 /// The weights of Y, Cr in red, Cb in green, Cr in green, Cb in blue; the range that luma starts at and ends at, and
 /// the one of chroma.
-struct SColourSpace {
+struct SColorSpace {
     double weight[5];
     int lumaLow;
     int lumaHigh;
@@ -47,7 +47,7 @@ struct SColourSpace {
     int chromaHigh;
 };
 
-constexpr ChromaTable makeChroma(const SColourSpace& space) {
+constexpr ChromaTable makeChroma(const SColorSpace& space) {
     ChromaTable table{};
     for (int v = 0; v < 256; ++v) {
         const auto at = static_cast<std::size_t>(v);

@@ -21,14 +21,14 @@ constexpr unsigned kMaxValue16 = 4095;
 constexpr unsigned short kUnityGamma = 100;
 
 /// Whether a format is colour of words.
-bool isColourOfWords(unsigned long pixelFormat) {
-    return colourSamples(pixelFormat) != 0 && isOfWords(pixelFormat);
+bool isColorOfWords(unsigned long pixelFormat) {
+    return colorSamples(pixelFormat) != 0 && isOfWords(pixelFormat);
 }
 
 /// Samples from one pixel to the next, as the luma pass counts them. Fixed behaviour: they are its bytes, so that a
 /// colour image of words is walked in steps of twice its pixels, along rows of twice their length.
 unsigned long stepOf(unsigned long pixelFormat) {
-    const unsigned samples = std::max(colourSamples(pixelFormat), 1U);
+    const unsigned samples = std::max(colorSamples(pixelFormat), 1U);
     return isOfWords(pixelFormat) ? 2 * samples : samples;
 }
 
@@ -101,19 +101,19 @@ STraits SLumaGammaStage::Traits(const SFrame& frame) const {
     if (!on) {
         return {};
     }
-    return {.kind = isColourOfWords(frame.pixelFormat) ? EStage::WholeFrame : EStage::Pointwise};
+    return {.kind = isColorOfWords(frame.pixelFormat) ? EStage::WholeFrame : EStage::Pointwise};
 }
 
 template <class T>
 void SLumaGammaStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
-    const unsigned samples = colourSamples(frame.pixelFormat);
+    const unsigned samples = colorSamples(frame.pixelFormat);
     if (samples == 0) {
         const auto lookUp = rows::curveRows<T>(kernels).lookUp;
         const T* const entries = curve.Entries<T>();
         forBandRows(band, 1, [&](T* row, unsigned long) { lookUp(row, frame.width, entries, entries); });
         return;
     }
-    const auto lumaCurve = rows::colourRows<T>(kernels).lumaCurve;
+    const auto lumaCurve = rows::colorRows<T>(kernels).lumaCurve;
     const rows::SLumaCurve levels = {curve.words.data(), bytesAreLevels ? curve.bytes.data() : nullptr};
     const unsigned long step = stepOf(frame.pixelFormat);
     const unsigned maxValue = sizeof(T) == 1 ? kMaxValue8 : kMaxValue16;
@@ -237,10 +237,10 @@ unsigned long CGamma::ProcBGROrGray(unsigned long width, unsigned long height, u
         return kOk;
     }
     constexpr bool words = sizeof(T) != 1;
-    const bool colour = colourSamples(pixelFormat) != 0 && isOfWords(pixelFormat) == words;
-    const bool grey = words ? pixelFormat == VEK_DESTINATION_MONO10 || pixelFormat == VEK_DESTINATION_MONO12
+    const bool color = colorSamples(pixelFormat) != 0 && isOfWords(pixelFormat) == words;
+    const bool gray = words ? pixelFormat == VEK_DESTINATION_MONO10 || pixelFormat == VEK_DESTINATION_MONO12
                             : pixelFormat == VEK_DESTINATION_MONO8;
-    if (!colour && !grey) {
+    if (!color && !gray) {
         return kInvalid;
     }
     pitch = pitchOr<T>(pitch, stepOf(pixelFormat) * width);

@@ -24,7 +24,7 @@ struct SGammaCurve {
 
 /// The curves of raw colours as a stage.
 struct SRawGammaStage {
-    std::array<SGammaCurve, kColourSlots> curves{};
+    std::array<SGammaCurve, kColorSlots> curves{};
     bool on = false; ///< one of the four is
 
     STraits Traits(const SFrame& frame) const;
@@ -86,7 +86,7 @@ private:
                                 unsigned long pixelFormat, T* image) const;
 
     const rows::SRowTable& mRows;
-    std::array<SChannel, 1 + kColourSlots> mChannels{}; ///< Y, and the colour slots
+    std::array<SChannel, 1 + kColorSlots> mChannels{}; ///< Y, and the colour slots
     SRawGammaStage mRaw;
     SLumaGammaStage mLuma;
 };

@@ -30,10 +30,10 @@ constexpr bool isGreenFirst(unsigned short colorArray) {
 
 /// A pixel near the edge and those of its neighbours that take part.
 template <class T>
-class CNeighbourhood {
+class CNeighborhood {
 public:
-    CNeighbourhood(unsigned long width, unsigned long height, unsigned long x, unsigned long y, T centre)
-        : mWidth(width), mHeight(height), mX(x), mY(y), mValues{centre, 0, 0, 0, 0} {}
+    CNeighborhood(unsigned long width, unsigned long height, unsigned long x, unsigned long y, T center)
+        : mWidth(width), mHeight(height), mX(x), mY(y), mValues{center, 0, 0, 0, 0} {}
 
     /// The neighbour dx columns and dy rows away, where it lies in the image. at(x, y): its value.
     template <class At>
@@ -47,17 +47,17 @@ public:
     }
     /// mGetCenterValueSmaller of the values, mostly without sorting: its branches would be mispredicted in noise.
     T Smaller() {
-        const auto& [centre, a, b, c, d] = mValues;
+        const auto& [center, a, b, c, d] = mValues;
         switch (mCount) {
         case 3:
-            return std::min(centre, std::max(a, b));
+            return std::min(center, std::max(a, b));
         case 4: {
-            const int inner = centre + a + b + c - std::min({centre, a, b, c}) - std::max({centre, a, b, c});
-            return std::min(centre, static_cast<T>(inner >> 1));
+            const int inner = center + a + b + c - std::min({center, a, b, c}) - std::max({center, a, b, c});
+            return std::min(center, static_cast<T>(inner >> 1));
         }
         case 5: // centre, or the third smallest of the others
             return std::min(
-                centre, std::max(std::min(std::max(a, b), std::max(c, d)), std::max(std::min(a, b), std::min(c, d))));
+                center, std::max(std::min(std::max(a, b), std::max(c, d)), std::max(std::min(a, b), std::min(c, d))));
         default:
             return mGetCenterValueSmaller(mValues, mCount);
         }
@@ -88,7 +88,7 @@ struct SBayerRows {
     /// far side of it alone, and the top left one takes the next green of its own row.
     void FilterPixel(unsigned long x) const {
         const auto at = [&](unsigned long column, unsigned long line) { return lines[line + 2 - y][column]; };
-        CNeighbourhood<T> pixels(width, height, x, y, at(x, y));
+        CNeighborhood<T> pixels(width, height, x, y, at(x, y));
         if (x % 2 != greenParityOf(greenFirst, y)) {
             pixels.Add(-2, 0, at);
             pixels.Add(2, 0, at);
@@ -167,7 +167,7 @@ void easyMono(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SBa
         const T* const lines[] = {above, own, below};
         const auto at = [&](unsigned long column, unsigned long line) { return lines[line + 1 - y][column]; };
         for (unsigned long x = 0; x < width; x += inner && x == 0 ? width - 1 : 1) {
-            CNeighbourhood<T> pixels(width, height, x, y, at(x, y));
+            CNeighborhood<T> pixels(width, height, x, y, at(x, y));
             pixels.Add(-1, 0, at);
             pixels.Add(1, 0, at);
             pixels.Add(0, -1, at);

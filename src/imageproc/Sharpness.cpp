@@ -35,8 +35,8 @@ struct SWorkRows {
 
 /// Whether an image of a depth is grey, or colour of samples per pixel (else 0), as the depth's sample type has it.
 bool takesFormat(unsigned long pixelFormat, bool words, unsigned& samples) {
-    samples = isOfWords(pixelFormat) == words ? colourSamples(pixelFormat) : 0;
-    return samples != 0 || (words ? isGreyOfWords(pixelFormat) : pixelFormat == VEK_DESTINATION_MONO8);
+    samples = isOfWords(pixelFormat) == words ? colorSamples(pixelFormat) : 0;
+    return samples != 0 || (words ? isGrayOfWords(pixelFormat) : pixelFormat == VEK_DESTINATION_MONO8);
 }
 
 } // namespace
@@ -68,8 +68,8 @@ STraits SSharpnessStage::Traits(const SFrame& frame) const {
 
 template <class T>
 void SSharpnessStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
-    const rows::SColourRows<T>& colours = rows::colourRows<T>(kernels);
-    const unsigned samples = colourSamples(frame.pixelFormat);
+    const rows::SColorRows<T>& colors = rows::colorRows<T>(kernels);
+    const unsigned samples = colorSamples(frame.pixelFormat);
     const SWorkRows<T> work = {static_cast<unsigned short*>(band.work), frame.width};
     const rows::SSharpening sharpening = {table.data(), raise8.data(), raise8 == lower8 ? nullptr : lower8.data(),
                                           coring, (1U << frame.bitsPerPixel) - 1};
@@ -77,10 +77,10 @@ void SSharpnessStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, 
     const auto prepare = [&](unsigned long y) {
         const T* row = band.src.row(y);
         if (samples != 0) {
-            colours.luma(row, work.luma(y), frame.width, samples, kLumaTables);
+            colors.luma(row, work.luma(y), frame.width, samples, kLumaTables);
             row = work.luma(y);
         }
-        colours.sum3(row, work.sums(y), frame.width);
+        colors.sum3(row, work.sums(y), frame.width);
     };
     bool prepared = false;
     forBandRows(band, std::max(samples, 1U), [&](T* row, unsigned long y) {
@@ -94,10 +94,10 @@ void SSharpnessStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, 
         }
         prepare(y + 1);
         if (samples == 0) {
-            colours.sharpenGrey(row, work.sums(y - 1), work.sums(y + 1), frame.width, sharpening);
+            colors.sharpenGray(row, work.sums(y - 1), work.sums(y + 1), frame.width, sharpening);
         } else {
-            colours.sharpenColour(row, samples, work.luma(y), work.sums(y - 1), work.sums(y + 1), frame.width,
-                                  sharpening);
+            colors.sharpenColor(row, samples, work.luma(y), work.sums(y - 1), work.sums(y + 1), frame.width,
+                                sharpening);
         }
     });
 }

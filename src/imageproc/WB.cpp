@@ -133,7 +133,7 @@ double SWBStatistics::Average(std::size_t phase) const {
     return count[phase] == 0 ? 0.0 : static_cast<double>(sum[phase]) / static_cast<double>(count[phase]);
 }
 
-void SWBStage::SetGain(EColourSlot slot, unsigned short gain) {
+void SWBStage::SetGain(EColorSlot slot, unsigned short gain) {
     if (gains[slot] != gain) {
         gains[slot] = gain;
         tableDepth = 0;
@@ -155,7 +155,7 @@ unsigned long SWBStage::Balance(const SWBStatistics& statistics, const SFrame& f
     if (!isRaw(frame.colorArray)) {
         return kInvalid;
     }
-    std::array<std::size_t, kColourSlots> phaseOf{};
+    std::array<std::size_t, kColorSlots> phaseOf{};
     const PhaseSlots slots = phaseSlots(frame.colorArray);
     for (std::size_t phase = 0; phase < slots.size(); ++phase) {
         phaseOf[slots[phase]] = phase;
@@ -174,8 +174,8 @@ void SWBStage::UpdateTables(unsigned short bits) {
         return;
     }
     auto* const bytes = reinterpret_cast<unsigned char*>(tables.data());
-    unsigned short* const words = tables.data() + kColourSlots * kEntries8 / 2;
-    for (std::size_t slot = 0; slot < kColourSlots; ++slot) {
+    unsigned short* const words = tables.data() + kColorSlots * kEntries8 / 2;
+    for (std::size_t slot = 0; slot < kColorSlots; ++slot) {
         if (bits > 8) {
             fillTable(gains[slot], words + slot * kEntries16, bits);
         } else {
@@ -187,7 +187,7 @@ void SWBStage::UpdateTables(unsigned short bits) {
 
 /// The table that an image of a sample type is looked up in.
 template <class T>
-const T* SWBStage::Table(EColourSlot slot) const {
+const T* SWBStage::Table(EColorSlot slot) const {
     // Fixed behaviour: the lookup of words, too, starts where the slot's bytes do.
     return reinterpret_cast<const T*>(reinterpret_cast<const unsigned char*>(tables.data()) + slot * kEntries8);
 }
@@ -272,8 +272,8 @@ unsigned long CWB::SetWBGain(const unsigned short* gains) {
     if (gains == nullptr) {
         return kInvalid;
     }
-    for (std::size_t slot = 0; slot < kColourSlots; ++slot) {
-        mStage.SetGain(static_cast<EColourSlot>(slot), gains[slot]);
+    for (std::size_t slot = 0; slot < kColorSlots; ++slot) {
+        mStage.SetGain(static_cast<EColorSlot>(slot), gains[slot]);
     }
     return kOk;
 }

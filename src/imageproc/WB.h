@@ -36,13 +36,13 @@ struct SWBStage {
     static constexpr std::size_t kEntries16 = rows::kCurveEntries<unsigned short>;
 
     unsigned char mode = 0;
-    std::array<unsigned short, kColourSlots> gains = {256, 128, 128, 217}; ///< 1/128
+    std::array<unsigned short, kColorSlots> gains = {256, 128, 128, 217}; ///< 1/128
     unsigned short tableDepth = 0; ///< depth that the tables were built for, 0: none
     /// The tables of bytes, four of 256, and right behind them the tables of words, four of 4096. One array, since the
     /// lookup of words starts in the tables of bytes, as earlier frames have left them, and runs on into the others.
-    std::array<unsigned short, kColourSlots * kEntries8 / 2 + kColourSlots * kEntries16> tables{};
+    std::array<unsigned short, kColorSlots * kEntries8 / 2 + kColorSlots * kEntries16> tables{};
 
-    void SetGain(EColourSlot slot, unsigned short gain);
+    void SetGain(EColorSlot slot, unsigned short gain);
     /// FrameFirst in the automatic modes: Balance comes before UpdateTables then.
     STraits Traits(const SFrame& frame) const;
     /// The gains for a frame that statistics were measured in; once becomes manual. kInvalid, and no change, for a
@@ -57,7 +57,7 @@ struct SWBStage {
 
 private:
     template <class T>
-    const T* Table(EColourSlot slot) const;
+    const T* Table(EColorSlot slot) const;
 };
 
 /// White balance. Holds mode, gains, their tables and room for the statistics of an image; never keeps an image

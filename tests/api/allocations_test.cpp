@@ -206,8 +206,8 @@ TEST_F(CAllocations, DemosaicAndDecodingNeedNone) {
 
 TEST_F(CAllocations, ConversionsNeedNone) {
     for (unsigned long format = VEK_TRANSFER_RAW8; format <= VEK_TRANSFER_MONO16; ++format) {
-        const bool colour = format >= VEK_TRANSFER_BGR8 && format <= VEK_TRANSFER_YCRCB444_BT709;
-        if (!colour) {
+        const bool color = format >= VEK_TRANSFER_BGR8 && format <= VEK_TRANSFER_YCRCB444_BT709;
+        if (!color) {
             EXPECT_EQ(Asked([&] {
                           return VekCam_ConvTo8BitsImage(mHandle, kWidth, kHeight, 0, format, mImage.data(), nullptr,
                                                          mOutput.data());
@@ -261,9 +261,9 @@ TEST_F(CAllocations, CurvesNeedNone) {
         }
         EXPECT_EQ(Asked([&] { return VekCam_RawColorGamma(mHandle, kWidth, kHeight, kBayer, mImage.data(), bits); }),
                   kNothing);
-        const unsigned long grey = bits == 8 ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_MONO12;
+        const unsigned long gray = bits == 8 ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_MONO12;
         const unsigned long bgr = bits == 8 ? VEK_DESTINATION_BGR24 : VEK_DESTINATION_BGR48;
-        for (const unsigned long format : {grey, bgr}) {
+        for (const unsigned long format : {gray, bgr}) {
             EXPECT_EQ(Asked([&] { return VekCam_BGRGamma(mHandle, kWidth, kHeight, format, mImage.data(), bits); }),
                       kNothing)
                 << "format " << format;
@@ -271,7 +271,7 @@ TEST_F(CAllocations, CurvesNeedNone) {
     }
 }
 
-TEST_F(CAllocations, ColoursNeedNone) {
+TEST_F(CAllocations, ColorsNeedNone) {
     constexpr short matrix[12] = {150, -30, -20, 0, -25, 160, -35, 0, -10, -40, 150, 0};
     EXPECT_EQ(Asked([&] { return VekCam_SetColorMatrix(mHandle, VEK_COLOR_MATRIX_CUSTOM, matrix); }), kNothing);
     EXPECT_EQ(Asked([&] { return VekCam_SetHueSaturationMode(mHandle, 1, 30, 120); }), kNothing);

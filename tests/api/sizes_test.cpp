@@ -108,7 +108,7 @@ std::vector<SCase> stageCases() {
     for (const unsigned short bits : kDepths) {
         const std::string depth = ", " + std::to_string(bits) + " bits";
         const unsigned long bgr = bits == 8 ? VEK_DESTINATION_BGR24 : VEK_DESTINATION_BGR48;
-        const unsigned long grey = bits == 8 ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_MONO12;
+        const unsigned long gray = bits == 8 ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_MONO12;
         for (const unsigned char mode : {VEK_WB_MANUAL, VEK_WB_AUTO}) {
             cases.push_back({"WhiteBalance, mode " + std::to_string(mode) + depth, [=](SArguments a) {
                                  VekCam_SetWhiteBalanceMode(a.handle, mode);
@@ -119,7 +119,7 @@ std::vector<SCase> stageCases() {
         cases.push_back({"RawColorGamma" + depth, [=](SArguments a) {
                              return VekCam_RawColorGamma(a.handle, a.width, a.height, 2, a.image, bits);
                          }});
-        for (const unsigned long format : {grey, bgr}) {
+        for (const unsigned long format : {gray, bgr}) {
             const std::string as = ", format " + std::to_string(format) + depth;
             cases.push_back({"BGRGamma" + as, [=](SArguments a) {
                                  return VekCam_BGRGamma(a.handle, a.width, a.height, format, a.image, bits);

@@ -22,14 +22,14 @@ namespace {
 class CHandedIn : public client::ICamera {
 public:
     CHandedIn() {
-        const sim::SCameraModel& model = sim::FindCameraModel("global-1m");
+        const sim::SCameraModel& model = sim::findCameraModel("global-1m");
         sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
         sensor.width = 64;
         sensor.height = 48;
         mDriver = std::make_shared<sim::CSimulatedDriver>(model, sensor);
-        mFd = sim::OpenSimulatedCamera(mDriver);
+        mFd = sim::openSimulatedCamera(mDriver);
     }
-    ~CHandedIn() override { sim::CloseSimulatedCamera(mFd); }
+    ~CHandedIn() override { sim::closeSimulatedCamera(mFd); }
     CHandedIn(const CHandedIn&) = delete;
     CHandedIn& operator=(const CHandedIn&) = delete;
 

@@ -28,7 +28,7 @@ TEST(ClientNames, TablesFollowTheCodesWithoutAGap) {
     EXPECT_EQ(client::alcModes().back().code, unsigned{VEK_ALC_GAIN_ONCE});
 }
 
-TEST(ClientNames, ColourArraysAreCalledAsTheSimulatedCameraCallsThem) {
+TEST(ClientNames, ColorArraysAreCalledAsTheSimulatedCameraCallsThem) {
     for (const client::SName& name : client::bayerColorArrays()) {
         EXPECT_EQ(name.name, sim::kColorArrayNames.at(name.code - VEK_COLOR_ARRAY_MONO));
     }
@@ -39,11 +39,11 @@ TEST(ClientNames, TextsAreTakenAsTheSimulatedCameraTakesThem) {
     for (const char* const text :
          {"0",  "3",  "6",   "7", "03",         "0x3",  "0X06", "0x",   "x3",    "-1",  "+3",
           " 3", "3 ", "3.0", "",  "4294967299", "none", "NONE", "nOnE", "none ", "non", "nonee"}) {
-        std::optional<unsigned> expected = sim::ReadCode(text);
+        std::optional<unsigned> expected = sim::readCode(text);
         if (expected && *expected >= methods.size()) {
             expected = std::nullopt;
         }
-        if (sim::IsName(text, "none")) {
+        if (sim::isName(text, "none")) {
             expected = VEK_DEMOSAIC_NONE;
         }
         EXPECT_EQ(client::findCode(methods, text), expected) << text;
@@ -66,7 +66,7 @@ TEST(ClientNames, EveryPixelFormatOfATransferFormatHasAName) {
     EXPECT_EQ(client::colorArrayName(0), "unknown");
 }
 
-TEST(ClientNames, ColourArrayOfAFrame) {
+TEST(ClientNames, ColorArrayOfAFrame) {
     const auto of = [](unsigned format, std::optional<unsigned> given) {
         return client::frameColorArray(*transferFormat(format), given);
     };

@@ -50,7 +50,7 @@ TEST(ClientConversion, BitsOfAPicture) {
 
 TEST(ClientConversion, StagesOfAFileThatDoNothingToTheFrameAreDropped) {
     client::SConversion conversion = conversionOf(VEK_TRANSFER_MONO12, VEK_COLOR_ARRAY_MONO);
-    conversion.stages.file = {.balance = true, .rawGamma = true, .colour = true};
+    conversion.stages.file = {.balance = true, .rawGamma = true, .color = true};
     client::complete(conversion);
     EXPECT_FALSE(conversion.stages.any());
     EXPECT_EQ(conversion.bitsOut, 16U);

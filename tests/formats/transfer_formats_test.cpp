@@ -34,13 +34,13 @@ TEST(TransferFormats, AsThePublicHeaderTells) {
 TEST(TransferFormats, AsTheSimulatedCameraHasThem) {
     for (const STransferFormat& format : kTransferFormats) {
         EXPECT_EQ(sim::kTransferFormatNames[format.code], format.name);
-        EXPECT_EQ(sim::TransferDepth(format.code), format.depth) << format.name;
+        EXPECT_EQ(sim::transferDepth(format.code), format.depth) << format.name;
         const sim::ETransferContent content = format.content == EContent::Raw    ? sim::ETransferContent::Raw
-                                              : format.content == EContent::Mono ? sim::ETransferContent::Grey
+                                              : format.content == EContent::Mono ? sim::ETransferContent::Gray
                                                                                  : sim::ETransferContent::Color;
-        EXPECT_EQ(sim::TransferContent(format.code), content) << format.name;
+        EXPECT_EQ(sim::transferContent(format.code), content) << format.name;
         for (unsigned groups = 1; groups <= 9; ++groups) {
-            EXPECT_EQ(sim::TransferRowBytes(format.code, groups * format.groupPixels), groups * format.groupBytes)
+            EXPECT_EQ(sim::transferRowBytes(format.code, groups * format.groupPixels), groups * format.groupBytes)
                 << format.name;
         }
     }

@@ -37,7 +37,7 @@ CSimulatedDriver Counting(std::string_view model = "global-1m") {
     for (unsigned i = 0; i < 12 * 10; ++i) {
         pixels.insert(pixels.end(), {static_cast<float>(i / 12 * 10 + i % 12) / 200.0F, 0, 0});
     }
-    return CSimulatedDriver(FindCameraModel(model), config, CScene::FromPixels(12, 10, pixels));
+    return CSimulatedDriver(findCameraModel(model), config, CScene::FromPixels(12, 10, pixels));
 }
 
 /// A model's camera with a sensor of that size.
@@ -59,13 +59,13 @@ std::vector<std::uint8_t> Expected(const std::vector<std::vector<unsigned>>& row
 }
 
 TEST(Capture, EveryModelDeliversAFrameOfTheReportedSize) {
-    for (const SCameraModel& model : CameraModels()) {
+    for (const SCameraModel& model : cameraModels()) {
         CSimulatedDriver driver = Small(model, 32, 24);
         EXPECT_EQ(driver.Width(), 32U);
         for (unsigned long format = 0; format < kTransferFormatCount; ++format) {
             driver.SetTransferFormat(format);
             EXPECT_EQ(driver.CaptureFrame().size(), driver.FrameSize()) << model.name << ' ' << format;
-            EXPECT_EQ(driver.FrameSize(), vek::sim::FrameBytes(format, 32, 24));
+            EXPECT_EQ(driver.FrameSize(), vek::sim::frameBytes(format, 32, 24));
         }
         EXPECT_EQ(driver.FrameNumber(), kTransferFormatCount);
         EXPECT_NEAR(driver.SimulatedSeconds(), kTransferFormatCount * driver.FramePeriod(), 1e-9);
@@ -73,7 +73,7 @@ TEST(Capture, EveryModelDeliversAFrameOfTheReportedSize) {
 }
 
 TEST(Capture, PowerOnPictureIsWellExposed) {
-    for (const SCameraModel& model : CameraModels()) {
+    for (const SCameraModel& model : cameraModels()) {
         CSimulatedDriver driver = Small(model, 160, 120);
         EXPECT_NEAR(driver.ExposureTime(), 0.01, 0.0001) << model.name;
         driver.SetTransferFormat(VEK_TRANSFER_MONO8);
@@ -86,7 +86,7 @@ TEST(Capture, PowerOnPictureIsWellExposed) {
 }
 
 TEST(Capture, GainSettingScalesTheLevelByItsCurve) {
-    for (const SCameraModel& model : CameraModels()) {
+    for (const SCameraModel& model : cameraModels()) {
         SSensorConfig config = CSimulatedDriver::DefaultSensor(model);
         config.width = 4;
         config.height = 4;
@@ -94,13 +94,13 @@ TEST(Capture, GainSettingScalesTheLevelByItsCurve) {
         config.readNoiseElectrons = 0.0F;
         config.depth = 16;
         config.blackLevel = 0;
-        config.dnPerElectron = static_cast<float>(6.0 / LinearGain(model, 0));
+        config.dnPerElectron = static_cast<float>(6.0 / linearGain(model, 0));
         CSimulatedDriver driver(model, config, CScene::Flat(4, 4, 0.1F));
         driver.SetGain(0);
         const double base = driver.CaptureRaw().samples[5];
         const auto value = static_cast<std::uint16_t>(model.maxGain / 2);
         driver.SetGain(value);
-        const double expected = base * LinearGain(model, value) / LinearGain(model, 0);
+        const double expected = base * linearGain(model, value) / linearGain(model, 0);
         EXPECT_NEAR(driver.CaptureRaw().samples[5], expected, 0.002 * expected) << model.name;
         driver.SetGain(0);
         const double time = driver.ExposureTime();
@@ -197,11 +197,11 @@ TEST(Capture, BinningHalvesTheFrame) {
 }
 
 TEST(Capture, DefectSlotMasksAHotPixelInTheNextFrame) {
-    SSensorConfig config = CSimulatedDriver::DefaultSensor(FindCameraModel("global-1m"));
+    SSensorConfig config = CSimulatedDriver::DefaultSensor(findCameraModel("global-1m"));
     config.width = 64;
     config.height = 48;
     config.hotPixels = {{20, 11, 0.0F, 8000.0F}, {41, 30, 400000.0F, 0.0F}};
-    CSimulatedDriver driver(FindCameraModel("global-1m"), config);
+    CSimulatedDriver driver(findCameraModel("global-1m"), config);
     driver.SetTransferFormat(VEK_TRANSFER_RAW8);
     driver.SetLensCap(true);
     const auto hot = [&] {
@@ -231,7 +231,7 @@ TEST(Capture, DefectSlotMasksAHotPixelInTheNextFrame) {
 }
 
 TEST(Capture, FramesRepeatWithTheFrameNumber) {
-    CSimulatedDriver driver = Small(FindCameraModel("global-3m"), 40, 30);
+    CSimulatedDriver driver = Small(findCameraModel("global-3m"), 40, 30);
     const std::vector<std::uint8_t> first = driver.CaptureFrame();
     EXPECT_NE(driver.CaptureFrame(), first);
     driver.SetFrameNumber(0);
@@ -239,11 +239,11 @@ TEST(Capture, FramesRepeatWithTheFrameNumber) {
 }
 
 TEST(Capture, ColorFormatsShowTheScene) {
-    SSensorConfig config = CSimulatedDriver::DefaultSensor(FindCameraModel("global-1m"));
+    SSensorConfig config = CSimulatedDriver::DefaultSensor(findCameraModel("global-1m"));
     config.width = 32;
     config.height = 32;
     config.lensShading = 0.0F;
-    CSimulatedDriver driver(FindCameraModel("global-1m"), config, CScene::FlatColor(32, 32, {0.8F, 0.4F, 0.1F}));
+    CSimulatedDriver driver(findCameraModel("global-1m"), config, CScene::FlatColor(32, 32, {0.8F, 0.4F, 0.1F}));
     driver.SetTransferFormat(VEK_TRANSFER_BGR8);
     const std::vector<std::uint8_t> frame = driver.CaptureFrame();
     double sums[3] = {};

@@ -25,14 +25,14 @@ using namespace vek::sim;
 class Device : public ::testing::Test {
 protected:
     void SetUp() override {
-        SSensorConfig config = CSimulatedDriver::DefaultSensor(FindCameraModel("clock-vga"));
+        SSensorConfig config = CSimulatedDriver::DefaultSensor(findCameraModel("clock-vga"));
         config.width = 16;
         config.height = 8;
-        driver = std::make_shared<CSimulatedDriver>(FindCameraModel("clock-vga"), config);
-        fd = OpenSimulatedCamera(driver);
+        driver = std::make_shared<CSimulatedDriver>(findCameraModel("clock-vga"), config);
+        fd = openSimulatedCamera(driver);
         ASSERT_GE(fd, 0);
     }
-    void TearDown() override { CloseSimulatedCamera(fd); }
+    void TearDown() override { closeSimulatedCamera(fd); }
 
     /// The request is one that every kernel and every emulator knows, on a file that is no terminal.
     void ExpectKernelSays(int descriptor, int error) const {
@@ -99,14 +99,14 @@ TEST_F(Device, OtherDescriptorsBelongToTheKernel) {
 
 TEST_F(Device, CamerasHaveTheirOwnDescriptors) {
     const auto other = std::make_shared<CSimulatedDriver>("global-3m");
-    const int otherFd = OpenSimulatedCamera(other);
+    const int otherFd = openSimulatedCamera(other);
     ASSERT_NE(otherFd, fd);
     v4l2_control control{VEK_CID_IMAGE_WIDTH, 0};
     EXPECT_EQ(ioctl(otherFd, VIDIOC_G_CTRL, &control), 0);
     EXPECT_EQ(control.value, 2048);
     EXPECT_EQ(ioctl(fd, VIDIOC_G_CTRL, &control), 0);
     EXPECT_EQ(control.value, 16);
-    EXPECT_EQ(CloseSimulatedCamera(otherFd), 0);
+    EXPECT_EQ(closeSimulatedCamera(otherFd), 0);
 }
 
 TEST_F(Device, DuplicatesAreTheSameCamera) {
@@ -115,7 +115,7 @@ TEST_F(Device, DuplicatesAreTheSameCamera) {
     v4l2_control control{VEK_CID_IMAGE_WIDTH, 0};
     EXPECT_EQ(ioctl(duplicate, VIDIOC_G_CTRL, &control), 0);
     EXPECT_EQ(control.value, 16);
-    EXPECT_EQ(CloseSimulatedCamera(fd), 0);
+    EXPECT_EQ(closeSimulatedCamera(fd), 0);
     ExpectKernelSays(duplicate, ENOTTY);
     close(duplicate);
 }
@@ -125,16 +125,16 @@ TEST_F(Device, AReusedNumberIsNotTheCamera) {
     const int reused = open("/dev/null", O_RDWR | O_CLOEXEC);
     ASSERT_EQ(reused, fd);
     ExpectKernelSays(reused, ENOTTY);
-    EXPECT_EQ(CloseSimulatedCamera(reused), -1);
+    EXPECT_EQ(closeSimulatedCamera(reused), -1);
     EXPECT_EQ(errno, EBADF);
     close(reused);
 }
 
 TEST_F(Device, ClosedDescriptorIsGone) {
-    EXPECT_EQ(CloseSimulatedCamera(fd), 0);
+    EXPECT_EQ(closeSimulatedCamera(fd), 0);
     ExpectKernelSays(fd, EBADF);
-    EXPECT_EQ(CloseSimulatedCamera(fd), -1);
-    EXPECT_EQ(OpenSimulatedCamera(nullptr), -1);
+    EXPECT_EQ(closeSimulatedCamera(fd), -1);
+    EXPECT_EQ(openSimulatedCamera(nullptr), -1);
     EXPECT_EQ(errno, EINVAL);
 }
 
@@ -147,9 +147,9 @@ TEST_F(Device, ManyThreadsMayUseIt) {
                 EXPECT_EQ(ioctl(fd, VIDIOC_S_CTRL, &control), 0);
                 std::array<std::uint8_t, 32> part{};
                 EXPECT_EQ(read(fd, part.data(), part.size()), 32);
-                const int other = OpenSimulatedCamera(driver);
+                const int other = openSimulatedCamera(driver);
                 EXPECT_GE(other, 0);
-                EXPECT_EQ(CloseSimulatedCamera(other), 0);
+                EXPECT_EQ(closeSimulatedCamera(other), 0);
             }
         });
     }

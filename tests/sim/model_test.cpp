@@ -23,22 +23,22 @@ TEST(CameraModel, TableCoversEveryExposureUnitAndGainCurve) {
     std::set<EExposureUnit> units;
     std::set<std::uint32_t> gainTypes;
     std::set<std::string_view> names;
-    for (const SCameraModel& model : CameraModels()) {
-        units.insert(ExposureUnit(model));
+    for (const SCameraModel& model : cameraModels()) {
+        units.insert(exposureUnit(model));
         gainTypes.insert(model.gainType);
         names.insert(model.name);
-        EXPECT_EQ(FindCameraModel(model.name).productId, model.productId);
+        EXPECT_EQ(findCameraModel(model.name).productId, model.productId);
         EXPECT_LE(model.maxLongExposure, 0x7FFFFFFFU) << "a control carries 31 bits";
         EXPECT_LE(model.initialGain, model.maxGain);
     }
     EXPECT_EQ(units.size(), 6U);
     EXPECT_EQ(gainTypes, (std::set<std::uint32_t>{0, 1, 2, 3, 4, 5}));
-    EXPECT_EQ(names.size(), CameraModels().size());
-    EXPECT_THROW(FindCameraModel("none"), std::invalid_argument);
+    EXPECT_EQ(names.size(), cameraModels().size());
+    EXPECT_THROW(findCameraModel("none"), std::invalid_argument);
 }
 
 TEST(CameraModel, UnitsFollowTheProductId) {
-    SCameraModel model = CameraModels().front();
+    SCameraModel model = cameraModels().front();
     const std::pair<std::uint32_t, EExposureUnit> expected[] = {
         {0x111, EExposureUnit::ComputedRows},    {0x211, EExposureUnit::ComputedRows},
         {0x112, EExposureUnit::Lines},           {0x212, EExposureUnit::Lines},
@@ -48,12 +48,12 @@ TEST(CameraModel, UnitsFollowTheProductId) {
         {0x115, EExposureUnit::Clocks},          {0, EExposureUnit::Clocks}};
     for (const auto& [id, unit] : expected) {
         model.productId = id;
-        EXPECT_EQ(ExposureUnit(model), unit) << std::hex << id;
+        EXPECT_EQ(exposureUnit(model), unit) << std::hex << id;
     }
 }
 
 TEST(CameraModel, GainCurves) {
-    SCameraModel model = CameraModels().front();
+    SCameraModel model = cameraModels().front();
     struct SPoint {
         std::uint32_t type;
         std::uint16_t value;
@@ -67,29 +67,29 @@ TEST(CameraModel, GainCurves) {
         {4, 60, 6.0},     {5, 100, 3.51}};
     for (const SPoint& point : points) {
         model.gainType = point.type;
-        EXPECT_NEAR(GainDb(model, point.value), point.db, 0.0002) << point.type << ' ' << point.value;
-        EXPECT_NEAR(20.0 * std::log10(LinearGain(model, point.value)), point.db, 0.0002)
+        EXPECT_NEAR(gainDb(model, point.value), point.db, 0.0002) << point.type << ' ' << point.value;
+        EXPECT_NEAR(20.0 * std::log10(linearGain(model, point.value)), point.db, 0.0002)
             << point.type << ' ' << point.value;
     }
 }
 
-TEST(CameraModel, DigitalGain) {
-    SCameraModel model = CameraModels().front();
+TEST(CameraModel, digitalGain) {
+    SCameraModel model = cameraModels().front();
     model.hasDigitalGain = true;
     model.maxDigitalGain = 255;
     model.digitalGainFromOne = false;
-    EXPECT_EQ(DigitalGain(model, 128), 2.0);
-    EXPECT_EQ(DigitalGain(model, 400), 255.0 / 64.0);
+    EXPECT_EQ(digitalGain(model, 128), 2.0);
+    EXPECT_EQ(digitalGain(model, 400), 255.0 / 64.0);
     model.digitalGainFromOne = true;
-    EXPECT_EQ(DigitalGain(model, 128), 3.0);
+    EXPECT_EQ(digitalGain(model, 128), 3.0);
     model.hasDigitalGain = false;
-    EXPECT_EQ(DigitalGain(model, 128), 1.0);
+    EXPECT_EQ(digitalGain(model, 128), 1.0);
 }
 
 TEST(CameraModel, ExposureSecondsByHand) {
     const auto seconds = [](std::string_view name, std::uint32_t value) {
-        const SCameraModel& model = FindCameraModel(name);
-        return ExposureSeconds(model, FullFrame(model), value);
+        const SCameraModel& model = findCameraModel(name);
+        return exposureSeconds(model, FullFrame(model), value);
     };
     // Row of 2 x max(450 + 2304 / 2, 346 + 140) = 3204 clocks, offset 426 clocks, 100 MHz.
     EXPECT_NEAR(seconds("rolling-4m", 100), (320400 - 426) / 100e6, 1e-12);
@@ -105,59 +105,59 @@ TEST(CameraModel, ExposureSecondsByHand) {
 }
 
 TEST(CameraModel, ComputedRowsFollowWidthAndBinning) {
-    const SCameraModel& model = FindCameraModel("rolling-4m");
+    const SCameraModel& model = findCameraModel("rolling-4m");
     STiming timing = FullFrame(model);
     timing.binningCodeH = 2;
     timing.binningCodeV = 2;
     timing.imageWidth = 576;
     timing.imageHeight = 432;
     // 2 x max(1458 + 288, 4 x 346 + 140) = 3492 clocks, offset 4 x 416 + 10.
-    EXPECT_NEAR(LineSeconds(model, timing), 3492 / 100e6, 1e-15);
-    EXPECT_NEAR(ExposureSeconds(model, timing, 10), (34920 - 1674) / 100e6, 1e-12);
+    EXPECT_NEAR(lineSeconds(model, timing), 3492 / 100e6, 1e-15);
+    EXPECT_NEAR(exposureSeconds(model, timing, 10), (34920 - 1674) / 100e6, 1e-12);
     timing.vBlank = 55;
-    EXPECT_NEAR(FramePeriodSeconds(model, timing), (432 + 13 + 55) * 3492 / 100e6, 1e-12);
+    EXPECT_NEAR(framePeriodSeconds(model, timing), (432 + 13 + 55) * 3492 / 100e6, 1e-12);
 }
 
 TEST(CameraModel, FramePeriodCountsBlanking) {
     // Reported lines and blanking give the frame rate the way each kind of model counts.
-    for (const SCameraModel& model : CameraModels()) {
-        if (ExposureUnit(model) == EExposureUnit::ComputedRows) {
+    for (const SCameraModel& model : cameraModels()) {
+        if (exposureUnit(model) == EExposureUnit::ComputedRows) {
             continue;
         }
         STiming timing = FullFrame(model);
         timing.vBlank = 200;
-        const bool included = ExposureUnit(model) == EExposureUnit::Lines;
+        const bool included = exposureUnit(model) == EExposureUnit::Lines;
         const double extra = model.productId == 0x713 ? 28.0 : 0.0;
-        const double lines = ReportedVLines(model, timing) + extra + (included ? 0.0 : 200.0);
-        EXPECT_NEAR(FramePeriodSeconds(model, timing), lines * model.totalHClock / model.clockHz, 1e-12) << model.name;
+        const double lines = reportedVLines(model, timing) + extra + (included ? 0.0 : 200.0);
+        EXPECT_NEAR(framePeriodSeconds(model, timing), lines * model.totalHClock / model.clockHz, 1e-12) << model.name;
     }
 }
 
 TEST(CameraModel, ExposureSettingsAndSecondsAreInverse) {
-    for (const SCameraModel& model : CameraModels()) {
+    for (const SCameraModel& model : cameraModels()) {
         const STiming timing = FullFrame(model);
         for (std::uint32_t value = 1; value < model.maxLongExposure / 3; value = value * 3 + 1) {
-            const double seconds = ExposureSeconds(model, timing, value);
-            const std::uint32_t back = ExposureFromSeconds(model, timing, seconds);
+            const double seconds = exposureSeconds(model, timing, value);
+            const std::uint32_t back = exposureFromSeconds(model, timing, seconds);
             EXPECT_GE(back, value) << model.name; // several settings may share one time
-            EXPECT_DOUBLE_EQ(ExposureSeconds(model, timing, back), seconds) << model.name;
+            EXPECT_DOUBLE_EQ(exposureSeconds(model, timing, back), seconds) << model.name;
         }
-        EXPECT_EQ(ExposureFromSeconds(model, timing, 0.0), 1U);
-        EXPECT_EQ(ExposureFromSeconds(model, timing, 1e9), model.maxLongExposure);
-        EXPECT_EQ(ExposureSeconds(model, timing, model.maxLongExposure), ExposureSeconds(model, timing, 0xFFFFFFFFU));
+        EXPECT_EQ(exposureFromSeconds(model, timing, 0.0), 1U);
+        EXPECT_EQ(exposureFromSeconds(model, timing, 1e9), model.maxLongExposure);
+        EXPECT_EQ(exposureSeconds(model, timing, model.maxLongExposure), exposureSeconds(model, timing, 0xFFFFFFFFU));
     }
 }
 
 TEST(CameraModel, LongestShortExposureFitsTheFrame) {
-    for (const SCameraModel& model : CameraModels()) {
+    for (const SCameraModel& model : cameraModels()) {
         STiming timing = FullFrame(model);
         for (const std::uint32_t vBlank : {0U, 500U}) {
             timing.vBlank = vBlank;
-            const std::uint32_t value = MaxShortExposure(model, timing);
-            const double period = FramePeriodSeconds(model, timing);
-            EXPECT_LE(ExposureSeconds(model, timing, value), period) << model.name;
-            EXPECT_GT(ExposureSeconds(model, timing, value), 0.99 * period) << model.name;
-            EXPECT_EQ(ExposureSeconds(model, timing, 0), ExposureSeconds(model, timing, value)) << model.name;
+            const std::uint32_t value = maxShortExposure(model, timing);
+            const double period = framePeriodSeconds(model, timing);
+            EXPECT_LE(exposureSeconds(model, timing, value), period) << model.name;
+            EXPECT_GT(exposureSeconds(model, timing, value), 0.99 * period) << model.name;
+            EXPECT_EQ(exposureSeconds(model, timing, 0), exposureSeconds(model, timing, value)) << model.name;
         }
     }
 }

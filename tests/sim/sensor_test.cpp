@@ -222,7 +222,7 @@ TEST(Sensor, AnAreaEqualsThatPartOfTheFrame) {
     }
 }
 
-TEST(Sensor, MonoBinningAveragesNeighbours) {
+TEST(Sensor, MonoBinningAveragesNeighbors) {
     // Levels of the row: 100, 200, 300, 400, 500 (the odd one out is not read); two equal rows of them.
     std::vector<float> pixels;
     for (int row = 0; row < 2; ++row) {
@@ -277,7 +277,7 @@ TEST(Sensor, BinningReducesNoise) {
     EXPECT_NEAR(Variance(sensor.ReadRaw(exposure, {0, 0, 200, 100})), 400.0 / 8.0, 3.0);
 }
 
-TEST(Sensor, MaskedPixelTakesTheMeanOfSameColorNeighbours) {
+TEST(Sensor, MaskedPixelTakesTheMeanOfSameColorNeighbors) {
     SSensorConfig config = Ideal(8, 4);
     config.colorArray = 2;
     std::vector<float> pixels;

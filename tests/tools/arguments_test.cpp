@@ -158,7 +158,7 @@ INSTANTIATE_TEST_SUITE_P(
         convertBad({"-W", "2", "-H", "2", "-f", "mono8", "second.raw"}, "second.raw"),
         convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--paint"}, "--paint")));
 
-TEST(ConvertFormats, ThoseOfColourTakeNoColourArrayAndNoStageOfRawFrames) {
+TEST(ConvertFormats, ThoseOfColorTakeNoColorArrayAndNoStageOfRawFrames) {
     for (const char* const format :
          {"bgr8", "bgr10", "ycrcb411", "ycrcb422", "ycrcb444", "ycrcb411-bt709", "ycrcb422-bt709", "ycrcb444-bt709"}) {
         const SResult result = runVekcam(convertWith({"-W", "2", "-H", "2", "-a", "rggb", "-f", format}));

@@ -85,7 +85,7 @@ TEST_F(Calibrate, MeanOfTheFramesAndHowTheyWereTaken) {
     expectPart(result.out, "5 of 320 x 240 pixels, raw12, rggb");
 
     // The same camera, without the program.
-    const sim::SCameraModel& model = sim::FindCameraModel("global-1m");
+    const sim::SCameraModel& model = sim::findCameraModel("global-1m");
     sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
     sensor.width = kWidth;
     sensor.height = kHeight;

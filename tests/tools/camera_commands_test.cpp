@@ -40,16 +40,16 @@ nlohmann::json units(const Arguments& arguments) {
 }
 
 TEST(Units, RangesAreTheModels) {
-    for (const sim::SCameraModel& model : sim::CameraModels()) {
+    for (const sim::SCameraModel& model : sim::cameraModels()) {
         SCOPED_TRACE(std::string(model.name));
         const nlohmann::json ranges = units({"--sim", std::string(model.name)})["ranges"];
         EXPECT_EQ(ranges["gain"]["min"]["value"], model.initialGain);
         EXPECT_EQ(ranges["gain"]["max"]["value"], model.maxGain);
-        EXPECT_NEAR(ranges["gain"]["max"]["dB"].get<double>(), sim::GainDb(model, model.maxGain), 1e-3);
+        EXPECT_NEAR(ranges["gain"]["max"]["dB"].get<double>(), sim::gainDb(model, model.maxGain), 1e-3);
         EXPECT_EQ(ranges["exposure"]["max"]["clocks"], model.maxLongExposure);
         EXPECT_LE(ranges["exposure"]["maxShort"]["clocks"], model.maxLongExposure);
         EXPECT_EQ(ranges["digitalGain"]["max"]["value"], model.maxDigitalGain);
-        EXPECT_NEAR(ranges["digitalGain"]["max"]["times"].get<double>(), sim::DigitalGain(model, model.maxDigitalGain),
+        EXPECT_NEAR(ranges["digitalGain"]["max"]["times"].get<double>(), sim::digitalGain(model, model.maxDigitalGain),
                     1e-3);
     }
 }

@@ -12,7 +12,7 @@ namespace {
 
 class Convert : public CConversionTest {};
 
-TEST_F(Convert, NoneGivesEachPixelItsOwnColour) {
+TEST_F(Convert, NoneGivesEachPixelItsOwnColor) {
     // R 10  G 20
     // G 30  B 40
     const SPng image = Converted({10, 20, 30, 40}, sized(2, 2, {"-f", "raw8", "-a", "rggb", "-m", "none"}));
@@ -98,7 +98,7 @@ TEST_F(Convert, SamplesAboveTheRangeCountAsTheLargest) {
     EXPECT_EQ(Converted(littleEndian({0x4000}), sized(1, 1, {"-f", "mono14"})).samples, (Samples{0xFFFF}));
 }
 
-TEST_F(Convert, GreyAtEightBits) {
+TEST_F(Convert, GrayAtEightBits) {
     const SPng image = Converted({0x00, 0x5A, 0xFF}, sized(3, 1, {"-f", "mono8"}));
     EXPECT_EQ(image.channels, 1U);
     EXPECT_EQ(image.bits, 8U);
@@ -107,7 +107,7 @@ TEST_F(Convert, GreyAtEightBits) {
               (Samples{0x0000, 0x5A5A, 0xFFFF}));
 }
 
-TEST_F(Convert, MethodMonoShowsBayerSamplesAsGrey) {
+TEST_F(Convert, MethodMonoShowsBayerSamplesAsGray) {
     // Three columns: the library pads the grey row of three bytes, the file does not.
     const SPng image = Converted({1, 2, 3, 4, 5, 6}, sized(3, 2, {"-f", "raw8", "-a", "gbrg", "-m", "mono"}));
     EXPECT_EQ(image.channels, 1U);
@@ -137,7 +137,7 @@ TEST_F(Convert, Nearest2TakesTheSamplesOfEachBlock) {
     EXPECT_EQ(redsOf(Converted(kReds, sized(4, 4, {"-f", "raw8", "-a", "rggb", "-m", "6"}))), expected);
 }
 
-TEST_F(Convert, BilinearFalseColourReductionMeasuresAtTheCentreOfEachBlock) {
+TEST_F(Convert, BilinearFalseColorReductionMeasuresAtTheCenterOfEachBlock) {
     // The centre of the first block is a quarter of the way to the next red: (9 x 10 + 3 x 50 + 3 x 90 + 130) / 16.
     const Samples reds = redsOf(Converted(kReds, sized(4, 4, {"-f", "raw8", "-a", "rggb", "-m", "bilinear-fcr"})));
     EXPECT_EQ(reds[0], 40U);
@@ -146,7 +146,7 @@ TEST_F(Convert, BilinearFalseColourReductionMeasuresAtTheCentreOfEachBlock) {
     EXPECT_EQ(reds, redsOf(Converted(kReds, sized(4, 4, {"-f", "raw8", "-a", "rggb", "-m", "5"}))));
 }
 
-TEST_F(Convert, BicubicUsesFourNeighbours) {
+TEST_F(Convert, BicubicUsesFourNeighbors) {
     // A green row G 0 - G 0 - G 160 - G 0: between the middle two 5/8 x (0 + 160) - 1/8 x (0 + 0).
     const std::vector<std::uint8_t> raw = {9, 0, 9, 0, 9, 160, 9, 0, 0, 7, 0, 7, 160, 7, 0, 7};
     const SPng image = Converted(raw, sized(8, 2, {"-f", "raw8", "-a", "rggb", "-m", "bicubic"}));
@@ -316,14 +316,14 @@ TEST_F(Convert, YCrCb411OfAnyWidth) {
     EXPECT_EQ(Converted({77, 80, 128, 90}, sized(3, 1, {"-f", "ycrcb411-bt709", "-m", "mono"})).samples.size(), 3U);
 }
 
-TEST_F(Convert, PictureStagesOfColourFormats) {
+TEST_F(Convert, PictureStagesOfColorFormats) {
     EXPECT_EQ(Converted({1, 2, 3}, sized(1, 1, {"-f", "bgr8", "--matrix", "1,0,0,0,1,0,0,0,1"})).samples,
               (Samples{4, 3, 2}));
 }
 
-TEST_F(Convert, WhatTheSimulatedCameraSendsLooksTheSameInEveryColourFormat) {
+TEST_F(Convert, WhatTheSimulatedCameraSendsLooksTheSameInEveryColorFormat) {
     // 4:4:4 is exact to a level of rounding; shared chroma shows at the chart's edges only, so the patches agree.
-    const sim::SCameraModel& model = sim::FindCameraModel("global-1m");
+    const sim::SCameraModel& model = sim::findCameraModel("global-1m");
     sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
     sensor.width = 320;
     sensor.height = 240;
@@ -400,7 +400,7 @@ TEST_F(Convert, DisplayLevelsAreThoseOfTheFormat) {
     EXPECT_EQ(image.samples, (Samples{0, 0, 22, 128, 255, 255}));
 }
 
-TEST_F(Convert, DisplayBalancesToGrey) {
+TEST_F(Convert, DisplayBalancesToGray) {
     // A uniform red 50, green 100, blue 25: gains 2, 1 and 4 give 100 / 255 for all, 168.1 on the sRGB curve.
     const std::vector<std::uint8_t> raw = {50, 100, 100, 25};
     EXPECT_EQ(Converted(raw, sized(2, 2, {"-f", "raw8", "-a", "rggb", "--display", "--white", "255"})).samples,

@@ -52,7 +52,7 @@ TEST_F(Demo, WritesAndListsItsPictures) {
 }
 
 TEST_F(Demo, ChartLooksRightInEveryPhase) {
-    for (const sim::SCameraModel& model : sim::CameraModels()) {
+    for (const sim::SCameraModel& model : sim::cameraModels()) {
         if (model.colorArray == 1) {
             continue;
         }
@@ -84,14 +84,14 @@ TEST_F(Demo, ChartLooksRightInEveryPhase) {
 }
 
 TEST_F(Demo, ExposureSettlesFirstOnEveryModel) {
-    for (const sim::SCameraModel& model : sim::CameraModels()) {
+    for (const sim::SCameraModel& model : sim::cameraModels()) {
         const std::string text = Run({"--frames", "1", "--model", std::string(model.name)});
         EXPECT_NE(text.find("\n  settled after "), std::string::npos) << model.name << '\n' << text;
         EXPECT_LT(text.find("settled after "), text.find("pictures, balanced"));
     }
 }
 
-TEST_F(Demo, MonochromeModelGivesGreyPictures) {
+TEST_F(Demo, MonochromeModelGivesGrayPictures) {
     Run({"--frames", "1", "--model", "clock-vga"});
     EXPECT_EQ(Names("demo"), (Arguments{"deep-16bit.png", "frame1-mono.png"}));
     EXPECT_EQ(readPng(Path("demo/deep-16bit.png")).channels, 1U);
@@ -113,11 +113,11 @@ TEST_F(Demo, KeepsRawFramesThatConvertMakesTheSamePicturesOf) {
     expectPart(text, frame);
     expectPart(text, Path("demo/deep.raw") + "    -W 320 -H 240 -f raw12 -a bggr\n");
     // Method mono shows the samples: the demo's grey levels rise where the raw ones do.
-    const SPng grey = readPng(Path("demo/frame1-mono.png"));
+    const SPng gray = readPng(Path("demo/frame1-mono.png"));
     const std::vector<std::uint8_t> raw = readFile(Path("demo/frame1.raw"));
     std::map<std::uint8_t, std::set<std::uint16_t>> shown;
     for (std::size_t i = 0; i < raw.size(); ++i) {
-        shown[raw[i]].insert(grey.samples[i]);
+        shown[raw[i]].insert(gray.samples[i]);
     }
     EXPECT_GT(shown.size(), 50U);
     std::uint16_t before = 0;
@@ -136,7 +136,7 @@ TEST_F(Demo, WithoutNoiseTheSeedAndTheFrameDoNotMatter) {
     EXPECT_EQ(readFile(Path("a/deep.raw")), readFile(Path("b/deep.raw")));
 }
 
-TEST_F(Demo, TruthHasAllColoursOfEveryPixel) {
+TEST_F(Demo, TruthHasAllColorsOfEveryPixel) {
     // Red, green and blue of the sensor's filters: what stands in a pixel of the mosaic is one of them, in every phase.
     for (const auto& [model, places] : {std::pair<const char*, std::array<unsigned, 4>>{"global-1m", {0, 1, 1, 2}},
                                         {"line-2m", {2, 1, 1, 0}},

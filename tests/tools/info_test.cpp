@@ -21,7 +21,7 @@ nlohmann::json controlOf(sim::CSimulatedDriver& driver, std::uint32_t id) {
 }
 
 TEST(Info, JsonHasTheCamerasValues) {
-    for (const sim::SCameraModel& model : sim::CameraModels()) {
+    for (const sim::SCameraModel& model : sim::cameraModels()) {
         SCOPED_TRACE(std::string(model.name));
         sim::CSimulatedDriver driver(model);
         const nlohmann::json info = printedJson({"info", "--json", "--sim", std::string(model.name)});
@@ -58,9 +58,9 @@ TEST(Info, JsonNamesWhatTheCodesMean) {
     EXPECT_EQ(blueFirst["colorArray"]["name"], "bggr");
     EXPECT_EQ(blueFirst["pixelFormat"]["name"], "BayerBG10");
     EXPECT_EQ(blueFirst["pixelFormat"]["value"], "0x0110000F");
-    const nlohmann::json grey = printedJson({"info", "--json", "--sim=clock-vga"});
-    EXPECT_EQ(grey["colorArray"]["name"], "mono");
-    EXPECT_EQ(grey["pixelFormat"]["name"], "Mono10");
+    const nlohmann::json gray = printedJson({"info", "--json", "--sim=clock-vga"});
+    EXPECT_EQ(gray["colorArray"]["name"], "mono");
+    EXPECT_EQ(gray["pixelFormat"]["name"], "Mono10");
 }
 
 TEST(Info, TextHasTheSameValues) {

@@ -15,7 +15,7 @@ protected:
     }
 };
 
-TEST_F(Measure, PlacesAreNamedByTheColourArray) {
+TEST_F(Measure, PlacesAreNamedByTheColorArray) {
     const std::string file = Write("cell.raw", {10, 20, 30, 40});
     const auto averages = [&](const char* colorArray) {
         return Run({file, "-W", "2", "-H", "2", "-f", "raw8", "-a", colorArray})["averages"];

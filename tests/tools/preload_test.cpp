@@ -42,7 +42,7 @@ void expectSameAsSimulated(const Arguments& arguments, const std::string& model)
 }
 
 TEST(OnADevice, InfoIsTheSame) {
-    for (const sim::SCameraModel& model : sim::CameraModels()) {
+    for (const sim::SCameraModel& model : sim::cameraModels()) {
         expectSameAsSimulated({"info", "--json"}, std::string(model.name));
     }
     expectSameAsSimulated({"info"}, "line-2m");

@@ -22,7 +22,7 @@ protected:
     }
 };
 
-TEST_F(RealFrames, ColourChartHasItsColours) {
+TEST_F(RealFrames, ColorChartHasItsColors) {
     const std::string frame = Frame("ColorCheckerRAW_1920x1080_12bit_BGGR.raw");
     if (frame.empty()) {
         GTEST_SKIP() << "VEKCAM_DATA_DIR has no such frame";

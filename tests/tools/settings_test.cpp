@@ -485,7 +485,7 @@ protected:
     }
 
     /// A row of grey pixels.
-    Samples Greys(const std::string& settings, const Arguments& options = {}) const {
+    Samples Grays(const std::string& settings, const Arguments& options = {}) const {
         return Converted({0, 100, 255}, {"-W", "3", "-H", "1", "-f", "mono8"}, settings, options).samples;
     }
 };
@@ -499,7 +499,7 @@ TEST_F(ConvertSettings, WhiteBalanceFollowsTheFile) {
     EXPECT_EQ(Picture("WBMode 3"), Picture("", {"--wb", "auto"}));
 }
 
-TEST_F(ConvertSettings, EachRawColourHasItsCurve) {
+TEST_F(ConvertSettings, EachRawColorHasItsCurve) {
     // Negative curves of gamma 1: 255 less the sample.
     EXPECT_EQ(Cell("GammaModeR 2"), (Samples{245, 20, 30, 40}));
     EXPECT_EQ(Cell("GammaModeGr 2"), (Samples{10, 235, 30, 40}));
@@ -509,17 +509,17 @@ TEST_F(ConvertSettings, EachRawColourHasItsCurve) {
 }
 
 TEST_F(ConvertSettings, LumaCurveFollowsTheFile) {
-    EXPECT_EQ(Greys("GammaModeY 2"), (Samples{255, 155, 0}));
-    EXPECT_EQ(Greys("GammaModeY 1 BrightnessY 20"), (Samples{20, 120, 255}));
-    EXPECT_EQ(Greys("GammaModeY 255"), (Samples{0, 100, 255})); // a new handle's table
+    EXPECT_EQ(Grays("GammaModeY 2"), (Samples{255, 155, 0}));
+    EXPECT_EQ(Grays("GammaModeY 1 BrightnessY 20"), (Samples{20, 120, 255}));
+    EXPECT_EQ(Grays("GammaModeY 255"), (Samples{0, 100, 255})); // a new handle's table
     // What an option does not say stays the file's.
-    EXPECT_EQ(Greys("GammaModeY 1 GammaY 220 BrightnessY 20", {"--gamma", "1"}), (Samples{20, 120, 255}));
-    EXPECT_EQ(Greys("GammaModeY 1 BrightnessY 20", {"--brightness", "30"}), (Samples{30, 130, 255}));
-    EXPECT_EQ(Greys("GammaModeY 2 GammaY 220", {"--gamma", "1"}), (Samples{255, 155, 0}));
-    EXPECT_EQ(Greys("GammaModeY 0 BrightnessY 20", {"--gamma", "1"}), (Samples{0, 100, 255}));
+    EXPECT_EQ(Grays("GammaModeY 1 GammaY 220 BrightnessY 20", {"--gamma", "1"}), (Samples{20, 120, 255}));
+    EXPECT_EQ(Grays("GammaModeY 1 BrightnessY 20", {"--brightness", "30"}), (Samples{30, 130, 255}));
+    EXPECT_EQ(Grays("GammaModeY 2 GammaY 220", {"--gamma", "1"}), (Samples{255, 155, 0}));
+    EXPECT_EQ(Grays("GammaModeY 0 BrightnessY 20", {"--gamma", "1"}), (Samples{0, 100, 255}));
 }
 
-TEST_F(ConvertSettings, ColourStagesAndSharpnessFollowTheFile) {
+TEST_F(ConvertSettings, ColorStagesAndSharpnessFollowTheFile) {
     const Samples plain = Picture("");
     const auto expectSame = [&](const std::string& settings, const Arguments& withFile, const Arguments& without) {
         SCOPED_TRACE(settings);

@@ -15,13 +15,13 @@ protected:
     }
 
     /// A frame of one cell, R 10, G 20 / G 30, B 40, each pixel in its own colour only.
-    Samples OwnColours(const Arguments& stages, const std::string& colorArray = "rggb") const {
+    Samples OwnColors(const Arguments& stages, const std::string& colorArray = "rggb") const {
         return Converted({10, 20, 30, 40}, {"-W", "2", "-H", "2", "-f", "raw8", "-a", colorArray, "-m", "none"}, stages)
             .samples;
     }
 
     /// The upper left pixel of a frame of one cell, where all pixels share red and blue.
-    Samples CellColour(const std::vector<std::uint8_t>& cell, const Arguments& stages) const {
+    Samples CellColor(const std::vector<std::uint8_t>& cell, const Arguments& stages) const {
         Samples samples =
             Converted(cell, {"-W", "2", "-H", "2", "-f", "raw8", "-a", "rggb", "-m", "nearest"}, stages).samples;
         samples.resize(3);
@@ -29,7 +29,7 @@ protected:
     }
 
     /// A row of grey pixels.
-    Samples Greys(const std::vector<std::uint8_t>& row, const Arguments& stages) const {
+    Samples Grays(const std::vector<std::uint8_t>& row, const Arguments& stages) const {
         return Converted(row, {"-W", std::to_string(row.size()), "-H", "1", "-f", "mono8"}, stages).samples;
     }
 
@@ -44,14 +44,14 @@ protected:
 
 // ---- each stage ----
 
-TEST_F(Stages, WhiteBalanceMultipliesEachColour) {
+TEST_F(Stages, WhiteBalanceMultipliesEachColor) {
     // 1.7 is 217.6 of 128, rounded 218: 40 x 218 / 128 = 68.1.
-    EXPECT_EQ(OwnColours({"--wb", "2.0,1,0.5,1.7"}), (Samples{20, 0, 0, 0, 20, 0, 0, 15, 0, 0, 0, 68}));
+    EXPECT_EQ(OwnColors({"--wb", "2.0,1,0.5,1.7"}), (Samples{20, 0, 0, 0, 20, 0, 0, 15, 0, 0, 0, 68}));
     // Blue 10 x 218 / 128 = 17.03; the green of a blue row is the third factor's.
-    EXPECT_EQ(OwnColours({"--wb", "2.0,1,0.5,1.7"}, "bggr"), (Samples{0, 0, 17, 0, 10, 0, 0, 30, 0, 80, 0, 0}));
-    EXPECT_EQ(OwnColours({"--wb", "1,1,1,1"}), (Samples{10, 0, 0, 0, 20, 0, 0, 30, 0, 0, 0, 40}));
+    EXPECT_EQ(OwnColors({"--wb", "2.0,1,0.5,1.7"}, "bggr"), (Samples{0, 0, 17, 0, 10, 0, 0, 30, 0, 80, 0, 0}));
+    EXPECT_EQ(OwnColors({"--wb", "1,1,1,1"}), (Samples{10, 0, 0, 0, 20, 0, 0, 30, 0, 0, 0, 40}));
     // The largest factor, and none at all. 255 ends the range.
-    EXPECT_EQ(OwnColours({"--wb", "511.99,0,1,6.375"}), (Samples{255, 0, 0, 0, 0, 0, 0, 30, 0, 0, 0, 255}));
+    EXPECT_EQ(OwnColors({"--wb", "511.99,0,1,6.375"}), (Samples{255, 0, 0, 0, 0, 0, 0, 30, 0, 0, 0, 255}));
 }
 
 TEST_F(Stages, WhiteBalanceRowsAreNotPadded) {
@@ -64,88 +64,88 @@ TEST_F(Stages, WhiteBalanceRowsAreNotPadded) {
 
 TEST_F(Stages, AutomaticWhiteBalanceMakesRedAndBlueAsBrightAsGreen) {
     // Factors 2 and 4.
-    EXPECT_EQ(CellColour({50, 100, 100, 25}, {"--wb", "auto"}), (Samples{100, 100, 100}));
+    EXPECT_EQ(CellColor({50, 100, 100, 25}, {"--wb", "auto"}), (Samples{100, 100, 100}));
     // The greens' mean is what counts, 90; 128 x 90 / 30 = 384 is a factor of 3. Blue 45 doubles.
-    EXPECT_EQ(CellColour({30, 80, 100, 45}, {"--wb", "auto"}), (Samples{90, 80, 90}));
+    EXPECT_EQ(CellColor({30, 80, 100, 45}, {"--wb", "auto"}), (Samples{90, 80, 90}));
 }
 
-TEST_F(Stages, RawGammaBendsAllColours) {
+TEST_F(Stages, RawGammaBendsAllColors) {
     // 255 x sqrt(x / 255): 10 becomes 50.5, 20 71.4, 30 87.5, 40 101.0; a half is added and the fraction cut off.
-    EXPECT_EQ(OwnColours({"--raw-gamma", "2"}), (Samples{50, 0, 0, 0, 71, 0, 0, 87, 0, 0, 0, 101}));
+    EXPECT_EQ(OwnColors({"--raw-gamma", "2"}), (Samples{50, 0, 0, 0, 71, 0, 0, 87, 0, 0, 0, 101}));
     // Exponent 2: 40 x 40 / 255 = 6.3.
-    EXPECT_EQ(OwnColours({"--raw-gamma", "0.5"}), (Samples{0, 0, 0, 0, 2, 0, 0, 4, 0, 0, 0, 6}));
-    EXPECT_EQ(OwnColours({"--raw-gamma", "1.00"}), (Samples{10, 0, 0, 0, 20, 0, 0, 30, 0, 0, 0, 40}));
+    EXPECT_EQ(OwnColors({"--raw-gamma", "0.5"}), (Samples{0, 0, 0, 0, 2, 0, 0, 4, 0, 0, 0, 6}));
+    EXPECT_EQ(OwnColors({"--raw-gamma", "1.00"}), (Samples{10, 0, 0, 0, 20, 0, 0, 30, 0, 0, 0, 40}));
 }
 
-TEST_F(Stages, GammaOfGreys) {
+TEST_F(Stages, GammaOfGrays) {
     // 255 x sqrt(x / 255): 16.0, 127.7.
-    EXPECT_EQ(Greys({0, 1, 64, 255}, {"--gamma", "2"}), (Samples{0, 16, 128, 255}));
+    EXPECT_EQ(Grays({0, 1, 64, 255}, {"--gamma", "2"}), (Samples{0, 16, 128, 255}));
     // Hundredths: 2.2 is 220; 255 x (64 / 255)^(1 / 2.2) = 136.1.
-    EXPECT_EQ(Greys({64}, {"--gamma", "2.2"}), (Samples{136}));
-    EXPECT_EQ(Greys({0, 1, 64, 255}, {"--gamma", "1"}), (Samples{0, 1, 64, 255}));
+    EXPECT_EQ(Grays({64}, {"--gamma", "2.2"}), (Samples{136}));
+    EXPECT_EQ(Grays({0, 1, 64, 255}, {"--gamma", "1"}), (Samples{0, 1, 64, 255}));
 }
 
-TEST_F(Stages, GammaAddsTheChangeOfLumaToEachColour) {
+TEST_F(Stages, GammaAddsTheChangeOfLumaToEachColor) {
     // Luma of red 10: 3. 255 x sqrt(3 / 255) = 27.7, rounded 28: 25 more.
     // Of green 20: 12, which becomes 55.3: 43 more. Of green 30: 18, 67.7: 50 more. Of blue 40: 5, 35.7: 31 more.
-    EXPECT_EQ(OwnColours({"--gamma", "2"}), (Samples{35, 25, 25, 43, 63, 43, 50, 80, 50, 31, 31, 71}));
+    EXPECT_EQ(OwnColors({"--gamma", "2"}), (Samples{35, 25, 25, 43, 63, 43, 50, 80, 50, 31, 31, 71}));
 }
 
 TEST_F(Stages, Brightness) {
-    EXPECT_EQ(Greys({0, 100, 250}, {"--brightness", "10"}), (Samples{10, 110, 255}));
-    EXPECT_EQ(Greys({0, 10, 11, 255}, {"--brightness", "-10"}), (Samples{0, 0, 1, 245}));
+    EXPECT_EQ(Grays({0, 100, 250}, {"--brightness", "10"}), (Samples{10, 110, 255}));
+    EXPECT_EQ(Grays({0, 10, 11, 255}, {"--brightness", "-10"}), (Samples{0, 0, 1, 245}));
 }
 
 TEST_F(Stages, Contrast) {
     // Steepness 255 / (255 - 2 x 27) = 1.2687. 28 becomes 1.27, 128 128.1, 227 253.7.
-    EXPECT_EQ(Greys({0, 27, 28, 128, 227, 228, 255}, {"--contrast", "27"}), (Samples{0, 0, 1, 128, 254, 255, 255}));
+    EXPECT_EQ(Grays({0, 27, 28, 128, 227, 228, 255}, {"--contrast", "27"}), (Samples{0, 0, 1, 128, 254, 255, 255}));
     // A step.
-    EXPECT_EQ(Greys({127, 128}, {"--contrast", "127"}), (Samples{0, 255}));
+    EXPECT_EQ(Grays({127, 128}, {"--contrast", "127"}), (Samples{0, 255}));
     // With brightness 27 the input 1 is where 28 was.
-    EXPECT_EQ(Greys({0, 1, 200}, {"--contrast", "27", "--brightness", "27"}), (Samples{0, 1, 254}));
+    EXPECT_EQ(Grays({0, 1, 200}, {"--contrast", "27", "--brightness", "27"}), (Samples{0, 1, 254}));
 }
 
-TEST_F(Stages, MatrixMixesColours) {
+TEST_F(Stages, MatrixMixesColors) {
     const std::vector<std::uint8_t> cell = {10, 20, 30, 40};
     // Samples count as one more than they are.
-    EXPECT_EQ(CellColour(cell, {"--matrix", "1,0,0,0,1,0,0,0,1"}), (Samples{11, 21, 41}));
-    EXPECT_EQ(CellColour(cell, {"--matrix", "0,0,1,0,1,0,1,0,0"}), (Samples{41, 21, 11}));
+    EXPECT_EQ(CellColor(cell, {"--matrix", "1,0,0,0,1,0,0,0,1"}), (Samples{11, 21, 41}));
+    EXPECT_EQ(CellColor(cell, {"--matrix", "0,0,1,0,1,0,1,0,0"}), (Samples{41, 21, 11}));
     // Each product loses its fraction: red 5 + 10 + 20, green 21 - 20, blue below 0.
-    EXPECT_EQ(CellColour(cell, {"--matrix", "0.5,0.5,0.5,0,1,-0.5,-1,0,0.1"}), (Samples{35, 1, 0}));
-    EXPECT_EQ(CellColour(cell, {"--matrix", "-1,1,1,0,10,3,0,0,1"}), (Samples{51, 255, 41}));
+    EXPECT_EQ(CellColor(cell, {"--matrix", "0.5,0.5,0.5,0,1,-0.5,-1,0,0.1"}), (Samples{35, 1, 0}));
+    EXPECT_EQ(CellColor(cell, {"--matrix", "-1,1,1,0,10,3,0,0,1"}), (Samples{51, 255, 41}));
 }
 
 TEST_F(Stages, MatrixOfTwelveHasOffsets) {
-    EXPECT_EQ(CellColour({10, 20, 30, 40}, {"--matrix", "1,0,0,5,0,1,0,-7.5,0,0,1,-50"}), (Samples{16, 14, 0}));
+    EXPECT_EQ(CellColor({10, 20, 30, 40}, {"--matrix", "1,0,0,5,0,1,0,-7.5,0,0,1,-50"}), (Samples{16, 14, 0}));
 }
 
 TEST_F(Stages, Hue) {
     // A third of a turn: red 0.2072 R + 1.3879 G - 0.5951 B, green 0.1979 R + 0.2202 G + 0.5819 B, blue
     // 1.0555 R + 0.3719 G - 0.4274 B of the samples and 1: 2 + 29 - 24, 2 + 4 + 23, 11 + 7 - 17.
-    EXPECT_EQ(CellColour({10, 20, 30, 40}, {"--hue", "120"}), (Samples{7, 29, 1}));
+    EXPECT_EQ(CellColor({10, 20, 30, 40}, {"--hue", "120"}), (Samples{7, 29, 1}));
     // The same the other way round.
-    EXPECT_EQ(CellColour({10, 20, 30, 40}, {"--hue", "-240"}), (Samples{7, 29, 1}));
-    EXPECT_EQ(CellColour({10, 20, 30, 40}, {"--hue", "0"}), (Samples{11, 21, 41}));
+    EXPECT_EQ(CellColor({10, 20, 30, 40}, {"--hue", "-240"}), (Samples{7, 29, 1}));
+    EXPECT_EQ(CellColor({10, 20, 30, 40}, {"--hue", "0"}), (Samples{11, 21, 41}));
 }
 
 TEST_F(Stages, Saturation) {
     // 0.2989 x 11, 0.5866 x 21 and 0.1145 x 41 without their fractions: 3 + 12 + 4.
-    EXPECT_EQ(CellColour({10, 20, 30, 40}, {"--saturation", "0"}), (Samples{19, 19, 19}));
-    EXPECT_EQ(CellColour({10, 20, 30, 40}, {"--saturation", "100"}), (Samples{11, 21, 41}));
+    EXPECT_EQ(CellColor({10, 20, 30, 40}, {"--saturation", "0"}), (Samples{19, 19, 19}));
+    EXPECT_EQ(CellColor({10, 20, 30, 40}, {"--saturation", "100"}), (Samples{11, 21, 41}));
 }
 
 TEST_F(Stages, ChromaSuppression) {
     // Luma of 200, 100, 50 is 60 + 59 + 6 = 125.
     const std::vector<std::uint8_t> cell = {200, 100, 100, 50};
     // 26 x 128 / 16384 of the way to green: red 20.3 less, blue 10.2 more.
-    EXPECT_EQ(CellColour(cell, {"--suppress-high", "100,128"}), (Samples{180, 100, 60}));
-    EXPECT_EQ(CellColour(cell, {"--suppress-low", "150,128"}), (Samples{180, 100, 60}));
-    EXPECT_EQ(CellColour(cell, {"--suppress-high", "100,1024"}), (Samples{100, 100, 100}));
-    EXPECT_EQ(CellColour(cell, {"--suppress-high", "125,1024"}), (Samples{200, 100, 50}));
-    EXPECT_EQ(CellColour(cell, {"--suppress-low", "125,1024"}), (Samples{200, 100, 50}));
+    EXPECT_EQ(CellColor(cell, {"--suppress-high", "100,128"}), (Samples{180, 100, 60}));
+    EXPECT_EQ(CellColor(cell, {"--suppress-low", "150,128"}), (Samples{180, 100, 60}));
+    EXPECT_EQ(CellColor(cell, {"--suppress-high", "100,1024"}), (Samples{100, 100, 100}));
+    EXPECT_EQ(CellColor(cell, {"--suppress-high", "125,1024"}), (Samples{200, 100, 50}));
+    EXPECT_EQ(CellColor(cell, {"--suppress-low", "125,1024"}), (Samples{200, 100, 50}));
 }
 
-TEST_F(Stages, SharpnessOfGreys) {
+TEST_F(Stages, SharpnessOfGrays) {
     // Half of the difference of 16 more; with coring 6 half of 10.
     EXPECT_EQ(Middle(116, {"--sharpness", "50"}), 124U);
     EXPECT_EQ(Middle(116, {"--sharpness", "50,6"}), 121U);
@@ -157,17 +157,17 @@ TEST_F(Stages, SharpnessOfGreys) {
     EXPECT_EQ(Middle(0, {"--sharpness", "300,170"}), 0U);
 }
 
-TEST_F(Stages, SharpnessOfColours) {
+TEST_F(Stages, SharpnessOfColors) {
     // One cell of 140, three of 100: differences of luma are 25 at the inner corner, -10 beside it, -5 across. The
     // border stays.
     const std::vector<std::uint8_t> raw = {140, 140, 100, 100, 140, 140, 100, 100,
                                            100, 100, 100, 100, 100, 100, 100, 100};
     const SPng image =
         Converted(raw, {"-W", "4", "-H", "4", "-f", "raw8", "-a", "rggb", "-m", "nearest"}, {"--sharpness", "100"});
-    const Samples greys = {140, 140, 100, 100, 140, 165, 90, 100, 100, 90, 95, 100, 100, 100, 100, 100};
+    const Samples grays = {140, 140, 100, 100, 140, 165, 90, 100, 100, 90, 95, 100, 100, 100, 100, 100};
     Samples expected;
-    for (const std::uint16_t grey : greys) {
-        expected.insert(expected.end(), {grey, grey, grey});
+    for (const std::uint16_t gray : grays) {
+        expected.insert(expected.end(), {gray, gray, gray});
     }
     EXPECT_EQ(image.samples, expected);
 }
@@ -179,7 +179,7 @@ struct STurn {
     unsigned width;
     unsigned height;
     Samples samples; ///< of the turned mosaic
-    Samples colours; ///< channel of each: 0 red, 1 green, 2 blue
+    Samples colors;  ///< channel of each: 0 red, 1 green, 2 blue
 };
 
 void PrintTo(const STurn& turn, std::ostream* stream) {
@@ -188,7 +188,7 @@ void PrintTo(const STurn& turn, std::ostream* stream) {
 
 class Turn : public Stages, public ::testing::WithParamInterface<STurn> {};
 
-TEST_P(Turn, MovesPixelsAndKeepsTheirColours) {
+TEST_P(Turn, MovesPixelsAndKeepsTheirColors) {
     // R1 G2 R3 G4
     // G5 B6 G7 B8
     const SPng image = Converted({1, 2, 3, 4, 5, 6, 7, 8},
@@ -197,7 +197,7 @@ TEST_P(Turn, MovesPixelsAndKeepsTheirColours) {
     EXPECT_EQ(image.height, GetParam().height);
     Samples expected(24);
     for (std::size_t i = 0; i < 8; ++i) {
-        expected[3 * i + GetParam().colours[i]] = GetParam().samples[i];
+        expected[3 * i + GetParam().colors[i]] = GetParam().samples[i];
     }
     EXPECT_EQ(image.samples, expected);
 }
@@ -213,7 +213,7 @@ INSTANTIATE_TEST_SUITE_P(
         STurn{{"--mirror", "h", "--rotate", "cw"}, 2, 4, {8, 4, 7, 3, 6, 2, 5, 1}, {2, 1, 1, 0, 2, 1, 1, 0}},
         STurn{{"--rotate", "CCW", "--mirror", "v"}, 2, 4, {8, 4, 7, 3, 6, 2, 5, 1}, {2, 1, 1, 0, 2, 1, 1, 0}}));
 
-TEST_F(Stages, GreysOfAnyOddSizeAreTurned) {
+TEST_F(Stages, GraysOfAnyOddSizeAreTurned) {
     const SPng image = Converted({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15},
                                  {"-W", "5", "-H", "3", "-f", "mono8"}, {"--rotate", "cw", "--mirror", "h"});
     EXPECT_EQ(image.width, 3U);
@@ -226,7 +226,7 @@ TEST_F(Stages, GreysOfAnyOddSizeAreTurned) {
               (Samples{3, 2, 1}));
 }
 
-TEST_F(Stages, ColoursOfALargeFrameStayWhereTheyBelong) {
+TEST_F(Stages, ColorsOfALargeFrameStayWhereTheyBelong) {
     // Every Bayer phase, turned and demosaiced: a red patch in the upper left quarter of a blue frame.
     constexpr unsigned side = 40;
     const struct {
@@ -325,12 +325,12 @@ TEST_F(Stages, OddSizes) {
 
 TEST_F(Stages, WhiteBalanceComesBeforeTheRawGamma) {
     // 32 doubled is 64, and 255 x sqrt(64 / 255) = 127.7; the other way round it would be 180.
-    EXPECT_EQ(CellColour({32, 0, 0, 0}, {"--raw-gamma", "2", "--wb", "2,1,1,1"}), (Samples{128, 0, 0}));
+    EXPECT_EQ(CellColor({32, 0, 0, 0}, {"--raw-gamma", "2", "--wb", "2,1,1,1"}), (Samples{128, 0, 0}));
 }
 
 TEST_F(Stages, WhiteBalanceComesBeforeTheRotation) {
     // The green beside red, 20, doubles. After the turn it stands beside blue: G 30  R 10 / B 40  G 40.
-    EXPECT_EQ(OwnColours({"--rotate", "cw", "--wb", "1,2,1,1"}), (Samples{0, 30, 0, 10, 0, 0, 0, 0, 40, 0, 40, 0}));
+    EXPECT_EQ(OwnColors({"--rotate", "cw", "--wb", "1,2,1,1"}), (Samples{0, 30, 0, 10, 0, 0, 0, 0, 40, 0, 40, 0}));
 }
 
 TEST_F(Stages, RawGammaComesBeforeTheDemosaicing) {
@@ -351,13 +351,13 @@ TEST_F(Stages, RotationComesBeforeTheDemosaicing) {
 
 TEST_F(Stages, ChromaSuppressionComesAfterTheMatrix) {
     // The matrix makes green 11 of red 10: the others follow that, not the 20 which green was.
-    EXPECT_EQ(CellColour({10, 20, 30, 40}, {"--suppress-low", "255,16384", "--matrix", "1,0,0,1,0,0,0,0,1"}),
+    EXPECT_EQ(CellColor({10, 20, 30, 40}, {"--suppress-low", "255,16384", "--matrix", "1,0,0,1,0,0,0,0,1"}),
               (Samples{11, 11, 11}));
 }
 
 TEST_F(Stages, MatrixComesBeforeTheLumaCurve) {
     // 41, 21, 11 has luma 12 + 12 + 1 = 25, which becomes 79.8: 55 more. The other way round red would be 92.
-    EXPECT_EQ(CellColour({10, 20, 30, 40}, {"--gamma", "2", "--matrix", "0,0,1,0,1,0,1,0,0"}), (Samples{96, 76, 66}));
+    EXPECT_EQ(CellColor({10, 20, 30, 40}, {"--gamma", "2", "--matrix", "0,0,1,0,1,0,1,0,0"}), (Samples{96, 76, 66}));
 }
 
 TEST_F(Stages, LumaCurveComesBeforeTheSharpness) {
@@ -374,7 +374,7 @@ TEST_P(StageRefusal, ExitTwoWithOneLine) {
                   GetParam().message + '\n');
 }
 
-Arguments greyFrame(const Arguments& stages) {
+Arguments grayFrame(const Arguments& stages) {
     return sized(4, 4, joined({{"-f", "mono8"}, stages}));
 }
 
@@ -389,15 +389,15 @@ Arguments bayerFrame(const Arguments& stages) {
 INSTANTIATE_TEST_SUITE_P(
     Combinations, StageRefusal,
     ::testing::Values(
-        SRefusal{greyFrame({"--wb", "auto"}), ": --wb needs a Bayer frame: this one is mono"},
-        SRefusal{greyFrame({"--raw-gamma", "2"}), ": --raw-gamma needs a Bayer frame: this one is mono"},
-        SRefusal{greyFrame({"--matrix", "1,0,0,0,1,0,0,0,1"}),
+        SRefusal{grayFrame({"--wb", "auto"}), ": --wb needs a Bayer frame: this one is mono"},
+        SRefusal{grayFrame({"--raw-gamma", "2"}), ": --raw-gamma needs a Bayer frame: this one is mono"},
+        SRefusal{grayFrame({"--matrix", "1,0,0,0,1,0,0,0,1"}),
                  ": --matrix needs a colour picture: a mono frame is grey"},
-        SRefusal{greyFrame({"--hue", "5"}), ": --hue needs a colour picture: a mono frame is grey"},
-        SRefusal{greyFrame({"--saturation", "50"}), ": --saturation needs a colour picture: a mono frame is grey"},
-        SRefusal{greyFrame({"--suppress-high", "1,1"}),
+        SRefusal{grayFrame({"--hue", "5"}), ": --hue needs a colour picture: a mono frame is grey"},
+        SRefusal{grayFrame({"--saturation", "50"}), ": --saturation needs a colour picture: a mono frame is grey"},
+        SRefusal{grayFrame({"--suppress-high", "1,1"}),
                  ": --suppress-high needs a colour picture: a mono frame is grey"},
-        SRefusal{greyFrame({"--suppress-low", "1,1"}), ": --suppress-low needs a colour picture: a mono frame is grey"},
+        SRefusal{grayFrame({"--suppress-low", "1,1"}), ": --suppress-low needs a colour picture: a mono frame is grey"},
         SRefusal{bayerFrame({"-m", "mono", "--hue", "5"}),
                  ": --hue needs a colour picture: that of method mono is grey"},
         SRefusal{bayerFrame(3, 4, {"--mirror", "h"}), ": --mirror of a Bayer frame needs an even width and height"},

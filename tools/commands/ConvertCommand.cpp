@@ -36,10 +36,10 @@ std::optional<unsigned> checkedLevel(const char* option, const std::optional<std
         return std::nullopt;
     }
     const unsigned largest = maxSample(format.depth);
-    const std::optional<unsigned> level = sim::ReadWhole<unsigned>(*text, 0, largest);
+    const std::optional<unsigned> level = sim::readWhole<unsigned>(*text, 0, largest);
     if (!level) {
         throw CBadArguments(fmt::format("{}: {} with format {}", option,
-                                        sim::WholeComplaint(*text, "0", std::to_string(largest)), format.name));
+                                        sim::wholeComplaint(*text, "0", std::to_string(largest)), format.name));
     }
     return level;
 }

@@ -135,7 +135,7 @@ private:
         SLook look;
         if (image.channels == 3) {
             look.gains =
-                neutralPatchGains(image, mDriver->Scene().Patches(), range).value_or(greyWorldGains(image, range));
+                neutralPatchGains(image, mDriver->Scene().Patches(), range).value_or(grayWorldGains(image, range));
         }
         look.white = (brightLevel(image, range, look.gains) - range.black) / (range.white - range.black);
         return look;
@@ -152,21 +152,21 @@ private:
             mLook = mLookFor(mHandle.Demosaic(frame, VEK_DEMOSAIC_BILINEAR_SIMPLE));
         }
         for (const SMethodText& text : kMethodTexts) {
-            const bool grey = frame.colorArray == VEK_COLOR_ARRAY_MONO;
-            if (grey && text.method != VEK_DEMOSAIC_MONO) {
+            const bool gray = frame.colorArray == VEK_COLOR_ARRAY_MONO;
+            if (gray && text.method != VEK_DEMOSAIC_MONO) {
                 continue; // every method gives the same grey picture
             }
             mvWrite(fmt::format("frame{}-{}.png", number, methodName(text.method)),
                     mHandle.Demosaic(frame, text.method), 8,
-                    fmt::format("frame {}, {}", number, grey ? "samples of the monochrome sensor" : text.explanation));
+                    fmt::format("frame {}, {}", number, gray ? "samples of the monochrome sensor" : text.explanation));
         }
     }
 
     void mvShowDeepFrame(const SRawFrame& frame) {
         const unsigned char method = VEK_DEMOSAIC_BILINEAR_SIMPLE;
-        const bool grey = frame.colorArray == VEK_COLOR_ARRAY_MONO;
+        const bool gray = frame.colorArray == VEK_COLOR_ARRAY_MONO;
         mvWrite("deep-16bit.png", mHandle.Demosaic(frame, method), 16,
-                grey ? "a 12-bit frame as a 16-bit picture: finer steps in the shadows"
+                gray ? "a 12-bit frame as a 16-bit picture: finer steps in the shadows"
                      : "a 12-bit frame, bilinear, as a 16-bit picture: finer steps in the shadows");
     }
 

@@ -78,7 +78,7 @@ std::optional<SSettingChange> parsedChange(std::string_view text, std::string& c
     if (const auto code = findCode(names, value)) {
         return SSettingChange{*index, static_cast<long>(*code)};
     }
-    const std::optional<long> number = sim::ReadWhole<long>(value, setting.Lowest(), setting.Highest());
+    const std::optional<long> number = sim::readWhole<long>(value, setting.Lowest(), setting.Highest());
     if (!number) {
         const std::string numbers = fmt::format("{} to {}", setting.Lowest(), setting.Highest());
         complaint = "is neither of: " + nameList(names) + ", nor a number of " + numbers;

@@ -15,14 +15,14 @@ namespace {
 
 /// "X,Y,W,H", W and H 1 or more; nothing for another text.
 std::optional<SRegion> parsedRegion(std::string_view text) {
-    const std::vector<std::string_view> parts = sim::SplitText(text, ',');
+    const std::vector<std::string_view> parts = sim::splitText(text, ',');
     std::array<std::uint32_t, 4> values{};
     if (parts.size() != values.size()) {
         return std::nullopt;
     }
     for (std::size_t i = 0; i < values.size(); ++i) {
         constexpr std::uint32_t kLargest = std::numeric_limits<std::uint32_t>::max();
-        const std::optional<std::uint32_t> value = sim::ReadWhole<std::uint32_t>(parts[i], i < 2 ? 0 : 1, kLargest);
+        const std::optional<std::uint32_t> value = sim::readWhole<std::uint32_t>(parts[i], i < 2 ? 0 : 1, kLargest);
         if (!value) {
             return std::nullopt;
         }

@@ -10,14 +10,14 @@ namespace vek::tools {
 
 std::optional<std::vector<SLightStep>> parsedLightSteps(std::string_view text) {
     std::vector<SLightStep> steps;
-    for (const std::string_view part : sim::SplitText(text, ',')) {
-        const std::vector<std::string_view> pair = sim::SplitText(part, ':');
+    for (const std::string_view part : sim::splitText(text, ',')) {
+        const std::vector<std::string_view> pair = sim::splitText(part, ':');
         if (pair.size() != 2) {
             return std::nullopt;
         }
         constexpr unsigned kLargest = std::numeric_limits<unsigned>::max();
-        const std::optional<unsigned> frame = sim::ReadWhole<unsigned>(pair[0], 0, kLargest);
-        const std::optional<double> light = sim::ReadNumber(pair[1], 0, sim::kMaxLightLevel);
+        const std::optional<unsigned> frame = sim::readWhole<unsigned>(pair[0], 0, kLargest);
+        const std::optional<double> light = sim::readNumber(pair[1], 0, sim::kMaxLightLevel);
         if (!frame || !light || (!steps.empty() && *frame <= steps.back().frame)) {
             return std::nullopt;
         }

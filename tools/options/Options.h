@@ -39,7 +39,7 @@ inline CLI::Validator isCodeOf(std::span<const SName> names) {
         [names](std::string& text) {
             return findCode(names, text)
                        ? std::string()
-                       : sim::CodeComplaint(text, nameList(names), names.front().code, names.back().code);
+                       : sim::codeComplaint(text, nameList(names), names.front().code, names.back().code);
         },
         "");
 }
@@ -50,7 +50,7 @@ inline CLI::Validator isTransferFormat() {
         [](std::string& text) {
             return findTransferFormat(text) != nullptr
                        ? std::string()
-                       : sim::CodeComplaint(text, transferFormatList(), kTransferFormats.front().code,
+                       : sim::codeComplaint(text, transferFormatList(), kTransferFormats.front().code,
                                             kTransferFormats.back().code);
         },
         "");
@@ -77,8 +77,8 @@ CLI::Validator wholeRange(T low, T high) {
     const std::string highest = std::to_string(high);
     return CLI::Validator(
         [=](std::string& text) {
-            const std::optional<T> value = sim::ReadWhole<T>(text, low, high);
-            std::string complaint = value ? std::string() : sim::WholeComplaint(text, lowest, highest);
+            const std::optional<T> value = sim::readWhole<T>(text, low, high);
+            std::string complaint = value ? std::string() : sim::wholeComplaint(text, lowest, highest);
             text = value ? std::to_string(*value) : text;
             return complaint;
         },
@@ -99,16 +99,16 @@ inline CLI::Validator signedRange(std::int64_t low, std::int64_t high) {
 inline CLI::Validator numberRange(double low, double high) {
     return CLI::Validator(
         [=](std::string& text) {
-            return sim::ReadNumber(text, low, high) ? std::string() : sim::NumberComplaint(text, low, high);
+            return sim::readNumber(text, low, high) ? std::string() : sim::numberComplaint(text, low, high);
         },
-        sim::PlainText(low) + ".." + sim::PlainText(high));
+        sim::plainText(low) + ".." + sim::plainText(high));
 }
 
 /// One of two whole numbers.
 inline CLI::Validator eitherOf(unsigned one, unsigned other) {
     return CLI::Validator(
         [=](std::string& text) {
-            const std::optional<unsigned> value = sim::ReadWhole<unsigned>(text, one, other);
+            const std::optional<unsigned> value = sim::readWhole<unsigned>(text, one, other);
             const bool taken = value == one || value == other;
             std::string complaint = taken ? "" : fmt::format("\"{}\" is neither {} nor {}", text, one, other);
             text = taken ? std::to_string(*value) : text;
@@ -127,7 +127,7 @@ inline std::string wrapped(std::string_view text) {
     constexpr std::size_t kWidth = 77;
     std::string lines;
     std::size_t lineLength = 0;
-    for (const std::string_view word : sim::SplitText(text, ' ')) {
+    for (const std::string_view word : sim::splitText(text, ' ')) {
         const bool fits = lineLength + 1 + word.size() <= kWidth;
         lines += lines.empty() ? "" : fits ? " " : "\n";
         lines += word;

@@ -30,8 +30,8 @@ constexpr SName kRotations[] = {{VEK_ROTATION_CLOCKWISE, "cw"}, {VEK_ROTATION_CO
 std::vector<double> decimals(std::string_view text) {
     constexpr double kLargest = std::numeric_limits<double>::max();
     std::vector<double> numbers;
-    for (const std::string_view part : sim::SplitText(text, ',')) {
-        const std::optional<double> number = sim::ReadNumber(part, -kLargest, kLargest);
+    for (const std::string_view part : sim::splitText(text, ',')) {
+        const std::optional<double> number = sim::readNumber(part, -kLargest, kLargest);
         if (!number) {
             return {};
         }
@@ -53,7 +53,7 @@ std::optional<T> scaled(double value, double scale, T low = std::numeric_limits<
 /// A whole number that fits its type.
 template <class T>
 std::optional<T> whole(std::string_view text) {
-    return sim::ReadWhole<T>(text, 0, std::numeric_limits<T>::max());
+    return sim::readWhole<T>(text, 0, std::numeric_limits<T>::max());
 }
 
 std::optional<SBalance> parsedBalance(std::string_view text) {
@@ -106,7 +106,7 @@ std::optional<short> parsedHue(std::string_view text) {
 }
 
 std::optional<SChromaLimit> parsedChromaLimit(std::string_view text) {
-    const std::vector<std::string_view> parts = sim::SplitText(text, ',');
+    const std::vector<std::string_view> parts = sim::splitText(text, ',');
     if (parts.size() != 2) {
         return std::nullopt;
     }
@@ -116,7 +116,7 @@ std::optional<SChromaLimit> parsedChromaLimit(std::string_view text) {
 }
 
 std::optional<SSharpness> parsedSharpness(std::string_view text) {
-    const std::vector<std::string_view> parts = sim::SplitText(text, ',');
+    const std::vector<std::string_view> parts = sim::splitText(text, ',');
     if (parts.size() > 2) {
         return std::nullopt;
     }

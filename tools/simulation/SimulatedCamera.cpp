@@ -39,20 +39,20 @@ std::vector<sim::SHotPixel> randomHotPixels(const sim::SSensorConfig& sensor, un
 
 std::string modelList() {
     std::vector<client::SName> names;
-    for (const sim::SCameraModel& model : sim::CameraModels()) {
+    for (const sim::SCameraModel& model : sim::cameraModels()) {
         names.push_back({model.productId, model.name});
     }
     return client::nameList(names);
 }
 
 bool isModel(const std::string& name) {
-    const auto& models = sim::CameraModels();
+    const auto& models = sim::cameraModels();
     return std::any_of(models.begin(), models.end(),
                        [&](const sim::SCameraModel& model) { return model.name == name; });
 }
 
 const sim::SCameraModel& modelNamed(const std::string& name) {
-    return sim::FindCameraModel(name.empty() ? kDefaultModel : name);
+    return sim::findCameraModel(name.empty() ? kDefaultModel : name);
 }
 
 sim::SSensorConfig sensorOf(const sim::SCameraModel& model, const SSimulatedSetup& setup) {
@@ -71,14 +71,14 @@ sim::SSensorConfig sensorOf(const sim::SCameraModel& model, const SSimulatedSetu
 }
 
 CSimulatedCamera::CSimulatedCamera(std::shared_ptr<sim::CSimulatedDriver> driver)
-    : mName("simulated camera " + std::string(driver->Model().name)), mFd(sim::OpenSimulatedCamera(std::move(driver))) {
+    : mName("simulated camera " + std::string(driver->Model().name)), mFd(sim::openSimulatedCamera(std::move(driver))) {
     if (mFd < 0) {
         throw client::CFailure(mName + ": cannot open: " + client::systemMessage(errno));
     }
 }
 
 CSimulatedCamera::~CSimulatedCamera() {
-    sim::CloseSimulatedCamera(mFd);
+    sim::closeSimulatedCamera(mFd);
 }
 
 } // namespace vek::tools

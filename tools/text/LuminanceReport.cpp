@@ -48,8 +48,8 @@ std::size_t cellOf(double level) {
 /// The level as a mark on a scale on which the dead band is drawn.
 std::string gaugeOf(const SLuminanceStep& step, unsigned target) {
     std::string gauge(kGaugeCells, '.');
-    const int centre = static_cast<int>(target);
-    for (std::size_t i = cellOf(centre - kDeadBand); i <= cellOf(centre + kDeadBand); ++i) {
+    const int center = static_cast<int>(target);
+    for (std::size_t i = cellOf(center - kDeadBand); i <= cellOf(center + kDeadBand); ++i) {
         gauge[i] = '=';
     }
     gauge[cellOf(step.level)] = '#';

@@ -31,8 +31,8 @@ constexpr std::size_t pixelLayout(unsigned channels) {
 template <class T>
 struct SDemosaicRows {
     /// B = G = R = src. Reads and writes columns 0 .. width-1; any width.
-    using Grey = void (*)(const T* src, T* dst, std::size_t width);
-    Grey grey[kPixelLayouts];
+    using Gray = void (*)(const T* src, T* dst, std::size_t width);
+    Gray gray[kPixelLayouts];
 
     /// The own colour of each column, 0 in the two others. Any width.
     using None = void (*)(const T* row, T* dst, std::size_t width);
@@ -62,15 +62,15 @@ struct SDemosaicRows {
 
     /// Red and blue weighted 9, 3, 3, 1 with the next samples of their colour: those of the row two further, upperFar
     /// and lowerFar (the own row again where the image ends), and of the column two further. Width 3 and more.
-    using Centre = void (*)(const T* upper, const T* lower, const T* upperFar, const T* lowerFar, T* dst,
+    using Center = void (*)(const T* upper, const T* lower, const T* upperFar, const T* lowerFar, T* dst,
                             std::size_t width);
-    Centre bilinearFalseColorReduction[kBayerRows][kPixelLayouts];
+    Center bilinearFalseColorReduction[kBayerRows][kPixelLayouts];
 
     // BiCubic works on one colour of a row at a time, a sample for each column.
 
     /// The row's two colours at columns from .. to-1 by cubic convolution: green and the other one, from green[0] and
     /// colour[0] on. from: even. Width 2 and more.
-    using Cubic = void (*)(const T* row, T* green, T* colour, std::size_t from, std::size_t to, std::size_t width);
+    using Cubic = void (*)(const T* row, T* green, T* color, std::size_t from, std::size_t to, std::size_t width);
     Cubic biCubic[kBayerRows];
 
     /// A row's third colour from that of the rows 1 and 3 above and below it, by cubic convolution or as a mean. Any
@@ -110,7 +110,7 @@ struct SYCrCbRows {
     using ToBgr = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, const int (*table)[256]);
     ToBgr toBgr[kYCrCbSpaces][kPackings][kPixelLayouts];
     /// dst[x]: luma of pixel x through row 0 of the table, which full range leaves as it is. Any width.
-    void (*toGrey[kYCrCbSpaces][kPackings])(const std::uint8_t* src, std::uint8_t* dst, std::size_t width,
+    void (*toGray[kYCrCbSpaces][kPackings])(const std::uint8_t* src, std::uint8_t* dst, std::size_t width,
                                             const int (*table)[256]);
 };
 
@@ -216,7 +216,7 @@ struct SSharpening {
 /// said. Samples behind a pixel's third are never written, and those behind the row's last pixel not read either. Words
 /// above a table take its last entry. maxValue: at most what the sample holds. Any width.
 template <class T>
-struct SColourRows {
+struct SColorRows {
     /// The change of luma under curve is added to the three samples, which stay within 0 .. maxValue.
     void (*lumaCurve)(T* row, std::size_t width, std::size_t step, const SLumaTables& luma, const SLumaCurve& curve,
                       unsigned maxValue);
@@ -233,11 +233,11 @@ struct SColourRows {
     void (*sum3)(const T* row, std::uint16_t* sumRow, std::size_t width);
     /// Unsharp mask on columns 1 .. width-2 of a grey row; above and below: sum3 of the rows beside it. Width 3 and
     /// more.
-    void (*sharpenGrey)(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
+    void (*sharpenGray)(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
                         const SSharpening& sharpening);
     /// The same for pixels, by their luma: lumaRow is the row's own, above and below are sums of luma.
-    void (*sharpenColour)(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above,
-                          const std::uint16_t* below, std::size_t width, const SSharpening& sharpening);
+    void (*sharpenColor)(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above,
+                         const std::uint16_t* below, std::size_t width, const SSharpening& sharpening);
 };
 
 /// Sizes of a pixel that is moved as a whole, as an index into a kernel's table: 1, 2, 3, 4, 6, 8 bytes.
@@ -301,8 +301,8 @@ struct SRowTable {
     SCurveRows<std::uint8_t> curves8;
     SCurveRows<std::uint16_t> curves16;
     SGainRows gains;
-    SColourRows<std::uint8_t> colours8;
-    SColourRows<std::uint16_t> colours16;
+    SColorRows<std::uint8_t> colors8;
+    SColorRows<std::uint16_t> colors16;
     SFlipRows flips;
     SYCrCbRows yCrCb;
     SByteRows bytes;
@@ -336,8 +336,8 @@ const SCurveRows<T>& curveRows(const SRowTable& table) {
 
 /// The colour kernels for a sample type.
 template <class T>
-const SColourRows<T>& colourRows(const SRowTable& table) {
-    return forSample<T>(table.colours8, table.colours16);
+const SColorRows<T>& colorRows(const SRowTable& table) {
+    return forSample<T>(table.colors8, table.colors16);
 }
 
 /// The noise reduction kernels for a sample type.

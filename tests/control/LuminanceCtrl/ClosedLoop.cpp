@@ -19,7 +19,7 @@ constexpr unsigned kWidth = 64;
 constexpr unsigned kHeight = 48;
 
 std::shared_ptr<sim::CSimulatedDriver> makeDriver(std::string_view name, std::uint32_t exposure, unsigned gain) {
-    const sim::SCameraModel& model = sim::FindCameraModel(name);
+    const sim::SCameraModel& model = sim::findCameraModel(name);
     sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
     sensor.width = kWidth;
     sensor.height = kHeight;
@@ -33,7 +33,7 @@ std::shared_ptr<sim::CSimulatedDriver> makeDriver(std::string_view name, std::ui
 } // namespace
 
 CClosedLoop::CClosedLoop(std::string_view model, std::uint32_t exposure, unsigned gain)
-    : mDriver(makeDriver(model, exposure, gain)), mFd(sim::OpenSimulatedCamera(mDriver)), mHandle(VekCam_Open(mFd)),
+    : mDriver(makeDriver(model, exposure, gain)), mFd(sim::openSimulatedCamera(mDriver)), mHandle(VekCam_Open(mFd)),
       mFrame(mDriver->FrameSize()) {
     if (mFd < 0 || mHandle == nullptr) {
         throw std::runtime_error("no camera");
@@ -42,7 +42,7 @@ CClosedLoop::CClosedLoop(std::string_view model, std::uint32_t exposure, unsigne
 
 CClosedLoop::~CClosedLoop() {
     VekCam_Close(mHandle);
-    sim::CloseSimulatedCamera(mFd);
+    sim::closeSimulatedCamera(mFd);
 }
 
 unsigned CClosedLoop::MaxShortExposure() {

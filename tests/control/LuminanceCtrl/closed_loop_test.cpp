@@ -37,7 +37,7 @@ bool isGainMode(unsigned mode) {
 
 class AlcClosedLoop : public ::testing::TestWithParam<SLoopModel> {
 protected:
-    static const sim::SCameraModel& Model() { return sim::FindCameraModel(GetParam().name); }
+    static const sim::SCameraModel& Model() { return sim::findCameraModel(GetParam().name); }
     static std::string Name() { return GetParam().name; }
 
     /// A loop that starts at one end of its range.

@@ -71,7 +71,7 @@ TEST_F(CGoldenChroma, YellowBelowTheHighLevelStays) {
 }
 
 // Luma 29 + 147 + 60 = 236, strength 1024 x 37, more than full: the pixel turns grey.
-TEST_F(CGoldenChroma, BrightPixelTurnsGrey) {
+TEST_F(CGoldenChroma, BrightPixelTurnsGray) {
     High(200, 1024);
     ExpectBytes({250, 250, 200}, {250, 250, 250});
 }
@@ -123,7 +123,7 @@ TEST_F(CGoldenChroma, OverlappingPartsTakeTheStrongerOne) {
 }
 
 // Blue and red that equal green stay at any strength, and so does green.
-TEST_F(CGoldenChroma, GreyStays) {
+TEST_F(CGoldenChroma, GrayStays) {
     Low(300, 65535);
     High(0, 65535);
     ExpectBytes({77, 77, 77}, {77, 77, 77});
@@ -189,7 +189,7 @@ TEST_F(CGoldenChroma, LargestWordsDoNotOverflow) {
 }
 
 // Grey images are success and stay as they are, and need no image at all.
-TEST_F(CGoldenChroma, GreyFormats) {
+TEST_F(CGoldenChroma, GrayFormats) {
     Low(65535, 65535);
     High(0, 65535);
     std::uint8_t bytes[3] = {1, 2, 3};

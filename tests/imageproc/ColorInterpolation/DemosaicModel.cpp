@@ -19,12 +19,12 @@ bool isYCrCb(unsigned short colorArray) {
     return colorArray >= 6 && colorArray <= 11;
 }
 
-bool isGreyCopy(const SDemosaicCall& call) {
+bool isGrayCopy(const SDemosaicCall& call) {
     return call.method == 0 || call.colorArray == 1;
 }
 
 bool isBlockCopy(const SDemosaicCall& call, std::size_t sampleBytes) {
-    return isGreyCopy(call) && !isYCrCb(call.colorArray) && call.channels == 1 &&
+    return isGrayCopy(call) && !isYCrCb(call.colorArray) && call.channels == 1 &&
            modelSrcPitch(call, sampleBytes) == modelDstPitch(call, sampleBytes);
 }
 
@@ -64,7 +64,7 @@ unsigned long lumaOffset(Packing packing, unsigned long column) {
 unsigned long ycrcbRowBytes(const SDemosaicCall& call) {
     const Packing packing = packingOf(call.colorArray);
     const unsigned long width = call.width;
-    if (isGreyCopy(call)) {
+    if (isGrayCopy(call)) {
         return lumaOffset(packing, width - 1) + 1;
     }
     switch (packing) {
@@ -84,7 +84,7 @@ bool modelDecodes(const SDemosaicCall& call) {
 }
 
 unsigned long modelSmallest(const SDemosaicCall& call) {
-    if (isGreyCopy(call) || isYCrCb(call.colorArray) || call.method == 1) {
+    if (isGrayCopy(call) || isYCrCb(call.colorArray) || call.method == 1) {
         return 1;
     }
     return call.method <= 4 ? 2 : 4;
@@ -94,7 +94,7 @@ unsigned long modelStatus(const SDemosaicCall& call) {
     if (call.colorArray == 0 || call.colorArray > kLastColorArray) {
         return kModelInvalid;
     }
-    if (isGreyCopy(call)) {
+    if (isGrayCopy(call)) {
         const bool taken = call.channels == 1 || call.channels == 3 || call.channels == 4;
         return isYCrCb(call.colorArray) || taken ? 0 : kModelInvalid;
     }
@@ -153,8 +153,8 @@ std::size_t modelSrcBytes(const SDemosaicCall& call, std::size_t sampleBytes) {
     }
     // Bilinear interpolation of an odd width takes one sample behind each row's last. Method 6 does so, too, but not in
     // its last row; it and method 5 leave the last row of an odd height alone.
-    const bool oneMore = !isGreyCopy(call) && call.method == 3 && call.width % 2 == 1;
-    const bool oneRowLess = !isGreyCopy(call) && call.method >= 5 && call.height % 2 == 1;
+    const bool oneMore = !isGrayCopy(call) && call.method == 3 && call.width % 2 == 1;
+    const bool oneRowLess = !isGrayCopy(call) && call.method >= 5 && call.height % 2 == 1;
     const unsigned long samples = call.width + (oneMore ? 1 : 0);
     const unsigned long rows = call.height - (oneRowLess ? 1 : 0);
     return (rows - 1) * pitch + samples * sampleBytes;
@@ -169,7 +169,7 @@ std::size_t modelDstBytes(const SDemosaicCall& call, std::size_t sampleBytes) {
     }
     unsigned long row = call.width * call.channels * sampleBytes;
     if (isYCrCb(call.colorArray)) {
-        row = isGreyCopy(call) ? call.width : call.width * call.channels;
+        row = isGrayCopy(call) ? call.width : call.width * call.channels;
     }
     return (call.height - 1) * modelDstPitch(call, sampleBytes) + row;
 }
@@ -198,18 +198,18 @@ unsigned long CDemosaicModel<T>::Run() {
     }
     if (isYCrCb(mCall.colorArray)) {
         for (unsigned long row = 0; row < mCall.height; ++row) {
-            if (!isGreyCopy(mCall)) {
+            if (!isGrayCopy(mCall)) {
                 YCrCbRow(row);
                 continue;
             }
             for (unsigned long column = 0; column < mCall.width; ++column) {
-                YCrCbGrey(row, column);
+                YCrCbGray(row, column);
             }
         }
         return 0;
     }
-    if (isGreyCopy(mCall)) {
-        Grey();
+    if (isGrayCopy(mCall)) {
+        Gray();
         return 0;
     }
     for (unsigned long row = 0; row < mCall.height; ++row) {
@@ -269,7 +269,7 @@ int CDemosaicModel<T>::Color(unsigned long row, unsigned long column) const {
 }
 
 template <class T>
-void CDemosaicModel<T>::Grey() {
+void CDemosaicModel<T>::Gray() {
     if (isBlockCopy(mCall, sizeof(T))) {
         const std::size_t bytes = mCall.height * mCall.srcPitch;
         if (mReadBytes != nullptr) {
@@ -280,9 +280,9 @@ void CDemosaicModel<T>::Grey() {
     }
     for (unsigned long row = 0; row < mCall.height; ++row) {
         for (unsigned long column = 0; column < mCall.width; ++column) {
-            const T grey = Source(row, column);
+            const T gray = Source(row, column);
             for (int channel = 0; channel < (mCall.channels == 1 ? 1 : 3); ++channel) {
-                Store(row, column, channel, grey);
+                Store(row, column, channel, gray);
             }
         }
     }
@@ -520,7 +520,7 @@ std::int32_t modelYCrCbEntry(bool video, int row, int value) {
 }
 
 template <class T>
-void CDemosaicModel<T>::YCrCbGrey(unsigned long row, unsigned long column) {
+void CDemosaicModel<T>::YCrCbGray(unsigned long row, unsigned long column) {
     const std::uint8_t luma = Byte(row, lumaOffset(packingOf(mCall.colorArray), column));
     const std::int32_t expanded = modelYCrCbEntry(true, kLuma, luma) >> 22;
     StoreByte(row, column, isVideoRange(mCall.colorArray) ? static_cast<std::uint8_t>(expanded) : luma);

@@ -60,7 +60,7 @@ private:
     void Store(unsigned long row, unsigned long column, int channel, T value);
     int Color(unsigned long row, unsigned long column) const;
     T Horizontal(unsigned long row, unsigned long column, int color);
-    void Grey();
+    void Gray();
     void None(unsigned long row, unsigned long column);
     void NearestNeighbor(unsigned long row, unsigned long column);
     void BilinearSimple(unsigned long row, unsigned long column);
@@ -72,7 +72,7 @@ private:
 
     std::uint8_t Byte(unsigned long row, unsigned long offset);
     void StoreByte(unsigned long row, unsigned long offset, std::uint8_t value);
-    void YCrCbGrey(unsigned long row, unsigned long column);
+    void YCrCbGray(unsigned long row, unsigned long column);
     void YCrCbRow(unsigned long row);
     void YCrCbPixel(unsigned long row, unsigned long column, std::uint8_t luma, const std::int32_t (&chroma)[3]);
 

@@ -28,9 +28,9 @@ void forStages(Body body) {
                 }
                 // Pixels of 4:1:1 have one byte and a half.
                 const unsigned sources[] = {2, 3, 2};
-                const unsigned grey = decoded && method == VEK_DEMOSAIC_MONO ? 1 : channels;
+                const unsigned gray = decoded && method == VEK_DEMOSAIC_MONO ? 1 : channels;
                 body(stage, colorArray,
-                     SBandImages{decoded ? sources[colorArray % 3] : 1, grey, sizeof(T) == 1 ? 8U : 12U});
+                     SBandImages{decoded ? sources[colorArray % 3] : 1, gray, sizeof(T) == 1 ? 8U : 12U});
             }
         }
     }

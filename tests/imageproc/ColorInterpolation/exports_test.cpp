@@ -186,7 +186,7 @@ TEST_F(CColorInterpolationCall, RefusalsComeBeforeNoPixels) {
 }
 
 // A copy to one channel may be made in place where rows have no padding: nothing moves.
-TEST_F(CColorInterpolationCall, GreyCopiesInPlace) {
+TEST_F(CColorInterpolationCall, GrayCopiesInPlace) {
     for (const unsigned short colorArray : {std::uint16_t{1}, std::uint16_t{2}, std::uint16_t{5}}) {
         for (const unsigned short bits : {std::uint16_t{8}, std::uint16_t{12}}) {
             const unsigned long width = bits == 8 ? 8 : 6;

@@ -5,7 +5,7 @@
 namespace vek::test {
 
 // Method 0 shows a Bayer image's raw samples as grey.
-TEST(GoldenGrey, BayerSamplesBecomeGreyPixels) {
+TEST(GoldenGray, BayerSamplesBecomeGrayPixels) {
     for (unsigned short colorArray = 1; colorArray <= 5; ++colorArray) {
         expectColor(3, 1, 0, colorArray, {7, 0, 255}, {7, 7, 7, 0, 0, 0, 255, 255, 255});
         expectColor(1, 1, 0, colorArray, {9}, {9, 9, 9});
@@ -14,14 +14,14 @@ TEST(GoldenGrey, BayerSamplesBecomeGreyPixels) {
 }
 
 // A mono image is copied by every method.
-TEST(GoldenGrey, MonoTakesAnyMethod) {
+TEST(GoldenGray, MonoTakesAnyMethod) {
     for (const int method : {0, 1, 2, 3, 4, 5, 6, 7, 200, 255}) {
         expectColor(2, 1, static_cast<unsigned char>(method), 1, {5, 6}, {5, 5, 5, 6, 6, 6});
     }
 }
 
 // Equal pitches and one channel: one block, the padding goes along.
-TEST(GoldenGrey, EqualPitchesCopyThePadding) {
+TEST(GoldenGray, EqualPitchesCopyThePadding) {
     const ColorInterpolationPtr module = makeColorInterpolation();
     std::vector<std::uint8_t> src{1, 2, 3, 91, 92, 4, 5, 6, 93, 94};
     std::vector<std::uint8_t> dst(12, kKept);
@@ -30,7 +30,7 @@ TEST(GoldenGrey, EqualPitchesCopyThePadding) {
 }
 
 // Unequal pitches: rows of W samples, the destination padding stays.
-TEST(GoldenGrey, UnequalPitchesCopyRows) {
+TEST(GoldenGray, UnequalPitchesCopyRows) {
     const ColorInterpolationPtr module = makeColorInterpolation();
     std::vector<std::uint8_t> src{1, 2, 3, 91, 92, 4, 5, 6, 93, 94};
     std::vector<std::uint8_t> dst(12, kKept);
@@ -39,7 +39,7 @@ TEST(GoldenGrey, UnequalPitchesCopyRows) {
 }
 
 // 16 bit, pitches derived: 3 samples are 6 bytes, the destination's rows take 8.
-TEST(GoldenGrey, DerivedPitchIsRoundedUpForWords) {
+TEST(GoldenGray, DerivedPitchIsRoundedUpForWords) {
     const ColorInterpolationPtr module = makeColorInterpolation();
     std::vector<std::uint16_t> src{1000, 2000, 3000, 4000, 5000, 6000};
     std::vector<std::uint16_t> dst(8, kKept);

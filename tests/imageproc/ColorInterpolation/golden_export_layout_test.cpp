@@ -21,7 +21,7 @@ TEST_F(CExportLayout, ColorRowsArePaddedTo4Bytes) {
                                               6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10, 10, 170}));
 }
 
-TEST_F(CExportLayout, GreyRowsArePaddedTo4Bytes) {
+TEST_F(CExportLayout, GrayRowsArePaddedTo4Bytes) {
     const std::vector<std::uint8_t> src{1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
     std::vector<std::uint8_t> dst(16, 170);
     EXPECT_EQ(VekCam_ColorInterpolation(mHandle, 5, 2, VEK_COLOR_ARRAY_RGGB, src.data(), dst.data(), 0, 1, 8), 0);

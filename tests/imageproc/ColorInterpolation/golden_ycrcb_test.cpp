@@ -12,7 +12,7 @@ constexpr unsigned short k411 = 8;
 constexpr unsigned short k422Video = 9;
 constexpr unsigned short k444Video = 10;
 constexpr unsigned short k411Video = 11;
-constexpr unsigned char kGrey = 0;
+constexpr unsigned char kGray = 0;
 constexpr unsigned char kColor = 2;
 
 /// One row of bytes decoded to 3 channels, kKept where nothing is written.
@@ -93,7 +93,7 @@ TEST(GoldenYCrCb, OddPairsReplaceTheFirstPixel) {
 }
 
 // A single pixel of 4:2:2 has no pair before it: luma alone.
-TEST(GoldenYCrCb, OnePixelOfAPairIsGrey) {
+TEST(GoldenYCrCb, OnePixelOfAPairIsGray) {
     EXPECT_EQ(decode(1, k422, {77, 255}), (Pixels{77, 77, 77}));
     EXPECT_EQ(decode(1, k422Video, {235, 0}), (Pixels{254, 254, 254}));
 }
@@ -144,27 +144,27 @@ TEST(GoldenYCrCb, ShortRowsOf411) {
 }
 
 // Grey is luma, a byte a pixel, from the start of the row, also where the rows are wide enough for 3 channels.
-TEST(GoldenYCrCb, GreyFillsTheFirstBytesOfARow) {
-    EXPECT_EQ(decode(2, k444, {10, 1, 2, 20, 3, 4}, kGrey), (Pixels{10, 20, kKept, kKept, kKept, kKept}));
-    EXPECT_EQ(decode(3, k422, {10, 1, 20, 2, 30, 3}, kGrey),
+TEST(GoldenYCrCb, GrayFillsTheFirstBytesOfARow) {
+    EXPECT_EQ(decode(2, k444, {10, 1, 2, 20, 3, 4}, kGray), (Pixels{10, 20, kKept, kKept, kKept, kKept}));
+    EXPECT_EQ(decode(3, k422, {10, 1, 20, 2, 30, 3}, kGray),
               (Pixels{10, 20, 30, kKept, kKept, kKept, kKept, kKept, kKept}));
-    EXPECT_EQ(decode(5, k411, {10, 20, 1, 30, 40, 2, 50}, kGrey),
+    EXPECT_EQ(decode(5, k411, {10, 20, 1, 30, 40, 2, 50}, kGray),
               (Pixels{10, 20, 30, 40, 50, kKept, kKept, kKept, kKept, kKept, kKept, kKept, kKept, kKept, kKept}));
 }
 
 // Grey of every width of 4:1:1, also where colour has none.
-TEST(GoldenYCrCb, GreyOfShortRowsOf411) {
+TEST(GoldenYCrCb, GrayOfShortRowsOf411) {
     const std::vector<std::uint8_t> source{10, 20, 1, 30, 40, 2};
-    EXPECT_EQ(decode(1, k411, source, kGrey), (Pixels{10, kKept, kKept}));
-    EXPECT_EQ(decode(3, k411, source, kGrey)[2], 30);
-    EXPECT_EQ(decode(4, k411, source, kGrey)[3], 40);
+    EXPECT_EQ(decode(1, k411, source, kGray), (Pixels{10, kKept, kKept}));
+    EXPECT_EQ(decode(3, k411, source, kGray)[2], 30);
+    EXPECT_EQ(decode(4, k411, source, kGray)[3], 40);
 }
 
 // Grey of video range: 1.16438 x (Y - 16), the fraction cut off: 126 gives 128.08, 235 gives 254.99.
-TEST(GoldenYCrCb, GreyOfVideoRangeIsExpanded) {
-    EXPECT_EQ(decode(1, k444Video, {126, 9, 9}, kGrey)[0], 128);
-    EXPECT_EQ(decode(2, k422Video, {0, 9, 255, 9}, kGrey), (Pixels{0, 254, kKept, kKept, kKept, kKept}));
-    EXPECT_EQ(decode(2, k411Video, {17, 235, 9}, kGrey), (Pixels{1, 254, kKept, kKept, kKept, kKept}));
+TEST(GoldenYCrCb, GrayOfVideoRangeIsExpanded) {
+    EXPECT_EQ(decode(1, k444Video, {126, 9, 9}, kGray)[0], 128);
+    EXPECT_EQ(decode(2, k422Video, {0, 9, 255, 9}, kGray), (Pixels{0, 254, kKept, kKept, kKept, kKept}));
+    EXPECT_EQ(decode(2, k411Video, {17, 235, 9}, kGray), (Pixels{1, 254, kKept, kKept, kKept, kKept}));
 }
 
 // Through the operations for words everything is bytes too, with rows twice as far apart where pitches are derived.
@@ -190,7 +190,7 @@ TEST(GoldenYCrCb, RowsOf411InWords) {
         src[at] = static_cast<std::uint8_t>(at);
     }
     std::vector<std::uint8_t> dst(8 * 3, kKept);
-    EXPECT_EQ(callShort(*module, {3, 2, 0, 0, kGrey, k411, 1}, reinterpret_cast<std::uint16_t*>(src.data()),
+    EXPECT_EQ(callShort(*module, {3, 2, 0, 0, kGray, k411, 1}, reinterpret_cast<std::uint16_t*>(src.data()),
                         reinterpret_cast<std::uint16_t*>(dst.data())),
               0U);
     EXPECT_EQ(std::vector<int>(dst.begin(), dst.begin() + 11),

@@ -96,7 +96,7 @@ TEST(DemosaicModel, DecodingReadsLumasBehindTheLastGroup) {
     EXPECT_EQ(readsOf({3, 1, 0, 0, 1, 6, 3}), std::vector<bool>(5, true));
 }
 
-TEST(DemosaicModel, EqualPitchesCopyWholeRowsToGrey) {
+TEST(DemosaicModel, EqualPitchesCopyWholeRowsToGray) {
     const std::vector<bool> reads = readsOf({5, 3, 7, 7, 0, 1, 1});
     ASSERT_EQ(reads.size(), 21U);
     EXPECT_EQ(std::count(reads.begin(), reads.end(), true), 21);

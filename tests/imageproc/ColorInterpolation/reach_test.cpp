@@ -142,8 +142,8 @@ TYPED_TEST(CDemosaicReach, PaddingIsNotTouched) {
     for (unsigned long width = 1; width <= 130; ++width) {
         for (unsigned char method = 0; method <= kLastMethod; ++method) {
             for (unsigned short colorArray = 2; colorArray <= kLastColorArray; ++colorArray) {
-                const bool grey = method == 0 && turn % 3 == 0;
-                const auto channels = static_cast<unsigned short>(grey ? 1 : 3 + turn % 2);
+                const bool gray = method == 0 && turn % 3 == 0;
+                const auto channels = static_cast<unsigned short>(gray ? 1 : 3 + turn % 2);
                 ++turn;
                 if (method > 1 && colorArray > kLastBayer) {
                     continue; // decodes as method 1 does

@@ -57,7 +57,7 @@ TEST(CCubicTables, TellingEntries) {
 }
 
 // Every grey keeps its level: 5/8 - 1/8 of twice the level.
-TEST(CCubicTables, GreyStays) {
+TEST(CCubicTables, GrayStays) {
     for (int v = 0; v <= 4095; ++v) {
         EXPECT_EQ(pshtTable_05[2 * v] + pshtTable_15[2 * v], v);
     }

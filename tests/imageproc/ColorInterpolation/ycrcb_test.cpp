@@ -83,7 +83,7 @@ TYPED_TEST(CYCrCb, AnyMethodDecodes) {
 }
 
 // Grey is a byte a pixel whatever the number of channels, which only moves the derived rows apart.
-TYPED_TEST(CYCrCb, GreyIgnoresTheChannels) {
+TYPED_TEST(CYCrCb, GrayIgnoresTheChannels) {
     for (const unsigned short channels : std::initializer_list<unsigned short>{0, 2, 5, 7, 1000}) {
         for (unsigned short colorArray = kFirstYCrCb; colorArray <= kLastColorArray; ++colorArray) {
             for (unsigned long width = 1; width <= 6; ++width) {
@@ -96,7 +96,7 @@ TYPED_TEST(CYCrCb, GreyIgnoresTheChannels) {
     }
 }
 
-TYPED_TEST(CYCrCb, ColourTakesThreeOrFourChannels) {
+TYPED_TEST(CYCrCb, ColorTakesThreeOrFourChannels) {
     TypeParam* const none = nullptr;
     for (const unsigned short channels : std::initializer_list<unsigned short>{0, 1, 2, 5, 256 + 3, 65535}) {
         for (unsigned short colorArray = kFirstYCrCb; colorArray <= kLastColorArray; ++colorArray) {

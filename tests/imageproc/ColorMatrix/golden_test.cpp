@@ -114,7 +114,7 @@ TEST_F(CGoldenColorMatrix, SwitchedOffTouchesNothing) {
 }
 
 // 51 x 0.1145 = 5.8, 101 x 0.5866 = 59.2, 201 x 0.2989 = 60.1: 5 + 59 + 60 on all three.
-TEST_F(CGoldenColorMatrix, NoSaturationIsGrey) {
+TEST_F(CGoldenColorMatrix, NoSaturationIsGray) {
     Hue(0, 0);
     EXPECT_EQ(Bytes({50, 100, 200}), (V{124, 124, 124}));
     EXPECT_EQ(Bytes({0, 0, 255}), (V{76, 76, 76}));            // 256 x 0.2989 = 76.5

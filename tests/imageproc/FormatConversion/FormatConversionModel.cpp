@@ -161,7 +161,7 @@ void modelUnpack(const SConversion& call, const std::uint8_t* src, unsigned long
     }
 }
 
-bool modelConvGrey(const SConversion& call, unsigned long transferFormat, const std::uint8_t* src,
+bool modelConvGray(const SConversion& call, unsigned long transferFormat, const std::uint8_t* src,
                    unsigned long* dstPitch, std::uint8_t* dst) {
     if (modelPixelBytes(call.outFormat) == 0) {
         return false;

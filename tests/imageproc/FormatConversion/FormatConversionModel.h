@@ -40,7 +40,7 @@ void modelUnpack(const SConversion& call, const std::uint8_t* src, unsigned long
                  unsigned srcBits, unsigned dstBits);
 
 /// False, and nothing touched, where the transfer format or the output format is refused.
-bool modelConvGrey(const SConversion& call, unsigned long transferFormat, const std::uint8_t* src,
+bool modelConvGray(const SConversion& call, unsigned long transferFormat, const std::uint8_t* src,
                    unsigned long* dstPitch, std::uint8_t* dst);
 
 /// Transfer formats 10 (bytes) and 11 (8 bytes a pixel); others do nothing.

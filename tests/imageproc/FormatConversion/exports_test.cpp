@@ -38,7 +38,7 @@ protected:
                                            variable, dst);
         };
         const auto model = [&](const std::uint8_t* src, std::uint8_t* dst, unsigned long* variable) {
-            return modelConvGrey(call, transferFormat, src, variable, dst) ? 0 : -22;
+            return modelConvGray(call, transferFormat, src, variable, dst) ? 0 : -22;
         };
         return mCheck.Run(taken ? modelSourceBytes(call, element) : 0,
                           taken ? modelOutputBytes(call, element, pitch.value_or(0)) : 0, pitch, run, model)
@@ -74,7 +74,7 @@ protected:
             if (isYCrCbFormat(transferFormat)) {
                 CDemosaicModel<std::uint8_t>(decoding(call, transferFormat), src, dst).Run();
             } else if (!isPackedFormat(transferFormat)) {
-                modelConvGrey(call, transferFormat, src, nullptr, dst);
+                modelConvGray(call, transferFormat, src, nullptr, dst);
                 modelConvBgr(call, transferFormat, src, dst);
             }
             return 0;

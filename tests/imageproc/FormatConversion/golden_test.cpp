@@ -50,7 +50,7 @@ TEST(GoldenConversion, BitsAboveTheDepthAreCutOff) {
 }
 
 // Bytes pass as they are, into every channel of a colour pixel; the fourth byte stays.
-TEST(GoldenConversion, BytesBecomeGreyPixels) {
+TEST(GoldenConversion, BytesBecomeGrayPixels) {
     const Bytes src{7, 200};
     EXPECT_EQ(convert(2, 1, 0, src.data(), 1, 4), (Bytes{7, 200, kKept, kKept}));
     EXPECT_EQ(convert(2, 1, 5, src.data(), 4, 8), (Bytes{7, 7, 7, 200, 200, 200, kKept, kKept}));
@@ -130,10 +130,10 @@ TEST(GoldenConversion, ShiftToTheLeft) {
 // first ones. With three channels each word's low byte stands in all of them.
 TEST(GoldenConversion, WordsWithoutAShift) {
     const std::uint16_t src[] = {0x0201, 0x0403, 0x0605, 0x0807};
-    Bytes grey(9, kKept);
+    Bytes gray(9, kKept);
     unsigned long pitch = 5;
-    imageBitShift(rows::bestTable(), 2, 2, 0, src, &pitch, 1, grey.data(), 0);
-    EXPECT_EQ(grey, (Bytes{1, 2, kKept, kKept, kKept, 5, 6, kKept, kKept}));
+    imageBitShift(rows::bestTable(), 2, 2, 0, src, &pitch, 1, gray.data(), 0);
+    EXPECT_EQ(gray, (Bytes{1, 2, kKept, kKept, kKept, 5, 6, kKept, kKept}));
     Bytes three(7, kKept);
     imageBitShift(rows::bestTable(), 2, 1, 0, src, nullptr, 4, three.data(), 0);
     EXPECT_EQ(three, (Bytes{1, 1, 1, 3, 3, 3, kKept}));
@@ -141,9 +141,9 @@ TEST(GoldenConversion, WordsWithoutAShift) {
 
 TEST(GoldenConversion, BlueGreenRedBytes) {
     const Bytes src{1, 2, 3, 4, 5, 6};
-    Bytes grey(3, kKept);
-    convBGRToBGR(rows::bestTable(), 2, 1, 10, src.data(), 1, grey.data());
-    EXPECT_EQ(grey, (Bytes{2, 5, kKept})); // green
+    Bytes gray(3, kKept);
+    convBGRToBGR(rows::bestTable(), 2, 1, 10, src.data(), 1, gray.data());
+    EXPECT_EQ(gray, (Bytes{2, 5, kKept})); // green
     Bytes three(7, kKept);
     convBGRToBGR(rows::bestTable(), 1, 2, 10, src.data(), 4, three.data());
     EXPECT_EQ(three, (Bytes{1, 2, 3, 4, 5, 6, kKept}));
@@ -156,9 +156,9 @@ TEST(GoldenConversion, BlueGreenRedBytes) {
 TEST(GoldenConversion, BlueGreenRedOfTenBitsStepsEightBytes) {
     const std::uint32_t pixel = 0x3FC | 0x004U << 10 | 0x2A8U << 20;
     const std::uint32_t src[4] = {pixel | 0xC0000000U, 0xFFFFFFFF, 0x3FFU << 10, 0xFFFFFFFF};
-    Bytes grey(3, kKept);
-    convBGRToBGR(rows::bestTable(), 2, 1, 11, src, 1, grey.data());
-    EXPECT_EQ(grey, (Bytes{0x01, 0xFF, kKept}));
+    Bytes gray(3, kKept);
+    convBGRToBGR(rows::bestTable(), 2, 1, 11, src, 1, gray.data());
+    EXPECT_EQ(gray, (Bytes{0x01, 0xFF, kKept}));
     Bytes three(7, kKept);
     convBGRToBGR(rows::bestTable(), 2, 1, 11, src, 4, three.data());
     EXPECT_EQ(three, (Bytes{0xFF, 0x01, 0xAA, 0x00, 0xFF, 0x00, kKept}));

@@ -45,7 +45,7 @@ protected:
                << srcBits << " to " << dstBits << " bits";
     }
 
-    ::testing::AssertionResult Grey(const rows::SRowTable& table, const SConversion& call,
+    ::testing::AssertionResult Gray(const rows::SRowTable& table, const SConversion& call,
                                     std::optional<unsigned long> pitch, unsigned long transferFormat) {
         const Element element = modelElement(transferFormat);
         std::size_t srcBytes = modelSourceBytes(call, element);
@@ -59,7 +59,7 @@ protected:
                                       call.outFormat, dst);
         };
         const auto model = [&](const std::uint8_t* src, std::uint8_t* dst, unsigned long* variable) {
-            return modelConvGrey(call, transferFormat, src, variable, dst);
+            return modelConvGray(call, transferFormat, src, variable, dst);
         };
         return mCheck.Run(srcBytes, dstBytes, pitch, run, model)
                << " " << table.name << ", transfer format " << transferFormat << ", " << call.width << " x "
@@ -183,7 +183,7 @@ TEST_F(CFormatConversion, EveryTransferFormat) {
                     for (unsigned kind = 0; kind < 4; ++kind) {
                         SConversion call{width, 2 + kind % 2, 0, outFormat};
                         call.srcPitch = sourcePitch(call, modelElement(transferFormat), kind / 2 * 3);
-                        ASSERT_TRUE(Grey(*table, call, outputPitch(call, kind), transferFormat));
+                        ASSERT_TRUE(Gray(*table, call, outputPitch(call, kind), transferFormat));
                     }
                 }
             }
@@ -198,14 +198,14 @@ TEST_F(CFormatConversion, Refusals) {
     for (const unsigned long transferFormat :
          {10UL, 12UL, 17UL, 22UL, 255UL, 256UL, 0x10000UL, 0x100000000UL, 0x100000002UL, ~0UL}) {
         for (const unsigned long pitch : {0UL, 64UL}) {
-            ASSERT_TRUE(Grey(table, {5, 3, 0, 1}, pitch, transferFormat));
+            ASSERT_TRUE(Gray(table, {5, 3, 0, 1}, pitch, transferFormat));
         }
     }
     for (const unsigned long outFormat :
          {0UL, 2UL, 3UL, 5UL, 16UL, 256UL, 257UL, 260UL, 0x10001UL, 0x100000001UL, 0x100000004UL, ~0UL}) {
         for (const unsigned long transferFormat : {0UL, 1UL, 2UL, 4UL, 19UL}) {
             for (const unsigned long pitch : {0UL, 64UL}) {
-                ASSERT_TRUE(Grey(table, {5, 3, 0, outFormat}, pitch, transferFormat));
+                ASSERT_TRUE(Gray(table, {5, 3, 0, outFormat}, pitch, transferFormat));
             }
         }
     }

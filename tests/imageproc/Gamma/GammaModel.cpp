@@ -146,14 +146,14 @@ unsigned long pixelGamma(const SGammaModel& model, const SGammaCall& call, T* im
     }
     const unsigned long format = call.selector;
     const bool color = words ? format == 256 || format == 512 : format == 4 || format == 8;
-    const bool grey = words ? format == 16 || format == 32 : format == 1;
-    if ((!color && !grey) || isMissing(call, image)) {
+    const bool gray = words ? format == 16 || format == 32 : format == 1;
+    if ((!color && !gray) || isMissing(call, image)) {
         return kInvalid;
     }
     const unsigned long pitch = modelPitch(call, sizeof(T));
     for (unsigned long y = 0; call.width != 0 && y < call.height; ++y) {
         for (unsigned long x = 0; x < call.width; ++x) {
-            if (grey) {
+            if (gray) {
                 T* const pixel = pixelAt(image, pitch, y, x);
                 *pixel = static_cast<T>(lookUp(model.table[0], *pixel));
             } else {

@@ -62,7 +62,7 @@ TEST(GammaBands, OfRawFramesAreTheFrame) {
     tryRawBands<std::uint16_t>(12);
 }
 
-TEST(GammaBands, OfGreyAndColourAreTheFrame) {
+TEST(GammaBands, OfGrayAndColorAreTheFrame) {
     tryLumaBands<std::uint8_t>(VEK_DESTINATION_MONO8, 1, 8);
     tryLumaBands<std::uint8_t>(VEK_DESTINATION_BGR24, 3, 8);
     tryLumaBands<std::uint8_t>(VEK_DESTINATION_BGRX32, 4, 8);
@@ -88,7 +88,7 @@ TEST(GammaBands, StagesAreValues) {
     EXPECT_TRUE(raw.on && luma.on);
     EXPECT_EQ(luma.curve.words, again.LumaStage().curve.words);
     EXPECT_EQ(luma.bytesAreLevels, again.LumaStage().bytesAreLevels);
-    for (std::size_t slot = 0; slot < kColourSlots; ++slot) {
+    for (std::size_t slot = 0; slot < kColorSlots; ++slot) {
         EXPECT_EQ(raw.curves[slot].words, again.RawStage().curves[slot].words);
         EXPECT_EQ(raw.curves[slot].bytes, again.RawStage().curves[slot].bytes);
     }

@@ -458,14 +458,14 @@ TEST_F(CGoldenGamma, WordsAboveTwelveBits) {
 }
 
 // Rows of 8-bit grey are a multiple of 4 bytes apart.
-TEST_F(CGoldenGamma, GreyRowsOfBytes) {
+TEST_F(CGoldenGamma, GrayRowsOfBytes) {
     Set(kY, kNegative, 100, 0, 0, 8);
     EXPECT_EQ(Rows<std::uint8_t>(5, 2, 1, {0, 1, 2, 3, 4, 66, 77, 88, 5, 6, 7, 8, 9}),
               (Bytes{255, 254, 253, 252, 251, 66, 77, 88, 250, 249, 248, 247, 246}));
 }
 
 // Rows of grey words are 4 bytes a pixel apart when the length is derived; the second half of each stays.
-TEST_F(CGoldenGamma, GreyRowsOfWordsAreTwiceAsLong) {
+TEST_F(CGoldenGamma, GrayRowsOfWordsAreTwiceAsLong) {
     Set(kY, kNegative, 100, 0, 0, 12);
     for (const unsigned long format : {16UL, 32UL}) {
         EXPECT_EQ(Rows<std::uint16_t>(3, 2, format, {0, 1, 2, 7, 8, 9, 3, 4, 5}),

@@ -25,8 +25,8 @@ constexpr unsigned kHeight = 53;
 
 /// A camera that counts exposure in microseconds: its exposure does not depend on the layout.
 std::shared_ptr<sim::CSimulatedDriver> makeDriver() {
-    for (const sim::SCameraModel& model : sim::CameraModels()) {
-        if (sim::ExposureUnit(model) != sim::EExposureUnit::Microseconds) {
+    for (const sim::SCameraModel& model : sim::cameraModels()) {
+        if (sim::exposureUnit(model) != sim::EExposureUnit::Microseconds) {
             continue;
         }
         sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
@@ -57,10 +57,10 @@ std::vector<bool> covered(const std::vector<sim::SRectangle>& regions, bool asRo
 
 class CMultiROICamera : public ::testing::Test {
 protected:
-    CMultiROICamera() : mDriver(makeDriver()), mFd(sim::OpenSimulatedCamera(mDriver)) {}
+    CMultiROICamera() : mDriver(makeDriver()), mFd(sim::openSimulatedCamera(mDriver)) {}
     ~CMultiROICamera() override {
         VekCam_Close(mHandle);
-        sim::CloseSimulatedCamera(mFd);
+        sim::closeSimulatedCamera(mFd);
     }
 
     /// A camera with so many region slots, opened anew.

@@ -147,7 +147,7 @@ TEST(CGoldenManageOffset, OneIntervalFillsSeveralGaps) {
 }
 
 // Neighbours touch and stay two.
-TEST(CGoldenManageOffset, NeighboursAreNotMerged) {
+TEST(CGoldenManageOffset, NeighborsAreNotMerged) {
     const CManageOffset axis = axisOf({{4, 4}, {0, 4}, {8, 1}});
     EXPECT_EQ(axis.Intervals().size(), 3U);
     EXPECT_EQ(axis.GetSize(), 9U);

@@ -54,17 +54,17 @@ Points insideOnly(const Points& points, long width, long height) {
 }
 
 /// Neighbours of a mono pixel: the diagonal ones inside, the nearest ones at the edge.
-Points monoNeighbours(long width, long height, long x, long y) {
+Points monoNeighbors(long width, long height, long x, long y) {
     const bool atEdge = x == 0 || x == width - 1 || y == 0 || y == height - 1;
     return atEdge ? insideOnly(plus(x, y, 1), width, height) : diagonals(x, y);
 }
 
-Points sameColour(Family family, long x, long y) {
+Points sameColor(Family family, long x, long y) {
     return isGreen(family, x, y) ? diagonals(x, y) : plus(x, y, 2);
 }
 
 /// The hand-made sets of images that begin with a green, case by case.
-Points gxygNeighbours(long width, long height, long x, long y) {
+Points gxygNeighbors(long width, long height, long x, long y) {
     const bool first = x == 0;
     const bool second = x == 1;
     const bool lastButOne = x == width - 2;
@@ -107,17 +107,17 @@ Points gxygNeighbours(long width, long height, long x, long y) {
                : second     ? Points{{3, y}, {1, y - 2}, {1, y + 2}}
                : lastButOne ? Points{{x - 1, y - 1}, {x - 1, y + 1}}
                : last       ? Points{{x - 2, y}, {x, y - 2}, {x, y + 2}}
-                            : sameColour(Family::GXYG, x, y);
+                            : sameColor(Family::GXYG, x, y);
     }
     return first        ? Points{{2, y}, {0, y - 2}, {0, y + 2}}
            : second     ? Points{{2, y - 1}, {2, y + 1}}
            : lastButOne ? Points{{x - 2, y}, {x, y - 2}, {x, y + 2}}
            : last       ? Points{{x - 1, y - 1}, {x - 1, y + 1}}
-                        : sameColour(Family::GXYG, x, y);
+                        : sameColor(Family::GXYG, x, y);
 }
 
 /// Odd sides: at the left and at the top the same; at the right and at the bottom only what lies outside drops out.
-Points oddGxygNeighbours(long width, long height, long x, long y) {
+Points oddGxygNeighbors(long width, long height, long x, long y) {
     if (x == 0 && y == 0) {
         return {{2, 0}, {1, 1}};
     }
@@ -128,18 +128,18 @@ Points oddGxygNeighbours(long width, long height, long x, long y) {
     if (evenWidth && x == width - 2 && y % 2 == 0) {
         return insideOnly({{x - 1, y - 1}, {x - 1, y + 1}}, width, height);
     }
-    return insideOnly(sameColour(Family::GXYG, x, y), width, height);
+    return insideOnly(sameColor(Family::GXYG, x, y), width, height);
 }
 
-Points easyNeighbours(Family family, long width, long height, long x, long y) {
+Points easyNeighbors(Family family, long width, long height, long x, long y) {
     switch (family) {
     case Family::Mono:
-        return monoNeighbours(width, height, x, y);
+        return monoNeighbors(width, height, x, y);
     case Family::XGGY:
-        return insideOnly(sameColour(Family::XGGY, x, y), width, height);
+        return insideOnly(sameColor(Family::XGGY, x, y), width, height);
     default:
-        return width % 2 == 0 && height % 2 == 0 ? gxygNeighbours(width, height, x, y)
-                                                 : oddGxygNeighbours(width, height, x, y);
+        return width % 2 == 0 && height % 2 == 0 ? gxygNeighbors(width, height, x, y)
+                                                 : oddGxygNeighbors(width, height, x, y);
     }
 }
 
@@ -177,13 +177,13 @@ unsigned long easy(const SNoiseCall& call, T* image) {
                 const bool fromSnapshot = family == Family::Mono || (y == 0 && atY == 0);
                 return sampleAt<T>(fromSnapshot ? static_cast<const void*>(snapshot.data()) : image, pitch, atY, atX);
             };
-            const T centre = read(x, y);
-            std::vector<std::uint16_t> values{centre};
-            for (const SPoint& p : easyNeighbours(family, width, height, x, y)) {
+            const T center = read(x, y);
+            std::vector<std::uint16_t> values{center};
+            for (const SPoint& p : easyNeighbors(family, width, height, x, y)) {
                 values.push_back(read(p.x, p.y));
             }
             const std::uint16_t median = modelMedian(values);
-            setSampleAt(image, pitch, y, x, median < centre ? static_cast<T>(median) : centre);
+            setSampleAt(image, pitch, y, x, median < center ? static_cast<T>(median) : center);
         }
     }
     return kOk;
@@ -240,16 +240,16 @@ void repair(const SNoiseCall& call, Family family, const std::vector<std::uint8_
     const long edge = family == Family::Mono ? 1 : 2;
     for (long y = edge; y < static_cast<long>(call.height) - edge; ++y) {
         for (long x = edge; x < static_cast<long>(call.width) - edge; ++x) {
-            const T centre = sampleAt<T>(image, pitch, y, x);
-            if (sampleAt<T>(live.data(), pitch, y, x) < saturation || centre >= saturation) {
+            const T center = sampleAt<T>(image, pitch, y, x);
+            if (sampleAt<T>(live.data(), pitch, y, x) < saturation || center >= saturation) {
                 continue;
             }
-            std::vector<std::uint16_t> values{centre};
-            for (const SPoint& p : family == Family::Mono ? diagonals(x, y) : sameColour(family, x, y)) {
+            std::vector<std::uint16_t> values{center};
+            for (const SPoint& p : family == Family::Mono ? diagonals(x, y) : sameColor(family, x, y)) {
                 values.push_back(sampleAt<T>(image, pitch, p.y, p.x));
             }
             const std::uint16_t median = modelMedian(values);
-            setSampleAt(image, pitch, y, x, median > centre ? static_cast<T>(median) : centre);
+            setSampleAt(image, pitch, y, x, median > center ? static_cast<T>(median) : center);
         }
     }
 }

@@ -97,20 +97,20 @@ private:
 };
 
 /// The neighbours of one pixel of an 8 x 8 image.
-struct SNeighbours {
+struct SNeighbors {
     const char* name;
     std::vector<unsigned short> colorArrays;
     SAt at;
-    std::vector<SAt> neighbours;
+    std::vector<SAt> neighbors;
 };
 
-void PrintTo(const SNeighbours& set, std::ostream* out) {
+void PrintTo(const SNeighbors& set, std::ostream* out) {
     *out << set.name;
 }
 
-class CEasyNeighbours : public CGoldenNoiseReduction, public ::testing::WithParamInterface<SNeighbours> {};
+class CEasyNeighbors : public CGoldenNoiseReduction, public ::testing::WithParamInterface<SNeighbors> {};
 
-std::string nameOf(const ::testing::TestParamInfo<SNeighbours>& info) {
+std::string nameOf(const ::testing::TestParamInfo<SNeighbors>& info) {
     return info.param.name;
 }
 
@@ -119,16 +119,16 @@ std::string nameOf(const ::testing::TestParamInfo<SNeighbours>& info) {
 // All is 255 but the neighbours, which have 10, 20, 40 and 80, each of them in each place. The pixel becomes their
 // median: of 2 values (255 + 10) / 2 = 132, of 3 values 20, of 4 values (40 + 20) / 2 = 30, of 5 values 40. A
 // neighbour too many or too few gives another number, and so does one in the wrong place when it is the 10.
-TEST_P(CEasyNeighbours, MedianOfThese) {
+TEST_P(CEasyNeighbors, MedianOfThese) {
     constexpr int lows[] = {10, 20, 40, 80};
     constexpr int medians[] = {255, 132, 20, 30, 40};
-    const SNeighbours& set = GetParam();
-    const std::size_t count = set.neighbours.size();
+    const SNeighbors& set = GetParam();
+    const std::size_t count = set.neighbors.size();
     for (const unsigned short colorArray : set.colorArrays) {
         for (std::size_t turn = 0; turn < count; ++turn) {
             Samples image(64, 255);
             for (std::size_t i = 0; i < count; ++i) {
-                image[set.neighbours[i].y * 8 + set.neighbours[i].x] = lows[(i + turn) % count];
+                image[set.neighbors[i].y * 8 + set.neighbors[i].x] = lows[(i + turn) % count];
             }
             const Samples result = Easy(8, image, colorArray);
             EXPECT_EQ(result[set.at.y * 8 + set.at.x], medians[count]) << colorArray << ' ' << turn;
@@ -139,61 +139,61 @@ TEST_P(CEasyNeighbours, MedianOfThese) {
 #define VEK_MONO                                                                                                       \
     { kMono }
 INSTANTIATE_TEST_SUITE_P(
-    Mono, CEasyNeighbours,
-    ::testing::Values(SNeighbours{"InteriorIsDiagonal", VEK_MONO, {3, 4}, {{2, 3}, {4, 3}, {2, 5}, {4, 5}}},
-                      SNeighbours{"FirstInterior", VEK_MONO, {1, 1}, {{0, 0}, {2, 0}, {0, 2}, {2, 2}}},
-                      SNeighbours{"LastInterior", VEK_MONO, {6, 6}, {{5, 5}, {7, 5}, {5, 7}, {7, 7}}},
-                      SNeighbours{"TopRow", VEK_MONO, {3, 0}, {{2, 0}, {4, 0}, {3, 1}}},
-                      SNeighbours{"BottomRow", VEK_MONO, {3, 7}, {{2, 7}, {4, 7}, {3, 6}}},
-                      SNeighbours{"LeftColumn", VEK_MONO, {0, 3}, {{1, 3}, {0, 2}, {0, 4}}},
-                      SNeighbours{"RightColumn", VEK_MONO, {7, 3}, {{6, 3}, {7, 2}, {7, 4}}},
-                      SNeighbours{"TopLeft", VEK_MONO, {0, 0}, {{1, 0}, {0, 1}}},
-                      SNeighbours{"TopRight", VEK_MONO, {7, 0}, {{6, 0}, {7, 1}}},
-                      SNeighbours{"BottomLeft", VEK_MONO, {0, 7}, {{1, 7}, {0, 6}}},
-                      SNeighbours{"BottomRight", VEK_MONO, {7, 7}, {{6, 7}, {7, 6}}}),
+    Mono, CEasyNeighbors,
+    ::testing::Values(SNeighbors{"InteriorIsDiagonal", VEK_MONO, {3, 4}, {{2, 3}, {4, 3}, {2, 5}, {4, 5}}},
+                      SNeighbors{"FirstInterior", VEK_MONO, {1, 1}, {{0, 0}, {2, 0}, {0, 2}, {2, 2}}},
+                      SNeighbors{"LastInterior", VEK_MONO, {6, 6}, {{5, 5}, {7, 5}, {5, 7}, {7, 7}}},
+                      SNeighbors{"TopRow", VEK_MONO, {3, 0}, {{2, 0}, {4, 0}, {3, 1}}},
+                      SNeighbors{"BottomRow", VEK_MONO, {3, 7}, {{2, 7}, {4, 7}, {3, 6}}},
+                      SNeighbors{"LeftColumn", VEK_MONO, {0, 3}, {{1, 3}, {0, 2}, {0, 4}}},
+                      SNeighbors{"RightColumn", VEK_MONO, {7, 3}, {{6, 3}, {7, 2}, {7, 4}}},
+                      SNeighbors{"TopLeft", VEK_MONO, {0, 0}, {{1, 0}, {0, 1}}},
+                      SNeighbors{"TopRight", VEK_MONO, {7, 0}, {{6, 0}, {7, 1}}},
+                      SNeighbors{"BottomLeft", VEK_MONO, {0, 7}, {{1, 7}, {0, 6}}},
+                      SNeighbors{"BottomRight", VEK_MONO, {7, 7}, {{6, 7}, {7, 6}}}),
     nameOf);
 
 // X G on even rows, G Y on odd ones: the neighbours outside are left out, nothing else.
 #define VEK_XGGY                                                                                                       \
     { kRGGB, kBGGR }
 INSTANTIATE_TEST_SUITE_P(
-    XGGY, CEasyNeighbours,
-    ::testing::Values(SNeighbours{"Row0XAt0", VEK_XGGY, {0, 0}, {{2, 0}, {0, 2}}},
-                      SNeighbours{"Row0GAt1", VEK_XGGY, {1, 0}, {{0, 1}, {2, 1}}},
-                      SNeighbours{"Row0InnerX", VEK_XGGY, {2, 0}, {{0, 0}, {4, 0}, {2, 2}}},
-                      SNeighbours{"Row0InnerG", VEK_XGGY, {3, 0}, {{2, 1}, {4, 1}}},
-                      SNeighbours{"Row0XAtLastButOne", VEK_XGGY, {6, 0}, {{4, 0}, {6, 2}}},
-                      SNeighbours{"Row0GAtLast", VEK_XGGY, {7, 0}, {{6, 1}}},
-                      SNeighbours{"Row1GAt0", VEK_XGGY, {0, 1}, {{1, 0}, {1, 2}}},
-                      SNeighbours{"Row1YAt1", VEK_XGGY, {1, 1}, {{3, 1}, {1, 3}}},
-                      SNeighbours{"Row1InnerG", VEK_XGGY, {2, 1}, {{1, 0}, {3, 0}, {1, 2}, {3, 2}}},
-                      SNeighbours{"Row1InnerY", VEK_XGGY, {3, 1}, {{1, 1}, {5, 1}, {3, 3}}},
-                      SNeighbours{"Row1GAtLastButOne", VEK_XGGY, {6, 1}, {{5, 0}, {7, 0}, {5, 2}, {7, 2}}},
-                      SNeighbours{"Row1YAtLast", VEK_XGGY, {7, 1}, {{5, 1}, {7, 3}}},
-                      SNeighbours{"EvenRowXAt0", VEK_XGGY, {0, 2}, {{2, 2}, {0, 0}, {0, 4}}},
-                      SNeighbours{"EvenRowGAt1", VEK_XGGY, {1, 2}, {{0, 1}, {2, 1}, {0, 3}, {2, 3}}},
-                      SNeighbours{"RedAt22", VEK_XGGY, {2, 2}, {{0, 2}, {4, 2}, {2, 0}, {2, 4}}},
-                      SNeighbours{"EvenRowInnerG", VEK_XGGY, {5, 4}, {{4, 3}, {6, 3}, {4, 5}, {6, 5}}},
-                      SNeighbours{"EvenRowXAtLastButOne", VEK_XGGY, {6, 4}, {{4, 4}, {6, 2}, {6, 6}}},
-                      SNeighbours{"EvenRowGAtLast", VEK_XGGY, {7, 4}, {{6, 3}, {6, 5}}},
-                      SNeighbours{"OddRowGAt0", VEK_XGGY, {0, 3}, {{1, 2}, {1, 4}}},
-                      SNeighbours{"OddRowYAt1", VEK_XGGY, {1, 3}, {{3, 3}, {1, 1}, {1, 5}}},
-                      SNeighbours{"OddRowInnerG", VEK_XGGY, {2, 3}, {{1, 2}, {3, 2}, {1, 4}, {3, 4}}},
-                      SNeighbours{"OddRowInnerY", VEK_XGGY, {5, 5}, {{3, 5}, {7, 5}, {5, 3}, {5, 7}}},
-                      SNeighbours{"OddRowGAtLastButOne", VEK_XGGY, {6, 5}, {{5, 4}, {7, 4}, {5, 6}, {7, 6}}},
-                      SNeighbours{"OddRowYAtLast", VEK_XGGY, {7, 5}, {{5, 5}, {7, 3}, {7, 7}}},
-                      SNeighbours{"LastButOneRowXAt0", VEK_XGGY, {0, 6}, {{2, 6}, {0, 4}}},
-                      SNeighbours{"LastButOneRowGAt1", VEK_XGGY, {1, 6}, {{0, 5}, {2, 5}, {0, 7}, {2, 7}}},
-                      SNeighbours{"LastButOneRowInnerX", VEK_XGGY, {4, 6}, {{2, 6}, {6, 6}, {4, 4}}},
-                      SNeighbours{"LastButOneRowInnerG", VEK_XGGY, {5, 6}, {{4, 5}, {6, 5}, {4, 7}, {6, 7}}},
-                      SNeighbours{"LastButOneRowXAtLastButOne", VEK_XGGY, {6, 6}, {{4, 6}, {6, 4}}},
-                      SNeighbours{"LastButOneRowGAtLast", VEK_XGGY, {7, 6}, {{6, 5}, {6, 7}}},
-                      SNeighbours{"LastRowGAt0", VEK_XGGY, {0, 7}, {{1, 6}}},
-                      SNeighbours{"LastRowYAt1", VEK_XGGY, {1, 7}, {{3, 7}, {1, 5}}},
-                      SNeighbours{"LastRowInnerG", VEK_XGGY, {2, 7}, {{1, 6}, {3, 6}}},
-                      SNeighbours{"LastRowInnerY", VEK_XGGY, {3, 7}, {{1, 7}, {5, 7}, {3, 5}}},
-                      SNeighbours{"LastRowGAtLastButOne", VEK_XGGY, {6, 7}, {{5, 6}, {7, 6}}},
-                      SNeighbours{"LastRowYAtLast", VEK_XGGY, {7, 7}, {{5, 7}, {7, 5}}}),
+    XGGY, CEasyNeighbors,
+    ::testing::Values(SNeighbors{"Row0XAt0", VEK_XGGY, {0, 0}, {{2, 0}, {0, 2}}},
+                      SNeighbors{"Row0GAt1", VEK_XGGY, {1, 0}, {{0, 1}, {2, 1}}},
+                      SNeighbors{"Row0InnerX", VEK_XGGY, {2, 0}, {{0, 0}, {4, 0}, {2, 2}}},
+                      SNeighbors{"Row0InnerG", VEK_XGGY, {3, 0}, {{2, 1}, {4, 1}}},
+                      SNeighbors{"Row0XAtLastButOne", VEK_XGGY, {6, 0}, {{4, 0}, {6, 2}}},
+                      SNeighbors{"Row0GAtLast", VEK_XGGY, {7, 0}, {{6, 1}}},
+                      SNeighbors{"Row1GAt0", VEK_XGGY, {0, 1}, {{1, 0}, {1, 2}}},
+                      SNeighbors{"Row1YAt1", VEK_XGGY, {1, 1}, {{3, 1}, {1, 3}}},
+                      SNeighbors{"Row1InnerG", VEK_XGGY, {2, 1}, {{1, 0}, {3, 0}, {1, 2}, {3, 2}}},
+                      SNeighbors{"Row1InnerY", VEK_XGGY, {3, 1}, {{1, 1}, {5, 1}, {3, 3}}},
+                      SNeighbors{"Row1GAtLastButOne", VEK_XGGY, {6, 1}, {{5, 0}, {7, 0}, {5, 2}, {7, 2}}},
+                      SNeighbors{"Row1YAtLast", VEK_XGGY, {7, 1}, {{5, 1}, {7, 3}}},
+                      SNeighbors{"EvenRowXAt0", VEK_XGGY, {0, 2}, {{2, 2}, {0, 0}, {0, 4}}},
+                      SNeighbors{"EvenRowGAt1", VEK_XGGY, {1, 2}, {{0, 1}, {2, 1}, {0, 3}, {2, 3}}},
+                      SNeighbors{"RedAt22", VEK_XGGY, {2, 2}, {{0, 2}, {4, 2}, {2, 0}, {2, 4}}},
+                      SNeighbors{"EvenRowInnerG", VEK_XGGY, {5, 4}, {{4, 3}, {6, 3}, {4, 5}, {6, 5}}},
+                      SNeighbors{"EvenRowXAtLastButOne", VEK_XGGY, {6, 4}, {{4, 4}, {6, 2}, {6, 6}}},
+                      SNeighbors{"EvenRowGAtLast", VEK_XGGY, {7, 4}, {{6, 3}, {6, 5}}},
+                      SNeighbors{"OddRowGAt0", VEK_XGGY, {0, 3}, {{1, 2}, {1, 4}}},
+                      SNeighbors{"OddRowYAt1", VEK_XGGY, {1, 3}, {{3, 3}, {1, 1}, {1, 5}}},
+                      SNeighbors{"OddRowInnerG", VEK_XGGY, {2, 3}, {{1, 2}, {3, 2}, {1, 4}, {3, 4}}},
+                      SNeighbors{"OddRowInnerY", VEK_XGGY, {5, 5}, {{3, 5}, {7, 5}, {5, 3}, {5, 7}}},
+                      SNeighbors{"OddRowGAtLastButOne", VEK_XGGY, {6, 5}, {{5, 4}, {7, 4}, {5, 6}, {7, 6}}},
+                      SNeighbors{"OddRowYAtLast", VEK_XGGY, {7, 5}, {{5, 5}, {7, 3}, {7, 7}}},
+                      SNeighbors{"LastButOneRowXAt0", VEK_XGGY, {0, 6}, {{2, 6}, {0, 4}}},
+                      SNeighbors{"LastButOneRowGAt1", VEK_XGGY, {1, 6}, {{0, 5}, {2, 5}, {0, 7}, {2, 7}}},
+                      SNeighbors{"LastButOneRowInnerX", VEK_XGGY, {4, 6}, {{2, 6}, {6, 6}, {4, 4}}},
+                      SNeighbors{"LastButOneRowInnerG", VEK_XGGY, {5, 6}, {{4, 5}, {6, 5}, {4, 7}, {6, 7}}},
+                      SNeighbors{"LastButOneRowXAtLastButOne", VEK_XGGY, {6, 6}, {{4, 6}, {6, 4}}},
+                      SNeighbors{"LastButOneRowGAtLast", VEK_XGGY, {7, 6}, {{6, 5}, {6, 7}}},
+                      SNeighbors{"LastRowGAt0", VEK_XGGY, {0, 7}, {{1, 6}}},
+                      SNeighbors{"LastRowYAt1", VEK_XGGY, {1, 7}, {{3, 7}, {1, 5}}},
+                      SNeighbors{"LastRowInnerG", VEK_XGGY, {2, 7}, {{1, 6}, {3, 6}}},
+                      SNeighbors{"LastRowInnerY", VEK_XGGY, {3, 7}, {{1, 7}, {5, 7}, {3, 5}}},
+                      SNeighbors{"LastRowGAtLastButOne", VEK_XGGY, {6, 7}, {{5, 6}, {7, 6}}},
+                      SNeighbors{"LastRowYAtLast", VEK_XGGY, {7, 7}, {{5, 7}, {7, 5}}}),
     nameOf);
 
 // G X on even rows, Y G on odd ones: greens near the left and right edge look to the inside only, the corner borrows
@@ -201,43 +201,43 @@ INSTANTIATE_TEST_SUITE_P(
 #define VEK_GXYG                                                                                                       \
     { kGRBG, kGBRG }
 INSTANTIATE_TEST_SUITE_P(
-    GXYG, CEasyNeighbours,
-    ::testing::Values(SNeighbours{"Row0GAt0", VEK_GXYG, {0, 0}, {{2, 0}, {1, 1}}},
-                      SNeighbours{"Row0XAt1", VEK_GXYG, {1, 0}, {{3, 0}, {1, 2}}},
-                      SNeighbours{"Row0InnerG", VEK_GXYG, {2, 0}, {{1, 1}, {3, 1}}},
-                      SNeighbours{"Row0InnerX", VEK_GXYG, {3, 0}, {{1, 0}, {5, 0}, {3, 2}}},
-                      SNeighbours{"Row0GAtLastButOne", VEK_GXYG, {6, 0}, {{5, 1}}},
-                      SNeighbours{"Row0XAtLast", VEK_GXYG, {7, 0}, {{5, 0}, {7, 2}}},
-                      SNeighbours{"Row1YAt0", VEK_GXYG, {0, 1}, {{2, 1}, {0, 3}}},
-                      SNeighbours{"Row1GAt1", VEK_GXYG, {1, 1}, {{2, 0}, {2, 2}}},
-                      SNeighbours{"Row1InnerY", VEK_GXYG, {2, 1}, {{0, 1}, {4, 1}, {2, 3}}},
-                      SNeighbours{"Row1InnerG", VEK_GXYG, {3, 1}, {{2, 0}, {4, 0}, {2, 2}, {4, 2}}},
-                      SNeighbours{"Row1YAtLastButOne", VEK_GXYG, {6, 1}, {{4, 1}, {6, 3}}},
-                      SNeighbours{"Row1GAtLast", VEK_GXYG, {7, 1}, {{6, 0}, {6, 2}}},
-                      SNeighbours{"EvenRowGAt0", VEK_GXYG, {0, 2}, {{1, 1}, {1, 3}}},
-                      SNeighbours{"EvenRowXAt1", VEK_GXYG, {1, 2}, {{3, 2}, {1, 0}, {1, 4}}},
-                      SNeighbours{"EvenRowInnerG", VEK_GXYG, {2, 2}, {{1, 1}, {3, 1}, {1, 3}, {3, 3}}},
-                      SNeighbours{"EvenRowInnerX", VEK_GXYG, {5, 4}, {{3, 4}, {7, 4}, {5, 2}, {5, 6}}},
-                      SNeighbours{"EvenRowGAtLastButOne", VEK_GXYG, {6, 4}, {{5, 3}, {5, 5}}},
-                      SNeighbours{"EvenRowXAtLast", VEK_GXYG, {7, 4}, {{5, 4}, {7, 2}, {7, 6}}},
-                      SNeighbours{"OddRowYAt0", VEK_GXYG, {0, 3}, {{2, 3}, {0, 1}, {0, 5}}},
-                      SNeighbours{"OddRowGAt1", VEK_GXYG, {1, 3}, {{2, 2}, {2, 4}}},
-                      SNeighbours{"OddRowInnerY", VEK_GXYG, {2, 5}, {{0, 5}, {4, 5}, {2, 3}, {2, 7}}},
-                      SNeighbours{"OddRowInnerG", VEK_GXYG, {5, 5}, {{4, 4}, {6, 4}, {4, 6}, {6, 6}}},
-                      SNeighbours{"OddRowYAtLastButOne", VEK_GXYG, {6, 5}, {{4, 5}, {6, 3}, {6, 7}}},
-                      SNeighbours{"OddRowGAtLast", VEK_GXYG, {7, 5}, {{6, 4}, {6, 6}}},
-                      SNeighbours{"LastButOneRowGAt0", VEK_GXYG, {0, 6}, {{1, 5}, {1, 7}}},
-                      SNeighbours{"LastButOneRowXAt1", VEK_GXYG, {1, 6}, {{3, 6}, {1, 4}}},
-                      SNeighbours{"LastButOneRowInnerG", VEK_GXYG, {2, 6}, {{1, 5}, {3, 5}, {1, 7}, {3, 7}}},
-                      SNeighbours{"LastButOneRowInnerX", VEK_GXYG, {3, 6}, {{1, 6}, {5, 6}, {3, 4}}},
-                      SNeighbours{"LastButOneRowGAtLastButOne", VEK_GXYG, {6, 6}, {{5, 5}, {5, 7}}},
-                      SNeighbours{"LastButOneRowXAtLast", VEK_GXYG, {7, 6}, {{5, 6}, {7, 4}}},
-                      SNeighbours{"LastRowYAt0", VEK_GXYG, {0, 7}, {{2, 7}, {0, 5}}},
-                      SNeighbours{"LastRowGAt1", VEK_GXYG, {1, 7}, {{2, 6}}},
-                      SNeighbours{"LastRowInnerY", VEK_GXYG, {2, 7}, {{0, 7}, {4, 7}, {2, 5}}},
-                      SNeighbours{"LastRowInnerG", VEK_GXYG, {3, 7}, {{2, 6}, {4, 6}}},
-                      SNeighbours{"LastRowYAtLastButOne", VEK_GXYG, {6, 7}, {{4, 7}, {6, 5}}},
-                      SNeighbours{"LastRowGAtLast", VEK_GXYG, {7, 7}, {{6, 6}}}),
+    GXYG, CEasyNeighbors,
+    ::testing::Values(SNeighbors{"Row0GAt0", VEK_GXYG, {0, 0}, {{2, 0}, {1, 1}}},
+                      SNeighbors{"Row0XAt1", VEK_GXYG, {1, 0}, {{3, 0}, {1, 2}}},
+                      SNeighbors{"Row0InnerG", VEK_GXYG, {2, 0}, {{1, 1}, {3, 1}}},
+                      SNeighbors{"Row0InnerX", VEK_GXYG, {3, 0}, {{1, 0}, {5, 0}, {3, 2}}},
+                      SNeighbors{"Row0GAtLastButOne", VEK_GXYG, {6, 0}, {{5, 1}}},
+                      SNeighbors{"Row0XAtLast", VEK_GXYG, {7, 0}, {{5, 0}, {7, 2}}},
+                      SNeighbors{"Row1YAt0", VEK_GXYG, {0, 1}, {{2, 1}, {0, 3}}},
+                      SNeighbors{"Row1GAt1", VEK_GXYG, {1, 1}, {{2, 0}, {2, 2}}},
+                      SNeighbors{"Row1InnerY", VEK_GXYG, {2, 1}, {{0, 1}, {4, 1}, {2, 3}}},
+                      SNeighbors{"Row1InnerG", VEK_GXYG, {3, 1}, {{2, 0}, {4, 0}, {2, 2}, {4, 2}}},
+                      SNeighbors{"Row1YAtLastButOne", VEK_GXYG, {6, 1}, {{4, 1}, {6, 3}}},
+                      SNeighbors{"Row1GAtLast", VEK_GXYG, {7, 1}, {{6, 0}, {6, 2}}},
+                      SNeighbors{"EvenRowGAt0", VEK_GXYG, {0, 2}, {{1, 1}, {1, 3}}},
+                      SNeighbors{"EvenRowXAt1", VEK_GXYG, {1, 2}, {{3, 2}, {1, 0}, {1, 4}}},
+                      SNeighbors{"EvenRowInnerG", VEK_GXYG, {2, 2}, {{1, 1}, {3, 1}, {1, 3}, {3, 3}}},
+                      SNeighbors{"EvenRowInnerX", VEK_GXYG, {5, 4}, {{3, 4}, {7, 4}, {5, 2}, {5, 6}}},
+                      SNeighbors{"EvenRowGAtLastButOne", VEK_GXYG, {6, 4}, {{5, 3}, {5, 5}}},
+                      SNeighbors{"EvenRowXAtLast", VEK_GXYG, {7, 4}, {{5, 4}, {7, 2}, {7, 6}}},
+                      SNeighbors{"OddRowYAt0", VEK_GXYG, {0, 3}, {{2, 3}, {0, 1}, {0, 5}}},
+                      SNeighbors{"OddRowGAt1", VEK_GXYG, {1, 3}, {{2, 2}, {2, 4}}},
+                      SNeighbors{"OddRowInnerY", VEK_GXYG, {2, 5}, {{0, 5}, {4, 5}, {2, 3}, {2, 7}}},
+                      SNeighbors{"OddRowInnerG", VEK_GXYG, {5, 5}, {{4, 4}, {6, 4}, {4, 6}, {6, 6}}},
+                      SNeighbors{"OddRowYAtLastButOne", VEK_GXYG, {6, 5}, {{4, 5}, {6, 3}, {6, 7}}},
+                      SNeighbors{"OddRowGAtLast", VEK_GXYG, {7, 5}, {{6, 4}, {6, 6}}},
+                      SNeighbors{"LastButOneRowGAt0", VEK_GXYG, {0, 6}, {{1, 5}, {1, 7}}},
+                      SNeighbors{"LastButOneRowXAt1", VEK_GXYG, {1, 6}, {{3, 6}, {1, 4}}},
+                      SNeighbors{"LastButOneRowInnerG", VEK_GXYG, {2, 6}, {{1, 5}, {3, 5}, {1, 7}, {3, 7}}},
+                      SNeighbors{"LastButOneRowInnerX", VEK_GXYG, {3, 6}, {{1, 6}, {5, 6}, {3, 4}}},
+                      SNeighbors{"LastButOneRowGAtLastButOne", VEK_GXYG, {6, 6}, {{5, 5}, {5, 7}}},
+                      SNeighbors{"LastButOneRowXAtLast", VEK_GXYG, {7, 6}, {{5, 6}, {7, 4}}},
+                      SNeighbors{"LastRowYAt0", VEK_GXYG, {0, 7}, {{2, 7}, {0, 5}}},
+                      SNeighbors{"LastRowGAt1", VEK_GXYG, {1, 7}, {{2, 6}}},
+                      SNeighbors{"LastRowInnerY", VEK_GXYG, {2, 7}, {{0, 7}, {4, 7}, {2, 5}}},
+                      SNeighbors{"LastRowInnerG", VEK_GXYG, {3, 7}, {{2, 6}, {4, 6}}},
+                      SNeighbors{"LastRowYAtLastButOne", VEK_GXYG, {6, 7}, {{4, 7}, {6, 5}}},
+                      SNeighbors{"LastRowGAtLast", VEK_GXYG, {7, 7}, {{6, 6}}}),
     nameOf);
 
 TEST_F(CGoldenNoiseReduction, OffKeepsTheImage) {
@@ -398,9 +398,9 @@ TEST_F(CGoldenNoiseReduction, EasyOddSides) {
                         const bool farCorner = y == height - 1 && (x == 0 || x == width - 1);
                         // Greens one column from the side, of which the diagonal on the image's side counts alone.
                         const bool nearSide = greenFirst && width % 2 == 0 && x == width - 2;
-                        const bool oneNeighbour = green && (farCorner || (nearSide && (y == 0 || y == height - 1)) ||
-                                                            (y == 0 && x == width - 1));
-                        const Samples one = field(width, height, {{x, y}}, oneNeighbour ? 150 : 100);
+                        const bool oneNeighbor = green && (farCorner || (nearSide && (y == 0 || y == height - 1)) ||
+                                                           (y == 0 && x == width - 1));
+                        const Samples one = field(width, height, {{x, y}}, oneNeighbor ? 150 : 100);
                         EXPECT_EQ(Easy(width, field(width, height, {{x, y}}), colorArray), one)
                             << width << " x " << height << ", at " << x << ", " << y << ", colour array " << colorArray;
                     }
@@ -638,7 +638,7 @@ TEST_F(CGoldenNoiseReduction, BayerEdgesAreNotRepaired) {
 }
 
 // Red takes the reds two pixels away, green its diagonal greens.
-TEST_F(CGoldenNoiseReduction, BayerRepairKeepsToItsColour) {
+TEST_F(CGoldenNoiseReduction, BayerRepairKeepsToItsColor) {
     for (const unsigned short colorArray : {kRGGB, kGRBG}) {
         const bool isGreen = colorArray == kGRBG; // at (2,2)
         Samples dark(36, 0);

@@ -23,7 +23,7 @@ constexpr unsigned kUnused = 65535;
 class DefectClosedLoop : public ::testing::TestWithParam<const char*> {
 protected:
     void Open(unsigned hotCount) {
-        const sim::SCameraModel& model = sim::FindCameraModel(GetParam());
+        const sim::SCameraModel& model = sim::findCameraModel(GetParam());
         sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
         sensor.width = kWidth;
         sensor.height = kHeight;
@@ -34,13 +34,13 @@ protected:
         driver = std::make_shared<sim::CSimulatedDriver>(model, sensor);
         driver->SetTransferFormat(VEK_TRANSFER_RAW8);
         driver->SetLensCap(true);
-        fd = sim::OpenSimulatedCamera(driver);
+        fd = sim::openSimulatedCamera(driver);
         handle = VekCam_Open(fd);
         ASSERT_NE(handle, nullptr);
     }
     void TearDown() override {
         VekCam_Close(handle);
-        sim::CloseSimulatedCamera(fd);
+        sim::closeSimulatedCamera(fd);
     }
 
     std::size_t HotPixels() const {
@@ -63,7 +63,7 @@ protected:
 };
 
 TEST_P(DefectClosedLoop, FoundPixelsAreGoneInTheNextFrame) {
-    const unsigned slots = sim::FindCameraModel(GetParam()).defectPixelSlots;
+    const unsigned slots = sim::findCameraModel(GetParam()).defectPixelSlots;
     for (const unsigned hot : {0U, 1U, slots, slots + 1, slots + 30}) {
         SCOPED_TRACE(hot);
         Open(hot);
@@ -80,7 +80,7 @@ TEST_P(DefectClosedLoop, FoundPixelsAreGoneInTheNextFrame) {
 }
 
 TEST_P(DefectClosedLoop, BrightestOnesGetTheSlots) {
-    const unsigned slots = sim::FindCameraModel(GetParam()).defectPixelSlots;
+    const unsigned slots = sim::findCameraModel(GetParam()).defectPixelSlots;
     Open(slots + 10);
     Detect();
     const std::vector<sim::SHotPixel> hot = driver->Sensor().hotPixels;
@@ -106,14 +106,14 @@ INSTANTIATE_TEST_SUITE_P(Models, DefectClosedLoop,
 TEST(DefectClosedLoopWithoutSlots, ChangesNothing) {
     const auto driver = std::make_shared<sim::CSimulatedDriver>("global-2m");
     driver->SetTransferFormat(VEK_TRANSFER_RAW8);
-    const int fd = sim::OpenSimulatedCamera(driver);
+    const int fd = sim::openSimulatedCamera(driver);
     VekCam_Handle handle = VekCam_Open(fd);
     driver->ClearRequests();
     const std::vector<unsigned char> image(kWidth * kHeight, 255);
     EXPECT_EQ(VekCam_DetectDefectPixel(handle, kWidth, kHeight, image.data(), 1), 0);
     EXPECT_TRUE(driver->Requests().empty());
     VekCam_Close(handle);
-    sim::CloseSimulatedCamera(fd);
+    sim::closeSimulatedCamera(fd);
 }
 
 } // namespace

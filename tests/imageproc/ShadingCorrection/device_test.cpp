@@ -52,7 +52,7 @@ protected:
 /// A mono camera's target is the mean of the middle, 25.
 const Bytes kAsMono = {115, 105, 95, 85};
 /// Every place of the 2 x 2 cell has a target of its own, its level.
-const Bytes kAsColour = {100, 100, 100, 100};
+const Bytes kAsColor = {100, 100, 100, 100};
 
 } // namespace
 
@@ -63,15 +63,15 @@ TEST_F(CShadingDevice, MonoCamera) {
 TEST_F(CShadingDevice, BayerCamera) {
     for (const std::int32_t colorArray : {2, 3, 4, 5}) {
         SetCamera(colorArray, 0);
-        EXPECT_EQ(Offsets(), kAsColour) << colorArray;
+        EXPECT_EQ(Offsets(), kAsColor) << colorArray;
     }
 }
 
 // The colour array is the one of the transferred pixels: YCrCb formats are colour on any sensor.
-TEST_F(CShadingDevice, YCrCbFormatsAreColour) {
+TEST_F(CShadingDevice, YCrCbFormatsAreColor) {
     for (std::int32_t format = 0; format <= 21; ++format) {
         SetCamera(1, format);
-        EXPECT_EQ(Offsets(), format >= 12 && format <= 17 ? kAsColour : kAsMono) << format;
+        EXPECT_EQ(Offsets(), format >= 12 && format <= 17 ? kAsColor : kAsMono) << format;
     }
 }
 
@@ -80,9 +80,9 @@ TEST_F(CShadingDevice, ColorArrayIsCutToSixteen) {
     SetCamera(0x10001, 0);
     EXPECT_EQ(Offsets(), kAsMono);
     SetCamera(0x101, 0);
-    EXPECT_EQ(Offsets(), kAsColour);
+    EXPECT_EQ(Offsets(), kAsColor);
     SetCamera(0, 0);
-    EXPECT_EQ(Offsets(), kAsColour);
+    EXPECT_EQ(Offsets(), kAsColor);
     SetCamera(-65535, 0);
     EXPECT_EQ(Offsets(), kAsMono);
 }

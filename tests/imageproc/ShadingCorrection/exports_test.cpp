@@ -218,7 +218,7 @@ TEST_F(CShadingExports, ShownMap) {
 }
 
 // Without a driver that answers the places of the 2 x 2 cell have targets of their own, as with a colour sensor.
-TEST_F(CShadingExports, NoDriverCountsAsColour) {
+TEST_F(CShadingExports, NoDriverCountsAsColor) {
     Bytes image = {100, 200, 100, 200};
     const Bytes before = image;
     SetMode(VEK_SHADING_CALIBRATE_GAIN);

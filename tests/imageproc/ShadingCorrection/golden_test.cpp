@@ -220,7 +220,7 @@ TEST_F(CGoldenShading, MeasuringSquareOfOddRemainders) {
 }
 
 // 8 x 8: a side of 2, at row and column 3: its four pixels are one of each phase.
-TEST_F(CGoldenShading, ColourIsMeasuredByPhase) {
+TEST_F(CGoldenShading, ColorIsMeasuredByPhase) {
     EXPECT_EQ(mModule->SetColorArray(kRGGB), kOk);
     Samples image(64, 0);
     image[3 * 8 + 3] = 40;
@@ -236,7 +236,7 @@ TEST_F(CGoldenShading, ColourIsMeasuredByPhase) {
 }
 
 // Every code but 1 is colour.
-TEST_F(CGoldenShading, EveryOtherColorArrayIsColour) {
+TEST_F(CGoldenShading, EveryOtherColorArrayIsColor) {
     for (const unsigned short colorArray :
          {std::uint16_t{0}, std::uint16_t{1}, std::uint16_t{5}, std::uint16_t{6}, std::uint16_t{0x101}}) {
         EXPECT_EQ(mModule->SetColorArray(colorArray), kOk);
@@ -255,7 +255,7 @@ TEST_F(CGoldenShading, PhasesWithoutPixels) {
 }
 
 // Colour measures the phases that are 0 and keeps the others.
-TEST_F(CGoldenShading, ColourKeepsSetTargets) {
+TEST_F(CGoldenShading, ColorKeepsSetTargets) {
     EXPECT_EQ(mModule->SetColorArray(kRGGB), kOk);
     SetTargets({0, 100, 0, 200});
     Calibrate(2, {10, 20, 30, 40}, kCalibrateOffset);

@@ -51,9 +51,9 @@ std::uint16_t moved(std::uint16_t sample, int move, bool up, int max, bool /*gre
 }
 
 /// A byte: grey images take moves modulo 256, colour images bounds and sums.
-std::uint8_t moved(std::uint8_t sample, int move, bool up, int max, bool grey) {
+std::uint8_t moved(std::uint8_t sample, int move, bool up, int max, bool gray) {
     const auto top = static_cast<std::uint8_t>(max);
-    if (grey) {
+    if (gray) {
         const auto byte = static_cast<std::uint8_t>(move);
         if (up) {
             const auto room = static_cast<std::uint8_t>(max - sample);

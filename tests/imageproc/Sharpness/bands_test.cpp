@@ -13,14 +13,14 @@ namespace vek::test {
 namespace {
 
 template <class T>
-void tryRandomBands(unsigned long grey, unsigned long three, unsigned long four, unsigned short bits) {
+void tryRandomBands(unsigned long gray, unsigned long three, unsigned long four, unsigned short bits) {
     for (std::uint64_t seed = 1; seed <= 60; ++seed) {
         CBandCheck<T> check(rows::bestTable(), seed);
         CRandom& random = check.Random();
         CSharpness module(rows::bestTable());
         module.SetMode(1, static_cast<unsigned short>(random.Below(400)), static_cast<unsigned short>(random.Below(6)));
         const unsigned samples = static_cast<unsigned>(random.Below(3));
-        const unsigned long formats[] = {grey, three, four};
+        const unsigned long formats[] = {gray, three, four};
         const SFrame frame = {3 + random.Below(150), 3 + random.Below(12), formats[samples], 0, bits};
         const unsigned perPixel = samples == 0 ? 1 : samples + 2;
         ASSERT_TRUE(check.RunInPlace(module.Stage(), frame, {perPixel, perPixel, bits}));

@@ -19,16 +19,16 @@ protected:
     void Set(unsigned short gain, unsigned short coring) { EXPECT_EQ(mModule->SetMode(1, gain, coring), 0U); }
 
     /// The centre of 5 x 5 pixels that are all field but for it, and the pixel beside it, after sharpening.
-    std::vector<int> GreyBytes(int field, int centre) { return Grey<std::uint8_t>(1, field, centre, 8, 8); }
-    std::vector<int> GreyWords(int field, int centre, unsigned short bits) {
-        return Grey<std::uint16_t>(32, field, centre, bits, 6);
+    std::vector<int> GrayBytes(int field, int center) { return Gray<std::uint8_t>(1, field, center, 8, 8); }
+    std::vector<int> GrayWords(int field, int center, unsigned short bits) {
+        return Gray<std::uint16_t>(32, field, center, bits, 6);
     }
     /// Blue, green and red of the centre of 3 x 3 pixels.
-    std::vector<int> ColorBytes(int field, const std::vector<int>& centre) {
-        return Color<std::uint8_t>(4, field, centre, 8, 12);
+    std::vector<int> ColorBytes(int field, const std::vector<int>& center) {
+        return Color<std::uint8_t>(4, field, center, 8, 12);
     }
-    std::vector<int> ColorWords(int field, const std::vector<int>& centre, unsigned short bits) {
-        return Color<std::uint16_t>(256, field, centre, bits, 10);
+    std::vector<int> ColorWords(int field, const std::vector<int>& center, unsigned short bits) {
+        return Color<std::uint16_t>(256, field, center, bits, 10);
     }
 
     ModulePtr<ISharpness, kModuleSharpness> mModule = makeModule<ISharpness, kModuleSharpness>();
@@ -41,21 +41,21 @@ private:
     }
     /// row: samples from row to row, of which the derived pitch is.
     template <class T>
-    std::vector<int> Grey(unsigned long format, int field, int centre, unsigned short bits, std::size_t row) {
+    std::vector<int> Gray(unsigned long format, int field, int center, unsigned short bits, std::size_t row) {
         std::vector<T> image(row * 5, static_cast<T>(field));
-        image[2 * row + 2] = static_cast<T>(centre);
+        image[2 * row + 2] = static_cast<T>(center);
         Process(5, format, &image, bits);
         return Expected<T>(image, row, field);
     }
     /// row: the same of pixels with three samples; pixels with four take 12.
     template <class T>
-    std::vector<int> Color(unsigned long format, int field, const std::vector<int>& centre, unsigned short bits,
+    std::vector<int> Color(unsigned long format, int field, const std::vector<int>& center, unsigned short bits,
                            std::size_t row) {
         std::vector<T> image(3 * row, static_cast<T>(field));
         std::vector<T> four(3 * 12, static_cast<T>(field));
         for (std::size_t i = 0; i < 3; ++i) {
-            image[row + 3 + i] = static_cast<T>(centre[i]);
-            four[12 + 4 + i] = static_cast<T>(centre[i]);
+            image[row + 3 + i] = static_cast<T>(center[i]);
+            four[12 + 4 + i] = static_cast<T>(center[i]);
         }
         four[12 + 7] = 123;
         Process(3, format, &image, bits);
@@ -89,29 +89,29 @@ using V = std::vector<int>;
 // Centre: 100 - 50 = 50 more. Neighbours: mean (7 x 50 + 100 + 4) >> 3 = 56, 6 less.
 TEST_F(CGoldenSharpness, OneBrightPixel) {
     Set(100, 0);
-    EXPECT_EQ(GreyBytes(50, 100), (V{150, 44}));
-    EXPECT_EQ(GreyWords(50, 100, 12), (V{150, 44}));
+    EXPECT_EQ(GrayBytes(50, 100), (V{150, 44}));
+    EXPECT_EQ(GrayWords(50, 100, 12), (V{150, 44}));
 }
 
 // Centre: 50 - 100. Neighbours: mean (700 + 50 + 4) >> 3 = 94, 6 more.
 TEST_F(CGoldenSharpness, OneDarkPixel) {
     Set(50, 0);
-    EXPECT_EQ(GreyBytes(100, 50), (V{25, 103}));
-    EXPECT_EQ(GreyWords(100, 50, 10), (V{25, 103}));
+    EXPECT_EQ(GrayBytes(100, 50), (V{25, 103}));
+    EXPECT_EQ(GrayWords(100, 50, 10), (V{25, 103}));
 }
 
 TEST_F(CGoldenSharpness, FlatFieldStays) {
     Set(65535, 0);
-    EXPECT_EQ(GreyBytes(77, 77), (V{77, 77}));
+    EXPECT_EQ(GrayBytes(77, 77), (V{77, 77}));
     EXPECT_EQ(ColorBytes(77, {77, 77, 77}), (V{77, 77, 77}));
-    EXPECT_EQ(GreyWords(777, 777, 12), (V{777, 777}));
+    EXPECT_EQ(GrayWords(777, 777, 12), (V{777, 777}));
 }
 
 // A new module is off, and so is one that was switched off, whatever depth and format.
 TEST_F(CGoldenSharpness, OffTouchesNothing) {
-    EXPECT_EQ(GreyBytes(50, 100), (V{100, 50}));
+    EXPECT_EQ(GrayBytes(50, 100), (V{100, 50}));
     EXPECT_EQ(mModule->SetMode(0, 100, 0), 0U);
-    EXPECT_EQ(GreyBytes(50, 100), (V{100, 50}));
+    EXPECT_EQ(GrayBytes(50, 100), (V{100, 50}));
     EXPECT_EQ(mModule->ProcessB(5, 5, 0, 3, nullptr, 99), 0U);
     EXPECT_EQ(mModule->ProcessW(5, 5, 0, 3, nullptr, 99), 0U);
 }
@@ -120,7 +120,7 @@ TEST_F(CGoldenSharpness, OffTouchesNothing) {
 TEST_F(CGoldenSharpness, EveryOtherModeIsOn) {
     for (const unsigned mode : {1U, 2U, 128U, 255U}) {
         EXPECT_EQ(mModule->SetMode(static_cast<unsigned char>(mode), 100, 0), 0U);
-        EXPECT_EQ(GreyBytes(50, 100), (V{150, 44}));
+        EXPECT_EQ(GrayBytes(50, 100), (V{150, 44}));
     }
 }
 
@@ -135,18 +135,18 @@ TEST_F(CGoldenSharpness, SettingsOfModeZeroAreKept) {
     EXPECT_EQ(mode, 0);
     EXPECT_EQ(gain, 300);
     EXPECT_EQ(coring, 7);
-    EXPECT_EQ(GreyBytes(50, 100), (V{100, 50}));
+    EXPECT_EQ(GrayBytes(50, 100), (V{100, 50}));
     Set(300, 7);
-    EXPECT_EQ(GreyBytes(50, 60), (V{69, 50})); // 3 levels beyond the coring, times 3; neighbours differ by 1
+    EXPECT_EQ(GrayBytes(50, 60), (V{69, 50})); // 3 levels beyond the coring, times 3; neighbours differ by 1
 }
 
 // A difference of the coring itself stays, the next one counts as one.
 TEST_F(CGoldenSharpness, CoringIsIgnored) {
     Set(100, 10);
-    EXPECT_EQ(GreyBytes(50, 60), (V{60, 50}));
-    EXPECT_EQ(GreyBytes(50, 61), (V{62, 50}));
-    EXPECT_EQ(GreyBytes(50, 40), (V{40, 50}));
-    EXPECT_EQ(GreyBytes(50, 39), (V{38, 50}));
+    EXPECT_EQ(GrayBytes(50, 60), (V{60, 50}));
+    EXPECT_EQ(GrayBytes(50, 61), (V{62, 50}));
+    EXPECT_EQ(GrayBytes(50, 40), (V{40, 50}));
+    EXPECT_EQ(GrayBytes(50, 39), (V{38, 50}));
     EXPECT_EQ(ColorBytes(50, {60, 60, 60}), (V{60, 60, 60}));
     EXPECT_EQ(ColorBytes(50, {61, 61, 61}), (V{62, 62, 62}));
 }
@@ -155,39 +155,39 @@ TEST_F(CGoldenSharpness, CoringIsIgnored) {
 TEST_F(CGoldenSharpness, LargeCoringsSwitchOff) {
     for (const unsigned coring : {4095U, 4096U, 32768U, 65535U}) {
         Set(65535, static_cast<unsigned short>(coring));
-        EXPECT_EQ(GreyWords(0, 4095, 12), (V{4095, 0})) << coring;
-        EXPECT_EQ(GreyWords(4095, 0, 12), (V{0, 4095})) << coring;
+        EXPECT_EQ(GrayWords(0, 4095, 12), (V{4095, 0})) << coring;
+        EXPECT_EQ(GrayWords(4095, 0, 12), (V{0, 4095})) << coring;
     }
     Set(65535, 4094);
-    EXPECT_EQ(GreyWords(4095, 0, 12), (V{0, 4095}));
+    EXPECT_EQ(GrayWords(4095, 0, 12), (V{0, 4095}));
 }
 
 // Corrections of a gain of 0 are 0.
 TEST_F(CGoldenSharpness, NoGain) {
     Set(0, 0);
-    EXPECT_EQ(GreyBytes(50, 255), (V{255, 50}));
-    EXPECT_EQ(GreyBytes(50, 0), (V{0, 50}));
+    EXPECT_EQ(GrayBytes(50, 255), (V{255, 50}));
+    EXPECT_EQ(GrayBytes(50, 0), (V{0, 50}));
     EXPECT_EQ(ColorBytes(50, {255, 0, 90}), (V{255, 0, 90}));
 }
 
 // Half a level is rounded up: 50 % of 1, 3 and 5 levels.
 TEST_F(CGoldenSharpness, HalfALevelRoundsUp) {
     Set(50, 0);
-    EXPECT_EQ(GreyBytes(50, 51), (V{52, 50}));
-    EXPECT_EQ(GreyBytes(50, 53), (V{55, 50}));
-    EXPECT_EQ(GreyBytes(50, 45), (V{42, 51})); // neighbours: mean (350 + 45 + 4) >> 3 = 49
+    EXPECT_EQ(GrayBytes(50, 51), (V{52, 50}));
+    EXPECT_EQ(GrayBytes(50, 53), (V{55, 50}));
+    EXPECT_EQ(GrayBytes(50, 45), (V{42, 51})); // neighbours: mean (350 + 45 + 4) >> 3 = 49
 }
 
 // Corrections are summed in single precision: 25 times 10 % is a little less than 2.5, 15 times a little more than 1.5.
 TEST_F(CGoldenSharpness, CorrectionsAreSummed) {
     Set(10, 0);
-    EXPECT_EQ(GreyWords(100, 125, 12)[0], 127);
-    EXPECT_EQ(GreyWords(100, 115, 12)[0], 117);
+    EXPECT_EQ(GrayWords(100, 125, 12)[0], 127);
+    EXPECT_EQ(GrayWords(100, 115, 12)[0], 117);
     Set(1, 0);
-    EXPECT_EQ(GreyWords(100, 150, 12)[0], 150);
-    EXPECT_EQ(GreyWords(100, 151, 12)[0], 152);
+    EXPECT_EQ(GrayWords(100, 150, 12)[0], 150);
+    EXPECT_EQ(GrayWords(100, 151, 12)[0], 152);
     Set(15, 0);
-    EXPECT_EQ(GreyWords(100, 110, 12)[0], 111); // 10 x 15 %
+    EXPECT_EQ(GrayWords(100, 110, 12)[0], 111); // 10 x 15 %
 }
 
 // The mean of eight rounds a half up.
@@ -202,7 +202,7 @@ TEST_F(CGoldenSharpness, MeanRoundsAHalfUp) {
 }
 
 // Neighbours are taken as they were, whatever became of them: with 0s around, both means are (80 + 4) >> 3 = 10.
-TEST_F(CGoldenSharpness, NeighboursAreTakenUnchanged) {
+TEST_F(CGoldenSharpness, NeighborsAreTakenUnchanged) {
     Set(100, 0);
     std::vector<std::uint8_t> wide{0, 0, 0, 0, 0, 80, 80, 0, 0, 0, 0, 0};
     EXPECT_EQ(mModule->ProcessB(4, 3, 0, 1, wide.data(), 8), 0U);
@@ -231,11 +231,11 @@ TEST_F(CGoldenSharpness, SmallImagesStay) {
 // Moves stop at the ends of the depth.
 TEST_F(CGoldenSharpness, Clamps) {
     Set(100, 0);
-    EXPECT_EQ(GreyBytes(50, 200), (V{255, 31}));          // 200 + 150; neighbours: mean (350 + 200 + 4) >> 3 = 69
-    EXPECT_EQ(GreyBytes(150, 50), (V{0, 162}));           // 50 - 100; mean (1050 + 50 + 4) >> 3 = 138
-    EXPECT_EQ(GreyWords(1000, 3000, 12), (V{4095, 750})); // mean (7000 + 3000 + 4) >> 3 = 1250
-    EXPECT_EQ(GreyWords(500, 900, 10), (V{1023, 450}));   // mean (3500 + 900 + 4) >> 3 = 550
-    EXPECT_EQ(GreyWords(200, 300, 9), (V{400, 187}));     // mean (1400 + 300 + 4) >> 3 = 213
+    EXPECT_EQ(GrayBytes(50, 200), (V{255, 31}));          // 200 + 150; neighbours: mean (350 + 200 + 4) >> 3 = 69
+    EXPECT_EQ(GrayBytes(150, 50), (V{0, 162}));           // 50 - 100; mean (1050 + 50 + 4) >> 3 = 138
+    EXPECT_EQ(GrayWords(1000, 3000, 12), (V{4095, 750})); // mean (7000 + 3000 + 4) >> 3 = 1250
+    EXPECT_EQ(GrayWords(500, 900, 10), (V{1023, 450}));   // mean (3500 + 900 + 4) >> 3 = 550
+    EXPECT_EQ(GrayWords(200, 300, 9), (V{400, 187}));     // mean (1400 + 300 + 4) >> 3 = 213
     EXPECT_EQ(ColorBytes(50, {200, 200, 200}), (V{255, 255, 255}));
     EXPECT_EQ(ColorWords(1000, {3000, 3000, 3000}, 12), (V{4095, 4095, 4095}));
 }
@@ -251,12 +251,12 @@ TEST_F(CGoldenSharpness, ColorMovesByItsLuma) {
 }
 
 // In grey bytes a move counts modulo 256: 3 x 100 moves by 44.
-TEST_F(CGoldenSharpness, GreyBytesMoveModulo256) {
+TEST_F(CGoldenSharpness, GrayBytesMoveModulo256) {
     Set(300, 0);
-    EXPECT_EQ(GreyBytes(50, 150), (V{194, 11})); // neighbours: mean (350 + 150 + 4) >> 3 = 63, 39 less
-    EXPECT_EQ(GreyBytes(150, 50), (V{6, 186}));  // neighbours: mean (1050 + 50 + 4) >> 3 = 138, 36 more
+    EXPECT_EQ(GrayBytes(50, 150), (V{194, 11})); // neighbours: mean (350 + 150 + 4) >> 3 = 63, 39 less
+    EXPECT_EQ(GrayBytes(150, 50), (V{6, 186}));  // neighbours: mean (1050 + 50 + 4) >> 3 = 138, 36 more
     Set(256, 0);
-    EXPECT_EQ(GreyBytes(50, 150), (V{150, 17})); // 256 x 100 % = 256: 0; 13 x 2.56 = 33.28
+    EXPECT_EQ(GrayBytes(50, 150), (V{150, 17})); // 256 x 100 % = 256: 0; 13 x 2.56 = 33.28
 }
 
 // In colour bytes sum and bound count modulo 256: a move of 300 has a bound of 211.
@@ -275,24 +275,24 @@ TEST_F(CGoldenSharpness, ColorBytesMoveModulo256) {
 // Words move by what the table says, up to 4095, and are clamped.
 TEST_F(CGoldenSharpness, WordsDoNotWrap) {
     Set(300, 0);
-    EXPECT_EQ(GreyWords(50, 150, 12), (V{450, 11}));
-    EXPECT_EQ(GreyWords(50, 150, 9), (V{450, 11}));
-    EXPECT_EQ(GreyWords(150, 50, 9), (V{0, 186}));
+    EXPECT_EQ(GrayWords(50, 150, 12), (V{450, 11}));
+    EXPECT_EQ(GrayWords(50, 150, 9), (V{450, 11}));
+    EXPECT_EQ(GrayWords(150, 50, 9), (V{0, 186}));
     EXPECT_EQ(ColorWords(50, {220, 150, 100}, 12), (V{499, 429, 379}));
     EXPECT_EQ(ColorWords(50, {220, 150, 100}, 9), (V{499, 429, 379}));
     Set(65535, 0);
-    EXPECT_EQ(GreyWords(0, 3, 12), (V{1969, 0})); // 3 x 655.35 = 1966.05
-    EXPECT_EQ(GreyWords(0, 7, 12), (V{4095, 0})); // saturated
-    EXPECT_EQ(GreyWords(0, 3, 10), (V{1023, 0})); // a correction above the largest sample
-    EXPECT_EQ(GreyWords(1000, 997, 10), (V{0, 1000}));
+    EXPECT_EQ(GrayWords(0, 3, 12), (V{1969, 0})); // 3 x 655.35 = 1966.05
+    EXPECT_EQ(GrayWords(0, 7, 12), (V{4095, 0})); // saturated
+    EXPECT_EQ(GrayWords(0, 3, 10), (V{1023, 0})); // a correction above the largest sample
+    EXPECT_EQ(GrayWords(1000, 997, 10), (V{0, 1000}));
 }
 
 // Words above the depth: the difference of 19900 takes the table's last entry.
 TEST_F(CGoldenSharpness, DeepSampleTakesTheLastEntry) {
     Set(100, 0);
-    EXPECT_EQ(GreyWords(100, 20000, 12), (V{4095, 0})); // neighbours: mean (700 + 20000 + 4) >> 3 = 2588
+    EXPECT_EQ(GrayWords(100, 20000, 12), (V{4095, 0})); // neighbours: mean (700 + 20000 + 4) >> 3 = 2588
     Set(1, 0);
-    EXPECT_EQ(GreyWords(4000, 14000, 12)[1], 3987); // mean (28000 + 14000 + 4) >> 3 = 5250: 1250 x 1 %, summed
+    EXPECT_EQ(GrayWords(4000, 14000, 12)[1], 3987); // mean (28000 + 14000 + 4) >> 3 = 5250: 1250 x 1 %, summed
 }
 
 // Depths outside of 8 to 12 and formats of the other depth are refused.

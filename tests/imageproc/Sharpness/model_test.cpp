@@ -62,9 +62,9 @@ protected:
     /// The depths and formats that a sample type is made for, in turn.
     static unsigned Bits(unsigned turn) { return sizeof(T) == 1 ? 8 : 9 + turn % 4; }
     static unsigned long Format(unsigned samples, unsigned bits, unsigned turn) {
-        constexpr unsigned long kGrey[] = {2, 16, 32, 64};
+        constexpr unsigned long kGray[] = {2, 16, 32, 64};
         if (samples == 1) {
-            return bits == 8 ? 1 : kGrey[turn % 4];
+            return bits == 8 ? 1 : kGray[turn % 4];
         }
         return (bits == 8 ? 4UL : 256UL) * (samples - 2);
     }

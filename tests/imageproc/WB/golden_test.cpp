@@ -290,7 +290,7 @@ TEST_F(CGoldenWhiteBalance, OneShotTurnsManual) {
 }
 
 // A one-shot balance that ends with all gains at 1 is done as well.
-TEST_F(CGoldenWhiteBalance, OneShotOnAGreyImage) {
+TEST_F(CGoldenWhiteBalance, OneShotOnAGrayImage) {
     Set(kOnce, {300, 128, 128, 1});
     EXPECT_EQ(Run<std::uint8_t>(2, 2, {90, 90, 90, 90}), (Bytes{90, 90, 90, 90}));
     EXPECT_EQ(ReadGains(), (Gains{128, 128, 128, 128}));

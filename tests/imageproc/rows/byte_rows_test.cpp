@@ -77,7 +77,7 @@ protected:
                 }
                 compare<std::uint8_t>(table(), "toGrey", width == 0 ? 0 : lumaBytes[packing], width, width,
                                       [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
-                                          rows.yCrCb.toGrey[space][packing](src, dst, width, kTables[space]);
+                                          rows.yCrCb.toGray[space][packing](src, dst, width, kTables[space]);
                                       });
             }
         }
@@ -125,7 +125,7 @@ TEST_P(ByteRows, TakeTheirSourcesPlace) {
 }
 
 // The vectors calculate what the tables hold, so every colour there is.
-TEST_P(ByteRows, EveryYCrCbColour) {
+TEST_P(ByteRows, EveryYCrCbColor) {
     constexpr std::size_t width = 256;
     std::vector<std::uint8_t> src(3 * width);
     std::vector<std::uint8_t> expected(3 * width);
@@ -144,8 +144,8 @@ TEST_P(ByteRows, EveryYCrCbColour) {
             table().yCrCb.toBgr[space][packing][0](src.data(), got.data(), width, kTables[space]);
             ASSERT_EQ(got, expected) << table().name << ' ' << space << ' ' << chroma;
         }
-        scalar().yCrCb.toGrey[space][packing](src.data(), expected.data(), width, kTables[space]);
-        table().yCrCb.toGrey[space][packing](src.data(), got.data(), width, kTables[space]);
+        scalar().yCrCb.toGray[space][packing](src.data(), expected.data(), width, kTables[space]);
+        table().yCrCb.toGray[space][packing](src.data(), got.data(), width, kTables[space]);
         ASSERT_EQ(got, expected) << table().name << ' ' << space;
     }
 }

@@ -87,7 +87,7 @@ struct SSettings {
     }
 };
 
-class ColourRows : public CTierTest {
+class ColorRows : public CTierTest {
 protected:
     /// Runs kernel(table, row) on two copies of count random samples. The scalar rows' copy says what is right.
     template <class T, class Kernel>
@@ -113,19 +113,19 @@ protected:
             // A row ends with its last pixel's third sample.
             const std::size_t count = width == 0 ? 0 : (width - 1) * step + 3;
             Compare<T>("lumaCurve", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
-                rows::colourRows<T>(rows).lumaCurve(row, width, step, luma, settings.lumaCurve(), maxValue);
+                rows::colorRows<T>(rows).lumaCurve(row, width, step, luma, settings.lumaCurve(), maxValue);
             });
             Compare<T>("matrix", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
-                rows::colourRows<T>(rows).matrix(row, width, step, settings.matrix(), maxValue);
+                rows::colorRows<T>(rows).matrix(row, width, step, settings.matrix(), maxValue);
             });
             Compare<T>("suppressChroma", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
-                rows::colourRows<T>(rows).suppressChroma(row, width, step, luma, settings.limits);
+                rows::colorRows<T>(rows).suppressChroma(row, width, step, luma, settings.limits);
             });
             CRandom random(seed);
             CGuardedBuffer<T> pixels(count, flush);
             fillSamples(pixels.data(), count, pattern, depth, random);
             Compare<T>("luma", width, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
-                rows::colourRows<T>(rows).luma(pixels.data(), row, width, step, luma);
+                rows::colorRows<T>(rows).luma(pixels.data(), row, width, step, luma);
             });
             CheckSharpening<T>(width, step, count, pattern, depth, flush, seed, range, settings);
             if (HasFatalFailure()) {
@@ -137,7 +137,7 @@ protected:
         fillSamples(row.data(), width, pattern, depth, random);
         Compare<std::uint16_t>("sum3", width, pattern, 16, flush, seed,
                                [&](const rows::SRowTable& rows, std::uint16_t* sums) {
-                                   rows::colourRows<T>(rows).sum3(row.data(), sums, width);
+                                   rows::colorRows<T>(rows).sum3(row.data(), sums, width);
                                });
     }
 
@@ -156,16 +156,16 @@ protected:
         fillSamples(lumaRow.data(), width, pattern, depth, random);
         const rows::SSharpening sharpening = settings.sharpening(range);
         Compare<T>("sharpenColour", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
-            rows::colourRows<T>(rows).sharpenColour(row, step, lumaRow.data(), above.data(), below.data(), width,
-                                                    sharpening);
+            rows::colorRows<T>(rows).sharpenColor(row, step, lumaRow.data(), above.data(), below.data(), width,
+                                                  sharpening);
         });
         Compare<T>("sharpenGrey", width, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
-            rows::colourRows<T>(rows).sharpenGrey(row, above.data(), below.data(), width, sharpening);
+            rows::colorRows<T>(rows).sharpenGray(row, above.data(), below.data(), width, sharpening);
         });
     }
 };
 
-TEST_P(ColourRows, EqualScalarForEveryWidthUpTo130) {
+TEST_P(ColorRows, EqualScalarForEveryWidthUpTo130) {
     for (std::size_t width = 0; width <= 130; ++width) {
         const Flush flush = width % 2 == 0 ? Flush::Left : Flush::Right;
         CheckWidth<std::uint8_t>(width, Pattern::Random, 8, flush, width);
@@ -176,7 +176,7 @@ TEST_P(ColourRows, EqualScalarForEveryWidthUpTo130) {
     }
 }
 
-TEST_P(ColourRows, EqualScalarForEveryDepthAndExtremeData) {
+TEST_P(ColorRows, EqualScalarForEveryDepthAndExtremeData) {
     for (const Pattern pattern : kPatterns) {
         for (const std::uint64_t seed : {1UL, 2UL, 3UL}) {
             CheckWidth<std::uint8_t>(67, pattern, 8, Flush::Right, seed);
@@ -187,12 +187,12 @@ TEST_P(ColourRows, EqualScalarForEveryDepthAndExtremeData) {
     }
 }
 
-TEST_P(ColourRows, EqualScalarForLargeWidths) {
+TEST_P(ColorRows, EqualScalarForLargeWidths) {
     CheckWidth<std::uint8_t>(2447, Pattern::Random, 8, Flush::Right, 4);
     CheckWidth<std::uint16_t>(2447, Pattern::Random, 12, Flush::Right, 4);
 }
 
-TEST_P(ColourRows, EqualScalarAroundWhatIsDoneTogether) {
+TEST_P(ColorRows, EqualScalarAroundWhatIsDoneTogether) {
     for (const std::size_t width : {511U, 512U, 513U, 514U, 515U, 575U, 576U, 577U, 578U, 1023U, 1025U, 1026U}) {
         CheckWidth<std::uint8_t>(width, Pattern::Random, 8, Flush::Right, width);
         CheckWidth<std::uint16_t>(width, Pattern::Random, 12, Flush::Left, width);
@@ -203,7 +203,7 @@ TEST_P(ColourRows, EqualScalarAroundWhatIsDoneTogether) {
 }
 
 // Words may hold more than their depth: what is left alone keeps it, what is changed is limited.
-TEST_P(ColourRows, EqualScalarForSamplesAboveTheRange) {
+TEST_P(ColorRows, EqualScalarForSamplesAboveTheRange) {
     for (const std::uint64_t seed : {1UL, 2UL, 3UL, 4UL, 5UL, 6UL}) {
         for (const unsigned range : {9U, 10U, 12U}) {
             for (const unsigned depth : {range, range + 1, 13U, 14U, 15U, 16U}) {
@@ -219,7 +219,7 @@ TEST_P(ColourRows, EqualScalarForSamplesAboveTheRange) {
 }
 
 // One sample too large among usual ones, at every place of the blocks.
-TEST_P(ColourRows, EqualScalarForOneSampleAboveTheRange) {
+TEST_P(ColorRows, EqualScalarForOneSampleAboveTheRange) {
     const SSettings settings(2, 12);
     constexpr std::size_t width = 140;
     for (std::size_t at = 0; at < 3 * width; ++at) {
@@ -228,13 +228,13 @@ TEST_P(ColourRows, EqualScalarForOneSampleAboveTheRange) {
             Compare<std::uint16_t>("matrix", 3 * width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        spoil(row);
-                                       rows.colours16.matrix(row, width, 3, settings.matrix(), 4095);
+                                       rows.colors16.matrix(row, width, 3, settings.matrix(), 4095);
                                    });
             Compare<std::uint16_t>("lumaCurve", 3 * width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        spoil(row);
-                                       rows.colours16.lumaCurve(row, width, 3, settings.luma(), settings.lumaCurve(),
-                                                                4095);
+                                       rows.colors16.lumaCurve(row, width, 3, settings.luma(), settings.lumaCurve(),
+                                                               4095);
                                    });
             CRandom random(3);
             std::vector<std::uint16_t> sums(3 * width);
@@ -242,15 +242,15 @@ TEST_P(ColourRows, EqualScalarForOneSampleAboveTheRange) {
             Compare<std::uint16_t>("sharpenGrey", 3 * width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        spoil(row);
-                                       rows.colours16.sharpenGrey(row, sums.data(), sums.data(), 3 * width,
-                                                                  settings.sharpening(12));
+                                       rows.colors16.sharpenGray(row, sums.data(), sums.data(), 3 * width,
+                                                                 settings.sharpening(12));
                                    });
             std::vector<std::uint16_t> luma(sums.begin(), sums.begin() + width);
             Compare<std::uint16_t>("sharpenColour", 3 * width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        spoil(row);
-                                       rows.colours16.sharpenColour(row, 3, luma.data(), sums.data(), sums.data(),
-                                                                    width, settings.sharpening(12));
+                                       rows.colors16.sharpenColor(row, 3, luma.data(), sums.data(), sums.data(), width,
+                                                                  settings.sharpening(12));
                                    });
             if (HasFatalFailure()) {
                 return;
@@ -260,7 +260,7 @@ TEST_P(ColourRows, EqualScalarForOneSampleAboveTheRange) {
 }
 
 // Sums at which 16 bits overflow, alone and together.
-TEST_P(ColourRows, SharpeningEqualsScalarForExtremeSums) {
+TEST_P(ColorRows, SharpeningEqualsScalarForExtremeSums) {
     const SSettings settings(2, 12);
     constexpr std::size_t width = 200;
     for (const unsigned sums : {0U, 8191U, 12285U, 16383U, 16384U, 32767U, 32768U, 65535U}) {
@@ -269,14 +269,14 @@ TEST_P(ColourRows, SharpeningEqualsScalarForExtremeSums) {
             const std::vector<std::uint16_t> luma(width, static_cast<std::uint16_t>(sample));
             Compare<std::uint16_t>("sharpenColour", 3 * width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
-                                       rows.colours16.sharpenColour(row, 3, luma.data(), beside.data(), beside.data(),
-                                                                    width, settings.sharpening(12));
+                                       rows.colors16.sharpenColor(row, 3, luma.data(), beside.data(), beside.data(),
+                                                                  width, settings.sharpening(12));
                                    });
             Compare<std::uint16_t>("sharpenGrey", width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        std::fill(row, row + width, static_cast<std::uint16_t>(sample));
-                                       rows.colours16.sharpenGrey(row, beside.data(), beside.data(), width,
-                                                                  settings.sharpening(12));
+                                       rows.colors16.sharpenGray(row, beside.data(), beside.data(), width,
+                                                                 settings.sharpening(12));
                                    });
             if (HasFatalFailure()) {
                 return;
@@ -285,7 +285,7 @@ TEST_P(ColourRows, SharpeningEqualsScalarForExtremeSums) {
     }
 }
 
-TEST_P(ColourRows, EqualScalarForExtremeSettings) {
+TEST_P(ColorRows, EqualScalarForExtremeSettings) {
     for (const std::uint64_t seed : {1UL, 2UL}) {
         for (const unsigned start : {0U, 1U, 128U, 254U, 255U, 256U, 4095U, 65534U, 65535U}) {
             for (const unsigned slope : {0U, 1U, 63U, 64U, 65U, 16383U, 16384U, 65535U}) {
@@ -319,7 +319,7 @@ void checkShares(const rows::SRowTable& table, const rows::SLumaTables& luma, st
             pixels[3 * i + channel] = static_cast<T>(i);
         }
         std::vector<T> got(samples);
-        rows::colourRows<T>(table).luma(pixels.data(), got.data(), samples, 3, luma);
+        rows::colorRows<T>(table).luma(pixels.data(), got.data(), samples, 3, luma);
         for (std::size_t i = 0; i < samples; ++i) {
             const std::size_t held = std::min<std::size_t>(i, rows::SLumaTables::kEntries - 1);
             ASSERT_EQ(got[i], (held * weights[channel] + 500) / 1000) << table.name << ", channel " << channel;
@@ -327,13 +327,13 @@ void checkShares(const rows::SRowTable& table, const rows::SLumaTables& luma, st
     }
 }
 
-TEST_P(ColourRows, LumaOfEverySample) {
+TEST_P(ColorRows, LumaOfEverySample) {
     const SSettings settings(1, 12);
     checkShares<std::uint8_t>(table(), settings.luma(), 256);
     checkShares<std::uint16_t>(table(), settings.luma(), 65536);
 }
 
-VEK_FOR_EVERY_TIER(ColourRows);
+VEK_FOR_EVERY_TIER(ColorRows);
 
 } // namespace
 } // namespace vek::test

@@ -15,14 +15,14 @@ using rows::SRowTable;
 constexpr const char* kRowNames[] = {"RG", "GR", "GB", "BG"};
 
 enum class Kernel {
-    Grey,
+    Gray,
     None,
     NearestNeighbor,
     Bilinear,
     BilinearOpen,
     BlockUpper,
     BlockLower,
-    Centre,
+    Center,
     Cubic,
     CubicStrip,
     CubicThird,
@@ -40,14 +40,14 @@ struct SKernelTraits {
     std::size_t results; ///< samples that it writes for each column; 0: a pixel
 };
 constexpr SKernelTraits kKernels[] = {
-    {Kernel::Grey, "grey", 1, 1, false, 0},
+    {Kernel::Gray, "grey", 1, 1, false, 0},
     {Kernel::None, "none", 1, 1, false, 0},
     {Kernel::NearestNeighbor, "nearestNeighbor", 2, 2, false, 0},
     {Kernel::Bilinear, "bilinearSimple", 3, 2, true, 0},
     {Kernel::BilinearOpen, "bilinearSimpleOpen", 1, 2, true, 0},
     {Kernel::BlockUpper, "nearestNeighbor2, upper row", 2, 2, false, 0},
     {Kernel::BlockLower, "nearestNeighbor2, lower row", 2, 2, true, 0},
-    {Kernel::Centre, "bilinearFalseColorReduction", 4, 3, false, 0},
+    {Kernel::Center, "bilinearFalseColorReduction", 4, 3, false, 0},
     {Kernel::Cubic, "biCubic", 1, 2, false, 2},
     {Kernel::CubicStrip, "biCubic of a strip", 1, 2, false, 2},
     {Kernel::CubicThird, "biCubicThird", 4, 1, false, 1},
@@ -74,8 +74,8 @@ void run(const SRowTable& table, Kernel kernel, std::size_t row, unsigned channe
     const std::size_t from = width / 4 * 2;
     const std::size_t to = width - width / 5;
     switch (kernel) {
-    case Kernel::Grey:
-        return k.grey[layout](src[0], dst, width);
+    case Kernel::Gray:
+        return k.gray[layout](src[0], dst, width);
     case Kernel::None:
         return k.none[row][layout](src[0], dst, width);
     case Kernel::NearestNeighbor:
@@ -88,7 +88,7 @@ void run(const SRowTable& table, Kernel kernel, std::size_t row, unsigned channe
         return k.nearestNeighbor2[row][layout](src[0], src[1], dst, width, false);
     case Kernel::BlockLower:
         return k.nearestNeighbor2[row][layout](src[0], src[1], dst, width, true);
-    case Kernel::Centre:
+    case Kernel::Center:
         return k.bilinearFalseColorReduction[row][layout](src[0], src[1], src[2], src[3], dst, width);
     case Kernel::Cubic:
         return k.biCubic[row](src[0], dst, dst + width, 0, width, width);

@@ -23,8 +23,8 @@ constexpr unsigned kRed = 2;
 template <BayerRow Row>
 struct SRow {
     static constexpr unsigned greenParity = Row == BayerRow::RG || Row == BayerRow::BG ? 1 : 0;
-    static constexpr unsigned rowColour = Row == BayerRow::RG || Row == BayerRow::GR ? kRed : kBlue;
-    static constexpr unsigned thirdColour = kRed - rowColour;
+    static constexpr unsigned rowColor = Row == BayerRow::RG || Row == BayerRow::GR ? kRed : kBlue;
+    static constexpr unsigned thirdColor = kRed - rowColor;
 };
 
 template <class T>
@@ -36,11 +36,11 @@ inline T meanOf(T a, T b) {
 
 /// A row's own colour, green and the third colour as blue, green and red.
 template <BayerRow Row, class A>
-VEK_INLINE SColours<A> coloursOf(A rowColour, A green, A third) {
-    if constexpr (SRow<Row>::rowColour == kBlue) {
-        return {rowColour, green, third};
+VEK_INLINE SColors<A> colorsOf(A rowColor, A green, A third) {
+    if constexpr (SRow<Row>::rowColor == kBlue) {
+        return {rowColor, green, third};
     } else {
-        return {third, green, rowColour};
+        return {third, green, rowColor};
     }
 }
 

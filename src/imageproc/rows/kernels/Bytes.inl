@@ -84,7 +84,7 @@ void shiftToBytes(const T* src, std::uint8_t* dst, std::size_t width, int shift)
             done = storeByteBlocks<1>(dst, width, [=](std::size_t x) { return shiftBlock(src + x, by); });
         } else if (const std::size_t columns = blockColumns<RowV<std::uint8_t>>(0, 0, width); columns != 0) {
             forBlocks<RowV<std::uint8_t>, Channels>(dst, 0, columns, [=](std::size_t x) {
-                storeGrey<Channels>(dst + x * Channels, shiftBlock(src + x, by));
+                storeGray<Channels>(dst + x * Channels, shiftBlock(src + x, by));
             });
             done = columns;
         }

@@ -94,9 +94,9 @@ VEK_INLINE A towardGreenBlock(A samples, A green, const SStrength<A>& strength) 
 }
 
 template <class A>
-VEK_INLINE SColours<A> suppressBlock(const SColours<A>& colours, const SStrength<A>& strength) {
-    return {towardGreenBlock(colours.blue, colours.green, strength), colours.green,
-            towardGreenBlock(colours.red, colours.green, strength)};
+VEK_INLINE SColors<A> suppressBlock(const SColors<A>& colors, const SStrength<A>& strength) {
+    return {towardGreenBlock(colors.blue, colors.green, strength), colors.green,
+            towardGreenBlock(colors.red, colors.green, strength)};
 }
 
 // ---- driver: all of a row; returns the column behind it ----
@@ -114,11 +114,11 @@ inline std::size_t suppressChromaBlocks(T* row, std::size_t width, std::size_t s
     while (const std::size_t columns = anyColumns<T>(x, width)) {
         T* const pixels = dense.Take(row + x * step, columns);
         for (std::size_t i = 0; i < columns; i += kLanes<A>) {
-            const SColours<A> colours = load3<A>(pixels + 3 * i);
-            const SStrength<A> strength(lumaBlock(colours), limits);
+            const SColors<A> colors = load3<A>(pixels + 3 * i);
+            const SStrength<A> strength(lumaBlock(colors), limits);
             // Bright and dark areas are connected.
             if (strength.Any()) {
-                storePixels<3>(pixels + 3 * i, suppressBlock(colours, strength));
+                storePixels<3>(pixels + 3 * i, suppressBlock(colors, strength));
             }
         }
         dense.PutBack(row + x * step, columns);

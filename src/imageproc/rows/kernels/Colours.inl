@@ -12,14 +12,14 @@ namespace vek::rows::VEK_ISA {
 namespace {
 
 template <class T>
-constexpr SColourRows<T> colourTable() {
+constexpr SColorRows<T> colorTable() {
     return {.lumaCurve = lumaCurve<T>,
             .matrix = matrix<T>,
             .suppressChroma = suppressChroma<T>,
             .luma = luma<T>,
             .sum3 = sum3<T>,
-            .sharpenGrey = sharpenGrey<T>,
-            .sharpenColour = sharpenColour<T>};
+            .sharpenGray = sharpenGray<T>,
+            .sharpenColor = sharpenColor<T>};
 }
 
 } // namespace

@@ -20,7 +20,7 @@ namespace {
 
 template <class T>
 constexpr SDemosaicRows<T> demosaicTable() {
-    return {.grey = VEK_BY_LAYOUT(grey, T),
+    return {.gray = VEK_BY_LAYOUT(gray, T),
             .none = VEK_BY_ROW(none),
             .nearestNeighbor = VEK_BY_ROW(nearestNeighbor),
             .bilinearSimple = VEK_BY_ROW(bilinearSimple),

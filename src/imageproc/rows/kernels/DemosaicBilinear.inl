@@ -37,7 +37,7 @@ inline void bilinearOpenSpan(const T* row, T* dst, std::size_t from, std::size_t
     for (std::size_t x = from; x < to; ++x) {
         T* const pixel = dst + x * Channels;
         pixel[kGreen] = horizontal<T, greenParity>(row, x, width);
-        pixel[SRow<Row>::rowColour] = horizontal<T, 1 - greenParity>(row, x, width);
+        pixel[SRow<Row>::rowColor] = horizontal<T, 1 - greenParity>(row, x, width);
     }
 }
 
@@ -47,7 +47,7 @@ inline void bilinearSpan(const T* above, const T* row, const T* below, T* dst, s
     constexpr unsigned greenParity = SRow<Row>::greenParity;
     bilinearOpenSpan<T, Row, Channels>(row, dst, from, to, width);
     for (std::size_t x = from; x < to; ++x) {
-        dst[x * Channels + SRow<Row>::thirdColour] =
+        dst[x * Channels + SRow<Row>::thirdColor] =
             meanOf(horizontal<T, greenParity>(above, x, width), horizontal<T, greenParity>(below, x, width));
     }
 }
@@ -64,10 +64,10 @@ VEK_INLINE A horizontalBlock(const Lane<A>* row, std::size_t x) {
 }
 
 template <class A, BayerRow Row>
-VEK_INLINE SColours<A> bilinearBlock(const Lane<A>* above, const Lane<A>* row, const Lane<A>* below, std::size_t x) {
+VEK_INLINE SColors<A> bilinearBlock(const Lane<A>* above, const Lane<A>* row, const Lane<A>* below, std::size_t x) {
     constexpr unsigned greenParity = SRow<Row>::greenParity;
     const A third = mean(horizontalBlock<A, greenParity>(above, x), horizontalBlock<A, greenParity>(below, x));
-    return coloursOf<Row>(horizontalBlock<A, 1 - greenParity>(row, x), horizontalBlock<A, greenParity>(row, x), third);
+    return colorsOf<Row>(horizontalBlock<A, 1 - greenParity>(row, x), horizontalBlock<A, greenParity>(row, x), third);
 }
 
 // ---- driver ----

@@ -34,31 +34,31 @@ inline void blockSpan(const T* upper, const T* lower, T* dst, std::size_t from, 
     for (std::size_t x = from; x < to; ++x) {
         const SBlock<Upper> block(x);
         T* const pixel = dst + x * Channels;
-        pixel[SRow<Upper>::rowColour] = upper[block.lowerGreen];
+        pixel[SRow<Upper>::rowColor] = upper[block.lowerGreen];
         pixel[kGreen] = meanOf(upper[block.upperGreen], lower[block.lowerGreen]);
-        pixel[SRow<Upper>::thirdColour] = lower[block.upperGreen];
+        pixel[SRow<Upper>::thirdColor] = lower[block.upperGreen];
     }
 }
 
 /// (9 near + 3 far along the row + 3 far across it + far both) / 16.
 template <class T>
-inline T centre(T near, T farColumn, T farRow, T farBoth) {
+inline T center(T near, T farColumn, T farRow, T farBoth) {
     return static_cast<T>((9U * near + 3U * farColumn + 3U * farRow + farBoth) >> 4);
 }
 
 /// near and far: columns of a colour's samples at either side of the block's middle.
 template <class T, BayerRow Upper>
-inline void centreColours(const T* upper, const T* lower, const T* upperFar, const T* lowerFar, T* pixel,
-                          std::size_t upperNear, std::size_t upperFarColumn, std::size_t lowerNear,
-                          std::size_t lowerFarColumn) {
-    pixel[SRow<Upper>::rowColour] =
-        centre(upper[upperNear], upper[upperFarColumn], upperFar[upperNear], upperFar[upperFarColumn]);
-    pixel[SRow<Upper>::thirdColour] =
-        centre(lower[lowerNear], lower[lowerFarColumn], lowerFar[lowerNear], lowerFar[lowerFarColumn]);
+inline void centerColors(const T* upper, const T* lower, const T* upperFar, const T* lowerFar, T* pixel,
+                         std::size_t upperNear, std::size_t upperFarColumn, std::size_t lowerNear,
+                         std::size_t lowerFarColumn) {
+    pixel[SRow<Upper>::rowColor] =
+        center(upper[upperNear], upper[upperFarColumn], upperFar[upperNear], upperFar[upperFarColumn]);
+    pixel[SRow<Upper>::thirdColor] =
+        center(lower[lowerNear], lower[lowerFarColumn], lowerFar[lowerNear], lowerFar[lowerFarColumn]);
 }
 
 template <class T, BayerRow Upper, unsigned Channels>
-inline void centreSpan(const T* upper, const T* lower, const T* upperFar, const T* lowerFar, T* dst, std::size_t from,
+inline void centerSpan(const T* upper, const T* lower, const T* upperFar, const T* lowerFar, T* dst, std::size_t from,
                        std::size_t to, std::size_t width) {
     for (std::size_t x = from; x < to; ++x) {
         const SBlock<Upper> block(x);
@@ -69,8 +69,8 @@ inline void centreSpan(const T* upper, const T* lower, const T* upperFar, const 
         const auto farColumn = [=](std::size_t near) {
             return near == x ? (x + 2 < width ? x + 2 : near) : (x >= 1 ? x - 1 : near);
         };
-        centreColours<T, Upper>(upper, lower, upperFar, lowerFar, pixel, block.lowerGreen, farColumn(block.lowerGreen),
-                                block.upperGreen, farColumn(block.upperGreen));
+        centerColors<T, Upper>(upper, lower, upperFar, lowerFar, pixel, block.lowerGreen, farColumn(block.lowerGreen),
+                               block.upperGreen, farColumn(block.upperGreen));
     }
 }
 
@@ -82,7 +82,7 @@ inline void centreSpan(const T* upper, const T* lower, const T* upperFar, const 
 template <class A>
 struct SBlockSamples {
     A green;
-    A colour;
+    A color;
 };
 template <class A, unsigned GreenParity>
 VEK_INLINE SBlockSamples<A> blockSamples(const Lane<A>* row, std::size_t x) {
@@ -93,16 +93,16 @@ VEK_INLINE SBlockSamples<A> blockSamples(const Lane<A>* row, std::size_t x) {
 }
 
 template <class A, BayerRow Upper>
-VEK_INLINE SColours<A> nearestNeighbor2Block(const Lane<A>* upper, const Lane<A>* lower, std::size_t x) {
+VEK_INLINE SColors<A> nearestNeighbor2Block(const Lane<A>* upper, const Lane<A>* lower, std::size_t x) {
     constexpr unsigned greenParity = SRow<Upper>::greenParity;
     const SBlockSamples<A> u = blockSamples<A, greenParity>(upper, x);
     const SBlockSamples<A> l = blockSamples<A, 1 - greenParity>(lower, x);
-    return coloursOf<Upper>(u.colour, mean(u.green, l.green), l.colour);
+    return colorsOf<Upper>(u.color, mean(u.green, l.green), l.color);
 }
 
 /// Means as in centre().
 template <class A>
-VEK_INLINE A centreBlock(A near, A farColumn, A farRow, A farBoth) {
+VEK_INLINE A centerBlock(A near, A farColumn, A farRow, A farBoth) {
     if constexpr (sizeof(Lane<A>) == 1) {
         const auto own = weigh<9, 3>(near, farColumn);
         const auto other = weigh<3, 1>(farRow, farBoth);
@@ -131,20 +131,20 @@ VEK_INLINE SNearAndFar<A> nearAndFar(const Lane<A>* row, std::size_t x) {
             select(green, load<A>(row + x - 1), load<A>(row + x + 2))};
 }
 template <class A, unsigned GreenParity>
-VEK_INLINE A centreColour(const Lane<A>* row, const Lane<A>* farRow, std::size_t x) {
+VEK_INLINE A centerColor(const Lane<A>* row, const Lane<A>* farRow, std::size_t x) {
     const SNearAndFar<A> own = nearAndFar<A, GreenParity>(row, x);
     const SNearAndFar<A> other = nearAndFar<A, GreenParity>(farRow, x);
-    return centreBlock(own.near, own.far, other.near, other.far);
+    return centerBlock(own.near, own.far, other.near, other.far);
 }
 
 template <class A, BayerRow Upper>
-VEK_INLINE SColours<A> falseColorReductionBlock(const Lane<A>* upper, const Lane<A>* lower, const Lane<A>* upperFar,
-                                                const Lane<A>* lowerFar, std::size_t x) {
+VEK_INLINE SColors<A> falseColorReductionBlock(const Lane<A>* upper, const Lane<A>* lower, const Lane<A>* upperFar,
+                                               const Lane<A>* lowerFar, std::size_t x) {
     constexpr unsigned greenParity = SRow<Upper>::greenParity;
     const A green =
         mean(blockSamples<A, greenParity>(upper, x).green, blockSamples<A, 1 - greenParity>(lower, x).green);
-    return coloursOf<Upper>(centreColour<A, greenParity>(upper, upperFar, x), green,
-                            centreColour<A, 1 - greenParity>(lower, lowerFar, x));
+    return colorsOf<Upper>(centerColor<A, greenParity>(upper, upperFar, x), green,
+                           centerColor<A, 1 - greenParity>(lower, lowerFar, x));
 }
 
 #endif
@@ -185,21 +185,20 @@ void bilinearFalseColorReduction(const T* upper, const T* lower, const T* upperF
 #if VEK_VECTOR_BYTES != 0
     using A = RowV<T>;
     if (const std::size_t inner = blockColumns<A>(2, 2, width); inner != 0) {
-        centreSpan<T, Upper, Channels>(upper, lower, upperFar, lowerFar, dst, 0, 2, width);
+        centerSpan<T, Upper, Channels>(upper, lower, upperFar, lowerFar, dst, 0, 2, width);
         storeBlocks<A, Channels>(dst, 2, inner, [=](std::size_t x) {
             return falseColorReductionBlock<A, Upper>(upper, lower, upperFar, lowerFar, x);
         });
         done = 2 + inner;
     }
 #endif
-    centreSpan<T, Upper, Channels>(upper, lower, upperFar, lowerFar, dst, done, last, width);
+    centerSpan<T, Upper, Channels>(upper, lower, upperFar, lowerFar, dst, done, last, width);
     // The last block has one column in the image. Each colour's last column stands for all of its samples.
     T* const pixel = dst + last * Channels;
     const SBlock<Upper> block(last);
     const std::size_t upperColumn = block.lowerGreen == last ? last : last - 1;
     const std::size_t lowerColumn = block.upperGreen == last ? last : last - 1;
-    centreColours<T, Upper>(upper, lower, upperFar, lowerFar, pixel, upperColumn, upperColumn, lowerColumn,
-                            lowerColumn);
+    centerColors<T, Upper>(upper, lower, upperFar, lowerFar, pixel, upperColumn, upperColumn, lowerColumn, lowerColumn);
     if (width % 2 == 0) {
         pixel[kGreen] = block.upperGreen == last ? upper[last] : lower[last];
     } else {

@@ -10,7 +10,7 @@ namespace {
 // ---- plain loops: columns from .. to-1 of a row ----
 
 template <class T, unsigned Channels>
-inline void greySpan(const T* src, T* dst, std::size_t from, std::size_t to) {
+inline void graySpan(const T* src, T* dst, std::size_t from, std::size_t to) {
     for (std::size_t x = from; x < to; ++x) {
         T* const pixel = dst + x * Channels;
         pixel[kBlue] = pixel[kGreen] = pixel[kRed] = src[x];
@@ -22,7 +22,7 @@ inline void noneSpan(const T* row, T* dst, std::size_t from, std::size_t to) {
     for (std::size_t x = from; x < to; ++x) {
         T* const pixel = dst + x * Channels;
         pixel[kBlue] = pixel[kGreen] = pixel[kRed] = 0;
-        pixel[x % 2 == SRow<Row>::greenParity ? kGreen : SRow<Row>::rowColour] = row[x];
+        pixel[x % 2 == SRow<Row>::greenParity ? kGreen : SRow<Row>::rowColor] = row[x];
     }
 }
 
@@ -37,8 +37,8 @@ inline void nearestNeighborSpan(const T* row, const T* other, T* dst, std::size_
         const std::size_t rowColumn = SRow<Row>::greenParity == 0 ? odd : even;
         T* const pixel = dst + x * Channels;
         pixel[kGreen] = row[greenColumn];
-        pixel[SRow<Row>::rowColour] = row[rowColumn];
-        pixel[SRow<Row>::thirdColour] = other[greenColumn];
+        pixel[SRow<Row>::rowColor] = row[rowColumn];
+        pixel[SRow<Row>::thirdColor] = other[greenColumn];
     }
 }
 
@@ -59,20 +59,20 @@ inline void pixelSpan(const T* blue, const T* green, const T* red, T* dst, std::
 /// R - R -    each column its own colour, 0 in the two others.
 /// - G - G    Reads and writes the block's columns.
 template <class A, BayerRow Row>
-VEK_INLINE SColours<A> noneBlock(const Lane<A>* row, std::size_t x) {
+VEK_INLINE SColors<A> noneBlock(const Lane<A>* row, std::size_t x) {
     const A green = parityMask<A, SRow<Row>::greenParity>();
     const A own = load<A>(row + x);
-    return coloursOf<Row>(own & ~green, own & green, A{});
+    return colorsOf<Row>(own & ~green, own & green, A{});
 }
 
 /// G R        both columns take the row's green and its colour, and the third one (below or above)
 /// B          of the same cell. x: even. Reads and writes the block's columns.
 template <class A, BayerRow Row>
-VEK_INLINE SColours<A> nearestNeighborBlock(const Lane<A>* row, const Lane<A>* other, std::size_t x) {
+VEK_INLINE SColors<A> nearestNeighborBlock(const Lane<A>* row, const Lane<A>* other, std::size_t x) {
     constexpr unsigned greenParity = SRow<Row>::greenParity;
     const A own = load<A>(row + x);
-    return coloursOf<Row>(shareInPairs<1 - greenParity>(own), shareInPairs<greenParity>(own),
-                          shareInPairs<greenParity>(load<A>(other + x)));
+    return colorsOf<Row>(shareInPairs<1 - greenParity>(own), shareInPairs<greenParity>(own),
+                         shareInPairs<greenParity>(load<A>(other + x)));
 }
 
 #endif
@@ -80,17 +80,17 @@ VEK_INLINE SColours<A> nearestNeighborBlock(const Lane<A>* row, const Lane<A>* o
 // ---- kernels ----
 
 template <class T, unsigned Channels>
-void grey(const T* src, T* dst, std::size_t width) {
+void gray(const T* src, T* dst, std::size_t width) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
     using A = RowV<T>;
     if (const std::size_t columns = blockColumns<A>(0, 0, width); columns != 0) {
         forBlocks<A, Channels>(dst, 0, columns,
-                               [=](std::size_t x) { storeGrey<Channels>(dst + x * Channels, load<A>(src + x)); });
+                               [=](std::size_t x) { storeGray<Channels>(dst + x * Channels, load<A>(src + x)); });
         done = columns;
     }
 #endif
-    greySpan<T, Channels>(src, dst, done, width);
+    graySpan<T, Channels>(src, dst, done, width);
 }
 
 template <class T, BayerRow Row, unsigned Channels>
@@ -127,7 +127,7 @@ void pixels(const T* blue, const T* green, const T* red, T* dst, std::size_t wid
     using A = RowV<T>;
     if (const std::size_t columns = blockColumns<A>(0, 0, width); columns != 0) {
         storeBlocks<A, Channels>(dst, 0, columns, [=](std::size_t x) {
-            return SColours<A>{load<A>(blue + x), load<A>(green + x), load<A>(red + x)};
+            return SColors<A>{load<A>(blue + x), load<A>(green + x), load<A>(red + x)};
         });
         done = columns;
     }

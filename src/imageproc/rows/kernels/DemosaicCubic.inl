@@ -29,7 +29,7 @@ inline T cubic(T outerLeft, T left, T right, T outerRight) {
 }
 
 template <class T, unsigned GreenParity>
-inline void biCubicSpan(const T* row, T* green, T* colour, std::size_t from, std::size_t to, std::size_t width) {
+inline void biCubicSpan(const T* row, T* green, T* color, std::size_t from, std::size_t to, std::size_t width) {
     for (std::size_t x = from; x < to; ++x) {
         T other = 0;
         if (x >= 3 && x + 3 < width) {
@@ -40,7 +40,7 @@ inline void biCubicSpan(const T* row, T* green, T* colour, std::size_t from, std
             other = row[x == 0 ? 1 : x - 1];
         }
         green[x] = x % 2 == GreenParity ? row[x] : other;
-        colour[x] = x % 2 == GreenParity ? other : row[x];
+        color[x] = x % 2 == GreenParity ? other : row[x];
     }
 }
 
@@ -73,28 +73,28 @@ VEK_INLINE A cubicBlock(A outerLeft, A left, A right, A outerRight) {
 // ---- kernels ----
 
 template <class T, unsigned GreenParity>
-void biCubic(const T* row, T* green, T* colour, std::size_t from, std::size_t to, std::size_t width) {
+void biCubic(const T* row, T* green, T* color, std::size_t from, std::size_t to, std::size_t width) {
     // So that x is a column of the row in all of them.
     green -= from;
-    colour -= from;
+    color -= from;
     std::size_t done = from;
 #if VEK_VECTOR_BYTES != 0
     using A = RowV<T>;
     const std::size_t first = from < 4 ? 4 : from;
     const std::size_t last = width < to + 3 ? width - 3 : to;
     if (width >= 3 && last >= first + kLanes<A>) {
-        biCubicSpan<T, GreenParity>(row, green, colour, from, first, width);
+        biCubicSpan<T, GreenParity>(row, green, color, from, first, width);
         done = forPlaneBlocks<A>(first, last, [=](std::size_t x) {
             const A greenColumns = parityMask<A, GreenParity>();
             const A own = load<A>(row + x);
             const A other =
                 cubicBlock(load<A>(row + x - 3), load<A>(row + x - 1), load<A>(row + x + 1), load<A>(row + x + 3));
             store(green + x, select(greenColumns, own, other));
-            store(colour + x, select(greenColumns, other, own));
+            store(color + x, select(greenColumns, other, own));
         });
     }
 #endif
-    biCubicSpan<T, GreenParity>(row, green, colour, done, to, width);
+    biCubicSpan<T, GreenParity>(row, green, color, done, to, width);
 }
 
 template <class T>

@@ -147,9 +147,9 @@ VEK_INLINE A changed(A samples, const SChange<A>& change, A maxValue) {
     return sizeof(Lane<A>) == 1 ? result : smaller(result, maxValue);
 }
 template <class A>
-VEK_INLINE SColours<A> changeBlock(const SColours<A>& colours, const SChange<A>& change, A maxValue) {
-    return {changed(colours.blue, change, maxValue), changed(colours.green, change, maxValue),
-            changed(colours.red, change, maxValue)};
+VEK_INLINE SColors<A> changeBlock(const SColors<A>& colors, const SChange<A>& change, A maxValue) {
+    return {changed(colors.blue, change, maxValue), changed(colors.green, change, maxValue),
+            changed(colors.red, change, maxValue)};
 }
 
 /// The same in place, for dense pixels: in memory order, which spares taking the colours apart.

@@ -75,7 +75,7 @@ VEK_INLINE A lumaShare(A samples, float weight) {
 
 /// Luma of a block. The weights of ITU-R BT.601 in 15 bits round every byte as the tables do.
 template <class A>
-VEK_INLINE A lumaBlock(const SColours<A>& colours) {
+VEK_INLINE A lumaBlock(const SColors<A>& colors) {
     if constexpr (sizeof(Lane<A>) == 1) {
         using Words = Like<std::uint16_t, A>;
         return inPairs(
@@ -83,7 +83,7 @@ VEK_INLINE A lumaBlock(const SColours<A>& colours) {
                 return mulRound15(blue, all<Words>(3736)) + mulRound15(green, all<Words>(19235)) +
                        mulRound15(red, all<Words>(9798));
             },
-            colours.blue, colours.green, colours.red);
+            colors.blue, colors.green, colors.red);
     } else {
         using Longs = Like<std::uint32_t, A>;
         const A last = all<A>(SLumaTables::kEntries - 1);
@@ -91,7 +91,7 @@ VEK_INLINE A lumaBlock(const SColours<A>& colours) {
             [](Longs blue, Longs green, Longs red) {
                 return lumaShare(blue, 0.114F) + lumaShare(green, 0.587F) + lumaShare(red, 0.299F);
             },
-            smaller(colours.blue, last), smaller(colours.green, last), smaller(colours.red, last));
+            smaller(colors.blue, last), smaller(colors.green, last), smaller(colors.red, last));
     }
 }
 
@@ -110,9 +110,9 @@ VEK_INLINE SChange<A> lumaChange(A before, A after) {
 #if VEK_BYTE_TABLES
 /// Bytes with their luma moved along a curve.
 template <class A>
-VEK_INLINE SColours<A> lumaCurveBlock(const SColours<A>& colours, const SByteTable& curve, A maxValue) {
-    const A before = lumaBlock(colours);
-    return changeBlock(colours, lumaChange(before, curve.LookUp(before)), maxValue);
+VEK_INLINE SColors<A> lumaCurveBlock(const SColors<A>& colors, const SByteTable& curve, A maxValue) {
+    const A before = lumaBlock(colors);
+    return changeBlock(colors, lumaChange(before, curve.LookUp(before)), maxValue);
 }
 #endif
 
@@ -154,7 +154,7 @@ inline std::size_t lumaCurveBlocks(T* row, std::size_t width, std::size_t step, 
     CDensePixels<T> dense(step);
     std::size_t x = 0;
 #if VEK_BYTE_TABLES
-    if constexpr (sizeof(T) == 1 && kOneShuffleColours) {
+    if constexpr (sizeof(T) == 1 && kOneShuffleColors) {
         const SByteTable table(levels);
         while (const std::size_t columns = anyColumns<T>(x, width)) {
             T* const pixels = dense.Take(row + x * step, columns);

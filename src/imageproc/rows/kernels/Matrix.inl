@@ -145,10 +145,10 @@ constexpr bool kMatrixInRegisters = kWideBytes == 64;
 ///
 ///   blue' = B[b].blue + G[g].blue + R[r].blue      and so on; B, G, R: the planes of each input
 template <class A>
-VEK_INLINE SColours<A> matrixBlock(const SColours<A>& colours, const SMatrixTables::BytePlanes* planes) {
+VEK_INLINE SColors<A> matrixBlock(const SColors<A>& colors, const SMatrixTables::BytePlanes* planes) {
     using Words = Like<std::uint16_t, A>;
     using Signed = Like<std::int16_t, A>;
-    const A in[3] = {colours.blue, colours.green, colours.red};
+    const A in[3] = {colors.blue, colors.green, colors.red};
     A out[3];
     for (std::size_t j = 0; j < 3; ++j) {
         Words low{};

@@ -19,16 +19,16 @@ namespace {
 
 /// min(centre, median of centre and four neighbours)
 template <class T>
-inline T darkerMedian(T centre, T a, T b, T c, T d) {
+inline T darkerMedian(T center, T a, T b, T c, T d) {
     const T thirdSmallest = larger(smaller(larger(a, b), larger(c, d)), larger(smaller(a, b), smaller(c, d)));
-    return smaller(centre, thirdSmallest);
+    return smaller(center, thirdSmallest);
 }
 
 /// max(centre, median of centre and four neighbours)
 template <class T>
-inline T brighterMedian(T centre, T a, T b, T c, T d) {
+inline T brighterMedian(T center, T a, T b, T c, T d) {
     const T secondSmallest = smaller(larger(smaller(a, b), smaller(c, d)), smaller(larger(a, b), larger(c, d)));
-    return larger(centre, secondSmallest);
+    return larger(center, secondSmallest);
 }
 
 // ---- plain loops: columns from .. to-1 of a row ----
@@ -137,7 +137,7 @@ VEK_INLINE SSorted<A> sorted(A a, A b, A c) {
 
 /// The neighbours of colours at x, but for the left one.
 template <class A, class T>
-VEK_INLINE SSorted<A> sortedNeighbours(const SBayerRows<T>& around, const T* row, std::size_t x) {
+VEK_INLINE SSorted<A> sortedNeighbors(const SBayerRows<T>& around, const T* row, std::size_t x) {
     return sorted(load<A>(row + x + 2), load<A>(around.above2 + x), load<A>(around.below2 + x));
 }
 
@@ -178,7 +178,7 @@ inline std::size_t easyBayerBlocks(const SBayerRows<T>& around, T* row, std::siz
     A before = repeatPair<A>(row + x - 2);
     for (; x + kLanes<A> <= to; x += kLanes<A>) {
         const A own = load<A>(row + x);
-        const SSorted<A> others = sortedNeighbours<A>(around, row, x);
+        const SSorted<A> others = sortedNeighbors<A>(around, row, x);
         const SLimits<A> limits = limitsFromStart<A>({others.middle, smaller(own, others.largest)});
         store(row + x, select(greens, darkerBlock(around.above, own, around.below, x), limits.Apply(before)));
         // Two steps from block to block: the limits do not wait for the blocks before.
@@ -221,7 +221,7 @@ inline std::size_t repairBayerBlocks(const SBayerRows<T>& around, T* row, const 
     return forClippedBlocks(live, from, to, threshold, [&](std::size_t x) {
         const A own = load<A>(row + x);
         const A clipped = clippedMask(load<A>(live + x), own, threshold);
-        const SSorted<A> others = sortedNeighbours<A>(around, row, x);
+        const SSorted<A> others = sortedNeighbors<A>(around, row, x);
         // What is not clipped stays, whatever stands before it.
         const SLimits<A> limits = limitsFromStart<A>(
             {select(clipped, larger(own, others.smallest), own), select(clipped, larger(own, others.middle), own)});

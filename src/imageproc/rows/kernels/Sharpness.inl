@@ -25,8 +25,8 @@ inline void sum3Span(const T* row, std::uint16_t* sumRow, std::size_t from, std:
 }
 
 /// What a pixel differs by from the mean of its eight neighbours, which a half rounds up.
-inline std::int32_t detail(unsigned centre, unsigned left, unsigned right, unsigned above, unsigned below) {
-    return static_cast<std::int32_t>(centre) - static_cast<std::int32_t>((above + below + left + right + 4) >> 3);
+inline std::int32_t detail(unsigned center, unsigned left, unsigned right, unsigned above, unsigned below) {
+    return static_cast<std::int32_t>(center) - static_cast<std::int32_t>((above + below + left + right + 4) >> 3);
 }
 
 /// Correction by absolute difference.
@@ -37,72 +37,72 @@ inline unsigned correctionOf(std::int32_t difference, const SSharpening& sharpen
 // Bytes: the correction itself counts modulo 256 in grey images; in colour images the bound and the sum do. Both are a
 // clamp to 0 .. 255 for corrections of up to 255.
 
-inline std::uint8_t brighterGrey(std::uint8_t sample, unsigned correction, unsigned maxValue) {
+inline std::uint8_t brighterGray(std::uint8_t sample, unsigned correction, unsigned maxValue) {
     const unsigned step = correction & 0xFF;
     return static_cast<std::uint8_t>(((maxValue - sample) & 0xFF) > step ? sample + step : maxValue);
 }
-inline std::uint8_t darkerGrey(std::uint8_t sample, unsigned correction) {
+inline std::uint8_t darkerGray(std::uint8_t sample, unsigned correction) {
     const unsigned step = correction & 0xFF;
     return static_cast<std::uint8_t>(sample > step ? sample - step : 0);
 }
-inline std::uint8_t brighterColour(std::uint8_t sample, unsigned correction, unsigned maxValue) {
+inline std::uint8_t brighterColor(std::uint8_t sample, unsigned correction, unsigned maxValue) {
     return static_cast<std::uint8_t>(sample < ((maxValue - correction) & 0xFF) ? sample + correction : maxValue);
 }
-inline std::uint8_t darkerColour(std::uint8_t sample, unsigned correction, unsigned) {
+inline std::uint8_t darkerColor(std::uint8_t sample, unsigned correction, unsigned) {
     return static_cast<std::uint8_t>(sample > correction ? sample - correction : 0);
 }
 
 // Words: plain clamps. A sample above maxValue that a grey image darkens may stay above it.
 
-inline std::uint16_t brighterGrey(std::uint16_t sample, unsigned correction, unsigned maxValue) {
+inline std::uint16_t brighterGray(std::uint16_t sample, unsigned correction, unsigned maxValue) {
     return static_cast<std::uint16_t>(sample + correction < maxValue ? sample + correction : maxValue);
 }
-inline std::uint16_t darkerGrey(std::uint16_t sample, unsigned correction) {
+inline std::uint16_t darkerGray(std::uint16_t sample, unsigned correction) {
     return static_cast<std::uint16_t>(sample > correction ? sample - correction : 0);
 }
-inline std::uint16_t brighterColour(std::uint16_t sample, unsigned correction, unsigned maxValue) {
-    return brighterGrey(sample, correction, maxValue);
+inline std::uint16_t brighterColor(std::uint16_t sample, unsigned correction, unsigned maxValue) {
+    return brighterGray(sample, correction, maxValue);
 }
-inline std::uint16_t darkerColour(std::uint16_t sample, unsigned correction, unsigned maxValue) {
-    const std::uint16_t darker = darkerGrey(sample, correction);
+inline std::uint16_t darkerColor(std::uint16_t sample, unsigned correction, unsigned maxValue) {
+    const std::uint16_t darker = darkerGray(sample, correction);
     return static_cast<std::uint16_t>(darker < maxValue ? darker : maxValue);
 }
 
 /// left: the sample in front of from as it was before its own change. Returns that of the last column.
 template <class T>
-inline T sharpenGreySpan(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t from,
+inline T sharpenGraySpan(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t from,
                          std::size_t to, T left, const SSharpening& sharpening) {
     const auto coring = static_cast<std::int32_t>(sharpening.coring);
     for (std::size_t x = from; x < to; ++x) {
-        const T centre = row[x];
-        const std::int32_t difference = detail(centre, left, row[x + 1], above[x], below[x]);
+        const T center = row[x];
+        const std::int32_t difference = detail(center, left, row[x + 1], above[x], below[x]);
         if (difference > coring) {
-            row[x] = brighterGrey(centre, correctionOf(difference, sharpening), sharpening.maxValue);
+            row[x] = brighterGray(center, correctionOf(difference, sharpening), sharpening.maxValue);
         } else if (difference < -coring) {
-            row[x] = darkerGrey(centre, correctionOf(-difference, sharpening));
+            row[x] = darkerGray(center, correctionOf(-difference, sharpening));
         }
-        left = centre;
+        left = center;
     }
     return left;
 }
 
 /// pixel: that of column from.
 template <class T>
-inline void sharpenColourSpan(T* pixel, std::size_t step, const T* lumaRow, const std::uint16_t* above,
-                              const std::uint16_t* below, std::size_t from, std::size_t to,
-                              const SSharpening& sharpening) {
+inline void sharpenColorSpan(T* pixel, std::size_t step, const T* lumaRow, const std::uint16_t* above,
+                             const std::uint16_t* below, std::size_t from, std::size_t to,
+                             const SSharpening& sharpening) {
     const auto coring = static_cast<std::int32_t>(sharpening.coring);
     for (std::size_t x = from; x < to; ++x, pixel += step) {
         const std::int32_t difference = detail(lumaRow[x], lumaRow[x - 1], lumaRow[x + 1], above[x], below[x]);
         if (difference > coring) {
             const unsigned correction = correctionOf(difference, sharpening);
             for (unsigned i = 0; i < 3; ++i) {
-                pixel[i] = brighterColour(pixel[i], correction, sharpening.maxValue);
+                pixel[i] = brighterColor(pixel[i], correction, sharpening.maxValue);
             }
         } else if (difference < -coring) {
             const unsigned correction = correctionOf(-difference, sharpening);
             for (unsigned i = 0; i < 3; ++i) {
-                pixel[i] = darkerColour(pixel[i], correction, sharpening.maxValue);
+                pixel[i] = darkerColor(pixel[i], correction, sharpening.maxValue);
             }
         }
     }
@@ -172,14 +172,14 @@ struct SSharpChunk {
                  std::size_t count, unsigned coring) {
         using Words = WideV<std::uint16_t>;
         Words sums{};
-        Words neighbours{};
+        Words neighbors{};
         for (std::size_t i = 0; i < count; i += kLanes<Words>) {
             const auto a = load<Words>(above + i);
             const auto b = load<Words>(below + i);
             const Words left = leftOf(i);
             const Words right = loadWords(samples + i + 1);
             sums |= a | b;
-            neighbours |= left | right;
+            neighbors |= left | right;
             store(raise.at + i, asSamples<T>((a + b + left + right + 4) >> 3));
         }
         constexpr T largest = static_cast<T>(~T{0});
@@ -194,7 +194,7 @@ struct SSharpChunk {
             store(darker.at + i, less & (A)(less > limit));
             store(raise.at + i, more | less);
         }
-        return !any((sums & 0xC000) | (neighbours & 0xE000));
+        return !any((sums & 0xC000) | (neighbors & 0xE000));
     }
 
     /// Whether there is anything to correct in columns from .. from + count - 1.
@@ -236,7 +236,7 @@ struct SSharpChunk {
 };
 
 template <class T>
-inline std::size_t sharpenGreyBlocks(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
+inline std::size_t sharpenGrayBlocks(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
                                      T& left, const SSharpening& sharpening) {
     using A = WideV<T>;
     std::size_t x = 1;
@@ -271,7 +271,7 @@ inline std::size_t sharpenGreyBlocks(T* row, const std::uint16_t* above, const s
                 store(samples + i, changed(load<A>(samples + i), chunk.Change(i, false), max));
             });
         } else {
-            left = sharpenGreySpan(row, above, below, x, x + count, left, sharpening);
+            left = sharpenGraySpan(row, above, below, x, x + count, left, sharpening);
         }
         x += count;
     }
@@ -279,8 +279,8 @@ inline std::size_t sharpenGreyBlocks(T* row, const std::uint16_t* above, const s
 }
 
 template <class T>
-inline std::size_t sharpenColourBlocks(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above,
-                                       const std::uint16_t* below, std::size_t width, const SSharpening& sharpening) {
+inline std::size_t sharpenColorBlocks(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above,
+                                      const std::uint16_t* below, std::size_t width, const SSharpening& sharpening) {
     using A = WideV<T>;
     std::size_t x = 1;
     if (!isUsualMaximum<T>(sharpening.maxValue) || width < kLanes<A> + 2) {
@@ -297,13 +297,13 @@ inline std::size_t sharpenColourBlocks(T* row, std::size_t step, const T* lumaRo
             chunk.ForRuns(corrections, count, [&](std::size_t i) {
                 if (sizeof(T) != 1 && anyAbove(pixels + 3 * i, max)) {
                     // Those that are left alone stay as they are.
-                    sharpenColourSpan(pixels + 3 * i, 3, lumaRow, above, below, x + i, x + i + kLanes<A>, sharpening);
+                    sharpenColorSpan(pixels + 3 * i, 3, lumaRow, above, below, x + i, x + i + kLanes<A>, sharpening);
                 } else {
                     changePixels(pixels + 3 * i, chunk.Change(i, corrections.lower != nullptr), max);
                 }
             });
         } else {
-            sharpenColourSpan(pixels, 3, lumaRow, above, below, x, x + count, sharpening);
+            sharpenColorSpan(pixels, 3, lumaRow, above, below, x, x + count, sharpening);
         }
         dense.PutBack(row + x * step, count);
         x += count;
@@ -327,24 +327,24 @@ void sum3(const T* row, std::uint16_t* sumRow, std::size_t width) {
 }
 
 template <class T>
-void sharpenGrey(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
+void sharpenGray(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
                  const SSharpening& sharpening) {
     std::size_t done = 1;
     T left = row[0];
 #if VEK_VECTOR_BYTES != 0
-    done = sharpenGreyBlocks(row, above, below, width, left, sharpening);
+    done = sharpenGrayBlocks(row, above, below, width, left, sharpening);
 #endif
-    sharpenGreySpan(row, above, below, done, width - 1, left, sharpening);
+    sharpenGraySpan(row, above, below, done, width - 1, left, sharpening);
 }
 
 template <class T>
-void sharpenColour(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above, const std::uint16_t* below,
-                   std::size_t width, const SSharpening& sharpening) {
+void sharpenColor(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above, const std::uint16_t* below,
+                  std::size_t width, const SSharpening& sharpening) {
     std::size_t done = 1;
 #if VEK_VECTOR_BYTES != 0
-    done = sharpenColourBlocks(row, step, lumaRow, above, below, width, sharpening);
+    done = sharpenColorBlocks(row, step, lumaRow, above, below, width, sharpening);
 #endif
-    sharpenColourSpan(row + done * step, step, lumaRow, above, below, done, width - 1, sharpening);
+    sharpenColorSpan(row + done * step, step, lumaRow, above, below, done, width - 1, sharpening);
 }
 
 } // namespace

@@ -305,8 +305,8 @@ VEK_INLINE YSigned zipSigned(YBytes low, YBytes high) {
 
 /// Chroma as 256 times a signed byte.
 template <YCrCbSpace Space>
-VEK_INLINE SColours<YSigned> decodeWords(const SYConstants<Space>& c, YSigned luma, YSigned cbHigh, YSigned crHigh,
-                                         YSigned fallsShort) {
+VEK_INLINE SColors<YSigned> decodeWords(const SYConstants<Space>& c, YSigned luma, YSigned cbHigh, YSigned crHigh,
+                                        YSigned fallsShort) {
     using S = SSpace<Space>;
     const YSigned cb = cbHigh >> 8;
     const YSigned cr = crHigh >> 8;
@@ -336,25 +336,25 @@ VEK_INLINE void decodeBlock(const SYConstants<Space>& c, const std::uint8_t* src
     const YBytes cr = limitChroma(c, planeOf<YCrCbPlane::Cr, Packing>(block));
     const YBytes fallsShort = greenFallsShort(c, luma);
     const YBytes zero{};
-    const SColours<YSigned> low = decodeWords(c, zipSigned<false>(luma, zero), zipSigned<false>(zero, cb),
-                                              zipSigned<false>(zero, cr), zipSigned<false>(fallsShort, zero));
-    const SColours<YSigned> high = decodeWords(c, zipSigned<true>(luma, zero), zipSigned<true>(zero, cb),
-                                               zipSigned<true>(zero, cr), zipSigned<true>(fallsShort, zero));
-    storePixels<Channels>(dst, SColours<YBytes>{pack<std::uint8_t>(low.blue, high.blue),
-                                                pack<std::uint8_t>(low.green, high.green),
-                                                pack<std::uint8_t>(low.red, high.red)});
+    const SColors<YSigned> low = decodeWords(c, zipSigned<false>(luma, zero), zipSigned<false>(zero, cb),
+                                             zipSigned<false>(zero, cr), zipSigned<false>(fallsShort, zero));
+    const SColors<YSigned> high = decodeWords(c, zipSigned<true>(luma, zero), zipSigned<true>(zero, cb),
+                                              zipSigned<true>(zero, cr), zipSigned<true>(fallsShort, zero));
+    storePixels<Channels>(dst, SColors<YBytes>{pack<std::uint8_t>(low.blue, high.blue),
+                                               pack<std::uint8_t>(low.green, high.green),
+                                               pack<std::uint8_t>(low.red, high.red)});
 }
 
 /// The luma bytes of a block as grey.
 template <YCrCbSpace Space, YCrCb Packing>
-VEK_INLINE void greyBlock(const SYConstants<Space>& c, const std::uint8_t* src, std::uint8_t* dst) {
+VEK_INLINE void grayBlock(const SYConstants<Space>& c, const std::uint8_t* src, std::uint8_t* dst) {
     const YBytes luma = limitLuma(c, planeOf<YCrCbPlane::Luma, Packing>(YCrCbBlock<Packing>(src)));
-    YBytes grey = luma;
+    YBytes gray = luma;
     if constexpr (Space != YCrCbSpace::Full601) {
-        grey = pack<std::uint8_t>(floorOf(c, lumaShare(c, zipSigned<false>(luma, YBytes{}))),
+        gray = pack<std::uint8_t>(floorOf(c, lumaShare(c, zipSigned<false>(luma, YBytes{}))),
                                   floorOf(c, lumaShare(c, zipSigned<true>(luma, YBytes{}))));
     }
-    store(dst, grey);
+    store(dst, gray);
 }
 
 /// Calls block(from, to) for the columns 0 .. count-1, which become Channels bytes each and are made of bytes bytes of
@@ -415,7 +415,7 @@ void yCrCbToBgr(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, Y
 }
 
 template <YCrCbSpace Space, YCrCb Packing>
-void yCrCbToGrey(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, [[maybe_unused]] YCrCbTable table) {
+void yCrCbToGray(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, [[maybe_unused]] YCrCbTable table) {
     if (width == 0) {
         return;
     }
@@ -424,7 +424,7 @@ void yCrCbToGrey(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, 
     // A row of luma alone ends with its last luma byte.
     forYCrCbBlocks<Packing, 1>(
         src, lumaAt<Packing>(width - 1) + 1, dst, width,
-        [&](const std::uint8_t* from, std::uint8_t* to) { greyBlock<Space, Packing>(constants, from, to); });
+        [&](const std::uint8_t* from, std::uint8_t* to) { grayBlock<Space, Packing>(constants, from, to); });
 #else
     lumaSpan<Packing>(src, dst, width, table);
 #endif
@@ -435,11 +435,11 @@ void yCrCbToGrey(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, 
 #define VEK_BY_PACKING(space)                                                                                          \
     { VEK_BY_LAYOUT(space, YCrCb::P422), VEK_BY_LAYOUT(space, YCrCb::P444), VEK_BY_LAYOUT(space, YCrCb::P411) }
 #define VEK_GREY_BY_PACKING(space)                                                                                     \
-    { yCrCbToGrey<space, YCrCb::P422>, yCrCbToGrey<space, YCrCb::P444>, yCrCbToGrey<space, YCrCb::P411> }
+    { yCrCbToGray<space, YCrCb::P422>, yCrCbToGray<space, YCrCb::P444>, yCrCbToGray<space, YCrCb::P411> }
 
 constexpr SYCrCbRows yCrCbTable() {
     return {.toBgr = {VEK_BY_PACKING(YCrCbSpace::Full601), VEK_BY_PACKING(YCrCbSpace::Video709)},
-            .toGrey = {VEK_GREY_BY_PACKING(YCrCbSpace::Full601), VEK_GREY_BY_PACKING(YCrCbSpace::Video709)}};
+            .toGray = {VEK_GREY_BY_PACKING(YCrCbSpace::Full601), VEK_GREY_BY_PACKING(YCrCbSpace::Video709)}};
 }
 
 #undef VEK_GREY_BY_PACKING

@@ -48,10 +48,10 @@ VEK_INLINE V<std::uint8_t, 16> narrowPixels(V<std::uint8_t, 16> v) {
 #if defined(__ARM_NEON)
 
 /// Whether load3 and storePixels cost about what as many loads, shuffles and stores do.
-constexpr bool kOneShuffleColours = true;
+constexpr bool kOneShuffleColors = true;
 
 template <class A>
-VEK_INLINE SColours<A> load3(const Lane<A>* p) {
+VEK_INLINE SColors<A> load3(const Lane<A>* p) {
     if constexpr (sizeof(Lane<A>) == 1) {
         const uint8x16x3_t v = vld3q_u8(p);
         return {(A)v.val[0], (A)v.val[1], (A)v.val[2]};
@@ -74,16 +74,16 @@ VEK_INLINE void storeLanesFrom(T* dst, Three v) {
 }
 
 template <unsigned Channels, class A>
-VEK_INLINE void storePixels(Lane<A>* dst, const SColours<A>& colours) {
+VEK_INLINE void storePixels(Lane<A>* dst, const SColors<A>& colors) {
     if constexpr (sizeof(Lane<A>) == 1) {
-        const uint8x16x3_t v = {{(uint8x16_t)colours.blue, (uint8x16_t)colours.green, (uint8x16_t)colours.red}};
+        const uint8x16x3_t v = {{(uint8x16_t)colors.blue, (uint8x16_t)colors.green, (uint8x16_t)colors.red}};
         if constexpr (Channels == 3) {
             vst3q_u8(dst, v);
         } else {
             storeLanesFrom<0>(dst, v);
         }
     } else {
-        const uint16x8x3_t v = {{(uint16x8_t)colours.blue, (uint16x8_t)colours.green, (uint16x8_t)colours.red}};
+        const uint16x8x3_t v = {{(uint16x8_t)colors.blue, (uint16x8_t)colors.green, (uint16x8_t)colors.red}};
         if constexpr (Channels == 3) {
             vst3q_u16(dst, v);
         } else {
@@ -103,7 +103,7 @@ VEK_INLINE A repeatLanes(A v) {
 
 #else // x86-64
 
-constexpr bool kOneShuffleColours = kPermutes;
+constexpr bool kOneShuffleColors = kPermutes;
 
 // Three vectors of dense pixels are three parts of as many bytes as one shuffle reaches (16, or all of a vector), or
 // twice three. No such size is a multiple of 3, so that each place of a part belongs to a given colour in exactly one
@@ -127,9 +127,9 @@ VEK_INLINE A shuffleReach(A v, A index) {
 
 /// The part whose sample i belongs to the colour.
 template <class A>
-constexpr std::size_t partOf(std::size_t colour, std::size_t i) {
+constexpr std::size_t partOf(std::size_t color, std::size_t i) {
     for (std::size_t part = 0; part < 2; ++part) {
-        if ((part * (kReach<A> / sizeof(Lane<A>)) + i) % 3 == colour) {
+        if ((part * (kReach<A> / sizeof(Lane<A>)) + i) % 3 == color) {
             return part;
         }
     }
@@ -143,36 +143,36 @@ constexpr std::size_t sampleAt(std::size_t byte) {
 }
 
 /// A colour's samples where they stand in memory, each in its part.
-template <std::size_t Colour, class A>
+template <std::size_t Color, class A>
 VEK_INLINE Like<std::uint8_t, A> spread(A v) {
     using Bytes = Like<std::uint8_t, A>;
     return shuffleReach((Bytes)v, constant<Bytes>([](std::size_t byte) {
                             const std::size_t i = sampleAt<A>(byte);
                             constexpr std::size_t samples = kReach<A> / sizeof(Lane<A>);
-                            return (partOf<A>(Colour, i) * samples + i) / 3 * sizeof(Lane<A>) + byte % sizeof(Lane<A>);
+                            return (partOf<A>(Color, i) * samples + i) / 3 * sizeof(Lane<A>) + byte % sizeof(Lane<A>);
                         }));
 }
 template <std::size_t Part, class A>
-VEK_INLINE Like<std::uint8_t, A> partOfSpread(const SColours<Like<std::uint8_t, A>>& spread) {
+VEK_INLINE Like<std::uint8_t, A> partOfSpread(const SColors<Like<std::uint8_t, A>>& spread) {
     const auto blueGreen =
         blend(spread.green, spread.blue, [](std::size_t byte) { return partOf<A>(1, sampleAt<A>(byte)) == Part; });
     return blend(spread.red, blueGreen, [](std::size_t byte) { return partOf<A>(2, sampleAt<A>(byte)) == Part; });
 }
-template <std::size_t Colour, class A>
-VEK_INLINE A colourOfParts(Like<std::uint8_t, A> part0, Like<std::uint8_t, A> part1, Like<std::uint8_t, A> part2) {
+template <std::size_t Color, class A>
+VEK_INLINE A colorOfParts(Like<std::uint8_t, A> part0, Like<std::uint8_t, A> part1, Like<std::uint8_t, A> part2) {
     using Bytes = Like<std::uint8_t, A>;
     const Bytes firstTwo =
-        blend(part1, part0, [](std::size_t byte) { return partOf<A>(Colour, sampleAt<A>(byte)) == 1; });
+        blend(part1, part0, [](std::size_t byte) { return partOf<A>(Color, sampleAt<A>(byte)) == 1; });
     const Bytes both =
-        blend(part2, firstTwo, [](std::size_t byte) { return partOf<A>(Colour, sampleAt<A>(byte)) == 2; });
+        blend(part2, firstTwo, [](std::size_t byte) { return partOf<A>(Color, sampleAt<A>(byte)) == 2; });
     return (A)shuffleReach(both, constant<Bytes>([](std::size_t byte) {
-                               return (3 * sampleAt<A>(byte) + Colour) * sizeof(Lane<A>) % kReach<A> +
+                               return (3 * sampleAt<A>(byte) + Color) * sizeof(Lane<A>) % kReach<A> +
                                       byte % sizeof(Lane<A>);
                            }));
 }
 
 template <class A>
-VEK_INLINE SColours<A> load3(const Lane<A>* p) {
+VEK_INLINE SColors<A> load3(const Lane<A>* p) {
     using Bytes = Like<std::uint8_t, A>;
     const auto v0 = load<Bytes>(p);
     const auto v1 = load<Bytes>(p + kLanes<A>);
@@ -186,8 +186,8 @@ VEK_INLINE SColours<A> load3(const Lane<A>* p) {
         part1 = joinHalves<0x21>(v0, v2);
         part2 = lowAndHigh(v1, v2);
     }
-    return {colourOfParts<0, A>(part0, part1, part2), colourOfParts<1, A>(part0, part1, part2),
-            colourOfParts<2, A>(part0, part1, part2)};
+    return {colorOfParts<0, A>(part0, part1, part2), colorOfParts<1, A>(part0, part1, part2),
+            colorOfParts<2, A>(part0, part1, part2)};
 }
 
 /// Stores the first three samples of each four in a vector.
@@ -225,25 +225,25 @@ VEK_INLINE void storeThreeOfFour(Lane<A>* dst, A pixels) {
 
 /// Vector K of pixels of four samples, from two registers at a time.
 template <std::size_t K, class A>
-VEK_INLINE A fourOf(const SColours<A>& colours) {
+VEK_INLINE A fourOf(const SColors<A>& colors) {
     using Bytes = Like<std::uint8_t, A>;
     constexpr std::size_t size = sizeof(Lane<A>);
-    const Bytes blueGreen = permute2((Bytes)colours.blue, (Bytes)colours.green, constant<Bytes>([](std::size_t byte) {
+    const Bytes blueGreen = permute2((Bytes)colors.blue, (Bytes)colors.green, constant<Bytes>([](std::size_t byte) {
                                          const std::size_t sample = K * kLanes<A> + byte / size;
                                          return sample / 4 * size + byte % size + (sample % 4 == 1 ? sizeof(A) : 0);
                                      }));
-    return (A)permute2(blueGreen, (Bytes)colours.red, constant<Bytes>([](std::size_t byte) {
+    return (A)permute2(blueGreen, (Bytes)colors.red, constant<Bytes>([](std::size_t byte) {
                            const std::size_t sample = K * kLanes<A> + byte / size;
                            return sample % 4 == 2 ? sizeof(A) + sample / 4 * size + byte % size : byte;
                        }));
 }
 
 template <unsigned Channels, class A>
-VEK_INLINE void storePixels(Lane<A>* dst, const SColours<A>& colours) {
+VEK_INLINE void storePixels(Lane<A>* dst, const SColors<A>& colors) {
     constexpr std::size_t lanes = kLanes<A>;
     if constexpr (Channels == 3) {
         using Bytes = Like<std::uint8_t, A>;
-        const SColours<Bytes> all = {spread<0>(colours.blue), spread<1>(colours.green), spread<2>(colours.red)};
+        const SColors<Bytes> all = {spread<0>(colors.blue), spread<1>(colors.green), spread<2>(colors.red)};
         const Bytes part0 = partOfSpread<0, A>(all);
         const Bytes part1 = partOfSpread<1, A>(all);
         const Bytes part2 = partOfSpread<2, A>(all);
@@ -258,16 +258,16 @@ VEK_INLINE void storePixels(Lane<A>* dst, const SColours<A>& colours) {
             store(dst + 2 * lanes, joinHalves<0x31>(part1, part2));
         }
     } else if constexpr (sizeof(A) == 64) {
-        storeThreeOfFour(dst, fourOf<0>(colours));
-        storeThreeOfFour(dst + lanes, fourOf<1>(colours));
-        storeThreeOfFour(dst + 2 * lanes, fourOf<2>(colours));
-        storeThreeOfFour(dst + 3 * lanes, fourOf<3>(colours));
+        storeThreeOfFour(dst, fourOf<0>(colors));
+        storeThreeOfFour(dst + lanes, fourOf<1>(colors));
+        storeThreeOfFour(dst + 2 * lanes, fourOf<2>(colors));
+        storeThreeOfFour(dst + 3 * lanes, fourOf<3>(colors));
     } else {
         constexpr std::size_t size = sizeof(Lane<A>);
-        const A blueGreenLow = zipLow<size>(colours.blue, colours.green);
-        const A blueGreenHigh = zipHigh<size>(colours.blue, colours.green);
-        const A redLow = zipLow<size>(colours.red, A{});
-        const A redHigh = zipHigh<size>(colours.red, A{});
+        const A blueGreenLow = zipLow<size>(colors.blue, colors.green);
+        const A blueGreenHigh = zipHigh<size>(colors.blue, colors.green);
+        const A redLow = zipLow<size>(colors.red, A{});
+        const A redHigh = zipHigh<size>(colors.red, A{});
         const A run0 = zipLow<2 * size>(blueGreenLow, redLow);
         const A run1 = zipHigh<2 * size>(blueGreenLow, redLow);
         const A run2 = zipLow<2 * size>(blueGreenHigh, redHigh);
@@ -305,13 +305,13 @@ VEK_INLINE A repeatLanes(A v) {
 
 /// Pixels whose three samples are alike.
 template <unsigned Channels, class A>
-VEK_INLINE void storeGrey(Lane<A>* dst, A v) {
+VEK_INLINE void storeGray(Lane<A>* dst, A v) {
     if constexpr (Channels == 3) {
         store(dst, repeatLanes<0>(v));
         store(dst + kLanes<A>, repeatLanes<1>(v));
         store(dst + 2 * kLanes<A>, repeatLanes<2>(v));
     } else {
-        storePixels<Channels>(dst, SColours<A>{v, v, v});
+        storePixels<Channels>(dst, SColors<A>{v, v, v});
     }
 }
 

@@ -104,7 +104,7 @@ struct SHalves {
 
 /// Blue, green and red of as many pixels as A has lanes.
 template <class A>
-struct SColours {
+struct SColors {
     A blue;
     A green;
     A red;
