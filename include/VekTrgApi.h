@@ -620,7 +620,8 @@ VEK_API int VekCam_GetWhiteBalanceMaxGain(VekCam_Handle handle, unsigned short *
  *      before which the tables for bytes are 0.
  * In VEK_WB_AUTO and VEK_WB_ONCE the gains of red and blue are worked out first, from all pixels, so that their means
  * equal that of the greens; what saturation takes away is made up for up to a gain of 640. A colour that is all 0 gets
- * 128.
+ * 128. In images of one row or column the green that has no pixels counts as 0: the mean to reach is half of the other
+ * green's.
  * Returns 0; VEK_EINVAL for a null handle, another depth, or another colour array (gains and mode then stay as they
  * were). Where the mode is VEK_WB_OFF, or VEK_WB_MANUAL with all gains at 128, every colour array gives 0.
  */
@@ -755,8 +756,8 @@ VEK_API int VekCam_GetHueSaturationMode(VekCam_Handle handle, unsigned char *mod
  * both off the first step changes nothing; otherwise every sample counts as one more than it is, so that even the
  * identity raises each sample by 1, and samples above 4095 count as 4095 at every depth. Hue and saturation come after
  * the matrix and leave its offsets alone; the fraction of each product is cut off. Products are running sums in single
- * precision: they may be 1 off, and with words more at coefficients above 3.0. Sums of three products of 2^28 and more
- * give 0.
+ * precision: they may be 1 off, and more at coefficients above 4.0 (words) or 1000 (bytes). Sums of three products
+ * count modulo 2^32, which makes negative ones large; from 2^28 on they give 0.
  *  pixelFormat: enum VekDestinationFormat: BGR24 and BGRX32 up to 8 bits, BGR48 and BGRX64 from 8 to 16 (at 8 the first
  *      step takes the image for bytes, the second refuses it). Grey formats change nothing; MONO8 above 8 bits, and the
  *      others up to 8, give VEK_EINVAL all the same.
@@ -850,7 +851,8 @@ VEK_API int VekCam_GetShadingCorrectionTarget(VekCam_Handle handle, unsigned sho
  * the mean without its fraction. The first frame after it makes the map, of gains in VEK_SHADING_GAIN and of offsets in
  * VEK_SHADING_OFFSET, also where that frame is null or of another size: the other mode then works with the same
  * numbers, so calibrate anew to change over. In VEK_SHADING_SHOW_MAP that frame uses the calibration up and leaves a
- * map of 0, with which VEK_SHADING_GAIN makes frames black. Negative entries show as the largest value.
+ * map of 0, with which VEK_SHADING_GAIN makes frames black. So does setting a calibrating mode again before the map is
+ * made, if no frame is calibrated after it. Negative entries show as the largest value.
  * Returns 0; VEK_EINVAL for a null handle, or a null image that would be touched; 1 when memory for the mean of a
  * calibration runs out. There is no map then, as there is none, with a result of 0, when memory for the map runs out:
  * frames pass unchanged until a calibration succeeds.
@@ -886,9 +888,9 @@ VEK_API int VekCam_ShadingCorrection(VekCam_Handle handle, unsigned long width, 
  *      there are regions, counted over all calls. One that ends beyond it is left out, its place is 0, and the next
  *      one is taken from where it begins. A null outImage: nothing is done, but for a camera with a single region.
  *  outWidth, outHeight, outLinePitch: receive pixels, rows, and bytes from row to row. Each may be null. For a single
- *      region out of several only the low 32 bits are written, and nothing where it ends beyond the frame size: clear
- *      them first. Where outImage receives null for a combining image of blocks, the pitch may be 0 or that of an
- *      earlier call.
+ *      region out of several only the low 32 bits are written, and nothing where it, or one in front of it, ends beyond
+ *      the frame size: clear them first. Where outImage receives null for a combining image of blocks, the pitch may be
+ *      0 or that of an earlier call.
  * Returns 0; VEK_EINVAL for a null handle, no enabled region, a driver that reports a frame size of 0, a selector that
  * is none of the above, or a null frame whose pixels would be copied; VEK_ENOMEM when memory for the layout runs out.
  */
