@@ -99,7 +99,7 @@ public:
     template <class Stage>
     STraits Observed(const Stage& stage, const SFrame& frame, const SBandImages& images) {
         Prepare(frame, images);
-        mSrcPitch = mSrcRowBytes + sizeof(Src);
+        mSrcPitch = mSrcRowBytes + 2 * sizeof(Src);
         mSource.resize(mSrcPitch * frame.height);
         fillSamples(reinterpret_cast<Src*>(mSource.data()), mSource.size() / sizeof(Src), Pattern::Random, images.depth,
                     mRandom);
@@ -154,7 +154,8 @@ private:
         mDstHeight = images.turned ? frame.width : frame.height;
         mSrcRowBytes = frame.width * images.srcSamples * sizeof(Src);
         mDstRowBytes = mDstWidth * images.dstSamples * sizeof(Dst);
-        mSrcPitch = mSrcRowBytes + mRandom.Below(8) * sizeof(Src);
+        // Even: images of bytes may hold words.
+        mSrcPitch = mSrcRowBytes + 2 * mRandom.Below(4) * sizeof(Src);
         mDstPitch = mDstRowBytes + mRandom.Below(8) * sizeof(Dst);
         // And the sample behind the last row.
         mSource.resize(mSrcPitch * frame.height + sizeof(Src));
