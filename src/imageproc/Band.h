@@ -57,14 +57,15 @@ struct SRowRange {
     unsigned long end; ///< first row behind the range
 };
 
-/// What a band of rows first .. end-1 needs of a source of so many rows; of a stage that has bands, and of a serial one
-/// that starts at row first.
+/// What a band of rows first .. end-1 needs of a source of so many rows; of a stage that has bands.
 constexpr SRowRange sourceRows(const STraits& traits, unsigned long height, unsigned long first, unsigned long end) {
     switch (traits.kind) {
     case EStage::Permutation:
         return {height - end, height - first};
     case EStage::WholeFrame:
         return {0, height};
+    case EStage::Serial: // those above are the destination's
+        return {first, std::min(height, end + traits.rowsBelow)};
     default:
         return {first - std::min<unsigned long>(first, traits.rowsAbove), std::min(height, end + traits.rowsBelow)};
     }

@@ -118,7 +118,7 @@ template void SWBStatistics::Add(const rows::SRowTable&, const SImage<const unsi
 template void SWBStatistics::Add(const rows::SRowTable&, const SImage<const unsigned short>&, unsigned long,
                                  unsigned long);
 
-SWBStatistics& SWBStatistics::operator+=(const SWBStatistics& other) {
+void SWBStatistics::Add(const SWBStatistics& other) {
     for (std::size_t phase = 0; phase < histogram.size(); ++phase) {
         for (std::size_t value = 0; value < histogram[phase].size(); ++value) {
             histogram[phase][value] += other.histogram[phase][value];
@@ -126,7 +126,6 @@ SWBStatistics& SWBStatistics::operator+=(const SWBStatistics& other) {
         sum[phase] += other.sum[phase];
         count[phase] += other.count[phase];
     }
-    return *this;
 }
 
 double SWBStatistics::Average(std::size_t phase) const {

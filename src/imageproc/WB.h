@@ -25,7 +25,7 @@ struct SWBStatistics {
     /// Adds rows first .. end-1 of a frame.
     template <class T>
     void Add(const rows::SRowTable& kernels, const SImage<const T>& frame, unsigned long first, unsigned long end);
-    SWBStatistics& operator+=(const SWBStatistics& other);
+    void Add(const SWBStatistics& other);
     /// Mean of a phase; 0 where it has no pixels.
     double Average(std::size_t phase) const;
 };

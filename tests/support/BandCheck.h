@@ -234,7 +234,7 @@ private:
     template <class Stage>
     std::vector<std::uint8_t> MiddleRow(const Stage& stage, const SFrame& frame) const {
         std::vector<std::uint8_t> dst = mSource;
-        CGuardedBuffer<std::uint8_t> work(roundUp16(stage.Traits(frame).workBytes), Flush::Right);
+        std::vector<std::uint8_t> work(roundUp16(stage.Traits(frame).workBytes));
         const unsigned long y = frame.height / 2;
         stage.Rows(mKernels, frame,
                    SBand<Src>{{frame.width, frame.height, mSrcPitch, reinterpret_cast<const Src*>(mSource.data())},
@@ -246,7 +246,6 @@ private:
         return {row, row + mSrcRowBytes};
     }
 
-    /// Whether a serial stage is to start at row first: at random, where it may.
     template <class Stage>
     bool Starts(const Stage& stage, const SFrame& frame, unsigned long first) {
         if constexpr (requires(const SImage<const Src>& source) { stage.StartsAt(frame, source, first); }) {
@@ -264,11 +263,10 @@ private:
                                        const std::vector<std::uint8_t>& whole) {
         const std::vector<std::uint8_t> canvas = Canvas(kCanvas);
         return ForBands(traits, frame.height, [&](unsigned long first, unsigned long end, SRowRange rows) {
-            unsigned long dstFirst = first;
-            if (traits.kind == EStage::Serial && !Starts(stage, frame, first)) {
-                dstFirst = rows.first;
-                rows.first = first;
-            }
+            const unsigned long above = first - std::min<unsigned long>(first, traits.rowsAbove);
+            const bool starts = traits.kind == EStage::Serial && Starts(stage, frame, first);
+            const unsigned long dstFirst = traits.kind == EStage::Serial && !starts ? above : first;
+            rows.first = starts ? above : rows.first;
             CGuardedBuffer<std::uint8_t> src(SourceBytes(rows) + (traits.readsBehind ? sizeof(Src) : 0), Flush::Right);
             CopySource(rows, src);
             CGuardedBuffer<std::uint8_t> dst((end - dstFirst - 1) * mDstPitch + mDstRowBytes, Flush::Right);

@@ -4,6 +4,8 @@
 #include "common/Status.h"
 #include "imageproc/ColorSpace/LumaModel.h"
 
+#include <initializer_list>
+
 namespace vek::test {
 
 namespace {

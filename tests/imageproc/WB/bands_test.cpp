@@ -87,7 +87,7 @@ void tryAutomatic(unsigned char mode, unsigned short bits) {
             end = std::min(frame.height, first + 1 + random.Below(5));
             SWBStatistics part;
             part.Add<T>(rows::bestTable(), {frame.width, frame.height, pitch, view.row(first), first}, first, end);
-            sum += part;
+            sum.Add(part);
         }
         ASSERT_EQ(stage.Balance(sum, frame), 0U);
         stage.UpdateTables(bits);
