@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/ColorInterpolation.h"
 
+#include "formats/DemosaicMethods.h"
 #include "imageproc/Operations.h"
 #include "imageproc/Stages.h"
 
@@ -11,25 +12,19 @@ namespace vek::bench {
 namespace {
 
 struct SMethod {
-    const char* name;
+    std::string name;
     unsigned char code;
 };
-constexpr SMethod kMethods[] = {{"demosaic None", VEK_DEMOSAIC_NONE},
-                                {"demosaic NearestNeighbor", VEK_DEMOSAIC_NEAREST_NEIGHBOR},
-                                {"demosaic BilinearSimple", VEK_DEMOSAIC_BILINEAR_SIMPLE},
-                                {"demosaic NearestNeighbor2", VEK_DEMOSAIC_NEAREST_NEIGHBOR2},
-                                {"demosaic BilinearFalseColorReduction", VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION},
-                                {"demosaic BiCubic", VEK_DEMOSAIC_BICUBIC}};
-constexpr SMethod kGray = {"grey to BGR", VEK_DEMOSAIC_MONO};
-constexpr SMethod kFourSamples = {"demosaic BilinearSimple BGRX", VEK_DEMOSAIC_BILINEAR_SIMPLE};
+const SMethod kGray = {"grey to BGR", VEK_DEMOSAIC_MONO};
+const SMethod kFourSamples = {"demosaic BilinearSimple BGRX", VEK_DEMOSAIC_BILINEAR_SIMPLE};
 
 template <class T>
 SOperation demosaic(const SMethod& method, unsigned short channels, bool extra = false) {
     return {method.name, kBits<T>, static_cast<double>((1U + channels) * sizeof(T)),
-            [=](const rows::SRowTable& table, SSize size) {
+            [=, code = method.code](const rows::SRowTable& table, SSize size) {
                 const auto module = std::make_shared<CColorInterpolation>(table);
                 return conversionJob<T>(CPicture<T>(size, 1), size.Pixels() * channels, [=](T* src, T* dst) {
-                    interpolate(*module, size, src, dst, method.code, VEK_COLOR_ARRAY_RGGB, channels);
+                    interpolate(*module, size, src, dst, code, VEK_COLOR_ARRAY_RGGB, channels);
                 });
             },
             extra};
@@ -55,7 +50,11 @@ SOperation decode(const char* name, unsigned short colorArray, unsigned halfSamp
 
 Operations colorInterpolationOperations() {
     Operations operations;
-    for (const SMethod& method : kMethods) {
+    for (const SDemosaicMethod& known : kDemosaicMethods) {
+        if (known.code == VEK_DEMOSAIC_MONO) {
+            continue;
+        }
+        const SMethod method = {"demosaic " + std::string(known.title), known.code};
         operations.push_back(demosaic<std::uint8_t>(method, 3));
         operations.push_back(demosaic<std::uint16_t>(method, 3));
     }

@@ -154,7 +154,7 @@ COutputFile::COutputFile(const std::string& path, std::span<const SFileIdentity>
     if (path != "-") {
         SPlace place = placeOf(path);
         if (place.error != 0) {
-            mvThrow("cannot open", place.error);
+            Throw("cannot open", place.error);
         }
         mFolder = std::move(place.folder);
         mFileName = std::move(place.name);
@@ -166,7 +166,7 @@ COutputFile::COutputFile(const std::string& path, std::span<const SFileIdentity>
         // As if it were written in place: the system refuses what it would refuse then.
         old = CDescriptor(open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
         if (!old.IsOpen() && errno != ENOENT) {
-            mvThrow("cannot open", errno);
+            Throw("cannot open", errno);
         }
     }
     const std::optional<SFileIdentity> identity = identityOf(descriptor >= 0 ? descriptor : old.Get());
@@ -176,14 +176,14 @@ COutputFile::COutputFile(const std::string& path, std::span<const SFileIdentity>
     struct stat status {};
     const bool regular = old.IsOpen() && fstat(old.Get(), &status) == 0 && S_ISREG(status.st_mode);
     if (descriptor >= 0) {
-        mvOpenDirectly(descriptor);
+        OpenDirectly(descriptor);
     } else if (old.IsOpen() && (!regular || onProc)) {
         if (regular && ftruncate(old.Get(), 0) != 0) {
-            mvThrow("cannot open", errno);
+            Throw("cannot open", errno);
         }
-        mvOpenDirectly(old.Get());
+        OpenDirectly(old.Get());
     } else {
-        mvOpenTemporary(old);
+        OpenTemporary(old);
     }
 }
 
@@ -193,7 +193,7 @@ COutputFile::~COutputFile() {
     }
 }
 
-void COutputFile::mvOpenDirectly(int fd) {
+void COutputFile::OpenDirectly(int fd) {
     if (fd == STDOUT_FILENO) {
         mStream = stdout;
         return;
@@ -205,17 +205,17 @@ void COutputFile::mvOpenDirectly(int fd) {
         if (copy >= 0) {
             close(copy);
         }
-        mvThrow("cannot open", error);
+        Throw("cannot open", error);
     }
 }
 
-void COutputFile::mvOpenTemporary(const CDescriptor& old) {
+void COutputFile::OpenTemporary(const CDescriptor& old) {
     // Nobody may read what replaces a private file; a new one gets what the process's mask leaves.
     constexpr mode_t kPrivate = 0600;
     constexpr mode_t kNew = 0666;
     mTemporary.emplace(mFolder.Get(), old.IsOpen() ? kPrivate : kNew);
     if (mTemporary->Fd() < 0) {
-        mvThrow("cannot open: no new file in its folder", errno);
+        Throw("cannot open: no new file in its folder", errno);
     }
     if (old.IsOpen()) {
         keepAttributes(old.Get(), mTemporary->Fd());
@@ -224,11 +224,11 @@ void COutputFile::mvOpenTemporary(const CDescriptor& old) {
     if (mStream == nullptr) {
         const int error = errno;
         close(mTemporary->Fd());
-        mvThrow("cannot open", error);
+        Throw("cannot open", error);
     }
 }
 
-bool COutputFile::mbReplacesSameFile(const COutputFile& other) const {
+bool COutputFile::ReplacesSameFile(const COutputFile& other) const {
     struct stat own {};
     struct stat others {};
     return mTemporary && other.mTemporary && mFileName == other.mFileName && fstat(mFolder.Get(), &own) == 0 &&
@@ -237,7 +237,7 @@ bool COutputFile::mbReplacesSameFile(const COutputFile& other) const {
 
 void COutputFile::Write(std::span<const std::uint8_t> bytes) {
     if (std::fwrite(bytes.data(), 1, bytes.size(), mStream) != bytes.size()) {
-        mvThrow("cannot write", errno);
+        Throw("cannot write", errno);
     }
 }
 
@@ -245,30 +245,30 @@ void COutputFile::Write(std::string_view text) {
     Write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
 }
 
-void COutputFile::mvComplete() {
+void COutputFile::Complete() {
     errno = 0; // an error of an earlier write may have left none
     if (std::fflush(mStream) != 0 || std::ferror(mStream) != 0 || (mTemporary && !synced(fileno(mStream)))) {
-        mvThrow("cannot write", errno != 0 ? errno : EIO);
+        Throw("cannot write", errno != 0 ? errno : EIO);
     }
     std::FILE* const stream = std::exchange(mStream, nullptr);
     if (stream != stdout && std::fclose(stream) != 0) {
-        mvThrow("cannot write", errno);
+        Throw("cannot write", errno);
     }
 }
 
-void COutputFile::mvRename() {
+void COutputFile::Rename() {
     if (mTemporary && !mTemporary->Rename(mFileName)) {
-        mvThrow("cannot replace", errno);
+        Throw("cannot replace", errno);
     }
 }
 
-void COutputFile::mvSyncFolder() const {
+void COutputFile::SyncFolder() const {
     if (mTemporary && (fcntl(mFolder.Get(), F_GETFL) & O_PATH) == 0 && !synced(mFolder.Get())) {
-        mvThrow("cannot write its folder", errno);
+        Throw("cannot write its folder", errno);
     }
 }
 
-void COutputFile::mvThrow(std::string_view what, int error) const {
+void COutputFile::Throw(std::string_view what, int error) const {
     throw CFailure(fmt::format("{}: {}: {}", mName, what, systemMessage(error)));
 }
 
@@ -287,7 +287,7 @@ COutputFiles::COutputFiles(std::span<const std::string> inputs) {
 COutputFile& COutputFiles::Open(const std::string& path) {
     auto file = std::make_unique<COutputFile>(path, mInputs);
     for (const auto& other : mFiles) {
-        if (file->mbReplacesSameFile(*other)) {
+        if (file->ReplacesSameFile(*other)) {
             throw CBadArguments(fmt::format("{}: two of the files to be written are this one", path));
         }
     }
@@ -297,17 +297,17 @@ COutputFile& COutputFiles::Open(const std::string& path) {
 
 void COutputFiles::Publish() {
     for (const auto& file : mFiles) {
-        file->mvComplete();
+        file->Complete();
     }
     {
         // A signal comes in front of all of them or behind.
         const CSignalsBlocked blocked;
         for (const auto& file : mFiles) {
-            file->mvRename();
+            file->Rename();
         }
     }
     for (const auto& file : mFiles) {
-        file->mvSyncFolder();
+        file->SyncFolder();
     }
 }
 

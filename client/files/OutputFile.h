@@ -49,17 +49,17 @@ private:
     friend class COutputFiles;
 
     /// fd: stays the caller's.
-    void mvOpenDirectly(int fd);
+    void OpenDirectly(int fd);
     /// old: the regular file that is replaced; not open where there is none.
-    void mvOpenTemporary(const CDescriptor& old);
-    bool mbReplacesSameFile(const COutputFile& other) const;
+    void OpenTemporary(const CDescriptor& old);
+    bool ReplacesSameFile(const COutputFile& other) const;
 
     /// The parts of COutputFiles::Publish. Throw CFailure.
-    void mvComplete();
-    void mvRename();
-    void mvSyncFolder() const;
+    void Complete();
+    void Rename();
+    void SyncFolder() const;
 
-    [[noreturn]] void mvThrow(std::string_view what, int error) const;
+    [[noreturn]] void Throw(std::string_view what, int error) const;
 
     std::string mName;
     CDescriptor mFolder;                      // of the file itself, links followed; closed for standard output

@@ -34,7 +34,7 @@ CSignalsBlocked::~CSignalsBlocked() {
 CTemporaryFile* volatile CTemporaryFile::sFirst = nullptr;
 
 /// Calls what is allowed in a signal handler only.
-void CTemporaryFile::mvOnSignal(int signal) {
+void CTemporaryFile::OnSignal(int signal) {
     for (const CTemporaryFile* file = sFirst; file != nullptr; file = file->mNext) {
         unlinkat(file->mFolder, file->mName, 0);
     }
@@ -50,14 +50,14 @@ void CTemporaryFile::mvOnSignal(int signal) {
     _exit(128 + signal);
 }
 
-void CTemporaryFile::mvCatchSignals() {
+void CTemporaryFile::CatchSignals() {
     for (const int signal : kFatalSignals) {
         struct sigaction action {};
         // What is ignored stays ignored: under nohup a program outlives its terminal.
         if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) {
             continue;
         }
-        action.sa_handler = mvOnSignal;
+        action.sa_handler = OnSignal;
         sigfillset(&action.sa_mask); // a second one does not come in between
         sigaction(signal, &action, nullptr);
     }
@@ -65,7 +65,7 @@ void CTemporaryFile::mvCatchSignals() {
 
 CTemporaryFile::CTemporaryFile(int folder, mode_t mode) : mFolder(folder) {
     constexpr int kMostLeftovers = 1000; // of killed processes that had the same number
-    static const bool caught = (mvCatchSignals(), true);
+    static const bool caught = (CatchSignals(), true);
     static_cast<void>(caught);
     const CSignalsBlocked blocked;
     for (int i = 0; i < kMostLeftovers && mFd < 0; ++i) {
@@ -87,7 +87,7 @@ CTemporaryFile::~CTemporaryFile() {
     if (mName[0] != '\0') {
         const CSignalsBlocked blocked;
         unlinkat(mFolder, mName, 0);
-        mvForget();
+        Forget();
     }
 }
 
@@ -96,11 +96,11 @@ bool CTemporaryFile::Rename(const std::string& name) {
     if (renameat(mFolder, mName, mFolder, name.c_str()) != 0) {
         return false;
     }
-    mvForget();
+    Forget();
     return true;
 }
 
-void CTemporaryFile::mvForget() {
+void CTemporaryFile::Forget() {
     if (sFirst == this) {
         sFirst = mNext;
     } else {

@@ -38,9 +38,9 @@ public:
     bool Rename(const std::string& name);
 
 private:
-    static void mvOnSignal(int signal);
-    static void mvCatchSignals();
-    void mvForget();
+    static void OnSignal(int signal);
+    static void CatchSignals();
+    void Forget();
 
     // The files of all objects, for the signal handler. Changes while signals are blocked only.
     static CTemporaryFile* volatile sFirst;

@@ -2,6 +2,7 @@
 #include "client/names/Names.h"
 
 #include "client/Errors.h"
+#include "formats/DemosaicMethods.h"
 
 #include <VekTrgApi.h>
 
@@ -29,15 +30,13 @@ constexpr std::array kColorArrays = {
     SName{VEK_COLOR_ARRAY_YCRCB411_BT709, "ycrcb411-bt709"},
 };
 
-constexpr std::array kMethods = {
-    SName{VEK_DEMOSAIC_MONO, "mono"},
-    SName{VEK_DEMOSAIC_NONE, "none"},
-    SName{VEK_DEMOSAIC_NEAREST_NEIGHBOR, "nearest"},
-    SName{VEK_DEMOSAIC_BILINEAR_SIMPLE, "bilinear"},
-    SName{VEK_DEMOSAIC_BICUBIC, "bicubic"},
-    SName{VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION, "bilinear-fcr"},
-    SName{VEK_DEMOSAIC_NEAREST_NEIGHBOR2, "nearest2"},
-};
+constexpr auto kMethods = [] {
+    std::array<SName, kDemosaicMethods.size()> names{};
+    std::transform(kDemosaicMethods.begin(), kDemosaicMethods.end(), names.begin(), [](const SDemosaicMethod& method) {
+        return SName{method.code, method.name};
+    });
+    return names;
+}();
 
 constexpr std::array kAlcModes = {
     SName{VEK_ALC_OFF, "off"},

@@ -24,7 +24,7 @@ struct SSettingChange {
 
 /// A change that did not come about.
 struct SRefusedChange {
-    std::size_t key;
+    std::size_t key = 0;
     std::optional<long> kept; ///< what the library keeps; nothing: its call refused
 };
 

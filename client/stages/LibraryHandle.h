@@ -4,6 +4,7 @@
 #include "client/frames/RawFrame.h"
 #include "client/names/Names.h"
 #include "client/pictures/Image.h"
+#include "formats/DemosaicMethods.h"
 
 #include <VekTrgApi.h>
 
@@ -49,17 +50,7 @@ constexpr std::uint32_t smallestSide(unsigned short colorArray, unsigned method)
     if (!isBayer(colorArray)) {
         return 1;
     }
-    switch (method) {
-    case VEK_DEMOSAIC_NEAREST_NEIGHBOR:
-    case VEK_DEMOSAIC_BILINEAR_SIMPLE:
-    case VEK_DEMOSAIC_BICUBIC:
-        return 2;
-    case VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION:
-    case VEK_DEMOSAIC_NEAREST_NEIGHBOR2:
-        return 4;
-    default:
-        return 1;
-    }
+    return method < kDemosaicMethods.size() ? kDemosaicMethods[method].minSize : 1;
 }
 
 /// The library's version number.

@@ -24,10 +24,10 @@ constexpr unsigned long roundUpTo4(unsigned long bytes) {
 /// data is the first one that is there. Modules work on images in this form.
 template <class T>
 struct SImage {
-    unsigned long width;  ///< pixels
-    unsigned long height; ///< rows of the whole image
-    unsigned long pitch;  ///< bytes from row to row
-    T* data;
+    unsigned long width = 0;  ///< pixels
+    unsigned long height = 0; ///< rows of the whole image
+    unsigned long pitch = 0;  ///< bytes from row to row
+    T* data = nullptr;
     unsigned long top = 0; ///< row that data is
 
     T* row(unsigned long y) const { return rowAt(data, y - top, pitch); }

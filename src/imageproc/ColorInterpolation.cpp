@@ -3,12 +3,12 @@
 
 #include "common/Image.h"
 #include "common/Status.h"
+#include "formats/DemosaicMethods.h"
 #include "imageproc/ColorInterpolation_YCbCr.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <iterator>
 
 namespace vek {
 
@@ -16,16 +16,7 @@ namespace {
 
 using rows::BayerRow;
 
-/// What a method makes pixels from.
-struct SMethod {
-    unsigned long minSize; ///< least width and height
-    unsigned rowsAbove;
-    unsigned rowsBelow;
-};
-
-/// By method. VEK_DEMOSAIC_MONO stands for all that is copied or decoded pixel by pixel.
-constexpr SMethod kMethods[] = {{1, 0, 0}, {1, 0, 0}, {2, 1, 1}, {2, 1, 1}, {2, 3, 3}, {4, 2, 2}, {4, 2, 1}};
-constexpr unsigned kBiCubicReach = kMethods[VEK_DEMOSAIC_BICUBIC].rowsBelow;
+constexpr unsigned kBiCubicReach = kDemosaicMethods[VEK_DEMOSAIC_BICUBIC].rowsBelow;
 
 constexpr bool isBayer(unsigned short colorArray) {
     return colorArray >= VEK_COLOR_ARRAY_RGGB && colorArray <= VEK_COLOR_ARRAY_BGGR;
@@ -37,17 +28,17 @@ constexpr bool isCopied(unsigned char method, unsigned short colorArray) {
 }
 
 /// Null where the stage does not take the colour array.
-const SMethod* methodFor(const SColorInterpolationStage& stage, unsigned short colorArray) {
+const SDemosaicMethod* methodFor(const SColorInterpolationStage& stage, unsigned short colorArray) {
     const bool color = stage.channels == 3 || stage.channels == 4;
-    const SMethod* const mono = &kMethods[VEK_DEMOSAIC_MONO];
+    const SDemosaicMethod* const mono = &kDemosaicMethods[VEK_DEMOSAIC_MONO];
     if (isYCrCb(colorArray)) {
         return color || stage.method == VEK_DEMOSAIC_MONO ? mono : nullptr;
     }
     if (isCopied(stage.method, colorArray)) {
         return color || stage.channels == 1 ? mono : nullptr;
     }
-    const bool demosaiced = stage.method != VEK_DEMOSAIC_MONO && stage.method < std::size(kMethods);
-    return demosaiced && color && isBayer(colorArray) ? &kMethods[stage.method] : nullptr;
+    const bool demosaiced = stage.method != VEK_DEMOSAIC_MONO && stage.method < kDemosaicMethods.size();
+    return demosaiced && color && isBayer(colorArray) ? &kDemosaicMethods[stage.method] : nullptr;
 }
 
 /// The kinds of a Bayer phase's even and odd rows.
@@ -219,7 +210,7 @@ unsigned long SColorInterpolationStage::MinSize(unsigned short colorArray) const
 }
 
 STraits SColorInterpolationStage::Traits(const SFrame& frame) const {
-    const SMethod* const from = methodFor(*this, frame.colorArray);
+    const SDemosaicMethod* const from = methodFor(*this, frame.colorArray);
     if (from == nullptr) {
         return {};
     }

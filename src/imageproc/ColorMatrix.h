@@ -22,6 +22,7 @@ struct SColorMatrixStage {
     using Table = std::array<int[4], 4096>;
     using NarrowTable = std::array<short[4], 4097>; ///< one more: kernels load two entries at once
 
+    std::array<rows::SMatrixTables::BytePlanes, 3> planes{}; ///< by input component: B, G, R
     // By input component; entries: shares of the output's B, G and R, which no cache line splits.
     alignas(sizeof(int[4])) Table tableB{};
     Table tableG{};
@@ -30,9 +31,8 @@ struct SColorMatrixStage {
     NarrowTable narrowB{};
     NarrowTable narrowG{};
     NarrowTable narrowR{};
-    std::array<rows::SMatrixTables::BytePlanes, 3> planes{}; ///< by input component: B, G, R
-    int largest8 = 0;                                        ///< magnitude of the largest entry of a byte
-    int largest16 = 0;                                       ///< magnitude of the largest entry
+    int largest8 = 0;  ///< magnitude of the largest entry of a byte
+    int largest16 = 0; ///< magnitude of the largest entry
     bool on = false;
 
     STraits Traits(const SFrame& frame) const;

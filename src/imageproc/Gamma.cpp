@@ -124,7 +124,7 @@ template void SLumaGammaStage::Rows(const rows::SRowTable&, const SFrame&, const
 template void SLumaGammaStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned short>&) const;
 
 CGamma::CGamma(const rows::SRowTable& rows) : mRows(rows) {
-    for (unsigned char channel = 0; channel < mChannels.size(); ++channel) {
+    for (unsigned char channel = 0; channel < kChannels; ++channel) {
         resetTable(Curve(channel).words, 8);
         Store(channel, {VEK_GAMMA_OFF, kUnityGamma, 0, 0, 8});
     }

@@ -67,6 +67,8 @@ public:
     const SLumaGammaStage& LumaStage() const { return mLuma; }
 
 private:
+    static constexpr unsigned char kChannels = 1 + kColorSlots; ///< Y, and the colour slots
+
     /// A channel's settings.
     struct SChannel {
         unsigned char mode;
@@ -86,7 +88,7 @@ private:
                                 unsigned long pixelFormat, T* image) const;
 
     const rows::SRowTable& mRows;
-    std::array<SChannel, 1 + kColorSlots> mChannels{}; ///< Y, and the colour slots
+    std::array<SChannel, kChannels> mChannels{};
     SRawGammaStage mRaw;
     SLumaGammaStage mLuma;
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What each image function asks of the allocator: nothing, but for the buffers that are named here.
 #include "VekTrgApi.h"
+#include "formats/DemosaicMethods.h"
 #include "support/CameraValues.h"
 #include "support/FakeDriver.h"
 
@@ -191,7 +192,7 @@ TEST_F(CAllocations, AreSeen) {
 TEST_F(CAllocations, DemosaicAndDecodingNeedNone) {
     for (const unsigned short bits : kDepths) {
         const unsigned long bgr = bits == 8 ? VEK_DESTINATION_BGR24 : VEK_DESTINATION_BGR48;
-        for (unsigned char method = VEK_DEMOSAIC_MONO; method <= VEK_DEMOSAIC_NEAREST_NEIGHBOR2; ++method) {
+        for (unsigned char method = VEK_DEMOSAIC_MONO; method <= kLastDemosaicMethod; ++method) {
             for (unsigned short array = VEK_COLOR_ARRAY_MONO; array <= VEK_COLOR_ARRAY_YCRCB411_BT709; ++array) {
                 EXPECT_EQ(Asked([&] {
                               return VekCam_ColorInterpolation(mHandle, kWidth, kHeight, array, mImage.data(),

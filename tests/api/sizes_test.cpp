@@ -2,6 +2,7 @@
 // Sizes that no frame has. An image of no pixels is done at once, however long its other side; a null image of some
 // pixels is refused, however many they are. Each call has seconds, and no buffer that it could touch.
 #include "VekTrgApi.h"
+#include "formats/DemosaicMethods.h"
 #include "support/FakeDriver.h"
 #include "support/GuardedBuffer.h"
 
@@ -59,7 +60,7 @@ struct SCase {
 std::vector<SCase> demosaicCases() {
     std::vector<SCase> cases;
     for (unsigned short array = VEK_COLOR_ARRAY_MONO; array <= VEK_COLOR_ARRAY_YCRCB411_BT709; ++array) {
-        for (unsigned char method = VEK_DEMOSAIC_MONO; method <= VEK_DEMOSAIC_NEAREST_NEIGHBOR2; ++method) {
+        for (unsigned char method = VEK_DEMOSAIC_MONO; method <= kLastDemosaicMethod; ++method) {
             for (const unsigned short bits : kDepths) {
                 cases.push_back({"ColorInterpolation, array " + std::to_string(array) + ", method " +
                                      std::to_string(method) + ", " + std::to_string(bits) + " bits",

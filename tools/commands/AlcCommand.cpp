@@ -78,7 +78,7 @@ public:
         std::vector<SLuminanceStep> underOneLight;
         const unsigned target = mArguments.settings.target;
         for (unsigned frame = 0; frame < mArguments.frames; ++frame) {
-            if (const SLightStep* const light = mpLightStep(frame); light != nullptr) {
+            if (const SLightStep* const light = LightStep(frame); light != nullptr) {
                 if (!underOneLight.empty()) {
                     settlings.push_back(mText(underOneLight));
                     underOneLight.clear();
@@ -109,7 +109,7 @@ public:
 
 private:
     /// The light that begins with a frame; null where it stays.
-    const SLightStep* mpLightStep(unsigned frame) const {
+    const SLightStep* LightStep(unsigned frame) const {
         const auto found = std::find_if(mLightSteps.begin(), mLightSteps.end(),
                                         [=](const SLightStep& step) { return step.frame == frame; });
         return found != mLightSteps.end() ? &*found : nullptr;

@@ -8,6 +8,7 @@
 #include "client/pictures/DisplayRendering.h"
 #include "client/pictures/PngOutput.h"
 #include "client/stages/LibraryHandle.h"
+#include "formats/DemosaicMethods.h"
 
 #include "tools/commands/Commands.h"
 #include "tools/options/CameraOptions.h"
@@ -52,21 +53,6 @@ struct SPicture {
     std::string explanation;
 };
 
-struct SMethodText {
-    unsigned char method;
-    const char* explanation;
-};
-constexpr SMethodText kMethodTexts[] = {
-    {VEK_DEMOSAIC_MONO, "raw samples as grey: the colour filter shows as a fine pattern"},
-    {VEK_DEMOSAIC_NONE, "each pixel in its filter's colour only: dark, coloured dots"},
-    {VEK_DEMOSAIC_NEAREST_NEIGHBOR, "each 2 x 2 cell shares its samples: true colours, jagged edges"},
-    {VEK_DEMOSAIC_BILINEAR_SIMPLE, "missing colours are means of neighbours: smooth, some coloured edges"},
-    {VEK_DEMOSAIC_BICUBIC, "missing colours from four neighbours in a row: sharper, with ringing"},
-    {VEK_DEMOSAIC_BILINEAR_FALSE_COLOR_REDUCTION,
-     "means at the centres of 2 x 2 blocks, half a pixel aside: soft, fewer coloured edges"},
-    {VEK_DEMOSAIC_NEAREST_NEIGHBOR2, "the samples of 2 x 2 blocks, half a pixel aside: jagged edges"},
-};
-
 std::shared_ptr<sim::CSimulatedDriver> makeDriver(const SDemoArguments& arguments) {
     const sim::SCameraModel& model = modelNamed(arguments.model);
     auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensorOf(model, arguments.setup));
@@ -82,28 +68,28 @@ public:
     void Run() {
         printNow(cameraText(readCameraInfo(mCamera)));
         makeDirectory(mArguments.directory);
-        mvSettleExposure();
+        SettleExposure();
         {
             CProgressBar progress(mArguments.frames + 1);
             CFrameGrabber bytes(mCamera, *transferFormat(VEK_TRANSFER_RAW8));
             for (unsigned i = 1; i <= mArguments.frames; ++i) {
-                mvShowFrame(bytes.Grab(), i);
-                mvKeepRaw(bytes, fmt::format("frame{}.raw", i));
+                ShowFrame(bytes.Grab(), i);
+                KeepRaw(bytes, fmt::format("frame{}.raw", i));
                 progress.Advance();
             }
             CFrameGrabber words(mCamera, *transferFormat(VEK_TRANSFER_RAW12));
-            mvShowDeepFrame(words.Grab());
-            mvKeepRaw(words, "deep.raw");
+            ShowDeepFrame(words.Grab());
+            KeepRaw(words, "deep.raw");
             progress.Advance();
         }
         if (mArguments.truth) {
-            mvWriteTruth();
+            WriteTruth();
         }
-        mvTellPictures();
+        TellPictures();
     }
 
 private:
-    void mvSettleExposure() {
+    void SettleExposure() {
         CFrameGrabber grabber(mCamera, *transferFormat(VEK_TRANSFER_RAW8));
         SLuminanceSettings settings;
         settings.mode = VEK_ALC_EXPOSURE_AND_GAIN_ONCE;
@@ -130,7 +116,7 @@ private:
         return look.levels(depth, sensor.blackLevel, sensor.depth);
     }
 
-    SLook mLookFor(const SImage& image) const {
+    SLook LookFor(const SImage& image) const {
         const SDisplayLevels range = mLevels(SLook(), image.depth);
         SLook look;
         if (image.channels == 3) {
@@ -141,55 +127,54 @@ private:
         return look;
     }
 
-    void mvWrite(const std::string& file, const SImage& image, unsigned short depth, const std::string& explanation) {
-        const std::string path = mPathOf(file);
+    void Write(const std::string& file, const SImage& image, unsigned short depth, const std::string& explanation) {
+        const std::string path = PathOf(file);
         writePng(path, renderForDisplay(image, mLevels(mLook, image.depth), mLook.gains, depth), true);
         mPictures.push_back({path, explanation});
     }
 
-    void mvShowFrame(const SRawFrame& frame, unsigned number) {
+    void ShowFrame(const SRawFrame& frame, unsigned number) {
         if (number == 1) {
-            mLook = mLookFor(mHandle.Demosaic(frame, VEK_DEMOSAIC_BILINEAR_SIMPLE));
+            mLook = LookFor(mHandle.Demosaic(frame, VEK_DEMOSAIC_BILINEAR_SIMPLE));
         }
-        for (const SMethodText& text : kMethodTexts) {
+        for (const SDemosaicMethod& method : kDemosaicMethods) {
             const bool gray = frame.colorArray == VEK_COLOR_ARRAY_MONO;
-            if (gray && text.method != VEK_DEMOSAIC_MONO) {
+            if (gray && method.code != VEK_DEMOSAIC_MONO) {
                 continue; // every method gives the same grey picture
             }
-            mvWrite(fmt::format("frame{}-{}.png", number, methodName(text.method)),
-                    mHandle.Demosaic(frame, text.method), 8,
-                    fmt::format("frame {}, {}", number, gray ? "samples of the monochrome sensor" : text.explanation));
+            Write(fmt::format("frame{}-{}.png", number, method.name), mHandle.Demosaic(frame, method.code), 8,
+                  fmt::format("frame {}, {}", number, gray ? "samples of the monochrome sensor" : method.explanation));
         }
     }
 
-    void mvShowDeepFrame(const SRawFrame& frame) {
+    void ShowDeepFrame(const SRawFrame& frame) {
         const unsigned char method = VEK_DEMOSAIC_BILINEAR_SIMPLE;
         const bool gray = frame.colorArray == VEK_COLOR_ARRAY_MONO;
-        mvWrite("deep-16bit.png", mHandle.Demosaic(frame, method), 16,
-                gray ? "a 12-bit frame as a 16-bit picture: finer steps in the shadows"
-                     : "a 12-bit frame, bilinear, as a 16-bit picture: finer steps in the shadows");
+        Write("deep-16bit.png", mHandle.Demosaic(frame, method), 16,
+              gray ? "a 12-bit frame as a 16-bit picture: finer steps in the shadows"
+                   : "a 12-bit frame, bilinear, as a 16-bit picture: finer steps in the shadows");
     }
 
-    std::string mPathOf(const std::string& file) const { return pathInside(mArguments.directory, file); }
+    std::string PathOf(const std::string& file) const { return pathInside(mArguments.directory, file); }
 
     /// Writes the grabber's last frame as the camera sent it.
-    void mvKeepRaw(const CFrameGrabber& grabber, const std::string& file) {
+    void KeepRaw(const CFrameGrabber& grabber, const std::string& file) {
         if (!mArguments.raw) {
             return;
         }
-        const std::string path = mPathOf(file);
+        const std::string path = PathOf(file);
         writeBytes(path, grabber.Bytes());
         mRawFrames.push_back({path, fmt::format("-W {} -H {} -f {} -a {}", grabber.Width(), grabber.Height(),
                                                 grabber.Format().name, colorArrayName(grabber.ColorArray()))});
     }
 
-    void mvWriteTruth() {
-        const std::string path = mPathOf("truth.png");
+    void WriteTruth() {
+        const std::string path = PathOf("truth.png");
         writePng(path, scaledToDepth(trueColors(*mDriver, mArguments.setup), 16), false);
         mTruth = fmt::format("\nThe chart's true colours in the sensor's samples, linear, 16 bits:\n  {}\n", path);
     }
 
-    static std::string mListOf(const std::vector<SPicture>& pictures) {
+    static std::string ListOf(const std::vector<SPicture>& pictures) {
         std::size_t widest = 0;
         for (const SPicture& picture : pictures) {
             widest = std::max(widest, picture.path.size());
@@ -201,12 +186,12 @@ private:
         return text;
     }
 
-    void mvTellPictures() const {
+    void TellPictures() const {
         std::string text = fmt::format("\n{} pictures, balanced on the chart's grey patches and with the sRGB curve:\n",
                                        mPictures.size());
-        text += mListOf(mPictures);
+        text += ListOf(mPictures);
         if (!mRawFrames.empty()) {
-            text += "\nRaw frames, and what `vekcam convert` is told of them:\n" + mListOf(mRawFrames);
+            text += "\nRaw frames, and what `vekcam convert` is told of them:\n" + ListOf(mRawFrames);
         }
         text += mTruth;
         if (const std::string program = programPath(); !program.empty()) {

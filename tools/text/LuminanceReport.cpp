@@ -73,10 +73,10 @@ void CLuminanceReport::Add(const SLuminanceStep& step) {
     if (mShown.size() > kLiveLines) {
         mShown.pop_front();
     }
-    mvRedraw();
+    Redraw();
 }
 
-void CLuminanceReport::mvRedraw() {
+void CLuminanceReport::Redraw() {
     // Up to the table's first line; each line is cleared before it is written anew. A narrow terminal cuts lines off:
     // wrapped ones would stand below the place where the next drawing begins.
     std::string text = "\033[?7l";

@@ -18,7 +18,7 @@ public:
     void Add(const client::SLuminanceStep& step);
 
 private:
-    void mvRedraw();
+    void Redraw();
 
     unsigned mTarget;
     bool mLive;

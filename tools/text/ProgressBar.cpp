@@ -15,7 +15,7 @@ constexpr std::size_t kCells = 40;
 } // namespace
 
 CProgressBar::CProgressBar(std::size_t steps) : mSteps(steps), mVisible(steps > 1 && isatty(STDERR_FILENO) != 0) {
-    mvDraw();
+    Draw();
 }
 
 CProgressBar::~CProgressBar() {
@@ -26,10 +26,10 @@ CProgressBar::~CProgressBar() {
 
 void CProgressBar::Advance() {
     ++mDone;
-    mvDraw();
+    Draw();
 }
 
-void CProgressBar::mvDraw() const {
+void CProgressBar::Draw() const {
     if (mVisible) {
         const std::size_t cells = kCells * mDone / mSteps;
         std::fputs(fmt::format("\r[{:#<{}}{:.<{}}] {}/{}", "", cells, "", kCells - cells, mDone, mSteps).c_str(),

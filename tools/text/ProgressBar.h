@@ -17,7 +17,7 @@ public:
     void Advance();
 
 private:
-    void mvDraw() const;
+    void Draw() const;
 
     std::size_t mSteps;
     std::size_t mDone = 0;
