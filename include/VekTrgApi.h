@@ -357,9 +357,9 @@ VEK_API int VekCam_GetlibVersion(VekCam_Handle handle, unsigned long *version);
  *  width, height: pixels; 0 writes nothing and is success once the codes are accepted.
  *  colorArray: layout of the source, enum VekColorArray.
  *  src: height rows without padding: width samples; of YCrCb bytes, 2 x width (4:2:2), 3 x width (4:4:4) or width +
- *      width / 2 (4:1:1), at 10 and 12 bits twice as many (4:1:1: 3 x width). With an odd width one sample behind a
- *      row's last is read as well (the next row's first one) by VEK_DEMOSAIC_BILINEAR_SIMPLE, also behind the image's
- *      last row, and by VEK_DEMOSAIC_NEAREST_NEIGHBOR2.
+ *      width / 2 (4:1:1), at 10 and 12 bits twice as many (4:1:1: 3 x width). With an odd width
+ *      VEK_DEMOSAIC_BILINEAR_SIMPLE and NEAREST_NEIGHBOR2 also read the sample behind a row's last one, which is the
+ *      next row's first one. BILINEAR_SIMPLE reads it behind the image's last row, too.
  *  dst: height rows, each channels x width samples, padded to a multiple of 4 bytes. The padding is not written. What
  *      YCrCb gives at 10 and 12 bits, bytes, stands in rows that are as long as if it were words.
  *  method: enum VekDemosaicMethod. VEK_DEMOSAIC_MONO, and any number on a mono image, copies samples to grey, or to
@@ -458,9 +458,9 @@ VEK_API int VekCam_GetDigitalGainSettingValueFromGainTimes(VekCam_Handle handle,
 /**
  * Exposure clocks for an exposure time.
  *  seconds: 0 and more.
- *  clock: receives 1 .. the camera's maximum, by model rounded or with the fraction cut off. At a maximum of 0: 1 for a
- *      time that comes to less than a clock, else 0, which it always is on cameras whose shortest time is a clock or
- *      more.
+ *  clock: receives 1 .. the camera's maximum, by model rounded or with the fraction cut off. Where the maximum is 0 it
+ *      receives 1 for a time that comes to less than a clock, else 0; cameras whose shortest time is a clock or more
+ *      always give 0 then.
  * Returns 1; VEK_EINVAL for a null handle. 0 is kept for a row length that cannot be computed, which does not happen.
  */
 VEK_API int VekCam_GetExposureClockFromTime(VekCam_Handle handle, float seconds, unsigned long *clock);
@@ -789,18 +789,19 @@ VEK_API int VekCam_GetLowChromaSuppression(VekCam_Handle handle, unsigned short 
  * Noise reduction on a raw or mono image, in place.
  *  mode: enum VekNoiseReductionMode or VEK_NOISE_STORE_DARK.
  *      VEK_NOISE_EASY: a pixel becomes the median of itself and its neighbours (of an even number the mean of the
- *      middle two, the fraction cut off) where that is darker. Neighbours are those of the same colour: the four
- *      diagonal ones for mono and green, those two columns and two rows away for red and blue; at the edge those inside
- *      the image, for mono of the four nearest. In Bayer images the ones to the left and above count as already
- *      filtered, but for those to the left in the first row; of GRBG and GBRG, greens one column from the left edge, or
- *      from the right edge of an even width, take the two diagonal ones towards the middle, and the first pixel one
- *      diagonal and the next green of its row. Bayer images have 4 x 4 pixels and more, mono ones 2 x 2 and more, and
- *      sides are below 2^31.
+ *      middle two, the fraction cut off) where that is darker. Neighbours are, for mono and green, the four diagonal
+ *      ones; for red and blue, the four that are two away in the same row or column. At the edge those inside the image
+ *      count; mono pixels have those to the left and right, above and below there instead. In Bayer images neighbours
+ *      in the rows above count as already filtered, and so do those to the left in the same row, but for the first row.
+ *      In GRBG and GBRG images greens one column from the left edge, or from the right edge of an even width, have the
+ *      two diagonal neighbours towards the middle alone, and the first pixel has one diagonal neighbour and the next
+ *      green of its row. Bayer images have 4 x 4 pixels and more, mono ones 2 x 2 and more, and sides are below 2^31.
  *      VEK_NOISE_STORE_DARK: the image is kept, less its own floor (the least sample of each place in the 2 x 2 cell,
  *      an odd side's last row or column aside), and is not changed. Any colour array is taken.
- *      VEK_NOISE_COMPLEX: the dark frame is subtracted (0 at least); pixels that were saturated before and no longer
- *      are become the median of their neighbourhood, in which those above and to the left are repaired already, where
- *      that is brighter, but for the outermost row and column of mono images and the two outermost of Bayer ones.
+ *      VEK_NOISE_COMPLEX: the dark frame is subtracted (0 at least). Then pixels that were saturated before and no
+ *      longer are become the median of themselves and their neighbours where that is brighter, but for the outermost
+ *      row and column of mono images and the two outermost of Bayer ones. Neighbours are those of VEK_NOISE_EASY; the
+ *      ones in the rows above, and to the left in the same row, are repaired already.
  *      Saturated are samples of 2^bits - 2^(bits - 7) - 1 and more: 253 at 8 bits, 4063 at 12; modulo 65536 above 16.
  *      Size, pitch and colour array as when the dark frame was stored, and rows without padding; the depth is not
  *      compared.
@@ -844,15 +845,16 @@ VEK_API int VekCam_GetShadingCorrectionTarget(VekCam_Handle handle, unsigned sho
  *  linePitch: bytes from row to row; 0 means rows without padding.
  *  bitsPerPixel: depth; above 8 the image is words, else bytes. Its low 16 bits count. Results are at most 2^bits - 1;
  *      above 16 bits they count modulo 65536.
- * Calibration keeps the mean of frames only while linePitch is 4 x width; with any other pitch each frame replaces the
- * one before it. Its first frame drops the map that was there. Gains are target / mean in 1/128, fractions cut off, and
- * 16 where the mean is target / 16, cut to a whole number, or less; means with a fraction that are less than 1 above
- * that may give more than 16: up to 31 at targets from 16 on, without limit at smaller ones. Offsets are target - mean,
- * the mean without its fraction. The first frame after it makes the map, of gains in VEK_SHADING_GAIN and of offsets in
- * VEK_SHADING_OFFSET, also where that frame is null or of another size: the other mode then works with the same
- * numbers, so calibrate anew to change over. In VEK_SHADING_SHOW_MAP that frame uses the calibration up and leaves a
- * map of 0, with which VEK_SHADING_GAIN makes frames black. So does setting a calibrating mode again before the map is
- * made, if no frame is calibrated after it. Negative entries show as the largest value.
+ * Calibration keeps the mean of frames while linePitch is 4 x width. A frame with another pitch, or of another size
+ * than the one before it, replaces what was calibrated before. The first frame of a calibration drops the map that was
+ * there. Gains are target / mean in 1/128, fractions cut off, and 16 where the mean is target / 16, cut to a whole
+ * number, or less. Means that are less than 1 above that may give more than 16: up to 31 at targets from 16 on, without
+ * limit at smaller ones. Offsets are target - mean, the mean without its fraction. The first frame after it makes the
+ * map, of gains in VEK_SHADING_GAIN and of offsets in VEK_SHADING_OFFSET, also where that frame is null or of another
+ * size: the other mode then works with the same numbers, so calibrate anew to change over. In VEK_SHADING_SHOW_MAP that
+ * frame uses the calibration up and leaves a map of 0, with which VEK_SHADING_GAIN makes frames black. So does setting
+ * a calibrating mode again before the map is made, if no frame is calibrated after it. Negative entries show as the
+ * largest value.
  * Returns 0; VEK_EINVAL for a null handle, or a null image that would be touched; 1 when memory for the mean of a
  * calibration runs out. There is no map then, as there is none, with a result of 0, when memory for the map runs out:
  * frames pass unchanged until a calibration succeeds.
@@ -880,13 +882,14 @@ VEK_API int VekCam_ShadingCorrection(VekCam_Handle handle, unsigned long width, 
  *      single region, both selectors give the frame itself and the image width and height that the driver reports, and
  *      VekTransferFormatBits counts: packed formats give a pitch of 0.
  *  outImage: receives where the result begins: in frame, or in a buffer of the handle that lasts until the next call.
- *      Cameras with 8 region slots transfer the regions one after the other: null where one of them, up to the wanted
- *      one, ends beyond the frame size that the driver reports. All other cameras combine the regions themselves: the
- *      place in their frame is not compared with any size. Null, too, where memory for the combining image runs out,
- *      for a null frame (that of blocks with a pitch of 0 that are put together is not noticed), and, of blocks that
- *      have to be put together, where none ends within the frame size, and until the handle has met as many that do as
- *      there are regions, counted over all calls. One that ends beyond it is left out, its place is 0, and the next
- *      one is taken from where it begins. A null outImage: nothing is done, but for a camera with a single region.
+ *      Cameras with 8 region slots transfer the regions one after the other, as blocks. A region gives null where its
+ *      block, or one in front of it, ends beyond the frame size that the driver reports. The combining image leaves out
+ *      a block that ends beyond it: its place is 0, and the next block is taken from where it begins. It is null where
+ *      no block ends within the frame size, where memory runs out, and until the handle has met as many blocks that end
+ *      within it as there are regions, counted over all calls for the combining image.
+ *      All other cameras combine the regions themselves: the place in their frame is not compared with any size.
+ *      A null frame gives null, or VEK_EINVAL as below; that of blocks with a pitch of 0 that are put together is not
+ *      noticed. A null outImage: nothing is done, but for a camera with a single region.
  *  outWidth, outHeight, outLinePitch: receive pixels, rows, and bytes from row to row. Each may be null. For a single
  *      region out of several only the low 32 bits are written, and nothing where it, or one in front of it, ends beyond
  *      the frame size: clear them first. Where outImage receives null for a combining image of blocks, the pitch may be
