@@ -2,7 +2,6 @@
 #include "client/names/Names.h"
 
 #include "client/Errors.h"
-#include "formats/DemosaicMethods.h"
 
 #include <VekTrgApi.h>
 

@@ -8,7 +8,6 @@
 #include "client/pictures/DisplayRendering.h"
 #include "client/pictures/PngOutput.h"
 #include "client/stages/LibraryHandle.h"
-#include "formats/DemosaicMethods.h"
 
 #include "tools/commands/Commands.h"
 #include "tools/options/CameraOptions.h"
