@@ -4,6 +4,7 @@
 
 usage: demosaic.py TEXT.md PICTURES RUN BLACK
        demosaic.py --real PICTURE.png RUN X,Y,W,H
+       demosaic.py --methods                          their names, on one line
 
 RUN is a directory with NAME.png for each method of `vekcam convert`, linear, and truth.png of `vekcam demo --truth`.
 BLACK: the sensor's black level, in levels of 8 bits. With --real there is no truth: one picture shows the region
@@ -133,6 +134,8 @@ def show_real(out, run, region):
 
 
 if __name__ == "__main__":
+    if sys.argv[1:] == ["--methods"]:
+        sys.exit(print(*(name for _, name, _ in METHODS)))
     if len(sys.argv) != 5:
         sys.exit(__doc__)
     if sys.argv[1] == "--real":

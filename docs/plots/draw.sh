@@ -66,7 +66,8 @@ stage_pictures() {
 
 demosaic_pictures() {
     local runs=build/docs/demosaic pictures=docs/images/demosaic method
-    local methods=(none nearest bilinear bicubic bilinear-fcr nearest2)
+    local methods
+    read -ra methods <<<"$(/usr/bin/python3 docs/plots/demosaic.py --methods)"
     mkdir -p "$runs/real" "$pictures"
     say "demosaic methods"
     build/release/vekcam demo -o "$runs" -n 1 --raw --no-noise --truth --width 480 --height 360 >/dev/null

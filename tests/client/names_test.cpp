@@ -24,7 +24,7 @@ TEST(ClientNames, TablesFollowTheCodesWithoutAGap) {
         EXPECT_EQ(different.size(), names.size());
     }
     EXPECT_EQ(client::colorArrays().back().code, unsigned{VEK_COLOR_ARRAY_YCRCB411_BT709});
-    EXPECT_EQ(client::demosaicMethods().back().code, unsigned{VEK_DEMOSAIC_NEAREST_NEIGHBOR2});
+    EXPECT_EQ(client::demosaicMethods().back().code, unsigned{kLastDemosaicMethod});
     EXPECT_EQ(client::alcModes().back().code, unsigned{VEK_ALC_GAIN_ONCE});
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "PngFile.h"
 #include "Program.h"
+#include "formats/DemosaicMethods.h"
 #include "support/Files.h"
 
 #include "sim/CameraModel.h"
@@ -32,9 +33,8 @@ TEST_F(Demo, WritesAndListsItsPictures) {
     const std::string text = Run({"--frames", "2"}, "new/demo");
     Arguments expected = {"deep-16bit.png"};
     for (const std::string frame : {"frame1", "frame2"}) {
-        for (const char* const method :
-             {"mono", "none", "nearest", "bilinear", "bicubic", "bilinear-fcr", "nearest2"}) {
-            expected.push_back(frame + "-" + method + ".png");
+        for (const SDemosaicMethod& method : kDemosaicMethods) {
+            expected.push_back(frame + "-" + std::string(method.name) + ".png");
         }
     }
     std::sort(expected.begin(), expected.end());
