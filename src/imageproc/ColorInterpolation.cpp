@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/ColorInterpolation.h"
 
+#include "common/Bayer.h"
 #include "common/Image.h"
 #include "common/Status.h"
 #include "formats/DemosaicMethods.h"
@@ -17,10 +18,6 @@ namespace {
 using rows::BayerRow;
 
 constexpr unsigned kBiCubicReach = kDemosaicMethods[VEK_DEMOSAIC_BICUBIC].rowsBelow;
-
-constexpr bool isBayer(unsigned short colorArray) {
-    return colorArray >= VEK_COLOR_ARRAY_RGGB && colorArray <= VEK_COLOR_ARRAY_BGGR;
-}
 
 /// Whether pixels of a method and a colour array are copied, to every channel.
 constexpr bool isCopied(unsigned char method, unsigned short colorArray) {
