@@ -9,7 +9,7 @@ namespace vek::sim {
 
 /// Puts a driver behind a new file descriptor of this process. In a program that links the interposer, ioctl and read
 /// on the descriptor, or on a duplicate of it, reach the driver. The table keeps the driver alive until
-/// CloseSimulatedCamera. Returns the descriptor, or -1 with errno.
+/// closeSimulatedCamera. Returns the descriptor, or -1 with errno.
 int openSimulatedCamera(std::shared_ptr<CSimulatedDriver> driver);
 
 /// Takes the driver off its descriptor and all duplicates and closes fd. Returns 0, or -1 with errno EBADF when fd

@@ -58,7 +58,7 @@ unsigned toDepth(unsigned value, unsigned from, unsigned to) {
     return from >= to ? value >> (from - to) : value << (to - from);
 }
 
-/// Pixel access with the grey-to-colour rule of EncodeFrame. Components 0, 1, 2: red, green, blue.
+/// Pixel access with the grey-to-colour rule of encodeFrame. Components 0, 1, 2: red, green, blue.
 unsigned componentOf(const SRasterImage& image, std::size_t pixel, std::size_t component) {
     return image.samples[pixel * image.channels + (image.channels == 1 ? 0 : component)];
 }
