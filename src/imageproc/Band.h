@@ -2,6 +2,7 @@
 #pragma once
 
 #include "common/Image.h"
+#include "common/Status.h"
 
 #include <algorithm>
 #include <cstring>
