@@ -57,7 +57,7 @@ std::vector<std::string> inputsOf(const SCorrections& corrections) {
 
 void checkCorrections(const SCorrections& corrections, const STransferFormat& format, std::uint32_t width,
                       std::uint32_t height, unsigned short colorArray) {
-    if (corrections.any() && !format.IsRaw()) {
+    if (corrections.Any() && !format.IsRaw()) {
         throw CMisfit(fmt::format("<{}> needs a raw or mono frame: format {} is colour already",
                                   corrections.noise ? "noise" : "shading", format.name));
     }

@@ -12,14 +12,14 @@ namespace vek::client {
 /// Samples from row to row of the library's colour and grey images, whose rows are padded to a multiple of 4 bytes.
 template <class T>
 std::size_t paddedRowSamples(const SImage& image) {
-    return (image.rowSamples() * sizeof(T) + 3) / 4 * 4 / sizeof(T);
+    return (image.RowSamples() * sizeof(T) + 3) / 4 * 4 / sizeof(T);
 }
 
 /// The library's image, grey or blue-green-red, of an image's size and channels.
 template <class T>
 std::vector<T> libraryRows(const SImage& image) {
     const std::size_t pitch = paddedRowSamples<T>(image);
-    const std::size_t rowSamples = image.rowSamples();
+    const std::size_t rowSamples = image.RowSamples();
     std::vector<T> padded(pitch * image.height);
     for (std::size_t y = 0; y < image.height; ++y) {
         const std::uint16_t* const src = image.samples.data() + y * rowSamples;
@@ -36,7 +36,7 @@ std::vector<T> libraryRows(const SImage& image) {
 /// The way back: image, whose size and channels are set, gets the samples. pitch: samples from row to row.
 template <class T>
 void takeLibraryRows(const std::vector<T>& padded, SImage& image, std::size_t pitch) {
-    const std::size_t rowSamples = image.rowSamples();
+    const std::size_t rowSamples = image.RowSamples();
     image.samples.resize(rowSamples * image.height);
     for (std::size_t y = 0; y < image.height; ++y) {
         const T* const src = padded.data() + y * pitch;

@@ -53,11 +53,11 @@ struct SStages {
     std::optional<SSharpness> sharpness;
     SFileStages file; ///< the settings above come before its own
 
-    bool onRaw() const { return balance || rawGamma || mirror || rotation || file.balance || file.rawGamma; }
-    bool onColor() const { return matrix || hue || saturation || suppressHigh || suppressLow; }
-    bool onLuma() const { return gamma || brightness || contrast; }
-    bool any() const {
-        return onRaw() || onColor() || onLuma() || sharpness || file.color || file.luma || file.sharpness;
+    bool OnRaw() const { return balance || rawGamma || mirror || rotation || file.balance || file.rawGamma; }
+    bool OnColor() const { return matrix || hue || saturation || suppressHigh || suppressLow; }
+    bool OnLuma() const { return gamma || brightness || contrast; }
+    bool Any() const {
+        return OnRaw() || OnColor() || OnLuma() || sharpness || file.color || file.luma || file.sharpness;
     }
 };
 

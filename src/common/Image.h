@@ -28,8 +28,8 @@ struct SImage {
     T* data = nullptr;
     unsigned long top = 0; ///< row that data is
 
-    T* row(unsigned long y) const { return rowAt(data, y - top, pitch); }
-    bool hasPixels() const { return width != 0 && height != 0; }
+    T* Row(unsigned long y) const { return rowAt(data, y - top, pitch); }
+    bool HasPixels() const { return width != 0 && height != 0; }
 };
 
 /// pitch, or, where that is 0, the bytes of a row's samples rounded up to a multiple of 4.

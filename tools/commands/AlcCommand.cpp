@@ -133,7 +133,7 @@ private:
 
 void alc(const SAlcArguments& arguments) {
     std::shared_ptr<sim::CSimulatedDriver> driver;
-    if (arguments.camera.simulated()) {
+    if (arguments.camera.Simulated()) {
         driver = makeDriver(arguments);
     }
     const auto camera = openCamera(arguments.camera, driver);
