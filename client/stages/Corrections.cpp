@@ -74,7 +74,7 @@ void checkCorrections(const SCorrections& corrections, const STransferFormat& fo
             throw CMisfit("<noise> easy of a Bayer frame needs 4 x 4 pixels or more");
         }
     }
-    inputsOf(corrections);
+    inputsOf(corrections); // throws for a name that is none of a calibration
 }
 
 void correct(const CLibraryHandle& library, const SCorrections& corrections, const STransferFormat& format,
