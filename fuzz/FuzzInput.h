@@ -14,15 +14,15 @@ public:
     CFuzzInput(const std::uint8_t* data, std::size_t size) : mData(data), mSize(size) {}
 
     template <class T>
-    T take() {
+    T Take() {
         T value{};
-        fill(&value, sizeof value);
+        Fill(&value, sizeof value);
         return value;
     }
     /// 0 .. bound-1.
-    std::size_t below(std::size_t bound) { return take<std::uint16_t>() % bound; }
+    std::size_t Below(std::size_t bound) { return Take<std::uint16_t>() % bound; }
 
-    void fill(void* to, std::size_t bytes) {
+    void Fill(void* to, std::size_t bytes) {
         const std::size_t given = std::min(bytes, mSize);
         if (given != 0) {
             std::memcpy(to, mData, given);

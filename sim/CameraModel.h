@@ -21,7 +21,7 @@ enum class EExposureUnit {
 struct SCameraModel {
     std::string_view name;
     std::uint32_t productId;
-    std::uint32_t gainType;    ///< gain curve, see GainDb
+    std::uint32_t gainType;    ///< gain curve, see gainDb
     std::uint16_t maxGain;     ///< largest gain setting value
     std::uint16_t initialGain; ///< gain setting value after power-on
     bool hasDigitalGain;

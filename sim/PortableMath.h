@@ -13,7 +13,7 @@ double portableExp(double x);
 /// Cosine of x in radians; absolute error below 1e-12 for |x| < 1e4, growing with |x| beyond.
 double portableCos(double x);
 
-/// Sine of x in radians; accuracy as PortableCos.
+/// Sine of x in radians; accuracy as portableCos.
 double portableSin(double x);
 
 /// Linear factor of a level in decibels of amplitude: 10^(dB / 20).

@@ -64,7 +64,7 @@ public:
         return value;
     }
 
-    std::optional<std::int32_t> ifPresent(std::uint32_t id) const {
+    std::optional<std::int32_t> IfPresent(std::uint32_t id) const {
         std::int32_t value = 0;
         return askControl(mFd, id, value) == 0 ? std::optional(value) : std::nullopt;
     }
@@ -106,7 +106,7 @@ SCameraInfo readCameraInfo(const ICamera& camera) {
     info.gain = readGain(camera);
     info.exposureClocks = readExposure(camera);
     info.maxShortExposureClocks = read(VEK_CID_MAX_SHORT_EXPOSURE_CLOCK, "the longest short exposure");
-    info.vBlankLines = read.ifPresent(VEK_CID_VBLANK);
+    info.vBlankLines = read.IfPresent(VEK_CID_VBLANK);
     return info;
 }
 

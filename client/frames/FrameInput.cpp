@@ -95,18 +95,18 @@ struct SFramePlace {
     std::uint64_t frame;
 
     /// Of the frame, counted from the first one. Numbers beyond every file end near 2^62.
-    std::uint64_t start() const {
+    std::uint64_t Start() const {
         constexpr std::uint64_t kFarAway = std::uint64_t{1} << 62;
         return frame < kFarAway / size ? frame * size : kFarAway;
     }
-    std::uint64_t heldIn(std::uint64_t present) const { return present > offset ? (present - offset) / size : 0; }
-    std::uint64_t restOf(std::uint64_t present) const { return present > offset ? (present - offset) % size : 0; }
+    std::uint64_t HeldIn(std::uint64_t present) const { return present > offset ? (present - offset) / size : 0; }
+    std::uint64_t RestOf(std::uint64_t present) const { return present > offset ? (present - offset) % size : 0; }
 };
 
 /// "3 frames", "1 frame and 5 bytes more".
 std::string contentText(const SFramePlace& place, std::uint64_t present) {
-    const std::uint64_t held = place.heldIn(present);
-    const std::uint64_t rest = place.restOf(present);
+    const std::uint64_t held = place.HeldIn(present);
+    const std::uint64_t rest = place.RestOf(present);
     std::string text = fmt::format("{} frame{} of {} bytes", held, held == 1 ? "" : "s", place.size);
     if (rest != 0) {
         text += fmt::format(" and {} byte{} more", rest, rest == 1 ? "" : "s");
@@ -116,23 +116,23 @@ std::string contentText(const SFramePlace& place, std::uint64_t present) {
 
 /// present: bytes of the file.
 [[noreturn]] void throwTooShort(const SFramePlace& place, std::uint64_t present) {
-    const std::uint64_t held = place.heldIn(present);
-    if (held > 0 && (place.frame > held || place.restOf(present) == 0)) {
+    const std::uint64_t held = place.HeldIn(present);
+    if (held > 0 && (place.frame > held || place.RestOf(present) == 0)) {
         throw CFailure(fmt::format("{}: no frame {}: it holds {}, counted from 0", place.name, place.frame,
                                    contentText(place, present)));
     }
     throw CFailure(fmt::format("{}: too short: {} bytes needed, {} there", place.name,
-                               place.offset + place.start() + place.size, present));
+                               place.offset + place.Start() + place.size, present));
 }
 
 using Warn = std::function<void(std::string)>;
 
 /// Where every frame of a series is asked for by its number, more of them are no surprise.
 void warnOfContent(const SFramePlace& place, std::uint64_t present, bool asked, const Warn& warn) {
-    if (place.restOf(present) != 0) {
+    if (place.RestOf(present) != 0) {
         warn(fmt::format("{}: holds {}: its size, format or offset may be another; frame {} is taken", place.name,
                          contentText(place, present), place.frame));
-    } else if (place.heldIn(present) > 1 && !asked) {
+    } else if (place.HeldIn(present) > 1 && !asked) {
         warn(fmt::format("{}: holds {}; frame {} is taken", place.name, contentText(place, present), place.frame));
     }
 }
@@ -180,11 +180,11 @@ std::vector<std::uint8_t> readRegular(int fd, const SFramePlace& place, const SF
         appendPiece(fd, place.name, data, kHeadBytes);
         refuseOtherKind(place.name, data, choice);
     }
-    if (place.frame >= place.heldIn(present)) {
+    if (place.frame >= place.HeldIn(present)) {
         throwTooShort(place, present);
     }
     warnOfContent(place, present, choice.frame.has_value(), warn);
-    const std::uint64_t start = place.offset + place.start();
+    const std::uint64_t start = place.offset + place.Start();
     seek(fd, place.name, position + static_cast<off_t>(start));
     data.clear();
     appendPiece(fd, place.name, data, static_cast<std::size_t>(place.size));
@@ -212,7 +212,7 @@ std::vector<std::uint8_t> readStream(int fd, const SFramePlace& place, const SFr
     std::vector<std::uint8_t> data;
     appendPiece(fd, place.name, data, static_cast<std::size_t>(std::min<std::uint64_t>(kHeadBytes, place.size)));
     refuseOtherKind(place.name, data, choice);
-    const std::uint64_t start = place.offset + place.start();
+    const std::uint64_t start = place.offset + place.Start();
     if (place.frame > 0) {
         skipTo(fd, place, place.offset + data.size(), start);
         data.clear();

@@ -15,7 +15,7 @@ struct SImage {
     unsigned short depth = 0;    ///< significant bits, 8..16; samples are 0 .. 2^depth - 1
     std::vector<std::uint16_t> samples;
 
-    std::size_t rowSamples() const { return static_cast<std::size_t>(width) * channels; }
+    std::size_t RowSamples() const { return static_cast<std::size_t>(width) * channels; }
 };
 
 /// Largest sample of a depth of 1..16 bits.

@@ -80,7 +80,7 @@ bool encode(SPngWriter& writer, std::FILE* file, const SImage& image, bool displ
     png_set_compression_level(writer.png, 3);
     png_write_info(writer.png, writer.info);
     for (std::size_t y = 0; y < image.height; ++y) {
-        packRow(image.samples.data() + y * image.rowSamples(), image.rowSamples(), image.depth == 16, row);
+        packRow(image.samples.data() + y * image.RowSamples(), image.RowSamples(), image.depth == 16, row);
         png_write_row(writer.png, row);
     }
     png_write_end(writer.png, nullptr);
@@ -93,7 +93,7 @@ void writePng(COutputFile& file, const SImage& image, bool displayCurve) {
     SPngError error;
     bool done = false;
     try {
-        std::vector<std::uint8_t> row(image.rowSamples() * (image.depth / 8));
+        std::vector<std::uint8_t> row(image.RowSamples() * (image.depth / 8));
         SPngWriter writer;
         done = encode(writer, file.Stream(), image, displayCurve, row.data());
         error = writer.error;

@@ -75,7 +75,7 @@ public:
     }
 
     std::string Text(const char* key) const {
-        const nlohmann::json& value = mValue(key);
+        const nlohmann::json& value = Value(key);
         if (!value.is_string()) {
             Refuse(fmt::format("\"{}\" is no text", key));
         }
@@ -86,7 +86,7 @@ public:
     template <class T>
     T Whole(const char* key, T low) const {
         constexpr T kLargest = std::numeric_limits<T>::max();
-        const nlohmann::json& value = mValue(key);
+        const nlohmann::json& value = Value(key);
         // Positive numbers have a type of their own.
         if (!value.is_number_unsigned() || std::cmp_less(value.get<std::uint64_t>(), low) ||
             std::cmp_greater(value.get<std::uint64_t>(), kLargest)) {
@@ -96,7 +96,7 @@ public:
     }
 
 private:
-    const nlohmann::json& mValue(const char* key) const {
+    const nlohmann::json& Value(const char* key) const {
         if (!mJson.contains(key)) {
             Refuse(fmt::format("\"{}\" is missing", key));
         }

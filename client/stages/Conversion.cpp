@@ -18,7 +18,7 @@ bool isGray(const SConversion& conversion) {
 
 /// The bicubic method gives deeper frames nothing above 255.
 bool needsBytes(const SConversion& conversion) {
-    return conversion.stages.any() || (isBayer(conversion.colorArray) && conversion.method == VEK_DEMOSAIC_BICUBIC);
+    return conversion.stages.Any() || (isBayer(conversion.colorArray) && conversion.method == VEK_DEMOSAIC_BICUBIC);
 }
 
 /// Of the picture in front of the display rendering.
@@ -58,7 +58,7 @@ SImage demosaiced(const CLibraryHandle& library, std::span<const std::uint8_t> b
     }
     SRawFrame frame = format.IsPacked() ? library.Unpacked(bytes, format, width, height, conversion.colorArray)
                                         : rawFrame(bytes, format, width, height, conversion.colorArray);
-    if (conversion.corrections.any()) {
+    if (conversion.corrections.Any()) {
         correct(library, conversion.corrections, format, frame);
     }
     if (needsBytes(conversion)) {
@@ -96,7 +96,7 @@ void complete(SConversion& conversion) {
 
 SImage pictureOf(const CLibraryHandle& library, std::span<const std::uint8_t> bytes, const SConversion& conversion) {
     SImage image = demosaiced(library, bytes, conversion);
-    if (conversion.stages.any()) {
+    if (conversion.stages.Any()) {
         runPictureStages(library, conversion.stages, image);
     }
     return conversion.display ? displayed(image, conversion) : scaledToDepth(image, conversion.bitsOut);

@@ -57,7 +57,7 @@ std::vector<std::string> inputsOf(const SCorrections& corrections) {
 
 void checkCorrections(const SCorrections& corrections, const STransferFormat& format, std::uint32_t width,
                       std::uint32_t height, unsigned short colorArray) {
-    if (corrections.any() && !format.IsRaw()) {
+    if (corrections.Any() && !format.IsRaw()) {
         throw CMisfit(fmt::format("<{}> needs a raw or mono frame: format {} is colour already",
                                   corrections.noise ? "noise" : "shading", format.name));
     }
@@ -74,7 +74,7 @@ void checkCorrections(const SCorrections& corrections, const STransferFormat& fo
             throw CMisfit("<noise> easy of a Bayer frame needs 4 x 4 pixels or more");
         }
     }
-    inputsOf(corrections);
+    inputsOf(corrections); // throws for a name that is none of a calibration
 }
 
 void correct(const CLibraryHandle& library, const SCorrections& corrections, const STransferFormat& format,

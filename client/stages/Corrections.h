@@ -17,7 +17,7 @@ struct SCorrections {
     std::string darkPath;               ///< calibration for VEK_NOISE_COMPLEX
     std::string shadingPath;            ///< calibration for VEK_SHADING_GAIN; empty: no shading correction
 
-    bool any() const { return noise || !shadingPath.empty(); }
+    bool Any() const { return noise || !shadingPath.empty(); }
 };
 
 /// The files that the corrections read.

@@ -16,7 +16,7 @@ namespace {
 /// colour array's cell); the row above has it.
 void closeLastRow(SImage& image, unsigned short colorArray) {
     const bool redRow = colorArray == VEK_COLOR_ARRAY_RGGB || colorArray == VEK_COLOR_ARRAY_GRBG;
-    const std::size_t rowSamples = image.rowSamples();
+    const std::size_t rowSamples = image.RowSamples();
     std::uint16_t* const last = image.samples.data() + rowSamples * (image.height - 1);
     for (std::size_t i = redRow ? 2 : 0; i < rowSamples; i += 3) {
         last[i] = last[i - rowSamples];
@@ -62,10 +62,10 @@ SWholeGroups wholeGroups(std::span<const std::uint8_t> bytes, const STransferFor
 /// The left part of an image.
 SImage leftColumns(const SImage& image, std::uint32_t width) {
     SImage left{width, image.height, image.channels, image.depth, {}};
-    left.samples.reserve(left.rowSamples() * left.height);
+    left.samples.reserve(left.RowSamples() * left.height);
     for (std::size_t y = 0; y < image.height; ++y) {
-        const auto row = image.samples.begin() + static_cast<std::ptrdiff_t>(y * image.rowSamples());
-        left.samples.insert(left.samples.end(), row, row + static_cast<std::ptrdiff_t>(left.rowSamples()));
+        const auto row = image.samples.begin() + static_cast<std::ptrdiff_t>(y * image.RowSamples());
+        left.samples.insert(left.samples.end(), row, row + static_cast<std::ptrdiff_t>(left.RowSamples()));
     }
     return left;
 }
@@ -125,11 +125,11 @@ SImage CLibraryHandle::Picture(std::span<const std::uint8_t> bytes, const STrans
     const unsigned long destination = gray ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_BGR24;
     SImage image{width, height, static_cast<unsigned short>(gray ? 1 : 3), 8, {}};
     if (format.layout == ELayout::Bgr) {
-        std::vector<std::uint8_t> output(image.rowSamples() * height);
+        std::vector<std::uint8_t> output(image.RowSamples() * height);
         requireFormat(VekCam_ConvYUVOrBGRToBGRImage(mHandle, width, height, format.code, bytes.data(), destination,
                                                     output.data()),
                       "VekCam_ConvYUVOrBGRToBGRImage", format, width, height);
-        takeLibraryRows(output, image, image.rowSamples());
+        takeLibraryRows(output, image, image.RowSamples());
         return image;
     }
     const SWholeGroups whole = wholeGroups(bytes, format, width, height);

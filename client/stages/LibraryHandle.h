@@ -35,7 +35,7 @@ public:
                        std::uint32_t height, unsigned short colorArray) const;
 
     /// Makes a picture of 8 bits of a frame whose colours the camera has made, of YCrCb with VekCam_ColorInterpolation,
-    /// of blue-green-red with VekCam_ConvYUVOrBGRToBGRImage. grey: luma, or green. Every pixel gets its colour, also
+    /// of blue-green-red with VekCam_ConvYUVOrBGRToBGRImage. gray: luma, or green. Every pixel gets its colour, also
     /// those at the end of a row that the library leaves out. bytes: frameBytes of them. Throws CFailure when the
     /// library refuses.
     SImage Picture(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::uint32_t width,

@@ -130,7 +130,7 @@ SFileStages stagesForFrame(const SFileStages& stages, unsigned short colorArray,
 
 void checkStages(const SStages& stages, const STransferFormat& format, std::uint32_t width, std::uint32_t height,
                  unsigned short colorArray, bool grayPicture) {
-    if (!format.IsRaw() && stages.onRaw()) {
+    if (!format.IsRaw() && stages.OnRaw()) {
         const char* const setting = stages.balance    ? "wb"
                                     : stages.rawGamma ? "raw-gamma"
                                     : stages.mirror   ? "mirror"
@@ -140,7 +140,7 @@ void checkStages(const SStages& stages, const STransferFormat& format, std::uint
     if (colorArray == VEK_COLOR_ARRAY_MONO && (stages.balance || stages.rawGamma)) {
         throw CMisfit(fmt::format("<{}> needs a Bayer frame: this one is mono", stages.balance ? "wb" : "raw-gamma"));
     }
-    if (grayPicture && stages.onColor()) {
+    if (grayPicture && stages.OnColor()) {
         const char* const setting = stages.matrix         ? "matrix"
                                     : stages.hue          ? "hue"
                                     : stages.saturation   ? "saturation"
@@ -178,13 +178,13 @@ SRawFrame afterRawStages(const CLibraryHandle& library, const SStages& stages, c
 void runPictureStages(const CLibraryHandle& library, const SStages& stages, SImage& image) {
     std::vector<std::uint8_t> rows = libraryRows<std::uint8_t>(image);
     const unsigned long format = image.channels == 1 ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_BGR24;
-    if (stages.onColor() || stages.file.color) {
+    if (stages.OnColor() || stages.file.color) {
         applyColors(library.Get(), stages, image, rows.data());
     }
-    if (stages.onLuma()) {
+    if (stages.OnLuma()) {
         setLumaCurve(library.Get(), stages);
     }
-    if (stages.onLuma() || stages.file.luma) {
+    if (stages.OnLuma() || stages.file.luma) {
         requireOk(VekCam_BGRGamma(library.Get(), image.width, image.height, format, rows.data(), kStagesDepth),
                   "luma curve");
     }

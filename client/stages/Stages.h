@@ -53,11 +53,11 @@ struct SStages {
     std::optional<SSharpness> sharpness;
     SFileStages file; ///< the settings above come before its own
 
-    bool onRaw() const { return balance || rawGamma || mirror || rotation || file.balance || file.rawGamma; }
-    bool onColor() const { return matrix || hue || saturation || suppressHigh || suppressLow; }
-    bool onLuma() const { return gamma || brightness || contrast; }
-    bool any() const {
-        return onRaw() || onColor() || onLuma() || sharpness || file.color || file.luma || file.sharpness;
+    bool OnRaw() const { return balance || rawGamma || mirror || rotation || file.balance || file.rawGamma; }
+    bool OnColor() const { return matrix || hue || saturation || suppressHigh || suppressLow; }
+    bool OnLuma() const { return gamma || brightness || contrast; }
+    bool Any() const {
+        return OnRaw() || OnColor() || OnLuma() || sharpness || file.color || file.luma || file.sharpness;
     }
 };
 
@@ -69,12 +69,12 @@ inline constexpr unsigned short kStagesDepth = 8;
 /// Throws CFailure when the file cannot be read.
 std::optional<SFileStages> readFileStages(const CLibraryHandle& library, const std::string& path);
 
-/// The stages of a file that do something to such a frame. greyPicture: what the demosaicing makes of it.
+/// The stages of a file that do something to such a frame. grayPicture: what the demosaicing makes of it.
 SFileStages stagesForFrame(const SFileStages& stages, unsigned short colorArray, bool grayPicture);
 
 /// Throws CMisfit when a stage cannot work on such a frame. It names the settings "wb", "raw-gamma", "mirror",
 /// "rotate", "matrix", "hue", "saturation", "suppress-high" and "suppress-low". colorArray: of a raw frame;
-/// greyPicture: what the demosaicing makes of it.
+/// grayPicture: what the demosaicing makes of it.
 void checkStages(const SStages& stages, const STransferFormat& format, std::uint32_t width, std::uint32_t height,
                  unsigned short colorArray, bool grayPicture);
 

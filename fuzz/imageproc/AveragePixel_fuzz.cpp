@@ -28,20 +28,20 @@ vek::SCellSums sumWith(const vek::rows::SRowTable& table, unsigned depth, const 
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     vek::fuzz::CFuzzInput input(data, size);
-    const unsigned depth = kDepths[input.below(4)];
-    const unsigned long width = input.below(300);
-    const unsigned long height = input.below(9);
+    const unsigned depth = kDepths[input.Below(4)];
+    const unsigned long width = input.Below(300);
+    const unsigned long height = input.Below(9);
     const unsigned long rowUnits = depth == 8 || depth == 16 ? width : (width * depth + 7) / 8;
-    const unsigned long pitch = rowUnits + input.below(3);
-    const vek::SRegion region = vek::SRegion::Cut(input.below(310), input.below(10), input.take<std::uint64_t>(),
-                                                  input.take<std::uint64_t>(), width, height);
+    const unsigned long pitch = rowUnits + input.Below(3);
+    const vek::SRegion region = vek::SRegion::Cut(input.Below(310), input.Below(10), input.Take<std::uint64_t>(),
+                                                  input.Take<std::uint64_t>(), width, height);
 
     // Exactly the image: whole rows but for the padding of the last one.
     const unsigned long units = height == 0 ? 0 : (height - 1) * pitch + rowUnits;
     std::vector<unsigned short> words(depth == 16 ? units : 0);
     std::vector<unsigned char> bytes(depth == 16 ? 0 : units);
-    input.fill(words.data(), words.size() * 2);
-    input.fill(bytes.data(), bytes.size());
+    input.Fill(words.data(), words.size() * 2);
+    input.Fill(bytes.data(), bytes.size());
 
     const vek::SCellSums expected = sumWith(*vek::rows::tier(0).table, depth, region, pitch, words, bytes);
     for (std::size_t i = 1; i < vek::rows::tierCount(); ++i) {

@@ -11,24 +11,24 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     vek::fuzz::CFuzzInput input(data, size);
-    const unsigned long width = input.below(200);
-    const unsigned long height = input.below(7);
-    const unsigned long transferFormat = input.below(24);
-    const unsigned long outFormat = input.below(10);
+    const unsigned long width = input.Below(200);
+    const unsigned long height = input.Below(7);
+    const unsigned long transferFormat = input.Below(24);
+    const unsigned long outFormat = input.Below(10);
     const bool packed = transferFormat == 2 || transferFormat == 4 || transferFormat == 7 || transferFormat == 9;
     const bool bytes = transferFormat == 0 || transferFormat == 5;
     const unsigned long packedBits = transferFormat == 2 || transferFormat == 7 ? 10 : 12;
 
     // Exactly the rows, but for the padding of the last one. Pitches count samples, of packed data bytes.
     const unsigned long row = packed ? (width * packedBits + 7) / 8 : width;
-    const unsigned long srcPitch = input.below(2) == 0 ? 0 : row + input.below(5);
+    const unsigned long srcPitch = input.Below(2) == 0 ? 0 : row + input.Below(5);
     const unsigned long samples = height == 0 ? 0 : (height - 1) * (srcPitch != 0 ? srcPitch : row) + row;
     std::vector<std::uint8_t> src(samples * (packed || bytes ? 1 : 2));
-    input.fill(src.data(), src.size());
+    input.Fill(src.data(), src.size());
 
     const unsigned long pixelBytes = outFormat == 8 ? 4 : outFormat == 4 ? 3 : 1;
-    const bool givesPitch = input.below(2) == 0;
-    const unsigned long pitch = input.below(2) == 0 ? 0 : width * pixelBytes + input.below(6);
+    const bool givesPitch = input.Below(2) == 0;
+    const unsigned long pitch = input.Below(2) == 0 ? 0 : width * pixelBytes + input.Below(6);
     const unsigned long usedPitch = packed                     ? width
                                     : givesPitch && pitch != 0 ? pitch
                                                                : (width * pixelBytes + 3) / 4 * 4;
@@ -64,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if ((transferFormat == 10 || transferFormat == 11) && (outFormat == 1 || outFormat == 4 || outFormat == 8)) {
         const unsigned long pixels = width * height;
         std::vector<std::uint8_t> colors(pixels * (transferFormat == 10 ? 3 : 8));
-        input.fill(colors.data(), colors.size());
+        input.Fill(colors.data(), colors.size());
         std::vector<std::uint8_t> levels(pixels * pixelBytes);
         vek::convBGRToBGR(vek::rows::bestTable(), width, height, transferFormat, colors.data(), outFormat,
                           levels.data());

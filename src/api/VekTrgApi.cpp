@@ -3,6 +3,7 @@
 
 #include "api/Export.h"
 #include "common/PixelFormat.h"
+#include "common/Status.h"
 #include "imageproc/IColorInterpolation.h"
 
 #include <memory>
@@ -62,12 +63,11 @@ int VekCam_ColorInterpolation(VekCam_Handle handle, unsigned long width, unsigne
         vek::IColorInterpolation& module = camera.ColorInterpolation();
         // The module only reads the source.
         void* const source = const_cast<void*>(src);
-        const unsigned long status =
-            bitsPerPixel == 8
-                ? module.ColorInterporationB(width, height, static_cast<unsigned char*>(source),
-                                             static_cast<unsigned char*>(dst), method, colorArray, channels)
-                : module.ColorInterporationW(width, height, static_cast<unsigned short*>(source),
-                                             static_cast<unsigned short*>(dst), method, colorArray, channels);
-        return status == 0 ? 0 : 1;
+        const unsigned long status = bitsPerPixel == 8
+                                         ? module.ColorInterporationB(width, height, vek::bytes(source),
+                                                                      vek::bytes(dst), method, colorArray, channels)
+                                         : module.ColorInterporationW(width, height, vek::words(source),
+                                                                      vek::words(dst), method, colorArray, channels);
+        return status == vek::kOk ? 0 : 1;
     });
 }

@@ -100,6 +100,6 @@ int VekCam_GetAEMinExposureClock(VekCam_Handle handle, unsigned long* clock) {
 }
 
 int VekCam_ALC(VekCam_Handle handle, unsigned short average, unsigned long* flags) {
-    return runValueExport(
-        handle, flags, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.RunALC(average, flags) & 0xFF); });
+    return runValueExport(handle, flags,
+                          [=](CVekTrgCamera& camera) { return static_cast<int>(camera.RunALC(average, flags)); });
 }

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "common/Status.h"
-
 #include <cstddef>
 #include <type_traits>
 
@@ -30,23 +28,8 @@ struct SImage {
     T* data = nullptr;
     unsigned long top = 0; ///< row that data is
 
-    T* row(unsigned long y) const { return rowAt(data, y - top, pitch); }
-    bool hasPixels() const { return width != 0 && height != 0; }
-
-    /// Calls body(row, y) for every row. kInvalid, and no call, for a null image of some pixels.
-    template <class Body>
-    unsigned long forRows(Body body) const {
-        if (!hasPixels()) {
-            return kOk;
-        }
-        if (data == nullptr) {
-            return kInvalid;
-        }
-        for (unsigned long y = 0; y < height; ++y) {
-            body(row(y), y);
-        }
-        return kOk;
-    }
+    T* Row(unsigned long y) const { return rowAt(data, y - top, pitch); }
+    bool HasPixels() const { return width != 0 && height != 0; }
 };
 
 /// pitch, or, where that is 0, the bytes of a row's samples rounded up to a multiple of 4.

@@ -32,7 +32,7 @@ CLuminanceCtrl::CLuminanceCtrl(IUpdateGainExposureClockSetting& camera) : mCamer
 }
 
 bool CLuminanceCtrl::Reset() {
-    mAdjusting = 0;
+    mAdjusting = false;
     mTarget = 128;
     mDeadBand = 5;
     mStartMargin = 5;
@@ -67,26 +67,21 @@ unsigned long CLuminanceCtrl::RunALC(unsigned short average, unsigned long* flag
     if (mMode == kOff) {
         return 1;
     }
-    unsigned long result = CheckInvalidStatus(flags);
-    if (*flags == 0 && result == 1) {
-        result = ALCCalculation(average, flags);
+    CheckInvalidStatus(flags);
+    if (*flags == 0) {
+        ALCCalculation(average, flags);
     }
-    if (result == 0) {
-        return 0;
-    }
-    if (*flags != 0) {
-        result = mCamera.SetGainAndExposure(mCurrentGain, mCurrentExposureClock) ? 1 : 0;
-        mAdjusting = 1;
-        return result;
+    mAdjusting = *flags != 0;
+    if (mAdjusting) {
+        return mCamera.SetGainAndExposure(mCurrentGain, mCurrentExposureClock) ? 1 : 0;
     }
     if (mMode == kBothOnce || mMode == kExposureOnce || mMode == kGainOnce) {
         mMode = kOff;
     }
-    mAdjusting = 0;
-    return result;
+    return 1;
 }
 
-unsigned long CLuminanceCtrl::CheckInvalidStatus(unsigned long* flags) {
+void CLuminanceCtrl::CheckInvalidStatus(unsigned long* flags) {
     if (HasAGC()) {
         // Against one limit after the other as they stand: with the limits in the wrong order the gain swings.
         if (mCurrentGain < mAGCMinGain) {
@@ -114,15 +109,14 @@ unsigned long CLuminanceCtrl::CheckInvalidStatus(unsigned long* flags) {
         mCurrentGain = mAGCMinGain;
         *flags |= kGainChanged;
     }
-    return 1;
 }
 
-unsigned long CLuminanceCtrl::ALCCalculation(unsigned short average, unsigned long* flags) {
+void CLuminanceCtrl::ALCCalculation(unsigned short average, unsigned long* flags) {
     const int difference = std::abs(mTarget - average);
     const bool darker = mTarget > average;
-    const int band = mDeadBand + (mAdjusting == 1 ? 0 : mStartMargin);
+    const int band = mDeadBand + (mAdjusting ? 0 : mStartMargin);
     if (difference <= band) {
-        return 1;
+        return;
     }
     bool useExposure = mMode == kExposure || mMode == kExposureOnce;
     if (HasBoth()) {
@@ -130,30 +124,27 @@ unsigned long CLuminanceCtrl::ALCCalculation(unsigned short average, unsigned lo
             darker ? GetCurExposureClockNonZero() != GetAEMaxExposureClockNonZero() : mCurrentGain == mAGCMinGain;
     }
     if (useExposure) {
-        if (RunAE(average, mTarget)) {
+        if (RunAE(average)) {
             *flags |= kExposureChanged;
         }
-    } else if (HasAGC()) {
-        if (RunAGC(average, mTarget)) {
-            *flags |= kGainChanged;
-        }
+    } else if (HasAGC() && RunAGC(average)) {
+        *flags |= kGainChanged;
     }
-    return 1;
 }
 
-bool CLuminanceCtrl::RunAE(unsigned short average, unsigned short target) {
+bool CLuminanceCtrl::RunAE(unsigned short average) {
     const unsigned long current = GetCurExposureClockNonZero();
     const unsigned long max = GetAEMaxExposureClockNonZero();
     const unsigned long min = GetAEMinExposureClockNonZero();
     const unsigned long step = current / (mExposureStepDivisor + 1UL);
     unsigned long low = std::min(min, max);
     unsigned long high = std::max(min, max);
-    if (average > target) {
+    if (average > mTarget) {
         low = std::max(low, current - step);
     } else {
         high = std::min(high, current + step);
     }
-    unsigned long next = target * current / std::max<unsigned long>(average, 1);
+    unsigned long next = mTarget * current / std::max<unsigned long>(average, 1);
     if (next <= low) {
         next = low;
     } else if (next >= high) {
@@ -168,7 +159,7 @@ bool CLuminanceCtrl::RunAE(unsigned short average, unsigned short target) {
     return true;
 }
 
-bool CLuminanceCtrl::RunAGC(unsigned short average, unsigned short target) {
+bool CLuminanceCtrl::RunAGC(unsigned short average) {
     const auto decibels = [](float gain) { return static_cast<float>(20.0 * std::log10(static_cast<double>(gain))); };
     const auto gain =
         static_cast<float>(std::pow(10.0, static_cast<double>(mCamera.GainValue2DB(mCurrentGain)) / 20.0));
@@ -179,13 +170,13 @@ bool CLuminanceCtrl::RunAGC(unsigned short average, unsigned short target) {
     }
     float wanted = 1.0F;
     if (base != 0) {
-        wanted = static_cast<float>(target) / base;
-    } else if (target != 0) {
-        wanted = target;
+        wanted = static_cast<float>(mTarget) / base;
+    } else if (mTarget != 0) {
+        wanted = mTarget;
     }
     const float step = gain / static_cast<float>(mGainStepDivisor + 1);
     unsigned short next = 0;
-    if (average > target) {
+    if (average > mTarget) {
         float floor = gain - step;
         if (!(floor > 0)) {
             floor = kSmallestGain;

@@ -45,13 +45,13 @@ public:
 
 private:
     /// Brings the stored values back into their limits; each correction sets a flag.
-    unsigned long CheckInvalidStatus(unsigned long* flags);
+    void CheckInvalidStatus(unsigned long* flags);
     /// The control law of a level outside the dead band: one actuator, one step.
-    unsigned long ALCCalculation(unsigned short average, unsigned long* flags);
+    void ALCCalculation(unsigned short average, unsigned long* flags);
     /// One exposure step, by a factor of up to 2 upwards. Whether the exposure changed.
-    bool RunAE(unsigned short average, unsigned short target);
+    bool RunAE(unsigned short average);
     /// One gain step, by at least one setting value and a factor of up to 2 upwards. Whether the gain changed.
-    bool RunAGC(unsigned short average, unsigned short target);
+    bool RunAGC(unsigned short average);
     unsigned long GetExposureClockNonZero(unsigned long clock) const;
     bool HasAE() const;
     bool HasAGC() const;
@@ -69,7 +69,7 @@ private:
     unsigned long mAEMinExposureClock = 0;
     unsigned short mAGCMaxGain = 0;
     unsigned short mAGCMinGain = 0;
-    unsigned char mAdjusting = 0; ///< 1 after a step that changed something
+    bool mAdjusting = false; ///< after a step that changed something
     IUpdateGainExposureClockSetting& mCamera;
 };
 

@@ -59,7 +59,7 @@ SCellSums SAveragePixelStage::Measure(const rows::SRowTable& kernels, const SFra
         const unsigned long end = std::min(rows.end, region.yEnd);
         for (unsigned long y = std::max(rows.first, region.y); y < end; ++y) {
             std::uint64_t sums[2] = {};
-            sumRow(rows.src.row(y), sums);
+            sumRow(rows.src.Row(y), sums);
             for (unsigned i = 0; i < 2; ++i) {
                 const std::size_t place = 2 * (y % 2) + (region.x + i) % 2;
                 cell.sum[place] += sums[i];

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "common/Image.h"
+#include "common/Status.h"
 
 #include <algorithm>
 #include <cstring>
@@ -89,7 +90,7 @@ struct SBand {
     unsigned long end;
     void* work;
 
-    bool inPlace() const { return static_cast<const void*>(src.data) == dst.data; }
+    bool InPlace() const { return static_cast<const void*>(src.data) == dst.data; }
 };
 
 /// The whole image as a band in its own place.
@@ -103,7 +104,7 @@ SBand<T> wholeFrame(const SImage<T>& image, void* work) {
 template <class Stage, class T>
 unsigned long runInPlace(const Stage& stage, const rows::SRowTable& kernels, const SFrame& frame,
                          const SImage<T>& image) {
-    if (!image.hasPixels()) {
+    if (!image.HasPixels()) {
         return kOk;
     }
     if (image.data == nullptr) {
@@ -117,11 +118,11 @@ unsigned long runInPlace(const Stage& stage, const rows::SRowTable& kernels, con
 /// is not copied.
 template <class T>
 T* takeRow(const SBand<T>& band, unsigned long y, unsigned samplesPerPixel) {
-    T* const to = band.dst.row(y);
-    if (band.inPlace()) {
+    T* const to = band.dst.Row(y);
+    if (band.InPlace()) {
         return to;
     }
-    const T* const from = band.src.row(y);
+    const T* const from = band.src.Row(y);
     if (samplesPerPixel != 4) {
         std::memcpy(to, from, band.src.width * samplesPerPixel * sizeof(T));
         return to;

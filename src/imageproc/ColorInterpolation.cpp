@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/ColorInterpolation.h"
 
+#include "common/Bayer.h"
 #include "common/Image.h"
 #include "common/Status.h"
 #include "formats/DemosaicMethods.h"
@@ -17,10 +18,6 @@ namespace {
 using rows::BayerRow;
 
 constexpr unsigned kBiCubicReach = kDemosaicMethods[VEK_DEMOSAIC_BICUBIC].rowsBelow;
-
-constexpr bool isBayer(unsigned short colorArray) {
-    return colorArray >= VEK_COLOR_ARRAY_RGGB && colorArray <= VEK_COLOR_ARRAY_BGGR;
-}
 
 /// Whether pixels of a method and a colour array are copied, to every channel.
 constexpr bool isCopied(unsigned char method, unsigned short colorArray) {
@@ -45,9 +42,9 @@ const SDemosaicMethod* methodFor(const SColorInterpolationStage& stage, unsigned
 struct SPhase {
     BayerRow row[2];
 
-    constexpr std::size_t kind(unsigned long y) const { return static_cast<std::size_t>(row[y % 2]); }
+    constexpr std::size_t Kind(unsigned long y) const { return static_cast<std::size_t>(row[y % 2]); }
     /// Whether a row has red, not blue.
-    constexpr bool isRed(unsigned long y) const { return row[y % 2] == BayerRow::RG || row[y % 2] == BayerRow::GR; }
+    constexpr bool IsRed(unsigned long y) const { return row[y % 2] == BayerRow::RG || row[y % 2] == BayerRow::GR; }
 };
 
 /// RGGB, GRBG, GBRG, BGGR.
@@ -64,39 +61,39 @@ struct SBayerBand {
     unsigned channels;
     const SBand<T>& band;
 
-    std::size_t layout() const { return rows::pixelLayout(channels); }
-    std::size_t width() const { return band.src.width; }
-    unsigned long height() const { return band.src.height; }
-    const T* src(unsigned long y) const { return band.src.row(y); }
-    T* dst(unsigned long y) const { return band.dst.row(y); }
+    std::size_t Layout() const { return rows::pixelLayout(channels); }
+    std::size_t Width() const { return band.src.width; }
+    unsigned long Height() const { return band.src.height; }
+    const T* Src(unsigned long y) const { return band.src.Row(y); }
+    T* Dst(unsigned long y) const { return band.dst.Row(y); }
 };
 
 template <class T>
 void noneRow(const SBayerBand<T>& bayer, unsigned long y) {
-    bayer.kernels.none[bayer.phase.kind(y)][bayer.layout()](bayer.src(y), bayer.dst(y), bayer.width());
+    bayer.kernels.none[bayer.phase.Kind(y)][bayer.Layout()](bayer.Src(y), bayer.Dst(y), bayer.Width());
 }
 
 template <class T>
 void nearestNeighborRow(const SBayerBand<T>& bayer, unsigned long y) {
     // The other row of the cell; the last row of an odd height makes its cell with the row above it.
-    const unsigned long other = y % 2 == 0 && y + 1 < bayer.height() ? y + 1 : y - 1;
-    bayer.kernels.nearestNeighbor[bayer.phase.kind(y)][bayer.layout()](bayer.src(y), bayer.src(other), bayer.dst(y),
-                                                                       bayer.width());
+    const unsigned long other = y % 2 == 0 && y + 1 < bayer.Height() ? y + 1 : y - 1;
+    bayer.kernels.nearestNeighbor[bayer.phase.Kind(y)][bayer.Layout()](bayer.Src(y), bayer.Src(other), bayer.Dst(y),
+                                                                       bayer.Width());
 }
 
 template <class T>
 void bilinearSimpleRow(const SBayerBand<T>& bayer, unsigned long y) {
-    const unsigned long last = bayer.height() - 1;
-    const std::size_t kind = bayer.phase.kind(y);
+    const unsigned long last = bayer.Height() - 1;
+    const std::size_t kind = bayer.phase.Kind(y);
     if (y == last && y % 2 == 0) {
         // The last row of an odd height never gets its third colour.
-        bayer.kernels.bilinearSimpleOpen[kind][bayer.layout()](bayer.src(y), bayer.dst(y), bayer.width());
+        bayer.kernels.bilinearSimpleOpen[kind][bayer.Layout()](bayer.Src(y), bayer.Dst(y), bayer.Width());
         return;
     }
     // The first and the last row have one neighbour, which stands for both: its mean with itself is itself.
-    const T* const above = bayer.src(y == 0 ? 1 : y - 1);
-    const T* const below = bayer.src(y == last ? y - 1 : y + 1);
-    bayer.kernels.bilinearSimple[kind][bayer.layout()](above, bayer.src(y), below, bayer.dst(y), bayer.width());
+    const T* const above = bayer.Src(y == 0 ? 1 : y - 1);
+    const T* const below = bayer.Src(y == last ? y - 1 : y + 1);
+    bayer.kernels.bilinearSimple[kind][bayer.Layout()](above, bayer.Src(y), below, bayer.Dst(y), bayer.Width());
 }
 
 // ---- BiCubic ----
@@ -114,28 +111,28 @@ struct SBiCubicStrip {
     alignas(64) T green[kBiCubicReach + 1][kStripColumns];
     alignas(64) T color[2 * (kBiCubicReach + 1)][kStripColumns];
 
-    std::size_t width() const { return to - from; }
-    T* greenRow(unsigned long y) { return green[y % (kBiCubicReach + 1)]; }
-    T* colorRow(unsigned long y) { return color[y % (2 * (kBiCubicReach + 1))]; }
+    std::size_t Width() const { return to - from; }
+    T* GreenRow(unsigned long y) { return green[y % (kBiCubicReach + 1)]; }
+    T* ColorRow(unsigned long y) { return color[y % (2 * (kBiCubicReach + 1))]; }
 };
 
 /// The third colour of row y, from the colours of the rows above and below it, and its pixels.
 template <class T>
 void biCubicThird(const SBayerBand<T>& bayer, SBiCubicStrip<T>& strip, unsigned long y) {
-    const unsigned long last = bayer.height() - 1;
+    const unsigned long last = bayer.Height() - 1;
     alignas(64) T third[kStripColumns];
     if (y >= 3 && y + 3 <= last) {
-        bayer.kernels.biCubicThird(strip.colorRow(y - 3), strip.colorRow(y - 1), strip.colorRow(y + 1),
-                                   strip.colorRow(y + 3), third, strip.width());
+        bayer.kernels.biCubicThird(strip.ColorRow(y - 3), strip.ColorRow(y - 1), strip.ColorRow(y + 1),
+                                   strip.ColorRow(y + 3), third, strip.Width());
     } else {
         // A single neighbour stands for both: its mean with itself is itself.
-        bayer.kernels.meanThird(strip.colorRow(y == 0 ? 1 : y - 1), strip.colorRow(y == last ? y - 1 : y + 1), third,
-                                strip.width());
+        bayer.kernels.meanThird(strip.ColorRow(y == 0 ? 1 : y - 1), strip.ColorRow(y == last ? y - 1 : y + 1), third,
+                                strip.Width());
     }
-    const bool red = bayer.phase.isRed(y);
-    const T* const color = strip.colorRow(y);
-    bayer.kernels.pixels[bayer.layout()](red ? third : color, strip.greenRow(y), red ? color : third,
-                                         bayer.dst(y) + strip.from * bayer.channels, strip.width());
+    const bool red = bayer.phase.IsRed(y);
+    const T* const color = strip.ColorRow(y);
+    bayer.kernels.pixels[bayer.Layout()](red ? third : color, strip.GreenRow(y), red ? color : third,
+                                         bayer.Dst(y) + strip.from * bayer.channels, strip.Width());
 }
 
 /// Both passes, strip by strip: the two colours that each row holds, three rows ahead of its third colour. Not inlined:
@@ -144,14 +141,14 @@ template <class T>
 [[gnu::noinline]] void biCubicRows(const SBayerBand<T>& bayer) {
     SBiCubicStrip<T> strip; // NOLINT(cppcoreguidelines-pro-type-member-init): large, and written before it is read
     const unsigned long first = bayer.band.first;
-    for (strip.from = 0; strip.from < bayer.width(); strip.from = strip.to) {
-        strip.to = std::min<std::size_t>(strip.from + kStripColumns, bayer.width());
+    for (strip.from = 0; strip.from < bayer.Width(); strip.from = strip.to) {
+        strip.to = std::min<std::size_t>(strip.from + kStripColumns, bayer.Width());
         unsigned long ahead = first - std::min<unsigned long>(first, kBiCubicReach);
         for (unsigned long y = first; y < bayer.band.end; ++y) {
-            for (; ahead < bayer.height() && ahead <= y + kBiCubicReach; ++ahead) {
-                bayer.kernels.biCubic[bayer.phase.kind(ahead)](bayer.src(ahead), strip.greenRow(ahead),
-                                                               strip.colorRow(ahead), strip.from, strip.to,
-                                                               bayer.width());
+            for (; ahead < bayer.Height() && ahead <= y + kBiCubicReach; ++ahead) {
+                bayer.kernels.biCubic[bayer.phase.Kind(ahead)](bayer.Src(ahead), strip.GreenRow(ahead),
+                                                               strip.ColorRow(ahead), strip.from, strip.to,
+                                                               bayer.Width());
             }
             biCubicThird(bayer, strip, y);
         }
@@ -167,24 +164,24 @@ constexpr unsigned long tailBlock(unsigned long height) {
 
 template <class T>
 void nearestNeighbor2Row(const SBayerBand<T>& bayer, unsigned long y) {
-    const unsigned long tail = tailBlock(bayer.height());
+    const unsigned long tail = tailBlock(bayer.Height());
     const unsigned long block = std::min(y, tail);
     const bool lowerOfPair = y < tail && y % 2 != 0;
-    bayer.kernels.nearestNeighbor2[bayer.phase.kind(block)][bayer.layout()](bayer.src(block), bayer.src(block + 1),
-                                                                            bayer.dst(y), bayer.width(), lowerOfPair);
+    bayer.kernels.nearestNeighbor2[bayer.phase.Kind(block)][bayer.Layout()](bayer.Src(block), bayer.Src(block + 1),
+                                                                            bayer.Dst(y), bayer.Width(), lowerOfPair);
 }
 
 template <class T>
 void bilinearFalseColorReductionRow(const SBayerBand<T>& bayer, unsigned long y) {
-    const unsigned long tail = tailBlock(bayer.height());
+    const unsigned long tail = tailBlock(bayer.Height());
     const unsigned long block = std::min(y, tail);
-    const T* const upper = bayer.src(block);
-    const T* const lower = bayer.src(block + 1);
+    const T* const upper = bayer.Src(block);
+    const T* const lower = bayer.Src(block + 1);
     // Where the image ends, and from the tail's block on downward, a near row stands for the far one.
-    const T* const upperFar = y < tail ? bayer.src(block + 2) : upper;
-    const T* const lowerFar = y == 0 || y > tail ? lower : bayer.src(block - 1);
-    bayer.kernels.bilinearFalseColorReduction[bayer.phase.kind(block)][bayer.layout()](upper, lower, upperFar, lowerFar,
-                                                                                       bayer.dst(y), bayer.width());
+    const T* const upperFar = y < tail ? bayer.Src(block + 2) : upper;
+    const T* const lowerFar = y == 0 || y > tail ? lower : bayer.Src(block - 1);
+    bayer.kernels.bilinearFalseColorReduction[bayer.phase.Kind(block)][bayer.Layout()](upper, lower, upperFar, lowerFar,
+                                                                                       bayer.Dst(y), bayer.Width());
 }
 
 // ---- grey ----
@@ -193,9 +190,9 @@ template <class T>
 void copyRow(const rows::SDemosaicRows<T>& kernels, unsigned channels, const SBand<T>& band, unsigned long y) {
     if (channels == 1) {
         // An application may ask for the image in its own place.
-        std::memmove(band.dst.row(y), band.src.row(y), band.src.width * sizeof(T));
+        std::memmove(band.dst.Row(y), band.src.Row(y), band.src.width * sizeof(T));
     } else {
-        kernels.gray[rows::pixelLayout(channels)](band.src.row(y), band.dst.row(y), band.src.width);
+        kernels.gray[rows::pixelLayout(channels)](band.src.Row(y), band.dst.Row(y), band.src.width);
     }
 }
 

@@ -31,7 +31,7 @@ void decodeYCrCb(const rows::SYCrCbRows& kernels, unsigned short colorArray, uns
         channels == 1 ? kernels.toGray[space][packing] : kernels.toBgr[space][packing][rows::pixelLayout(channels)];
     const auto& table = yCrCbSpace(colorArray) == rows::YCrCbSpace::Full601 ? pnYCrCbConvTable : pnYCrCbConvTable709;
     for (unsigned long y = band.first; y < band.end; ++y) {
-        decode(band.src.row(y), band.dst.row(y), band.src.width, table);
+        decode(band.src.Row(y), band.dst.Row(y), band.src.width, table);
     }
 }
 

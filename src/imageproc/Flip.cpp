@@ -46,46 +46,46 @@ unsigned short transformedColorArray(unsigned char transform, unsigned short col
 using Band = SBand<unsigned char>;
 
 void mirrorH(const rows::SFlipRows& kernels, std::size_t size, const Band& band) {
-    if (!band.inPlace()) {
+    if (!band.InPlace()) {
         for (unsigned long y = band.first; y < band.end; ++y) {
-            kernels.reverse[size](band.src.row(y), band.dst.row(y), band.src.width);
+            kernels.reverse[size](band.src.Row(y), band.dst.Row(y), band.src.width);
         }
         return;
     }
     for (unsigned long y = 0; y < band.src.height; ++y) {
-        kernels.reverseInPlace[size](band.dst.row(y), band.src.width);
+        kernels.reverseInPlace[size](band.dst.Row(y), band.src.width);
     }
 }
 
 void mirrorV(const SFlipStage& stage, const Band& band) {
     const unsigned long last = band.src.height - 1;
-    if (!band.inPlace()) {
+    if (!band.InPlace()) {
         // Fixed behaviour: no more than a row of one sample a pixel has, whatever the pixels are.
         const std::size_t bytes = band.src.width * std::min(stage.sampleBytes, stage.pixelBytes);
         for (unsigned long y = band.first; y < band.end; ++y) {
-            std::memcpy(band.dst.row(y), band.src.row(last - y), bytes);
+            std::memcpy(band.dst.Row(y), band.src.Row(last - y), bytes);
         }
         return;
     }
     const std::size_t bytes = band.src.width * stage.pixelBytes;
     for (unsigned long y = 0; y < band.src.height / 2; ++y) {
-        std::swap_ranges(band.dst.row(y), band.dst.row(y) + bytes, band.dst.row(last - y));
+        std::swap_ranges(band.dst.Row(y), band.dst.Row(y) + bytes, band.dst.Row(last - y));
     }
 }
 
 void mirrorHV(const rows::SFlipRows& kernels, std::size_t size, const Band& band) {
     const unsigned long last = band.src.height - 1;
-    if (!band.inPlace()) {
+    if (!band.InPlace()) {
         for (unsigned long y = band.first; y < band.end; ++y) {
-            kernels.reverse[size](band.src.row(last - y), band.dst.row(y), band.src.width);
+            kernels.reverse[size](band.src.Row(last - y), band.dst.Row(y), band.src.width);
         }
         return;
     }
     for (unsigned long y = 0; y < band.src.height / 2; ++y) {
-        kernels.exchangeReversed[size](band.dst.row(y), band.dst.row(last - y), band.src.width);
+        kernels.exchangeReversed[size](band.dst.Row(y), band.dst.Row(last - y), band.src.width);
     }
     if (band.src.height % 2 != 0) {
-        kernels.reverseInPlace[size](band.dst.row(last / 2), band.src.width);
+        kernels.reverseInPlace[size](band.dst.Row(last / 2), band.src.width);
     }
 }
 
@@ -96,8 +96,8 @@ void transpose(const rows::SFlipRows& kernels, const SFlipStage& stage, const Ba
     // The first column of the source that belongs to the band.
     const unsigned long column = dstUp ? band.src.width - band.end : band.first;
     kernels.transpose[rows::pixelSize(stage.pixelBytes)](
-        band.src.row(srcUp ? band.src.height - 1 : 0) + column * stage.pixelBytes, srcUp ? -srcPitch : srcPitch,
-        band.dst.row(dstUp ? band.end - 1 : band.first), dstUp ? -dstPitch : dstPitch, band.end - band.first,
+        band.src.Row(srcUp ? band.src.height - 1 : 0) + column * stage.pixelBytes, srcUp ? -srcPitch : srcPitch,
+        band.dst.Row(dstUp ? band.end - 1 : band.first), dstUp ? -dstPitch : dstPitch, band.end - band.first,
         band.src.height);
 }
 

@@ -66,7 +66,7 @@ void SFormatConversionStage::Rows(const rows::SRowTable& kernels, const SFrame& 
     const std::size_t pixel = rows::bytePixel(pixelBytes);
     const auto forRows = [&](auto row) {
         for (unsigned long y = band.first; y < band.end; ++y) {
-            row(band.src.row(y), band.dst.row(y));
+            row(band.src.Row(y), band.dst.Row(y));
         }
     };
     if (layout == ELayout::Bgr) {

@@ -120,12 +120,12 @@ void easyBayer(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SB
     const unsigned long width = frame.width;
     const unsigned long height = frame.height;
     if (band.first == 0) {
-        std::copy_n(band.src.row(0), width, static_cast<T*>(band.work));
+        std::copy_n(band.src.Row(0), width, static_cast<T*>(band.work));
     }
     forBandRows(band, 1, [&](T* row, unsigned long y) {
-        const auto above = [&](unsigned long distance) { return distance <= y ? band.dst.row(y - distance) : nullptr; };
+        const auto above = [&](unsigned long distance) { return distance <= y ? band.dst.Row(y - distance) : nullptr; };
         const auto below = [&](unsigned long distance) {
-            return y + distance < height ? band.src.row(y + distance) : nullptr;
+            return y + distance < height ? band.src.Row(y + distance) : nullptr;
         };
         const T* const own = y == 0 ? static_cast<const T*>(band.work) : row;
         const SBayerRows<T> rows = {width, height, y, greenFirst, {above(2), above(1), own, below(1), below(2)}, row};
@@ -150,10 +150,10 @@ void easyMono(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SBa
     const unsigned long width = frame.width;
     const unsigned long height = frame.height;
     forBandRows(band, 1, [&](T* row, unsigned long y) {
-        const T* above = y >= 1 ? band.src.row(y - 1) : nullptr;
-        const T* own = band.src.row(y);
-        const T* const below = y + 1 < height ? band.src.row(y + 1) : nullptr;
-        if (band.inPlace()) {
+        const T* above = y >= 1 ? band.src.Row(y - 1) : nullptr;
+        const T* own = band.src.Row(y);
+        const T* const below = y + 1 < height ? band.src.Row(y + 1) : nullptr;
+        if (band.InPlace()) {
             // The row and the one above it are kept as they came; the one below has not been touched yet.
             T* const kept = static_cast<T*>(band.work) + y % 2 * width;
             std::copy_n(row, width, kept);
@@ -208,17 +208,17 @@ void complexRows(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const 
     const auto liveRow = [&](unsigned long y) { return workRow(y % (reach + 1)); };
     // Row y less the dark frame: where the band goes, or beside it in the work area.
     const auto row = [&](unsigned long y) {
-        if (y >= band.end && !band.inPlace()) {
+        if (y >= band.end && !band.InPlace()) {
             return workRow(reach + 1 + y - band.end);
         }
-        return y < band.first && alone ? workRow(2 * reach + 1 + y - from) : band.dst.row(y);
+        return y < band.first && alone ? workRow(2 * reach + 1 + y - from) : band.dst.Row(y);
     };
     T brightest[3] = {};
     // Rows are repaired as many behind the subtraction as a repair reads.
     for (unsigned long y = from; y < std::min(frame.height, band.end + reach); ++y) {
         T* const subtracted = row(y);
-        if (!band.inPlace()) {
-            std::copy_n(band.src.row(y), width, subtracted);
+        if (!band.InPlace()) {
+            std::copy_n(band.src.Row(y), width, subtracted);
         }
         brightest[y % (reach + 1)] = kernels.subtract(subtracted, dark.Row<T>(y), liveRow(y), width);
         const unsigned long z = y - reach;
@@ -289,7 +289,7 @@ void SDarkFrame::Add(const SImage<const T>& frame, unsigned long first, unsigned
     // the last row the image ends.
     const unsigned long behind = end == height ? pitch - width * sizeof(T) : 0;
     const unsigned long bytes = (end - first) * pitch - behind;
-    std::memcpy(samples.get() + first * pitch, frame.row(first), bytes);
+    std::memcpy(samples.get() + first * pitch, frame.Row(first), bytes);
     std::memset(samples.get() + first * pitch + bytes, 0, behind);
 }
 template void SDarkFrame::Add(const SImage<const unsigned char>&, unsigned long, unsigned long);
@@ -359,7 +359,7 @@ bool SNoiseStage::StartsAt(const SFrame& frame, const SImage<const T>& source, u
     const unsigned long reach = repairReach(frame.colorArray);
     const T threshold = clippedFrom<T>(frame.bitsPerPixel);
     for (unsigned long y = first - std::min(first, reach); y < first; ++y) {
-        const T* const row = source.row(y);
+        const T* const row = source.Row(y);
         if (std::any_of(row, row + frame.width, [&](T sample) { return sample >= threshold; })) {
             return false;
         }
@@ -402,7 +402,7 @@ unsigned long CNoiseReduction::Easy(const SFrame& frame, unsigned long pitch, T*
 template <class T>
 unsigned long CNoiseReduction::StoreDark(const SFrame& frame, unsigned long pitch, const T* image) {
     const SImage<const T> view = {frame.width, frame.height, pitch, image};
-    if (image == nullptr && view.hasPixels()) {
+    if (image == nullptr && view.HasPixels()) {
         return kInvalid;
     }
     SDarkFrame* const dark = ownAlone(mDark);
@@ -413,7 +413,7 @@ unsigned long CNoiseReduction::StoreDark(const SFrame& frame, unsigned long pitc
     if (dark->samples == nullptr) {
         return kNoMemory;
     }
-    if (view.hasPixels()) {
+    if (view.HasPixels()) {
         dark->Add(view, 0, frame.height);
         dark->SubtractFloors<T>();
     }
@@ -435,7 +435,7 @@ unsigned long CNoiseReduction::Complex(const SFrame& frame, unsigned long pitch,
     // Fixed behaviour: a frame of no known colour array has been subtracted from when it is refused.
     const unsigned long status = isRaw(frame.colorArray) ? kOk : kInvalid;
     const SImage<T> view = {frame.width, frame.height, pitch, image};
-    if (!view.hasPixels()) {
+    if (!view.HasPixels()) {
         return status;
     }
     if (image == nullptr) {

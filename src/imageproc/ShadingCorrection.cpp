@@ -127,12 +127,12 @@ void SShadingMean::Clear() {
 template <class T>
 void SShadingMean::Add(const rows::SRowTable& kernels, const SImage<const T>& frame, unsigned long first,
                        unsigned long end) {
-    if (!frame.hasPixels()) {
+    if (!frame.HasPixels()) {
         return;
     }
     const auto addToMean = rows::shadingRows<T>(kernels).addToMean;
     for (unsigned long y = first; y < end; ++y) {
-        addToMean(frame.row(y), values.get() + y * width, width, static_cast<double>(frames));
+        addToMean(frame.Row(y), values.get() + y * width, width, static_cast<double>(frames));
     }
 }
 template void SShadingMean::Add(const rows::SRowTable&, const SImage<const unsigned char>&, unsigned long,
@@ -266,7 +266,7 @@ bool CShadingCorrection::StartMean(unsigned long width, unsigned long height) {
 
 template <class T>
 unsigned long CShadingCorrection::Calibrate(const SImage<const T>& frame) {
-    if (frame.data == nullptr && frame.hasPixels()) {
+    if (frame.data == nullptr && frame.HasPixels()) {
         return kInvalid;
     }
     // Fixed behaviour: the image's pitch against that of the map, 4 bytes a pixel. With every other pitch calibration

@@ -26,8 +26,8 @@ struct SWorkRows {
     unsigned short* work;
     unsigned long width;
 
-    unsigned short* sums(unsigned long y) const { return work + y % 3 * width; }
-    T* luma(unsigned long y) const {
+    unsigned short* Sums(unsigned long y) const { return work + y % 3 * width; }
+    T* Luma(unsigned long y) const {
         // Words first: the rows of luma may be of bytes.
         return reinterpret_cast<T*>(work + 3 * width) + y % 2 * width;
     }
@@ -75,12 +75,12 @@ void SSharpnessStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, 
                                           coring, (1U << frame.bitsPerPixel) - 1};
     // The sums of a row while it is as it came.
     const auto prepare = [&](unsigned long y) {
-        const T* row = band.src.row(y);
+        const T* row = band.src.Row(y);
         if (samples != 0) {
-            colors.luma(row, work.luma(y), frame.width, samples, kLumaTables);
-            row = work.luma(y);
+            colors.luma(row, work.Luma(y), frame.width, samples, kLumaTables);
+            row = work.Luma(y);
         }
-        colors.sum3(row, work.sums(y), frame.width);
+        colors.sum3(row, work.Sums(y), frame.width);
     };
     bool prepared = false;
     forBandRows(band, std::max(samples, 1U), [&](T* row, unsigned long y) {
@@ -94,9 +94,9 @@ void SSharpnessStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, 
         }
         prepare(y + 1);
         if (samples == 0) {
-            colors.sharpenGray(row, work.sums(y - 1), work.sums(y + 1), frame.width, sharpening);
+            colors.sharpenGray(row, work.Sums(y - 1), work.Sums(y + 1), frame.width, sharpening);
         } else {
-            colors.sharpenColor(row, samples, work.luma(y), work.sums(y - 1), work.sums(y + 1), frame.width,
+            colors.sharpenColor(row, samples, work.Luma(y), work.Sums(y - 1), work.Sums(y + 1), frame.width,
                                 sharpening);
         }
     });

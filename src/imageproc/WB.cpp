@@ -100,12 +100,12 @@ void SWBStatistics::Clear() {
 template <class T>
 void SWBStatistics::Add(const rows::SRowTable& kernels, const SImage<const T>& frame, unsigned long first,
                         unsigned long end) {
-    if (!frame.hasPixels()) {
+    if (!frame.HasPixels()) {
         return;
     }
     const auto sumRow = rows::sumRow<T>(kernels);
     for (unsigned long y = first; y < end; ++y) {
-        const T* const row = frame.row(y);
+        const T* const row = frame.Row(y);
         const std::size_t even = 2 * (y % 2);
         sumRow(row, frame.width, &sum[even]);
         count[even] += (frame.width + 1) / 2;
@@ -228,7 +228,7 @@ unsigned long CWB::Process(unsigned long width, unsigned long height, unsigned l
     const SFrame frame = {width, height, 0, colorArray, bits};
     const SImage<T> view = {width, height, pitchOr<T>(pitch, width), image};
     if (isAutomatic(mStage.mode)) {
-        if (image == nullptr && view.hasPixels()) {
+        if (image == nullptr && view.HasPixels()) {
             return kInvalid;
         }
         mStatistics.Clear();

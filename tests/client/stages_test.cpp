@@ -52,7 +52,7 @@ TEST(ClientConversion, StagesOfAFileThatDoNothingToTheFrameAreDropped) {
     client::SConversion conversion = conversionOf(VEK_TRANSFER_MONO12, VEK_COLOR_ARRAY_MONO);
     conversion.stages.file = {.balance = true, .rawGamma = true, .color = true};
     client::complete(conversion);
-    EXPECT_FALSE(conversion.stages.any());
+    EXPECT_FALSE(conversion.stages.Any());
     EXPECT_EQ(conversion.bitsOut, 16U);
 }
 

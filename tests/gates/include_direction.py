@@ -3,10 +3,11 @@
 """Includes point one way: api -> settings -> device, control, imageproc -> formats, common.
 
 A module of imageproc includes no other module, settings their interfaces alone, and the row kernels include only
-themselves, <cstddef>, <cstdint> and the compiler's vector headers. Of the library the simulated camera sees the public header and what driver and
-clients agree on, client/ the public header and the tables of formats and of setting keys. The tool sees client/, the
-simulated camera and the public header; client/ sees neither, nor the command-line library, and its rooms include one
-another in one direction. The commands read and write no files: they include no header for it.
+themselves, <cstddef>, <cstdint> and the compiler's vector headers. Of the library the simulated camera sees the public
+header and what driver and clients agree on, client/ the public header and the tables of formats, methods and setting
+keys. The tool sees client/, the simulated camera and the public header; client/ sees neither, nor the command-line
+library, and its rooms include one another in one direction. The commands read and write no files: they include no
+header for it.
 Usage: include_direction.py SOURCE_ROOT
 """
 import pathlib

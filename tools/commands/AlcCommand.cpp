@@ -80,7 +80,7 @@ public:
         for (unsigned frame = 0; frame < mArguments.frames; ++frame) {
             if (const SLightStep* const light = LightStep(frame); light != nullptr) {
                 if (!underOneLight.empty()) {
-                    settlings.push_back(mText(underOneLight));
+                    settlings.push_back(Text(underOneLight));
                     underOneLight.clear();
                 }
                 mLight = light->light;
@@ -99,7 +99,7 @@ public:
                 break;
             }
         }
-        settlings.push_back(mText(underOneLight));
+        settlings.push_back(Text(underOneLight));
         if (csv != nullptr) {
             csv->Write(csvOf(mSteps, target));
         }
@@ -115,7 +115,7 @@ private:
         return found != mLightSteps.end() ? &*found : nullptr;
     }
 
-    std::string mText(const std::vector<SLuminanceStep>& steps) const {
+    std::string Text(const std::vector<SLuminanceStep>& steps) const {
         const std::string text =
             settlingText(settlingOf(steps, mArguments.settings.target), mArguments.settings.target);
         return mLightSteps.empty() ? text : fmt::format("light {}: {}", mLight, text);
@@ -133,7 +133,7 @@ private:
 
 void alc(const SAlcArguments& arguments) {
     std::shared_ptr<sim::CSimulatedDriver> driver;
-    if (arguments.camera.simulated()) {
+    if (arguments.camera.Simulated()) {
         driver = makeDriver(arguments);
     }
     const auto camera = openCamera(arguments.camera, driver);

@@ -71,7 +71,7 @@ void calibrate(const SCalibrateArguments& arguments, bool dark) {
     }
     const std::string description = descriptionPath(arguments.output);
     const auto camera =
-        openCamera(arguments.camera, arguments.camera.simulated() ? makeDriver(arguments, dark) : nullptr);
+        openCamera(arguments.camera, arguments.camera.Simulated() ? makeDriver(arguments, dark) : nullptr);
     setExposureAndGain(*camera, arguments.exposure, arguments.gain);
     CFrameGrabber grabber(*camera, format);
 

@@ -110,13 +110,13 @@ private:
         printNow(fmt::format("  {}\n", settlingText(settlingOf(steps, kTargetLevel), kTargetLevel)));
     }
 
-    SDisplayLevels mLevels(const SLook& look, unsigned depth) const {
+    SDisplayLevels Levels(const SLook& look, unsigned depth) const {
         const sim::SSensorConfig sensor = mDriver->Sensor();
         return look.levels(depth, sensor.blackLevel, sensor.depth);
     }
 
     SLook LookFor(const SImage& image) const {
-        const SDisplayLevels range = mLevels(SLook(), image.depth);
+        const SDisplayLevels range = Levels(SLook(), image.depth);
         SLook look;
         if (image.channels == 3) {
             look.gains =
@@ -128,7 +128,7 @@ private:
 
     void Write(const std::string& file, const SImage& image, unsigned short depth, const std::string& explanation) {
         const std::string path = PathOf(file);
-        writePng(path, renderForDisplay(image, mLevels(mLook, image.depth), mLook.gains, depth), true);
+        writePng(path, renderForDisplay(image, Levels(mLook, image.depth), mLook.gains, depth), true);
         mPictures.push_back({path, explanation});
     }
 

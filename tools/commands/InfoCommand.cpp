@@ -32,7 +32,7 @@ void info(const SInfoArguments& arguments) {
         const CLibraryHandle handle(camera->Fd());
         print(arguments.json ? cameraJson(info) : cameraText(info));
     } catch (const CFailure& failure) {
-        if (choice.simulated() || choice.deviceOption->count() > 0) {
+        if (choice.Simulated() || choice.deviceOption->count() > 0) {
             throw;
         }
         throw CFailure(fmt::format("{}; --device names another node, --sim takes a simulated camera", failure.what()));

@@ -70,7 +70,7 @@ CLI::Option* addSeed(CLI::App& command, std::uint64_t& seed, const std::string& 
 
 std::unique_ptr<client::ICamera> openCamera(const SCameraChoice& choice, std::shared_ptr<sim::CSimulatedDriver> driver,
                                             int flags) {
-    if (choice.simulated()) {
+    if (choice.Simulated()) {
         return std::make_unique<CSimulatedCamera>(std::move(driver));
     }
     return std::make_unique<client::CDeviceCamera>(choice.device, flags);
@@ -78,7 +78,7 @@ std::unique_ptr<client::ICamera> openCamera(const SCameraChoice& choice, std::sh
 
 std::unique_ptr<client::ICamera> openCamera(const SCameraChoice& choice, int flags) {
     return openCamera(choice,
-                      choice.simulated() ? std::make_shared<sim::CSimulatedDriver>(modelNamed(choice.model)) : nullptr,
+                      choice.Simulated() ? std::make_shared<sim::CSimulatedDriver>(modelNamed(choice.model)) : nullptr,
                       flags);
 }
 

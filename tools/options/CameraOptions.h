@@ -21,7 +21,7 @@ struct SCameraChoice {
     std::string model;
     bool simulatedByDefault = false;
 
-    bool simulated() const { return simulatedOption->count() > 0 || (simulatedByDefault && device.empty()); }
+    bool Simulated() const { return simulatedOption->count() > 0 || (simulatedByDefault && device.empty()); }
 };
 
 /// Adds --device and --sim. Without either, a command takes defaultDevice, or a simulated camera where that is empty.

@@ -36,7 +36,7 @@ std::optional<Gains> neutralPatchGains(const SImage& image, const std::vector<si
         for (std::size_t y = patch.y + 2; y < patch.y + patch.height - 2; ++y) {
             for (std::size_t x = patch.x + 2; x < patch.x + patch.width - 2; ++x) {
                 for (std::size_t c = 0; c < 3; ++c) {
-                    sums[c] += image.samples[y * image.rowSamples() + 3 * x + c] - levels.black;
+                    sums[c] += image.samples[y * image.RowSamples() + 3 * x + c] - levels.black;
                 }
             }
         }
@@ -61,7 +61,7 @@ SImage trueColors(const sim::CSimulatedDriver& driver, SSimulatedSetup setup) {
         truth.samples = perfect.CaptureRaw().samples;
     } else {
         truth.channels = 3;
-        truth.samples.resize(truth.rowSamples() * truth.height);
+        truth.samples.resize(truth.RowSamples() * truth.height);
         for (const SFilters& filters : kFilters) {
             perfect.SetColorArray(filters.colorArray);
             const std::vector<std::uint16_t> mosaic = perfect.CaptureRaw().samples;

@@ -28,7 +28,7 @@ namespace {
 
 // Each test names exactly the features that the tier's object file is compiled for. The compiler's run-time
 // support also asks the operating system whether it saves the wide registers.
-bool mbUsable(Isa isa) {
+bool isUsable(Isa isa) {
     switch (isa) {
     case Isa::Scalar:
         return true;
@@ -39,7 +39,7 @@ bool mbUsable(Isa isa) {
         return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("bmi") != 0 &&
                __builtin_cpu_supports("bmi2") != 0 && __builtin_cpu_supports("popcnt") != 0;
     case Isa::Avx512:
-        return mbUsable(Isa::Avx2) && __builtin_cpu_supports("avx512f") != 0 &&
+        return isUsable(Isa::Avx2) && __builtin_cpu_supports("avx512f") != 0 &&
                __builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("avx512dq") != 0 &&
                __builtin_cpu_supports("avx512vl") != 0 && __builtin_cpu_supports("avx512vbmi") != 0;
 #elif defined(__aarch64__)
@@ -70,12 +70,12 @@ std::size_t tierCount() {
 }
 
 STier tier(std::size_t i) {
-    return {kTables[i], mbUsable(kTables[i]->isa)};
+    return {kTables[i], isUsable(kTables[i]->isa)};
 }
 
 const SRowTable& bestTable() {
     std::size_t best = tierCount() - 1;
-    while (!mbUsable(kTables[best]->isa)) {
+    while (!isUsable(kTables[best]->isa)) {
         --best;
     }
     return *kTables[best];
@@ -84,7 +84,7 @@ const SRowTable& bestTable() {
 const SRowTable* tableByName(const char* name) {
     for (const SRowTable* table : kTables) {
         if (std::strcmp(table->name, name) == 0) {
-            return mbUsable(table->isa) ? table : nullptr;
+            return isUsable(table->isa) ? table : nullptr;
         }
     }
     return nullptr;

@@ -69,7 +69,7 @@ struct SDemosaicRows {
     // BiCubic works on one colour of a row at a time, a sample for each column.
 
     /// The row's two colours at columns from .. to-1 by cubic convolution: green and the other one, from green[0] and
-    /// colour[0] on. from: even. Width 2 and more.
+    /// color[0] on. from: even. Width 2 and more.
     using Cubic = void (*)(const T* row, T* green, T* color, std::size_t from, std::size_t to, std::size_t width);
     Cubic biCubic[kBayerRows];
 

@@ -86,7 +86,7 @@ void tryAutomatic(unsigned char mode, unsigned short bits) {
         for (unsigned long first = 0, end = 0; first < frame.height; first = end) {
             end = std::min(frame.height, first + 1 + random.Below(5));
             SWBStatistics part;
-            part.Add<T>(rows::bestTable(), {frame.width, frame.height, pitch, view.row(first), first}, first, end);
+            part.Add<T>(rows::bestTable(), {frame.width, frame.height, pitch, view.Row(first), first}, first, end);
             sum.Add(part);
         }
         ASSERT_EQ(stage.Balance(sum, frame), 0U);

@@ -35,7 +35,7 @@ void append(std::vector<SKernel>& list, const std::string& name, const Kernels& 
 
 template <class T>
 void appendDemosaic(std::vector<SKernel>& list, const std::string& prefix, const rows::SDemosaicRows<T>& rows) {
-    append(list, prefix + "grey", rows.gray);
+    append(list, prefix + "gray", rows.gray);
     append(list, prefix + "none", rows.none);
     append(list, prefix + "nearestNeighbor", rows.nearestNeighbor);
     append(list, prefix + "bilinearSimple", rows.bilinearSimple);
@@ -55,8 +55,8 @@ void appendColors(std::vector<SKernel>& list, const std::string& prefix, const r
     append(list, prefix + "suppressChroma", rows.suppressChroma);
     append(list, prefix + "luma", rows.luma);
     append(list, prefix + "sum3", rows.sum3);
-    append(list, prefix + "sharpenGrey", rows.sharpenGray);
-    append(list, prefix + "sharpenColour", rows.sharpenColor);
+    append(list, prefix + "sharpenGray", rows.sharpenGray);
+    append(list, prefix + "sharpenColor", rows.sharpenColor);
 }
 
 template <class T>
@@ -85,14 +85,14 @@ std::vector<SKernel> kernelsOf(const SRowTable& table) {
     append(list, "curves8.lookUp", table.curves8.lookUp);
     append(list, "curves16.lookUp", table.curves16.lookUp);
     append(list, "gains.bytes", table.gains.bytes);
-    appendColors(list, "colours8.", table.colors8);
-    appendColors(list, "colours16.", table.colors16);
+    appendColors(list, "colors8.", table.colors8);
+    appendColors(list, "colors16.", table.colors16);
     append(list, "flips.reverse", table.flips.reverse);
     append(list, "flips.reverseInPlace", table.flips.reverseInPlace);
     append(list, "flips.exchangeReversed", table.flips.exchangeReversed);
     append(list, "flips.transpose", table.flips.transpose);
     append(list, "yCrCb.toBgr", table.yCrCb.toBgr);
-    append(list, "yCrCb.toGrey", table.yCrCb.toGray);
+    append(list, "yCrCb.toGray", table.yCrCb.toGray);
     append(list, "bytes.shift8", table.bytes.shift8);
     append(list, "bytes.shift16", table.bytes.shift16);
     append(list, "bytes.unpack10", table.bytes.unpack10);

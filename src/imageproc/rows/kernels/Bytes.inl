@@ -49,7 +49,7 @@ struct SShift {
     explicit SShift(int shift)
         : left(shift < 0 ? -shift : 0), right(shift < 0 ? 0 : shift),
           kept(static_cast<std::uint8_t>((0xFF << left & 0xFF) >> right)) {}
-    static bool takes(int shift) {
+    static bool Takes(int shift) {
         constexpr int bits = 8 * sizeof(T);
         return shift > -bits && shift < bits;
     }
@@ -78,7 +78,7 @@ template <class T, unsigned Channels>
 void shiftToBytes(const T* src, std::uint8_t* dst, std::size_t width, int shift) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
-    if (SShift<T>::takes(shift)) {
+    if (SShift<T>::Takes(shift)) {
         const SShift<T> by(shift);
         if constexpr (Channels == 1) {
             done = storeByteBlocks<1>(dst, width, [=](std::size_t x) { return shiftBlock(src + x, by); });

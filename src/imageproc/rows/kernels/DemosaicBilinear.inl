@@ -70,13 +70,6 @@ VEK_INLINE SColors<A> bilinearBlock(const Lane<A>* above, const Lane<A>* row, co
     return colorsOf<Row>(horizontalBlock<A, 1 - greenParity>(row, x), horizontalBlock<A, greenParity>(row, x), third);
 }
 
-// ---- driver ----
-
-/// Columns from 2 on that blocks can take: an even number, all with both neighbours within the row.
-inline std::size_t innerColumns(std::size_t width) {
-    return width < 4 ? 0 : (width - 3) & ~std::size_t{1};
-}
-
 #endif
 
 // ---- kernels ----
@@ -86,7 +79,7 @@ void bilinearSimple(const T* above, const T* row, const T* below, T* dst, std::s
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
     using A = RowV<T>;
-    if (const std::size_t inner = innerColumns(width); inner >= kLanes<A>) {
+    if (const std::size_t inner = blockColumns<A>(2, 1, width); inner != 0) {
         bilinearSpan<T, Row, Channels>(above, row, below, dst, 0, 2, width);
         storeBlocks<A, Channels>(dst, 2, inner,
                                  [=](std::size_t x) { return bilinearBlock<A, Row>(above, row, below, x); });

@@ -100,7 +100,7 @@ VEK_INLINE SColors<A> nearestNeighbor2Block(const Lane<A>* upper, const Lane<A>*
     return colorsOf<Upper>(u.color, mean(u.green, l.green), l.color);
 }
 
-/// Means as in centre().
+/// Means as in center().
 template <class A>
 VEK_INLINE A centerBlock(A near, A farColumn, A farRow, A farBoth) {
     if constexpr (sizeof(Lane<A>) == 1) {

@@ -2,8 +2,7 @@
 // Demosaic rows of BiCubic, one colour of a row at a time, in planes.
 //
 //   o . i x i . o     x = (5 x (sum of i) + 4) / 8 - (sum of o + 4) / 8, each cut off by itself, within 0 .. 255 at
-//   every
-//                     depth; along the row for its own two colours, down the columns for the third one.
+//                     every depth; along the row for its own two colours, down the columns for the third one.
 //
 // Reads columns x-3 .. x+3 (along the row: the mean of x-1 and x+1 near its ends), writes column x.
 #pragma once

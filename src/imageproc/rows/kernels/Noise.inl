@@ -17,14 +17,14 @@
 namespace vek::rows::VEK_ISA {
 namespace {
 
-/// min(centre, median of centre and four neighbours)
+/// min(center, median of center and four neighbours)
 template <class T>
 inline T darkerMedian(T center, T a, T b, T c, T d) {
     const T thirdSmallest = larger(smaller(larger(a, b), larger(c, d)), larger(smaller(a, b), smaller(c, d)));
     return smaller(center, thirdSmallest);
 }
 
-/// max(centre, median of centre and four neighbours)
+/// max(center, median of center and four neighbours)
 template <class T>
 inline T brighterMedian(T center, T a, T b, T c, T d) {
     const T secondSmallest = smaller(larger(smaller(a, b), smaller(c, d)), smaller(larger(a, b), larger(c, d)));

@@ -51,7 +51,7 @@ struct SPacking<YCrCb::P444> {
     static constexpr std::size_t luma[] = {0};
     static constexpr std::size_t cb = 1;
     static constexpr std::size_t cr = 2;
-    static std::size_t end(std::size_t width) { return width; }
+    static std::size_t End(std::size_t width) { return width; }
 };
 template <>
 struct SPacking<YCrCb::P422> {
@@ -60,7 +60,7 @@ struct SPacking<YCrCb::P422> {
     static constexpr std::size_t luma[] = {0, 2};
     static constexpr std::size_t cb = 1;
     static constexpr std::size_t cr = 3;
-    static std::size_t end(std::size_t width) { return width - 1; }
+    static std::size_t End(std::size_t width) { return width - 1; }
 };
 template <>
 struct SPacking<YCrCb::P411> {
@@ -69,7 +69,7 @@ struct SPacking<YCrCb::P411> {
     static constexpr std::size_t luma[] = {0, 1, 3, 4};
     static constexpr std::size_t cb = 2;
     static constexpr std::size_t cr = 5;
-    static std::size_t end(std::size_t width) { return width > 4 ? width - 4 : 0; }
+    static std::size_t End(std::size_t width) { return width > 4 ? width - 4 : 0; }
 };
 
 /// The luma byte of column x, counted from the row's first byte.
@@ -396,7 +396,7 @@ void yCrCbToBgr(const std::uint8_t* src, std::uint8_t* dst, std::size_t width, Y
     if (width == 0) {
         return;
     }
-    const std::size_t groups = (P::end(width) + P::pixels - 1) / P::pixels;
+    const std::size_t groups = (P::End(width) + P::pixels - 1) / P::pixels;
 #if VEK_VECTOR_BYTES != 0
     const SYConstants<Space>& constants = yConstants<Space>();
     forYCrCbBlocks<Packing, Channels>(src, groups * P::bytes, dst, groups * P::pixels,
