@@ -44,4 +44,14 @@ constexpr bool isOfWords(unsigned long pixelFormat) {
     return isGrayOfWords(pixelFormat) || pixelFormat == VEK_DESTINATION_BGR48 || pixelFormat == VEK_DESTINATION_BGRX64;
 }
 
+/// Samples of a blue-green-red pixel of words, or of bytes; 0 for every other format.
+constexpr unsigned colorSamplesOf(unsigned long pixelFormat, bool words) {
+    return isOfWords(pixelFormat) == words ? colorSamples(pixelFormat) : 0;
+}
+
+/// Whether a format is grey, of words or of bytes.
+constexpr bool isGrayOf(unsigned long pixelFormat, bool words) {
+    return words ? isGrayOfWords(pixelFormat) : pixelFormat == VEK_DESTINATION_MONO8;
+}
+
 } // namespace vek

@@ -16,8 +16,8 @@ struct SRowTable;
 // A module of images is its settings, its checks, and a stage: a record of what the settings come to, which is copied
 // by value, with two const functions. Traits(frame) tells how the stage makes rows of such a frame, and Rows(kernels,
 // frame, band) makes a band of them. Any number of threads may run bands at once, each with a work area of its own. A
-// module's own call checks, takes the work area and runs one band, the whole frame. In place of Rows a Reduction has
-// Measure(kernels, frame, rows), the result of a band; Add() makes one result of two.
+// module's own call checks, takes the work area and runs one band, the whole frame. A Reduction has no
+// Rows: it measures rows of a frame, and what it measures of bands adds up.
 
 /// What a stage knows of the frame that it is given. Members that a stage does not look at are 0.
 struct SFrame {

@@ -52,10 +52,10 @@ template <class T>
 unsigned long CChromaSuppress::Process(unsigned long width, unsigned long height, unsigned long pitch,
                                        unsigned long pixelFormat, T* image) const {
     constexpr bool words = sizeof(T) != 1;
-    if (words ? isGrayOfWords(pixelFormat) : pixelFormat == VEK_DESTINATION_MONO8) {
+    if (isGrayOf(pixelFormat, words)) {
         return kOk;
     }
-    const unsigned samples = isOfWords(pixelFormat) == words ? colorSamples(pixelFormat) : 0;
+    const unsigned samples = colorSamplesOf(pixelFormat, words);
     if (samples == 0) {
         return kInvalid;
     }

@@ -33,12 +33,6 @@ struct SWorkRows {
     }
 };
 
-/// Whether an image of a depth is grey, or colour of samples per pixel (else 0), as the depth's sample type has it.
-bool takesFormat(unsigned long pixelFormat, bool words, unsigned& samples) {
-    samples = isOfWords(pixelFormat) == words ? colorSamples(pixelFormat) : 0;
-    return samples != 0 || (words ? isGrayOfWords(pixelFormat) : pixelFormat == VEK_DESTINATION_MONO8);
-}
-
 } // namespace
 
 /// Entry coring + n is n x gain / 100, rounded; the rounding of the single-precision sum belongs to the result.
@@ -140,8 +134,9 @@ unsigned long CSharpness::Process(unsigned long width, unsigned long height, uns
     if (work == nullptr && !empty) {
         return kNoMemory;
     }
-    unsigned samples = 0;
-    if (!takesFormat(pixelFormat, bits > kMinDepth, samples)) {
+    const bool words = bits > kMinDepth;
+    const unsigned samples = colorSamplesOf(pixelFormat, words);
+    if (samples == 0 && !isGrayOf(pixelFormat, words)) {
         return kInvalid;
     }
     if (width < 3 || height < 3) {

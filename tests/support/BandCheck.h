@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "VekTrgApi.h"
 #include "imageproc/Band.h"
 #include "imageproc/rows/RowDispatch.h"
 #include "support/GuardedBuffer.h"
@@ -310,5 +311,27 @@ private:
     std::size_t mDstPitch = 0;
     std::vector<std::uint8_t> mSource;
 };
+
+/// Random colour frames of one format, in place and in bands. settings(module, random, bits) makes a module's settings.
+template <class T, class Module, class Settings>
+void tryColorBands(unsigned long format, unsigned samples, unsigned short bits, Settings settings) {
+    for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+        CBandCheck<T> check(rows::bestTable(), seed);
+        CRandom& random = check.Random();
+        Module module(rows::bestTable());
+        settings(module, random, bits);
+        const SFrame frame = {1 + random.Below(150), 1 + random.Below(12), format, 0, bits};
+        ASSERT_TRUE(check.RunInPlace(module.Stage(), frame, {samples, samples, bits}));
+    }
+}
+
+/// The same for all four colour formats. fourBits: depth of words with a fourth sample.
+template <class Module, class Settings>
+void tryAllColorBands(unsigned short fourBits, Settings settings) {
+    tryColorBands<std::uint8_t, Module>(VEK_DESTINATION_BGR24, 3, 8, settings);
+    tryColorBands<std::uint8_t, Module>(VEK_DESTINATION_BGRX32, 4, 8, settings);
+    tryColorBands<std::uint16_t, Module>(VEK_DESTINATION_BGR48, 3, 12, settings);
+    tryColorBands<std::uint16_t, Module>(VEK_DESTINATION_BGRX64, 4, fourBits, settings);
+}
 
 } // namespace vek::test

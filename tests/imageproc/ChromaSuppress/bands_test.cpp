@@ -12,29 +12,18 @@ namespace vek::test {
 
 namespace {
 
-template <class T>
-void tryRandomBands(unsigned long format, unsigned samples, unsigned short bits) {
-    for (std::uint64_t seed = 1; seed <= 20; ++seed) {
-        CBandCheck<T> check(rows::bestTable(), seed);
-        CRandom& random = check.Random();
-        const std::uint64_t levels = std::uint64_t{1} << bits;
-        CChromaSuppress module(rows::bestTable());
-        module.SetLowStartLevel(static_cast<unsigned short>(1 + random.Below(levels - 1)));
-        module.SetLowSlope(static_cast<unsigned short>(1 + random.Below(400)));
-        module.SetHighStartLevel(static_cast<unsigned short>(random.Below(levels - 1)));
-        module.SetHighSlope(static_cast<unsigned short>(1 + random.Below(400)));
-        const SFrame frame = {1 + random.Below(150), 1 + random.Below(12), format, 0, bits};
-        ASSERT_TRUE(check.RunInPlace(module.Stage(), frame, {samples, samples, bits}));
-    }
+void setLevels(CChromaSuppress& module, CRandom& random, unsigned short bits) {
+    const std::uint64_t levels = std::uint64_t{1} << bits;
+    module.SetLowStartLevel(static_cast<unsigned short>(1 + random.Below(levels - 1)));
+    module.SetLowSlope(static_cast<unsigned short>(1 + random.Below(400)));
+    module.SetHighStartLevel(static_cast<unsigned short>(random.Below(levels - 1)));
+    module.SetHighSlope(static_cast<unsigned short>(1 + random.Below(400)));
 }
 
 } // namespace
 
 TEST(ChromaSuppressBands, AreTheFrame) {
-    tryRandomBands<std::uint8_t>(VEK_DESTINATION_BGR24, 3, 8);
-    tryRandomBands<std::uint8_t>(VEK_DESTINATION_BGRX32, 4, 8);
-    tryRandomBands<std::uint16_t>(VEK_DESTINATION_BGR48, 3, 12);
-    tryRandomBands<std::uint16_t>(VEK_DESTINATION_BGRX64, 4, 12);
+    tryAllColorBands<CChromaSuppress>(12, setLevels);
 }
 
 TEST(ChromaSuppressBands, TraitsFollowLevelsSlopesAndFormat) {
