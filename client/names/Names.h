@@ -49,11 +49,6 @@ std::string nameList(std::span<const SName> names);
 /// The same of the transfer formats that fit.
 std::string transferFormatList(bool (*fits)(const STransferFormat&) = [](const STransferFormat&) { return true; });
 
-/// A frame of coloured filters: enum VekColorArray, RGGB to BGGR.
-constexpr bool isBayer(unsigned colorArray) {
-    return colorArray >= VEK_COLOR_ARRAY_RGGB && colorArray <= VEK_COLOR_ARRAY_BGGR;
-}
-
 /// The colour array of a frame of a format. given: of the sensor, enum VekColorArray, mono or Bayer; nothing: the
 /// format may tell (mono for a grey one, 0 for blue-green-red, that of its pixels for YCrCb). Throws CMisfit, which
 /// names the setting "colour-array", where the two do not go together and where a raw format's is not given.

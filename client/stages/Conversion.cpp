@@ -4,6 +4,7 @@
 #include "client/Errors.h"
 #include "client/names/Names.h"
 #include "client/pictures/DisplayRendering.h"
+#include "formats/ColorArrays.h"
 
 #include <fmt/format.h>
 

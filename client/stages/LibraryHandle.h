@@ -4,6 +4,7 @@
 #include "client/frames/RawFrame.h"
 #include "client/names/Names.h"
 #include "client/pictures/Image.h"
+#include "formats/ColorArrays.h"
 #include "formats/DemosaicMethods.h"
 
 #include <VekTrgApi.h>

@@ -4,6 +4,7 @@
 #include "client/Errors.h"
 #include "client/settings/HandleSettings.h"
 #include "client/stages/LibraryRows.h"
+#include "formats/ColorArrays.h"
 
 #include <fmt/format.h>
 

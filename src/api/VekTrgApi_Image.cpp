@@ -3,6 +3,7 @@
 #include "VekTrgApi.h"
 
 #include "api/Export.h"
+#include "common/PixelFormat.h"
 #include "common/Status.h"
 #include "imageproc/IChromaSuppress.h"
 #include "imageproc/IColorMatrix.h"
@@ -22,22 +23,11 @@ using vek::words;
 
 /// Whether the colour stage takes a format at a depth. Grey formats go with any: there is nothing to do.
 bool colorStageTakes(unsigned long pixelFormat, unsigned short bits) {
-    switch (pixelFormat) {
-    case VEK_DESTINATION_MONO8:
-    case VEK_DESTINATION_WORDS:
-    case VEK_DESTINATION_MONO10:
-    case VEK_DESTINATION_MONO12:
-    case VEK_DESTINATION_MONO16:
+    if (vek::isGray(pixelFormat)) {
         return true;
-    case VEK_DESTINATION_BGR24:
-    case VEK_DESTINATION_BGRX32:
-        return bits <= 8;
-    case VEK_DESTINATION_BGR48:
-    case VEK_DESTINATION_BGRX64:
-        return bits >= 8 && bits <= 16;
-    default:
-        return false;
     }
+    const bool color = vek::colorSamples(pixelFormat) != 0;
+    return color && (vek::isOfWords(pixelFormat) ? bits >= 8 && bits <= 16 : bits <= 8);
 }
 
 using LevelSetter = unsigned long (vek::IChromaSuppress::*)(unsigned short);
@@ -202,7 +192,7 @@ int VekCam_MirrorRotation(VekCam_Handle handle, unsigned char mirror, unsigned c
     return runExport(handle, [&](const CVekTrgCamera& camera) {
         const unsigned long status =
             camera.Flip().FlipRawB(mirror, rotation, width, height, bytes(image), bytes(image), colorArray);
-        return status == vek::kOk ? 0 : 1;
+        return vek::oneIfFailed(status);
     });
 }
 

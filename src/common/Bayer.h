@@ -8,14 +8,6 @@
 
 namespace vek {
 
-constexpr bool isBayer(unsigned short colorArray) {
-    return colorArray >= VEK_COLOR_ARRAY_RGGB && colorArray <= VEK_COLOR_ARRAY_BGGR;
-}
-/// Bayer or mono: a sample for each pixel.
-constexpr bool isRaw(unsigned short colorArray) {
-    return colorArray == VEK_COLOR_ARRAY_MONO || isBayer(colorArray);
-}
-
 /// Order in which settings, tables and statistics are kept by colour. Gr is the green on a red row.
 enum EColorSlot : unsigned char { kSlotR, kSlotGr, kSlotGb, kSlotB };
 constexpr std::size_t kColorSlots = 4;
@@ -35,6 +27,11 @@ constexpr PhaseSlots phaseSlots(unsigned short colorArray) {
     default:
         return {kSlotR, kSlotGr, kSlotGb, kSlotB};
     }
+}
+
+/// Slots of the even and of the odd columns of row y.
+constexpr std::array<EColorSlot, 2> rowSlots(const PhaseSlots& slots, unsigned long y) {
+    return {slots[2 * (y % 2)], slots[2 * (y % 2) + 1]};
 }
 
 } // namespace vek

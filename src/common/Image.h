@@ -30,6 +30,8 @@ struct SImage {
 
     T* Row(unsigned long y) const { return rowAt(data, y - top, pitch); }
     bool HasPixels() const { return width != 0 && height != 0; }
+    /// Whether there are pixels, but no memory for them.
+    bool IsMissing() const { return data == nullptr && HasPixels(); }
 };
 
 /// pitch, or, where that is 0, the bytes of a row's samples rounded up to a multiple of 4.

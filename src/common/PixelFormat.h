@@ -49,9 +49,14 @@ constexpr unsigned colorSamplesOf(unsigned long pixelFormat, bool words) {
     return isOfWords(pixelFormat) == words ? colorSamples(pixelFormat) : 0;
 }
 
-/// Whether a format is grey, of words or of bytes.
+/// Whether a format is grey, of words or, without them, of bytes.
 constexpr bool isGrayOf(unsigned long pixelFormat, bool words) {
     return words ? isGrayOfWords(pixelFormat) : pixelFormat == VEK_DESTINATION_MONO8;
+}
+
+/// Whether a format is grey.
+constexpr bool isGray(unsigned long pixelFormat) {
+    return isGrayOf(pixelFormat, false) || isGrayOf(pixelFormat, true);
 }
 
 } // namespace vek

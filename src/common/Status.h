@@ -13,4 +13,9 @@ constexpr int statusCode(unsigned long status) {
     return static_cast<int>(static_cast<long>(status));
 }
 
+/// 0, or 1 for a failure of any kind.
+constexpr int oneIfFailed(unsigned long status) {
+    return status == kOk ? 0 : 1;
+}
+
 } // namespace vek

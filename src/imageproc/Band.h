@@ -104,13 +104,12 @@ SBand<T> wholeFrame(const SImage<T>& image, void* work) {
 template <class Stage, class T>
 unsigned long runInPlace(const Stage& stage, const rows::SRowTable& kernels, const SFrame& frame,
                          const SImage<T>& image) {
-    if (!image.HasPixels()) {
-        return kOk;
-    }
-    if (image.data == nullptr) {
+    if (image.IsMissing()) {
         return kInvalid;
     }
-    stage.Rows(kernels, frame, wholeFrame(image, nullptr));
+    if (image.HasPixels()) {
+        stage.Rows(kernels, frame, wholeFrame(image, nullptr));
+    }
     return kOk;
 }
 

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/ColorInterpolation.h"
 
-#include "common/Bayer.h"
 #include "common/Image.h"
 #include "common/Status.h"
-#include "formats/DemosaicMethods.h"
+#include "formats/ColorArrays.h"
 #include "imageproc/ColorInterpolation_YCbCr.h"
 
 #include <algorithm>
@@ -19,23 +18,10 @@ using rows::BayerRow;
 
 constexpr unsigned kBiCubicReach = kDemosaicMethods[VEK_DEMOSAIC_BICUBIC].rowsBelow;
 
-/// Whether pixels of a method and a colour array are copied, to every channel.
+/// Whether pixels of a method and a colour array are copied, to every channel. Those of one channel may be asked for in
+/// their own place.
 constexpr bool isCopied(unsigned char method, unsigned short colorArray) {
     return colorArray == VEK_COLOR_ARRAY_MONO || (method == VEK_DEMOSAIC_MONO && isBayer(colorArray));
-}
-
-/// Null where the stage does not take the colour array.
-const SDemosaicMethod* methodFor(const SColorInterpolationStage& stage, unsigned short colorArray) {
-    const bool color = stage.channels == 3 || stage.channels == 4;
-    const SDemosaicMethod* const mono = &kDemosaicMethods[VEK_DEMOSAIC_MONO];
-    if (isYCrCb(colorArray)) {
-        return color || stage.method == VEK_DEMOSAIC_MONO ? mono : nullptr;
-    }
-    if (isCopied(stage.method, colorArray)) {
-        return color || stage.channels == 1 ? mono : nullptr;
-    }
-    const bool demosaiced = stage.method != VEK_DEMOSAIC_MONO && stage.method < kDemosaicMethods.size();
-    return demosaiced && color && isBayer(colorArray) ? &kDemosaicMethods[stage.method] : nullptr;
 }
 
 /// The kinds of a Bayer phase's even and odd rows.
@@ -55,45 +41,41 @@ constexpr SPhase kPhases[] = {{{BayerRow::RG, BayerRow::GB}},
 
 /// A band of a Bayer frame on its way to pixels of 3 or 4 samples.
 template <class T>
-struct SBayerBand {
+struct SBayerBand : SBand<T> {
     const rows::SDemosaicRows<T>& kernels;
     const SPhase& phase;
     unsigned channels;
-    const SBand<T>& band;
 
     std::size_t Layout() const { return rows::pixelLayout(channels); }
-    std::size_t Width() const { return band.src.width; }
-    unsigned long Height() const { return band.src.height; }
-    const T* Src(unsigned long y) const { return band.src.Row(y); }
-    T* Dst(unsigned long y) const { return band.dst.Row(y); }
 };
 
 template <class T>
 void noneRow(const SBayerBand<T>& bayer, unsigned long y) {
-    bayer.kernels.none[bayer.phase.Kind(y)][bayer.Layout()](bayer.Src(y), bayer.Dst(y), bayer.Width());
+    bayer.kernels.none[bayer.phase.Kind(y)][bayer.Layout()](bayer.src.Row(y), bayer.dst.Row(y), bayer.src.width);
 }
 
 template <class T>
 void nearestNeighborRow(const SBayerBand<T>& bayer, unsigned long y) {
     // The other row of the cell; the last row of an odd height makes its cell with the row above it.
-    const unsigned long other = y % 2 == 0 && y + 1 < bayer.Height() ? y + 1 : y - 1;
-    bayer.kernels.nearestNeighbor[bayer.phase.Kind(y)][bayer.Layout()](bayer.Src(y), bayer.Src(other), bayer.Dst(y),
-                                                                       bayer.Width());
+    const unsigned long other = y % 2 == 0 && y + 1 < bayer.src.height ? y + 1 : y - 1;
+    bayer.kernels.nearestNeighbor[bayer.phase.Kind(y)][bayer.Layout()](bayer.src.Row(y), bayer.src.Row(other),
+                                                                       bayer.dst.Row(y), bayer.src.width);
 }
 
 template <class T>
 void bilinearSimpleRow(const SBayerBand<T>& bayer, unsigned long y) {
-    const unsigned long last = bayer.Height() - 1;
+    const unsigned long last = bayer.src.height - 1;
     const std::size_t kind = bayer.phase.Kind(y);
     if (y == last && y % 2 == 0) {
         // The last row of an odd height never gets its third colour.
-        bayer.kernels.bilinearSimpleOpen[kind][bayer.Layout()](bayer.Src(y), bayer.Dst(y), bayer.Width());
+        bayer.kernels.bilinearSimpleOpen[kind][bayer.Layout()](bayer.src.Row(y), bayer.dst.Row(y), bayer.src.width);
         return;
     }
     // The first and the last row have one neighbour, which stands for both: its mean with itself is itself.
-    const T* const above = bayer.Src(y == 0 ? 1 : y - 1);
-    const T* const below = bayer.Src(y == last ? y - 1 : y + 1);
-    bayer.kernels.bilinearSimple[kind][bayer.Layout()](above, bayer.Src(y), below, bayer.Dst(y), bayer.Width());
+    const T* const above = bayer.src.Row(y == 0 ? 1 : y - 1);
+    const T* const below = bayer.src.Row(y == last ? y - 1 : y + 1);
+    bayer.kernels.bilinearSimple[kind][bayer.Layout()](above, bayer.src.Row(y), below, bayer.dst.Row(y),
+                                                       bayer.src.width);
 }
 
 // ---- BiCubic ----
@@ -119,7 +101,7 @@ struct SBiCubicStrip {
 /// The third colour of row y, from the colours of the rows above and below it, and its pixels.
 template <class T>
 void biCubicThird(const SBayerBand<T>& bayer, SBiCubicStrip<T>& strip, unsigned long y) {
-    const unsigned long last = bayer.Height() - 1;
+    const unsigned long last = bayer.src.height - 1;
     alignas(64) T third[kStripColumns];
     if (y >= 3 && y + 3 <= last) {
         bayer.kernels.biCubicThird(strip.ColorRow(y - 3), strip.ColorRow(y - 1), strip.ColorRow(y + 1),
@@ -132,7 +114,7 @@ void biCubicThird(const SBayerBand<T>& bayer, SBiCubicStrip<T>& strip, unsigned 
     const bool red = bayer.phase.IsRed(y);
     const T* const color = strip.ColorRow(y);
     bayer.kernels.pixels[bayer.Layout()](red ? third : color, strip.GreenRow(y), red ? color : third,
-                                         bayer.Dst(y) + strip.from * bayer.channels, strip.Width());
+                                         bayer.dst.Row(y) + strip.from * bayer.channels, strip.Width());
 }
 
 /// Both passes, strip by strip: the two colours that each row holds, three rows ahead of its third colour. Not inlined:
@@ -140,15 +122,15 @@ void biCubicThird(const SBayerBand<T>& bayer, SBiCubicStrip<T>& strip, unsigned 
 template <class T>
 [[gnu::noinline]] void biCubicRows(const SBayerBand<T>& bayer) {
     SBiCubicStrip<T> strip; // NOLINT(cppcoreguidelines-pro-type-member-init): large, and written before it is read
-    const unsigned long first = bayer.band.first;
-    for (strip.from = 0; strip.from < bayer.Width(); strip.from = strip.to) {
-        strip.to = std::min<std::size_t>(strip.from + kStripColumns, bayer.Width());
+    const unsigned long first = bayer.first;
+    for (strip.from = 0; strip.from < bayer.src.width; strip.from = strip.to) {
+        strip.to = std::min<std::size_t>(strip.from + kStripColumns, bayer.src.width);
         unsigned long ahead = first - std::min<unsigned long>(first, kBiCubicReach);
-        for (unsigned long y = first; y < bayer.band.end; ++y) {
-            for (; ahead < bayer.Height() && ahead <= y + kBiCubicReach; ++ahead) {
-                bayer.kernels.biCubic[bayer.phase.Kind(ahead)](bayer.Src(ahead), strip.GreenRow(ahead),
+        for (unsigned long y = first; y < bayer.end; ++y) {
+            for (; ahead < bayer.src.height && ahead <= y + kBiCubicReach; ++ahead) {
+                bayer.kernels.biCubic[bayer.phase.Kind(ahead)](bayer.src.Row(ahead), strip.GreenRow(ahead),
                                                                strip.ColorRow(ahead), strip.from, strip.to,
-                                                               bayer.Width());
+                                                               bayer.src.width);
             }
             biCubicThird(bayer, strip, y);
         }
@@ -164,24 +146,24 @@ constexpr unsigned long tailBlock(unsigned long height) {
 
 template <class T>
 void nearestNeighbor2Row(const SBayerBand<T>& bayer, unsigned long y) {
-    const unsigned long tail = tailBlock(bayer.Height());
+    const unsigned long tail = tailBlock(bayer.src.height);
     const unsigned long block = std::min(y, tail);
     const bool lowerOfPair = y < tail && y % 2 != 0;
-    bayer.kernels.nearestNeighbor2[bayer.phase.Kind(block)][bayer.Layout()](bayer.Src(block), bayer.Src(block + 1),
-                                                                            bayer.Dst(y), bayer.Width(), lowerOfPair);
+    bayer.kernels.nearestNeighbor2[bayer.phase.Kind(block)][bayer.Layout()](
+        bayer.src.Row(block), bayer.src.Row(block + 1), bayer.dst.Row(y), bayer.src.width, lowerOfPair);
 }
 
 template <class T>
 void bilinearFalseColorReductionRow(const SBayerBand<T>& bayer, unsigned long y) {
-    const unsigned long tail = tailBlock(bayer.Height());
+    const unsigned long tail = tailBlock(bayer.src.height);
     const unsigned long block = std::min(y, tail);
-    const T* const upper = bayer.Src(block);
-    const T* const lower = bayer.Src(block + 1);
+    const T* const upper = bayer.src.Row(block);
+    const T* const lower = bayer.src.Row(block + 1);
     // Where the image ends, and from the tail's block on downward, a near row stands for the far one.
-    const T* const upperFar = y < tail ? bayer.Src(block + 2) : upper;
-    const T* const lowerFar = y == 0 || y > tail ? lower : bayer.Src(block - 1);
-    bayer.kernels.bilinearFalseColorReduction[bayer.phase.Kind(block)][bayer.Layout()](upper, lower, upperFar, lowerFar,
-                                                                                       bayer.Dst(y), bayer.Width());
+    const T* const upperFar = y < tail ? bayer.src.Row(block + 2) : upper;
+    const T* const lowerFar = y == 0 || y > tail ? lower : bayer.src.Row(block - 1);
+    bayer.kernels.bilinearFalseColorReduction[bayer.phase.Kind(block)][bayer.Layout()](
+        upper, lower, upperFar, lowerFar, bayer.dst.Row(y), bayer.src.width);
 }
 
 // ---- grey ----
@@ -189,7 +171,6 @@ void bilinearFalseColorReductionRow(const SBayerBand<T>& bayer, unsigned long y)
 template <class T>
 void copyRow(const rows::SDemosaicRows<T>& kernels, unsigned channels, const SBand<T>& band, unsigned long y) {
     if (channels == 1) {
-        // An application may ask for the image in its own place.
         std::memmove(band.dst.Row(y), band.src.Row(y), band.src.width * sizeof(T));
     } else {
         kernels.gray[rows::pixelLayout(channels)](band.src.Row(y), band.dst.Row(y), band.src.width);
@@ -198,16 +179,21 @@ void copyRow(const rows::SDemosaicRows<T>& kernels, unsigned channels, const SBa
 
 } // namespace
 
-bool SColorInterpolationStage::Takes(unsigned short colorArray) const {
-    return methodFor(*this, colorArray) != nullptr;
-}
-
-unsigned long SColorInterpolationStage::MinSize(unsigned short colorArray) const {
-    return methodFor(*this, colorArray)->minSize;
+const SDemosaicMethod* SColorInterpolationStage::MethodFor(unsigned short colorArray) const {
+    const bool color = channels == 3 || channels == 4;
+    const SDemosaicMethod* const mono = &kDemosaicMethods[VEK_DEMOSAIC_MONO];
+    if (isYCrCb(colorArray)) {
+        return color || method == VEK_DEMOSAIC_MONO ? mono : nullptr;
+    }
+    if (isCopied(method, colorArray)) {
+        return color || channels == 1 ? mono : nullptr;
+    }
+    const bool demosaiced = method != VEK_DEMOSAIC_MONO && method < kDemosaicMethods.size();
+    return demosaiced && color && isBayer(colorArray) ? &kDemosaicMethods[method] : nullptr;
 }
 
 STraits SColorInterpolationStage::Traits(const SFrame& frame) const {
-    const SDemosaicMethod* const from = methodFor(*this, frame.colorArray);
+    const SDemosaicMethod* const from = MethodFor(frame.colorArray);
     if (from == nullptr) {
         return {};
     }
@@ -244,7 +230,7 @@ void SColorInterpolationStage::Rows(const rows::SRowTable& kernels, const SFrame
     if (isCopied(method, frame.colorArray)) {
         return forRows([&](unsigned long y) { copyRow(demosaic, channels, band, y); });
     }
-    const SBayerBand<T> bayer = {demosaic, kPhases[frame.colorArray - VEK_COLOR_ARRAY_RGGB], channels, band};
+    const SBayerBand<T> bayer = {band, demosaic, kPhases[frame.colorArray - VEK_COLOR_ARRAY_RGGB], channels};
     switch (method) {
     case VEK_DEMOSAIC_NONE:
         return forRows([&](unsigned long y) { noneRow(bayer, y); });
@@ -271,14 +257,14 @@ unsigned long CColorInterpolation::ColorInterporation(unsigned long width, unsig
                                                       unsigned char method, unsigned short colorArray,
                                                       unsigned short channels) const {
     const SColorInterpolationStage stage = {method, channels};
-    if (!stage.Takes(colorArray)) {
+    const SDemosaicMethod* const from = stage.MethodFor(colorArray);
+    if (from == nullptr) {
         return kInvalid;
     }
     if (width == 0 || height == 0) {
         return kOk;
     }
-    const unsigned long minSize = stage.MinSize(colorArray);
-    if (width < minSize || height < minSize || src == nullptr || dst == nullptr) {
+    if (width < from->minSize || height < from->minSize || src == nullptr || dst == nullptr) {
         return kInvalid;
     }
     const bool decoded = isYCrCb(colorArray);
@@ -298,7 +284,7 @@ unsigned long CColorInterpolation::ColorInterporation(unsigned long width, unsig
         return kOk;
     }
     if (isCopied(method, colorArray) && channels == 1 && srcPitch == dstPitch) {
-        // Padding and all; an application may ask for the image in its own place.
+        // Padding and all.
         std::memmove(dst, src, srcPitch * height);
         return kOk;
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "VekTrgApi.h"
+#include "formats/DemosaicMethods.h"
 #include "imageproc/Band.h"
 #include "imageproc/IColorInterpolation.h"
 #include "imageproc/rows/RowTable.h"
@@ -14,14 +15,13 @@ struct SColorInterpolationStage {
     unsigned char method = VEK_DEMOSAIC_MONO;
     unsigned short channels = 1; ///< samples of a destination pixel
 
-    /// Whether method and channels go with frames of a colour array.
-    bool Takes(unsigned short colorArray) const;
-    /// Least width and height of a frame of a colour array that the stage takes.
-    unsigned long MinSize(unsigned short colorArray) const;
+    /// What tells of frames of a colour array: least size, rows around. Null where method and channels do not go with
+    /// it: the stage does not take them.
+    const SDemosaicMethod* MethodFor(unsigned short colorArray) const;
     /// None for a frame that the stage does not take.
     STraits Traits(const SFrame& frame) const;
-    /// frame: one that the stage takes, of MinSize and more. YCrCb frames are bytes on both sides, which bands of bytes
-    /// alone decode.
+    /// frame: one that the stage takes, of the least size and more. YCrCb frames are bytes on both sides, which bands
+    /// of bytes alone decode.
     template <class T>
     void Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const;
 };

@@ -188,7 +188,7 @@ unsigned long CColorMatrix::GetHueSaturation(unsigned char* mode, short* hue, un
 template <class T>
 unsigned long CColorMatrix::Process(unsigned long width, unsigned long height, unsigned long pitch,
                                     unsigned long pixelFormat, T* image, unsigned short bits) const {
-    if (pixelFormat == VEK_DESTINATION_MONO8 || isGrayOfWords(pixelFormat)) {
+    if (isGray(pixelFormat)) {
         return kOk;
     }
     const unsigned samples = colorSamples(pixelFormat);

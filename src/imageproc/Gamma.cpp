@@ -20,11 +20,6 @@ constexpr unsigned kMaxValue8 = 255;
 constexpr unsigned kMaxValue16 = 4095;
 constexpr unsigned short kUnityGamma = 100;
 
-/// Whether a format is colour of words.
-bool isColorOfWords(unsigned long pixelFormat) {
-    return colorSamples(pixelFormat) != 0 && isOfWords(pixelFormat);
-}
-
 /// Samples from one pixel to the next, as the luma pass counts them. Fixed behaviour: they are its bytes, so that a
 /// colour image of words is walked in steps of twice its pixels, along rows of twice their length.
 unsigned long stepOf(unsigned long pixelFormat) {
@@ -91,7 +86,8 @@ void SRawGammaStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, c
     const PhaseSlots slots = phaseSlots(frame.colorArray);
     const auto lookUp = rows::curveRows<T>(kernels).lookUp;
     forBandRows(band, 1, [&](T* row, unsigned long y) {
-        lookUp(row, frame.width, curves[slots[2 * (y % 2)]].Entries<T>(), curves[slots[2 * (y % 2) + 1]].Entries<T>());
+        const auto [even, odd] = rowSlots(slots, y);
+        lookUp(row, frame.width, curves[even].Entries<T>(), curves[odd].Entries<T>());
     });
 }
 template void SRawGammaStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
@@ -101,7 +97,7 @@ STraits SLumaGammaStage::Traits(const SFrame& frame) const {
     if (!on) {
         return {};
     }
-    return {.kind = isColorOfWords(frame.pixelFormat) ? EStage::WholeFrame : EStage::Pointwise};
+    return {.kind = colorSamplesOf(frame.pixelFormat, true) != 0 ? EStage::WholeFrame : EStage::Pointwise};
 }
 
 template <class T>
@@ -237,7 +233,7 @@ unsigned long CGamma::ProcBGROrGray(unsigned long width, unsigned long height, u
         return kOk;
     }
     constexpr bool words = sizeof(T) != 1;
-    const bool color = colorSamples(pixelFormat) != 0 && isOfWords(pixelFormat) == words;
+    const bool color = colorSamplesOf(pixelFormat, words) != 0;
     const bool gray = words ? pixelFormat == VEK_DESTINATION_MONO10 || pixelFormat == VEK_DESTINATION_MONO12
                             : pixelFormat == VEK_DESTINATION_MONO8;
     if (!color && !gray) {

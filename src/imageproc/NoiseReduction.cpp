@@ -2,10 +2,10 @@
 #include "imageproc/NoiseReduction.h"
 
 #include "VekTrgApi.h"
-#include "common/Bayer.h"
 #include "common/Image.h"
 #include "common/Memory.h"
 #include "common/Status.h"
+#include "formats/ColorArrays.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -75,7 +75,7 @@ private:
 /// A row that an easy filter works on and those around it, by distance + 2: above it as they have become, below it as
 /// they came.
 template <class T>
-struct SBayerRows {
+struct SEasyRow {
     unsigned long width;
     unsigned long height;
     unsigned long y;
@@ -115,7 +115,7 @@ struct SBayerRows {
 
 /// Row 0 is filtered from samples as they came, every other one from what stands in it by now. work: room for a row.
 template <class T>
-void easyBayer(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SBand<T>& band) {
+void easyBayerBand(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SBand<T>& band) {
     const bool greenFirst = isGreenFirst(frame.colorArray);
     const unsigned long width = frame.width;
     const unsigned long height = frame.height;
@@ -128,7 +128,7 @@ void easyBayer(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SB
             return y + distance < height ? band.src.Row(y + distance) : nullptr;
         };
         const T* const own = y == 0 ? static_cast<const T*>(band.work) : row;
-        const SBayerRows<T> rows = {width, height, y, greenFirst, {above(2), above(1), own, below(1), below(2)}, row};
+        const SEasyRow<T> rows = {width, height, y, greenFirst, {above(2), above(1), own, below(1), below(2)}, row};
         rows.FilterPixel(0);
         rows.FilterPixel(1);
         if (y >= 2 && y + 2 < height) {
@@ -146,7 +146,7 @@ void easyBayer(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SB
 
 /// From samples as they came. work, in place: room for two rows.
 template <class T>
-void easyMono(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SBand<T>& band) {
+void easyMonoBand(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SBand<T>& band) {
     const unsigned long width = frame.width;
     const unsigned long height = frame.height;
     forBandRows(band, 1, [&](T* row, unsigned long y) {
@@ -182,6 +182,11 @@ unsigned long repairReach(unsigned short colorArray) {
     return colorArray == VEK_COLOR_ARRAY_MONO ? 1 : isBayer(colorArray) ? 2 : 0;
 }
 
+/// Bytes of a sample.
+constexpr unsigned long sampleBytes(unsigned short bitsPerPixel) {
+    return (bitsPerPixel + 7UL) >> 3;
+}
+
 /// Samples from this one on are clipped.
 template <class T>
 T clippedFrom(unsigned short bitsPerPixel) {
@@ -197,7 +202,7 @@ constexpr unsigned long complexWorkRows(unsigned long reach) {
 
 /// Subtraction, and repair of what was clipped.
 template <class T>
-void complexRows(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SDarkFrame& dark,
+void complexBand(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SDarkFrame& dark,
                  const SBand<T>& band) {
     const unsigned long width = frame.width;
     const unsigned long reach = repairReach(frame.colorArray);
@@ -254,18 +259,10 @@ T mGetCenterValueSmaller(T* values, int n) {
     return std::min(first, mGetCenterValue(values, n));
 }
 
-template <class T>
-T mGetCenterValueLarger(T* values, int n) {
-    const T first = values[0];
-    return std::max(first, mGetCenterValue(values, n));
-}
-
 template unsigned char mGetCenterValue(unsigned char*, int);
 template unsigned short mGetCenterValue(unsigned short*, int);
 template unsigned char mGetCenterValueSmaller(unsigned char*, int);
 template unsigned short mGetCenterValueSmaller(unsigned short*, int);
-template unsigned char mGetCenterValueLarger(unsigned char*, int);
-template unsigned short mGetCenterValueLarger(unsigned short*, int);
 
 void SDarkFrame::Clear() {
     *this = {};
@@ -345,7 +342,7 @@ STraits SNoiseStage::Traits(const SFrame& frame) const {
     case VEK_NOISE_STORE_DARK:
         return {.kind = EStage::Reduction,
                 .readsBehind = true,
-                .resultBytes = frame.width * frame.height * ((frame.bitsPerPixel + 7UL) >> 3)};
+                .resultBytes = frame.width * frame.height * sampleBytes(frame.bitsPerPixel)};
     default:
         return {};
     }
@@ -373,11 +370,11 @@ template <class T>
 void SNoiseStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
     const rows::SNoiseRows<T>& noise = rows::noiseRows<T>(kernels);
     if (mode == VEK_NOISE_COMPLEX) {
-        complexRows(noise, frame, *dark, band);
+        complexBand(noise, frame, *dark, band);
     } else if (frame.colorArray == VEK_COLOR_ARRAY_MONO) {
-        easyMono(noise, frame, band);
+        easyMonoBand(noise, frame, band);
     } else {
-        easyBayer(noise, frame, band);
+        easyBayerBand(noise, frame, band);
     }
 }
 template void SNoiseStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
@@ -402,7 +399,7 @@ unsigned long CNoiseReduction::Easy(const SFrame& frame, unsigned long pitch, T*
 template <class T>
 unsigned long CNoiseReduction::StoreDark(const SFrame& frame, unsigned long pitch, const T* image) {
     const SImage<const T> view = {frame.width, frame.height, pitch, image};
-    if (image == nullptr && view.HasPixels()) {
+    if (view.IsMissing()) {
         return kInvalid;
     }
     SDarkFrame* const dark = ownAlone(mDark);
@@ -435,13 +432,12 @@ unsigned long CNoiseReduction::Complex(const SFrame& frame, unsigned long pitch,
     // Fixed behaviour: a frame of no known colour array has been subtracted from when it is refused.
     const unsigned long status = isRaw(frame.colorArray) ? kOk : kInvalid;
     const SImage<T> view = {frame.width, frame.height, pitch, image};
-    if (!view.HasPixels()) {
-        return status;
-    }
-    if (image == nullptr) {
+    if (view.IsMissing()) {
         return kInvalid;
     }
-    stage.Rows(mRows, frame, wholeFrame(view, work.get()));
+    if (view.HasPixels()) {
+        stage.Rows(mRows, frame, wholeFrame(view, work.get()));
+    }
     return status;
 }
 
@@ -450,7 +446,7 @@ unsigned long CNoiseReduction::Run(unsigned long width, unsigned long height, un
                                    unsigned short colorArray, T* image, unsigned short bitsPerPixel,
                                    unsigned long mode) {
     if (pitch == 0) {
-        pitch = width * ((bitsPerPixel + 7UL) >> 3);
+        pitch = width * sampleBytes(bitsPerPixel);
     }
     // The frames that this module keeps hold pitch bytes a row, where they have any.
     const bool pitchOk = height == 0 || pitch / sizeof(T) >= width;

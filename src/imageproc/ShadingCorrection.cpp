@@ -266,7 +266,7 @@ bool CShadingCorrection::StartMean(unsigned long width, unsigned long height) {
 
 template <class T>
 unsigned long CShadingCorrection::Calibrate(const SImage<const T>& frame) {
-    if (frame.data == nullptr && frame.HasPixels()) {
+    if (frame.IsMissing()) {
         return kInvalid;
     }
     // Fixed behaviour: the image's pitch against that of the map, 4 bytes a pixel. With every other pitch calibration

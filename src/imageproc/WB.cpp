@@ -4,6 +4,7 @@
 #include "common/Image.h"
 #include "common/Saturate.h"
 #include "common/Status.h"
+#include "formats/ColorArrays.h"
 
 #include <algorithm>
 #include <cstring>
@@ -203,14 +204,16 @@ void SWBStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const S
             // What the tables hold, without looking it up.
             const auto gain = kernels.gains.bytes;
             forBandRows(band, 1, [&](T* row, unsigned long y) {
-                gain(row, frame.width, gains[slots[2 * (y % 2)]], gains[slots[2 * (y % 2) + 1]]);
+                const auto [even, odd] = rowSlots(slots, y);
+                gain(row, frame.width, gains[even], gains[odd]);
             });
             return;
         }
     }
     const auto lookUp = rows::curveRows<T>(kernels).lookUp;
     forBandRows(band, 1, [&](T* row, unsigned long y) {
-        lookUp(row, frame.width, Table<T>(slots[2 * (y % 2)]), Table<T>(slots[2 * (y % 2) + 1]));
+        const auto [even, odd] = rowSlots(slots, y);
+        lookUp(row, frame.width, Table<T>(even), Table<T>(odd));
     });
 }
 template void SWBStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
@@ -228,7 +231,7 @@ unsigned long CWB::Process(unsigned long width, unsigned long height, unsigned l
     const SFrame frame = {width, height, 0, colorArray, bits};
     const SImage<T> view = {width, height, pitchOr<T>(pitch, width), image};
     if (isAutomatic(mStage.mode)) {
-        if (image == nullptr && view.HasPixels()) {
+        if (view.IsMissing()) {
             return kInvalid;
         }
         mStatistics.Clear();

@@ -23,7 +23,7 @@ void forStages(Body body) {
             for (unsigned short colorArray = 1; colorArray <= VEK_COLOR_ARRAY_YCRCB411_BT709; ++colorArray) {
                 const bool decoded = colorArray > VEK_COLOR_ARRAY_BGGR;
                 const SColorInterpolationStage stage = {method, channels};
-                if (!stage.Takes(colorArray) || (decoded && sizeof(T) != 1)) {
+                if (stage.MethodFor(colorArray) == nullptr || (decoded && sizeof(T) != 1)) {
                     continue;
                 }
                 // Pixels of 4:1:1 have one byte and a half.
@@ -42,7 +42,7 @@ void tryBands() {
     forStages<T>([&](const SColorInterpolationStage& stage, unsigned short colorArray, const SBandImages& images) {
         for (unsigned turn = 0; turn < 4; ++turn) {
             CBandCheck<T> check(rows::bestTable(), ++seed);
-            const unsigned long least = stage.MinSize(colorArray);
+            const unsigned long least = stage.MethodFor(colorArray)->minSize;
             // A strip of the cubic method has 2560 columns.
             const bool wide = stage.method == VEK_DEMOSAIC_BICUBIC && turn == 0 && images.srcSamples == 1;
             const unsigned long width = wide ? 2555 + check.Random().Below(10) : least + check.Random().Below(150);
