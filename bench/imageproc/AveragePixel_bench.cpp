@@ -11,44 +11,30 @@
 namespace vek::bench {
 namespace {
 
-/// sum(table, region, image): the sums of a region. rowSamples: of the image, for each row.
-template <class T, class Sum>
-SJob job(const rows::SRowTable& table, SSize size, std::size_t rowSamples, Sum sum) {
-    const SRegion whole = SRegion::Cut(0, 0, size.width, size.height, size.width, size.height);
-    const CPicture<T> picture({rowSamples, size.height}, 1);
-    return conversionJob<SCellSums>(picture, 1, [=, &table](const T* image, SCellSums* sums) {
-        *sums = sum(table, whole, image);
-        benchmark::DoNotOptimize(*sums);
-    });
-}
-
+/// bits: of a pixel in the frame, which takes pixelBytes.
 template <class T>
-SOperation samples() {
-    return {"average of samples", kBits<T>, sizeof(T), [](const rows::SRowTable& table, SSize size) {
-                return job<T>(table, size, size.width,
-                              [=](const rows::SRowTable& kernels, const SRegion& whole, const T* image) {
-                                  const ELayout layout = sizeof(T) == 1 ? ELayout::Bytes : ELayout::Words;
-                                  return sumRegion(kernels, {layout, kBits<T>, whole}, size.width, 0, image);
-                              });
-            }};
-}
-
-SOperation packed(const char* name, unsigned bits) {
-    return {name, bits, bits / 8.0, [=](const rows::SRowTable& table, SSize size) {
+SOperation average(const char* name, ELayout layout, unsigned bits, double pixelBytes) {
+    return {name, bits, pixelBytes, [=](const rows::SRowTable& table, SSize size) {
                 const unsigned long pitch = size.width * bits / 8;
-                return job<std::uint8_t>(
-                    table, size, pitch,
-                    [=](const rows::SRowTable& kernels, const SRegion& whole, const std::uint8_t* image) {
-                        return sumRegion(kernels, {ELayout::Packed, bits, whole}, size.width, pitch, image);
-                    });
+                const CPicture<T> picture({pitch / sizeof(T), size.height}, 1);
+                const SAveragePixelStage stage = {layout, bits,
+                                                  SRegion::Cut(0, 0, size.width, size.height, size.width, size.height)};
+                return conversionJob<SCellSums>(picture, 1, [=, &table](const T* src, SCellSums* sums) {
+                    const SImage<const unsigned char> image = {size.width, size.height, pitch,
+                                                               reinterpret_cast<const unsigned char*>(src)};
+                    *sums = stage.Measure(table, {size.width, size.height}, {image, 0, size.height});
+                    benchmark::DoNotOptimize(*sums);
+                });
             }};
 }
 
 } // namespace
 
 Operations averageOperations() {
-    return {samples<std::uint8_t>(), samples<std::uint16_t>(), packed("average of 10 bit packed", 10),
-            packed("average of 12 bit packed", 12)};
+    return {average<std::uint8_t>("average of samples", ELayout::Bytes, 8, 1),
+            average<std::uint16_t>("average of samples", ELayout::Words, 16, 2),
+            average<std::uint8_t>("average of 10 bit packed", ELayout::Packed, 10, 1.25),
+            average<std::uint8_t>("average of 12 bit packed", ELayout::Packed, 12, 1.5)};
 }
 
 } // namespace vek::bench

@@ -11,15 +11,9 @@
 
 namespace vek::client {
 
-/// The bytes of a row: the last byte of a packed one is filled up, a group of YCrCb pixels that is cut off ends early.
-constexpr std::uint64_t rowBytes(const STransferFormat& format, std::uint32_t width) {
-    const std::uint64_t bits = static_cast<std::uint64_t>(width) * format.MemoryBits();
-    return (bits + (format.IsPacked() ? 7U : 0U)) / 8;
-}
-
 /// The bytes of one frame.
 constexpr std::uint64_t frameBytes(const STransferFormat& format, std::uint32_t width, std::uint32_t height) {
-    return rowBytes(format, width) * height;
+    return format.RowBytes(width) * height;
 }
 
 /// Depth at which the library works on a format: samples in words have at most 12 bits, so 14 and 16 are shifted down;

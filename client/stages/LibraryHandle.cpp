@@ -46,7 +46,7 @@ SWholeGroups wholeGroups(std::span<const std::uint8_t> bytes, const STransferFor
     const unsigned pixels = format.groupPixels;
     const std::size_t groupBytes = format.groupBytes;
     const std::size_t groups = (width + pixels - 1) / pixels + (pixels == 4 ? 1U : 0U);
-    const std::size_t sourceBytes = rowBytes(format, width);
+    const std::size_t sourceBytes = format.RowBytes(width);
     SWholeGroups whole{static_cast<std::uint32_t>(groups * pixels), {}};
     whole.bytes.reserve(groups * groupBytes * height);
     for (std::size_t y = 0; y < height; ++y) {

@@ -14,14 +14,17 @@ namespace {
 
 constexpr unsigned kDepths[] = {8, 16, 10, 12}; // the last two packed
 
+/// pitch: bytes.
 vek::SCellSums sumWith(const vek::rows::SRowTable& table, unsigned depth, const vek::SRegion& region,
                        unsigned long pitch, const std::vector<unsigned short>& words,
                        const std::vector<unsigned char>& bytes) {
     const vek::ELayout layout = depth == 8    ? vek::ELayout::Bytes
                                 : depth == 16 ? vek::ELayout::Words
                                               : vek::ELayout::Packed;
-    const void* const src = depth == 16 ? static_cast<const void*>(words.data()) : bytes.data();
-    return vek::sumRegion(table, {layout, depth, region}, 0, pitch, src);
+    const auto* const src = depth == 16 ? reinterpret_cast<const unsigned char*>(words.data()) : bytes.data();
+    const vek::SAveragePixelStage stage = {layout, depth, region};
+    const unsigned long height = region.yEnd;
+    return stage.Measure(table, {}, {{0, height, pitch, src}, 0, height});
 }
 
 } // namespace
@@ -43,13 +46,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     input.Fill(words.data(), words.size() * 2);
     input.Fill(bytes.data(), bytes.size());
 
-    const vek::SCellSums expected = sumWith(*vek::rows::tier(0).table, depth, region, pitch, words, bytes);
+    const unsigned long pitchBytes = pitch * (depth == 16 ? sizeof(unsigned short) : 1);
+    const vek::SCellSums expected = sumWith(*vek::rows::tier(0).table, depth, region, pitchBytes, words, bytes);
     for (std::size_t i = 1; i < vek::rows::tierCount(); ++i) {
         const vek::rows::STier tier = vek::rows::tier(i);
         if (!tier.usable) {
             continue;
         }
-        const vek::SCellSums got = sumWith(*tier.table, depth, region, pitch, words, bytes);
+        const vek::SCellSums got = sumWith(*tier.table, depth, region, pitchBytes, words, bytes);
         if (!std::equal(expected.sum, expected.sum + 4, got.sum) ||
             !std::equal(expected.count, expected.count + 4, got.count)) {
             std::abort();

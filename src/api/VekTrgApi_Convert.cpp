@@ -3,6 +3,7 @@
 #include "VekTrgApi.h"
 
 #include "api/Export.h"
+#include "common/Image.h"
 #include "common/PixelFormat.h"
 #include "formats/TransferFormats.h"
 #include "imageproc/FormatConversion.h"
@@ -11,8 +12,8 @@
 namespace {
 
 /// Whether a conversion would touch a buffer that is not there.
-bool lacksBuffer(unsigned long width, unsigned long height, const void* src, const void* dst) {
-    return width != 0 && height != 0 && (src == nullptr || dst == nullptr);
+bool lacksBuffer(const vek::SImage<const unsigned char>& image, const unsigned char* dst) {
+    return image.IsMissing() || (dst == nullptr && image.HasPixels());
 }
 
 } // namespace
@@ -22,13 +23,16 @@ int VekCam_ConvTo8BitsImage(VekCam_Handle handle, unsigned long width, unsigned 
                             unsigned char* dst) {
     return vek::runExport(handle, [&](const CVekTrgCamera&) -> int {
         const vek::STransferFormat* const format = vek::transferFormat(transferFormat);
-        if (format != nullptr && format->IsRaw() && lacksBuffer(width, height, src, dst)) {
+        if (format == nullptr || !format->IsRaw()) {
             return VEK_EINVAL;
         }
-        return vek::convGrayToBGRImage(vek::rows::bestTable(), width, height, srcPitch, transferFormat, src, dstPitch,
-                                       VEK_DESTINATION_MONO8, dst)
-                   ? VEK_OK
-                   : VEK_EINVAL;
+        const vek::SImage<const unsigned char> image = {width, height, format->PitchBytes(srcPitch, width),
+                                                        static_cast<const unsigned char*>(src)};
+        if (lacksBuffer(image, dst)) {
+            return VEK_EINVAL;
+        }
+        vek::convGrayToBGRImage(vek::rows::bestTable(), *format, image, dstPitch, 1, dst);
+        return VEK_OK;
     });
 }
 
@@ -36,7 +40,8 @@ int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long width, uns
                                   unsigned long transferFormat, const void* src, unsigned long destinationPixelFormat,
                                   unsigned char* dst) {
     return vek::runExport(handle, [&](const CVekTrgCamera&) -> int {
-        if (vek::byteSamples(destinationPixelFormat) == 0) {
+        const unsigned pixelBytes = vek::byteSamples(destinationPixelFormat);
+        if (pixelBytes == 0) {
             return VEK_EINVAL;
         }
         const vek::STransferFormat* const format = vek::transferFormat(transferFormat);
@@ -44,19 +49,19 @@ int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long width, uns
             return VEK_OK; // nothing is done
         }
         if (format->content == vek::EContent::YCrCb) {
-            const unsigned char method =
-                destinationPixelFormat == VEK_DESTINATION_MONO8 ? VEK_DEMOSAIC_MONO : VEK_DEMOSAIC_NEAREST_NEIGHBOR;
+            const unsigned char method = pixelBytes == 1 ? VEK_DEMOSAIC_MONO : VEK_DEMOSAIC_NEAREST_NEIGHBOR;
             return VekCam_ColorInterpolation(handle, width, height, format->colorArray, src, dst, method,
                                              destinationPixelFormat, 8);
         }
-        if (lacksBuffer(width, height, src, dst)) {
+        const vek::SImage<const unsigned char> image = {width, height, format->RowBytes(width),
+                                                        static_cast<const unsigned char*>(src)};
+        if (lacksBuffer(image, dst)) {
             return VEK_EINVAL;
         }
         if (format->content == vek::EContent::Bgr) {
-            vek::convBGRToBGR(vek::rows::bestTable(), width, height, transferFormat, src, destinationPixelFormat, dst);
+            vek::convBGRToBGR(vek::rows::bestTable(), *format, width * height, image.data, pixelBytes, dst);
         } else {
-            vek::convGrayToBGRImage(vek::rows::bestTable(), width, height, 0, transferFormat, src, nullptr,
-                                    destinationPixelFormat, dst);
+            vek::convGrayToBGRImage(vek::rows::bestTable(), *format, image, nullptr, pixelBytes, dst);
         }
         return VEK_OK;
     });

@@ -3,6 +3,8 @@
 #include "VekTrgApi.h"
 
 #include "api/Export.h"
+#include "common/Image.h"
+#include "formats/ColorArrays.h"
 #include "formats/TransferFormats.h"
 #include "imageproc/AveragePixel.h"
 #include "imageproc/PixelList.h"
@@ -13,15 +15,17 @@ int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long width, unsig
                                 unsigned long x, unsigned long y, unsigned long w, unsigned long h, float* average) {
     return vek::runExport(handle, [&](const CVekTrgCamera&) -> int {
         const vek::STransferFormat* const format = vek::transferFormat(transferFormat);
-        if (colorMode < VEK_COLOR_ARRAY_MONO || colorMode > VEK_COLOR_ARRAY_BGGR || format == nullptr ||
-            !format->measurable) {
+        if (!vek::isRaw(colorMode) || format == nullptr || !format->measurable) {
             return VEK_EINVAL;
         }
         const vek::SRegion region = vek::SRegion::Cut(x, y, w, h, width, height);
         if (average == nullptr || (src == nullptr && !region.IsEmpty())) {
             return VEK_EINVAL;
         }
-        vek::sumRegion(vek::rows::bestTable(), {format->layout, format->depth, region}, width, pitch, src)
+        const vek::SImage<const unsigned char> image = {width, height, format->PitchBytes(pitch, width),
+                                                        static_cast<const unsigned char*>(src)};
+        const vek::SAveragePixelStage stage = {format->layout, format->depth, region};
+        stage.Measure(vek::rows::bestTable(), {width, height}, {image, 0, height})
             .Average(colorMode == VEK_COLOR_ARRAY_MONO, average);
         return 0;
     });

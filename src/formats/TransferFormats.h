@@ -46,8 +46,15 @@ struct STransferFormat {
     constexpr bool IsRaw() const { return content == EContent::Raw || content == EContent::Mono; }
     constexpr bool IsMono() const { return content == EContent::Mono; }
     constexpr bool IsPacked() const { return layout == ELayout::Packed; }
-    /// Bits that a pixel takes in memory, on the average of its group.
-    constexpr unsigned MemoryBits() const { return 8U * groupBytes / groupPixels; }
+    /// Bytes of a row: the last byte of a packed one is filled up, a group of YCrCb pixels that is cut off ends early.
+    constexpr unsigned long RowBytes(unsigned long width) const {
+        return IsPacked() ? (width * depth + 7) / 8 : width * groupBytes / groupPixels;
+    }
+    /// Bytes from row to row for a distance as the exports take it: samples, bytes of a packed format; 0: rows without
+    /// padding. Of raw and mono formats.
+    constexpr unsigned long PitchBytes(unsigned long distance, unsigned long width) const {
+        return distance == 0 ? RowBytes(width) : distance * (IsPacked() ? 1U : groupBytes);
+    }
     /// Low bits of a sample that a byte leaves out.
     constexpr unsigned ShiftToByte() const { return depth - 8U; }
 };

@@ -81,16 +81,4 @@ SCellSums SAveragePixelStage::Measure(const rows::SRowTable& kernels, const SFra
     return cell;
 }
 
-SCellSums sumRegion(const rows::SRowTable& kernels, const SAveragePixelStage& stage, unsigned long width,
-                    unsigned long pitch, const void* src) {
-    if (stage.layout == ELayout::Packed) {
-        pitch = pitch != 0 ? pitch : (width * stage.depth + 7) / 8;
-    } else {
-        pitch = (pitch != 0 ? pitch : width) * (stage.layout == ELayout::Words ? 2 : 1);
-    }
-    const unsigned long height = stage.region.yEnd;
-    return stage.Measure(kernels, {width, height},
-                         {{width, height, pitch, static_cast<const unsigned char*>(src)}, 0, height});
-}
-
 } // namespace vek

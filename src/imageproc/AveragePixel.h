@@ -44,9 +44,4 @@ struct SAveragePixelStage {
                       const SSourceBand<unsigned char>& rows) const;
 };
 
-/// The sums of a whole image of so many columns. pitch: samples, or bytes of packed ones, from row to row; 0: rows
-/// without padding.
-SCellSums sumRegion(const rows::SRowTable& kernels, const SAveragePixelStage& stage, unsigned long width,
-                    unsigned long pitch, const void* src);
-
 } // namespace vek

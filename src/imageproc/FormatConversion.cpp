@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/FormatConversion.h"
 
-#include "VekTrgApi.h"
 #include "common/Image.h"
-#include "common/PixelFormat.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -86,84 +84,54 @@ void SFormatConversionStage::Rows(const rows::SRowTable& kernels, const SFrame& 
     }
 }
 
-template <class Src>
-void imageBitShift(const rows::SRowTable& kernels, unsigned long width, unsigned long height, unsigned long srcPitch,
-                   const Src* src, unsigned long* dstPitch, unsigned long outFormat, unsigned char* dst, long shift) {
-    const unsigned pixelBytes = byteSamples(outFormat);
-    unsigned long rowBytes = roundUpTo4(width * pixelBytes);
+void imageBitShift(const rows::SRowTable& kernels, ELayout layout, const SImage<const unsigned char>& src,
+                   unsigned long* dstPitch, unsigned pixelBytes, unsigned char* dst, long shift) {
+    unsigned long rowBytes = roundUpTo4(src.width * pixelBytes);
     if (dstPitch != nullptr) {
         if (*dstPitch == 0) {
             *dstPitch = rowBytes;
         }
         rowBytes = *dstPitch;
     }
-    if (width == 0 || pixelBytes == 0) {
+    if (src.width == 0) {
         return;
     }
     // A shift to the left counts modulo 32; one to the right by 31 leaves nothing of a sample.
     const auto rowShift = static_cast<int>(
         shift >= 0 ? std::min(shift, 31L) : -static_cast<long>((0 - static_cast<unsigned long>(shift)) & 31));
-    const unsigned long pitch = (srcPitch != 0 ? srcPitch : width) * sizeof(Src);
     // Without a shift, rows of one channel are the first bytes of the source's, of words, too.
-    const bool bytes = sizeof(Src) == 1 || (pixelBytes == 1 && shift == 0);
-    convert(kernels, {bytes ? ELayout::Bytes : ELayout::Words, 8 * sizeof(Src), rowShift, pixelBytes},
-            {width, height, pitch, reinterpret_cast<const unsigned char*>(src)}, rowBytes, dst);
+    const bool copied = pixelBytes == 1 && shift == 0;
+    convert(kernels, {copied ? ELayout::Bytes : layout, 8, rowShift, pixelBytes}, src, rowBytes, dst);
 }
-template void imageBitShift(const rows::SRowTable&, unsigned long, unsigned long, unsigned long, const unsigned char*,
-                            unsigned long*, unsigned long, unsigned char*, long);
-template void imageBitShift(const rows::SRowTable&, unsigned long, unsigned long, unsigned long, const unsigned short*,
-                            unsigned long*, unsigned long, unsigned char*, long);
 
-void imageUnpackAndBitShift(const rows::SRowTable& kernels, unsigned long width, unsigned long height,
-                            unsigned long srcPitch, const unsigned char* src, unsigned long* dstPitch,
-                            unsigned char* dst, long srcBits, long dstBits) {
+void imageUnpackAndBitShift(const rows::SRowTable& kernels, const SImage<const unsigned char>& src, unsigned srcBits,
+                            unsigned long* dstPitch, unsigned char* dst) {
     if (dstPitch != nullptr) {
-        *dstPitch = width;
+        *dstPitch = src.width;
     }
-    if (width == 0) {
+    if (src.width == 0) {
         return;
     }
-    const auto bits = static_cast<unsigned>(srcBits);
-    convert(kernels, {ELayout::Packed, bits, static_cast<int>(srcBits - dstBits), 1},
-            {width, height, srcPitch != 0 ? srcPitch : (bits * width + 7) / 8, src}, width, dst);
+    convert(kernels, {ELayout::Packed, srcBits, static_cast<int>(srcBits) - 8, 1}, src, src.width, dst);
 }
 
-bool convGrayToBGRImage(const rows::SRowTable& kernels, unsigned long width, unsigned long height,
-                        unsigned long srcPitch, unsigned long code, const void* src, unsigned long* dstPitch,
-                        unsigned long outFormat, unsigned char* dst) {
-    if (byteSamples(outFormat) == 0) {
-        return false;
+void convGrayToBGRImage(const rows::SRowTable& kernels, const STransferFormat& format,
+                        const SImage<const unsigned char>& src, unsigned long* dstPitch, unsigned pixelBytes,
+                        unsigned char* dst) {
+    if (format.IsPacked()) {
+        imageUnpackAndBitShift(kernels, src, format.depth, dstPitch, dst);
+    } else {
+        imageBitShift(kernels, format.layout, src, dstPitch, pixelBytes, dst, format.ShiftToByte());
     }
-    const STransferFormat* const format = transferFormat(code);
-    if (format == nullptr || !format->IsRaw()) {
-        return false;
-    }
-    const auto* const bytes = static_cast<const unsigned char*>(src);
-    switch (format->layout) {
-    case ELayout::Packed:
-        imageUnpackAndBitShift(kernels, width, height, srcPitch, bytes, dstPitch, dst, format->depth, 8);
-        break;
-    case ELayout::Words:
-        imageBitShift(kernels, width, height, srcPitch, static_cast<const unsigned short*>(src), dstPitch, outFormat,
-                      dst, format->ShiftToByte());
-        break;
-    default:
-        imageBitShift(kernels, width, height, srcPitch, bytes, dstPitch, outFormat, dst, 0);
-        break;
-    }
-    return true;
 }
 
-void convBGRToBGR(const rows::SRowTable& kernels, unsigned long width, unsigned long height,
-                  unsigned long transferFormat, const void* src, unsigned long outFormat, unsigned char* dst) {
+void convBGRToBGR(const rows::SRowTable& kernels, const STransferFormat& format, unsigned long pixels,
+                  const unsigned char* src, unsigned pixelBytes, unsigned char* dst) {
+    if (pixels == 0) {
+        return;
+    }
     // One long row: there is no padding.
-    const unsigned long pixels = width * height;
-    const unsigned pixelBytes = byteSamples(outFormat);
-    if (pixels == 0 || pixelBytes == 0) {
-        return;
-    }
-    convert(kernels, {ELayout::Bgr, transferFormat == VEK_TRANSFER_BGR8 ? 8U : 10U, 0, pixelBytes},
-            {pixels, 1, 0, static_cast<const unsigned char*>(src)}, 0, dst);
+    convert(kernels, {ELayout::Bgr, format.depth, 0, pixelBytes}, {pixels, 1, 0, src}, 0, dst);
 }
 
 } // namespace vek

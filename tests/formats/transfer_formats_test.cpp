@@ -39,24 +39,37 @@ TEST(TransferFormats, AsTheSimulatedCameraHasThem) {
                                               : format.content == EContent::Mono ? sim::ETransferContent::Gray
                                                                                  : sim::ETransferContent::Color;
         EXPECT_EQ(sim::transferContent(format.code), content) << format.name;
-        for (unsigned groups = 1; groups <= 9; ++groups) {
-            EXPECT_EQ(sim::transferRowBytes(format.code, groups * format.groupPixels), groups * format.groupBytes)
-                << format.name;
+        for (unsigned width = 1; width <= 33; ++width) {
+            EXPECT_EQ(sim::transferRowBytes(format.code, width), format.RowBytes(width)) << format.name << ' ' << width;
         }
     }
 }
 
-// Bits in memory, and those that are dropped on the way to bytes, by hand.
-TEST(TransferFormats, BitsInMemory) {
-    EXPECT_EQ(transferFormat(VEK_TRANSFER_RAW8)->MemoryBits(), 8U);
-    EXPECT_EQ(transferFormat(VEK_TRANSFER_RAW10)->MemoryBits(), 16U);
-    EXPECT_EQ(transferFormat(VEK_TRANSFER_RAW10_PACKED)->MemoryBits(), 10U);
-    EXPECT_EQ(transferFormat(VEK_TRANSFER_MONO12_PACKED)->MemoryBits(), 12U);
-    EXPECT_EQ(transferFormat(VEK_TRANSFER_BGR8)->MemoryBits(), 24U);
-    EXPECT_EQ(transferFormat(VEK_TRANSFER_BGR10)->MemoryBits(), 64U);
-    EXPECT_EQ(transferFormat(VEK_TRANSFER_YCRCB411)->MemoryBits(), 12U);
-    EXPECT_EQ(transferFormat(VEK_TRANSFER_YCRCB422_BT709)->MemoryBits(), 16U);
-    EXPECT_EQ(transferFormat(VEK_TRANSFER_YCRCB444)->MemoryBits(), 24U);
+TEST(TransferFormats, BytesOfRows) {
+    const auto rowOf = [](unsigned format, unsigned long width) { return transferFormat(format)->RowBytes(width); };
+    EXPECT_EQ(rowOf(VEK_TRANSFER_RAW8, 5), 5U);
+    EXPECT_EQ(rowOf(VEK_TRANSFER_RAW10, 5), 10U);
+    EXPECT_EQ(rowOf(VEK_TRANSFER_RAW10_PACKED, 5), 7U);  // 50 bits
+    EXPECT_EQ(rowOf(VEK_TRANSFER_MONO12_PACKED, 3), 5U); // 36 bits
+    EXPECT_EQ(rowOf(VEK_TRANSFER_BGR8, 3), 9U);
+    EXPECT_EQ(rowOf(VEK_TRANSFER_BGR10, 3), 24U);
+    EXPECT_EQ(rowOf(VEK_TRANSFER_YCRCB411, 5), 7U); // the group's chroma is cut off
+    EXPECT_EQ(rowOf(VEK_TRANSFER_YCRCB422_BT709, 5), 10U);
+    EXPECT_EQ(rowOf(VEK_TRANSFER_YCRCB444, 5), 15U);
+}
+
+// Distances of rows are in samples, of packed formats in bytes.
+TEST(TransferFormats, BytesOfPitches) {
+    EXPECT_EQ(transferFormat(VEK_TRANSFER_RAW8)->PitchBytes(7, 5), 7U);
+    EXPECT_EQ(transferFormat(VEK_TRANSFER_MONO16)->PitchBytes(7, 5), 14U);
+    EXPECT_EQ(transferFormat(VEK_TRANSFER_RAW12_PACKED)->PitchBytes(9, 5), 9U);
+    for (const STransferFormat& format : kTransferFormats) {
+        EXPECT_EQ(format.PitchBytes(0, 5), format.RowBytes(5)) << format.name;
+    }
+}
+
+// Bits that are dropped on the way to bytes.
+TEST(TransferFormats, ShiftsToBytes) {
     EXPECT_EQ(transferFormat(VEK_TRANSFER_MONO8)->ShiftToByte(), 0U);
     EXPECT_EQ(transferFormat(VEK_TRANSFER_RAW12_PACKED)->ShiftToByte(), 4U);
     EXPECT_EQ(transferFormat(VEK_TRANSFER_MONO16)->ShiftToByte(), 8U);

@@ -144,7 +144,7 @@ template void modelBitShift(const SConversion&, const std::uint16_t*, unsigned l
 
 /// Pixel x of a row stands in bits srcBits x x and following of the row, least significant bit first.
 void modelUnpack(const SConversion& call, const std::uint8_t* src, unsigned long* dstPitch, std::uint8_t* dst,
-                 unsigned srcBits, unsigned dstBits) {
+                 unsigned srcBits) {
     const unsigned long pitch = call.srcPitch != 0 ? call.srcPitch : packedRowBytes(call.width, srcBits);
     for (unsigned long y = 0; y < call.height; ++y) {
         for (unsigned long x = 0; x < call.width; ++x) {
@@ -153,7 +153,7 @@ void modelUnpack(const SConversion& call, const std::uint8_t* src, unsigned long
                 const unsigned long at = x * srcBits + bit;
                 value |= (src[y * pitch + at / 8] >> (at % 8) & 1U) << bit;
             }
-            dst[y * call.width + x] = static_cast<std::uint8_t>(value >> (srcBits - dstBits));
+            dst[y * call.width + x] = static_cast<std::uint8_t>(value >> (srcBits - 8));
         }
     }
     if (dstPitch != nullptr) {
@@ -174,10 +174,10 @@ bool modelConvGray(const SConversion& call, unsigned long transferFormat, const 
         modelBitShift(call, reinterpret_cast<const std::uint16_t*>(src), dstPitch, dst, modelShift(transferFormat));
         return true;
     case Element::Packed10:
-        modelUnpack(call, src, dstPitch, dst, 10, 8);
+        modelUnpack(call, src, dstPitch, dst, 10);
         return true;
     case Element::Packed12:
-        modelUnpack(call, src, dstPitch, dst, 12, 8);
+        modelUnpack(call, src, dstPitch, dst, 12);
         return true;
     default:
         return false;

@@ -36,8 +36,9 @@ void modelBitShift(const SConversion& call, const Src* src, unsigned long* dstPi
 extern template void modelBitShift(const SConversion&, const std::uint8_t*, unsigned long*, std::uint8_t*, long);
 extern template void modelBitShift(const SConversion&, const std::uint16_t*, unsigned long*, std::uint8_t*, long);
 
+/// The upper 8 of srcBits.
 void modelUnpack(const SConversion& call, const std::uint8_t* src, unsigned long* dstPitch, std::uint8_t* dst,
-                 unsigned srcBits, unsigned dstBits);
+                 unsigned srcBits);
 
 /// False, and nothing touched, where the transfer format or the output format is refused.
 bool modelConvGray(const SConversion& call, unsigned long transferFormat, const std::uint8_t* src,

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Conversion of frames to bytes by hand.
 #include "imageproc/FormatConversion.h"
+
+#include "common/PixelFormat.h"
 #include "imageproc/rows/RowDispatch.h"
 
 #include <gtest/gtest.h>
@@ -15,12 +17,20 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 constexpr std::uint8_t kKept = 170;
 
+/// Rows without padding. sampleBytes: of a sample.
+SImage<const unsigned char> imageOf(unsigned long width, unsigned long height, const void* src,
+                                    unsigned long sampleBytes = 1) {
+    return {width, height, width * sampleBytes, static_cast<const unsigned char*>(src)};
+}
+
 /// Converts a raw or mono frame without padding into size bytes that hold kKept before.
 Bytes convert(unsigned long width, unsigned long height, unsigned long transferFormat, const void* src,
               unsigned long outFormat, std::size_t size, unsigned long* pitch = nullptr) {
     Bytes dst(size, kKept);
-    EXPECT_TRUE(
-        convGrayToBGRImage(rows::bestTable(), width, height, 0, transferFormat, src, pitch, outFormat, dst.data()));
+    const STransferFormat& format = kTransferFormats[transferFormat];
+    const SImage<const unsigned char> image = {width, height, format.RowBytes(width),
+                                               static_cast<const unsigned char*>(src)};
+    convGrayToBGRImage(rows::bestTable(), format, image, pitch, byteSamples(outFormat), dst.data());
     return dst;
 }
 
@@ -75,11 +85,12 @@ TEST(GoldenConversion, GivenPitchIsUsed) {
     EXPECT_EQ(pitch, 3U);
 }
 
-// A source pitch counts samples: 3 words are 6 bytes.
-TEST(GoldenConversion, SourcePitchCountsSamples) {
+// A source pitch counts bytes: 3 words are 6.
+TEST(GoldenConversion, SourcePitchCountsBytes) {
     const std::uint16_t src[5] = {0x100, 0x200, 0xFFFF, 0x300, 0x400};
     Bytes dst(8, kKept);
-    EXPECT_TRUE(convGrayToBGRImage(rows::bestTable(), 2, 2, 3, 3, src, nullptr, 1, dst.data()));
+    const SImage<const unsigned char> image = {2, 2, 6, reinterpret_cast<const unsigned char*>(src)};
+    convGrayToBGRImage(rows::bestTable(), kTransferFormats[3], image, nullptr, 1, dst.data());
     EXPECT_EQ(dst, (Bytes{0x10, 0x20, kKept, kKept, 0x30, 0x40, kKept, kKept}));
 }
 
@@ -121,7 +132,7 @@ TEST(GoldenConversion, ShiftToTheLeft) {
     const Bytes src{0x55, 0xFF};
     for (const long shift : {-2L, -34L}) {
         Bytes dst(4, kKept);
-        imageBitShift(rows::bestTable(), 2, 1, 0, src.data(), nullptr, 1, dst.data(), shift);
+        imageBitShift(rows::bestTable(), ELayout::Bytes, imageOf(2, 1, src.data()), nullptr, 1, dst.data(), shift);
         EXPECT_EQ(dst, (Bytes{0x54, 0xFC, kKept, kKept})) << shift;
     }
 }
@@ -132,23 +143,23 @@ TEST(GoldenConversion, WordsWithoutAShift) {
     const std::uint16_t src[] = {0x0201, 0x0403, 0x0605, 0x0807};
     Bytes gray(9, kKept);
     unsigned long pitch = 5;
-    imageBitShift(rows::bestTable(), 2, 2, 0, src, &pitch, 1, gray.data(), 0);
+    imageBitShift(rows::bestTable(), ELayout::Words, imageOf(2, 2, src, 2), &pitch, 1, gray.data(), 0);
     EXPECT_EQ(gray, (Bytes{1, 2, kKept, kKept, kKept, 5, 6, kKept, kKept}));
     Bytes three(7, kKept);
-    imageBitShift(rows::bestTable(), 2, 1, 0, src, nullptr, 4, three.data(), 0);
+    imageBitShift(rows::bestTable(), ELayout::Words, imageOf(2, 1, src, 2), nullptr, 3, three.data(), 0);
     EXPECT_EQ(three, (Bytes{1, 1, 1, 3, 3, 3, kKept}));
 }
 
 TEST(GoldenConversion, BlueGreenRedBytes) {
     const Bytes src{1, 2, 3, 4, 5, 6};
     Bytes gray(3, kKept);
-    convBGRToBGR(rows::bestTable(), 2, 1, 10, src.data(), 1, gray.data());
+    convBGRToBGR(rows::bestTable(), kTransferFormats[10], 2, src.data(), 1, gray.data());
     EXPECT_EQ(gray, (Bytes{2, 5, kKept})); // green
     Bytes three(7, kKept);
-    convBGRToBGR(rows::bestTable(), 1, 2, 10, src.data(), 4, three.data());
+    convBGRToBGR(rows::bestTable(), kTransferFormats[10], 2, src.data(), 3, three.data());
     EXPECT_EQ(three, (Bytes{1, 2, 3, 4, 5, 6, kKept}));
     Bytes four(8, kKept);
-    convBGRToBGR(rows::bestTable(), 2, 1, 10, src.data(), 8, four.data());
+    convBGRToBGR(rows::bestTable(), kTransferFormats[10], 2, src.data(), 4, four.data());
     EXPECT_EQ(four, (Bytes{1, 2, 3, kKept, 4, 5, 6, kKept}));
 }
 
@@ -157,13 +168,16 @@ TEST(GoldenConversion, BlueGreenRedOfTenBitsStepsEightBytes) {
     const std::uint32_t pixel = 0x3FC | 0x004U << 10 | 0x2A8U << 20;
     const std::uint32_t src[4] = {pixel | 0xC0000000U, 0xFFFFFFFF, 0x3FFU << 10, 0xFFFFFFFF};
     Bytes gray(3, kKept);
-    convBGRToBGR(rows::bestTable(), 2, 1, 11, src, 1, gray.data());
+    convBGRToBGR(rows::bestTable(), kTransferFormats[11], 2, reinterpret_cast<const unsigned char*>(src), 1,
+                 gray.data());
     EXPECT_EQ(gray, (Bytes{0x01, 0xFF, kKept}));
     Bytes three(7, kKept);
-    convBGRToBGR(rows::bestTable(), 2, 1, 11, src, 4, three.data());
+    convBGRToBGR(rows::bestTable(), kTransferFormats[11], 2, reinterpret_cast<const unsigned char*>(src), 3,
+                 three.data());
     EXPECT_EQ(three, (Bytes{0xFF, 0x01, 0xAA, 0x00, 0xFF, 0x00, kKept}));
     Bytes four(8, kKept);
-    convBGRToBGR(rows::bestTable(), 2, 1, 11, src, 8, four.data());
+    convBGRToBGR(rows::bestTable(), kTransferFormats[11], 2, reinterpret_cast<const unsigned char*>(src), 4,
+                 four.data());
     EXPECT_EQ(four, (Bytes{0xFF, 0x01, 0xAA, kKept, 0x00, 0xFF, 0x00, kKept}));
 }
 
