@@ -74,6 +74,11 @@ private:
     const std::string& mSource;
 };
 
+/// What only a camera of this kind has.
+std::int32_t readColorArray(const CControlReader& read) {
+    return read(VEK_CID_COLOR_ARRAY, "the colour array");
+}
+
 } // namespace
 
 CDeviceCamera::CDeviceCamera(const std::string& path, int flags)
@@ -81,16 +86,14 @@ CDeviceCamera::CDeviceCamera(const std::string& path, int flags)
     if (!mDevice.IsOpen()) {
         throw CFailure(fmt::format("{}: cannot open: {}", path, systemMessage(errno)));
     }
-    // What only a camera of this kind has.
-    CControlReader (*this)(VEK_CID_COLOR_ARRAY, "the colour array");
+    readColorArray(CControlReader(*this)); // refuses other devices
 }
 
 SCameraInfo readCameraInfo(const ICamera& camera) {
     const CControlReader read(camera);
     SCameraInfo info;
     info.source = camera.Name();
-    // First what only a camera of this kind has.
-    info.sensorColorArray = static_cast<std::uint16_t>(read(VEK_CID_COLOR_ARRAY, "the colour array"));
+    info.sensorColorArray = static_cast<std::uint16_t>(readColorArray(read));
     info.transferFormat = static_cast<unsigned>(read(VEK_CID_TRANSFER_FORMAT, "the transfer format"));
     info.colorArray = VekTransferColorArray(info.transferFormat, static_cast<unsigned short>(info.sensorColorArray));
     info.bitsPerPixel = VekTransferFormatBits(info.transferFormat);

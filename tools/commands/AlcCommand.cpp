@@ -32,9 +32,7 @@ struct SAlcArguments {
     std::string region;
     float light = 1;
     std::string lightSteps;
-    std::uint64_t seed = 1;
-    std::optional<unsigned> width;
-    std::optional<unsigned> height;
+    SSimulatedSetup setup;
     std::optional<std::int32_t> startExposure;
     std::optional<std::int32_t> startGain;
     std::string csv;
@@ -42,10 +40,7 @@ struct SAlcArguments {
 
 std::shared_ptr<sim::CSimulatedDriver> makeDriver(const SAlcArguments& arguments) {
     const sim::SCameraModel& model = modelNamed(arguments.camera.model);
-    sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
-    sensor.width = arguments.width.value_or(sensor.width);
-    sensor.height = arguments.height.value_or(sensor.height);
-    sensor.seed = arguments.seed;
+    sim::SSensorConfig sensor = sensorOf(model, arguments.setup);
     sensor.lightLevel = arguments.light;
     return std::make_shared<sim::CSimulatedDriver>(model, sensor);
 }
@@ -193,11 +188,13 @@ void addAlcCommand(CLI::App& app) {
         ->add_option("--max-exposure", settings.maxExposure,
                      "Most exposure clocks; 0, the default, is the longest exposure that keeps\nthe frame rate")
         ->transform(range(0, kMaxControl));
-    addSeed(*command, arguments->seed, "Seed of the simulated sensor's noise")->excludes(device);
-    command->add_option("--width", arguments->width, "Pixels of a row of the simulated sensor; the model's by default")
+    addSeed(*command, arguments->setup.seed, "Seed of the simulated sensor's noise")->excludes(device);
+    command
+        ->add_option("--width", arguments->setup.width,
+                     "Pixels of a row of the simulated sensor; the model's by default")
         ->transform(range(2, 8192))
         ->excludes(device);
-    command->add_option("--height", arguments->height, "Rows of the simulated sensor; the model's by default")
+    command->add_option("--height", arguments->setup.height, "Rows of the simulated sensor; the model's by default")
         ->transform(range(2, 8192))
         ->excludes(device);
     command->add_option("--csv", arguments->csv, "Write the steps as comma-separated values; - writes standard output")

@@ -59,10 +59,14 @@ SMeasuredFrame frameOfCamera(const SMeasureArguments& arguments) {
         throw CBadArguments("IN and --sim exclude each other");
     }
     const sim::SCameraModel& model = modelNamed(arguments.model);
-    sim::SSensorConfig sensor = sim::CSimulatedDriver::DefaultSensor(model);
-    sensor.width = arguments.width != 0 ? arguments.width : sensor.width;
-    sensor.height = arguments.height != 0 ? arguments.height : sensor.height;
-    const auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensor);
+    SSimulatedSetup setup;
+    if (arguments.width != 0) {
+        setup.width = arguments.width;
+    }
+    if (arguments.height != 0) {
+        setup.height = arguments.height;
+    }
+    const auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensorOf(model, setup));
     if (!arguments.format.empty()) {
         driver->SetTransferFormat(checkedFormat(arguments.format).code);
     }
