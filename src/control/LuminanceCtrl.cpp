@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "control/LuminanceCtrl.h"
 
+#include "VekTrgApi.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -10,19 +12,11 @@ namespace vek {
 
 namespace {
 
-constexpr unsigned long kExposureChanged = 1;
-constexpr unsigned long kGainChanged = 2;
+/// Distance from the target at which the control rests, and how much more of it starts it again.
+constexpr int kDeadBand = 5;
+constexpr int kStartMargin = 5;
 
-// Modes. The second three end by themselves.
-constexpr unsigned char kOff = 0;
-constexpr unsigned char kBoth = 1;
-constexpr unsigned char kExposure = 2;
-constexpr unsigned char kGain = 3;
-constexpr unsigned char kBothOnce = 4;
-constexpr unsigned char kExposureOnce = 5;
-constexpr unsigned char kGainOnce = 6;
-
-/// Linear gain below which a step never goes, where there is no other limit.
+/// Least linear gain that a step asks for.
 constexpr float kSmallestGain = 0.0001F;
 
 } // namespace
@@ -34,11 +28,7 @@ CLuminanceCtrl::CLuminanceCtrl(IUpdateGainExposureClockSetting& camera) : mCamer
 bool CLuminanceCtrl::Reset() {
     mAdjusting = false;
     mTarget = 128;
-    mDeadBand = 5;
-    mStartMargin = 5;
-    mGainStepDivisor = 0;
-    mExposureStepDivisor = 0;
-    mMode = kOff;
+    mMode = VEK_ALC_OFF;
     mAEMaxExposureClock = 0;
     mAEMinExposureClock = 1;
     mAGCMinGain = mCamera.GetInitialGain();
@@ -47,15 +37,15 @@ bool CLuminanceCtrl::Reset() {
 }
 
 bool CLuminanceCtrl::HasBoth() const {
-    return mMode == kBoth || mMode == kBothOnce;
+    return mMode == VEK_ALC_EXPOSURE_AND_GAIN || mMode == VEK_ALC_EXPOSURE_AND_GAIN_ONCE;
 }
 
 bool CLuminanceCtrl::HasAE() const {
-    return HasBoth() || mMode == kExposure || mMode == kExposureOnce;
+    return HasBoth() || mMode == VEK_ALC_EXPOSURE || mMode == VEK_ALC_EXPOSURE_ONCE;
 }
 
 bool CLuminanceCtrl::HasAGC() const {
-    return HasBoth() || mMode == kGain || mMode == kGainOnce;
+    return HasBoth() || mMode == VEK_ALC_GAIN || mMode == VEK_ALC_GAIN_ONCE;
 }
 
 unsigned long CLuminanceCtrl::GetExposureClockNonZero(unsigned long clock) const {
@@ -64,7 +54,7 @@ unsigned long CLuminanceCtrl::GetExposureClockNonZero(unsigned long clock) const
 
 unsigned long CLuminanceCtrl::RunALC(unsigned short average, unsigned long* flags) {
     *flags = 0;
-    if (mMode == kOff) {
+    if (mMode == VEK_ALC_OFF) {
         return 1;
     }
     CheckInvalidStatus(flags);
@@ -75,8 +65,8 @@ unsigned long CLuminanceCtrl::RunALC(unsigned short average, unsigned long* flag
     if (mAdjusting) {
         return mCamera.SetGainAndExposure(mCurrentGain, mCurrentExposureClock) ? 1 : 0;
     }
-    if (mMode == kBothOnce || mMode == kExposureOnce || mMode == kGainOnce) {
-        mMode = kOff;
+    if (mMode == VEK_ALC_EXPOSURE_AND_GAIN_ONCE || mMode == VEK_ALC_EXPOSURE_ONCE || mMode == VEK_ALC_GAIN_ONCE) {
+        mMode = VEK_ALC_OFF;
     }
     return 1;
 }
@@ -86,10 +76,10 @@ void CLuminanceCtrl::CheckInvalidStatus(unsigned long* flags) {
         // Against one limit after the other as they stand: with the limits in the wrong order the gain swings.
         if (mCurrentGain < mAGCMinGain) {
             mCurrentGain = mAGCMinGain;
-            *flags |= kGainChanged;
+            *flags |= VEK_ALC_GAIN_CHANGED;
         } else if (mCurrentGain > mAGCMaxGain) {
             mCurrentGain = mAGCMaxGain;
-            *flags |= kGainChanged;
+            *flags |= VEK_ALC_GAIN_CHANGED;
         }
     }
     const unsigned long current = GetCurExposureClockNonZero();
@@ -98,37 +88,37 @@ void CLuminanceCtrl::CheckInvalidStatus(unsigned long* flags) {
     if (HasAE()) {
         if (current > max) {
             mCurrentExposureClock = mAEMaxExposureClock;
-            *flags |= kExposureChanged;
+            *flags |= VEK_ALC_EXPOSURE_CHANGED;
         } else if (current < min) {
             mCurrentExposureClock = mAEMinExposureClock;
-            *flags |= kExposureChanged;
+            *flags |= VEK_ALC_EXPOSURE_CHANGED;
         }
     }
     // While the exposure has room, the gain stays at its minimum.
     if (HasBoth() && current != max && mCurrentGain != mAGCMinGain) {
         mCurrentGain = mAGCMinGain;
-        *flags |= kGainChanged;
+        *flags |= VEK_ALC_GAIN_CHANGED;
     }
 }
 
 void CLuminanceCtrl::ALCCalculation(unsigned short average, unsigned long* flags) {
     const int difference = std::abs(mTarget - average);
     const bool darker = mTarget > average;
-    const int band = mDeadBand + (mAdjusting ? 0 : mStartMargin);
+    const int band = kDeadBand + (mAdjusting ? 0 : kStartMargin);
     if (difference <= band) {
         return;
     }
-    bool useExposure = mMode == kExposure || mMode == kExposureOnce;
+    bool useExposure = mMode == VEK_ALC_EXPOSURE || mMode == VEK_ALC_EXPOSURE_ONCE;
     if (HasBoth()) {
         useExposure =
             darker ? GetCurExposureClockNonZero() != GetAEMaxExposureClockNonZero() : mCurrentGain == mAGCMinGain;
     }
     if (useExposure) {
         if (RunAE(average)) {
-            *flags |= kExposureChanged;
+            *flags |= VEK_ALC_EXPOSURE_CHANGED;
         }
     } else if (HasAGC() && RunAGC(average)) {
-        *flags |= kGainChanged;
+        *flags |= VEK_ALC_GAIN_CHANGED;
     }
 }
 
@@ -136,13 +126,10 @@ bool CLuminanceCtrl::RunAE(unsigned short average) {
     const unsigned long current = GetCurExposureClockNonZero();
     const unsigned long max = GetAEMaxExposureClockNonZero();
     const unsigned long min = GetAEMinExposureClockNonZero();
-    const unsigned long step = current / (mExposureStepDivisor + 1UL);
-    unsigned long low = std::min(min, max);
+    const unsigned long low = std::min(min, max);
     unsigned long high = std::max(min, max);
-    if (average > mTarget) {
-        low = std::max(low, current - step);
-    } else {
-        high = std::min(high, current + step);
+    if (average <= mTarget) {
+        high = std::min(high, 2 * current);
     }
     unsigned long next = mTarget * current / std::max<unsigned long>(average, 1);
     if (next <= low) {
@@ -174,22 +161,17 @@ bool CLuminanceCtrl::RunAGC(unsigned short average) {
     } else if (mTarget != 0) {
         wanted = mTarget;
     }
-    const float step = gain / static_cast<float>(mGainStepDivisor + 1);
     unsigned short next = 0;
     if (average > mTarget) {
-        float floor = gain - step;
-        if (!(floor > 0)) {
-            floor = kSmallestGain;
-        }
-        if (floor > wanted) {
-            wanted = floor;
+        if (wanted < kSmallestGain) {
+            wanted = kSmallestGain;
         }
         next = mCamera.GainDB2Value(decibels(wanted));
         if (next >= mCurrentGain) {
             next = mCurrentGain == 0 ? 0 : static_cast<unsigned short>(mCurrentGain - 1);
         }
     } else {
-        const float ceiling = gain + step;
+        const float ceiling = 2 * gain;
         if (wanted > ceiling) {
             wanted = ceiling;
         }

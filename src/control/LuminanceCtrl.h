@@ -34,8 +34,8 @@ public:
     void SetAGCMinGain(unsigned short gain) { mAGCMinGain = gain; }
     unsigned short GetAGCMinGain() const { return mAGCMinGain; }
 
-    /// One control step for a measured level. flags: bit 0 exposure changed, bit 1 gain changed. Returns 1 when nothing
-    /// had to be written, else what the camera says of the write (the new values are kept either way).
+    /// One control step for a measured level. flags: bits of enum VekALCChange. Returns 1 when nothing had to be
+    /// written, else what the camera says of the write (the new values are kept either way).
     unsigned long RunALC(unsigned short average, unsigned long* flags);
 
     // The exposure clocks with 0 resolved to the camera's longest short exposure.
@@ -57,14 +57,10 @@ private:
     bool HasAGC() const;
     bool HasBoth() const;
 
-    unsigned char mMode = 0; ///< 0 off; 1 exposure and gain, 2 exposure, 3 gain; 4, 5, 6 the same once
+    unsigned char mMode = 0; ///< enum VekALCMode; other values do nothing
     unsigned short mTarget = 0;
-    unsigned short mDeadBand = 0;
-    unsigned short mStartMargin = 0;
     unsigned short mCurrentGain = 0;
     unsigned long mCurrentExposureClock = 0;
-    unsigned char mGainStepDivisor = 0;
-    unsigned char mExposureStepDivisor = 0;
     unsigned long mAEMaxExposureClock = 0;
     unsigned long mAEMinExposureClock = 0;
     unsigned short mAGCMaxGain = 0;
