@@ -259,10 +259,18 @@ T mGetCenterValueSmaller(T* values, int n) {
     return std::min(first, mGetCenterValue(values, n));
 }
 
+template <class T>
+T mGetCenterValueLarger(T* values, int n) {
+    const T first = values[0];
+    return std::max(first, mGetCenterValue(values, n));
+}
+
 template unsigned char mGetCenterValue(unsigned char*, int);
 template unsigned short mGetCenterValue(unsigned short*, int);
 template unsigned char mGetCenterValueSmaller(unsigned char*, int);
 template unsigned short mGetCenterValueSmaller(unsigned short*, int);
+template unsigned char mGetCenterValueLarger(unsigned char*, int);
+template unsigned short mGetCenterValueLarger(unsigned short*, int);
 
 void SDarkFrame::Clear() {
     *this = {};

@@ -14,9 +14,11 @@ namespace vek {
 /// Median of n values, which it sorts in descending order; the mean of the two middle ones, cut off, for an even n.
 template <class T>
 T mGetCenterValue(T* values, int n);
-/// The smaller one of the first value and the median of all n.
+/// The smaller (larger) one of the first value and the median of all n.
 template <class T>
 T mGetCenterValueSmaller(T* values, int n);
+template <class T>
+T mGetCenterValueLarger(T* values, int n);
 
 /// What is subtracted from live frames: a frame with what lies between its rows, less the floor of each place in the
 /// 2 x 2 cell.

@@ -726,11 +726,15 @@ TEST(CNoiseReductionMedian, SortsItsValues) {
 }
 
 // The centre stands first and is compared as it was before the sorting moved it.
-TEST(CNoiseReductionMedian, SmallerComparesTheFirstValue) {
+TEST(CNoiseReductionMedian, SmallerAndLargerCompareTheFirstValue) {
     unsigned char bright[] = {200, 10, 20, 30, 40};
     EXPECT_EQ(mGetCenterValueSmaller(bright, 5), 30);
     unsigned char dark[] = {5, 10, 20, 30, 40};
     EXPECT_EQ(mGetCenterValueSmaller(dark, 5), 5);
+    unsigned short clipped[] = {250, 255, 252, 254, 251};
+    EXPECT_EQ(mGetCenterValueLarger(clipped, 5), 252);
+    unsigned short brighter[] = {250, 1, 2, 3, 4};
+    EXPECT_EQ(mGetCenterValueLarger(brighter, 5), 250);
 }
 
 } // namespace vek::test
