@@ -28,7 +28,7 @@ std::atomic<IoctlFunction> nextIoctl{nullptr};
 std::atomic<ReadFunction> nextRead{nullptr};
 
 // A constructor runs while there is one thread, and none of the calls has to look for the answer.
-__attribute__((constructor)) void FindNext() {
+__attribute__((constructor)) void findNext() {
     const int savedErrno = errno;
     nextIoctl.store(reinterpret_cast<IoctlFunction>(dlsym(RTLD_NEXT, "ioctl")));
     nextRead.store(reinterpret_cast<ReadFunction>(dlsym(RTLD_NEXT, "read")));

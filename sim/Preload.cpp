@@ -71,7 +71,7 @@ auto parsed(const char* name, Parse parse) -> std::optional<decltype(parse(std::
     }
 }
 
-[[noreturn]] void Refuse(const std::string& complaint) {
+[[noreturn]] void refuse(const std::string& complaint) {
     throw std::invalid_argument(complaint);
 }
 
@@ -87,7 +87,7 @@ unsigned parsedCode(std::string_view text, std::span<const std::string_view> nam
         }
         list += (list.empty() ? "" : ", ") + std::string(name);
     }
-    Refuse(vek::sim::codeComplaint(text, list, first, last));
+    refuse(vek::sim::codeComplaint(text, list, first, last));
 }
 
 const vek::sim::SCameraModel& parsedModel(std::string_view text) {
@@ -98,7 +98,7 @@ const vek::sim::SCameraModel& parsedModel(std::string_view text) {
         }
         list += (list.empty() ? "" : ", ") + std::string(model.name);
     }
-    Refuse('"' + std::string(text) + "\" is none of: " + list);
+    refuse('"' + std::string(text) + "\" is none of: " + list);
 }
 
 /// As many whole numbers as values has, with marks between; false for another text.
@@ -116,7 +116,7 @@ bool readList(std::string_view text, char mark, unsigned low, unsigned high, std
 std::array<unsigned, 2> parsedSize(std::string_view text) {
     std::array<unsigned, 2> size{};
     if (!readList(text, 'x', kMinSensorSide, kMaxSensorSide, size)) {
-        Refuse('"' + std::string(text) + "\": WIDTHxHEIGHT is needed, whole numbers of " +
+        refuse('"' + std::string(text) + "\": WIDTHxHEIGHT is needed, whole numbers of " +
                std::to_string(kMinSensorSide) + " to " + std::to_string(kMaxSensorSide));
     }
     return size;
@@ -128,7 +128,7 @@ std::vector<vek::sim::SRoi> parsedRegions(std::string_view text) {
     for (const std::string_view part : vek::sim::splitText(text, ':')) {
         std::array<unsigned, 4> area{};
         if (!readList(part, ',', 0, kMaxSensorSide, area)) {
-            Refuse('"' + std::string(part) +
+            refuse('"' + std::string(part) +
                    "\": X,Y,WIDTH,HEIGHT:X,Y,WIDTH,HEIGHT... is needed, whole numbers of 0 to " +
                    std::to_string(kMaxSensorSide));
         }
@@ -141,7 +141,7 @@ std::uint64_t parsedSeed(std::string_view text) {
     constexpr std::uint64_t kLargest = std::numeric_limits<std::uint64_t>::max();
     const std::optional<std::uint64_t> seed = vek::sim::readWhole<std::uint64_t>(text, 0, kLargest);
     if (!seed) {
-        Refuse(vek::sim::wholeComplaint(text, "0", std::to_string(kLargest)));
+        refuse(vek::sim::wholeComplaint(text, "0", std::to_string(kLargest)));
     }
     return *seed;
 }
@@ -149,7 +149,7 @@ std::uint64_t parsedSeed(std::string_view text) {
 float parsedLight(std::string_view text) {
     const std::optional<double> light = vek::sim::readNumber(text, 0, kMaxLightLevel);
     if (!light) {
-        Refuse(vek::sim::numberComplaint(text, 0, kMaxLightLevel));
+        refuse(vek::sim::numberComplaint(text, 0, kMaxLightLevel));
     }
     return static_cast<float>(*light);
 }
@@ -173,7 +173,7 @@ std::shared_ptr<CSimulatedDriver> makeDriver() {
         try {
             return CScene::FromPng(std::string(path), config.width, config.height);
         } catch (const std::runtime_error& error) {
-            Refuse(std::string(error.what()) + "; a PNG file is needed");
+            refuse(std::string(error.what()) + "; a PNG file is needed");
         }
     });
     auto driver = scene ? std::make_shared<CSimulatedDriver>(model, config, *scene)
@@ -187,7 +187,7 @@ std::shared_ptr<CSimulatedDriver> makeDriver() {
         try {
             driver->SetRois(regions);
         } catch (const std::invalid_argument& error) {
-            Refuse(std::string(error.what()) + ": the camera has " + std::to_string(config.width) + " x " +
+            refuse(std::string(error.what()) + ": the camera has " + std::to_string(config.width) + " x " +
                    std::to_string(config.height) + " pixels; regions: " + std::to_string(model.maxRoiCount) +
                    " at most");
         }

@@ -28,13 +28,13 @@ void CPixelList::Add(unsigned long x, unsigned long y, unsigned short value) {
     const auto first = mPixels.begin();
     const auto end = mPixels.end();
     const auto evicted =
-        std::find_if(first, end, [this](const SPIXEL_CANDIDATE& pixel) { return pixel.value <= mMinValue; });
+        std::find_if(first, end, [this](const SPixelCandidate& pixel) { return pixel.value <= mMinValue; });
     if (evicted == end) {
         return; // a list without capacity
     }
     std::move(evicted + 1, end, evicted);
     end[-1] = {x, y, value};
-    mMinValue = std::min_element(first, end, [](const SPIXEL_CANDIDATE& a, const SPIXEL_CANDIDATE& b) {
+    mMinValue = std::min_element(first, end, [](const SPixelCandidate& a, const SPixelCandidate& b) {
                     return a.value < b.value;
                 })->value;
 }

@@ -7,7 +7,7 @@
 namespace vek {
 
 /// A pixel that may be defective.
-struct SPIXEL_CANDIDATE {
+struct SPixelCandidate {
     unsigned long x;
     unsigned long y;
     unsigned short value;
@@ -37,12 +37,12 @@ public:
     /// Smallest value in the list; 65535 in an empty one.
     unsigned short GetMinValue() const { return mMinValue; }
     /// Entry index < GetCount(), not checked.
-    SPIXEL_CANDIDATE GetPixelValue(int index) const { return mPixels[static_cast<unsigned>(index)]; }
+    SPixelCandidate GetPixelValue(int index) const { return mPixels[static_cast<unsigned>(index)]; }
     /// What a slot of the camera gets: the low 16 bits of the entry of that index, 65535, 65535 behind the last one.
     SDefectPosition PositionForSlot(unsigned short slot) const;
 
 private:
-    std::vector<SPIXEL_CANDIDATE> mPixels;
+    std::vector<SPixelCandidate> mPixels;
     std::size_t mCapacity;
     unsigned short mMinValue = 65535;
 };

@@ -138,8 +138,8 @@ protected:
         values.defectSlots = kSlots;
         report(values, &mDriver);
         mDriver.Describe(19, 1, kMaxRois);
-        mDriver.controls[VEK_CID_COLOR_ARRAY] = kBayer;
-        mDriver.controls[VEK_CID_TRANSFER_FORMAT] = VEK_TRANSFER_RAW8;
+        mDriver.mControls[VEK_CID_COLOR_ARRAY] = kBayer;
+        mDriver.mControls[VEK_CID_TRANSFER_FORMAT] = VEK_TRANSFER_RAW8;
         mHandle = VekCam_Open(5);
         ASSERT_NE(mHandle, nullptr);
     }
@@ -400,11 +400,11 @@ TEST_F(CAllocations, DecodingNeedsTheCombinedImage) {
         // 16 x 4 pixels at 0, 0 and at 32, 8: together 32 x 8.
         const auto x = static_cast<std::uint8_t>(32 * i);
         const auto y = static_cast<std::uint8_t>(8 * i);
-        mDriver.regions[i] = {x, 0, y, 0, 16, 0, 4, 0, i, 1};
+        mDriver.mRegions[i] = {x, 0, y, 0, 16, 0, 4, 0, i, 1};
     }
-    mDriver.controls[VEK_CID_RAW_IMAGE_SIZE] = 2 * 16 * 4;
-    mDriver.controls[VEK_CID_IMAGE_WIDTH] = 16;
-    mDriver.controls[VEK_CID_IMAGE_HEIGHT] = 8;
+    mDriver.mControls[VEK_CID_RAW_IMAGE_SIZE] = 2 * 16 * 4;
+    mDriver.mControls[VEK_CID_IMAGE_WIDTH] = 16;
+    mDriver.mControls[VEK_CID_IMAGE_HEIGHT] = 8;
     const auto decode = [&](unsigned long selector) {
         unsigned char* image = nullptr;
         unsigned long size[3] = {};

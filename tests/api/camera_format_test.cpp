@@ -72,8 +72,8 @@ protected:
     }
     void TearDown() override { mCamera.CameraClose(); }
     void Set(std::int32_t format, std::int32_t colorArray) {
-        mDriver.controls[kCidTransferFormat] = format;
-        mDriver.controls[kCidColorArray] = colorArray;
+        mDriver.mControls[kCidTransferFormat] = format;
+        mDriver.mControls[kCidColorArray] = colorArray;
         mDriver.ClearLog();
     }
 
@@ -146,7 +146,7 @@ TEST_F(CCameraFormat, PixelFormatAsksForBothValuesEachTime) {
     EXPECT_EQ(mDriver.Log()[1].Id(), kCidTransferFormat);
     EXPECT_EQ(mDriver.Log().back().Id(), kCidTransferFormat);
     RecordProperty("requests", static_cast<int>(requests));
-    mDriver.controls[kCidColorArray] = 5;
+    mDriver.mControls[kCidColorArray] = 5;
     EXPECT_EQ(mCamera.GetRawGenICamPixelFormat(), 0x0108000B);
     EXPECT_EQ(mDriver.Log().size(), 2 * requests);
 }

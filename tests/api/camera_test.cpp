@@ -81,7 +81,7 @@ TEST_F(CCameraTest, OpenReadsDescriptionGainAndExposure) {
 }
 
 TEST_F(CCameraTest, OpenSucceedsWithoutADescription) {
-    mDriver.description.fill(0xFF);
+    mDriver.mDescription.fill(0xFF);
     mDriver.FailNth(0, {-1, ENOTTY, true});
     ASSERT_TRUE(mCamera.CameraOpen(kFd));
     EXPECT_EQ(mCamera.GetMaxGain(), 0U);
@@ -104,9 +104,9 @@ TEST_F(CCameraTest, SettingSlots) {
     mDriver.Describe(6, 4, 4);             // gain type 4: a tenth of a decibel a step
     mDriver.Describe(10, 2, 0xFFFE);       // maximum gain
     mDriver.Describe(20, 4, 0xFFFFFFF0UL); // maximum long exposure
-    mDriver.controls[kCidGain] = 3;
-    mDriver.controls[kCidExposure] = 4;
-    mDriver.controls[0x0800000D] = -7;
+    mDriver.mControls[kCidGain] = 3;
+    mDriver.mControls[kCidExposure] = 4;
+    mDriver.mControls[0x0800000D] = -7;
     Open();
 
     EXPECT_EQ(Setting().GetMaxGain(), 0xFFFEU);
@@ -120,14 +120,14 @@ TEST_F(CCameraTest, SettingSlots) {
     EXPECT_EQ(Setting().GetMaxShortExposureClock(), -7);
     ASSERT_EQ(mDriver.Log().size(), 1U);
     EXPECT_EQ(mDriver.Log()[0].Id(), 0x0800000DU);
-    mDriver.controls[0x0800000D] = 8;
+    mDriver.mControls[0x0800000D] = 8;
     EXPECT_EQ(Setting().GetMaxShortExposureClock(), 8);
 
     mDriver.ClearLog();
     EXPECT_TRUE(Setting().SetGainAndExposure(11, 0x200000003UL));
     EXPECT_EQ(mDriver.Log().size(), 2U);
-    EXPECT_EQ(mDriver.controls[kCidGain], 11);
-    EXPECT_EQ(mDriver.controls[kCidExposure], 3);
+    EXPECT_EQ(mDriver.mControls[kCidGain], 11);
+    EXPECT_EQ(mDriver.mControls[kCidExposure], 3);
     unsigned short gain = 0;
     unsigned long exposure = 0;
     EXPECT_TRUE(Setting().GetGainAndExposure(&gain, &exposure));
@@ -143,7 +143,7 @@ TEST_F(CCameraTest, SettingSlots) {
 
 TEST_F(CCameraTest, RegionSlots) {
     mDriver.Describe(19, 1, 255);
-    mDriver.regions[44] = {1, 0, 2, 0, 3, 0, 4, 0, 44, 1};
+    mDriver.mRegions[44] = {1, 0, 2, 0, 3, 0, 4, 0, 44, 1};
     Open();
     EXPECT_EQ(Regions().GetMaxROICount(), 255U);
     EXPECT_TRUE(mDriver.Log().empty());

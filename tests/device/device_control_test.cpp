@@ -67,7 +67,7 @@ TEST_F(CDeviceControlTest, OpenAsksForTheDescriptionOnce) {
 TEST_F(CDeviceControlTest, DescriptionBytesGoToTheirFields) {
     // Each byte is its own number, so a wrong offset or width shows.
     for (std::size_t i = 0; i < 32; ++i) {
-        mDriver.description[i] = static_cast<std::uint8_t>(0xE0 + i);
+        mDriver.mDescription[i] = static_cast<std::uint8_t>(0xE0 + i);
     }
     Open();
     EXPECT_EQ(mDevice.GetPID(), 0xE3E2E1E0UL); // zero-extended, so not negative
@@ -89,7 +89,7 @@ TEST_F(CDeviceControlTest, DescriptionBytesGoToTheirFields) {
 TEST_F(CDeviceControlTest, EachFlagByteAloneIsItsFlag) {
     for (const std::size_t offset : {12U, 13U, 18U}) {
         for (const unsigned value : {1U, 2U, 0x80U, 0xFFU}) {
-            mDriver.description.fill(0);
+            mDriver.mDescription.fill(0);
             mDriver.Describe(offset, 1, value);
             CDeviceControl device;
             ASSERT_TRUE(device.Open(kFd));
@@ -115,8 +115,8 @@ TEST_F(CDeviceControlTest, DescriptionIsNotReadAgain) {
 }
 
 TEST_F(CDeviceControlTest, FailedOpenKeepsNothing) {
-    mDriver.description.fill(0xFF);
-    mDriver.controls[0x08000400] = 640;
+    mDriver.mDescription.fill(0xFF);
+    mDriver.mControls[0x08000400] = 640;
     for (const int error : kErrors) {
         for (const SFailure failure : {SFailure{-1, error, false}, SFailure{-1, error, true}, SFailure{1, 0, true}}) {
             CDeviceControl device;
@@ -134,8 +134,8 @@ TEST_F(CDeviceControlTest, FailedOpenKeepsNothing) {
 
 TEST_F(CDeviceControlTest, ReadsGainThenExposure) {
     Open();
-    mDriver.controls[kCidGain] = 0x12345;
-    mDriver.controls[kCidExposure] = -2;
+    mDriver.mControls[kCidGain] = 0x12345;
+    mDriver.mControls[kCidExposure] = -2;
     unsigned short gain = 9;
     unsigned long exposure = 9;
     EXPECT_TRUE(mDevice.GetGainAndExposure(&gain, &exposure));
@@ -151,8 +151,8 @@ TEST_F(CDeviceControlTest, ReadsGainThenExposure) {
 
 TEST_F(CDeviceControlTest, FailedGainReadIsStillTrueAndReadsTheExposure) {
     Open();
-    mDriver.controls[kCidGain] = 77;
-    mDriver.controls[kCidExposure] = 1234;
+    mDriver.mControls[kCidGain] = 77;
+    mDriver.mControls[kCidExposure] = 1234;
     unsigned short gain = 9;
     unsigned long exposure = 9;
     mDriver.FailNth(0, {-1, EIO, false});
@@ -170,8 +170,8 @@ TEST_F(CDeviceControlTest, FailedGainReadIsStillTrueAndReadsTheExposure) {
 
 TEST_F(CDeviceControlTest, WritesGainThenExposure) {
     Open();
-    mDriver.controls[kCidGain] = 0;
-    mDriver.controls[kCidExposure] = 0;
+    mDriver.mControls[kCidGain] = 0;
+    mDriver.mControls[kCidExposure] = 0;
     EXPECT_TRUE(mDevice.SetGainAndExposure(0xFFFF, 0x100000005UL));
     ASSERT_EQ(mDriver.Log().size(), 2U);
     EXPECT_EQ(mDriver.Log()[0].number, kSetControl);
@@ -188,8 +188,8 @@ TEST_F(CDeviceControlTest, WritesGainThenExposure) {
 
 TEST_F(CDeviceControlTest, RefusedGainStopsBeforeTheExposure) {
     Open();
-    mDriver.controls[kCidGain] = 0;
-    mDriver.controls[kCidExposure] = 0;
+    mDriver.mControls[kCidGain] = 0;
+    mDriver.mControls[kCidExposure] = 0;
     for (const int error : kErrors) {
         for (const int result : {-1, 1}) {
             mDriver.ClearLog();
@@ -206,7 +206,7 @@ TEST_F(CDeviceControlTest, RefusedGainStopsBeforeTheExposure) {
 
 TEST_F(CDeviceControlTest, RegionFieldsComeOutInOrder) {
     Open();
-    mDriver.regions[44] = {0x01, 0xF1, 0x02, 0xF2, 0x03, 0xF3, 0x04, 0xF4, 44, 0x80};
+    mDriver.mRegions[44] = {0x01, 0xF1, 0x02, 0xF2, 0x03, 0xF3, 0x04, 0xF4, 44, 0x80};
     unsigned int out[5] = {};
     mDevice.GetROIInfo(300, &out[0], &out[1], &out[2], &out[3], &out[4]);
     const SRequest& request = Only(kGetRoi);
@@ -221,7 +221,7 @@ TEST_F(CDeviceControlTest, RegionFieldsComeOutInOrder) {
 
 TEST_F(CDeviceControlTest, RefusedRegionLeavesTheOutputs) {
     Open();
-    mDriver.regions[3] = {1, 1, 1, 1, 1, 1, 1, 1, 3, 1};
+    mDriver.mRegions[3] = {1, 1, 1, 1, 1, 1, 1, 1, 3, 1};
     for (const int error : kErrors) {
         for (const SFailure failure : {SFailure{-1, error, true}, SFailure{-1, error, false}, SFailure{1, 0, true}}) {
             mDriver.ClearLog();

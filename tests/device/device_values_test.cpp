@@ -44,7 +44,7 @@ protected:
 } // namespace
 
 TEST_P(CDeviceValues, IsOneControlRead) {
-    mDriver.controls[GetParam().id] = 1000;
+    mDriver.mControls[GetParam().id] = 1000;
     EXPECT_EQ(Read(), 1000);
     ASSERT_EQ(mDriver.Log().size(), 1U);
     const SRequest& request = mDriver.Log()[0];
@@ -57,21 +57,21 @@ TEST_P(CDeviceValues, IsOneControlRead) {
 
 TEST_P(CDeviceValues, IsSignExtended) {
     for (const std::int32_t value : {-1, INT32_MIN, INT32_MAX, 0x10000, -65536}) {
-        mDriver.controls[GetParam().id] = value;
+        mDriver.mControls[GetParam().id] = value;
         EXPECT_EQ(Read(), long{value});
     }
 }
 
 TEST_P(CDeviceValues, IsAskedAnewEachTime) {
     for (std::int32_t value = 1; value <= 3; ++value) {
-        mDriver.controls[GetParam().id] = value;
+        mDriver.mControls[GetParam().id] = value;
         EXPECT_EQ(Read(), value);
     }
     EXPECT_EQ(mDriver.Log().size(), 3U);
 }
 
 TEST_P(CDeviceValues, FailureGivesTheValueField) {
-    mDriver.controls[GetParam().id] = -5;
+    mDriver.mControls[GetParam().id] = -5;
     for (const int error : {EINTR, EAGAIN, EBUSY, EINVAL, EIO, ENODEV}) {
         mDriver.ClearLog();
         EXPECT_EQ(Read(), -5); // a good read before must not linger
@@ -92,7 +92,7 @@ TEST(CDeviceColorArray, IsSigned32Bits) {
     ASSERT_TRUE(device.Open(5));
     driver.ClearLog();
     for (const std::int32_t value : {1, 5, -1, INT32_MIN, 0x10002}) {
-        driver.controls[0x08000000] = value;
+        driver.mControls[0x08000000] = value;
         EXPECT_EQ(device.GetColorArray(), value);
     }
     ASSERT_EQ(driver.Log().size(), 5U);
@@ -107,8 +107,8 @@ TEST(CDeviceBinning, HorizontalThenVerticalCutTo8Bits) {
     CDeviceControl device;
     ASSERT_TRUE(device.Open(5));
     driver.ClearLog();
-    driver.controls[0x08000407] = 0x102;
-    driver.controls[0x08000408] = -1;
+    driver.mControls[0x08000407] = 0x102;
+    driver.mControls[0x08000408] = -1;
     unsigned char h = 9;
     unsigned char v = 9;
     EXPECT_TRUE(device.GetBinning(&h, &v));

@@ -17,7 +17,7 @@ namespace {
 using namespace vek::sim;
 
 /// Small mono camera without noise whose pixel at (x, y) has the level 10 y + x (8 bits, up to 12 x 10 pixels).
-CSimulatedDriver Counting(std::string_view model = "global-1m") {
+CSimulatedDriver countingDriver(std::string_view model = "global-1m") {
     SSensorConfig config;
     config.width = 12;
     config.height = 10;
@@ -41,14 +41,14 @@ CSimulatedDriver Counting(std::string_view model = "global-1m") {
 }
 
 /// A model's camera with a sensor of that size.
-CSimulatedDriver Small(const SCameraModel& model, unsigned width, unsigned height) {
+CSimulatedDriver smallDriver(const SCameraModel& model, unsigned width, unsigned height) {
     SSensorConfig config = CSimulatedDriver::DefaultSensor(model);
     config.width = width;
     config.height = height;
     return CSimulatedDriver(model, config);
 }
 
-std::vector<std::uint8_t> Expected(const std::vector<std::vector<unsigned>>& rows) {
+std::vector<std::uint8_t> bytesOf(const std::vector<std::vector<unsigned>>& rows) {
     std::vector<std::uint8_t> bytes;
     for (const auto& row : rows) {
         for (const unsigned value : row) {
@@ -60,7 +60,7 @@ std::vector<std::uint8_t> Expected(const std::vector<std::vector<unsigned>>& row
 
 TEST(Capture, EveryModelDeliversAFrameOfTheReportedSize) {
     for (const SCameraModel& model : cameraModels()) {
-        CSimulatedDriver driver = Small(model, 32, 24);
+        CSimulatedDriver driver = smallDriver(model, 32, 24);
         EXPECT_EQ(driver.Width(), 32U);
         for (unsigned long format = 0; format < kTransferFormatCount; ++format) {
             driver.SetTransferFormat(format);
@@ -74,7 +74,7 @@ TEST(Capture, EveryModelDeliversAFrameOfTheReportedSize) {
 
 TEST(Capture, PowerOnPictureIsWellExposed) {
     for (const SCameraModel& model : cameraModels()) {
-        CSimulatedDriver driver = Small(model, 160, 120);
+        CSimulatedDriver driver = smallDriver(model, 160, 120);
         EXPECT_NEAR(driver.ExposureTime(), 0.01, 0.0001) << model.name;
         driver.SetTransferFormat(VEK_TRANSFER_MONO8);
         const std::vector<std::uint8_t> frame = driver.CaptureFrame();
@@ -111,7 +111,7 @@ TEST(Capture, GainSettingScalesTheLevelByItsCurve) {
 }
 
 TEST(Capture, WholeFrameInOrder) {
-    CSimulatedDriver driver = Counting();
+    CSimulatedDriver driver = countingDriver();
     const std::vector<std::uint8_t> frame = driver.CaptureFrame();
     ASSERT_EQ(frame.size(), 120U);
     EXPECT_EQ(frame[0], 0);
@@ -120,45 +120,45 @@ TEST(Capture, WholeFrameInOrder) {
 }
 
 TEST(Capture, OneRegion) {
-    CSimulatedDriver driver = Counting();
+    CSimulatedDriver driver = countingDriver();
     driver.SetRois({{true, {3, 2, 2, 3}}});
     EXPECT_EQ(driver.Width(), 2U);
     EXPECT_EQ(driver.Height(), 3U);
-    EXPECT_EQ(driver.CaptureFrame(), Expected({{23, 24}, {33, 34}, {43, 44}}));
+    EXPECT_EQ(driver.CaptureFrame(), bytesOf({{23, 24}, {33, 34}, {43, 44}}));
     driver.SetFullFrame();
     EXPECT_EQ(driver.CaptureFrame().size(), 120U);
 }
 
 TEST(Capture, BandsSqueezeOutTheGaps) {
     // Two bands of two regions: rows 1-2 and 5, columns 0-1 and 6-8.
-    CSimulatedDriver driver = Counting("global-1m"); // 4 regions
+    CSimulatedDriver driver = countingDriver("global-1m"); // 4 regions
     driver.SetRois({{true, {0, 1, 2, 2}}, {true, {6, 1, 3, 2}}, {true, {0, 5, 2, 1}}, {true, {6, 5, 3, 1}}});
     EXPECT_EQ(driver.Width(), 5U);
     EXPECT_EQ(driver.Height(), 3U);
     EXPECT_EQ(driver.FrameSize(), 15U);
-    EXPECT_EQ(driver.CaptureFrame(), Expected({{10, 11, 16, 17, 18}, {20, 21, 26, 27, 28}, {50, 51, 56, 57, 58}}));
+    EXPECT_EQ(driver.CaptureFrame(), bytesOf({{10, 11, 16, 17, 18}, {20, 21, 26, 27, 28}, {50, 51, 56, 57, 58}}));
     EXPECT_EQ(driver.CaptureRaw().samples[7], 26);
 }
 
 TEST(Capture, ABandThatIsNarrowerIsFilledWithZeros) {
-    CSimulatedDriver driver = Counting();
+    CSimulatedDriver driver = countingDriver();
     driver.SetRois({{true, {0, 1, 3, 1}}, {true, {1, 4, 1, 2}}});
-    EXPECT_EQ(driver.CaptureFrame(), Expected({{10, 11, 12}, {41, 0, 0}, {51, 0, 0}}));
+    EXPECT_EQ(driver.CaptureFrame(), bytesOf({{10, 11, 12}, {41, 0, 0}, {51, 0, 0}}));
 }
 
 TEST(Capture, BlocksFollowEachOther) {
-    CSimulatedDriver driver = Counting("line-2m"); // 8 regions: blocks
+    CSimulatedDriver driver = countingDriver("line-2m"); // 8 regions: blocks
     // Disabled slots and overlaps are fine; the order is the slots'.
     driver.SetRois({{true, {6, 5, 3, 1}}, {false, {0, 0, 12, 10}}, {true, {0, 1, 2, 2}}, {true, {1, 2, 2, 1}}});
     EXPECT_EQ(driver.FrameSize(), 9U);
-    EXPECT_EQ(driver.CaptureFrame(), Expected({{56, 57, 58}, {10, 11}, {20, 21}, {21, 22}}));
+    EXPECT_EQ(driver.CaptureFrame(), bytesOf({{56, 57, 58}, {10, 11}, {20, 21}, {21, 22}}));
     EXPECT_THROW(driver.CaptureRaw(), std::logic_error);
     EXPECT_EQ(driver.Width(), 6U); // columns 0-2 and 6-8
     EXPECT_EQ(driver.Height(), 3U);
 }
 
 TEST(Capture, EachPackedBlockStartsAtAByte) {
-    CSimulatedDriver driver = Counting("line-2m");
+    CSimulatedDriver driver = countingDriver("line-2m");
     driver.SetTransferFormat(VEK_TRANSFER_RAW12_PACKED);
     driver.SetRois({{true, {1, 0, 1, 2}}, {true, {2, 0, 2, 1}}});
     // 8-bit levels in 12 bits: shifted up by four. Rows 1 | 11 | 2 3.
@@ -166,7 +166,7 @@ TEST(Capture, EachPackedBlockStartsAtAByte) {
 }
 
 TEST(Capture, RegionsAreChecked) {
-    CSimulatedDriver driver = Counting();
+    CSimulatedDriver driver = countingDriver();
     const SRoi a = {true, {0, 0, 4, 4}};
     EXPECT_THROW(driver.SetRois({a, a, a, a, a}), std::invalid_argument);
     EXPECT_THROW(driver.SetRois({{true, {9, 0, 4, 4}}}), std::invalid_argument);
@@ -185,7 +185,7 @@ TEST(Capture, RegionsAreChecked) {
 }
 
 TEST(Capture, BinningHalvesTheFrame) {
-    CSimulatedDriver driver = Counting();
+    CSimulatedDriver driver = countingDriver();
     driver.SetBinning(1, 2);
     EXPECT_EQ(driver.Width(), 6U);
     EXPECT_EQ(driver.Height(), 2U);
@@ -231,7 +231,7 @@ TEST(Capture, DefectSlotMasksAHotPixelInTheNextFrame) {
 }
 
 TEST(Capture, FramesRepeatWithTheFrameNumber) {
-    CSimulatedDriver driver = Small(findCameraModel("global-3m"), 40, 30);
+    CSimulatedDriver driver = smallDriver(findCameraModel("global-3m"), 40, 30);
     const std::vector<std::uint8_t> first = driver.CaptureFrame();
     EXPECT_NE(driver.CaptureFrame(), first);
     driver.SetFrameNumber(0);
@@ -257,7 +257,7 @@ TEST(Capture, ColorFormatsShowTheScene) {
 }
 
 TEST(Capture, ReadCopiesWhatFits) {
-    CSimulatedDriver driver = Counting();
+    CSimulatedDriver driver = countingDriver();
     std::vector<std::uint8_t> buffer(200, 0xEE);
     EXPECT_EQ(driver.Read(buffer.data(), buffer.size()), 120);
     EXPECT_EQ(buffer[119], 101);
@@ -294,7 +294,7 @@ TEST(Capture, SettingsRefuseWhatTheCameraCannotTake) {
 }
 
 TEST(Capture, ChangingTheSensorResetsRegionsAndSlots) {
-    CSimulatedDriver driver = Counting();
+    CSimulatedDriver driver = countingDriver();
     driver.SetRois({{true, {0, 0, 4, 4}}});
     SSensorConfig config = driver.Sensor();
     config.width = 20;

@@ -28,48 +28,48 @@ protected:
         SSensorConfig config = CSimulatedDriver::DefaultSensor(findCameraModel("clock-vga"));
         config.width = 16;
         config.height = 8;
-        driver = std::make_shared<CSimulatedDriver>(findCameraModel("clock-vga"), config);
-        fd = openSimulatedCamera(driver);
-        ASSERT_GE(fd, 0);
+        mDriver = std::make_shared<CSimulatedDriver>(findCameraModel("clock-vga"), config);
+        mFd = openSimulatedCamera(mDriver);
+        ASSERT_GE(mFd, 0);
     }
-    void TearDown() override { closeSimulatedCamera(fd); }
+    void TearDown() override { closeSimulatedCamera(mFd); }
 
     /// The request is one that every kernel and every emulator knows, on a file that is no terminal.
     void ExpectKernelSays(int descriptor, int error) const {
-        const std::size_t before = driver->Requests().size();
+        const std::size_t before = mDriver->Requests().size();
         termios settings{};
         errno = 0;
         EXPECT_EQ(ioctl(descriptor, TCGETS, &settings), -1);
         EXPECT_EQ(errno, error);
-        EXPECT_EQ(driver->Requests().size(), before) << "the driver was asked";
+        EXPECT_EQ(mDriver->Requests().size(), before) << "the driver was asked";
     }
 
-    std::shared_ptr<CSimulatedDriver> driver;
-    int fd = -1;
+    std::shared_ptr<CSimulatedDriver> mDriver;
+    int mFd = -1;
 };
 
 TEST_F(Device, IoctlReachesTheDriver) {
     v4l2_control control{V4L2_CID_GAIN, 99};
     errno = 4711;
-    EXPECT_EQ(ioctl(fd, VIDIOC_S_CTRL, &control), 0);
+    EXPECT_EQ(ioctl(mFd, VIDIOC_S_CTRL, &control), 0);
     EXPECT_EQ(errno, 4711);
-    EXPECT_EQ(driver->GainValue(), 99);
+    EXPECT_EQ(mDriver->GainValue(), 99);
     control.value = 256;
-    EXPECT_EQ(ioctl(fd, VIDIOC_S_CTRL, &control), -1);
+    EXPECT_EQ(ioctl(mFd, VIDIOC_S_CTRL, &control), -1);
     EXPECT_EQ(errno, ERANGE);
-    EXPECT_EQ(driver->Requests().size(), 2U);
+    EXPECT_EQ(mDriver->Requests().size(), 2U);
 }
 
 TEST_F(Device, ReadTakesAFrame) {
     std::vector<std::uint8_t> frame(1000);
-    EXPECT_EQ(read(fd, frame.data(), frame.size()), 16 * 8 * 2);
-    EXPECT_EQ(read(fd, frame.data(), 10), 10);
-    EXPECT_EQ(driver->FrameNumber(), 2U);
-    driver->FailReads(EIO);
-    EXPECT_EQ(read(fd, frame.data(), frame.size()), -1);
+    EXPECT_EQ(read(mFd, frame.data(), frame.size()), 16 * 8 * 2);
+    EXPECT_EQ(read(mFd, frame.data(), 10), 10);
+    EXPECT_EQ(mDriver->FrameNumber(), 2U);
+    mDriver->FailReads(EIO);
+    EXPECT_EQ(read(mFd, frame.data(), frame.size()), -1);
     EXPECT_EQ(errno, EIO);
-    driver->Unplug();
-    EXPECT_EQ(read(fd, frame.data(), frame.size()), -1);
+    mDriver->Unplug();
+    EXPECT_EQ(read(mFd, frame.data(), frame.size()), -1);
     EXPECT_EQ(errno, ENODEV);
 }
 
@@ -94,36 +94,36 @@ TEST_F(Device, OtherDescriptorsBelongToTheKernel) {
     EXPECT_EQ(available, 3);
     close(pipes[0]);
     close(pipes[1]);
-    EXPECT_TRUE(driver->Requests().empty());
+    EXPECT_TRUE(mDriver->Requests().empty());
 }
 
 TEST_F(Device, CamerasHaveTheirOwnDescriptors) {
     const auto other = std::make_shared<CSimulatedDriver>("global-3m");
     const int otherFd = openSimulatedCamera(other);
-    ASSERT_NE(otherFd, fd);
+    ASSERT_NE(otherFd, mFd);
     v4l2_control control{VEK_CID_IMAGE_WIDTH, 0};
     EXPECT_EQ(ioctl(otherFd, VIDIOC_G_CTRL, &control), 0);
     EXPECT_EQ(control.value, 2048);
-    EXPECT_EQ(ioctl(fd, VIDIOC_G_CTRL, &control), 0);
+    EXPECT_EQ(ioctl(mFd, VIDIOC_G_CTRL, &control), 0);
     EXPECT_EQ(control.value, 16);
     EXPECT_EQ(closeSimulatedCamera(otherFd), 0);
 }
 
 TEST_F(Device, DuplicatesAreTheSameCamera) {
-    const int duplicate = dup(fd);
+    const int duplicate = dup(mFd);
     ASSERT_GE(duplicate, 0);
     v4l2_control control{VEK_CID_IMAGE_WIDTH, 0};
     EXPECT_EQ(ioctl(duplicate, VIDIOC_G_CTRL, &control), 0);
     EXPECT_EQ(control.value, 16);
-    EXPECT_EQ(closeSimulatedCamera(fd), 0);
+    EXPECT_EQ(closeSimulatedCamera(mFd), 0);
     ExpectKernelSays(duplicate, ENOTTY);
     close(duplicate);
 }
 
 TEST_F(Device, AReusedNumberIsNotTheCamera) {
-    close(fd); // behind the table's back
+    close(mFd); // behind the table's back
     const int reused = open("/dev/null", O_RDWR | O_CLOEXEC);
-    ASSERT_EQ(reused, fd);
+    ASSERT_EQ(reused, mFd);
     ExpectKernelSays(reused, ENOTTY);
     EXPECT_EQ(closeSimulatedCamera(reused), -1);
     EXPECT_EQ(errno, EBADF);
@@ -131,9 +131,9 @@ TEST_F(Device, AReusedNumberIsNotTheCamera) {
 }
 
 TEST_F(Device, ClosedDescriptorIsGone) {
-    EXPECT_EQ(closeSimulatedCamera(fd), 0);
-    ExpectKernelSays(fd, EBADF);
-    EXPECT_EQ(closeSimulatedCamera(fd), -1);
+    EXPECT_EQ(closeSimulatedCamera(mFd), 0);
+    ExpectKernelSays(mFd, EBADF);
+    EXPECT_EQ(closeSimulatedCamera(mFd), -1);
     EXPECT_EQ(openSimulatedCamera(nullptr), -1);
     EXPECT_EQ(errno, EINVAL);
 }
@@ -144,10 +144,10 @@ TEST_F(Device, ManyThreadsMayUseIt) {
         threads.emplace_back([this, i] {
             for (int n = 0; n < 50; ++n) {
                 v4l2_control control{V4L2_CID_GAIN, i};
-                EXPECT_EQ(ioctl(fd, VIDIOC_S_CTRL, &control), 0);
+                EXPECT_EQ(ioctl(mFd, VIDIOC_S_CTRL, &control), 0);
                 std::array<std::uint8_t, 32> part{};
-                EXPECT_EQ(read(fd, part.data(), part.size()), 32);
-                const int other = openSimulatedCamera(driver);
+                EXPECT_EQ(read(mFd, part.data(), part.size()), 32);
+                const int other = openSimulatedCamera(mDriver);
                 EXPECT_GE(other, 0);
                 EXPECT_EQ(closeSimulatedCamera(other), 0);
             }
@@ -156,8 +156,8 @@ TEST_F(Device, ManyThreadsMayUseIt) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(driver->Requests().size(), 200U);
-    EXPECT_EQ(driver->FrameNumber(), 200U);
+    EXPECT_EQ(mDriver->Requests().size(), 200U);
+    EXPECT_EQ(mDriver->FrameNumber(), 200U);
 }
 
 } // namespace

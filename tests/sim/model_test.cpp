@@ -11,7 +11,7 @@ namespace {
 
 using namespace vek::sim;
 
-STiming FullFrame(const SCameraModel& model) {
+STiming fullFrame(const SCameraModel& model) {
     STiming timing;
     timing.imageWidth = model.width;
     timing.imageHeight = model.height;
@@ -89,7 +89,7 @@ TEST(CameraModel, digitalGain) {
 TEST(CameraModel, ExposureSecondsByHand) {
     const auto seconds = [](std::string_view name, std::uint32_t value) {
         const SCameraModel& model = findCameraModel(name);
-        return exposureSeconds(model, FullFrame(model), value);
+        return exposureSeconds(model, fullFrame(model), value);
     };
     // Row of 2 x max(450 + 2304 / 2, 346 + 140) = 3204 clocks, offset 426 clocks, 100 MHz.
     EXPECT_NEAR(seconds("rolling-4m", 100), (320400 - 426) / 100e6, 1e-12);
@@ -106,7 +106,7 @@ TEST(CameraModel, ExposureSecondsByHand) {
 
 TEST(CameraModel, ComputedRowsFollowWidthAndBinning) {
     const SCameraModel& model = findCameraModel("rolling-4m");
-    STiming timing = FullFrame(model);
+    STiming timing = fullFrame(model);
     timing.binningCodeH = 2;
     timing.binningCodeV = 2;
     timing.imageWidth = 576;
@@ -124,7 +124,7 @@ TEST(CameraModel, FramePeriodCountsBlanking) {
         if (exposureUnit(model) == EExposureUnit::ComputedRows) {
             continue;
         }
-        STiming timing = FullFrame(model);
+        STiming timing = fullFrame(model);
         timing.vBlank = 200;
         const bool included = exposureUnit(model) == EExposureUnit::Lines;
         const double extra = model.productId == 0x713 ? 28.0 : 0.0;
@@ -135,7 +135,7 @@ TEST(CameraModel, FramePeriodCountsBlanking) {
 
 TEST(CameraModel, ExposureSettingsAndSecondsAreInverse) {
     for (const SCameraModel& model : cameraModels()) {
-        const STiming timing = FullFrame(model);
+        const STiming timing = fullFrame(model);
         for (std::uint32_t value = 1; value < model.maxLongExposure / 3; value = value * 3 + 1) {
             const double seconds = exposureSeconds(model, timing, value);
             const std::uint32_t back = exposureFromSeconds(model, timing, seconds);
@@ -150,7 +150,7 @@ TEST(CameraModel, ExposureSettingsAndSecondsAreInverse) {
 
 TEST(CameraModel, LongestShortExposureFitsTheFrame) {
     for (const SCameraModel& model : cameraModels()) {
-        STiming timing = FullFrame(model);
+        STiming timing = fullFrame(model);
         for (const std::uint32_t vBlank : {0U, 500U}) {
             timing.vBlank = vBlank;
             const std::uint32_t value = maxShortExposure(model, timing);

@@ -37,7 +37,7 @@ struct SMoments {
 };
 
 template <typename Draw>
-SMoments Moments(unsigned count, Draw draw) {
+SMoments momentsOf(unsigned count, Draw draw) {
     double m1 = 0.0;
     for (unsigned i = 0; i < count; ++i) {
         m1 += static_cast<double>(draw(i));
@@ -57,7 +57,7 @@ SMoments Moments(unsigned count, Draw draw) {
 
 TEST(NoiseSource, GaussIsStandardNormal) {
     // Evenly spread bits: the table itself, without sampling error.
-    const SMoments even = Moments(1U << 20, [](unsigned i) { return gaussFromBits((i << 12) + 2048U); });
+    const SMoments even = momentsOf(1U << 20, [](unsigned i) { return gaussFromBits((i << 12) + 2048U); });
     EXPECT_NEAR(even.mean, 0.0, 1e-5);
     EXPECT_NEAR(even.variance, 1.0, 1e-3);
     EXPECT_NEAR(even.skewness, 0.0, 1e-4);
@@ -78,7 +78,7 @@ TEST(NoiseSource, GaussIsStandardNormal) {
 TEST(NoiseSource, PoissonHasEqualMeanAndVariance) {
     const CNoiseSource noise(5, 0);
     for (const float mean : {0.05F, 0.9F, 4.0F, 11.9F, 12.1F, 40.0F, 5000.0F}) {
-        const SMoments m = Moments(
+        const SMoments m = momentsOf(
             200000, [&](unsigned i) { return poissonFromBits(mean, static_cast<std::uint32_t>(noise.Bits(i) >> 32)); });
         const double lambda = static_cast<double>(mean);
         // Five standard errors of mean and variance.

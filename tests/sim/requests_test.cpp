@@ -29,20 +29,20 @@ class DriverRequests : public ::testing::Test {
 protected:
     SAnswer Get(std::uint32_t id) {
         v4l2_control control{id, -12345};
-        const int result = driver.Ioctl(VIDIOC_G_CTRL, &control);
+        const int result = mDriver.Ioctl(VIDIOC_G_CTRL, &control);
         return {result, control.value};
     }
     int Set(std::uint32_t id, int value) {
         v4l2_control control{id, value};
-        return driver.Ioctl(VIDIOC_S_CTRL, &control);
+        return mDriver.Ioctl(VIDIOC_S_CTRL, &control);
     }
 
-    CSimulatedDriver driver{"global-5m"};
+    CSimulatedDriver mDriver{"global-5m"};
 };
 
 TEST_F(DriverRequests, DescriptionOfTheModel) {
     vek::SDEVICE_DESCRIPTION description{};
-    ASSERT_EQ(driver.Ioctl(vek::VIDIOC_G_DEVICE_DESCRIPTION, &description), 0);
+    ASSERT_EQ(mDriver.Ioctl(vek::VIDIOC_G_DEVICE_DESCRIPTION, &description), 0);
     EXPECT_EQ(description.productId, 0x116U);
     EXPECT_EQ(description.gainType, 5U);
     EXPECT_EQ(description.maxGain, 683);
@@ -55,16 +55,16 @@ TEST_F(DriverRequests, DescriptionOfTheModel) {
     EXPECT_EQ(description.maxLongExposureClock, 2000000000U);
     EXPECT_EQ(description.exposureTimeBase, 72U);
     EXPECT_EQ(description.exposureTimeOffset, 1000U);
-    driver.SetDescriptionField(offsetof(vek::SDEVICE_DESCRIPTION, hasVBlankFunction), 1, 2);
-    driver.SetDescriptionField(offsetof(vek::SDEVICE_DESCRIPTION, gainType), 4, 0x80000001U);
-    ASSERT_EQ(driver.Ioctl(vek::VIDIOC_G_DEVICE_DESCRIPTION, &description), 0);
+    mDriver.SetDescriptionField(offsetof(vek::SDEVICE_DESCRIPTION, hasVBlankFunction), 1, 2);
+    mDriver.SetDescriptionField(offsetof(vek::SDEVICE_DESCRIPTION, gainType), 4, 0x80000001U);
+    ASSERT_EQ(mDriver.Ioctl(vek::VIDIOC_G_DEVICE_DESCRIPTION, &description), 0);
     EXPECT_EQ(description.hasVBlankFunction, 2);
     EXPECT_EQ(description.gainType, 0x80000001U);
-    EXPECT_THROW(driver.SetDescriptionField(30, 4, 0), std::invalid_argument);
+    EXPECT_THROW(mDriver.SetDescriptionField(30, 4, 0), std::invalid_argument);
 }
 
 TEST_F(DriverRequests, ControlsReportTheState) {
-    driver.SetTransferFormat(VEK_TRANSFER_RAW12_PACKED);
+    mDriver.SetTransferFormat(VEK_TRANSFER_RAW12_PACKED);
     EXPECT_EQ(Get(VEK_CID_COLOR_ARRAY), (SAnswer{0, 2}));
     EXPECT_EQ(Get(VEK_CID_TRANSFER_FORMAT), (SAnswer{0, 4}));
     EXPECT_EQ(Get(VEK_CID_VBLANK), (SAnswer{0, 0}));
@@ -86,26 +86,26 @@ TEST_F(DriverRequests, UnknownControlsAndRequests) {
     EXPECT_EQ(Get(0x08000405), (SAnswer{-EINVAL, -12345}));
     EXPECT_EQ(Set(V4L2_CID_BRIGHTNESS, 1), -EINVAL);
     int argument = 0;
-    EXPECT_EQ(driver.Ioctl(VIDIOC_STREAMON, &argument), -ENOTTY);
-    EXPECT_EQ(driver.Ioctl(VIDIOC_G_CTRL, nullptr), -EFAULT);
+    EXPECT_EQ(mDriver.Ioctl(VIDIOC_STREAMON, &argument), -ENOTTY);
+    EXPECT_EQ(mDriver.Ioctl(VIDIOC_G_CTRL, nullptr), -EFAULT);
 }
 
 TEST_F(DriverRequests, WritesAreCheckedAndTakeEffect) {
     EXPECT_EQ(Set(V4L2_CID_GAIN, 683), 0);
-    EXPECT_EQ(driver.GainValue(), 683);
-    EXPECT_NEAR(driver.Gain(), 15.8, 0.05); // 683 x 0.0351 dB
+    EXPECT_EQ(mDriver.GainValue(), 683);
+    EXPECT_NEAR(mDriver.Gain(), 15.8, 0.05); // 683 x 0.0351 dB
     EXPECT_EQ(Set(V4L2_CID_GAIN, 684), -ERANGE);
     EXPECT_EQ(Set(V4L2_CID_GAIN, -1), -ERANGE);
     EXPECT_EQ(Get(V4L2_CID_GAIN), (SAnswer{0, 683}));
     EXPECT_EQ(Set(V4L2_CID_EXPOSURE, 2000000000), 0);
     EXPECT_EQ(Set(V4L2_CID_EXPOSURE, 2000000001), -ERANGE);
-    EXPECT_NEAR(driver.ExposureTime(), 27.78, 0.01);
-    EXPECT_NEAR(driver.FramePeriod(), 27.78, 0.01);
+    EXPECT_NEAR(mDriver.ExposureTime(), 27.78, 0.01);
+    EXPECT_NEAR(mDriver.FramePeriod(), 27.78, 0.01);
     EXPECT_EQ(Set(V4L2_CID_EXPOSURE, 0), 0);
     EXPECT_EQ(Get(V4L2_CID_EXPOSURE), (SAnswer{0, 0}));
-    EXPECT_NEAR(driver.ExposureTime(), 0.02915, 0.0001);
+    EXPECT_NEAR(mDriver.ExposureTime(), 0.02915, 0.0001);
     EXPECT_EQ(Set(VEK_CID_VBLANK, 900), 0);
-    EXPECT_NEAR(driver.FramePeriod(), 3000 * 1000 / 72e6, 1e-9);
+    EXPECT_NEAR(mDriver.FramePeriod(), 3000 * 1000 / 72e6, 1e-9);
     EXPECT_EQ(Set(VEK_CID_VBLANK, 65536), -ERANGE);
     EXPECT_EQ(Set(VEK_CID_TRANSFER_FORMAT, 21), 0);
     EXPECT_EQ(Set(VEK_CID_TRANSFER_FORMAT, 22), -ERANGE);
@@ -125,21 +125,21 @@ TEST_F(DriverRequests, VBlankOnlyWhereTheModelHasIt) {
 }
 
 TEST_F(DriverRequests, RoiInfo) {
-    driver.SetRois({{true, {10, 20, 100, 50}}, {false, {0, 0, 8, 8}}, {true, {200, 20, 64, 50}}});
+    mDriver.SetRois({{true, {10, 20, 100, 50}}, {false, {0, 0, 8, 8}}, {true, {200, 20, 64, 50}}});
     vek::SROI_REQUEST request{};
     request.index = 2;
-    ASSERT_EQ(driver.Ioctl(vek::VIDIOC_G_ROI_INFO, &request), 0);
+    ASSERT_EQ(mDriver.Ioctl(vek::VIDIOC_G_ROI_INFO, &request), 0);
     EXPECT_EQ(request.enabled, 1);
     EXPECT_EQ(request.offsetX, 200);
     EXPECT_EQ(request.offsetY, 20);
     EXPECT_EQ(request.width, 64);
     EXPECT_EQ(request.height, 50);
     request.index = 1;
-    ASSERT_EQ(driver.Ioctl(vek::VIDIOC_G_ROI_INFO, &request), 0);
+    ASSERT_EQ(mDriver.Ioctl(vek::VIDIOC_G_ROI_INFO, &request), 0);
     EXPECT_EQ(request.enabled, 0);
     request.index = 16;
     request.width = 77;
-    EXPECT_EQ(driver.Ioctl(vek::VIDIOC_G_ROI_INFO, &request), -EINVAL);
+    EXPECT_EQ(mDriver.Ioctl(vek::VIDIOC_G_ROI_INFO, &request), -EINVAL);
     EXPECT_EQ(request.width, 77);
 }
 
@@ -149,76 +149,76 @@ TEST_F(DriverRequests, DefectSlots) {
         position.index = static_cast<std::uint8_t>(index);
         position.x = static_cast<std::uint16_t>(x);
         position.y = static_cast<std::uint16_t>(y);
-        return driver.Ioctl(vek::VIDIOC_S_DEFECT_PIXEL_POSITION, &position);
+        return mDriver.Ioctl(vek::VIDIOC_S_DEFECT_PIXEL_POSITION, &position);
     };
     EXPECT_EQ(program(3, 100, 200), 0);
     EXPECT_EQ(program(63, 65535, 65535), 0);
     EXPECT_EQ(program(64, 1, 1), -EINVAL);
     EXPECT_EQ(program(0, 2448, 0), -EINVAL);
     EXPECT_EQ(program(0, 0, 65535), -EINVAL);
-    EXPECT_EQ(driver.DefectSlots()[3].x, 100U);
-    EXPECT_EQ(driver.DefectSlots()[3].y, 200U);
-    EXPECT_EQ(driver.DefectSlots()[0].x, 65535U);
-    EXPECT_EQ(driver.Requests()[0].id, 3U);
-    EXPECT_EQ(driver.Requests()[0].valueIn, 100 | 200 << 16);
+    EXPECT_EQ(mDriver.DefectSlots()[3].x, 100U);
+    EXPECT_EQ(mDriver.DefectSlots()[3].y, 200U);
+    EXPECT_EQ(mDriver.DefectSlots()[0].x, 65535U);
+    EXPECT_EQ(mDriver.Requests()[0].id, 3U);
+    EXPECT_EQ(mDriver.Requests()[0].valueIn, 100 | 200 << 16);
 }
 
 TEST_F(DriverRequests, OrdinaryV4l2Requests) {
     v4l2_capability capability{};
-    ASSERT_EQ(driver.Ioctl(VIDIOC_QUERYCAP, &capability), 0);
+    ASSERT_EQ(mDriver.Ioctl(VIDIOC_QUERYCAP, &capability), 0);
     EXPECT_STREQ(reinterpret_cast<const char*>(capability.card), "global-5m");
     EXPECT_EQ(capability.device_caps, static_cast<std::uint32_t>(V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_READWRITE));
     v4l2_format format{};
     format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-    ASSERT_EQ(driver.Ioctl(VIDIOC_G_FMT, &format), 0);
+    ASSERT_EQ(mDriver.Ioctl(VIDIOC_G_FMT, &format), 0);
     EXPECT_EQ(format.fmt.pix.width, 2448U);
     EXPECT_EQ(format.fmt.pix.pixelformat, static_cast<std::uint32_t>(V4L2_PIX_FMT_SRGGB12));
     EXPECT_EQ(format.fmt.pix.bytesperline, 4896U);
     EXPECT_EQ(format.fmt.pix.sizeimage, 4896U * 2048U);
-    driver.SetTransferFormat(VEK_TRANSFER_YCRCB422_BT709);
+    mDriver.SetTransferFormat(VEK_TRANSFER_YCRCB422_BT709);
     format.fmt.pix.width = 1;
-    ASSERT_EQ(driver.Ioctl(VIDIOC_S_FMT, &format), 0);
+    ASSERT_EQ(mDriver.Ioctl(VIDIOC_S_FMT, &format), 0);
     EXPECT_EQ(format.fmt.pix.width, 2448U);
     EXPECT_EQ(format.fmt.pix.pixelformat, static_cast<std::uint32_t>(V4L2_PIX_FMT_YUYV));
     EXPECT_EQ(format.fmt.pix.quantization, static_cast<std::uint32_t>(V4L2_QUANTIZATION_LIM_RANGE));
     format.type = V4L2_BUF_TYPE_VIDEO_OUTPUT;
-    EXPECT_EQ(driver.Ioctl(VIDIOC_G_FMT, &format), -EINVAL);
+    EXPECT_EQ(mDriver.Ioctl(VIDIOC_G_FMT, &format), -EINVAL);
     v4l2_fmtdesc description{};
     description.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-    EXPECT_EQ(driver.Ioctl(VIDIOC_ENUM_FMT, &description), 0);
+    EXPECT_EQ(mDriver.Ioctl(VIDIOC_ENUM_FMT, &description), 0);
     EXPECT_EQ(description.pixelformat, static_cast<std::uint32_t>(V4L2_PIX_FMT_YUYV));
     description.index = 1;
-    EXPECT_EQ(driver.Ioctl(VIDIOC_ENUM_FMT, &description), -EINVAL);
+    EXPECT_EQ(mDriver.Ioctl(VIDIOC_ENUM_FMT, &description), -EINVAL);
 }
 
 TEST_F(DriverRequests, ControlsAreEnumerable) {
     v4l2_queryctrl query{};
     query.id = V4L2_CTRL_FLAG_NEXT_CTRL;
-    ASSERT_EQ(driver.Ioctl(VIDIOC_QUERYCTRL, &query), 0);
+    ASSERT_EQ(mDriver.Ioctl(VIDIOC_QUERYCTRL, &query), 0);
     EXPECT_EQ(query.id, static_cast<std::uint32_t>(V4L2_CID_EXPOSURE));
     EXPECT_EQ(query.maximum, 2000000000);
     query.id |= V4L2_CTRL_FLAG_NEXT_CTRL;
-    ASSERT_EQ(driver.Ioctl(VIDIOC_QUERYCTRL, &query), 0);
+    ASSERT_EQ(mDriver.Ioctl(VIDIOC_QUERYCTRL, &query), 0);
     EXPECT_EQ(query.id, static_cast<std::uint32_t>(V4L2_CID_GAIN));
     EXPECT_EQ(query.maximum, 683);
     query.id |= V4L2_CTRL_FLAG_NEXT_CTRL;
-    EXPECT_EQ(driver.Ioctl(VIDIOC_QUERYCTRL, &query), -EINVAL);
+    EXPECT_EQ(mDriver.Ioctl(VIDIOC_QUERYCTRL, &query), -EINVAL);
     query.id = V4L2_CID_BRIGHTNESS;
-    EXPECT_EQ(driver.Ioctl(VIDIOC_QUERYCTRL, &query), -EINVAL);
+    EXPECT_EQ(mDriver.Ioctl(VIDIOC_QUERYCTRL, &query), -EINVAL);
 }
 
 TEST_F(DriverRequests, EveryFourCcIsItsOwnPerContent) {
     v4l2_format format{};
     for (unsigned long code = 0; code < kTransferFormatCount; ++code) {
-        driver.SetTransferFormat(code);
+        mDriver.SetTransferFormat(code);
         format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-        ASSERT_EQ(driver.Ioctl(VIDIOC_G_FMT, &format), 0);
+        ASSERT_EQ(mDriver.Ioctl(VIDIOC_G_FMT, &format), 0);
         EXPECT_NE(format.fmt.pix.pixelformat, 0U);
-        EXPECT_EQ(format.fmt.pix.sizeimage, driver.FrameSize());
+        EXPECT_EQ(format.fmt.pix.sizeimage, mDriver.FrameSize());
     }
-    driver.SetTransferFormat(2);
+    mDriver.SetTransferFormat(2);
     format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-    ASSERT_EQ(driver.Ioctl(VIDIOC_G_FMT, &format), 0);
+    ASSERT_EQ(mDriver.Ioctl(VIDIOC_G_FMT, &format), 0);
     EXPECT_EQ(format.fmt.pix.pixelformat, static_cast<std::uint32_t>(v4l2_fourcc('V', 'K', '0', '2')));
 }
 
@@ -231,53 +231,53 @@ TEST_F(DriverRequests, AreRecordedInOrder) {
         {VIDIOC_G_CTRL, V4L2_CID_EXPOSURE, -12345, 720000, 0, 0},
         {VIDIOC_S_CTRL, V4L2_CID_GAIN, 70000, 0, -1, ERANGE},
     };
-    EXPECT_EQ(driver.Requests(), expected);
-    driver.ClearRequests();
-    EXPECT_TRUE(driver.Requests().empty());
+    EXPECT_EQ(mDriver.Requests(), expected);
+    mDriver.ClearRequests();
+    EXPECT_TRUE(mDriver.Requests().empty());
     // A number that went through a signed int arrives with its sign; the kernel looks at 32 bits only.
     vek::SDEVICE_DESCRIPTION description{};
-    EXPECT_EQ(driver.Ioctl(0xFFFFFFFF00000000UL | vek::VIDIOC_G_DEVICE_DESCRIPTION, &description), 0);
-    EXPECT_EQ(driver.Requests()[0].request, vek::VIDIOC_G_DEVICE_DESCRIPTION);
+    EXPECT_EQ(mDriver.Ioctl(0xFFFFFFFF00000000UL | vek::VIDIOC_G_DEVICE_DESCRIPTION, &description), 0);
+    EXPECT_EQ(mDriver.Requests()[0].request, vek::VIDIOC_G_DEVICE_DESCRIPTION);
 }
 
 TEST_F(DriverRequests, FailOnDemand) {
-    driver.FailRequest(2, EIO);
-    driver.FailRequest(3, EBUSY);
+    mDriver.FailRequest(2, EIO);
+    mDriver.FailRequest(3, EBUSY);
     EXPECT_EQ(Set(V4L2_CID_GAIN, 1), 0);
     EXPECT_EQ(Set(V4L2_CID_GAIN, 2), -EIO);
     EXPECT_EQ(Set(V4L2_CID_GAIN, 3), -EBUSY);
-    EXPECT_EQ(driver.GainValue(), 1);
+    EXPECT_EQ(mDriver.GainValue(), 1);
     EXPECT_EQ(Set(V4L2_CID_GAIN, 4), 0);
-    EXPECT_EQ(driver.Requests()[1], (SRequestRecord{VIDIOC_S_CTRL, V4L2_CID_GAIN, 2, 0, -1, EIO}));
-    driver.FailAll(EPERM);
+    EXPECT_EQ(mDriver.Requests()[1], (SRequestRecord{VIDIOC_S_CTRL, V4L2_CID_GAIN, 2, 0, -1, EIO}));
+    mDriver.FailAll(EPERM);
     EXPECT_EQ(Get(V4L2_CID_GAIN), (SAnswer{-EPERM, -12345}));
     std::uint8_t byte = 0;
-    EXPECT_EQ(driver.Read(&byte, 1), -EPERM);
-    driver.FailAll(0);
+    EXPECT_EQ(mDriver.Read(&byte, 1), -EPERM);
+    mDriver.FailAll(0);
     EXPECT_EQ(Get(V4L2_CID_GAIN), (SAnswer{0, 4}));
-    EXPECT_THROW(driver.FailRequest(0, EIO), std::invalid_argument);
+    EXPECT_THROW(mDriver.FailRequest(0, EIO), std::invalid_argument);
 }
 
 TEST_F(DriverRequests, OverriddenControlsAnswerAnything) {
-    driver.OverrideControl(VEK_CID_CLOCK, 0);
-    driver.OverrideControl(VEK_CID_COLOR_ARRAY, -7);
-    driver.OverrideControl(0x08000999, 5);
+    mDriver.OverrideControl(VEK_CID_CLOCK, 0);
+    mDriver.OverrideControl(VEK_CID_COLOR_ARRAY, -7);
+    mDriver.OverrideControl(0x08000999, 5);
     EXPECT_EQ(Get(VEK_CID_CLOCK), (SAnswer{0, 0}));
     EXPECT_EQ(Get(VEK_CID_COLOR_ARRAY), (SAnswer{0, -7}));
     EXPECT_EQ(Get(0x08000999), (SAnswer{0, 5}));
-    EXPECT_EQ(driver.ColorArray(), 2);
-    driver.ClearOverrides();
+    EXPECT_EQ(mDriver.ColorArray(), 2);
+    mDriver.ClearOverrides();
     EXPECT_EQ(Get(VEK_CID_CLOCK), (SAnswer{0, 72000000}));
     EXPECT_EQ(Get(0x08000999), (SAnswer{-EINVAL, -12345}));
 }
 
 TEST_F(DriverRequests, UnpluggedCameraIsGone) {
-    driver.Unplug();
+    mDriver.Unplug();
     std::uint8_t byte = 0;
     EXPECT_EQ(Get(V4L2_CID_GAIN), (SAnswer{-ENODEV, -12345}));
-    EXPECT_EQ(driver.Read(&byte, 1), -ENODEV);
-    EXPECT_EQ(driver.Requests().back().error, ENODEV);
-    driver.Replug();
+    EXPECT_EQ(mDriver.Read(&byte, 1), -ENODEV);
+    EXPECT_EQ(mDriver.Requests().back().error, ENODEV);
+    mDriver.Replug();
     EXPECT_EQ(Get(V4L2_CID_GAIN).result, 0);
 }
 

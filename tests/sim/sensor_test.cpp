@@ -11,7 +11,7 @@ namespace {
 using namespace vek::sim;
 
 /// A sensor without noise, spread, shading, black level and colour: level = scene x 1000 DN at 10 ms and gain 1.
-SSensorConfig Ideal(unsigned width, unsigned height) {
+SSensorConfig idealSensor(unsigned width, unsigned height) {
     SSensorConfig config;
     config.width = width;
     config.height = height;
@@ -32,11 +32,11 @@ SSensorConfig Ideal(unsigned width, unsigned height) {
     return config;
 }
 
-SRectangle Whole(const CSimulatedSensor& sensor) {
+SRectangle wholeFrame(const CSimulatedSensor& sensor) {
     return {0, 0, sensor.Config().width, sensor.Config().height};
 }
 
-double Mean(const SRasterImage& image) {
+double meanOf(const SRasterImage& image) {
     double sum = 0.0;
     for (const std::uint16_t sample : image.samples) {
         sum += sample;
@@ -44,8 +44,8 @@ double Mean(const SRasterImage& image) {
     return sum / static_cast<double>(image.samples.size());
 }
 
-double Variance(const SRasterImage& image) {
-    const double mean = Mean(image);
+double varianceOf(const SRasterImage& image) {
+    const double mean = meanOf(image);
     double sum = 0.0;
     for (const std::uint16_t sample : image.samples) {
         sum += (sample - mean) * (sample - mean);
@@ -60,15 +60,15 @@ TEST(Sensor, SameSeedAndFrameNumberGiveTheSameFrame) {
     const CSimulatedSensor a(config, CScene::Chart(64, 48));
     const CSimulatedSensor b(config, CScene::Chart(64, 48));
     SExposure exposure{.frameNumber = 7};
-    const SRasterImage first = a.ReadRaw(exposure, Whole(a));
+    const SRasterImage first = a.ReadRaw(exposure, wholeFrame(a));
     exposure.frameNumber = 8;
-    const SRasterImage next = a.ReadRaw(exposure, Whole(a));
+    const SRasterImage next = a.ReadRaw(exposure, wholeFrame(a));
     exposure.frameNumber = 7;
-    EXPECT_EQ(b.ReadRaw(exposure, Whole(b)).samples, first.samples);
+    EXPECT_EQ(b.ReadRaw(exposure, wholeFrame(b)).samples, first.samples);
     EXPECT_NE(next.samples, first.samples);
     config.seed = 2;
     const CSimulatedSensor c(config, CScene::Chart(64, 48));
-    EXPECT_NE(c.ReadRaw(exposure, Whole(c)).samples, first.samples);
+    EXPECT_NE(c.ReadRaw(exposure, wholeFrame(c)).samples, first.samples);
 }
 
 TEST(Sensor, FrameIsTheSameOnEveryMachine) {
@@ -80,19 +80,19 @@ TEST(Sensor, FrameIsTheSameOnEveryMachine) {
     const CSimulatedSensor sensor(config, CScene::Chart(96, 64));
     SExposure exposure{.seconds = 0.004, .frameNumber = 3, .startSeconds = 0.123};
     std::uint64_t hash = 0xCBF29CE484222325ULL; // FNV-1a over the samples
-    for (const std::uint16_t sample : sensor.ReadColor(exposure, Whole(sensor)).samples) {
+    for (const std::uint16_t sample : sensor.ReadColor(exposure, wholeFrame(sensor)).samples) {
         hash = (hash ^ sample) * 0x100000001B3ULL;
     }
     EXPECT_EQ(hash, 0xE4311A53F480D522ULL);
 }
 
 TEST(Sensor, LevelIsLinearInTimeLightAndGain) {
-    CSimulatedSensor sensor(Ideal(4, 2), CScene::Flat(4, 2, 0.5F));
+    CSimulatedSensor sensor(idealSensor(4, 2), CScene::Flat(4, 2, 0.5F));
     const auto level = [&](double seconds, double gain) {
         SExposure exposure;
         exposure.seconds = seconds;
         exposure.gain = gain;
-        return sensor.ReadRaw(exposure, Whole(sensor)).samples[5];
+        return sensor.ReadRaw(exposure, wholeFrame(sensor)).samples[5];
     };
     EXPECT_EQ(level(0.010, 1.0), 500);
     EXPECT_EQ(level(0.020, 1.0), 1000);
@@ -107,23 +107,23 @@ TEST(Sensor, LevelIsLinearInTimeLightAndGain) {
 
 TEST(Sensor, SaturatesAtFullWellAndAtTheConverter) {
     // 10000 electrons are 5000 DN: above the 4095 of the converter at gain 1, below it at gain 0.5.
-    const CSimulatedSensor sensor(Ideal(4, 2), CScene::Flat(4, 2, 1.0F));
+    const CSimulatedSensor sensor(idealSensor(4, 2), CScene::Flat(4, 2, 1.0F));
     SExposure exposure{.seconds = 1.0};
-    EXPECT_EQ(sensor.ReadRaw(exposure, Whole(sensor)).samples[0], 4095);
+    EXPECT_EQ(sensor.ReadRaw(exposure, wholeFrame(sensor)).samples[0], 4095);
     exposure.gain = 0.5;
-    EXPECT_EQ(sensor.ReadRaw(exposure, Whole(sensor)).samples[0], 2500);
+    EXPECT_EQ(sensor.ReadRaw(exposure, wholeFrame(sensor)).samples[0], 2500);
 }
 
 TEST(Sensor, BlackLevelIsAddedAfterTheGain) {
-    SSensorConfig config = Ideal(4, 2);
+    SSensorConfig config = idealSensor(4, 2);
     config.blackLevel = 100;
     const CSimulatedSensor sensor(config, CScene::Flat(4, 2, 0.5F));
     SExposure exposure{.gain = 2.0};
-    EXPECT_EQ(sensor.ReadRaw(exposure, Whole(sensor)).samples[0], 1100);
+    EXPECT_EQ(sensor.ReadRaw(exposure, wholeFrame(sensor)).samples[0], 1100);
 }
 
 TEST(Sensor, PhotonNoiseVarianceEqualsTheMean) {
-    SSensorConfig config = Ideal(200, 200);
+    SSensorConfig config = idealSensor(200, 200);
     config.dnPerElectron = 1.0F; // one DN an electron: the transfer curve has slope 1
     config.depth = 14;
     config.photonNoise = true;
@@ -131,53 +131,53 @@ TEST(Sensor, PhotonNoiseVarianceEqualsTheMean) {
     for (const double seconds : {0.00002, 0.0002, 0.002, 0.02}) {
         SExposure exposure;
         exposure.seconds = seconds;
-        const SRasterImage image = sensor.ReadRaw(exposure, Whole(sensor));
+        const SRasterImage image = sensor.ReadRaw(exposure, wholeFrame(sensor));
         const double electrons = seconds * 200000.0;
-        EXPECT_NEAR(Mean(image), electrons, 5.0 * std::sqrt(electrons / 40000.0)) << seconds;
-        EXPECT_NEAR(Variance(image) / electrons, 1.0, 0.05) << seconds;
+        EXPECT_NEAR(meanOf(image), electrons, 5.0 * std::sqrt(electrons / 40000.0)) << seconds;
+        EXPECT_NEAR(varianceOf(image) / electrons, 1.0, 0.05) << seconds;
     }
 }
 
 TEST(Sensor, ReadNoiseStandsOnTheBlackLevel) {
-    SSensorConfig config = Ideal(200, 200);
+    SSensorConfig config = idealSensor(200, 200);
     config.dnPerElectron = 1.0F;
     config.readNoiseElectrons = 6.0F;
     config.blackLevel = 64;
     const CSimulatedSensor sensor(config, CScene::Flat(200, 200, 0.0F));
     SExposure exposure;
-    EXPECT_NEAR(Mean(sensor.ReadRaw(exposure, Whole(sensor))), 64.0, 0.2);
-    EXPECT_NEAR(Variance(sensor.ReadRaw(exposure, Whole(sensor))), 36.0 + 1.0 / 12.0, 1.3); // with rounding
+    EXPECT_NEAR(meanOf(sensor.ReadRaw(exposure, wholeFrame(sensor))), 64.0, 0.2);
+    EXPECT_NEAR(varianceOf(sensor.ReadRaw(exposure, wholeFrame(sensor))), 36.0 + 1.0 / 12.0, 1.3); // with rounding
     exposure.gain = 2.0;
-    EXPECT_NEAR(Variance(sensor.ReadRaw(exposure, Whole(sensor))), 144.0, 5.2);
+    EXPECT_NEAR(varianceOf(sensor.ReadRaw(exposure, wholeFrame(sensor))), 144.0, 5.2);
 }
 
 TEST(Sensor, DarkCurrentGrowsWithTimeAndIgnoresTheLight) {
-    SSensorConfig config = Ideal(8, 8);
+    SSensorConfig config = idealSensor(8, 8);
     config.darkElectronsPerSecond = 400.0F;
     config.lensCap = true;
     const CSimulatedSensor sensor(config, CScene::Flat(8, 8, 1.0F));
     SExposure exposure{.seconds = 0.5};
-    EXPECT_EQ(sensor.ReadRaw(exposure, Whole(sensor)).samples[9], 100);
+    EXPECT_EQ(sensor.ReadRaw(exposure, wholeFrame(sensor)).samples[9], 100);
     exposure.seconds = 1.0;
-    EXPECT_EQ(sensor.ReadRaw(exposure, Whole(sensor)).samples[9], 200);
+    EXPECT_EQ(sensor.ReadRaw(exposure, wholeFrame(sensor)).samples[9], 200);
 }
 
 TEST(Sensor, LensShadingFallsWithTheSquareOfTheDistance) {
-    SSensorConfig config = Ideal(101, 101);
+    SSensorConfig config = idealSensor(101, 101);
     config.lensShading = 0.4F;
     const CSimulatedSensor sensor(config, CScene::Flat(101, 101, 1.0F));
-    const SRasterImage image = sensor.ReadRaw(SExposure{}, Whole(sensor));
+    const SRasterImage image = sensor.ReadRaw(SExposure{}, wholeFrame(sensor));
     EXPECT_EQ(image.samples[50 * 101 + 50], 1000);
     EXPECT_EQ(image.samples[0], 600);
     EXPECT_EQ(image.samples[50 * 101], 800); // half the squared distance of the corner
 }
 
 TEST(Sensor, HotAndDeadPixels) {
-    SSensorConfig config = Ideal(6, 4);
+    SSensorConfig config = idealSensor(6, 4);
     config.hotPixels = {{2, 1, 20000.0F, 0.0F}, {3, 1, 0.0F, 50.0F}, {99, 99, 1.0F, 1.0F}};
     config.deadPixels = {{4, 3}};
     const CSimulatedSensor sensor(config, CScene::Flat(6, 4, 0.1F));
-    const SRasterImage image = sensor.ReadRaw(SExposure{}, Whole(sensor));
+    const SRasterImage image = sensor.ReadRaw(SExposure{}, wholeFrame(sensor));
     EXPECT_EQ(image.samples[1 * 6 + 1], 100);
     EXPECT_EQ(image.samples[1 * 6 + 2], 200); // 20000 e/s x 10 ms x 0.5 DN
     EXPECT_EQ(image.samples[1 * 6 + 3], 125);
@@ -189,10 +189,10 @@ TEST(Sensor, BayerPhases) {
     const std::vector<std::uint16_t> expected[] = {
         {200, 200, 200, 200}, {100, 200, 200, 300}, {200, 100, 300, 200}, {200, 300, 100, 200}, {300, 200, 200, 100}};
     for (int colorArray = 1; colorArray <= 5; ++colorArray) {
-        SSensorConfig config = Ideal(2, 2);
+        SSensorConfig config = idealSensor(2, 2);
         config.colorArray = colorArray;
         const CSimulatedSensor sensor(config, CScene::FlatColor(2, 2, {0.1F, 0.2F, 0.3F}));
-        EXPECT_EQ(sensor.ReadRaw(SExposure{}, Whole(sensor)).samples, expected[colorArray - 1]) << colorArray;
+        EXPECT_EQ(sensor.ReadRaw(SExposure{}, wholeFrame(sensor)).samples, expected[colorArray - 1]) << colorArray;
     }
 }
 
@@ -205,9 +205,9 @@ TEST(Sensor, AnAreaEqualsThatPartOfTheFrame) {
         CSimulatedSensor sensor(config, CScene::Chart(40, 30));
         sensor.SetMaskedPixels({{6, 6}, {7, 7}});
         const SRectangle area = {5, 6, 11, 9};
-        const SRasterImage raw = sensor.ReadRaw(SExposure{}, Whole(sensor));
+        const SRasterImage raw = sensor.ReadRaw(SExposure{}, wholeFrame(sensor));
         const SRasterImage rawPart = sensor.ReadRaw(SExposure{}, area);
-        const SRasterImage color = sensor.ReadColor(SExposure{}, Whole(sensor));
+        const SRasterImage color = sensor.ReadColor(SExposure{}, wholeFrame(sensor));
         const SRasterImage colorPart = sensor.ReadColor(SExposure{}, area);
         for (unsigned y = 0; y < area.height; ++y) {
             for (unsigned x = 0; x < area.width; ++x) {
@@ -230,7 +230,7 @@ TEST(Sensor, MonoBinningAveragesNeighbors) {
             pixels.insert(pixels.end(), {level, level, level});
         }
     }
-    const CSimulatedSensor sensor(Ideal(5, 2), CScene::FromPixels(5, 2, pixels));
+    const CSimulatedSensor sensor(idealSensor(5, 2), CScene::FromPixels(5, 2, pixels));
     SExposure exposure{.binningH = 2};
     EXPECT_EQ(sensor.BinnedWidth(2), 2U);
     EXPECT_EQ(sensor.ReadRaw(exposure, {0, 0, 2, 2}).samples, (std::vector<std::uint16_t>{150, 350, 150, 350}));
@@ -242,7 +242,7 @@ TEST(Sensor, MonoBinningAveragesNeighbors) {
 TEST(Sensor, BayerBinningKeepsPhases) {
     // Each filter colour has its own level; a Bayer sensor keeps whole cells: 10 columns binned by 2 are 4.
     for (int colorArray = 2; colorArray <= 5; ++colorArray) {
-        SSensorConfig config = Ideal(10, 8);
+        SSensorConfig config = idealSensor(10, 8);
         config.colorArray = colorArray;
         const CSimulatedSensor sensor(config, CScene::FlatColor(10, 8, {0.1F, 0.2F, 0.3F}));
         SExposure exposure;
@@ -260,7 +260,7 @@ TEST(Sensor, BayerBinningKeepsPhases) {
     pixels[2 * 3] = 0.2F;
     pixels[2 * 4 * 3] = 0.3F;
     pixels[(2 * 4 + 2) * 3] = 0.4F;
-    SSensorConfig config = Ideal(4, 4);
+    SSensorConfig config = idealSensor(4, 4);
     config.colorArray = 2;
     const CSimulatedSensor sensor(config, CScene::FromPixels(4, 4, pixels));
     SExposure exposure{.binningH = 2, .binningV = 2};
@@ -268,17 +268,17 @@ TEST(Sensor, BayerBinningKeepsPhases) {
 }
 
 TEST(Sensor, BinningReducesNoise) {
-    SSensorConfig config = Ideal(400, 400);
+    SSensorConfig config = idealSensor(400, 400);
     config.readNoiseElectrons = 20.0F;
     config.blackLevel = 500;
     config.dnPerElectron = 1.0F;
     const CSimulatedSensor sensor(config, CScene::Flat(400, 400, 0.0F));
     SExposure exposure{.binningH = 2, .binningV = 4};
-    EXPECT_NEAR(Variance(sensor.ReadRaw(exposure, {0, 0, 200, 100})), 400.0 / 8.0, 3.0);
+    EXPECT_NEAR(varianceOf(sensor.ReadRaw(exposure, {0, 0, 200, 100})), 400.0 / 8.0, 3.0);
 }
 
 TEST(Sensor, MaskedPixelTakesTheMeanOfSameColorNeighbors) {
-    SSensorConfig config = Ideal(8, 4);
+    SSensorConfig config = idealSensor(8, 4);
     config.colorArray = 2;
     std::vector<float> pixels;
     for (unsigned i = 0; i < 8 * 4; ++i) {
@@ -287,18 +287,18 @@ TEST(Sensor, MaskedPixelTakesTheMeanOfSameColorNeighbors) {
     }
     config.hotPixels = {{4, 1, 0.0F, 3000.0F}, {0, 2, 0.0F, 3000.0F}};
     CSimulatedSensor sensor(config, CScene::FromPixels(8, 4, pixels));
-    EXPECT_GT(sensor.ReadRaw(SExposure{}, Whole(sensor)).samples[8 + 4], 1800);
+    EXPECT_GT(sensor.ReadRaw(SExposure{}, wholeFrame(sensor)).samples[8 + 4], 1800);
     sensor.SetMaskedPixels({{4, 1}, {0, 2}, {6, 1}, {500, 1}});
-    const SRasterImage image = sensor.ReadRaw(SExposure{}, Whole(sensor));
+    const SRasterImage image = sensor.ReadRaw(SExposure{}, wholeFrame(sensor));
     EXPECT_EQ(image.samples[8 + 4], 200); // its right neighbour is masked and the next one outside: the left alone
     EXPECT_EQ(image.samples[8 + 6], 200); // the left neighbour is masked: the one before it
     EXPECT_EQ(image.samples[16], 200);    // no left neighbour: the right one
     sensor.SetMaskedPixels({});
-    EXPECT_GT(sensor.ReadRaw(SExposure{}, Whole(sensor)).samples[8 + 4], 1800);
+    EXPECT_GT(sensor.ReadRaw(SExposure{}, wholeFrame(sensor)).samples[8 + 4], 1800);
 }
 
 TEST(Sensor, ColorOutputRestoresTheScene) {
-    SSensorConfig config = Ideal(16, 12);
+    SSensorConfig config = idealSensor(16, 12);
     config.depth = 16;
     config.dnPerElectron = 8.0F;
     config.colorArray = 4;
@@ -306,7 +306,7 @@ TEST(Sensor, ColorOutputRestoresTheScene) {
     config.sensorFromScene = SSensorConfig{}.sensorFromScene;
     const LinearRgb color = {0.5F, 0.3F, 0.8F};
     const CSimulatedSensor sensor(config, CScene::FlatColor(16, 12, color));
-    const SRasterImage image = sensor.ReadColor(SExposure{}, Whole(sensor));
+    const SRasterImage image = sensor.ReadColor(SExposure{}, wholeFrame(sensor));
     for (std::size_t i = 0; i < image.samples.size(); ++i) {
         // 2000 electrons at scene 1, 8 DN each, range stretched over the removed black level.
         const double expected = static_cast<double>(color[i % 3]) * 16000.0 * 65535.0 / 64535.0;
@@ -315,44 +315,44 @@ TEST(Sensor, ColorOutputRestoresTheScene) {
 }
 
 TEST(Sensor, FlickerAveragesOutOverWholePeriods) {
-    SSensorConfig config = Ideal(2, 2);
+    SSensorConfig config = idealSensor(2, 2);
     config.flickerHz = 100.0F;
     config.flickerDepth = 0.5F;
     const CSimulatedSensor sensor(config, CScene::Flat(2, 2, 0.5F));
     SExposure exposure{.seconds = 0.01};
-    EXPECT_EQ(sensor.ReadRaw(exposure, Whole(sensor)).samples[0], 500);
+    EXPECT_EQ(sensor.ReadRaw(exposure, wholeFrame(sensor)).samples[0], 500);
     exposure.seconds = 0.0001; // at the crest
-    EXPECT_NEAR(sensor.ReadRaw(exposure, Whole(sensor)).samples[0], 7.5, 0.6);
+    EXPECT_NEAR(sensor.ReadRaw(exposure, wholeFrame(sensor)).samples[0], 7.5, 0.6);
     exposure.startSeconds = 1.005; // in the trough
-    EXPECT_NEAR(sensor.ReadRaw(exposure, Whole(sensor)).samples[0], 2.5, 0.6);
+    EXPECT_NEAR(sensor.ReadRaw(exposure, wholeFrame(sensor)).samples[0], 2.5, 0.6);
 }
 
 TEST(Sensor, RefusesImpossibleValuesAndKeepsTheOldOnes) {
-    CSimulatedSensor sensor(Ideal(4, 4), CScene::Flat(4, 4, 0.5F));
+    CSimulatedSensor sensor(idealSensor(4, 4), CScene::Flat(4, 4, 0.5F));
     for (const unsigned depth : {0U, 7U, 9U, 17U}) {
-        SSensorConfig config = Ideal(4, 4);
+        SSensorConfig config = idealSensor(4, 4);
         config.depth = depth;
         EXPECT_THROW(sensor.SetConfig(config), std::invalid_argument);
     }
-    SSensorConfig config = Ideal(4, 4);
+    SSensorConfig config = idealSensor(4, 4);
     config.colorArray = 6;
     EXPECT_THROW(sensor.SetConfig(config), std::invalid_argument);
-    config = Ideal(1, 4);
+    config = idealSensor(1, 4);
     EXPECT_THROW(sensor.SetConfig(config), std::invalid_argument);
-    config = Ideal(4, 4);
+    config = idealSensor(4, 4);
     config.sensorFromScene = {};
     EXPECT_THROW(sensor.SetConfig(config), std::invalid_argument);
-    EXPECT_EQ(sensor.ReadRaw(SExposure{}, Whole(sensor)).samples[0], 500);
+    EXPECT_EQ(sensor.ReadRaw(SExposure{}, wholeFrame(sensor)).samples[0], 500);
     EXPECT_THROW(sensor.ReadRaw(SExposure{}, {1, 0, 4, 4}), std::invalid_argument);
     SExposure exposure{.binningH = 3};
     EXPECT_THROW(sensor.ReadRaw(exposure, {0, 0, 1, 1}), std::invalid_argument);
 }
 
 TEST(Sensor, ResizingScalesTheScene) {
-    CSimulatedSensor sensor(Ideal(4, 4), CScene::Flat(2, 8, 0.25F));
-    EXPECT_EQ(sensor.ReadRaw(SExposure{}, Whole(sensor)).samples, std::vector<std::uint16_t>(16, 250));
-    sensor.SetConfig(Ideal(6, 2));
-    EXPECT_EQ(sensor.ReadRaw(SExposure{}, Whole(sensor)).samples, std::vector<std::uint16_t>(12, 250));
+    CSimulatedSensor sensor(idealSensor(4, 4), CScene::Flat(2, 8, 0.25F));
+    EXPECT_EQ(sensor.ReadRaw(SExposure{}, wholeFrame(sensor)).samples, std::vector<std::uint16_t>(16, 250));
+    sensor.SetConfig(idealSensor(6, 2));
+    EXPECT_EQ(sensor.ReadRaw(SExposure{}, wholeFrame(sensor)).samples, std::vector<std::uint16_t>(12, 250));
 }
 
 } // namespace

@@ -38,6 +38,11 @@ struct SBandImages {
     bool turned = false; ///< the destination has as many columns as the source has rows
 };
 
+/// Bytes of a work area whose end touches a protected page and whose start is aligned for what a stage keeps there.
+inline std::size_t roundUpTo16(unsigned long bytes) {
+    return (bytes + 15) / 16 * 16;
+}
+
 /// Runs a stage band by band and compares the bands with the whole frame at once. Every band has a source of just the
 /// rows that the traits tell, a destination and a work area of just its size, each between protected pages. A serial
 /// stage has its rows above in the destination, or, half the time where it may start there, in the source.
@@ -60,7 +65,7 @@ public:
         Prepare(frame, images);
         std::vector<std::uint8_t> changed = mSource;
         const STraits traits = stage.Traits(frame);
-        CGuardedBuffer<std::uint8_t> work(roundUp16(traits.workBytes), Flush::Right);
+        CGuardedBuffer<std::uint8_t> work(roundUpTo16(traits.workBytes), Flush::Right);
         const SImage<Dst> image = {frame.width, frame.height, mSrcPitch, reinterpret_cast<Dst*>(changed.data())};
         stage.Rows(mKernels, frame, wholeFrame<Dst>(image, work.data()));
         // What lies between pixels and rows is the destination's own.
@@ -148,8 +153,6 @@ public:
 private:
     static constexpr std::uint8_t kCanvas = 0x5A;
 
-    static std::size_t roundUp16(unsigned long bytes) { return (bytes + 15) / 16 * 16; }
-
     void Prepare(const SFrame& frame, const SBandImages& images) {
         mDstWidth = images.turned ? frame.height : frame.width;
         mDstHeight = images.turned ? frame.width : frame.height;
@@ -175,7 +178,7 @@ private:
     template <class Stage>
     std::vector<std::uint8_t> Whole(const Stage& stage, const SFrame& frame, std::uint8_t canvas) const {
         std::vector<std::uint8_t> whole = Canvas(canvas);
-        CGuardedBuffer<std::uint8_t> work(roundUp16(stage.Traits(frame).workBytes), Flush::Right);
+        CGuardedBuffer<std::uint8_t> work(roundUpTo16(stage.Traits(frame).workBytes), Flush::Right);
         stage.Rows(mKernels, frame,
                    SBand<Src, Dst>{{frame.width, frame.height, mSrcPitch, reinterpret_cast<const Src*>(mSource.data())},
                                    {mDstWidth, mDstHeight, mDstPitch, reinterpret_cast<Dst*>(whole.data())},
@@ -235,7 +238,7 @@ private:
     template <class Stage>
     std::vector<std::uint8_t> MiddleRow(const Stage& stage, const SFrame& frame) const {
         std::vector<std::uint8_t> dst = mSource;
-        std::vector<std::uint8_t> work(roundUp16(stage.Traits(frame).workBytes));
+        std::vector<std::uint8_t> work(roundUpTo16(stage.Traits(frame).workBytes));
         const unsigned long y = frame.height / 2;
         stage.Rows(mKernels, frame,
                    SBand<Src>{{frame.width, frame.height, mSrcPitch, reinterpret_cast<const Src*>(mSource.data())},
@@ -274,7 +277,7 @@ private:
             const std::size_t done = (first - dstFirst) * mDstPitch;
             std::memcpy(dst.data(), whole.data() + dstFirst * mDstPitch, done);
             std::memcpy(dst.data() + done, canvas.data() + first * mDstPitch, dst.size() - done);
-            CGuardedBuffer<std::uint8_t> work(roundUp16(traits.workBytes), Flush::Right);
+            CGuardedBuffer<std::uint8_t> work(roundUpTo16(traits.workBytes), Flush::Right);
             stage.Rows(mKernels, frame,
                        SBand<Src, Dst>{
                            {frame.width, frame.height, mSrcPitch, reinterpret_cast<const Src*>(src.data()), rows.first},

@@ -49,17 +49,17 @@ inline void report(const SCameraValues& values, CFakeDriver* driver) {
     driver->Describe(20, 4, values.maxLong);
     driver->Describe(24, 4, values.timeBase);
     driver->Describe(28, 4, values.timeOffset);
-    driver->controls[0x08000404] = values.clock;
-    driver->controls[0x08000402] = values.totalHClock;
-    driver->controls[0x08000403] = values.totalVLine;
-    driver->controls[0x08000400] = values.width;
-    driver->controls[0x08000401] = values.height;
-    driver->controls[0x08000407] = values.binningH;
-    driver->controls[0x08000408] = values.binningV;
-    driver->controls[0x0800000C] = values.vblank;
-    driver->controls[0x0800000D] = values.maxShort;
-    driver->controls[kCidGain] = values.gain;
-    driver->controls[kCidExposure] = values.exposure;
+    driver->mControls[0x08000404] = values.clock;
+    driver->mControls[0x08000402] = values.totalHClock;
+    driver->mControls[0x08000403] = values.totalVLine;
+    driver->mControls[0x08000400] = values.width;
+    driver->mControls[0x08000401] = values.height;
+    driver->mControls[0x08000407] = values.binningH;
+    driver->mControls[0x08000408] = values.binningV;
+    driver->mControls[0x0800000C] = values.vblank;
+    driver->mControls[0x0800000D] = values.maxShort;
+    driver->mControls[kCidGain] = values.gain;
+    driver->mControls[kCidExposure] = values.exposure;
 }
 
 } // namespace vek::test

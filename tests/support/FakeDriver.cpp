@@ -43,7 +43,7 @@ CFakeDriver::~CFakeDriver() {
 
 void CFakeDriver::Describe(std::size_t offset, std::size_t size, std::uint64_t value) {
     for (std::size_t i = 0; i < size; ++i) {
-        description.at(offset + i) = static_cast<std::uint8_t>(value >> (8 * i));
+        mDescription.at(offset + i) = static_cast<std::uint8_t>(value >> (8 * i));
     }
 }
 
@@ -86,13 +86,13 @@ int CFakeDriver::Answer(int fd, unsigned long number, void* argument) {
 bool CFakeDriver::Fill(unsigned long number, std::uint8_t* bytes) {
     switch (number) {
     case kGetDescription:
-        std::memcpy(bytes, description.data(), description.size());
+        std::memcpy(bytes, mDescription.data(), mDescription.size());
         return true;
     case kSetDefectPixel:
         return true;
     case kGetRoi: {
-        const auto found = regions.find(bytes[8]);
-        if (found == regions.end()) {
+        const auto found = mRegions.find(bytes[8]);
+        if (found == mRegions.end()) {
             return false;
         }
         std::memcpy(bytes, found->second.data(), found->second.size());
@@ -102,8 +102,8 @@ bool CFakeDriver::Fill(unsigned long number, std::uint8_t* bytes) {
     case kSetControl: {
         std::uint32_t id = 0;
         std::memcpy(&id, bytes, sizeof id);
-        const auto found = controls.find(id);
-        if (found == controls.end()) {
+        const auto found = mControls.find(id);
+        if (found == mControls.end()) {
             return false;
         }
         if (number == kGetControl) {

@@ -49,9 +49,9 @@ public:
     CFakeDriver(const CFakeDriver&) = delete;
     CFakeDriver& operator=(const CFakeDriver&) = delete;
 
-    std::array<std::uint8_t, 32> description{};
-    std::map<std::uint32_t, std::int32_t> controls;               ///< an id that is missing is refused
-    std::map<std::uint8_t, std::array<std::uint8_t, 10>> regions; ///< an index that is missing is refused
+    std::array<std::uint8_t, 32> mDescription{};
+    std::map<std::uint32_t, std::int32_t> mControls;               ///< an id that is missing is refused
+    std::map<std::uint8_t, std::array<std::uint8_t, 10>> mRegions; ///< an index that is missing is refused
 
     /// Little-endian number into the description.
     void Describe(std::size_t offset, std::size_t size, std::uint64_t value);

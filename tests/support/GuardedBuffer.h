@@ -42,8 +42,8 @@ public:
     CGuardedPages(const CGuardedPages&) = delete;
     CGuardedPages& operator=(const CGuardedPages&) = delete;
 
-    std::uint8_t* start() const { return mStart; }
-    std::size_t size() const { return mInner; }
+    std::uint8_t* Start() const { return mStart; }
+    std::size_t Size() const { return mInner; }
     static std::size_t PageSize() {
         static const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
         return page;
@@ -67,9 +67,9 @@ class CGuardedBuffer {
 public:
     CGuardedBuffer(std::size_t count, Flush flush)
         : mCount(count), mPages((count * sizeof(T) / CGuardedPages::PageSize() + 1) * CGuardedPages::PageSize()) {
-        std::memset(mPages.start(), kCanary, mPages.size());
-        std::uint8_t* const end = mPages.start() + mPages.size();
-        mData = reinterpret_cast<T*>(flush == Flush::Left ? mPages.start() : end - count * sizeof(T));
+        std::memset(mPages.Start(), kCanary, mPages.Size());
+        std::uint8_t* const end = mPages.Start() + mPages.Size();
+        mData = reinterpret_cast<T*>(flush == Flush::Left ? mPages.Start() : end - count * sizeof(T));
     }
 
     T* data() { return mData; }
@@ -81,7 +81,7 @@ public:
     /// Whether the bytes between the buffer and the far page still hold the canary.
     bool CanaryIntact() const {
         const auto* const first = reinterpret_cast<const std::uint8_t*>(mData);
-        for (const std::uint8_t* p = mPages.start(); p < mPages.start() + mPages.size(); ++p) {
+        for (const std::uint8_t* p = mPages.Start(); p < mPages.Start() + mPages.Size(); ++p) {
             const bool inside = p >= first && p < first + mCount * sizeof(T);
             if (!inside && *p != kCanary) {
                 return false;

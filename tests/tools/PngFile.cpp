@@ -18,12 +18,12 @@ struct SReader {
     png_infop info = png_create_info_struct(png);
     std::span<const std::uint8_t> left;
 
-    explicit SReader(std::span<const std::uint8_t> bytes) : left(bytes) { png_set_read_fn(png, this, read); }
+    explicit SReader(std::span<const std::uint8_t> bytes) : left(bytes) { png_set_read_fn(png, this, Read); }
     ~SReader() { png_destroy_read_struct(&png, &info, nullptr); }
     SReader(const SReader&) = delete;
     SReader& operator=(const SReader&) = delete;
 
-    static void read(png_structp png, png_bytep to, std::size_t count) {
+    static void Read(png_structp png, png_bytep to, std::size_t count) {
         auto* const self = static_cast<SReader*>(png_get_io_ptr(png));
         if (count > self->left.size()) {
             png_error(png, "the file ends too early");
@@ -57,7 +57,7 @@ bool decode(SReader& reader, SPng& image, std::vector<std::uint8_t>& row) {
 
 } // namespace
 
-double SPng::mean(unsigned x, unsigned y, unsigned columns, unsigned rows, unsigned channel) const {
+double SPng::Mean(unsigned x, unsigned y, unsigned columns, unsigned rows, unsigned channel) const {
     double sum = 0;
     for (unsigned j = y; j < y + rows; ++j) {
         for (unsigned i = x; i < x + columns; ++i) {

@@ -20,7 +20,7 @@ struct SPng {
     Samples samples;
 
     /// Mean of a channel over a rectangle.
-    double mean(unsigned x, unsigned y, unsigned columns, unsigned rows, unsigned channel) const;
+    double Mean(unsigned x, unsigned y, unsigned columns, unsigned rows, unsigned channel) const;
 };
 
 /// Throws std::runtime_error when the bytes are no whole PNG file.

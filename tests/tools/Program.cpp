@@ -35,12 +35,12 @@ struct SPipe {
         }
     }
     ~SPipe() {
-        closeEnd(0);
-        closeEnd(1);
+        CloseEnd(0);
+        CloseEnd(1);
     }
     SPipe(const SPipe&) = delete;
     SPipe& operator=(const SPipe&) = delete;
-    void closeEnd(int which) {
+    void CloseEnd(int which) {
         if (end[which] >= 0) {
             close(end[which]);
             end[which] = -1;
@@ -152,7 +152,7 @@ SResult runVekcam(const Arguments& arguments, const SStreams& streams) {
     }
     posix_spawn_file_actions_adddup2(&actions, err.end[1], STDERR_FILENO);
     if (streams.outIsBrokenPipe) {
-        out.closeEnd(0);
+        out.CloseEnd(0);
     }
     if (!streams.directory.empty()) {
         posix_spawn_file_actions_addchdir_np(&actions, streams.directory.c_str());
@@ -179,14 +179,14 @@ SResult runVekcam(const Arguments& arguments, const SStreams& streams) {
     if (error != 0) {
         throw std::runtime_error("cannot start " VEKCAM_PROGRAM);
     }
-    in.closeEnd(0);
-    out.closeEnd(1);
-    err.closeEnd(1);
+    in.CloseEnd(0);
+    out.CloseEnd(1);
+    err.CloseEnd(1);
 
     SResult result;
     std::thread writer([&] {
         writeAll(in.end[1], streams.in);
-        in.closeEnd(1);
+        in.CloseEnd(1);
     });
     std::thread reader([&] { result.err = readAll(err.end[0]); });
     std::thread other([&] {

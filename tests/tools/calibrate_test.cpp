@@ -204,7 +204,7 @@ TEST_F(Calibrate, FlatFrameTakesTheShadingAway) {
         const SPng before = Corrected("flat", form, {});
         EXPECT_LE(*std::max_element(before.samples.begin(), before.samples.end()), 128) << model;
         // The level of the centre, less the fractions that the target and the product lose.
-        EXPECT_NEAR(flat.mean(130, 90, 60, 60, 0), before.mean(130, 90, 60, 60, 0), 2) << model;
+        EXPECT_NEAR(flat.Mean(130, 90, 60, 60, 0), before.Mean(130, 90, 60, 60, 0), 2) << model;
         if (mono) {
             const auto [low, high] = std::minmax_element(flat.samples.begin(), flat.samples.end());
             EXPECT_LE(*high - *low, 1);
@@ -223,8 +223,8 @@ TEST_F(Calibrate, ShadingOfNoisyFrames) {
         double high = 0;
         for (unsigned y = 0; y < kHeight; y += 40) {
             for (unsigned x = 0; x < kWidth; x += 40) {
-                low = std::min(low, image.mean(x, y, 40, 40, 0));
-                high = std::max(high, image.mean(x, y, 40, 40, 0));
+                low = std::min(low, image.Mean(x, y, 40, 40, 0));
+                high = std::max(high, image.Mean(x, y, 40, 40, 0));
             }
         }
         return high - low;

@@ -347,7 +347,7 @@ TEST_F(Convert, WhatTheSimulatedCameraSendsLooksTheSameInEveryColorFormat) {
         for (const sim::SPatch& patch : scene.Patches()) {
             for (unsigned c = 0; c < 3; ++c) {
                 const auto mean = [&](const SPng& picture) {
-                    return picture.mean(patch.x + 4, patch.y + 4, patch.width - 8, patch.height - 8, c);
+                    return picture.Mean(patch.x + 4, patch.y + 4, patch.width - 8, patch.height - 8, c);
                 };
                 EXPECT_NEAR(mean(image), mean(bgr), 2.0) << format << ", patch at " << patch.x << ", " << patch.y;
             }

@@ -67,7 +67,7 @@ TEST_F(Demo, ChartLooksRightInEveryPhase) {
             for (const sim::SPatch& patch : scene.Patches()) {
                 std::array<double, 3> seen{};
                 for (unsigned c = 0; c < 3; ++c) {
-                    seen[c] = image.mean(patch.x + 3, patch.y + 3, patch.width - 6, patch.height - 6, c) / full;
+                    seen[c] = image.Mean(patch.x + 3, patch.y + 3, patch.width - 6, patch.height - 6, c) / full;
                 }
                 const auto [least, most] = std::minmax_element(patch.color.begin(), patch.color.end());
                 if (*least == *most) { // greys are grey
@@ -159,8 +159,8 @@ TEST_F(Demo, TruthHasAllColorsOfEveryPixel) {
             const sim::SPatch& patch = scene.Patches()[number];
             const unsigned strongest = number - 12;
             for (unsigned c = 0; c < 3; ++c) {
-                EXPECT_LE(truth.mean(patch.x, patch.y, patch.width, patch.height, c),
-                          truth.mean(patch.x, patch.y, patch.width, patch.height, strongest));
+                EXPECT_LE(truth.Mean(patch.x, patch.y, patch.width, patch.height, c),
+                          truth.Mean(patch.x, patch.y, patch.width, patch.height, strongest));
             }
         }
     }

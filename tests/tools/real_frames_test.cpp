@@ -29,7 +29,7 @@ TEST_F(RealFrames, ColorChartHasItsColors) {
     }
     for (const char* const method : {"nearest", "bilinear"}) {
         const SPng image = Shown(frame, {"-W", "1920", "-H", "1080", "-f", "raw12", "-a", "bggr", "-m", method});
-        const auto mean = [&](unsigned x, unsigned y, unsigned c) { return image.mean(x - 20, y - 20, 40, 40, c); };
+        const auto mean = [&](unsigned x, unsigned y, unsigned c) { return image.Mean(x - 20, y - 20, 40, 40, c); };
         // Third row of patches: blue, green, red, yellow.
         EXPECT_GT(mean(578, 721, 2), mean(578, 721, 0) + 40);
         EXPECT_GT(mean(712, 729, 1), mean(712, 729, 0) + 20);
@@ -51,10 +51,10 @@ TEST_F(RealFrames, RedFlowerGreenLeaf) {
     }
     const SPng image =
         Shown(frame, {"-W", "768", "-H", "512", "-f", "raw14", "-a", "rggb", "--black", "600", "--white", "15520"});
-    EXPECT_GT(image.mean(190, 320, 30, 30, 0), 1.5 * image.mean(190, 320, 30, 30, 1));
-    EXPECT_GT(image.mean(190, 320, 30, 30, 0), 1.5 * image.mean(190, 320, 30, 30, 2));
-    EXPECT_GT(image.mean(90, 90, 20, 20, 1), 1.05 * image.mean(90, 90, 20, 20, 0));
-    EXPECT_GT(image.mean(90, 90, 20, 20, 1), 1.2 * image.mean(90, 90, 20, 20, 2));
+    EXPECT_GT(image.Mean(190, 320, 30, 30, 0), 1.5 * image.Mean(190, 320, 30, 30, 1));
+    EXPECT_GT(image.Mean(190, 320, 30, 30, 0), 1.5 * image.Mean(190, 320, 30, 30, 2));
+    EXPECT_GT(image.Mean(90, 90, 20, 20, 1), 1.05 * image.Mean(90, 90, 20, 20, 0));
+    EXPECT_GT(image.Mean(90, 90, 20, 20, 1), 1.2 * image.Mean(90, 90, 20, 20, 2));
 }
 
 TEST_F(RealFrames, DefectPixelsAreNoSignOfAnotherFormat) {

@@ -244,8 +244,8 @@ TEST_F(Stages, ColorsOfALargeFrameStayWhereTheyBelong) {
         }
         const auto quarter = [&](const Arguments& stages, unsigned x, unsigned y) {
             const SPng image = Converted(raw, {"-W", "40", "-H", "40", "-f", "raw8", "-a", array.name}, stages);
-            EXPECT_NEAR(image.mean(x + 4, y + 4, 12, 12, 0), 200, 1e-9) << array.name << commandLine(stages);
-            EXPECT_NEAR(image.mean(24 - x, 24 - y, 12, 12, 2), 200, 1e-9) << array.name << commandLine(stages);
+            EXPECT_NEAR(image.Mean(x + 4, y + 4, 12, 12, 0), 200, 1e-9) << array.name << commandLine(stages);
+            EXPECT_NEAR(image.Mean(24 - x, 24 - y, 12, 12, 2), 200, 1e-9) << array.name << commandLine(stages);
         };
         quarter({"--mirror", "h"}, 20, 0);
         quarter({"--mirror", "v"}, 0, 20);

@@ -87,7 +87,7 @@ TEST(CConversionExports, WorkedFigures) {
     EXPECT_EQ(number, 1U);
     EXPECT_EQ(VekCam_GetExposureTimeFromClock(handle, 0, &real), 1);
     EXPECT_EQ(real, 777.0F / 48000000.0F);
-    handle.Driver().controls[0x08000404] = 0;
+    handle.Driver().mControls[0x08000404] = 0;
     EXPECT_EQ(VekCam_GetVBlankFromFPS(handle, 10.0F, &number), -22);
     EXPECT_EQ(number, 0U);
 }

@@ -16,36 +16,38 @@ public:
     using Write = std::pair<unsigned short, unsigned long>;
 
     bool SetGainAndExposure(unsigned short newGain, unsigned long exposureClock) override {
-        writes.emplace_back(newGain, exposureClock);
-        return takes;
+        mWrites.emplace_back(newGain, exposureClock);
+        return mTakes;
     }
     bool GetGainAndExposure(unsigned short* currentGain, unsigned long* exposureClock) override {
-        *currentGain = gain;
-        *exposureClock = exposure;
+        *currentGain = mGain;
+        *exposureClock = mExposure;
         return true;
     }
-    unsigned short GetMaxGain() override { return maxGain; }
-    unsigned short GetInitialGain() override { return initialGain; }
-    float GainValue2DB(unsigned short value) override { return fixedDb ? *fixedDb : gainDbFromValue(gainType, value); }
-    unsigned short GainDB2Value(float dB) override {
-        askedDb.push_back(dB);
-        return fixedValue ? *fixedValue : gainValueFromDb(gainType, dB, maxGain);
+    unsigned short GetMaxGain() override { return mMaxGain; }
+    unsigned short GetInitialGain() override { return mInitialGain; }
+    float GainValue2DB(unsigned short value) override {
+        return mFixedDb ? *mFixedDb : gainDbFromValue(mGainType, value);
     }
-    unsigned long GetMaxLongExposureClock() override { return maxLong; }
-    long GetMaxShortExposureClock() override { return maxShort; }
+    unsigned short GainDB2Value(float dB) override {
+        mAskedDb.push_back(dB);
+        return mFixedValue ? *mFixedValue : gainValueFromDb(mGainType, dB, mMaxGain);
+    }
+    unsigned long GetMaxLongExposureClock() override { return mMaxLong; }
+    long GetMaxShortExposureClock() override { return mMaxShort; }
 
-    unsigned long gainType = 4;
-    unsigned short maxGain = 1000;
-    unsigned short initialGain = 0;
-    unsigned short gain = 0;
-    unsigned long exposure = 1000;
-    unsigned long maxLong = 1000000;
-    long maxShort = 5000;
-    bool takes = true;
-    std::optional<float> fixedDb;
-    std::optional<unsigned short> fixedValue;
-    std::vector<Write> writes;
-    std::vector<float> askedDb;
+    unsigned long mGainType = 4;
+    unsigned short mMaxGain = 1000;
+    unsigned short mInitialGain = 0;
+    unsigned short mGain = 0;
+    unsigned long mExposure = 1000;
+    unsigned long mMaxLong = 1000000;
+    long mMaxShort = 5000;
+    bool mTakes = true;
+    std::optional<float> mFixedDb;
+    std::optional<unsigned short> mFixedValue;
+    std::vector<Write> mWrites;
+    std::vector<float> mAskedDb;
 };
 
 } // namespace vek::test

@@ -43,8 +43,8 @@ protected:
     /// A loop that starts at one end of its range.
     struct SStart {
         bool bright;
-        std::uint32_t exposure() const { return bright ? 0 : 1; }
-        unsigned gain() const { return bright ? Model().maxGain : Model().initialGain; }
+        std::uint32_t Exposure() const { return bright ? 0 : 1; }
+        unsigned Gain() const { return bright ? Model().maxGain : Model().initialGain; }
     };
 
     /// No setting between the ones that a loop swings between has a level in the dead band.
@@ -94,7 +94,7 @@ protected:
     }
 
     static void RunUnder(float light, SStart start, unsigned char mode) {
-        CClosedLoop loop(Name(), start.exposure(), start.gain());
+        CClosedLoop loop(Name(), start.Exposure(), start.Gain());
         loop.Driver().SetLightLevel(light);
         VekCam_SetALCMode(loop.Handle(), mode);
         const std::vector<SLoopStep> steps = loop.Run(GetParam().frames + kTail);

@@ -199,17 +199,17 @@ TEST_F(CLuminanceExports, GainStepAtAGainBelow1) {
 
 TEST_F(CLuminanceExports, RefusedWrites) {
     ASSERT_EQ(VekCam_SetALCMode(mHandle, 5), 1);
-    mDriver.controls.erase(kCidExposure);
+    mDriver.mControls.erase(kCidExposure);
     EXPECT_EQ(Step(64), 0);
     EXPECT_EQ(mFlags, 1U);
     EXPECT_EQ(Writes(), (Values{kCidGain, 2, kCidExposure, 2000}));
-    mDriver.controls.erase(kCidGain);
+    mDriver.mControls.erase(kCidGain);
     EXPECT_EQ(Step(64), 0);
     EXPECT_EQ(mFlags, 1U);
     EXPECT_EQ(Writes(), (Values{kCidGain, 2})); // no exposure after a refused gain
     EXPECT_EQ(Mode(), 5);
-    mDriver.controls[kCidGain] = 0;
-    mDriver.controls[kCidExposure] = 0;
+    mDriver.mControls[kCidGain] = 0;
+    mDriver.mControls[kCidExposure] = 0;
     EXPECT_EQ(Step(128), 1); // what the camera has now is not asked
     EXPECT_EQ(mFlags, 0U);
     EXPECT_EQ(Mode(), 0);

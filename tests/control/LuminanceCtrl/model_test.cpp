@@ -28,9 +28,9 @@ public:
         if (mRandom.Below(8) == 0) {
             ChangeSetting();
         }
-        mReal.takes = mPlain.takes = mRandom.Below(16) != 0;
-        mReal.writes.clear();
-        mPlain.writes.clear();
+        mReal.mTakes = mPlain.mTakes = mRandom.Below(16) != 0;
+        mReal.mWrites.clear();
+        mPlain.mWrites.clear();
         const unsigned short average = Average();
         const SLuminanceModel before = mModel;
         unsigned long flags = 99;
@@ -38,7 +38,7 @@ public:
         const unsigned long result = mControl.RunALC(average, &flags);
         const unsigned long expected = mModel.RunALC(average, &expectedFlags);
         mSteps[expectedFlags & 3U] += 1;
-        if (result != expected || flags != expectedFlags || mReal.writes != mPlain.writes ||
+        if (result != expected || flags != expectedFlags || mReal.mWrites != mPlain.mWrites ||
             mControl.GetMode() != mModel.mode || mControl.GetTarget() != mModel.target ||
             mControl.GetCurExposureClockNonZero() != mModel.NonZero(mModel.exposure) ||
             mControl.GetAEMaxExposureClockNonZero() != mModel.NonZero(mModel.maxExposure) ||
@@ -50,8 +50,8 @@ public:
                    << "mode " << before.mode << " target " << before.target << " average " << average << " gain "
                    << before.gain << " in " << before.minGain << ".." << before.maxGain << " exposure "
                    << before.exposure << " in " << before.minExposure << ".." << before.maxExposure << " short "
-                   << mReal.maxShort << " long " << mReal.maxLong << " type " << mReal.gainType << " max gain "
-                   << mReal.maxGain << ": result " << result << " for " << expected << ", flags " << flags << " for "
+                   << mReal.mMaxShort << " long " << mReal.mMaxLong << " type " << mReal.mGainType << " max gain "
+                   << mReal.mMaxGain << ": result " << result << " for " << expected << ", flags " << flags << " for "
                    << expectedFlags << ", wrote " << Text(mReal) << " for " << Text(mPlain);
         }
         return ::testing::AssertionSuccess();
@@ -61,9 +61,9 @@ public:
 
 private:
     static std::string Text(const CScriptedCamera& camera) {
-        return camera.writes.empty()
+        return camera.mWrites.empty()
                    ? "nothing"
-                   : std::to_string(camera.writes.back().first) + "/" + std::to_string(camera.writes.back().second);
+                   : std::to_string(camera.mWrites.back().first) + "/" + std::to_string(camera.mWrites.back().second);
     }
     unsigned short Level() { return static_cast<unsigned short>(mRandom.Next() >> (48 + mRandom.Below(16))); }
     /// Below 2^62: twice an exposure stays a number.
@@ -82,13 +82,13 @@ private:
     CScriptedCamera RandomCamera() {
         constexpr unsigned short maxGains[] = {0, 1, 63, 100, 240, 511, 1023, 65535};
         CScriptedCamera camera;
-        camera.gainType = mRandom.Below(7);
-        camera.maxGain = maxGains[mRandom.Below(8)];
-        camera.initialGain = static_cast<unsigned short>(mRandom.Below(3) == 0 ? Gain() : 0);
-        camera.gain = Gain();
-        camera.exposure = Clock();
-        camera.maxShort = static_cast<long>(Clock() >> mRandom.Below(8));
-        camera.maxLong = Clock() | mRandom.Below(1000000);
+        camera.mGainType = mRandom.Below(7);
+        camera.mMaxGain = maxGains[mRandom.Below(8)];
+        camera.mInitialGain = static_cast<unsigned short>(mRandom.Below(3) == 0 ? Gain() : 0);
+        camera.mGain = Gain();
+        camera.mExposure = Clock();
+        camera.mMaxShort = static_cast<long>(Clock() >> mRandom.Below(8));
+        camera.mMaxLong = Clock() | mRandom.Below(1000000);
         if (mRandom.Below(16) == 0) {
             constexpr float strange[] = {std::numeric_limits<float>::quiet_NaN(),
                                          std::numeric_limits<float>::infinity(),
@@ -98,7 +98,7 @@ private:
                                          -100.0F,
                                          770.0F,
                                          3000.0F};
-            camera.fixedDb = strange[mRandom.Below(std::size(strange))];
+            camera.mFixedDb = strange[mRandom.Below(std::size(strange))];
         }
         return camera;
     }
@@ -148,7 +148,7 @@ private:
                 EXPECT_EQ(mControl.Reset(), mModel.Reset());
                 mControl.SetMode(static_cast<unsigned char>(mModel.mode = 1));
             } else {
-                mReal.maxShort = mPlain.maxShort = static_cast<long>(Clock());
+                mReal.mMaxShort = mPlain.mMaxShort = static_cast<long>(Clock());
             }
             break;
         }

@@ -16,42 +16,42 @@ namespace {
 class CRecordingCamera final : public IUpdateGainExposureClockSetting {
 public:
     bool SetGainAndExposure(unsigned short, unsigned long) override {
-        calls.push_back("set");
+        mCalls.push_back("set");
         return true;
     }
     bool GetGainAndExposure(unsigned short* gain, unsigned long* exposureClock) override {
-        calls.push_back("get");
+        mCalls.push_back("get");
         *gain = 33;
         *exposureClock = 44;
-        return answers;
+        return mAnswers;
     }
     unsigned short GetMaxGain() override {
-        calls.push_back("max");
+        mCalls.push_back("max");
         return 0xFFFE;
     }
     unsigned short GetInitialGain() override {
-        calls.push_back("initial");
+        mCalls.push_back("initial");
         return 0xFFF0;
     }
     float GainValue2DB(unsigned short) override {
-        calls.push_back("toDb");
+        mCalls.push_back("toDb");
         return 0.0F;
     }
     unsigned short GainDB2Value(float) override {
-        calls.push_back("fromDb");
+        mCalls.push_back("fromDb");
         return 0;
     }
     unsigned long GetMaxLongExposureClock() override {
-        calls.push_back("long");
+        mCalls.push_back("long");
         return 1;
     }
     long GetMaxShortExposureClock() override {
-        calls.push_back("short");
+        mCalls.push_back("short");
         return 1;
     }
 
-    std::vector<std::string> calls;
-    bool answers = true;
+    std::vector<std::string> mCalls;
+    bool mAnswers = true;
 };
 
 void expectDefaults(const CLuminanceCtrl& control) {
@@ -69,15 +69,15 @@ TEST(CLuminanceSettings, ConstructionResets) {
     CRecordingCamera camera;
     const CLuminanceCtrl control(camera);
     expectDefaults(control);
-    ASSERT_EQ(camera.calls.size(), 3U);
-    EXPECT_EQ(camera.calls.back(), "get");
-    EXPECT_NE(camera.calls[0], camera.calls[1]);
+    ASSERT_EQ(camera.mCalls.size(), 3U);
+    EXPECT_EQ(camera.mCalls.back(), "get");
+    EXPECT_NE(camera.mCalls[0], camera.mCalls[1]);
 }
 
 TEST(CLuminanceSettings, SettersKeepAnyValue) {
     CRecordingCamera camera;
     CLuminanceCtrl control(camera);
-    camera.calls.clear();
+    camera.mCalls.clear();
     for (const unsigned value : {0U, 1U, 15U, 16U, 255U}) {
         control.SetMode(static_cast<unsigned char>(value));
         EXPECT_EQ(control.GetMode(), value);
@@ -96,7 +96,7 @@ TEST(CLuminanceSettings, SettersKeepAnyValue) {
         EXPECT_EQ(control.GetAEMaxExposureClock(), value);
         EXPECT_EQ(control.GetAEMinExposureClock(), ~value);
     }
-    EXPECT_TRUE(camera.calls.empty());
+    EXPECT_TRUE(camera.mCalls.empty());
 }
 
 TEST(CLuminanceSettings, ResetRestoresTheDefaults) {
@@ -110,7 +110,7 @@ TEST(CLuminanceSettings, ResetRestoresTheDefaults) {
     control.SetAGCMinGain(11);
     EXPECT_TRUE(control.Reset());
     expectDefaults(control);
-    camera.answers = false;
+    camera.mAnswers = false;
     EXPECT_FALSE(control.Reset());
     expectDefaults(control);
 }

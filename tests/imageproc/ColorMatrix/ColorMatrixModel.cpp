@@ -46,17 +46,17 @@ SMatrix hueMatrix(short hue, unsigned short saturation) {
 
 } // namespace
 
-CColorMatrixModel::CColorMatrixModel() : matrix(kIdentity) {}
+CColorMatrixModel::CColorMatrixModel() : mMatrix(kIdentity) {}
 
 unsigned long CColorMatrixModel::SetColorMatrix(unsigned char mode, const short* values) {
     if (mode != 0 && mode != 255) {
         return kInvalid;
     }
-    matrix = kIdentity;
+    mMatrix = kIdentity;
     if (mode == 255) {
-        std::copy(values, values + 12, matrix.begin());
+        std::copy(values, values + 12, mMatrix.begin());
     }
-    matrixMode = mode;
+    mMatrixMode = mode;
     Update();
     return 0;
 }
@@ -65,22 +65,22 @@ unsigned long CColorMatrixModel::SetHueSaturation(unsigned char mode, short newH
     if (mode > 1) {
         return kInvalid;
     }
-    hue = mode == 1 ? newHue : short{0};
-    saturation = mode == 1 ? newSaturation : std::uint16_t{100};
-    hueMode = mode;
+    mHue = mode == 1 ? newHue : short{0};
+    mSaturation = mode == 1 ? newSaturation : std::uint16_t{100};
+    mHueMode = mode;
     Update();
     return 0;
 }
 
 void CColorMatrixModel::Update() {
-    const SMatrix h = hueMatrix(hue, saturation);
+    const SMatrix h = hueMatrix(mHue, mSaturation);
     SMatrix k{};
     float offset[3] = {};
     for (std::size_t row = 0; row < 3; ++row) {
         for (std::size_t column = 0; column < 3; ++column) {
-            k.at[row][column] = static_cast<float>(matrix[row * 4 + column]) / 100.0F;
+            k.at[row][column] = static_cast<float>(mMatrix[row * 4 + column]) / 100.0F;
         }
-        offset[row] = static_cast<float>(matrix[row * 4 + 3]) / 100.0F;
+        offset[row] = static_cast<float>(mMatrix[row * 4 + 3]) / 100.0F;
     }
     SMatrix m{};
     for (std::size_t row = 0; row < 3; ++row) {
@@ -123,11 +123,11 @@ unsigned long CColorMatrixModel::Status(unsigned long pixelFormat, unsigned* sam
         return 0;
     case 4:
     case 256:
-        *samples = matrixMode == 0 && hueMode == 0 ? 0 : 3;
+        *samples = mMatrixMode == 0 && mHueMode == 0 ? 0 : 3;
         return 0;
     case 8:
     case 512:
-        *samples = matrixMode == 0 && hueMode == 0 ? 0 : 4;
+        *samples = mMatrixMode == 0 && mHueMode == 0 ? 0 : 4;
         return 0;
     default:
         return kInvalid;

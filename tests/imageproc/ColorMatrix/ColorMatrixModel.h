@@ -26,11 +26,11 @@ public:
     /// Whether every entry and every sum fits in 32 bits; beyond that no result is defined.
     bool Defined() const { return mDefined; }
 
-    unsigned char matrixMode = 0;
-    std::array<short, 12> matrix{};
-    unsigned char hueMode = 0;
-    short hue = 0;
-    unsigned short saturation = 100;
+    unsigned char mMatrixMode = 0;
+    std::array<short, 12> mMatrix{};
+    unsigned char mHueMode = 0;
+    short mHue = 0;
+    unsigned short mSaturation = 100;
 
 private:
     void Update();

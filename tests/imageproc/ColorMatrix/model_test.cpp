@@ -69,11 +69,11 @@ protected:
     }
     ::testing::AssertionResult Explain(const ::testing::AssertionResult& result) const {
         ::testing::AssertionResult failure = ::testing::AssertionFailure();
-        failure << result.message() << "; matrix " << int{mModel.matrixMode} << ":";
-        for (const short value : mModel.matrix) {
+        failure << result.message() << "; matrix " << int{mModel.mMatrixMode} << ":";
+        for (const short value : mModel.mMatrix) {
             failure << " " << value;
         }
-        return failure << "; hue mode " << int{mModel.hueMode} << ": " << mModel.hue << ", " << mModel.saturation;
+        return failure << "; hue mode " << int{mModel.mHueMode} << ": " << mModel.mHue << ", " << mModel.mSaturation;
     }
     /// Formats of words and bytes work on samples of either width.
     static unsigned long Format(unsigned samples, unsigned turn) {
@@ -98,7 +98,7 @@ protected:
         const SInPlaceImage row{image.size() / samples, 1, samples, 0};
         ASSERT_EQ(mModel.Process(row, format, expected.data(), bits), 0U);
         ASSERT_EQ(call(*mTested, row, format, image.data(), bits), 0U);
-        ASSERT_EQ(image, expected) << "hue " << mModel.hue;
+        ASSERT_EQ(image, expected) << "hue " << mModel.mHue;
     }
     /// Each input in turn takes every value, the two others stay.
     void ExpectEveryValue(unsigned long count, int others, unsigned long format, unsigned bits) {
@@ -246,15 +246,15 @@ TYPED_TEST(CColorMatrixTest, AnyOrderOfSetters) {
         unsigned char readMode = 77;
         std::array<short, 12> matrix{};
         ASSERT_EQ(this->mTested->GetColorMatrix(&readMode, matrix.data()), 0U);
-        ASSERT_EQ(readMode, this->mModel.matrixMode);
-        ASSERT_EQ(matrix, this->mModel.matrix);
+        ASSERT_EQ(readMode, this->mModel.mMatrixMode);
+        ASSERT_EQ(matrix, this->mModel.mMatrix);
         short hue = 77;
         unsigned short saturation = 77;
         readMode = 77;
         ASSERT_EQ(this->mTested->GetHueSaturation(&readMode, &hue, &saturation), 0U);
-        ASSERT_EQ(readMode, this->mModel.hueMode);
-        ASSERT_EQ(hue, this->mModel.hue);
-        ASSERT_EQ(saturation, this->mModel.saturation);
+        ASSERT_EQ(readMode, this->mModel.mHueMode);
+        ASSERT_EQ(hue, this->mModel.mHue);
+        ASSERT_EQ(saturation, this->mModel.mSaturation);
         ASSERT_TRUE(this->RunDeep({9, 2, 3, 0}, turn));
     }
 }

@@ -30,25 +30,25 @@ inline void* eachROI(IMultiROIImage& module, unsigned index, void* data, unsigne
 class CScriptedRegions final : public IRegionInfo {
 public:
     unsigned short GetMaxROICount() override {
-        Throw(onCount);
-        return static_cast<unsigned short>(slots.size());
+        Throw(mOnCount);
+        return static_cast<unsigned short>(mSlots.size());
     }
     int GetMultiROIType() override {
-        Throw(onType);
-        return type;
+        Throw(mOnType);
+        return mType;
     }
     void GetROIInfo(unsigned int index, unsigned int* enabled, unsigned int* offsetX, unsigned int* offsetY,
                     unsigned int* width, unsigned int* height) override {
-        asked.push_back(index);
+        mAsked.push_back(index);
         if (*enabled != 0 || *offsetX != 0 || *offsetY != 0 || *width != 0 || *height != 0) {
-            allZeroed = false;
+            mAllZeroed = false;
         }
-        const SRegionSlot& slot = slots.at(index);
-        if (index == throwingSlot) {
+        const SRegionSlot& slot = mSlots.at(index);
+        if (index == mThrowingSlot) {
             *enabled = 1;
             *width = 5;
             *height = 5;
-            Throw(onSlot);
+            Throw(mOnSlot);
         }
         if (!slot.answers) {
             return;
@@ -60,21 +60,21 @@ public:
         *height = slot.height;
     }
     int GetMaxROICountH() override {
-        ++countHCalls;
+        ++mCountHCalls;
         return 1;
     }
 
-    std::vector<SRegionSlot> slots;
-    int type = 0;
-    std::vector<unsigned> asked;
-    bool allZeroed = true; ///< the outputs of every question were 0 before
-    int countHCalls = 0;
+    std::vector<SRegionSlot> mSlots;
+    int mType = 0;
+    std::vector<unsigned> mAsked;
+    bool mAllZeroed = true; ///< the outputs of every question were 0 before
+    int mCountHCalls = 0;
 
     // Each throws what it likes.
-    std::function<void()> onCount;
-    std::function<void()> onType;
-    std::function<void()> onSlot;
-    std::size_t throwingSlot = ~std::size_t{0};
+    std::function<void()> mOnCount;
+    std::function<void()> mOnType;
+    std::function<void()> mOnSlot;
+    std::size_t mThrowingSlot = ~std::size_t{0};
 
 private:
     static void Throw(const std::function<void()>& action) {

@@ -58,29 +58,29 @@ protected:
         VekCam_Close(mHandle);
         mMaxRois = maxRois;
         mDriver.Describe(19, 1, maxRois);
-        mDriver.controls[VEK_CID_COLOR_ARRAY] = VEK_COLOR_ARRAY_RGGB;
+        mDriver.mControls[VEK_CID_COLOR_ARRAY] = VEK_COLOR_ARRAY_RGGB;
         SetFormat(VEK_TRANSFER_RAW8);
         mHandle = VekCam_Open(5);
         mModel = CMultiROIModel();
     }
-    void SetFormat(int format) { mDriver.controls[VEK_CID_TRANSFER_FORMAT] = format; }
+    void SetFormat(int format) { mDriver.mControls[VEK_CID_TRANSFER_FORMAT] = format; }
     void SetSize(std::uint64_t bytes) {
-        mDriver.controls[VEK_CID_RAW_IMAGE_SIZE] = static_cast<std::int32_t>(static_cast<std::uint32_t>(bytes));
+        mDriver.mControls[VEK_CID_RAW_IMAGE_SIZE] = static_cast<std::int32_t>(static_cast<std::uint32_t>(bytes));
     }
     void SetImage(std::int32_t width, std::int32_t height) {
-        mDriver.controls[VEK_CID_IMAGE_WIDTH] = width;
-        mDriver.controls[VEK_CID_IMAGE_HEIGHT] = height;
+        mDriver.mControls[VEK_CID_IMAGE_WIDTH] = width;
+        mDriver.mControls[VEK_CID_IMAGE_HEIGHT] = height;
     }
     /// The slots from the first; the rest of them is not in use.
     void SetSlots(const std::vector<SRegionSlot>& slots) {
         mRegions.clear();
-        mDriver.regions.clear();
+        mDriver.mRegions.clear();
         for (unsigned i = 0; i < mMaxRois && i < slots.size(); ++i) {
             const SRegionSlot& slot = slots[i];
             if (!slot.answers) {
                 continue;
             }
-            std::array<std::uint8_t, 10>& bytes = mDriver.regions[static_cast<std::uint8_t>(i)];
+            std::array<std::uint8_t, 10>& bytes = mDriver.mRegions[static_cast<std::uint8_t>(i)];
             const unsigned numbers[] = {slot.x, slot.y, slot.width, slot.height};
             for (unsigned k = 0; k < 4; ++k) {
                 bytes[2 * k] = static_cast<std::uint8_t>(numbers[k]);
@@ -95,8 +95,8 @@ protected:
     }
 
     unsigned long Format() {
-        const auto transfer = static_cast<unsigned long>(mDriver.controls[VEK_CID_TRANSFER_FORMAT]);
-        const auto sensor = static_cast<unsigned short>(mDriver.controls[VEK_CID_COLOR_ARRAY]);
+        const auto transfer = static_cast<unsigned long>(mDriver.mControls[VEK_CID_TRANSFER_FORMAT]);
+        const auto sensor = static_cast<unsigned short>(mDriver.mControls[VEK_CID_COLOR_ARRAY]);
         return static_cast<unsigned long>(VekTransferPixelFormat(transfer, VekTransferColorArray(transfer, sensor)));
     }
     std::size_t FrameBytes() { return modelFrameBytes(mRegions, Format()); }
@@ -130,9 +130,9 @@ protected:
         bool buffer = false;
         mModel.Update(mRegions, mMaxRois == 8 ? 0 : kCombinedLayout, 1);
         if (mRegions.size() == 1) {
-            const auto width = static_cast<unsigned long>(static_cast<long>(mDriver.controls[VEK_CID_IMAGE_WIDTH]));
-            const auto height = static_cast<unsigned long>(static_cast<long>(mDriver.controls[VEK_CID_IMAGE_HEIGHT]));
-            const auto transfer = static_cast<unsigned long>(mDriver.controls[VEK_CID_TRANSFER_FORMAT]);
+            const auto width = static_cast<unsigned long>(static_cast<long>(mDriver.mControls[VEK_CID_IMAGE_WIDTH]));
+            const auto height = static_cast<unsigned long>(static_cast<long>(mDriver.mControls[VEK_CID_IMAGE_HEIGHT]));
+            const auto transfer = static_cast<unsigned long>(mDriver.mControls[VEK_CID_TRANSFER_FORMAT]);
             wanted = {frame, {width, height, width * VekTransferFormatBits(transfer) / 8}};
         } else if ((missing & kMissingImage) != 0) {
             // Nothing is done.
@@ -270,7 +270,7 @@ TEST_F(CMultiROIExport, NoFrameSize) {
                     SetSize(0);
                     EXPECT_TRUE(Refused(selector, frame, missing));
                     EXPECT_TRUE(Refused(selector, nullptr, missing));
-                    mDriver.controls.erase(VEK_CID_RAW_IMAGE_SIZE);
+                    mDriver.mControls.erase(VEK_CID_RAW_IMAGE_SIZE);
                     EXPECT_TRUE(Refused(selector, frame, missing));
                 }
             }
@@ -562,7 +562,7 @@ TEST_F(CMultiROIExport, EveryFormat) {
         for (int format = 0; format <= 23; ++format) {
             for (int colorArray = 0; colorArray <= 6; ++colorArray) {
                 SetFormat(format);
-                mDriver.controls[VEK_CID_COLOR_ARRAY] = colorArray;
+                mDriver.mControls[VEK_CID_COLOR_ARRAY] = colorArray;
                 const std::size_t size = FrameBytes();
                 for (unsigned long selector = 0; selector < 3; ++selector) {
                     ASSERT_TRUE(MatchesFrame(selector, size + 1)) << format << ' ' << colorArray << ' ' << selector;

@@ -26,8 +26,8 @@ protected:
 
     void Update(const std::vector<SRegionSlot>& slots, int type = 0, unsigned alignment = 1) {
         CScriptedRegions camera;
-        camera.slots = slots;
-        camera.type = type;
+        camera.mSlots = slots;
+        camera.mType = type;
         EXPECT_FALSE(mModule->UpdateROIInfo(&camera, alignment));
     }
     void* AddFrame(unsigned long frameId, Bytes& frame, unsigned long format = kMono8) {

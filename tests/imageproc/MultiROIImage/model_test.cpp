@@ -51,14 +51,14 @@ protected:
 
     void Update(const std::vector<SRegionSlot>& slots, int type, unsigned alignment) {
         CScriptedRegions camera;
-        camera.slots = slots;
-        camera.type = type;
+        camera.mSlots = slots;
+        camera.mType = type;
         EXPECT_FALSE(mModule->UpdateROIInfo(&camera, alignment));
-        EXPECT_TRUE(camera.allZeroed);
-        EXPECT_EQ(camera.countHCalls, 0);
-        EXPECT_EQ(camera.asked.size(), slots.size());
-        for (std::size_t i = 0; i < camera.asked.size(); ++i) {
-            EXPECT_EQ(camera.asked[i], i);
+        EXPECT_TRUE(camera.mAllZeroed);
+        EXPECT_EQ(camera.mCountHCalls, 0);
+        EXPECT_EQ(camera.mAsked.size(), slots.size());
+        for (std::size_t i = 0; i < camera.mAsked.size(); ++i) {
+            EXPECT_EQ(camera.mAsked[i], i);
         }
         std::vector<SRegionModel> regions;
         for (const SRegionSlot& slot : slots) {
@@ -392,13 +392,13 @@ TEST_F(CMultiROIModelTest, ExceptionsEndTheScan) {
     for (const auto& thrower : throwers) {
         for (std::size_t at = 0; at < 4; ++at) {
             CScriptedRegions camera;
-            camera.slots = {{0, 0, 3, 2}, {9, 9, 0, 2}, {5, 0, 4, 2}, {20, 8, 2, 1}, {30, 0, 1, 1}};
-            camera.throwingSlot = at;
-            camera.onSlot = thrower;
+            camera.mSlots = {{0, 0, 3, 2}, {9, 9, 0, 2}, {5, 0, 4, 2}, {20, 8, 2, 1}, {30, 0, 1, 1}};
+            camera.mThrowingSlot = at;
+            camera.mOnSlot = thrower;
             bool returned = true;
             ASSERT_NO_THROW(returned = mModule->UpdateROIInfo(&camera, 1));
             EXPECT_FALSE(returned);
-            EXPECT_EQ(camera.asked.size(), at + 1);
+            EXPECT_EQ(camera.mAsked.size(), at + 1);
             std::vector<SRegionModel> kept;
             if (at > 0) {
                 kept.push_back({0, 0, 3, 2});
@@ -411,19 +411,19 @@ TEST_F(CMultiROIModelTest, ExceptionsEndTheScan) {
             EXPECT_TRUE(AddFrame(at, FrameBytes(0x00080000), 0x00080000, Flush::Right));
         }
         CScriptedRegions camera;
-        camera.slots = {{0, 0, 3, 2}};
-        camera.onCount = thrower;
+        camera.mSlots = {{0, 0, 3, 2}};
+        camera.mOnCount = thrower;
         ASSERT_NO_THROW(mModule->UpdateROIInfo(&camera, 1));
         EXPECT_EQ(mModule->GetROICount(), 0U);
         EXPECT_EQ(mModule->GetCombiningImageSize(0), 0U);
-        EXPECT_TRUE(camera.asked.empty());
+        EXPECT_TRUE(camera.mAsked.empty());
 
         CScriptedRegions untyped;
-        untyped.slots = {{0, 0, 3, 2}};
-        untyped.onType = thrower;
+        untyped.mSlots = {{0, 0, 3, 2}};
+        untyped.mOnType = thrower;
         ASSERT_NO_THROW(mModule->UpdateROIInfo(&untyped, 1));
         EXPECT_EQ(mModule->GetROICount(), 0U);
-        EXPECT_TRUE(untyped.asked.empty());
+        EXPECT_TRUE(untyped.mAsked.empty());
     }
 }
 
@@ -461,7 +461,7 @@ TEST_F(CMultiROIModelTest, BlocksOutsideAreNotCopied) {
     // The buffer is as good as new.
     mModel.Update(mModel.Regions(), 0, 1);
     CScriptedRegions camera;
-    camera.slots = {{10, 20, 8, 6}, {30, 40, 4, 2}};
+    camera.mSlots = {{10, 20, 8, 6}, {30, 40, 4, 2}};
     mModule->UpdateROIInfo(&camera, 1);
     ASSERT_TRUE(AddFrame(2, FrameBytes(kFormat), kFormat, Flush::Right));
 }
@@ -494,7 +494,7 @@ TEST_F(CMultiROIModelTest, BuffersThatCannotBeMade) {
         // Each of these is a size that wraps or nearly wraps in 64 bits.
         for (const unsigned long format : {0x00080000UL, 0x00100000UL, 0x00200000UL, 0x00300000UL, 0x00FF0000UL}) {
             CScriptedRegions camera;
-            camera.slots = slots;
+            camera.mSlots = slots;
             for (const unsigned alignment : {1U, 4096U, kMost}) {
                 mModule->UpdateROIInfo(&camera, alignment);
                 EXPECT_EQ(mModule->AddImageData(5, block.data(), 1, format, 0, 0, 1, 1, 0), nullptr);
@@ -509,7 +509,7 @@ TEST_F(CMultiROIModelTest, BuffersThatCannotBeMade) {
         }
     }
     CScriptedRegions camera;
-    camera.slots = {{1, 1, 4, 4}};
+    camera.mSlots = {{1, 1, 4, 4}};
     mModule->UpdateROIInfo(&camera, 1);
     mModel.Update({{1, 1, 4, 4}}, 0, 1);
     ASSERT_TRUE(AddFrame(8, 16, 0x00080000, Flush::Right));
@@ -527,7 +527,7 @@ TEST_F(CMultiROIModelTest, BlocksBeyond64Bits) {
     };
     for (const auto& slots : layouts) {
         CScriptedRegions camera;
-        camera.slots = slots;
+        camera.mSlots = slots;
         mModule->UpdateROIInfo(&camera, 1);
         RegionNumbers out{1, 2, 3, 4, 5};
         for (unsigned index = 0; index < 3; ++index) {
@@ -543,7 +543,7 @@ TEST_F(CMultiROIModelTest, WidthsBeyond32Bits) {
     constexpr unsigned kMost = 0xFFFFFFFF;
     CGuardedBuffer<std::uint8_t> block(256, Flush::Right);
     CScriptedRegions camera;
-    camera.slots = {{0, 0, kMost, 1}, {kMost, 0, 11, 1}}; // 2^32 + 10 columns
+    camera.mSlots = {{0, 0, kMost, 1}, {kMost, 0, 11, 1}}; // 2^32 + 10 columns
     for (const unsigned long format : {0x00080000UL, 0x00010000UL, 0x00200000UL}) {
         mModule->UpdateROIInfo(&camera, 1);
         EXPECT_EQ(mModule->GetCombiningImageSize(0), (1UL << 32) + 10);
@@ -559,8 +559,8 @@ TEST_F(CMultiROIModelTest, WidthsBeyond32Bits) {
 // stay inside of what there is.
 TEST_F(CMultiROIModelTest, CombinedFramesBetweenBlocks) {
     CScriptedRegions camera;
-    camera.slots = {{0, 0, 40, 30}};
-    camera.type = 2;
+    camera.mSlots = {{0, 0, 40, 30}};
+    camera.mType = 2;
     CGuardedBuffer<std::uint8_t> block(40 * 30 * 6, Flush::Right);
     fillSamples(block.data(), block.size(), Pattern::Random, 8, mRandom);
     for (const unsigned alignment : {1U, 64U}) {
@@ -600,8 +600,8 @@ TEST_F(CMultiROIModelTest, NullPointers) {
     RegionNumbers out{};
     EXPECT_EQ(eachROI(*mModule, 0, nullptr, 24, 0x00080000, &out), nullptr);
     CScriptedRegions camera;
-    camera.slots = {{0, 0, 4, 3}, {2, 3, 4, 3}};
-    camera.type = 2;
+    camera.mSlots = {{0, 0, 4, 3}, {2, 3, 4, 3}};
+    camera.mType = 2;
     mModule->UpdateROIInfo(&camera, 1);
     EXPECT_EQ(mModule->AddImageData(1, nullptr, 24, 0x00080000), nullptr);
     EXPECT_FALSE(mModule->UpdateROIInfo(nullptr, 1));

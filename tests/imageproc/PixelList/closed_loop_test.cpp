@@ -31,35 +31,35 @@ protected:
             const float charge = sensor.fullWellElectrons * (0.3F + 0.6F * static_cast<float>(i) / 100.0F);
             sensor.hotPixels.push_back({2 + 5 * (i % 12), 2 + 3 * (i / 12), 0.0F, charge});
         }
-        driver = std::make_shared<sim::CSimulatedDriver>(model, sensor);
-        driver->SetTransferFormat(VEK_TRANSFER_RAW8);
-        driver->SetLensCap(true);
-        fd = sim::openSimulatedCamera(driver);
-        handle = VekCam_Open(fd);
-        ASSERT_NE(handle, nullptr);
+        mDriver = std::make_shared<sim::CSimulatedDriver>(model, sensor);
+        mDriver->SetTransferFormat(VEK_TRANSFER_RAW8);
+        mDriver->SetLensCap(true);
+        mFd = sim::openSimulatedCamera(mDriver);
+        mHandle = VekCam_Open(mFd);
+        ASSERT_NE(mHandle, nullptr);
     }
     void TearDown() override {
-        VekCam_Close(handle);
-        sim::closeSimulatedCamera(fd);
+        VekCam_Close(mHandle);
+        sim::closeSimulatedCamera(mFd);
     }
 
     std::size_t HotPixels() const {
-        const std::vector<std::uint8_t> frame = driver->CaptureFrame();
+        const std::vector<std::uint8_t> frame = mDriver->CaptureFrame();
         return static_cast<std::size_t>(
             std::count_if(frame.begin(), frame.end(), [](std::uint8_t sample) { return sample >= kThreshold; }));
     }
     void Detect() const {
-        EXPECT_EQ(VekCam_DetectDefectPixel(handle, kWidth, kHeight, driver->CaptureFrame().data(), kThreshold), 0);
+        EXPECT_EQ(VekCam_DetectDefectPixel(mHandle, kWidth, kHeight, mDriver->CaptureFrame().data(), kThreshold), 0);
     }
     std::size_t UsedSlots() const {
-        const std::vector<sim::SPixelPosition> slots = driver->DefectSlots();
+        const std::vector<sim::SPixelPosition> slots = mDriver->DefectSlots();
         return static_cast<std::size_t>(
             std::count_if(slots.begin(), slots.end(), [](const auto& slot) { return slot.x != kUnused; }));
     }
 
-    std::shared_ptr<sim::CSimulatedDriver> driver;
-    int fd = -1;
-    VekCam_Handle handle = nullptr;
+    std::shared_ptr<sim::CSimulatedDriver> mDriver;
+    int mFd = -1;
+    VekCam_Handle mHandle = nullptr;
 };
 
 TEST_P(DefectClosedLoop, FoundPixelsAreGoneInTheNextFrame) {
@@ -83,9 +83,9 @@ TEST_P(DefectClosedLoop, BrightestOnesGetTheSlots) {
     const unsigned slots = sim::findCameraModel(GetParam()).defectPixelSlots;
     Open(slots + 10);
     Detect();
-    const std::vector<sim::SHotPixel> hot = driver->Sensor().hotPixels;
+    const std::vector<sim::SHotPixel> hot = mDriver->Sensor().hotPixels;
     unsigned brightest = 0;
-    for (const sim::SPixelPosition& slot : driver->DefectSlots()) {
+    for (const sim::SPixelPosition& slot : mDriver->DefectSlots()) {
         brightest += static_cast<unsigned>(std::count_if(hot.begin() + 8, hot.end(), [&](const sim::SHotPixel& pixel) {
             return pixel.x == slot.x && pixel.y == slot.y;
         }));

@@ -19,7 +19,7 @@ namespace {
                                              << entries.size() << " from " << model.MinValue() << " on";
     }
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        const SPIXEL_CANDIDATE pixel = list.GetPixelValue(static_cast<int>(i));
+        const SPixelCandidate pixel = list.GetPixelValue(static_cast<int>(i));
         if (pixel.x != entries[i].x || pixel.y != entries[i].y || pixel.value != entries[i].value) {
             return ::testing::AssertionFailure() << "entry " << i << ": " << pixel.x << ", " << pixel.y << ", value "
                                                  << pixel.value << ", not " << entries[i].value;

@@ -20,8 +20,8 @@ protected:
             GTEST_SKIP() << "this machine has no " << rows::tier(GetParam()).table->name;
         }
     }
-    const rows::SRowTable& table() const { return *rows::tier(GetParam()).table; }
-    static const rows::SRowTable& scalar() { return *rows::tier(0).table; }
+    const rows::SRowTable& Table() const { return *rows::tier(GetParam()).table; }
+    static const rows::SRowTable& Scalar() { return *rows::tier(0).table; }
 };
 
 /// Runs kernel(table, row) of both tables on a row of count samples, which stood the same before. The scalar table's

@@ -37,11 +37,11 @@ protected:
         for (const std::size_t channels : {1UL, 3UL, 4UL}) {
             for (const int shift : {-31, -16, -15, -8, -7, -2, 0, 2, 4, 6, 7, 8, 15, 16, 31}) {
                 const std::size_t at = rows::bytePixel(channels);
-                compare<std::uint8_t>(table(), "shift8", width, pixelBytes(width, channels), width,
+                compare<std::uint8_t>(Table(), "shift8", width, pixelBytes(width, channels), width,
                                       [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
                                           rows.bytes.shift8[at](src, dst, width, shift);
                                       });
-                compare<std::uint16_t>(table(), "shift16", width, pixelBytes(width, channels), width,
+                compare<std::uint16_t>(Table(), "shift16", width, pixelBytes(width, channels), width,
                                        [&](const rows::SRowTable& rows, const std::uint16_t* src, std::uint8_t* dst) {
                                            rows.bytes.shift16[at](src, dst, width, shift);
                                        });
@@ -51,11 +51,11 @@ protected:
     void CheckUnpacking(std::size_t width) {
         // Above 2 and 4 bits of the next pixel come in.
         for (const int shift : {0, 1, 2, 3, 4, 5, 8, 16}) {
-            compare<std::uint8_t>(table(), "unpack10", (width * 10 + 7) / 8, width, width,
+            compare<std::uint8_t>(Table(), "unpack10", (width * 10 + 7) / 8, width, width,
                                   [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
                                       rows.bytes.unpack10(src, dst, width, shift);
                                   });
-            compare<std::uint8_t>(table(), "unpack12", (width * 12 + 7) / 8, width, width,
+            compare<std::uint8_t>(Table(), "unpack12", (width * 12 + 7) / 8, width, width,
                                   [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
                                       rows.bytes.unpack12(src, dst, width, shift);
                                   });
@@ -69,13 +69,13 @@ protected:
         for (std::size_t space = 0; space < rows::kYCrCbSpaces; ++space) {
             for (std::size_t packing = 0; packing < rows::kPackings; ++packing) {
                 for (const unsigned channels : {3U, 4U}) {
-                    compare<std::uint8_t>(table(), "toBgr", bytes[packing], pixelBytes(width, channels), width,
+                    compare<std::uint8_t>(Table(), "toBgr", bytes[packing], pixelBytes(width, channels), width,
                                           [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
                                               rows.yCrCb.toBgr[space][packing][rows::pixelLayout(channels)](
                                                   src, dst, width, kTables[space]);
                                           });
                 }
-                compare<std::uint8_t>(table(), "toGrey", width == 0 ? 0 : lumaBytes[packing], width, width,
+                compare<std::uint8_t>(Table(), "toGrey", width == 0 ? 0 : lumaBytes[packing], width, width,
                                       [&](const rows::SRowTable& rows, const std::uint8_t* src, std::uint8_t* dst) {
                                           rows.yCrCb.toGray[space][packing](src, dst, width, kTables[space]);
                                       });
@@ -109,7 +109,7 @@ TEST_P(ByteRows, TakeTheirSourcesPlace) {
     const auto check = [&](std::size_t width, std::size_t srcBytes, const char* name, auto call) {
         CRandom random(width);
         const auto before = samplesOf<std::uint8_t>(srcBytes, Pattern::Random, 8, random);
-        ASSERT_TRUE(sameRows(scalar(), table(), before, Flush::Right, call)) << name << ' ' << width;
+        ASSERT_TRUE(sameRows(Scalar(), Table(), before, Flush::Right, call)) << name << ' ' << width;
     };
     for (std::size_t width = 1; width <= 130; ++width) {
         check(width, width, "shift8",
@@ -140,13 +140,13 @@ TEST_P(ByteRows, EveryYCrCbColor) {
                 src[3 * y + 1] = static_cast<std::uint8_t>(chroma);
                 src[3 * y + 2] = static_cast<std::uint8_t>(chroma >> 8);
             }
-            scalar().yCrCb.toBgr[space][packing][0](src.data(), expected.data(), width, kTables[space]);
-            table().yCrCb.toBgr[space][packing][0](src.data(), got.data(), width, kTables[space]);
-            ASSERT_EQ(got, expected) << table().name << ' ' << space << ' ' << chroma;
+            Scalar().yCrCb.toBgr[space][packing][0](src.data(), expected.data(), width, kTables[space]);
+            Table().yCrCb.toBgr[space][packing][0](src.data(), got.data(), width, kTables[space]);
+            ASSERT_EQ(got, expected) << Table().name << ' ' << space << ' ' << chroma;
         }
-        scalar().yCrCb.toGray[space][packing](src.data(), expected.data(), width, kTables[space]);
-        table().yCrCb.toGray[space][packing](src.data(), got.data(), width, kTables[space]);
-        ASSERT_EQ(got, expected) << table().name << ' ' << space;
+        Scalar().yCrCb.toGray[space][packing](src.data(), expected.data(), width, kTables[space]);
+        Table().yCrCb.toGray[space][packing](src.data(), got.data(), width, kTables[space]);
+        ASSERT_EQ(got, expected) << Table().name << ' ' << space;
     }
 }
 

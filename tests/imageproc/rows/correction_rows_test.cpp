@@ -27,10 +27,12 @@ private:
 
 class CorrectionRows : public CTierTest {
 protected:
+    using Kernels = const rows::SRowTable&;
+
     template <class T, class Kernel>
     void Compare(const char* name, std::size_t width, Pattern pattern, unsigned depth, Flush flush, CRandom& random,
                  Kernel kernel) {
-        ASSERT_TRUE(sameRows(scalar(), table(), samplesOf<T>(width, pattern, depth, random), flush, kernel))
+        ASSERT_TRUE(sameRows(Scalar(), Table(), samplesOf<T>(width, pattern, depth, random), flush, kernel))
             << name << ", depth " << depth;
     }
 
@@ -39,20 +41,19 @@ protected:
         CRandom random(seed);
         const CRows<T> around(5, width, pattern, depth, flush, random);
         const T threshold = static_cast<T>(((1U << depth) - 1) * 3 / 4);
-        using Table = const rows::SRowTable&;
         Compare<T>("easyMono", width, pattern, depth, flush, random,
-                   [&](Table rows, T* row) { rows::noiseRows<T>(rows).easyMono(around[1], row, around[2], width); });
+                   [&](Kernels rows, T* row) { rows::noiseRows<T>(rows).easyMono(around[1], row, around[2], width); });
         std::vector<T> kept[2] = {std::vector<T>(width + 1), std::vector<T>(width + 1)};
         T brightest[2] = {};
         std::size_t turn = 0;
-        Compare<T>("subtract", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+        Compare<T>("subtract", width, pattern, depth, flush, random, [&](Kernels rows, T* row) {
             brightest[turn] = rows::noiseRows<T>(rows).subtract(row, around[0], kept[turn].data(), width);
             ++turn;
         });
-        ASSERT_EQ(kept[0], kept[1]) << table().name;
-        ASSERT_EQ(brightest[0], brightest[1]) << table().name;
-        ASSERT_EQ(brightest[1], *std::max_element(kept[1].begin(), kept[1].end())) << table().name;
-        Compare<T>("repairMono", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+        ASSERT_EQ(kept[0], kept[1]) << Table().name;
+        ASSERT_EQ(brightest[0], brightest[1]) << Table().name;
+        ASSERT_EQ(brightest[1], *std::max_element(kept[1].begin(), kept[1].end())) << Table().name;
+        Compare<T>("repairMono", width, pattern, depth, flush, random, [&](Kernels rows, T* row) {
             rows::noiseRows<T>(rows).repairMono(around[1], row, around[2], around[4], width, threshold);
         });
         // A frame with few clipped samples: most blocks have none, some have one.
@@ -60,18 +61,18 @@ protected:
         for (std::size_t x = random.Next() % 40; x < width; x += 1 + random.Next() % 80) {
             live[x] = threshold;
         }
-        Compare<T>("repairMono, few", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+        Compare<T>("repairMono, few", width, pattern, depth, flush, random, [&](Kernels rows, T* row) {
             rows::noiseRows<T>(rows).repairMono(around[1], row, around[2], live.data(), width, threshold);
         });
         for (const unsigned greenParity : {0U, 1U}) {
-            Compare<T>("repairBayer, few", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+            Compare<T>("repairBayer, few", width, pattern, depth, flush, random, [&](Kernels rows, T* row) {
                 rows::noiseRows<T>(rows).repairBayer(around[0], around[1], row, around[2], around[3], live.data(),
                                                      width, greenParity, threshold);
             });
-            Compare<T>("easyBayer", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+            Compare<T>("easyBayer", width, pattern, depth, flush, random, [&](Kernels rows, T* row) {
                 rows::noiseRows<T>(rows).easyBayer(around[0], around[1], row, around[2], around[3], width, greenParity);
             });
-            Compare<T>("repairBayer", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+            Compare<T>("repairBayer", width, pattern, depth, flush, random, [&](Kernels rows, T* row) {
                 rows::noiseRows<T>(rows).repairBayer(around[0], around[1], row, around[2], around[3], around[4], width,
                                                      greenParity, threshold);
             });
@@ -88,24 +89,24 @@ protected:
             entries[x] = static_cast<std::int32_t>(seed % 2 == 0 ? value % 2048 : value);
         }
         const std::uint32_t maxValue = (1U << depth) - 1;
-        using Table = const rows::SRowTable&;
         for (const std::uint32_t offset : {0U, 16U, ~0U}) {
-            Compare<T>("gain", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+            Compare<T>("gain", width, pattern, depth, flush, random, [&](Kernels rows, T* row) {
                 rows::shadingRows<T>(rows).gain(row, entries.data(), width, offset, maxValue);
             });
         }
-        Compare<T>("offset", width, pattern, depth, flush, random, [&](Table rows, T* row) {
+        Compare<T>("offset", width, pattern, depth, flush, random, [&](Kernels rows, T* row) {
             rows::shadingRows<T>(rows).offset(row, entries.data(), width, maxValue);
         });
-        Compare<T>("show", width, pattern, depth, flush, random,
-                   [&](Table rows, T* row) { rows::shadingRows<T>(rows).show(row, entries.data(), width, maxValue); });
+        Compare<T>("show", width, pattern, depth, flush, random, [&](Kernels rows, T* row) {
+            rows::shadingRows<T>(rows).show(row, entries.data(), width, maxValue);
+        });
         const CRows<T> frame(1, width, pattern, depth, flush, random);
         for (const double count : {0.0, 1.0, 6.0, 1e6}) {
             std::vector<double> expected(width, 77.7);
             std::vector<double> got = expected;
-            rows::shadingRows<T>(scalar()).addToMean(frame[0], expected.data(), width, count);
-            rows::shadingRows<T>(table()).addToMean(frame[0], got.data(), width, count);
-            ASSERT_EQ(expected, got) << table().name << " addToMean, width " << width;
+            rows::shadingRows<T>(Scalar()).addToMean(frame[0], expected.data(), width, count);
+            rows::shadingRows<T>(Table()).addToMean(frame[0], got.data(), width, count);
+            ASSERT_EQ(expected, got) << Table().name << " addToMean, width " << width;
         }
     }
 };
@@ -176,8 +177,8 @@ void checkChains(const rows::SRowTable& scalar, const rows::SRowTable& table) {
 }
 
 TEST_P(CorrectionRows, ResultsThatRunAlongARow) {
-    checkChains<std::uint8_t>(scalar(), table());
-    checkChains<std::uint16_t>(scalar(), table());
+    checkChains<std::uint8_t>(Scalar(), Table());
+    checkChains<std::uint16_t>(Scalar(), Table());
 }
 
 TEST_P(CorrectionRows, EqualScalarForLargeWidths) {

@@ -32,11 +32,11 @@ protected:
             const std::size_t index = std::min<std::size_t>(row[x], rows::kCurveEntries<T> - 1);
             expected[x] = x % 2 == 0 ? even[index] : odd[index];
         }
-        rows::curveRows<T>(table()).lookUp(row.data(), width, even.data(), odd.data());
+        rows::curveRows<T>(Table()).lookUp(row.data(), width, even.data(), odd.data());
         ASSERT_TRUE(std::equal(expected.begin(), expected.end(), row.data()))
-            << table().name << ' ' << 8 * sizeof(T) << " bit, width " << width << ", depth " << depth << ", seed "
+            << Table().name << ' ' << 8 * sizeof(T) << " bit, width " << width << ", depth " << depth << ", seed "
             << seed;
-        ASSERT_TRUE(row.CanaryIntact()) << table().name << ", width " << width;
+        ASSERT_TRUE(row.CanaryIntact()) << Table().name << ", width " << width;
     }
 };
 
@@ -63,9 +63,9 @@ TEST_P(CurveRows, EveryByteInEveryColumn) {
     const std::vector<std::uint8_t> odd = randomTable<std::uint8_t>(random);
     for (unsigned value = 0; value < 256; ++value) {
         std::vector<std::uint8_t> row(131, static_cast<std::uint8_t>(value));
-        table().curves8.lookUp(row.data(), row.size(), even.data(), odd.data());
+        Table().curves8.lookUp(row.data(), row.size(), even.data(), odd.data());
         for (std::size_t x = 0; x < row.size(); ++x) {
-            ASSERT_EQ(row[x], x % 2 == 0 ? even[value] : odd[value]) << table().name << " column " << x;
+            ASSERT_EQ(row[x], x % 2 == 0 ? even[value] : odd[value]) << Table().name << " column " << x;
         }
     }
 }
@@ -88,8 +88,8 @@ void checkAddresses(const rows::SRowTable& table) {
 }
 
 TEST_P(CurveRows, EveryAddress) {
-    checkAddresses<std::uint8_t>(table());
-    checkAddresses<std::uint16_t>(table());
+    checkAddresses<std::uint8_t>(Table());
+    checkAddresses<std::uint16_t>(Table());
 }
 
 /// A byte after a gain, as white balance defines it.
@@ -104,12 +104,12 @@ TEST_P(CurveRows, EveryByteTimesEveryGain) {
         for (unsigned x = 0; x < row.size(); ++x) {
             row[x] = static_cast<std::uint8_t>(x / 2);
         }
-        table().gains.bytes(row.data(), row.size(), gain, oddGain);
+        Table().gains.bytes(row.data(), row.size(), gain, oddGain);
         bool equal = true;
         for (unsigned x = 0; x < row.size(); ++x) {
             equal = equal && row[x] == gained(x / 2, x % 2 == 0 ? gain : oddGain);
         }
-        ASSERT_TRUE(equal) << table().name << " gain " << gain;
+        ASSERT_TRUE(equal) << Table().name << " gain " << gain;
     }
 }
 
@@ -123,9 +123,9 @@ TEST_P(CurveRows, GainsAtEveryWidthAndAddress) {
             for (std::size_t x = 0; x < width; ++x) {
                 expected[x] = gained(expected[x], x % 2 == 0 ? 140 : 217);
             }
-            table().gains.bytes(row.data(), width, 140, 217);
-            ASSERT_TRUE(std::equal(expected.begin(), expected.end(), row.data())) << table().name << ' ' << width;
-            ASSERT_TRUE(row.CanaryIntact()) << table().name << ' ' << width;
+            Table().gains.bytes(row.data(), width, 140, 217);
+            ASSERT_TRUE(std::equal(expected.begin(), expected.end(), row.data())) << Table().name << ' ' << width;
+            ASSERT_TRUE(row.CanaryIntact()) << Table().name << ' ' << width;
         }
     }
     for (std::size_t offset = 0; offset < 64; ++offset) {
@@ -135,8 +135,8 @@ TEST_P(CurveRows, GainsAtEveryWidthAndAddress) {
         for (std::size_t x = 0; x < 251; ++x) {
             expected[offset + x] = gained(expected[offset + x], x % 2 == 0 ? 300 : 60);
         }
-        table().gains.bytes(row.data() + offset, 251, 300, 60);
-        ASSERT_EQ(row, expected) << table().name << " offset " << offset;
+        Table().gains.bytes(row.data() + offset, 251, 300, 60);
+        ASSERT_EQ(row, expected) << Table().name << " offset " << offset;
     }
 }
 

@@ -129,14 +129,14 @@ void compare(const SRowTable& tier, const SKernelTraits& kernel, std::size_t row
 class DemosaicRows : public CTierTest {
 protected:
     template <class T>
-    void compareWidths(const SKernelTraits& kernel, std::size_t first, std::size_t last, Pattern pattern,
+    void CompareWidths(const SKernelTraits& kernel, std::size_t first, std::size_t last, Pattern pattern,
                        unsigned depth) {
         CRandom random(first * 1000 + depth);
         for (std::size_t width = std::max(first, kernel.smallestWidth); width <= last; ++width) {
             for (std::size_t row = 0; row < rows::kBayerRows; ++row) {
                 for (const unsigned channels : {3U, 4U}) {
                     for (const Flush flush : kFlushes) {
-                        compare<T>(table(), kernel, row, channels, width, pattern, depth, flush, random);
+                        compare<T>(Table(), kernel, row, channels, width, pattern, depth, flush, random);
                         if (HasFatalFailure()) {
                             return;
                         }
@@ -149,8 +149,8 @@ protected:
 
 TEST_P(DemosaicRows, EqualScalarForEveryWidthUpTo130) {
     for (const SKernelTraits& kernel : kKernels) {
-        compareWidths<std::uint8_t>(kernel, 1, 130, Pattern::Random, 8);
-        compareWidths<std::uint16_t>(kernel, 1, 130, Pattern::Random, 12);
+        CompareWidths<std::uint8_t>(kernel, 1, 130, Pattern::Random, 8);
+        CompareWidths<std::uint16_t>(kernel, 1, 130, Pattern::Random, 12);
     }
 }
 
@@ -158,9 +158,9 @@ TEST_P(DemosaicRows, EqualScalarForEveryDepthAndExtremeData) {
     for (const SKernelTraits& kernel : kKernels) {
         for (const Pattern pattern : kPatterns) {
             for (const std::size_t width : {66UL, 129UL}) {
-                compareWidths<std::uint8_t>(kernel, width, width, pattern, 8);
+                CompareWidths<std::uint8_t>(kernel, width, width, pattern, 8);
                 for (const unsigned depth : {10U, 12U, 14U, 16U}) {
-                    compareWidths<std::uint16_t>(kernel, width, width, pattern, depth);
+                    CompareWidths<std::uint16_t>(kernel, width, width, pattern, depth);
                 }
             }
         }
@@ -170,8 +170,8 @@ TEST_P(DemosaicRows, EqualScalarForEveryDepthAndExtremeData) {
 TEST_P(DemosaicRows, EqualScalarForLargeWidths) {
     for (const SKernelTraits& kernel : kKernels) {
         for (const std::size_t width : {2447UL, 2448UL, 4099UL}) {
-            compareWidths<std::uint8_t>(kernel, width, width, Pattern::Random, 8);
-            compareWidths<std::uint16_t>(kernel, width, width, Pattern::Random, 16);
+            CompareWidths<std::uint8_t>(kernel, width, width, Pattern::Random, 8);
+            CompareWidths<std::uint16_t>(kernel, width, width, Pattern::Random, 16);
         }
     }
 }
@@ -203,8 +203,8 @@ void compareOffsets(const SRowTable& tier, const SKernelTraits& kernel) {
 
 TEST_P(DemosaicRows, EqualScalarAtEveryAddress) {
     for (const SKernelTraits& kernel : kKernels) {
-        compareOffsets<std::uint8_t>(table(), kernel);
-        compareOffsets<std::uint16_t>(table(), kernel);
+        compareOffsets<std::uint8_t>(Table(), kernel);
+        compareOffsets<std::uint16_t>(Table(), kernel);
     }
 }
 
@@ -256,12 +256,12 @@ std::vector<unsigned> everySum(unsigned largest, unsigned step) {
 }
 
 TEST_P(DemosaicRows, CubicOfEverySum) {
-    compareCubic<std::uint8_t>(table(), everySum(510, 1), everySum(510, 1));
+    compareCubic<std::uint8_t>(Table(), everySum(510, 1), everySum(510, 1));
     const std::vector<unsigned> some = {0,    1,    3,    4,    5,    11,    12,    400,   4095,  4096,
                                         8187, 8188, 8190, 8191, 8192, 16384, 65535, 65536, 65540, 131070};
-    compareCubic<std::uint16_t>(table(), everySum(131070, 1), some);
-    compareCubic<std::uint16_t>(table(), some, everySum(131070, 1));
-    compareCubic<std::uint16_t>(table(), everySum(8400, 7), everySum(8400, 5));
+    compareCubic<std::uint16_t>(Table(), everySum(131070, 1), some);
+    compareCubic<std::uint16_t>(Table(), some, everySum(131070, 1));
+    compareCubic<std::uint16_t>(Table(), everySum(8400, 7), everySum(8400, 5));
 }
 
 VEK_FOR_EVERY_TIER(DemosaicRows);

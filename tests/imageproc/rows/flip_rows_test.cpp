@@ -34,7 +34,7 @@ public:
         std::copy(bytes.begin(), bytes.end(), mBuffer.data());
     }
     std::uint8_t* data() { return mBuffer.data(); }
-    Bytes bytes() const { return {mBuffer.data(), mBuffer.data() + mBuffer.size()}; }
+    Bytes Content() const { return {mBuffer.data(), mBuffer.data() + mBuffer.size()}; }
     bool CanaryIntact() const { return mBuffer.CanaryIntact(); }
 
 private:
@@ -49,26 +49,26 @@ protected:
         const Bytes first = randomBytes(width * pixelBytes, random);
         const Bytes second = randomBytes(width * pixelBytes, random);
         const auto where = [&] {
-            return testing::Message() << table().name << ", pixels of " << pixelBytes << " bytes, width " << width;
+            return testing::Message() << Table().name << ", pixels of " << pixelBytes << " bytes, width " << width;
         };
 
         CRow src(first, flush);
         CRow dst(second, flush);
-        table().flips.reverse[size](src.data(), dst.data(), width);
-        ASSERT_EQ(src.bytes(), first) << where();
-        ASSERT_EQ(dst.bytes(), reversed(first, pixelBytes)) << where();
+        Table().flips.reverse[size](src.data(), dst.data(), width);
+        ASSERT_EQ(src.Content(), first) << where();
+        ASSERT_EQ(dst.Content(), reversed(first, pixelBytes)) << where();
         ASSERT_TRUE(dst.CanaryIntact()) << where();
 
         CRow row(first, flush);
-        table().flips.reverseInPlace[size](row.data(), width);
-        ASSERT_EQ(row.bytes(), reversed(first, pixelBytes)) << where();
+        Table().flips.reverseInPlace[size](row.data(), width);
+        ASSERT_EQ(row.Content(), reversed(first, pixelBytes)) << where();
         ASSERT_TRUE(row.CanaryIntact()) << where();
 
         CRow a(first, flush);
         CRow b(second, flush);
-        table().flips.exchangeReversed[size](a.data(), b.data(), width);
-        ASSERT_EQ(a.bytes(), reversed(second, pixelBytes)) << where();
-        ASSERT_EQ(b.bytes(), reversed(first, pixelBytes)) << where();
+        Table().flips.exchangeReversed[size](a.data(), b.data(), width);
+        ASSERT_EQ(a.Content(), reversed(second, pixelBytes)) << where();
+        ASSERT_EQ(b.Content(), reversed(first, pixelBytes)) << where();
         ASSERT_TRUE(a.CanaryIntact() && b.CanaryIntact()) << where();
     }
 
@@ -81,7 +81,7 @@ protected:
         // The last row of each has no padding behind it.
         CRow src(randomBytes(srcPitch * height - padding, random), Flush::Right);
         CRow dst(randomBytes(dstPitch * width - padding, random), Flush::Right);
-        Bytes expected = dst.bytes();
+        Bytes expected = dst.Content();
         for (std::size_t y = 0; y < height; ++y) {
             for (std::size_t x = 0; x < width; ++x) {
                 const std::size_t srcRow = srcUp ? height - 1 - y : y;
@@ -93,12 +93,13 @@ protected:
         }
         const auto signedSrcPitch = static_cast<std::ptrdiff_t>(srcPitch);
         const auto signedDstPitch = static_cast<std::ptrdiff_t>(dstPitch);
-        table().flips.transpose[rows::pixelSize(pixelBytes)](
+        Table().flips.transpose[rows::pixelSize(pixelBytes)](
             src.data() + (srcUp ? (height - 1) * srcPitch : 0), srcUp ? -signedSrcPitch : signedSrcPitch,
             dst.data() + (dstUp ? (width - 1) * dstPitch : 0), dstUp ? -signedDstPitch : signedDstPitch, width, height);
-        ASSERT_EQ(dst.bytes(), expected) << table().name << ", pixels of " << pixelBytes << " bytes, " << width << " x "
-                                         << height << (srcUp ? ", source up" : "") << (dstUp ? ", destination up" : "");
-        ASSERT_TRUE(dst.CanaryIntact()) << table().name;
+        ASSERT_EQ(dst.Content(), expected)
+            << Table().name << ", pixels of " << pixelBytes << " bytes, " << width << " x " << height
+            << (srcUp ? ", source up" : "") << (dstUp ? ", destination up" : "");
+        ASSERT_TRUE(dst.CanaryIntact()) << Table().name;
     }
 };
 
@@ -159,7 +160,7 @@ TEST_P(FlipRows, TransposeOfNothing) {
     std::uint8_t src = 1;
     std::uint8_t dst = 2;
     for (const std::size_t pixelBytes : kPixelBytes) {
-        table().flips.transpose[rows::pixelSize(pixelBytes)](&src, 0, &dst, 0, 0, 0);
+        Table().flips.transpose[rows::pixelSize(pixelBytes)](&src, 0, &dst, 0, 0, 0);
     }
     EXPECT_EQ(dst, 2);
 }

@@ -42,9 +42,9 @@ protected:
         CGuardedBuffer<T> row(width, flush);
         fillSamples(row.data(), width, pattern, 8 * sizeof(T), random);
         Sums sums = {kBefore, kBefore};
-        rows::sumRow<T>(table())(row.data(), width, sums.data());
+        rows::sumRow<T>(Table())(row.data(), width, sums.data());
         ASSERT_EQ(sums, expectedSums(row.data(), width))
-            << table().name << ' ' << 8 * sizeof(T) << " bit, width " << width << ", seed " << seed;
+            << Table().name << ' ' << 8 * sizeof(T) << " bit, width " << width << ", seed " << seed;
     }
 
     void CheckPacked(unsigned bits, std::size_t width, Pattern pattern, Flush flush, std::uint64_t seed) {
@@ -55,9 +55,9 @@ protected:
         CGuardedBuffer<std::uint8_t> row(bytes.size(), flush);
         std::copy(bytes.begin(), bytes.end(), row.data());
         Sums sums = {kBefore, kBefore};
-        (bits == 10 ? table().sums.packed10 : table().sums.packed12)(row.data(), width, sums.data());
+        (bits == 10 ? Table().sums.packed10 : Table().sums.packed12)(row.data(), width, sums.data());
         ASSERT_EQ(sums, expectedSums(pixels.data(), width))
-            << table().name << ' ' << bits << " bit packed, width " << width << ", seed " << seed;
+            << Table().name << ' ' << bits << " bit packed, width " << width << ", seed " << seed;
     }
 
     void CheckAll(std::size_t width, Pattern pattern, std::uint64_t seed) {
@@ -99,11 +99,11 @@ TEST_P(SumRows, EveryAddress) {
     fillSamples(bytes.data(), bytes.size(), Pattern::Random, 8, random);
     for (std::size_t offset = 0; offset < 64; ++offset) {
         Sums sums = {kBefore, kBefore};
-        table().sums.samples8(bytes.data() + offset, 201, sums.data());
+        Table().sums.samples8(bytes.data() + offset, 201, sums.data());
         EXPECT_EQ(sums, expectedSums(bytes.data() + offset, 201));
         Sums packed = {};
         Sums expected = {};
-        table().sums.packed10(bytes.data() + offset, 201, packed.data());
+        Table().sums.packed10(bytes.data() + offset, 201, packed.data());
         rows::tier(0).table->sums.packed10(bytes.data() + offset, 201, expected.data());
         EXPECT_EQ(packed, expected);
     }

@@ -6,7 +6,7 @@
 #include "imageproc/rows/RowTable.h"
 
 #include "imageproc/rows/kernels/Bytes.inl"
-#include "imageproc/rows/kernels/Colours.inl"
+#include "imageproc/rows/kernels/Colors.inl"
 #include "imageproc/rows/kernels/Curves.inl"
 #include "imageproc/rows/kernels/Demosaic.inl"
 #include "imageproc/rows/kernels/Flips.inl"

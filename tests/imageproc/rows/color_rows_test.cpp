@@ -68,8 +68,8 @@ struct SSettings {
         coring = static_cast<unsigned>(random.Below(1U << (depth / 2)));
     }
 
-    rows::SLumaTables luma() const { return {blue.data(), green.data(), red.data()}; }
-    rows::SMatrixTables matrix() const {
+    rows::SLumaTables Luma() const { return {blue.data(), green.data(), red.data()}; }
+    rows::SMatrixTables Matrix() const {
         const auto* const first = reinterpret_cast<const rows::SMatrixTables::Entry*>(products.data());
         const auto* const narrow = reinterpret_cast<const rows::SMatrixTables::NarrowEntry*>(narrowProducts.data());
         const bool fits = kind == Products::Narrow;
@@ -78,10 +78,10 @@ struct SSettings {
                 planes.data(), kind != Products::Any, fits,
                 fits};
     }
-    rows::SSharpening sharpening(unsigned depth) const {
+    rows::SSharpening Sharpening(unsigned depth) const {
         return {corrections.data(), raise.data(), raise == lower ? nullptr : lower.data(), coring, (1U << depth) - 1};
     }
-    rows::SLumaCurve lumaCurve() const {
+    rows::SLumaCurve LumaCurve() const {
         const bool bytes = std::equal(levels.begin(), levels.end(), curve.begin());
         return {curve.data(), bytes ? levels.data() : nullptr};
     }
@@ -94,7 +94,7 @@ protected:
     void Compare(const char* name, std::size_t count, Pattern pattern, unsigned depth, Flush flush, std::uint64_t seed,
                  Kernel kernel) {
         CRandom random(seed);
-        ASSERT_TRUE(sameRows(scalar(), table(), samplesOf<T>(count, pattern, depth, random), flush, kernel))
+        ASSERT_TRUE(sameRows(Scalar(), Table(), samplesOf<T>(count, pattern, depth, random), flush, kernel))
             << name << ", depth " << depth << ", seed " << seed;
     }
 
@@ -108,15 +108,15 @@ protected:
     void CheckSamples(std::size_t width, Pattern pattern, unsigned depth, Flush flush, std::uint64_t seed,
                       unsigned range, const SSettings& settings) {
         const unsigned maxValue = (1U << range) - 1;
-        const rows::SLumaTables luma = settings.luma();
+        const rows::SLumaTables luma = settings.Luma();
         for (const std::size_t step : kSteps) {
             // A row ends with its last pixel's third sample.
             const std::size_t count = width == 0 ? 0 : (width - 1) * step + 3;
             Compare<T>("lumaCurve", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
-                rows::colorRows<T>(rows).lumaCurve(row, width, step, luma, settings.lumaCurve(), maxValue);
+                rows::colorRows<T>(rows).lumaCurve(row, width, step, luma, settings.LumaCurve(), maxValue);
             });
             Compare<T>("matrix", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
-                rows::colorRows<T>(rows).matrix(row, width, step, settings.matrix(), maxValue);
+                rows::colorRows<T>(rows).matrix(row, width, step, settings.Matrix(), maxValue);
             });
             Compare<T>("suppressChroma", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
                 rows::colorRows<T>(rows).suppressChroma(row, width, step, luma, settings.limits);
@@ -154,7 +154,7 @@ protected:
         fillSamples(above.data(), width, pattern, std::min(depth + 1, 16U), random);
         fillSamples(below.data(), width, pattern, std::min(depth + 1, 16U), random);
         fillSamples(lumaRow.data(), width, pattern, depth, random);
-        const rows::SSharpening sharpening = settings.sharpening(range);
+        const rows::SSharpening sharpening = settings.Sharpening(range);
         Compare<T>("sharpenColour", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
             rows::colorRows<T>(rows).sharpenColor(row, step, lumaRow.data(), above.data(), below.data(), width,
                                                   sharpening);
@@ -228,12 +228,12 @@ TEST_P(ColorRows, EqualScalarForOneSampleAboveTheRange) {
             Compare<std::uint16_t>("matrix", 3 * width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        spoil(row);
-                                       rows.colors16.matrix(row, width, 3, settings.matrix(), 4095);
+                                       rows.colors16.matrix(row, width, 3, settings.Matrix(), 4095);
                                    });
             Compare<std::uint16_t>("lumaCurve", 3 * width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        spoil(row);
-                                       rows.colors16.lumaCurve(row, width, 3, settings.luma(), settings.lumaCurve(),
+                                       rows.colors16.lumaCurve(row, width, 3, settings.Luma(), settings.LumaCurve(),
                                                                4095);
                                    });
             CRandom random(3);
@@ -243,14 +243,14 @@ TEST_P(ColorRows, EqualScalarForOneSampleAboveTheRange) {
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        spoil(row);
                                        rows.colors16.sharpenGray(row, sums.data(), sums.data(), 3 * width,
-                                                                 settings.sharpening(12));
+                                                                 settings.Sharpening(12));
                                    });
             std::vector<std::uint16_t> luma(sums.begin(), sums.begin() + width);
             Compare<std::uint16_t>("sharpenColour", 3 * width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        spoil(row);
                                        rows.colors16.sharpenColor(row, 3, luma.data(), sums.data(), sums.data(), width,
-                                                                  settings.sharpening(12));
+                                                                  settings.Sharpening(12));
                                    });
             if (HasFatalFailure()) {
                 return;
@@ -270,13 +270,13 @@ TEST_P(ColorRows, SharpeningEqualsScalarForExtremeSums) {
             Compare<std::uint16_t>("sharpenColour", 3 * width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        rows.colors16.sharpenColor(row, 3, luma.data(), beside.data(), beside.data(),
-                                                                  width, settings.sharpening(12));
+                                                                  width, settings.Sharpening(12));
                                    });
             Compare<std::uint16_t>("sharpenGrey", width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        std::fill(row, row + width, static_cast<std::uint16_t>(sample));
                                        rows.colors16.sharpenGray(row, beside.data(), beside.data(), width,
-                                                                 settings.sharpening(12));
+                                                                 settings.Sharpening(12));
                                    });
             if (HasFatalFailure()) {
                 return;
@@ -329,8 +329,8 @@ void checkShares(const rows::SRowTable& table, const rows::SLumaTables& luma, st
 
 TEST_P(ColorRows, LumaOfEverySample) {
     const SSettings settings(1, 12);
-    checkShares<std::uint8_t>(table(), settings.luma(), 256);
-    checkShares<std::uint16_t>(table(), settings.luma(), 65536);
+    checkShares<std::uint8_t>(Table(), settings.Luma(), 256);
+    checkShares<std::uint16_t>(Table(), settings.Luma(), 65536);
 }
 
 VEK_FOR_EVERY_TIER(ColorRows);
