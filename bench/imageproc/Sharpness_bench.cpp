@@ -4,22 +4,13 @@
 #include "imageproc/Operations.h"
 #include "imageproc/Stages.h"
 
-#include <memory>
-
 namespace vek::bench {
 namespace {
 
 template <class T>
 SOperation operation(const char* name, unsigned long pixelFormat, std::size_t samples,
                      EContent content = EContent::Picture) {
-    return {name, kBits<T>, static_cast<double>(2 * samples * sizeof(T)),
-            [=](const rows::SRowTable& table, SSize size) {
-                const auto module = std::make_shared<CSharpness>(table);
-                setSharpness<T>(*module);
-                return inPlaceJob(CPicture<T>(size, samples, content),
-                                  [=](T* image) { process(*module, size, pixelFormat, image); });
-            },
-            samples != 3 || content == EContent::Noise};
+    return colorOperation<T, CSharpness>(name, pixelFormat, samples, content, setSharpness<T>);
 }
 
 template <class T>

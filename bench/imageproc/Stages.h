@@ -12,7 +12,9 @@
 #include "imageproc/Sharpness.h"
 #include "imageproc/WB.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 // The settings that stages are measured with, and the module functions by sample type: alone and in the chain alike.
@@ -114,26 +116,32 @@ inline void setMatrix(CColorMatrix& module) {
 }
 
 template <class T>
-void process(CColorMatrix& module, SSize size, unsigned long pixelFormat, T* image) {
-    if constexpr (kBytes<T>) {
-        module.ProcessB(size.width, size.height, 0, pixelFormat, image, kDepth<T>);
-    } else {
-        module.ProcessW(size.width, size.height, 0, pixelFormat, image, kDepth<T>);
-    }
-}
-
-template <class T>
 void setSharpness(CSharpness& module) {
     module.SetMode(1, 80, kBytes<T> ? 8 : 128); // the same part of the range
 }
 
-template <class T>
-void process(CSharpness& module, SSize size, unsigned long pixelFormat, T* image) {
+/// A stage on colour images.
+template <class Module, class T>
+void process(Module& module, SSize size, unsigned long pixelFormat, T* image) {
     if constexpr (kBytes<T>) {
         module.ProcessB(size.width, size.height, 0, pixelFormat, image, kDepth<T>);
     } else {
         module.ProcessW(size.width, size.height, 0, pixelFormat, image, kDepth<T>);
     }
+}
+
+/// A stage on colour images as an operation, set up by set(module). Without being asked for, pixels of three samples
+/// are measured that are no noise.
+template <class T, class Module, class Set>
+SOperation colorOperation(const char* name, unsigned long pixelFormat, std::size_t samples, EContent content, Set set) {
+    return {name, kBits<T>, static_cast<double>(2 * samples * sizeof(T)),
+            [=](const rows::SRowTable& table, SSize size) {
+                const auto module = std::make_shared<Module>(table);
+                set(*module);
+                return inPlaceJob(CPicture<T>(size, samples, content),
+                                  [=](T* image) { process(*module, size, pixelFormat, image); });
+            },
+            samples != 3 || content == EContent::Noise};
 }
 
 } // namespace vek::bench

@@ -3,6 +3,7 @@
 
 #include "VekTrgApi.h"
 #include "device/DriverAbi.h"
+#include "sim/NoiselessSensor.h"
 
 #include <gtest/gtest.h>
 
@@ -16,22 +17,12 @@ namespace {
 
 using namespace vek::sim;
 
-/// Small mono camera without noise whose pixel at (x, y) has the level 10 y + x (8 bits, up to 12 x 10 pixels).
+/// Small camera without noise whose pixel at (x, y) has the level 10 y + x (8 bits, up to 12 x 10 pixels).
 CSimulatedDriver countingDriver(std::string_view model = "global-1m") {
-    SSensorConfig config;
-    config.width = 12;
-    config.height = 10;
-    config.depth = 8;
-    config.colorArray = 1;
+    SSensorConfig config = vek::test::noiselessSensor(12, 10, 8);
     config.dnPerElectron = 1.0F;
     config.fullWellElectrons = 1000.0F;
     config.whiteElectronsPerSecond = 20000.0F; // 200 electrons in 10 ms
-    config.blackLevel = 0;
-    config.readNoiseElectrons = 0.0F;
-    config.darkElectronsPerSecond = 0.0F;
-    config.photonNoise = false;
-    config.photoResponseSpread = 0.0F;
-    config.lensShading = 0.0F;
     config.monoFromScene = {1, 0, 0};
     std::vector<float> pixels;
     for (unsigned i = 0; i < 12 * 10; ++i) {

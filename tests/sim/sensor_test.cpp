@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "sim/SimulatedSensor.h"
 
+#include "sim/NoiselessSensor.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -10,23 +12,12 @@ namespace {
 
 using namespace vek::sim;
 
-/// A sensor without noise, spread, shading, black level and colour: level = scene x 1000 DN at 10 ms and gain 1.
+/// A noiseless sensor that sees colours apart: level = scene x 1000 DN at 10 ms and gain 1.
 SSensorConfig idealSensor(unsigned width, unsigned height) {
-    SSensorConfig config;
-    config.width = width;
-    config.height = height;
-    config.depth = 12;
-    config.colorArray = 1;
+    SSensorConfig config = vek::test::noiselessSensor(width, height, 12);
     config.fullWellElectrons = 10000.0F;
     config.dnPerElectron = 0.5F;
     config.whiteElectronsPerSecond = 200000.0F;
-    config.blackLevel = 0;
-    config.readNoiseElectrons = 0.0F;
-    config.darkElectronsPerSecond = 0.0F;
-    config.photonNoise = false;
-    config.photoResponseSpread = 0.0F;
-    config.darkCurrentSpread = 0.0F;
-    config.lensShading = 0.0F;
     config.sensorFromScene = {1, 0, 0, 0, 1, 0, 0, 0, 1};
     config.monoFromScene = {0, 1, 0};
     return config;

@@ -2,6 +2,7 @@
 #include "sim/TransferFormat.h"
 
 #include "VekTrgApi.h"
+#include "support/SampleVectors.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,7 @@
 namespace {
 
 using namespace vek::sim;
-using Bytes = std::vector<std::uint8_t>;
+using vek::test::Bytes;
 
 SRasterImage grayImage(unsigned width, unsigned height, unsigned depth, std::vector<std::uint16_t> samples) {
     SRasterImage image(width, height, depth, 1);

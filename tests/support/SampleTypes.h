@@ -17,6 +17,10 @@ constexpr const char* sideName(Flush flush) {
     return flush == Flush::Left ? "left" : "right";
 }
 
+/// No image of samples of type T.
+template <class T>
+constexpr T* kNoImage = nullptr;
+
 /// Of two functions, one for bytes and one for words, that for samples of type T.
 template <class T, class Bytes, class Words>
 constexpr auto bySample(Bytes bytes, Words words) {

@@ -2,14 +2,13 @@
 // Files that are given as raw frames or setting files and hold something else, or more.
 #include "Program.h"
 #include "support/Files.h"
+#include "support/SampleVectors.h"
 
 #include <algorithm>
 
 namespace vek::test {
 
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr unsigned kSide = 32;
 constexpr std::size_t kBytes = std::size_t{kSide} * kSide;

@@ -161,20 +161,13 @@ TYPED_TEST(CChromaSuppressModel, EveryLumaUnderFaintSlopes) {
 // Grey formats and refused formats never reach the image.
 TYPED_TEST(CChromaSuppressModel, OtherFormatsTouchNothing) {
     this->Set({65000, 0, 65535, 65535});
-    std::vector<unsigned long> formats;
-    for (unsigned long format = 0; format <= 1030; ++format) {
-        formats.push_back(format);
-    }
-    for (const unsigned long format : {0x10004UL, 0x100000004UL, 0x100000001UL, 0x100000100UL, 1UL << 63, ~0UL}) {
-        formats.push_back(format);
-    }
-    for (const unsigned long format : formats) {
+    for (const unsigned long format : manyFormats()) {
         if (format == this->Format(3) || format == this->Format(4)) {
             continue;
         }
         ASSERT_TRUE(this->Run({3, 2, 4, 0}, format, 8, Flush::Right)) << format;
         const unsigned long status = modelChromaStatus(format, sizeof(TypeParam));
-        ASSERT_EQ(call(*this->mModule, {3, 2, 4, 0}, format, static_cast<TypeParam*>(nullptr)), status) << format;
+        ASSERT_EQ(call(*this->mModule, {3, 2, 4, 0}, format, kNoImage<TypeParam>), status) << format;
     }
 }
 
@@ -182,7 +175,7 @@ TYPED_TEST(CChromaSuppressModel, OtherFormatsTouchNothing) {
 TYPED_TEST(CChromaSuppressModel, RefusesFormatsEvenWhenOff) {
     const unsigned long wrong = sizeof(TypeParam) == 1 ? 256 : 4;
     ASSERT_TRUE(this->Run({3, 2, 3, 0}, wrong, 8, Flush::Right));
-    ASSERT_EQ(call(*this->mModule, {3, 2, 3, 0}, wrong, static_cast<TypeParam*>(nullptr)), kInvalid);
+    ASSERT_EQ(call(*this->mModule, {3, 2, 3, 0}, wrong, kNoImage<TypeParam>), kInvalid);
 }
 
 TYPED_TEST(CChromaSuppressModel, NullImage) {

@@ -17,12 +17,6 @@ using ColorMatrixPtr = ModulePtr<IColorMatrix, kModuleColorMatrix>;
 constexpr auto makeColorMatrix = makeModule<IColorMatrix, kModuleColorMatrix>;
 
 template <class T>
-unsigned long call(IColorMatrix& module, const SInPlaceImage& image, unsigned long format, T* samples, unsigned bits) {
-    return (module.*bySample<T>(&IColorMatrix::ProcessB, &IColorMatrix::ProcessW))(
-        image.width, image.height, image.pitch, format, samples, static_cast<unsigned short>(bits));
-}
-
-template <class T>
 class CColorMatrixTest : public ::testing::Test {
 protected:
     CColorMatrixTest() : mModule(makeColorMatrix()), mTested(mModule.get()) {}
@@ -63,7 +57,7 @@ protected:
             return Explain(::testing::AssertionFailure() << "results beyond 32 bits");
         }
         const ::testing::AssertionResult result = mCheck.Run(
-            image, depth, flush, [&](T* samples) { return call(*mTested, image, format, samples, bits); },
+            image, depth, flush, [&](T* samples) { return callStage(*mTested, image, format, samples, bits); },
             [&](T* samples) { return mModel.Process(image, format, samples, bits); });
         return result ? result : Explain(result) << "; format " << format << ", bits " << bits;
     }
@@ -97,7 +91,7 @@ protected:
         std::vector<T> expected = image;
         const SInPlaceImage row{image.size() / samples, 1, samples, 0};
         ASSERT_EQ(mModel.Process(row, format, expected.data(), bits), 0U);
-        ASSERT_EQ(call(*mTested, row, format, image.data(), bits), 0U);
+        ASSERT_EQ(callStage(*mTested, row, format, image.data(), bits), 0U);
         ASSERT_EQ(image, expected) << "hue " << mModel.mHue;
     }
     /// Each input in turn takes every value, the two others stay.
@@ -261,29 +255,21 @@ TYPED_TEST(CColorMatrixTest, AnyOrderOfSetters) {
 
 // The format is judged before the modes, and neither grey nor refused images nor those of two modes off are touched.
 TYPED_TEST(CColorMatrixTest, OtherFormatsTouchNothing) {
-    std::vector<unsigned long> formats;
-    for (unsigned long format = 0; format <= 1030; ++format) {
-        formats.push_back(format);
-    }
-    for (const unsigned long format : {0x10004UL, 0x100000004UL, 0x100000001UL, 0x100000100UL, 1UL << 63, ~0UL}) {
-        formats.push_back(format);
-    }
     for (unsigned modes = 0; modes < 4; ++modes) {
         this->SetMatrix(modes % 2 * 255, kMatrix);
         this->SetHue(modes / 2, 300, 50);
-        for (const unsigned long format : formats) {
+        for (const unsigned long format : manyFormats()) {
             unsigned samples = 0;
             const unsigned long status = this->mModel.Status(format, &samples);
-            ASSERT_EQ(call(*this->mTested, {3, 2, 4, 0}, format, static_cast<TypeParam*>(nullptr), 8),
+            ASSERT_EQ(callStage(*this->mTested, {3, 2, 4, 0}, format, kNoImage<TypeParam>, 8),
                       samples != 0 ? kInvalid : status)
                 << format;
             if (samples == 0) {
                 ASSERT_TRUE(this->Run({3, 2, 4, 0}, format, 8, 8, Flush::Right));
             } else {
                 for (const SImageSize& size : kNoPixels) {
-                    ASSERT_EQ(call(*this->mTested, {size.width, size.height, 4, 0}, format,
-                                   static_cast<TypeParam*>(nullptr), 8),
-                              0U);
+                    ASSERT_EQ(
+                        callStage(*this->mTested, {size.width, size.height, 4, 0}, format, kNoImage<TypeParam>, 8), 0U);
                 }
             }
         }
@@ -309,7 +295,7 @@ TYPED_TEST(CColorMatrixTest, SettingsBeyondMeaningAreSafe) {
         for (const unsigned bits : {8U, 12U, 16U, 17U, 28U, 31U, 32U, 33U, 63U, 64U, 65U, 255U, 256U, 65535U}) {
             CGuardedBuffer<TypeParam> image(3 * 21, turn % 2 == 0 ? Flush::Right : Flush::Left);
             fillSamples(image.data(), image.size(), Pattern::Random, 8 * sizeof(TypeParam), this->mCheck.Random());
-            const unsigned long status = call(*this->mTested, {21, 1, 3, 0}, 4, image.data(), bits);
+            const unsigned long status = callStage(*this->mTested, {21, 1, 3, 0}, 4, image.data(), bits);
             EXPECT_TRUE(status == 0 || status == kInvalid) << bits;
             EXPECT_TRUE(image.CanaryIntact());
             const unsigned max = bits < 8 * sizeof(TypeParam) ? (1U << bits) - 1 : static_cast<TypeParam>(-1);
@@ -348,7 +334,7 @@ TEST_F(CStageFourthSample, OfColorMatrix) {
         },
         [](CColorMatrix& module, const SInPlaceImage& image, auto* samples) {
             const bool bytes = sizeof *samples == 1;
-            return call(module, image, bytes ? 8 : 512, samples, bytes ? 8 : 12);
+            return callStage(module, image, bytes ? 8 : 512, samples, bytes ? 8 : 12);
         });
 }
 

@@ -4,6 +4,7 @@
 
 #include "common/PixelFormat.h"
 #include "imageproc/rows/RowDispatch.h"
+#include "support/SampleVectors.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +15,6 @@ namespace vek::test {
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 constexpr std::uint8_t kKept = 170;
 
 /// Rows without padding. sampleBytes: of a sample.

@@ -2,6 +2,7 @@
 // Tone curves by hand. Channels are Y, R, Gr, Gb, B.
 #include "common/Status.h"
 #include "imageproc/Gamma/GammaCalls.h"
+#include "support/SampleVectors.h"
 
 #include <gtest/gtest.h>
 
@@ -11,9 +12,6 @@
 namespace vek::test {
 
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
-using Words = std::vector<std::uint16_t>;
 
 enum Channel : std::uint8_t { kY, kR, kGr, kGb, kB };
 constexpr std::uint8_t kOff = 0;

@@ -363,20 +363,20 @@ TEST_F(CGammaModelTest, NoPixels) {
             call.raw = true;
             ASSERT_TRUE(Raw<std::uint8_t>(call, flush, 8));
             ASSERT_TRUE(Raw<std::uint16_t>(call, flush, 12));
-            EXPECT_EQ(callGamma(*mModule, call, static_cast<std::uint8_t*>(nullptr)), kOk);
-            EXPECT_EQ(callGamma(*mModule, call, static_cast<std::uint16_t*>(nullptr)), kOk);
+            EXPECT_EQ(callGamma(*mModule, call, kNoImage<std::uint8_t>), kOk);
+            EXPECT_EQ(callGamma(*mModule, call, kNoImage<std::uint16_t>), kOk);
             call.raw = false;
             for (const unsigned long format : kByteFormats) {
                 call.selector = format;
                 ASSERT_TRUE(Pixels<std::uint8_t>(call, flush, 8));
-                EXPECT_EQ(callGamma(*mModule, call, static_cast<std::uint8_t*>(nullptr)), kOk);
-                EXPECT_EQ(callGamma(*mModule, call, static_cast<std::uint16_t*>(nullptr)), kInvalid);
+                EXPECT_EQ(callGamma(*mModule, call, kNoImage<std::uint8_t>), kOk);
+                EXPECT_EQ(callGamma(*mModule, call, kNoImage<std::uint16_t>), kInvalid);
             }
             for (const unsigned long format : kWordFormats) {
                 call.selector = format;
                 ASSERT_TRUE(Pixels<std::uint16_t>(call, flush, 12));
-                EXPECT_EQ(callGamma(*mModule, call, static_cast<std::uint16_t*>(nullptr)), kOk);
-                EXPECT_EQ(callGamma(*mModule, call, static_cast<std::uint8_t*>(nullptr)), kInvalid);
+                EXPECT_EQ(callGamma(*mModule, call, kNoImage<std::uint16_t>), kOk);
+                EXPECT_EQ(callGamma(*mModule, call, kNoImage<std::uint8_t>), kInvalid);
             }
         }
     }

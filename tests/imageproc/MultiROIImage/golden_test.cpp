@@ -2,6 +2,7 @@
 // Multi-ROI assembly by hand.
 #include "imageproc/MultiROIImage.h"
 #include "imageproc/MultiROIImage/MultiROICalls.h"
+#include "support/SampleVectors.h"
 #include "support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
@@ -13,8 +14,6 @@
 namespace vek::test {
 
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr unsigned long kMono8 = 0x01080001;
 constexpr unsigned long kMono10 = 0x01100003;

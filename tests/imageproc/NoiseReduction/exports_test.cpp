@@ -2,6 +2,7 @@
 // Noise reduction through the public header: refusals, argument widths, and random calls against the model.
 #include "imageproc/NoiseReduction/NoiseReductionCheck.h"
 #include "support/HandleTest.h"
+#include "support/SampleVectors.h"
 
 #include <gtest/gtest.h>
 
@@ -11,9 +12,6 @@
 namespace vek::test {
 
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
-using Words = std::vector<std::uint16_t>;
 
 class CNoiseReductionExports : public CHandleTest {
 protected:

@@ -26,7 +26,7 @@ protected:
     /// A call that fails or does nothing before the image is touched.
     template <class T>
     unsigned long WithoutImage(const SNoiseCall& call) {
-        return callNoiseReduction(*mModule, call, static_cast<T*>(nullptr));
+        return callNoiseReduction(*mModule, call, kNoImage<T>);
     }
     /// Whether the dark frame is the one that the model holds: a live frame of full scale shows it.
     template <class T>

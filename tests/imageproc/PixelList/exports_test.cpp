@@ -5,6 +5,7 @@
 #include "support/CameraValues.h"
 #include "support/GuardedBuffer.h"
 #include "support/Random.h"
+#include "support/SampleVectors.h"
 
 #include <gtest/gtest.h>
 
@@ -16,8 +17,6 @@
 namespace vek::test {
 
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 /// A handle on a camera with a number of correction slots.
 class CSlots {

@@ -2,6 +2,7 @@
 // Shading correction takes over the camera's colour array when its mode is set.
 #include "VekTrgApi.h"
 #include "support/CameraValues.h"
+#include "support/SampleVectors.h"
 
 #include <gtest/gtest.h>
 
@@ -16,8 +17,6 @@ namespace {
 constexpr std::uint32_t kCidColorArray = 0x08000000;
 constexpr std::uint32_t kCidTransferFormat = 0x08000001;
 
-using Bytes = std::vector<std::uint8_t>;
-
 class CShadingDevice : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -28,8 +27,8 @@ protected:
     void TearDown() override { VekCam_Close(mHandle); }
 
     void SetCamera(std::int32_t colorArray, std::int32_t format) {
-        mDriver.controls[kCidColorArray] = colorArray;
-        mDriver.controls[kCidTransferFormat] = format;
+        mDriver.mControls[kCidColorArray] = colorArray;
+        mDriver.mControls[kCidTransferFormat] = format;
         mDriver.ClearLog();
     }
     int SetMode(unsigned long mode) { return VekCam_SetShadingCorrectionMode(mHandle, mode); }

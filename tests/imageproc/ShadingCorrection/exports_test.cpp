@@ -2,6 +2,7 @@
 // Shading correction through the public header: refusals, argument widths, and random frames against the model.
 #include "imageproc/ShadingCorrection/ShadingCheck.h"
 #include "support/HandleTest.h"
+#include "support/SampleVectors.h"
 
 #include <gtest/gtest.h>
 
@@ -12,9 +13,6 @@
 namespace vek::test {
 
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
-using Words = std::vector<std::uint16_t>;
 
 class CShadingExports : public CHandleTest {
 protected:

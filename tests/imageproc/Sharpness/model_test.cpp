@@ -16,12 +16,6 @@ using SharpnessPtr = ModulePtr<ISharpness, kModuleSharpness>;
 constexpr auto makeSharpness = makeModule<ISharpness, kModuleSharpness>;
 
 template <class T>
-unsigned long call(ISharpness& module, const SInPlaceImage& image, unsigned long format, T* samples, unsigned bits) {
-    return (module.*bySample<T>(&ISharpness::ProcessB, &ISharpness::ProcessW))(
-        image.width, image.height, image.pitch, format, samples, static_cast<unsigned short>(bits));
-}
-
-template <class T>
 class CSharpnessModel : public ::testing::Test {
 protected:
     CSharpnessModel() : mModule(makeSharpness()), mTested(mModule.get()) {}
@@ -50,7 +44,7 @@ protected:
     ::testing::AssertionResult Run(const SInPlaceImage& image, unsigned long format, unsigned bits, unsigned depth,
                                    Flush flush) {
         const ::testing::AssertionResult result = mCheck.Run(
-            image, depth, flush, [&](T* samples) { return call(*mTested, image, format, samples, bits); },
+            image, depth, flush, [&](T* samples) { return callStage(*mTested, image, format, samples, bits); },
             [&](T* samples) { return modelSharpness(mModel, image, format, samples, bits); });
         if (result) {
             return result;
@@ -174,12 +168,11 @@ TYPED_TEST(CSharpnessModel, RefusalsTouchNothing) {
                 unsigned samples = 0;
                 const unsigned long status = modelSharpnessStatus(this->mModel, format, bits, &samples);
                 if (samples != 0) {
-                    ASSERT_EQ(call(*this->mModule, {4, 4, 1, 0}, format, static_cast<TypeParam*>(nullptr), bits),
-                              kInvalid);
+                    ASSERT_EQ(callStage(*this->mModule, {4, 4, 1, 0}, format, kNoImage<TypeParam>, bits), kInvalid);
                     continue;
                 }
                 ASSERT_TRUE(this->Run({4, 4, 4, 0}, format, bits, 8, Flush::Right));
-                ASSERT_EQ(call(*this->mModule, {4, 4, 1, 0}, format, static_cast<TypeParam*>(nullptr), bits), status)
+                ASSERT_EQ(callStage(*this->mModule, {4, 4, 1, 0}, format, kNoImage<TypeParam>, bits), status)
                     << format << ", " << bits;
             }
         }
@@ -193,15 +186,14 @@ TYPED_TEST(CSharpnessModel, NullImageOfNoPixels) {
     for (const unsigned samples : {1U, 3U, 4U}) {
         const unsigned long format = this->Format(samples, bits, samples);
         for (const SImageSize& size : kNoPixels) {
-            EXPECT_EQ(
-                call(*this->mModule, {size.width, size.height, 1, 0}, format, static_cast<TypeParam*>(nullptr), bits),
-                0U);
+            EXPECT_EQ(callStage(*this->mModule, {size.width, size.height, 1, 0}, format, kNoImage<TypeParam>, bits),
+                      0U);
         }
         // Pixels, but no inner ones.
         for (const SImageSize& size :
              {SImageSize{1, 1}, SImageSize{2, 9}, SImageSize{9, 2}, SImageSize{1, ~0UL}, SImageSize{2, ~0UL}}) {
             const unsigned long status =
-                call(*this->mModule, {size.width, size.height, 1, 0}, format, static_cast<TypeParam*>(nullptr), bits);
+                callStage(*this->mModule, {size.width, size.height, 1, 0}, format, kNoImage<TypeParam>, bits);
             EXPECT_TRUE(status == 0 || status == kInvalid) << size.width << " x " << size.height;
         }
     }
@@ -217,17 +209,17 @@ TYPED_TEST(CSharpnessModel, NoMemory) {
             const unsigned long format = this->Format(samples, bits, samples);
             TypeParam image[16] = {1, 9, 2, 8, 3, 7, 4, 6, 5, 5, 6, 4, 7, 3, 8, 2};
             const std::vector<TypeParam> before(std::begin(image), std::end(image));
-            EXPECT_EQ(call(*this->mModule, {width, 4, 1, 0}, format, image, bits), kNoMemory) << width;
-            const unsigned long wrong = call(*this->mModule, {width, 4, 1, 0}, 3, image, bits);
+            EXPECT_EQ(callStage(*this->mModule, {width, 4, 1, 0}, format, image, bits), kNoMemory) << width;
+            const unsigned long wrong = callStage(*this->mModule, {width, 4, 1, 0}, 3, image, bits);
             EXPECT_TRUE(wrong == kNoMemory || wrong == kInvalid) << width;
-            const unsigned long low = call(*this->mModule, {width, 2, 1, 0}, format, image, bits);
+            const unsigned long low = callStage(*this->mModule, {width, 2, 1, 0}, format, image, bits);
             EXPECT_TRUE(low == 0 || low == kNoMemory) << width;
-            EXPECT_EQ(call(*this->mModule, {width, 4, 1, 0}, format, image, 13), kInvalid);
+            EXPECT_EQ(callStage(*this->mModule, {width, 4, 1, 0}, format, image, 13), kInvalid);
             EXPECT_EQ(std::vector<TypeParam>(std::begin(image), std::end(image)), before);
         }
     }
     this->Set(0, 100, 0);
-    EXPECT_EQ(call(*this->mModule, {1UL << 60, 4, 1, 0}, 1, static_cast<TypeParam*>(nullptr), 8), 0U);
+    EXPECT_EQ(callStage(*this->mModule, {1UL << 60, 4, 1, 0}, 1, kNoImage<TypeParam>, 8), 0U);
 }
 
 // Samples above the depth, up to where three of them fill 16 bits: differences beyond the table take its last entry.
@@ -306,7 +298,7 @@ TEST_F(CStageFourthSample, OfSharpness) {
         },
         [](CSharpness& module, const SInPlaceImage& image, auto* samples) {
             const bool bytes = sizeof *samples == 1;
-            return call(module, image, bytes ? 8 : 512, samples, bytes ? 8 : 12);
+            return callStage(module, image, bytes ? 8 : 512, samples, bytes ? 8 : 12);
         });
 }
 

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
 namespace vek::test {
+
+/// In 128ths: R, Gr, Gb, B.
+using Gains = std::array<std::uint16_t, 4>;
 
 /// One image call of the white balance, the image aside.
 struct SWhiteBalanceCall {

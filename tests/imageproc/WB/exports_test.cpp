@@ -25,7 +25,6 @@ static_assert(std::is_same_v<decltype(VekCam_GetWhiteBalanceMaxGain), decltype(V
 static_assert(std::is_same_v<decltype(VekCam_WhiteBalance), int(VekCam_Handle, unsigned long, unsigned long,
                                                                 unsigned long, unsigned short, void*, unsigned short)>);
 
-using Gains = std::array<unsigned short, 4>;
 using Getter = decltype(&VekCam_GetWhiteBalanceGain);
 
 class CWhiteBalanceExports : public CHandleTest {

@@ -2,6 +2,7 @@
 // White balance by hand. Gains are in 128ths, in the order R, Gr, Gb, B.
 #include "common/Status.h"
 #include "imageproc/WB/WhiteBalanceCalls.h"
+#include "support/SampleVectors.h"
 
 #include <gtest/gtest.h>
 
@@ -12,10 +13,6 @@
 namespace vek::test {
 
 namespace {
-
-using Gains = std::array<std::uint16_t, 4>;
-using Bytes = std::vector<std::uint8_t>;
-using Words = std::vector<std::uint16_t>;
 
 constexpr std::uint8_t kOff = 0;
 constexpr std::uint8_t kManual = 1;

@@ -2,14 +2,13 @@
 // Every tier's mirrored and transposed pixels, scalar included, against moves one byte at a time, next to protected
 // pages.
 #include "imageproc/rows/TierTest.h"
+#include "support/SampleVectors.h"
 
 #include <algorithm>
 #include <vector>
 
 namespace vek::test {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::size_t kPixelBytes[] = {1, 2, 3, 4, 6, 8};
 
