@@ -19,11 +19,14 @@ public:
     virtual const std::string& Name() const = 0;
 };
 
+/// Whether opening a device and reading its frames wait while it is not ready, or return at once.
+enum class EUnready : unsigned char { Wait, Return };
+
 /// A Video4Linux2 node.
 class CDeviceCamera : public ICamera {
 public:
-    /// flags: of open, besides O_RDWR and O_CLOEXEC. Throws CFailure when it cannot be opened or is no trigger camera.
-    explicit CDeviceCamera(const std::string& path, int flags = 0);
+    /// Throws CFailure when it cannot be opened or is no trigger camera.
+    explicit CDeviceCamera(const std::string& path, EUnready unready = EUnready::Wait);
 
     int Fd() const override { return mDevice.Get(); }
     const std::string& Name() const override { return mName; }

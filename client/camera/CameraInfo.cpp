@@ -81,8 +81,8 @@ std::int32_t readColorArray(const CControlReader& read) {
 
 } // namespace
 
-CDeviceCamera::CDeviceCamera(const std::string& path, int flags)
-    : mName(path), mDevice(open(path.c_str(), O_RDWR | O_CLOEXEC | flags)) {
+CDeviceCamera::CDeviceCamera(const std::string& path, EUnready unready)
+    : mName(path), mDevice(open(path.c_str(), O_RDWR | O_CLOEXEC | (unready == EUnready::Return ? O_NONBLOCK : 0))) {
     if (!mDevice.IsOpen()) {
         throw CFailure(fmt::format("{}: cannot open: {}", path, systemMessage(errno)));
     }

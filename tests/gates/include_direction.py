@@ -1,15 +1,20 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Includes point one way: api -> settings -> device, control, imageproc -> formats, common.
+"""Includes point one way: api -> settings -> control, imageproc -> formats, common, and api -> device.
 
 A module of imageproc includes no other module, settings their interfaces alone, and the row kernels include only
 themselves, <cstddef>, <cstdint> and the compiler's vector headers. Of the library the simulated camera sees the public
 header and what driver and clients agree on, client/ the public header and the tables of formats, methods and setting
 keys. The tool sees client/, the simulated camera and the public header; client/ sees neither, nor the command-line
-library, and its rooms include one another in one direction. The commands read and write no files: they include no
-header for it.
+library. The rooms of client/ and of tools/ include one another in one direction. The tool's commands and options read
+and write no files: they include no header for it. Cameras are opened and asked in client/camera/ alone.
+
+Benchmarks and fuzz targets see what they run, but no tests. What tests share sees nothing but the public header. Tests
+of the library's folders see all of the library, those of the simulated camera, of client/ and of the tool what these
+see themselves; each runs on the simulated camera where it needs one.
 Usage: include_direction.py SOURCE_ROOT
 """
+import os
 import pathlib
 import re
 import sys
@@ -17,7 +22,7 @@ from pathlib import PurePath
 
 ALLOWED = {
     "api": {"api", "settings", "device", "control", "imageproc", "formats", "common"},
-    "device": {"device", "common"},
+    "device": {"device"},
     "control": {"control", "common"},
     "imageproc": {"imageproc", "formats", "common"},
     "formats": {"formats"},
@@ -27,19 +32,37 @@ ALLOWED = {
 # Headers of imageproc that several modules may share: bands, constant tables, interfaces, the row kernels.
 SHARED = re.compile(r"imageproc/(I[A-Z]\w*|Band|ColorSpace)\.h|imageproc/rows/.*")
 ROW_SYSTEM_HEADERS = {"cstddef", "cstdint", "arm_neon.h", "immintrin.h"}
-# What stands beside the library, and what it may include by path.
+PUBLIC = r"include/VekTrgApi\.h"
+LIBRARY_TEST = rf"tests/({'|'.join(ALLOWED)}|support)/.*|src/.*|sim/.*|{PUBLIC}"
+# What stands beside the library, and what it may include, by path in the tree.
 BESIDE = {
-    "sim": re.compile(r"sim/.*|VekTrgApi\.h|device/DriverAbi\.h"),
-    "client": re.compile(r"client/.*|formats/.*|settings/Keys\.h|VekTrgApi\.h"),
-    "tools": re.compile(r"tools/.*|client/.*|sim/.*|VekTrgApi\.h|CommandList\.inc"),
+    "sim": rf"sim/.*|src/device/DriverAbi\.h|{PUBLIC}",
+    "client": rf"client/.*|src/formats/.*|src/settings/Keys\.h|{PUBLIC}",
+    "tools": rf"tools/.*|client/.*|sim/.*|CommandList\.inc|{PUBLIC}",
+    "examples": rf"sim/.*|{PUBLIC}",
+    "bench": rf"bench/.*|src/(imageproc|formats)/.*|{PUBLIC}",
+    "fuzz": r"fuzz/.*|src/(imageproc|common)/.*",
+    **{f"tests/{layer}": LIBRARY_TEST for layer in ALLOWED if layer != "common"},
+    "tests/client": rf"tests/(client|support)/.*|client/.*|sim/.*|{PUBLIC}",
+    "tests/fuzz": r"tests/support/.*",
+    "tests/sim": rf"tests/(sim|support)/.*|sim/.*|src/device/DriverAbi\.h|{PUBLIC}",
+    "tests/support": rf"tests/support/.*|{PUBLIC}",
+    "tests/tools": rf"tests/(tools|support)/.*|sim/.*|src/formats/.*|{PUBLIC}",
 }
+# Folders whose sources name headers from their own folder or from its top, in front of the rest of the tree.
+RELATIVE = {"tests", "bench", "fuzz"}
 # System headers that a folder does without.
 BARRED = {
-    "client": re.compile(r"CLI/.*"),
-    "tools/commands": re.compile(r"fstream|filesystem|cstdio|stdio\.h|unistd\.h|sys/.*|linux/.*|png\.h"),
+    "client/": r"CLI/.*",
+    "client/(?!camera/)": r"sys/ioctl\.h|linux/videodev2\.h",
+    "tools/": r"sys/ioctl\.h|linux/.*|png\.h",
+    "tools/(commands|options|simulation)/": r"fstream|filesystem|cstdio|stdio\.h|unistd\.h|fcntl\.h|sys/.*",
 }
-# The rooms of client/: each includes itself, what stands in front of it and the files of client/ itself.
-ROOMS = ["names", "files", "pictures", "frames", "settings", "camera", "stages"]
+# The rooms of a folder: each includes itself and what stands in front of it. "": files of the folder itself.
+ROOMS = {
+    "client": ["", "names", "files", "pictures", "frames", "settings", "camera", "stages"],
+    "tools": ["text", "simulation", "options", "commands", ""],
+}
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')
 
 
@@ -49,7 +72,7 @@ def module_of(path):
 
 
 def sources(folder):
-    return sorted(p for p in folder.rglob("*") if p.suffix in {".h", ".cpp", ".inl"})
+    return sorted(p for p in folder.rglob("*") if p.suffix in {".c", ".h", ".cpp", ".inl"})
 
 
 def includes(path):
@@ -59,28 +82,43 @@ def includes(path):
             yield number, *match.groups()
 
 
+def in_tree(root, path, target):
+    """The path in the tree of what a source means by a header's name; the name itself where there is no such file."""
+    top = path.relative_to(root).parts[0]
+    bases = [path.parent, root / top] if top in RELATIVE else []
+    for base in [*bases, root / "src", root / "include", root]:
+        if (base / target).is_file():
+            return PurePath(os.path.normpath(base / target)).relative_to(root).as_posix()
+    return target
+
+
 def room(path):
-    """Place of a file's room among those of client/; -1 for a file that stands in none."""
-    return ROOMS.index(path.parts[1]) if len(path.parts) > 2 else -1
+    """The room of client/ or tools/ that a file stands in."""
+    return path.parts[1] if len(path.parts) > 2 else ""
 
 
 def violations_beside(root):
-    for folder, allowed in BESIDE.items():
-        for path in sources(root / folder):
+    for top in sorted({folder.split("/")[0] for folder in BESIDE}):
+        for path in sources(root / top):
             relative = path.relative_to(root)
-            if folder == "client" and len(relative.parts) > 2 and relative.parts[1] not in ROOMS:
-                yield f"{relative}: no room of client/"
+            folder = "/".join(relative.parts[:2]) if top == "tests" else top
+            if folder not in BESIDE or room(relative) not in ROOMS.get(folder, [room(relative)]):
+                yield f"{relative}: no rule for its folder"
                 continue
             for number, quote, target in includes(path):
-                if quote == '"' and not allowed.fullmatch(target):
-                    yield f"{relative}:{number}: {folder} includes {target}"
-                elif target.startswith("client/") and folder == "client" and room(relative) < room(PurePath(target)):
-                    yield f"{relative}:{number}: {relative.parts[1]} includes {target}"
-    for folder, barred in BARRED.items():
-        for path in sources(root / folder):
-            for number, quote, target in includes(path):
-                if quote == "<" and barred.fullmatch(target):
-                    yield f"{path.relative_to(root)}:{number}: {folder} includes <{target}>"
+                where = f"{relative}:{number}"
+                if quote == "<":
+                    for place, barred in BARRED.items():
+                        if re.match(place, relative.as_posix()) and re.fullmatch(barred, target):
+                            yield f"{where}: {relative.parent} includes <{target}>"
+                    continue
+                found = PurePath(in_tree(root, path, target))
+                if not re.fullmatch(BESIDE[folder], found.as_posix()):
+                    yield f"{where}: {folder} includes {target}"
+                elif folder in ROOMS and found.parts[0] == folder:
+                    order = ROOMS[folder].index
+                    if order(room(relative)) < order(room(found)):
+                        yield f"{where}: {relative.parent} includes {target}"
 
 
 def violations(root):

@@ -9,7 +9,6 @@
 #include "tools/text/CameraText.h"
 #include "tools/text/Messages.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
 
 #include <memory>
@@ -26,7 +25,7 @@ struct SInfoArguments {
 void info(const SInfoArguments& arguments) {
     const SCameraChoice& choice = arguments.camera;
     try {
-        const auto camera = openCamera(choice, O_NONBLOCK);
+        const auto camera = openCamera(choice, EUnready::Return);
         const SCameraInfo info = readCameraInfo(*camera);
         // The library has to take the descriptor as well, as it will in an application.
         const CLibraryHandle handle(camera->Fd());

@@ -69,17 +69,17 @@ CLI::Option* addSeed(CLI::App& command, std::uint64_t& seed, const std::string& 
 }
 
 std::unique_ptr<client::ICamera> openCamera(const SCameraChoice& choice, std::shared_ptr<sim::CSimulatedDriver> driver,
-                                            int flags) {
+                                            client::EUnready unready) {
     if (choice.Simulated()) {
         return std::make_unique<CSimulatedCamera>(std::move(driver));
     }
-    return std::make_unique<client::CDeviceCamera>(choice.device, flags);
+    return std::make_unique<client::CDeviceCamera>(choice.device, unready);
 }
 
-std::unique_ptr<client::ICamera> openCamera(const SCameraChoice& choice, int flags) {
+std::unique_ptr<client::ICamera> openCamera(const SCameraChoice& choice, client::EUnready unready) {
     return openCamera(choice,
                       choice.Simulated() ? std::make_shared<sim::CSimulatedDriver>(modelNamed(choice.model)) : nullptr,
-                      flags);
+                      unready);
 }
 
 } // namespace vek::tools

@@ -39,11 +39,12 @@ void addLight(CLI::App& command, float& light, const std::string& what, CLI::Opt
 /// Adds --seed, whose words tell of what.
 CLI::Option* addSeed(CLI::App& command, std::uint64_t& seed, const std::string& what);
 
-/// Opens the camera of a choice: the device, or what the driver stands for where a simulated one is meant. flags: of
-/// open, besides O_RDWR and O_CLOEXEC. Throws CFailure.
+/// Opens the camera of a choice: the device, or what the driver stands for where a simulated one is meant, which is
+/// always ready. Throws CFailure.
 std::unique_ptr<client::ICamera> openCamera(const SCameraChoice& choice, std::shared_ptr<sim::CSimulatedDriver> driver,
-                                            int flags = 0);
+                                            client::EUnready unready = client::EUnready::Wait);
 /// The same with the simulated model as it is.
-std::unique_ptr<client::ICamera> openCamera(const SCameraChoice& choice, int flags = 0);
+std::unique_ptr<client::ICamera> openCamera(const SCameraChoice& choice,
+                                            client::EUnready unready = client::EUnready::Wait);
 
 } // namespace vek::tools

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sums of a region that are measured in bands of the frame.
 #include "imageproc/AveragePixel.h"
-#include "support/BandCheck.h"
+#include "imageproc/BandCheck.h"
 
 #include <gtest/gtest.h>
 

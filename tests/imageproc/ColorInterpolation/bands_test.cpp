@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Demosaicing in bands: every method, colour array and pixel.
 #include "VekTrgApi.h"
+#include "imageproc/BandCheck.h"
 #include "imageproc/ColorInterpolation.h"
-#include "support/BandCheck.h"
 
 #include <gtest/gtest.h>
 

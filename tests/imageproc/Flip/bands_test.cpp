@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Mirrors and rotations in bands of the result's rows.
+#include "imageproc/BandCheck.h"
 #include "imageproc/Flip.h"
-#include "support/BandCheck.h"
 
 #include <gtest/gtest.h>
 

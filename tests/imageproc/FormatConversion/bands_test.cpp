@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Conversions in bands: every layout and pixel.
+#include "imageproc/BandCheck.h"
 #include "imageproc/FormatConversion.h"
-#include "support/BandCheck.h"
 
 #include <gtest/gtest.h>
 

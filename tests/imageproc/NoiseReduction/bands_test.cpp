@@ -2,8 +2,8 @@
 // Noise reduction in bands: what each of them makes is what the whole frame in its own place becomes; a stage keeps the
 // dark frame that it was made with.
 #include "VekTrgApi.h"
+#include "imageproc/BandCheck.h"
 #include "imageproc/NoiseReduction.h"
-#include "support/BandCheck.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 // Shading correction in bands: what each of them makes is what the whole frame in its own place becomes; a calibration
 // in bands is the same mean; a stage keeps the map that it was made with.
 #include "VekTrgApi.h"
+#include "imageproc/BandCheck.h"
 #include "imageproc/ShadingCorrection.h"
-#include "support/BandCheck.h"
 
 #include <gtest/gtest.h>
 

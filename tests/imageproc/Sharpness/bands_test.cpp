@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sharpness in bands: what each of them makes is what the whole frame in its own place becomes.
 #include "VekTrgApi.h"
+#include "imageproc/BandCheck.h"
 #include "imageproc/Sharpness.h"
-#include "support/BandCheck.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 // White balance in bands: what each of them makes is what the whole frame in its own place becomes; what they measure
 // adds up to what the whole frame gives.
 #include "VekTrgApi.h"
+#include "imageproc/BandCheck.h"
 #include "imageproc/WB.h"
-#include "support/BandCheck.h"
 
 #include <gtest/gtest.h>
 
