@@ -279,11 +279,16 @@ struct SNoiseRows {
                         std::size_t width, unsigned greenParity, T threshold);
 };
 
+/// Largest gain, in 1/128, of SShadingRows' gain16.
+constexpr std::uint16_t kLargestGain16 = 32767;
+
 /// Rows of a shading map: signed 32-bit entries at any address. Samples are limited to maxValue. Any width.
 template <class T>
 struct SShadingRows {
     /// ((sample - offset) x entry) / 128 + offset, modulo 2^32.
     void (*gain)(T* row, const void* entries, std::size_t width, std::uint32_t offset, std::uint32_t maxValue);
+    /// sample x gain / 128. gains: 0 .. kLargestGain16.
+    void (*gain16)(T* row, const std::uint16_t* gains, std::size_t width, T maxValue);
     /// sample + entry, 0 at least.
     void (*offset)(T* row, const void* entries, std::size_t width, std::uint32_t maxValue);
     /// The entry itself; negative ones become maxValue.

@@ -3,7 +3,9 @@
 #include "imageproc/rows/TierTest.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
+#include <numeric>
 #include <vector>
 
 namespace vek::test {
@@ -79,6 +81,32 @@ protected:
         }
     }
 
+    /// Gains of 16 bits: usual ones, and those at which a result or a product takes another bit. The scalar row is that
+    /// of the same gains in 32 bits.
+    template <class T>
+    void CheckGain16(std::size_t width, Pattern pattern, unsigned depth, Flush flush, std::uint64_t seed) {
+        constexpr std::uint16_t special[] = {0, 1, 127, 128, 129, 2047, 2048, 4096, 16384, rows::kLargestGain16};
+        CRandom random(seed);
+        CGuardedBuffer<std::uint16_t> gains(width, flush);
+        std::vector<std::int32_t> entries(width);
+        for (std::size_t x = 0; x < width; ++x) {
+            const std::uint64_t value = random.Next();
+            gains[x] = static_cast<std::uint16_t>(value % 4 == 0   ? special[value / 4 % std::size(special)]
+                                                  : value % 4 == 1 ? value / 4 % (rows::kLargestGain16 + 1U)
+                                                                   : value / 4 % 2049);
+            entries[x] = gains[x];
+        }
+        const auto maxValue = static_cast<T>((1U << depth) - 1);
+        Compare<T>("gain16", width, pattern, depth, flush, random, [&](Kernels rows, T* row) {
+            rows::shadingRows<T>(rows).gain16(row, gains.data(), width, maxValue);
+        });
+        std::vector<T> wide = samplesOf<T>(width, pattern, 8 * sizeof(T), random);
+        std::vector<T> narrow = wide;
+        rows::shadingRows<T>(Scalar()).gain(wide.data(), entries.data(), width, 0, maxValue);
+        rows::shadingRows<T>(Table()).gain16(narrow.data(), gains.data(), width, maxValue);
+        ASSERT_EQ(narrow, wide) << Table().name << " gain16, width " << width << ", depth " << depth;
+    }
+
     template <class T>
     void CheckShading(std::size_t width, Pattern pattern, unsigned depth, Flush flush, std::uint64_t seed) {
         CRandom random(seed);
@@ -118,6 +146,8 @@ TEST_P(CorrectionRows, EqualScalarForEveryWidthUpTo130) {
             CheckNoise<std::uint16_t>(width, Pattern::Random, 12, flush, width);
             CheckShading<std::uint8_t>(width, Pattern::Random, 8, flush, width);
             CheckShading<std::uint16_t>(width, Pattern::Random, 12, flush, width);
+            CheckGain16<std::uint8_t>(width, Pattern::Random, 8, flush, width);
+            CheckGain16<std::uint16_t>(width, Pattern::Random, 12, flush, width);
             if (HasFatalFailure()) {
                 return;
             }
@@ -131,10 +161,42 @@ TEST_P(CorrectionRows, EqualScalarForEveryDepthAndExtremeData) {
             for (const unsigned depth : {10U, 12U, 14U, 16U}) {
                 CheckNoise<std::uint16_t>(129, pattern, depth, Flush::Right, seed);
                 CheckShading<std::uint16_t>(129, pattern, depth, Flush::Right, seed);
+                CheckGain16<std::uint16_t>(129, pattern, depth, Flush::Right, seed);
+            }
+            for (const unsigned depth : {0U, 1U, 7U, 8U}) {
+                CheckGain16<std::uint8_t>(129, pattern, depth, Flush::Right, seed);
             }
             CheckNoise<std::uint8_t>(129, pattern, 8, Flush::Right, seed);
             CheckShading<std::uint8_t>(129, pattern, 8, Flush::Right, seed);
         }
+    }
+}
+
+/// Every byte with every gain, and words around each power of two.
+TEST_P(CorrectionRows, Gain16OfEveryGain) {
+    std::vector<std::uint8_t> bytes(256);
+    std::vector<std::uint16_t> words;
+    for (unsigned bit = 0; bit < 16; ++bit) {
+        for (int step = -2; step <= 2; ++step) {
+            words.push_back(static_cast<std::uint16_t>((1 << bit) + step));
+        }
+    }
+    for (unsigned gain = 0; gain <= rows::kLargestGain16; ++gain) {
+        const std::vector<std::uint16_t> gains(256, static_cast<std::uint16_t>(gain));
+        std::iota(bytes.begin(), bytes.end(), std::uint8_t{0});
+        std::vector<std::uint8_t> expectedBytes(256);
+        std::transform(bytes.begin(), bytes.end(), expectedBytes.begin(),
+                       [=](unsigned sample) { return static_cast<std::uint8_t>(std::min(sample * gain / 128, 255U)); });
+        Table().shading8.gain16(bytes.data(), gains.data(), bytes.size(), 255);
+        ASSERT_EQ(bytes, expectedBytes) << Table().name << ", gain " << gain;
+
+        std::vector<std::uint16_t> gained = words;
+        std::vector<std::uint16_t> expectedWords(words.size());
+        std::transform(words.begin(), words.end(), expectedWords.begin(), [=](unsigned sample) {
+            return static_cast<std::uint16_t>(std::min(sample * gain / 128, 65535U));
+        });
+        Table().shading16.gain16(gained.data(), gains.data(), gained.size(), 65535);
+        ASSERT_EQ(gained, expectedWords) << Table().name << ", gain " << gain;
     }
 }
 
@@ -186,6 +248,8 @@ TEST_P(CorrectionRows, EqualScalarForLargeWidths) {
     CheckNoise<std::uint16_t>(2447, Pattern::Random, 16, Flush::Right, 1);
     CheckShading<std::uint8_t>(2447, Pattern::Random, 8, Flush::Right, 1);
     CheckShading<std::uint16_t>(2447, Pattern::Random, 16, Flush::Right, 2);
+    CheckGain16<std::uint8_t>(2447, Pattern::Random, 8, Flush::Right, 1);
+    CheckGain16<std::uint16_t>(2447, Pattern::Random, 16, Flush::Right, 2);
 }
 
 VEK_FOR_EVERY_TIER(CorrectionRows);

@@ -69,6 +69,7 @@ void appendCorrections(std::vector<SKernel>& list, const std::string& bits, cons
     append(list, "noise" + bits + ".repairBayer", noise.repairBayer);
     const rows::SShadingRows<T>& shading = rows::shadingRows<T>(table);
     append(list, "shading" + bits + ".gain", shading.gain);
+    append(list, "shading" + bits + ".gain16", shading.gain16);
     append(list, "shading" + bits + ".offset", shading.offset);
     append(list, "shading" + bits + ".show", shading.show);
     append(list, "shading" + bits + ".addToMean", shading.addToMean);

@@ -3,6 +3,9 @@
 //
 //   row      s0 s1 s2 ...     each sample with its own entry of the map, 32 bits at any address: no neighbours.
 //   entries  e0 e1 e2 ...     Gain: ((s - offset) x e >> 7) + offset, modulo 2^32; then limited.
+//
+//   row      s0 s1 s2 ...     Gain of 16 bits: s x g >> 7, limited; g: 0 .. 32767. The product needs no lanes of 32
+//   gains    g0 g1 g2 ...     bits: a byte's is the upper half of (s x 256) x (g x 2), a word's joins both halves.
 #pragma once
 
 #include "imageproc/rows/RowTable.h"
@@ -34,6 +37,14 @@ inline void shadingGainSpan(T* row, const void* entries, std::size_t from, std::
 }
 
 template <class T>
+inline void shadingGain16Span(T* row, const std::uint16_t* gains, std::size_t from, std::size_t width,
+                              std::uint32_t maxValue) {
+    for (std::size_t x = from; x < width; ++x) {
+        row[x] = limited<T>(std::uint32_t{row[x]} * gains[x] >> 7, maxValue);
+    }
+}
+
+template <class T>
 inline void shadingOffsetSpan(T* row, const void* entries, std::size_t from, std::size_t width,
                               std::uint32_t maxValue) {
     for (std::size_t x = from; x < width; ++x) {
@@ -45,18 +56,33 @@ inline void shadingOffsetSpan(T* row, const void* entries, std::size_t from, std
 #if VEK_VECTOR_BYTES != 0
 
 using Entries = WideV<std::uint32_t>;
+using Gains = WideV<std::uint16_t>;
 
-/// As many samples as a vector has entries.
-template <class T>
-using Samples = V<T, kLanes<Entries> * sizeof(T)>;
-
-/// change(samples, entries) gives the new samples, all as wide as entries.
-template <class T, class Change>
+/// change(samples, entries) gives the new samples, all as wide as the lanes of A, the vectors of entries.
+template <class A, class T, class Change>
 inline std::size_t shadingBlocks(T* row, const void* entries, std::size_t width, Change change) {
-    return changeBlocksOf<Samples<T>>(row, 0, width, [=](Samples<T>, std::size_t x) {
-        const auto* const at = static_cast<const std::uint8_t*>(entries) + x * sizeof(std::uint32_t);
-        return narrow<T>(change(widen<std::uint32_t>(load<Samples<T>>(row + x)), load<Entries>(at)));
+    using Samples = V<T, kLanes<A> * sizeof(T)>;
+    return changeBlocksOf<Samples>(row, 0, width, [=](Samples, std::size_t x) {
+        const auto samples = load<Samples>(row + x);
+        const auto there = load<A>(static_cast<const std::uint8_t*>(entries) + x * sizeof(Lane<A>));
+        if constexpr (sizeof(T) == sizeof(Lane<A>)) {
+            return change(samples, there);
+        } else {
+            return narrow<T>(change(widen<Lane<A>>(samples), there));
+        }
     });
+}
+
+/// Samples of T in words times gains / 128, at most 65535. Gains: 0 .. 32767.
+template <class T, class A>
+VEK_INLINE A gain16Block(A samples, A gains) {
+    if constexpr (sizeof(T) == 1) {
+        return mulHigh(samples << 8, gains << 1);
+    } else {
+        // Upper halves stay below 2^15; from 2^7 on the result leaves 16 bits.
+        const A upper = mulHigh(samples, gains);
+        return upper << 9 | samples * gains >> 7 | (A)((Like<std::int16_t, A>)upper > 127);
+    }
 }
 
 #endif
@@ -67,7 +93,7 @@ template <class T>
 void shadingGain(T* row, const void* entries, std::size_t width, std::uint32_t offset, std::uint32_t maxValue) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
-    done = shadingBlocks(row, entries, width, [=](Entries samples, Entries gains) {
+    done = shadingBlocks<Entries>(row, entries, width, [=](Entries samples, Entries gains) {
         return smaller(((samples - offset) * gains >> 7) + offset, all<Entries>(maxValue));
     });
 #endif
@@ -75,10 +101,21 @@ void shadingGain(T* row, const void* entries, std::size_t width, std::uint32_t o
 }
 
 template <class T>
+void shadingGain16(T* row, const std::uint16_t* gains, std::size_t width, T maxValue) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    done = shadingBlocks<Gains>(row, gains, width, [=](Gains samples, Gains factors) {
+        return smaller(gain16Block<T>(samples, factors), all<Gains>(maxValue));
+    });
+#endif
+    shadingGain16Span(row, gains, done, width, maxValue);
+}
+
+template <class T>
 void shadingOffset(T* row, const void* entries, std::size_t width, std::uint32_t maxValue) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
-    done = shadingBlocks(row, entries, width, [=](Entries samples, Entries offsets) {
+    done = shadingBlocks<Entries>(row, entries, width, [=](Entries samples, Entries offsets) {
         using Signed = Like<std::int32_t, Entries>;
         const auto sums = larger((Signed)(samples + offsets), Signed{});
         return smaller((Entries)sums, all<Entries>(maxValue));
@@ -103,7 +140,11 @@ void addToMean(const T* row, double* mean, std::size_t width, double count) {
 
 template <class T>
 constexpr SShadingRows<T> shadingTable() {
-    return {.gain = shadingGain<T>, .offset = shadingOffset<T>, .show = shadingShow<T>, .addToMean = addToMean<T>};
+    return {.gain = shadingGain<T>,
+            .gain16 = shadingGain16<T>,
+            .offset = shadingOffset<T>,
+            .show = shadingShow<T>,
+            .addToMean = addToMean<T>};
 }
 
 } // namespace
