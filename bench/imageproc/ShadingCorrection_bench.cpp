@@ -23,10 +23,10 @@ SOperation calibration() {
             true};
 }
 
-/// Reads frame and map, writes the frame.
-template <class T>
+/// Reads frame and map, entries of Entry, and writes the frame.
+template <class T, class Entry>
 SOperation correction(const char* name, unsigned long calibrating, unsigned long correcting, bool extra = false) {
-    return {name, kBits<T>, 2.0 * sizeof(T) + sizeof(int),
+    return {name, kBits<T>, 2.0 * sizeof(T) + sizeof(Entry),
             [=](const rows::SRowTable& table, SSize size) {
                 const auto module = std::make_shared<CShadingCorrection>(table);
                 calibrate<T>(*module, size, calibrating, correcting);
@@ -37,8 +37,8 @@ SOperation correction(const char* name, unsigned long calibrating, unsigned long
 
 template <class T>
 void add(Operations* operations) {
-    operations->push_back(correction<T>("shading gain", VEK_SHADING_CALIBRATE_GAIN, VEK_SHADING_GAIN));
-    operations->push_back(correction<T>("shading offset", VEK_SHADING_CALIBRATE_OFFSET, VEK_SHADING_OFFSET, true));
+    operations->push_back(correction<T, std::uint16_t>("shading gain", VEK_SHADING_CALIBRATE_GAIN, VEK_SHADING_GAIN));
+    operations->push_back(correction<T, int>("shading offset", VEK_SHADING_CALIBRATE_OFFSET, VEK_SHADING_OFFSET, true));
     operations->push_back(calibration<T>());
 }
 

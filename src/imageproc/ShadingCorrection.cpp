@@ -8,8 +8,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <new>
 
 namespace vek {
@@ -64,6 +66,26 @@ struct SGainRule {
     }
 };
 
+/// Bytes from row to row of 16-bit gains: whole cache lines.
+constexpr unsigned long kGains16Alignment = 64;
+constexpr unsigned long gains16Pitch(unsigned long width) {
+    const unsigned long bytes = width * sizeof(std::uint16_t);
+    return (bytes + kGains16Alignment - 1) / kGains16Alignment * kGains16Alignment;
+}
+
+/// The low halves of a row of entries. False where an entry is no gain for gain16.
+bool narrowGains(const void* entries, std::uint16_t* gains, unsigned long width) {
+    static_assert((rows::kLargestGain16 & (rows::kLargestGain16 + 1)) == 0, "an entry beyond has a bit beyond");
+    std::uint32_t bits = 0;
+    for (unsigned long x = 0; x < width; ++x) {
+        std::uint32_t entry = 0;
+        std::memcpy(&entry, static_cast<const unsigned char*>(entries) + x * sizeof entry, sizeof entry);
+        gains[x] = static_cast<std::uint16_t>(entry);
+        bits |= entry;
+    }
+    return bits <= rows::kLargestGain16;
+}
+
 bool isCalibration(unsigned long mode) {
     return mode == VEK_SHADING_CALIBRATE_GAIN || mode == VEK_SHADING_CALIBRATE_OFFSET;
 }
@@ -92,6 +114,34 @@ void SShadingMap::Create(unsigned long columns, unsigned long rows, unsigned lon
     }
 }
 
+const std::uint16_t* SShadingMap::Gains16(unsigned long y) const {
+    return gains16 != nullptr && rowFits[y] ? rowAt<const std::uint16_t>(gains16.get(), y, gains16Pitch(width))
+                                            : nullptr;
+}
+
+void SShadingMap::UpdateGains16() {
+    const unsigned long rowBytes = gains16Pitch(width);
+    if (rowBytes >= pitch) { // a row of a few pixels would take more memory than it saves
+        return;
+    }
+    if (gains16 == nullptr) {
+        gains16.reset(static_cast<std::uint16_t*>(std::aligned_alloc(kGains16Alignment, rowBytes * height)));
+        rowFits.reset(new (std::nothrow) bool[height]);
+        if (gains16 == nullptr || rowFits == nullptr) {
+            DropGains16();
+            return;
+        }
+    }
+    for (unsigned long y = 0; y < height; ++y) {
+        rowFits[y] = narrowGains(Row(y), rowAt(gains16.get(), y, rowBytes), width);
+    }
+}
+
+void SShadingMap::DropGains16() {
+    gains16.reset();
+    rowFits.reset();
+}
+
 STraits SShadingStage::Traits(const SFrame& frame) const {
     if (isCalibration(mode)) {
         return {.kind = EStage::Reduction, .resultBytes = frame.width * frame.height * sizeof(double)};
@@ -109,6 +159,11 @@ void SShadingStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, co
     forBandRows(band, 1, [&](T* row, unsigned long y) {
         const int* const entries = map->Row(y);
         if (mode == VEK_SHADING_GAIN) {
+            const std::uint16_t* const gains = map->Gains16(y);
+            if (gains != nullptr && maxValue <= std::numeric_limits<T>::max()) {
+                shading.gain16(row, gains, frame.width, static_cast<T>(maxValue));
+                return;
+            }
             shading.gain(row, entries, frame.width, kBlackOffset, maxValue);
         } else if (mode == VEK_SHADING_OFFSET) {
             shading.offset(row, entries, frame.width, maxValue);
@@ -218,6 +273,7 @@ unsigned long CShadingCorrection::SetMap(unsigned long width, unsigned long heig
     if (map != nullptr) {
         std::memcpy(mMap->entries.get(), map, mMap->size);
     }
+    mMap->UpdateGains16();
     return kOk;
 }
 
@@ -346,6 +402,11 @@ unsigned long CShadingCorrection::UpdateMap(unsigned int bitsPerPixel) {
                 entries[x] = rowTargets[x % 2] - static_cast<int>(calibration[x]);
             }
         }
+    }
+    if (mMode == VEK_SHADING_GAIN) {
+        mMap->UpdateGains16();
+    } else {
+        mMap->DropGains16();
     }
     return kOk;
 }

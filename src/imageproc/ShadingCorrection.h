@@ -9,17 +9,21 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 
 namespace vek {
 
-/// Gains or offsets of each pixel.
+/// Gains or offsets of each pixel. Rows of gains that fit are there a second time in 16 bits: half as much to
+/// read for each frame.
 struct SShadingMap {
     unsigned long width = 0;
     unsigned long height = 0;
-    unsigned long pitch = 0; ///< bytes
-    unsigned long size = 0;  ///< bytes
-    Malloced<int> entries;   ///< null: there is no map
+    unsigned long pitch = 0;         ///< bytes
+    unsigned long size = 0;          ///< bytes
+    Malloced<int> entries;           ///< null: there is no map
+    Malloced<std::uint16_t> gains16; ///< rows on multiples of 64 bytes; null: there are none
+    std::unique_ptr<bool[]> rowFits; ///< by row, with gains16
 
     const int* Row(unsigned long y) const { return rowAt(entries.get(), y, pitch); }
     int* Row(unsigned long y) { return rowAt(entries.get(), y, pitch); }
@@ -29,6 +33,12 @@ struct SShadingMap {
     void Clear();
     /// Entries of 0, or no map when memory runs out.
     void Create(unsigned long columns, unsigned long rows, unsigned long rowPitch);
+
+    /// Row y for gain16, from a multiple of 64 bytes on; null where its entries do not fit.
+    const std::uint16_t* Gains16(unsigned long y) const;
+    /// Makes these rows from the entries, as whoever changes those does. None is there when memory runs out.
+    void UpdateGains16();
+    void DropGains16();
 };
 
 /// Shading correction as a stage: its mode and the map.

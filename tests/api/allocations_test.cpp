@@ -85,7 +85,7 @@ void* realloc(void* memory, std::size_t size) noexcept {
     return noted(__libc_realloc(memory, size), size);
 }
 void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
-    return noted(__libc_memalign(alignment, size), size);
+    return refuses(size) ? nullptr : noted(__libc_memalign(alignment, size), size);
 }
 int posix_memalign(void** memory, std::size_t alignment, std::size_t size) noexcept {
     *memory = noted(__libc_memalign(alignment, size), size);
@@ -344,7 +344,11 @@ TEST_F(CAllocations, NoiseReductionNeedsAFrame) {
     }
 }
 
-// Calibration keeps a map of 4 bytes a pixel and a mean of 8; correction needs no more.
+// Rows of 16-bit gains of a shading map: whole cache lines, and which of them there are.
+const Sizes kGains16 = {(2 * kWidth + 63) / 64 * 64 * kHeight, kHeight};
+
+// Calibration keeps a map of 4 bytes a pixel and a mean of 8. The first correction by gains keeps them in 16 bits, too;
+// nothing else needs more.
 TEST_F(CAllocations, ShadingNeedsMapAndMean) {
     constexpr unsigned long meanPitch = 4 * kWidth; // the pitch with which frames are averaged
     const Sizes mapAndMean = {4 * kPixels, 8 * kPixels};
@@ -358,8 +362,36 @@ TEST_F(CAllocations, ShadingNeedsMapAndMean) {
     EXPECT_EQ(shade(0), (SAsked{mapAndMean, 0})) << "and starts anew";
     for (const unsigned long mode : {VEK_SHADING_GAIN, VEK_SHADING_OFFSET, VEK_SHADING_SHOW_MAP}) {
         ASSERT_EQ(VekCam_SetShadingCorrectionMode(mHandle, mode), 0);
-        EXPECT_EQ(shade(0), kNothing) << "mode " << mode;
+        EXPECT_EQ(shade(0), mode == VEK_SHADING_GAIN ? (SAsked{kGains16, 2}) : kNothing) << "mode " << mode;
         EXPECT_EQ(shade(0), kNothing) << "mode " << mode << ", again";
+    }
+}
+
+// Frames become the same without memory for the gains of 16 bits, or for which rows have them.
+TEST_F(CAllocations, ShadingWithoutGains16) {
+    for (const int bits : {8, 12}) {
+        const auto corrected = [&](std::size_t refused) {
+            std::vector<unsigned char> image(2 * kPixels);
+            for (std::size_t i = 0; i < image.size(); ++i) {
+                image[i] = static_cast<unsigned char>(bits == 8 || i % 2 == 0 ? i * 7 : i % 16);
+            }
+            const auto shade = [&] {
+                return VekCam_ShadingCorrection(mHandle, kWidth, kHeight, 0, image.data(), bits);
+            };
+            EXPECT_EQ(VekCam_SetShadingCorrectionMode(mHandle, VEK_SHADING_CALIBRATE_GAIN), 0);
+            EXPECT_EQ(shade(), 0);
+            EXPECT_EQ(VekCam_SetShadingCorrectionMode(mHandle, VEK_SHADING_GAIN), 0);
+            gRefused = refused;
+            const SAsked asked = Asked(shade);
+            gRefused = 0;
+            EXPECT_EQ(asked.kept, refused == 0 ? 2 : 0);
+            EXPECT_EQ(shade(), 0);
+            return image;
+        };
+        const std::vector<unsigned char> image = corrected(0);
+        for (const std::size_t refused : kGains16) {
+            EXPECT_EQ(corrected(refused), image) << bits << " bits, without " << refused << " bytes";
+        }
     }
 }
 

@@ -8,7 +8,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <numeric>
 #include <vector>
 
@@ -144,6 +147,69 @@ TEST(ShadingBands, MapOfACalibrationIsMadeBesideASharedOne) {
         EXPECT_EQ(mapOf(stage), std::vector<int>(16, 0));
         EXPECT_EQ(mapOf(sharing.Stage()), mapOf(alone.Stage()));
         EXPECT_NE(mapOf(sharing.Stage()), std::vector<int>(16, 0));
+    }
+}
+
+// A row with an entry that is no gain of 16 bits has none of them, and neither has a map of few columns.
+TEST(ShadingGains16, AreThereForRowsThatFit) {
+    constexpr unsigned long width = 40;
+    constexpr int entries[] = {0, 127, 128, 2047, 2048, 32767, 32768, -1, 65536 + 128, INT_MIN, INT_MAX};
+    constexpr unsigned long height = std::size(entries);
+    std::vector<int> map(width * height, 100);
+    for (unsigned long y = 0; y < height; ++y) {
+        map[y * width + 3 * y] = entries[y];
+    }
+    CShadingCorrection module(rows::bestTable());
+    ASSERT_EQ(module.SetMap(width, height, 4 * width, map.data()), 0U);
+    const SShadingStage stage = module.Stage();
+    for (unsigned long y = 0; y < height; ++y) {
+        const std::uint16_t* const gains = stage.map->Gains16(y);
+        ASSERT_EQ(gains != nullptr, y < 6) << "row " << y;
+        if (gains != nullptr) {
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(gains) % 64, 0U);
+            EXPECT_TRUE(std::equal(gains, gains + width, map.begin() + static_cast<std::ptrdiff_t>(y * width)));
+        }
+    }
+    ASSERT_EQ(module.SetMap(5, 1, 20, map.data()), 0U);
+    EXPECT_EQ(module.Stage().map->Gains16(0), nullptr);
+    ASSERT_EQ(module.SetMap(0, 1UL << 62, 0, nullptr), 0U);
+    EXPECT_EQ(module.Stage().map->Gains16(0), nullptr);
+}
+
+// They follow the entries: of a map that is set again, of calibrations, which start with zeros.
+TEST(ShadingGains16, AreThoseOfTheEntries) {
+    constexpr unsigned long width = 40;
+    CShadingCorrection module(rows::bestTable());
+    std::vector<int> map(width, 100);
+    ASSERT_EQ(module.SetMap(width, 1, 4 * width, map.data()), 0U);
+    EXPECT_EQ(module.Stage().map->Gains16(0)[7], 100);
+    map[7] = 200;
+    ASSERT_EQ(module.SetMap(width, 1, 4 * width, map.data()), 0U);
+    EXPECT_EQ(module.Stage().map->Gains16(0)[7], 200);
+    map[8] = -1;
+    ASSERT_EQ(module.SetMap(width, 1, 4 * width, map.data()), 0U);
+    EXPECT_EQ(module.Stage().map->Gains16(0), nullptr);
+    map[8] = 1;
+    ASSERT_EQ(module.SetMap(width, 1, 4 * width, map.data()), 0U);
+    EXPECT_NE(module.Stage().map->Gains16(0), nullptr);
+
+    std::vector<std::uint8_t> image(width, 50);
+    image[7] = 1; // the largest gain
+    module.SetTargetAll(100);
+    for (const unsigned long mode : {VEK_SHADING_GAIN, VEK_SHADING_OFFSET}) {
+        module.SetMode(VEK_SHADING_CALIBRATE_GAIN);
+        ASSERT_EQ(module.ProcessB(width, 1, 0, image.data(), 8), 0U);
+        EXPECT_EQ(module.Stage().map->Gains16(0), nullptr);
+        module.SetMode(mode);
+        // A map of gains that is set where the calibration's is to be.
+        ASSERT_EQ(module.SetMap(width, 1, 4 * width, map.data()), 0U);
+        ASSERT_EQ(module.UpdateMap(8), 0U);
+        const SShadingStage stage = module.Stage();
+        ASSERT_EQ(stage.map->Gains16(0) != nullptr, mode == VEK_SHADING_GAIN);
+        if (mode == VEK_SHADING_GAIN) {
+            EXPECT_EQ(stage.map->Gains16(0)[6], 256);
+            EXPECT_EQ(stage.map->Gains16(0)[7], 2048);
+        }
     }
 }
 

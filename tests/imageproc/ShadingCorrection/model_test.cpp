@@ -40,8 +40,8 @@ protected:
         }
         SetTargets(targets);
     }
-    /// A map of gains, offsets, levels and numbers that are none of these. Its rows and padding are random bytes
-    /// otherwise, up to a protected page.
+    /// A map of rows of gains and of rows of gains, offsets, levels and numbers that are none of these. Its rows and
+    /// padding are random bytes otherwise, up to a protected page.
     void SetRandomMap(unsigned long width, unsigned long height, unsigned long pitch, Flush flush) {
         const unsigned long bytes = pitch * height;
         CGuardedBuffer<std::uint8_t> map(bytes, flush);
@@ -49,13 +49,22 @@ protected:
             map[i] = static_cast<std::uint8_t>(Random().Next());
         }
         for (unsigned long y = 0; y < height; ++y) {
+            const bool gains = Random().Below(2) == 0;
             for (unsigned long x = 0; x < width; ++x) {
-                const std::int32_t entry = RandomEntry();
+                const std::int32_t entry = gains ? RandomGain() : RandomEntry();
                 std::memcpy(map.data() + y * pitch + 4 * x, &entry, 4);
             }
         }
         ASSERT_EQ(mModule->SetMap(width, height, pitch, reinterpret_cast<const int*>(map.data())), kOk);
         modelSetMap(&mCheck.Model(), width, height, pitch, map.data());
+    }
+    /// One in 600 does not fit 15 bits: most rows of them do.
+    std::int32_t RandomGain() {
+        constexpr std::int32_t gains[] = {0, 127, 128, 2047, 2048, 32767};
+        if (Random().Below(600) == 0) {
+            return Random().Below(2) == 0 ? 32768 : -1;
+        }
+        return Random().Below(3) == 0 ? gains[Random().Below(6)] : static_cast<std::int32_t>(Random().Below(600));
     }
     std::int32_t RandomEntry() {
         constexpr std::int32_t entries[] = {0, 1, 127, 128, 129, 2048, -1, -20, -128, INT_MIN, INT_MAX - 65535, 65535};
@@ -288,8 +297,8 @@ TEST_F(CShadingModelTest, EverySampleValue) {
     for (const unsigned long mode : {2UL, 4UL, 255UL}) {
         SetMode(mode);
         for (const std::int32_t entry :
-             {0,  1,    64,   127,  128,  129,   200,    2048, 4096, 65536, 8388480, 16777216,   -1,
-              -2, -127, -128, -129, -255, -4095, -65535, 255,  254,  256,   INT_MIN, INT_MIN + 5}) {
+             {0,        1,  64, 127,  128,  129,  200,  2047,  2048,   4096, 32767, 32768, 65536,   8388480,
+              16777216, -1, -2, -127, -128, -129, -255, -4095, -65535, 255,  254,   256,   INT_MIN, INT_MIN + 5}) {
             const std::vector<std::int32_t> map(65536, entry);
             ASSERT_EQ(mModule->SetMap(65536, 1, 4 * 65536, map.data()), kOk);
             modelSetMap(&mCheck.Model(), 65536, 1, 4 * 65536, map.data());
