@@ -4,6 +4,7 @@
 #include "common/Image.h"
 #include "common/Status.h"
 #include "formats/ColorArrays.h"
+#include "imageproc/BayerRows.h"
 #include "imageproc/ColorInterpolation_YCbCr.h"
 
 #include <algorithm>
@@ -14,8 +15,6 @@ namespace vek {
 
 namespace {
 
-using rows::BayerRow;
-
 constexpr unsigned kBiCubicReach = kDemosaicMethods[VEK_DEMOSAIC_BICUBIC].rowsBelow;
 
 /// Whether pixels of a method and a colour array are copied, to every channel. Those of one channel may be asked for in
@@ -23,21 +22,6 @@ constexpr unsigned kBiCubicReach = kDemosaicMethods[VEK_DEMOSAIC_BICUBIC].rowsBe
 constexpr bool isCopied(unsigned char method, unsigned short colorArray) {
     return colorArray == VEK_COLOR_ARRAY_MONO || (method == VEK_DEMOSAIC_MONO && isBayer(colorArray));
 }
-
-/// The kinds of a Bayer phase's even and odd rows.
-struct SPhase {
-    BayerRow row[2];
-
-    constexpr std::size_t Kind(unsigned long y) const { return static_cast<std::size_t>(row[y % 2]); }
-    /// Whether a row has red, not blue.
-    constexpr bool IsRed(unsigned long y) const { return row[y % 2] == BayerRow::RG || row[y % 2] == BayerRow::GR; }
-};
-
-/// RGGB, GRBG, GBRG, BGGR.
-constexpr SPhase kPhases[] = {{{BayerRow::RG, BayerRow::GB}},
-                              {{BayerRow::GR, BayerRow::BG}},
-                              {{BayerRow::GB, BayerRow::RG}},
-                              {{BayerRow::BG, BayerRow::GR}}};
 
 /// A band of a Bayer frame on its way to pixels of 3 or 4 samples.
 template <class T>
@@ -71,10 +55,8 @@ void bilinearSimpleRow(const SBayerBand<T>& bayer, unsigned long y) {
         bayer.kernels.bilinearSimpleOpen[kind][bayer.Layout()](bayer.src.Row(y), bayer.dst.Row(y), bayer.src.width);
         return;
     }
-    // The first and the last row have one neighbour, which stands for both: its mean with itself is itself.
-    const T* const above = bayer.src.Row(y == 0 ? 1 : y - 1);
-    const T* const below = bayer.src.Row(y == last ? y - 1 : y + 1);
-    bayer.kernels.bilinearSimple[kind][bayer.Layout()](above, bayer.src.Row(y), below, bayer.dst.Row(y),
+    const SRowsAround<T> rows = rowsAround(bayer.src, y);
+    bayer.kernels.bilinearSimple[kind][bayer.Layout()](rows.above, rows.row, rows.below, bayer.dst.Row(y),
                                                        bayer.src.width);
 }
 
@@ -230,7 +212,7 @@ void SColorInterpolationStage::Rows(const rows::SRowTable& kernels, const SFrame
     if (isCopied(method, frame.colorArray)) {
         return forRows([&](unsigned long y) { copyRow(demosaic, channels, band, y); });
     }
-    const SBayerBand<T> bayer = {band, demosaic, kPhases[frame.colorArray - VEK_COLOR_ARRAY_RGGB], channels};
+    const SBayerBand<T> bayer = {band, demosaic, phaseOf(frame.colorArray), channels};
     switch (method) {
     case VEK_DEMOSAIC_NONE:
         return forRows([&](unsigned long y) { noneRow(bayer, y); });

@@ -88,6 +88,11 @@ STraits SColorMatrixStage::Traits(const SFrame& frame) const {
     return {.kind = EStage::Pointwise};
 }
 
+rows::SMatrixTables SColorMatrixStage::Tables() const {
+    return {tableB.data(),  tableG.data(), tableR.data(),         narrowB.data(),      narrowG.data(),
+            narrowR.data(), planes.data(), largest16 < kModerate, largest8 <= kNarrow, largest16 <= kNarrow};
+}
+
 template <class T>
 void SColorMatrixStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
     constexpr unsigned largest = std::numeric_limits<T>::max();
@@ -95,9 +100,7 @@ void SColorMatrixStage::Rows(const rows::SRowTable& kernels, const SFrame& frame
         frame.bitsPerPixel < std::numeric_limits<T>::digits ? (1U << frame.bitsPerPixel) - 1 : largest;
     const unsigned samples = colorSamples(frame.pixelFormat);
     const auto matrix = rows::colorRows<T>(kernels).matrix;
-    const rows::SMatrixTables tables = {tableB.data(),       tableG.data(),       tableR.data(), narrowB.data(),
-                                        narrowG.data(),      narrowR.data(),      planes.data(), largest16 < kModerate,
-                                        largest8 <= kNarrow, largest16 <= kNarrow};
+    const rows::SMatrixTables tables = Tables();
     forBandRows(band, samples, [&](T* row, unsigned long) { matrix(row, frame.width, samples, tables, maxValue); });
 }
 template void SColorMatrixStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;

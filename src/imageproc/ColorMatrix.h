@@ -36,6 +36,8 @@ struct SColorMatrixStage {
     bool on = false;
 
     STraits Traits(const SFrame& frame) const;
+    /// As the row kernels take them.
+    rows::SMatrixTables Tables() const;
     /// frame: colour.
     template <class T>
     void Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const;

@@ -107,6 +107,10 @@ bool takesSamples(ETransform transform, unsigned short samplesPerPixel) {
 
 } // namespace
 
+unsigned short SFlipStage::ColorArray(unsigned short colorArray) const {
+    return transformedColorArray(static_cast<unsigned char>(transform), colorArray);
+}
+
 STraits SFlipStage::Traits(const SFrame& /*frame*/) const {
     switch (transform) {
     case ETransform::None:

@@ -27,6 +27,8 @@ struct SFlipStage {
     unsigned long pixelBytes = 1;  ///< 1, 3 or 4 samples; any number for the vertical mirror
 
     bool IsRotation() const { return transform >= ETransform::RotationClockwise; }
+    /// Bayer array of the result, as if the frame had whole cells; other codes stay.
+    unsigned short ColorArray(unsigned short colorArray) const;
     /// A vertical mirror into another image moves no more of a row than one sample a pixel makes up.
     STraits Traits(const SFrame& frame) const;
     /// A rotation's destination has a row for each column of the frame; its bands are of these.

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Includes point one way: api -> settings -> control, imageproc -> formats, common, and api -> device.
+"""Includes point one way: api -> settings -> control, imageproc -> formats, common; api -> chain -> imageproc; and
+api -> device.
 
 A module of imageproc includes no other module, settings their interfaces alone, and the row kernels include only
 themselves, <cstddef>, <cstdint> and the compiler's vector headers. Of the library the simulated camera sees the public
@@ -21,7 +22,8 @@ import sys
 from pathlib import PurePath
 
 ALLOWED = {
-    "api": {"api", "settings", "device", "control", "imageproc", "formats", "common"},
+    "api": {"api", "settings", "chain", "device", "control", "imageproc", "formats", "common"},
+    "chain": {"chain", "imageproc", "formats", "common"},
     "device": {"device"},
     "control": {"control", "common"},
     "imageproc": {"imageproc", "formats", "common"},
@@ -30,9 +32,9 @@ ALLOWED = {
     "common": {"common"},
 }
 # Headers of imageproc that several modules may share: bands, constant tables, interfaces, the row kernels.
-SHARED = re.compile(r"imageproc/(I[A-Z]\w*|Band|ColorSpace)\.h|imageproc/rows/.*")
+SHARED = re.compile(r"imageproc/(I[A-Z]\w*|Band|BayerRows|ColorSpace)\.h|imageproc/rows/.*")
 ROW_SYSTEM_HEADERS = {"cstddef", "cstdint", "arm_neon.h", "immintrin.h"}
-PUBLIC = r"include/VekTrgApi\.h"
+PUBLIC = r"include/VekTrg(Api|Chain)\.h"
 LIBRARY_TEST = rf"tests/({'|'.join(ALLOWED)}|support)/.*|src/.*|sim/.*|{PUBLIC}"
 # What stands beside the library, and what it may include, by path in the tree.
 BESIDE = {
@@ -134,7 +136,7 @@ def violations(root):
                 if kernel and target not in ROW_SYSTEM_HEADERS:
                     yield f"{where}: a row kernel includes <{target}>"
                 continue
-            if target == "VekTrgApi.h":
+            if target in {"VekTrgApi.h", "VekTrgChain.h"}:
                 if in_rows:
                     yield f"{where}: the row kernels do not know the public header"
                 continue

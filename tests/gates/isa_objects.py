@@ -43,8 +43,10 @@ def check(path, isa, label):
 
 # Kernels without vectors: one row of a frame, calibration, a view of the map; tables larger than SSE4.2's registers.
 PLAIN = {
-    "sse42": ("bilinearSimpleOpen<", "shadingShow<", "addToMean<", "lookUp<unsigned char>"),
-    "avx2": ("bilinearSimpleOpen<", "shadingShow<", "addToMean<"),
+    "sse42": ("bilinearSimpleOpen<", "shadingShow<", "addToMean<", "lookUp<unsigned char>",
+              "toneSamples<unsigned char,", "tonePixels<unsigned char,"),
+    "avx2": ("bilinearSimpleOpen<", "shadingShow<", "addToMean<", "toneSamples<unsigned char, unsigned short>",
+             "tonePixels<unsigned char, unsigned short>"),
     "avx512": ("bilinearSimpleOpen<", "shadingShow<", "addToMean<"),
 }
 VECTOR_INSTRUCTION = re.compile(r"\tv?p[a-z0-9]+ .*%[xyz]mm")
@@ -118,9 +120,11 @@ def check_vectors(path, words, isa):
 
 # Kernels and tables of kernels, and what stands for their parameters.
 KERNEL = re.compile(r"^(?:template <([^<>]*)>\n)?(?:void|T|constexpr S\w+Rows(?:<T>)?) (\w+)\(", re.MULTILINE)
-ARGUMENTS = {"class T": "std::uint8_t", "BayerRow Row": "BayerRow::RG", "BayerRow Upper": "BayerRow::RG",
+ARGUMENTS = {"class T": "std::uint8_t", "class In": "std::uint8_t", "class Out": "std::uint8_t",
+             "BayerRow Row": "BayerRow::RG", "BayerRow Upper": "BayerRow::RG",
              "unsigned Channels": "3", "unsigned GreenParity": "0", "unsigned Bits": "10", "std::size_t Bytes": "2",
-             "YCrCbSpace Space": "YCrCbSpace::Full601", "YCrCb Packing": "YCrCb::P422"}
+             "YCrCbSpace Space": "YCrCbSpace::Full601", "YCrCb Packing": "YCrCb::P422",
+             "ColorOrder Order": "ColorOrder::BlueFirst", "FourthSample Fourth": "FourthSample::None"}
 
 
 def uses_of(text):

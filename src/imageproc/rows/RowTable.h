@@ -66,6 +66,13 @@ struct SDemosaicRows {
                             std::size_t width);
     Center bilinearFalseColorReduction[kBayerRows][kPixelLayouts];
 
+    /// Edge-directed, from the row and the two above and below it; columns and, by the caller, rows mirrored as in
+    /// Mirror.h. Samples: up to 13 bits, with which none of the sums wraps around. maxValue: that of the samples;
+    /// results are 0 .. maxValue, but a pixel's own colour is its sample. Width 2 and more.
+    using Edge = void (*)(const T* above2, const T* above, const T* row, const T* below, const T* below2, T* dst,
+                          std::size_t width, T maxValue);
+    Edge edgeDirected[kBayerRows][kPixelLayouts];
+
     // BiCubic works on one colour of a row at a time, a sample for each column.
 
     /// The row's two colours at columns from .. to-1 by cubic convolution: green and the other one, from green[0] and
@@ -297,6 +304,159 @@ struct SShadingRows {
     void (*addToMean)(const T* row, double* mean, std::size_t width, double count);
 };
 
+/// Raw rows to words of up to 16 bits, and those to the 12 bits that the chain's own stages work at. Packed rows may
+/// start at any address. Any width.
+struct SUnpackRows {
+    /// src and dst do not overlap, but for swapped, which also works in place.
+    using ToWords = void (*)(const std::uint8_t* src, std::uint16_t* dst, std::size_t width);
+    /// One little-endian bit stream from the row's first byte on; (width x bits + 7) / 8 bytes.
+    ToWords stream10;
+    ToWords stream12;
+    /// Groups of MIPI CSI-2: four pixels in 5 bytes, two in 3, four in 7. The high 8 bits of each pixel come first, a
+    /// byte for each, then the low bits of all as one little-endian bit stream. The row ends with a whole group.
+    ToWords csi10;
+    ToWords csi12;
+    ToWords csi14;
+    /// Words, the high byte first.
+    ToWords swapped;
+
+    /// Bytes x 16.
+    void (*bytesToDepth12)(const std::uint8_t* src, std::uint16_t* dst, std::size_t width);
+    /// In place, depth 8 to 16: samples above the depth count as its largest; shallower ones are multiplied, deeper
+    /// ones divided and rounded, 4095 at most.
+    void (*toDepth12)(std::uint16_t* row, std::size_t width, unsigned depth);
+};
+
+/// What a column of a mosaic becomes. black and pedestal: 0 .. 4095, gain: 0 .. 32767, of which 4096 is 1.
+struct SLevel {
+    std::uint16_t black;
+    std::uint16_t gain;
+    std::uint16_t pedestal;
+};
+
+/// Rows and columns: blue, green, red, of the result and of the pixel. factor: of which 4096 is 1; offset: levels,
+/// -16384 .. 16383.
+struct SLinearMatrix {
+    std::int16_t factor[3][3];
+    std::int16_t offset[3];
+};
+
+/// Samples of 12 bits in words that count light, in place. Any width.
+struct SLinearRows {
+    /// ((sample - black) x gain + 2048 >> 12) + pedestal within 0 .. 4095, by the column's parity.
+    void (*levels)(std::uint16_t* row, std::size_t width, const SLevel& even, const SLevel& odd);
+    /// Dense blue-green-red pixels: (sum of factor x sample) + 4096 x offset + 2048 >> 12 within 0 .. 4095.
+    void (*matrix)(std::uint16_t* row, std::size_t width, const SLinearMatrix& matrix);
+};
+
+/// What samples become: the last entry is that of all samples beyond the table, too.
+struct SToneCurve {
+    static constexpr std::size_t kSegment = 64;
+    static constexpr std::size_t kMaxExceptions = 8;
+    /// Entry i of a table of 4096 is base + ((slope + (bend x f >> 7)) x f >> 7) >> shift, by segment i / 64 and
+    /// f = i % 64; slopes count in 16 bits. The bend of an exception is odd, that of all others even.
+    struct alignas(64) Segments {
+        std::uint16_t base[64];
+        std::int16_t slope[64];
+        std::int16_t bend[64];
+    };
+
+    const std::uint16_t* entries; ///< 256 of bytes, 4096 of words
+    const std::uint8_t* low;      ///< low bytes of the entries: all there is to them where the result is bytes
+    const std::uint8_t* high;     ///< high bytes of the entries
+    const Segments* segments;     ///< null where too many segments are exceptions, and for bytes
+    unsigned shift;
+    std::uint8_t exceptions;                ///< segments that are not as above, rising
+    std::uint8_t exception[kMaxExceptions]; ///< their numbers
+};
+
+/// Curves of blue, green and red.
+struct SToneTables {
+    SToneCurve curve[3];
+    bool alike; ///< all three are the same
+};
+
+/// Samples through tone curves: words above 4095 take the last entry. A result in bytes has entries of 8 bits. src and
+/// dst do not overlap, but may be the same row where the samples are of one type. Any width.
+template <class In, class Out>
+struct SToneRows {
+    using Tone = void (*)(const In* src, Out* dst, std::size_t width, const SToneTables& tables);
+    Tone pixels;  ///< dense blue-green-red pixels
+    Tone samples; ///< single samples, all through the first curve
+};
+
+/// Order of a picture's colours, and what becomes of a fourth sample, as indices into a kernel's table.
+enum class ColorOrder : std::uint8_t { BlueFirst, RedFirst };
+constexpr std::size_t kColorOrders = 2;
+enum class FourthSample : std::uint8_t {
+    None,  ///< pixels have three samples
+    Kept,  ///< neither read nor written
+    Filled ///< it gets a value
+};
+constexpr std::size_t kFourthSamples = 3;
+
+/// Dense blue-green-red pixels to those of a picture, which get fill as a fourth sample where they are filled. src and
+/// dst do not overlap, but may be the same row where pixels have three samples. Any width.
+template <class T>
+struct SLayoutRows {
+    using Arrange = void (*)(const T* src, T* dst, std::size_t width, T fill);
+    Arrange arrange[kColorOrders][kFourthSamples];
+};
+
+/// Dense blue-green-red bytes to NV12: a byte of luma for each pixel, and Cb and Cr for each 2 x 2 of them. Any width.
+struct SNv12Rows {
+    void (*luma[kYCrCbSpaces])(const std::uint8_t* src, std::uint8_t* dst, std::size_t width);
+    /// Of two rows, which are the same where there is an odd last one: (width + 1) / 2 pairs. An odd last column stands
+    /// for both of its pair.
+    using Chroma = void (*)(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* dst, std::size_t width);
+    Chroma chroma[kYCrCbSpaces];
+};
+
+/// What a row adds to the statistics of its columns of one parity.
+struct SRowCount {
+    static constexpr std::size_t kBins = 64;
+    std::uint64_t sum;
+    std::uint64_t clipped;
+    std::uint64_t bins[kBins];
+};
+
+/// Statistics of even and of odd columns are added to what the counts hold. Any width.
+template <class T>
+struct SCountRows {
+    /// Bin sample >> shift, 63 at most, where shift is less than the bits of T; samples from clipped on are clipped.
+    using Count = void (*)(const T* row, std::size_t width, unsigned shift, T clipped, SRowCount& even, SRowCount& odd);
+    Count samples;
+    /// The same of luma of dense blue-green-red pixels: (29 x blue + 150 x green + 77 x red + 128) >> 8.
+    Count luma;
+};
+
+/// What follows the demosaic method of words of 12 bits on their way to bytes.
+struct SDevelopment {
+    const SLinearMatrix* matrix; ///< null: none
+    const SToneTables* tone;     ///< results of 8 bits
+};
+
+/// Stages that follow one another in one pass over a row, whose pixels stay in registers in between: what their kernels
+/// make one after the other, dense pixels. Width 2 and more.
+struct SFusedRows {
+    /// bilinearSimple, and matrix with maxValue 255.
+    using BilinearMatrix = void (*)(const std::uint8_t* above, const std::uint8_t* row, const std::uint8_t* below,
+                                    std::uint8_t* dst, std::size_t width, const SMatrixTables& tables);
+    BilinearMatrix bilinearMatrix[kBayerRows];
+
+    // scratch: room for a row of pixels.
+    /// bilinearSimple and development.
+    using BilinearToned = void (*)(const std::uint16_t* above, const std::uint16_t* row, const std::uint16_t* below,
+                                   std::uint8_t* dst, std::size_t width, const SDevelopment& development,
+                                   std::uint16_t* scratch);
+    BilinearToned bilinearToned[kBayerRows];
+    /// edgeDirected with maxValue 4095 and development.
+    using EdgeToned = void (*)(const std::uint16_t* above2, const std::uint16_t* above, const std::uint16_t* row,
+                               const std::uint16_t* below, const std::uint16_t* below2, std::uint8_t* dst,
+                               std::size_t width, const SDevelopment& development, std::uint16_t* scratch);
+    EdgeToned edgeToned[kBayerRows];
+};
+
 struct SRowTable {
     Isa isa;
     const char* name; ///< "scalar", "sse42", "avx2", "avx512", "neon"
@@ -315,6 +475,18 @@ struct SRowTable {
     SNoiseRows<std::uint16_t> noise16;
     SShadingRows<std::uint8_t> shading8;
     SShadingRows<std::uint16_t> shading16;
+    SUnpackRows unpack;
+    SLinearRows linear;
+    SToneRows<std::uint8_t, std::uint8_t> tone8;
+    SToneRows<std::uint8_t, std::uint16_t> tone8To16;
+    SToneRows<std::uint16_t, std::uint8_t> tone16To8;
+    SToneRows<std::uint16_t, std::uint16_t> tone16;
+    SLayoutRows<std::uint8_t> layout8;
+    SLayoutRows<std::uint16_t> layout16;
+    SNv12Rows nv12;
+    SCountRows<std::uint8_t> counts8;
+    SCountRows<std::uint16_t> counts16;
+    SFusedRows fused;
 };
 
 /// The member for a sample type: bytes or words.
@@ -355,6 +527,28 @@ const SNoiseRows<T>& noiseRows(const SRowTable& table) {
 template <class T>
 const SShadingRows<T>& shadingRows(const SRowTable& table) {
     return forSample<T>(table.shading8, table.shading16);
+}
+
+/// The tone kernels for two sample types.
+template <class In, class Out>
+const SToneRows<In, Out>& toneRows(const SRowTable& table) {
+    if constexpr (sizeof(In) == 1) {
+        return forSample<Out>(table.tone8, table.tone8To16);
+    } else {
+        return forSample<Out>(table.tone16To8, table.tone16);
+    }
+}
+
+/// The layout kernels for a sample type.
+template <class T>
+const SLayoutRows<T>& layoutRows(const SRowTable& table) {
+    return forSample<T>(table.layout8, table.layout16);
+}
+
+/// The kernels of statistics for a sample type.
+template <class T>
+const SCountRows<T>& countRows(const SRowTable& table) {
+    return forSample<T>(table.counts8, table.counts16);
 }
 
 /// The sum kernel for a sample type.

@@ -23,6 +23,7 @@ enum class Kernel {
     BlockUpper,
     BlockLower,
     Center,
+    Edge,
     Cubic,
     CubicStrip,
     CubicThird,
@@ -48,12 +49,18 @@ constexpr SKernelTraits kKernels[] = {
     {Kernel::BlockUpper, "nearestNeighbor2, upper row", 2, 2, false, 0},
     {Kernel::BlockLower, "nearestNeighbor2, lower row", 2, 2, true, 0},
     {Kernel::Center, "bilinearFalseColorReduction", 4, 3, false, 0},
+    {Kernel::Edge, "edgeDirected", 5, 2, false, 0},
     {Kernel::Cubic, "biCubic", 1, 2, false, 2},
     {Kernel::CubicStrip, "biCubic of a strip", 1, 2, false, 2},
     {Kernel::CubicThird, "biCubicThird", 4, 1, false, 1},
     {Kernel::MeanThird, "meanThird", 2, 1, false, 1},
     {Kernel::Pixels, "pixels", 3, 1, false, 0},
 };
+
+/// The largest sample that the edge-directed method is told of, at any depth: samples above it have the same results in
+/// all tiers, too.
+template <class T>
+constexpr T kEdgeLargest = sizeof(T) == 1 ? 255 : 4095;
 
 /// Samples of each source row that a kernel may read.
 std::size_t readable(const SKernelTraits& kernel, std::size_t width) {
@@ -90,6 +97,8 @@ void run(const SRowTable& table, Kernel kernel, std::size_t row, unsigned channe
         return k.nearestNeighbor2[row][layout](src[0], src[1], dst, width, true);
     case Kernel::Center:
         return k.bilinearFalseColorReduction[row][layout](src[0], src[1], src[2], src[3], dst, width);
+    case Kernel::Edge:
+        return k.edgeDirected[row][layout](src[0], src[1], src[2], src[3], src[4], dst, width, kEdgeLargest<T>);
     case Kernel::Cubic:
         return k.biCubic[row](src[0], dst, dst + width, 0, width, width);
     case Kernel::CubicStrip:
@@ -112,8 +121,9 @@ void compare(const SRowTable& tier, const SKernelTraits& kernel, std::size_t row
     CGuardedBuffer<T> b(count, flush);
     CGuardedBuffer<T> c(count, flush);
     CGuardedBuffer<T> d(count, flush);
-    CGuardedBuffer<T>* const sources[] = {&a, &b, &c, &d};
-    const T* src[4] = {};
+    CGuardedBuffer<T> e(count, flush);
+    CGuardedBuffer<T>* const sources[] = {&a, &b, &c, &d, &e};
+    const T* src[5] = {};
     for (std::size_t i = 0; i < kernel.sourceRows; ++i) {
         fillSamples(sources[i]->data(), count, pattern, depth, random);
         src[i] = sources[i]->data();
@@ -182,12 +192,13 @@ void compareOffsets(const SRowTable& tier, const SKernelTraits& kernel) {
     constexpr std::size_t width = 131;
     CRandom random(7);
     constexpr std::size_t rowSamples = 4 * width + 1 + 64;
-    std::vector<T> source(4 * rowSamples);
+    std::vector<T> source(5 * rowSamples);
     fillSamples(source.data(), source.size(), Pattern::Random, 8 * sizeof(T), random);
     for (std::size_t offset = 0; offset < 64 / sizeof(T); ++offset) {
         for (const unsigned channels : {3U, 4U}) {
-            const T* const src[4] = {source.data() + offset, source.data() + rowSamples + 2 * offset % 64,
-                                     source.data() + 2 * rowSamples + offset, source.data() + 3 * rowSamples};
+            const T* const src[5] = {source.data() + offset, source.data() + rowSamples + 2 * offset % 64,
+                                     source.data() + 2 * rowSamples + offset, source.data() + 3 * rowSamples,
+                                     source.data() + 4 * rowSamples + 3 * offset % 64};
             std::vector<T> expected(width * channels + 64);
             std::vector<T> got(expected.size());
             T* const expectedAt = expected.data() + (offset * 7) % 64;

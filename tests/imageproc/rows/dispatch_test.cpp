@@ -42,6 +42,7 @@ void appendDemosaic(std::vector<SKernel>& list, const std::string& prefix, const
     append(list, prefix + "bilinearSimpleOpen", rows.bilinearSimpleOpen);
     append(list, prefix + "nearestNeighbor2", rows.nearestNeighbor2);
     append(list, prefix + "bilinearFalseColorReduction", rows.bilinearFalseColorReduction);
+    append(list, prefix + "edgeDirected", rows.edgeDirected);
     append(list, prefix + "biCubic", rows.biCubic);
     append(list, prefix + "biCubicThird", rows.biCubicThird);
     append(list, prefix + "meanThird", rows.meanThird);
@@ -75,6 +76,12 @@ void appendCorrections(std::vector<SKernel>& list, const std::string& bits, cons
     append(list, "shading" + bits + ".addToMean", shading.addToMean);
 }
 
+template <class In, class Out>
+void appendTone(std::vector<SKernel>& list, const std::string& prefix, const rows::SToneRows<In, Out>& rows) {
+    append(list, prefix + "pixels", rows.pixels);
+    append(list, prefix + "samples", rows.samples);
+}
+
 std::vector<SKernel> kernelsOf(const SRowTable& table) {
     std::vector<SKernel> list;
     appendDemosaic(list, "demosaic8.", table.demosaic8);
@@ -100,6 +107,31 @@ std::vector<SKernel> kernelsOf(const SRowTable& table) {
     append(list, "bytes.unpack12", table.bytes.unpack12);
     appendCorrections<std::uint8_t>(list, "8", table);
     appendCorrections<std::uint16_t>(list, "16", table);
+    append(list, "unpack.stream10", table.unpack.stream10);
+    append(list, "unpack.stream12", table.unpack.stream12);
+    append(list, "unpack.csi10", table.unpack.csi10);
+    append(list, "unpack.csi12", table.unpack.csi12);
+    append(list, "unpack.csi14", table.unpack.csi14);
+    append(list, "unpack.swapped", table.unpack.swapped);
+    append(list, "unpack.bytesToDepth12", table.unpack.bytesToDepth12);
+    append(list, "unpack.toDepth12", table.unpack.toDepth12);
+    append(list, "linear.levels", table.linear.levels);
+    append(list, "linear.matrix", table.linear.matrix);
+    appendTone(list, "tone8.", table.tone8);
+    appendTone(list, "tone8To16.", table.tone8To16);
+    appendTone(list, "tone16To8.", table.tone16To8);
+    appendTone(list, "tone16.", table.tone16);
+    append(list, "layout8.arrange", table.layout8.arrange);
+    append(list, "layout16.arrange", table.layout16.arrange);
+    append(list, "nv12.luma", table.nv12.luma);
+    append(list, "nv12.chroma", table.nv12.chroma);
+    append(list, "counts8.samples", table.counts8.samples);
+    append(list, "counts8.luma", table.counts8.luma);
+    append(list, "counts16.samples", table.counts16.samples);
+    append(list, "counts16.luma", table.counts16.luma);
+    append(list, "fused.bilinearMatrix", table.fused.bilinearMatrix);
+    append(list, "fused.bilinearToned", table.fused.bilinearToned);
+    append(list, "fused.edgeToned", table.fused.edgeToned);
     return list;
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every tier's sums, scalar included, against sums taken one pixel at a time, next to protected pages.
+#include "imageproc/rows/Packing.h"
 #include "imageproc/rows/TierTest.h"
 
 #include <algorithm>
@@ -23,17 +24,6 @@ Sums expectedSums(const T* samples, std::size_t width) {
     return sums;
 }
 
-/// The pixels as one bit stream, the least significant bit first.
-std::vector<std::uint8_t> pack(const std::vector<std::uint16_t>& pixels, unsigned bits) {
-    std::vector<std::uint8_t> bytes((pixels.size() * bits + 7) / 8);
-    for (std::size_t i = 0; i < pixels.size() * bits; ++i) {
-        if ((pixels[i / bits] >> (i % bits) & 1) != 0) {
-            bytes[i / 8] = static_cast<std::uint8_t>(bytes[i / 8] | 1U << (i % 8));
-        }
-    }
-    return bytes;
-}
-
 class SumRows : public CTierTest {
 protected:
     template <class T>
@@ -51,7 +41,7 @@ protected:
         CRandom random(seed);
         std::vector<std::uint16_t> pixels(width);
         fillSamples(pixels.data(), width, pattern, bits, random);
-        const std::vector<std::uint8_t> bytes = pack(pixels, bits);
+        const std::vector<std::uint8_t> bytes = packStream(pixels, bits);
         CGuardedBuffer<std::uint8_t> row(bytes.size(), flush);
         std::copy(bytes.begin(), bytes.end(), row.data());
         Sums sums = {kBefore, kBefore};

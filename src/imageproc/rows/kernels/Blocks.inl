@@ -4,7 +4,7 @@
 //   forBlocks         |--first--|        |-- in line with dst --|  ...  |--last--|     elsewhere, pixels
 //                          |-- overlap --|
 //   forPlaneBlocks    |----------|----------|  ...  |--last--|                         elsewhere, planes
-//   storeByteBlocks   the same; the last one is made first                             perhaps in place
+//   storeBlocks       the same; the last one is made first                             perhaps in place
 //   changeBlocks      as forBlocks; the first and the last one are made first          in place
 //
 // None reads or writes a column outside; the plain loops do what does not fill a block.
@@ -75,12 +75,12 @@ inline std::size_t forPlaneBlocks(std::size_t first, std::size_t last, Body body
     return first + count;
 }
 
-/// Stores block(x), a vector of bytes, at dst + x for the columns 0 .. count-1, from left to right. The last block
+/// Stores block(x), a vector of samples, at dst + x for the columns 0 .. count-1, from left to right. The last block
 /// overlaps the one before it by a multiple of Step columns. It is made first: the source may start where dst does.
 /// Returns how many columns are done, all but Step - 1 at most.
-template <std::size_t Step, class Block>
-inline std::size_t storeByteBlocks(std::uint8_t* dst, std::size_t count, Block block) {
-    using A = RowV<std::uint8_t>;
+template <std::size_t Step, class T, class Block>
+inline std::size_t storeBlocks(T* dst, std::size_t count, Block block) {
+    using A = RowV<T>;
     constexpr std::size_t lanes = kLanes<A>;
     if (count < lanes) {
         return 0;

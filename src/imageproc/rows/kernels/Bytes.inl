@@ -81,7 +81,7 @@ void shiftToBytes(const T* src, std::uint8_t* dst, std::size_t width, int shift)
     if (SShift<T>::Takes(shift)) {
         const SShift<T> by(shift);
         if constexpr (Channels == 1) {
-            done = storeByteBlocks<1>(dst, width, [=](std::size_t x) { return shiftBlock(src + x, by); });
+            done = storeBlocks<1>(dst, width, [=](std::size_t x) { return shiftBlock(src + x, by); });
         } else if (const std::size_t columns = blockColumns<RowV<std::uint8_t>>(0, 0, width); columns != 0) {
             forBlocks<RowV<std::uint8_t>, Channels>(dst, 0, columns, [=](std::size_t x) {
                 storeGray<Channels>(dst + x * Channels, shiftBlock(src + x, by));
@@ -105,7 +105,7 @@ void unpackToBytes(const std::uint8_t* src, std::uint8_t* dst, std::size_t width
         const std::size_t rowBytes = packedBytes<Bits>(width);
         // Eight pixels take whole bytes, so blocks start at multiples of 8 columns.
         const std::size_t count = rowBytes < reach ? 0 : (rowBytes - reach) / Bits * 8 + lanes;
-        done = storeByteBlocks<8>(dst, count, [=](std::size_t x) {
+        done = storeBlocks<8>(dst, count, [=](std::size_t x) {
             const std::uint8_t* const p = src + x / 8 * Bits;
             return lowBytes(unpackBlock<Bits>(p) >> shift, unpackBlock<Bits>(p + half * Bits / 8) >> shift);
         });

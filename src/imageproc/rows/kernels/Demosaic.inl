@@ -6,6 +6,7 @@
 #include "imageproc/rows/kernels/DemosaicBlock.inl"
 #include "imageproc/rows/kernels/DemosaicCopy.inl"
 #include "imageproc/rows/kernels/DemosaicCubic.inl"
+#include "imageproc/rows/kernels/DemosaicEdge.inl"
 
 namespace vek::rows::VEK_ISA {
 namespace {
@@ -27,6 +28,7 @@ constexpr SDemosaicRows<T> demosaicTable() {
             .bilinearSimpleOpen = VEK_BY_ROW(bilinearSimpleOpen),
             .nearestNeighbor2 = VEK_BY_ROW(nearestNeighbor2),
             .bilinearFalseColorReduction = VEK_BY_ROW(bilinearFalseColorReduction),
+            .edgeDirected = VEK_BY_ROW(edgeDirected),
             // By the parity of green, as in SRow.
             .biCubic = {biCubic<T, 1>, biCubic<T, 0>, biCubic<T, 0>, biCubic<T, 1>},
             .biCubicThird = biCubicThird<T>,

@@ -133,6 +133,37 @@ inline void prefetchPixels(const T* pixels) {
     }
 }
 
+/// A block of single samples, or of the colours of dense pixels.
+template <unsigned Channels, class A>
+VEK_INLINE auto loadSamples(const Lane<A>* p) {
+    if constexpr (Channels == 3) {
+        return load3<A>(p);
+    } else {
+        return load<A>(p);
+    }
+}
+
+/// Calls body(x, block) for blocks that cover columns 0 .. width-1 of src, from left to right: colours of dense pixels
+/// or, of one channel, samples. The last block overlaps the one before it and is loaded before the first one is done:
+/// body may store where its samples were. Returns width; 0 where the columns do not fill a block.
+template <unsigned Channels, class A, class Body>
+VEK_INLINE std::size_t forSampleBlocks(const Lane<A>* src, std::size_t width, Body body) {
+    constexpr std::size_t lanes = kLanes<A>;
+    if (width < lanes) {
+        return 0;
+    }
+    const std::size_t end = width - lanes;
+    const auto last = loadSamples<Channels, A>(src + Channels * end);
+    // One place that calls body, so that it is inlined and its constants stay in registers.
+    for (std::size_t x = 0;;) {
+        body(x, x < end ? loadSamples<Channels, A>(src + Channels * x) : last);
+        if (x == end) {
+            return width;
+        }
+        x = smaller(x + lanes, end);
+    }
+}
+
 /// What the three samples of each pixel change by: they become larger by plus and smaller by minus, of which one is 0.
 template <class A>
 struct SChange {

@@ -21,6 +21,8 @@ template <class A>
 VEK_INLINE A addSat(A a, A b) {
     if constexpr (sizeof(Lane<A>) == 1) {
         return (A)vqaddq_u8((uint8x16_t)a, (uint8x16_t)b);
+    } else if constexpr (Lane<A>(-1) < 0) {
+        return (A)vqaddq_s16((int16x8_t)a, (int16x8_t)b);
     } else {
         return (A)vqaddq_u16((uint16x8_t)a, (uint16x8_t)b);
     }
@@ -32,6 +34,16 @@ VEK_INLINE A subSat(A a, A b) {
     } else {
         return (A)vqsubq_u16((uint16x8_t)a, (uint16x8_t)b);
     }
+}
+
+template <class A>
+VEK_INLINE A meanUp(A a, A b) {
+    return (A)vrhaddq_u16((uint16x8_t)a, (uint16x8_t)b);
+}
+
+template <class A>
+VEK_INLINE A absolute(A v) {
+    return (A)vabsq_s16((int16x8_t)v);
 }
 
 template <class A>
@@ -118,6 +130,14 @@ VEK_INLINE auto weigh(A a, A b) {
         return SHalves<Longs>{half(vget_low_s16(first), vget_low_s16(second)),
                               half(vget_high_s16(first), vget_high_s16(second))};
     }
+}
+
+template <class A>
+VEK_INLINE Like<std::int32_t, A> multiplyPairs(A a, A b) {
+    static_assert(Lane<A>(-1) < 0 && sizeof(Lane<A>) == 2);
+    const int32x4_t low = vmull_s16(vget_low_s16((int16x8_t)a), vget_low_s16((int16x8_t)b));
+    const int32x4_t high = vmull_high_s16((int16x8_t)a, (int16x8_t)b);
+    return (Like<std::int32_t, A>)vpaddq_s32(low, high);
 }
 
 // ---- longer and shorter vectors ----

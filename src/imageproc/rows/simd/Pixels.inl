@@ -41,7 +41,8 @@ VEK_INLINE V<std::uint8_t, 16> narrowPixels(V<std::uint8_t, 16> v) {
 }
 
 // storePixels writes as many pixels as the vectors have lanes, Channels samples apart. A fourth sample of a pixel is
-// neither read nor written: it may belong to another thread, or lie on a page that is not there. load3 takes as many
+// neither read nor written: it may belong to another thread, or lie on a page that is not there. storeFilled writes it,
+// for those whose own it is. load3 takes as many
 // dense pixels of three samples apart. repeatLanes<K> gives sample i of the K-th of their three vectors in memory order
 // the lane of its pixel in v.
 
@@ -89,6 +90,17 @@ VEK_INLINE void storePixels(Lane<A>* dst, const SColors<A>& colors) {
         } else {
             storeLanesFrom<0>(dst, v);
         }
+    }
+}
+
+template <class A>
+VEK_INLINE void storeFilled(Lane<A>* dst, const SColors<A>& colors, A fourth) {
+    if constexpr (sizeof(Lane<A>) == 1) {
+        vst4q_u8(dst,
+                 {{(uint8x16_t)colors.blue, (uint8x16_t)colors.green, (uint8x16_t)colors.red, (uint8x16_t)fourth}});
+    } else {
+        vst4q_u16(dst,
+                  {{(uint16x8_t)colors.blue, (uint16x8_t)colors.green, (uint16x8_t)colors.red, (uint16x8_t)fourth}});
     }
 }
 
@@ -238,6 +250,56 @@ VEK_INLINE A fourOf(const SColors<A>& colors) {
                        }));
 }
 
+/// Pixels of four samples: a vector of them with the fourth ones, or without.
+template <bool Filled, class A>
+VEK_INLINE void storeFour(Lane<A>* dst, A pixels) {
+    if constexpr (Filled) {
+        store(dst, pixels);
+    } else {
+        storeThreeOfFour(dst, pixels);
+    }
+}
+template <bool Filled, class A>
+VEK_INLINE void storeFours(Lane<A>* dst, const SColors<A>& colors, A fourth) {
+    constexpr std::size_t lanes = kLanes<A>;
+    if constexpr (sizeof(A) == 64) {
+        const auto withFourth = [=](A pixels) {
+            using Bytes = Like<std::uint8_t, A>;
+            return (A)blend((Bytes)fourth, (Bytes)pixels, [](std::size_t i) { return i / sizeof(Lane<A>) % 4 == 3; });
+        };
+        storeFour<Filled>(dst, withFourth(fourOf<0>(colors)));
+        storeFour<Filled>(dst + lanes, withFourth(fourOf<1>(colors)));
+        storeFour<Filled>(dst + 2 * lanes, withFourth(fourOf<2>(colors)));
+        storeFour<Filled>(dst + 3 * lanes, withFourth(fourOf<3>(colors)));
+    } else {
+        constexpr std::size_t size = sizeof(Lane<A>);
+        const A blueGreenLow = zipLow<size>(colors.blue, colors.green);
+        const A blueGreenHigh = zipHigh<size>(colors.blue, colors.green);
+        const A redLow = zipLow<size>(colors.red, fourth);
+        const A redHigh = zipHigh<size>(colors.red, fourth);
+        const A run0 = zipLow<2 * size>(blueGreenLow, redLow);
+        const A run1 = zipHigh<2 * size>(blueGreenLow, redLow);
+        const A run2 = zipLow<2 * size>(blueGreenHigh, redHigh);
+        const A run3 = zipHigh<2 * size>(blueGreenHigh, redHigh);
+        if constexpr (sizeof(A) == 16) {
+            storeFour<Filled>(dst, run0);
+            storeFour<Filled>(dst + lanes, run1);
+            storeFour<Filled>(dst + 2 * lanes, run2);
+            storeFour<Filled>(dst + 3 * lanes, run3);
+        } else {
+            storeFour<Filled>(dst, joinHalves<0x20>(run0, run1));
+            storeFour<Filled>(dst + lanes, joinHalves<0x20>(run2, run3));
+            storeFour<Filled>(dst + 2 * lanes, joinHalves<0x31>(run0, run1));
+            storeFour<Filled>(dst + 3 * lanes, joinHalves<0x31>(run2, run3));
+        }
+    }
+}
+
+template <class A>
+VEK_INLINE void storeFilled(Lane<A>* dst, const SColors<A>& colors, A fourth) {
+    storeFours<true>(dst, colors, fourth);
+}
+
 template <unsigned Channels, class A>
 VEK_INLINE void storePixels(Lane<A>* dst, const SColors<A>& colors) {
     constexpr std::size_t lanes = kLanes<A>;
@@ -257,32 +319,8 @@ VEK_INLINE void storePixels(Lane<A>* dst, const SColors<A>& colors) {
             store(dst + lanes, lowAndHigh(part2, part0));
             store(dst + 2 * lanes, joinHalves<0x31>(part1, part2));
         }
-    } else if constexpr (sizeof(A) == 64) {
-        storeThreeOfFour(dst, fourOf<0>(colors));
-        storeThreeOfFour(dst + lanes, fourOf<1>(colors));
-        storeThreeOfFour(dst + 2 * lanes, fourOf<2>(colors));
-        storeThreeOfFour(dst + 3 * lanes, fourOf<3>(colors));
     } else {
-        constexpr std::size_t size = sizeof(Lane<A>);
-        const A blueGreenLow = zipLow<size>(colors.blue, colors.green);
-        const A blueGreenHigh = zipHigh<size>(colors.blue, colors.green);
-        const A redLow = zipLow<size>(colors.red, A{});
-        const A redHigh = zipHigh<size>(colors.red, A{});
-        const A run0 = zipLow<2 * size>(blueGreenLow, redLow);
-        const A run1 = zipHigh<2 * size>(blueGreenLow, redLow);
-        const A run2 = zipLow<2 * size>(blueGreenHigh, redHigh);
-        const A run3 = zipHigh<2 * size>(blueGreenHigh, redHigh);
-        if constexpr (sizeof(A) == 16) {
-            storeThreeOfFour(dst, run0);
-            storeThreeOfFour(dst + lanes, run1);
-            storeThreeOfFour(dst + 2 * lanes, run2);
-            storeThreeOfFour(dst + 3 * lanes, run3);
-        } else {
-            storeThreeOfFour(dst, joinHalves<0x20>(run0, run1));
-            storeThreeOfFour(dst + lanes, joinHalves<0x20>(run2, run3));
-            storeThreeOfFour(dst + 2 * lanes, joinHalves<0x31>(run0, run1));
-            storeThreeOfFour(dst + 3 * lanes, joinHalves<0x31>(run2, run3));
-        }
+        storeFours<false>(dst, colors, A{});
     }
 }
 

@@ -25,8 +25,10 @@ namespace {
 namespace mm {
 VEK_MM_BINARY(adds_epu8)
 VEK_MM_BINARY(adds_epu16)
+VEK_MM_BINARY(adds_epi16)
 VEK_MM_BINARY(subs_epu8)
 VEK_MM_BINARY(subs_epu16)
+VEK_MM_BINARY(avg_epu16)
 VEK_MM_BINARY(mulhi_epi16)
 VEK_MM_BINARY(mulhi_epu16)
 VEK_MM_BINARY(mulhrs_epi16)
@@ -93,11 +95,13 @@ VEK_INLINE bool any(A mask) {
     }
 }
 
-/// a + b and a - b, held within the range of unsigned bytes or words.
+/// a + b and a - b, held within the range of unsigned bytes or words; sums of signed words, too.
 template <class A>
 VEK_INLINE A addSat(A a, A b) {
     if constexpr (sizeof(Lane<A>) == 1) {
         return mm::adds_epu8(a, b);
+    } else if constexpr (Lane<A>(-1) < 0) {
+        return mm::adds_epi16(a, b);
     } else {
         return mm::adds_epu16(a, b);
     }
@@ -108,6 +112,24 @@ VEK_INLINE A subSat(A a, A b) {
         return mm::subs_epu8(a, b);
     } else {
         return mm::subs_epu16(a, b);
+    }
+}
+
+/// The mean of words without a sign, rounded up.
+template <class A>
+VEK_INLINE A meanUp(A a, A b) {
+    return mm::avg_epu16(a, b);
+}
+
+/// Words with a sign without it; -2^15 stays.
+template <class A>
+VEK_INLINE A absolute(A v) {
+    if constexpr (sizeof v == 64) {
+        return (A)_mm512_maskz_abs_epi16(static_cast<__mmask32>(kEveryLane), (__m512i)v);
+    } else if constexpr (sizeof v == 32) {
+        return (A)_mm256_abs_epi16((__m256i)v);
+    } else {
+        return (A)_mm_abs_epi16((__m128i)v);
     }
 }
 
@@ -221,6 +243,13 @@ VEK_INLINE auto weigh(A a, A b) {
     }
 }
 
+/// Of each two signed words: a0 x b0 + a1 x b1, in 32 bits, which hold it.
+template <class A>
+VEK_INLINE Like<std::int32_t, A> multiplyPairs(A a, A b) {
+    static_assert(Lane<A>(-1) < 0 && sizeof(Lane<A>) == 2);
+    return (Like<std::int32_t, A>)mm::madd_epi16(a, b);
+}
+
 // ---- across 16 bytes ----
 
 /// Halves of 32 bytes of a (0, 1) and b (2, 3): the low one by the low digit, the high one by the high digit.
@@ -314,7 +343,8 @@ VEK_INLINE V<T, kLanes<A> * sizeof(T)> narrow(A v) {
     }
 }
 
-// kPermutes: bytes of a vector as a whole by index, of two, and where chosen(i), of another one elsewhere.
+// kPermutes: bytes of a vector as a whole by index, of two (64 bytes: words, too), and where chosen(i), of another one
+// elsewhere.
 template <class A>
 VEK_INLINE A permute(A v, A index) {
     if constexpr (sizeof v == 64) {
@@ -325,7 +355,10 @@ VEK_INLINE A permute(A v, A index) {
 }
 template <class A>
 VEK_INLINE A permute2(A a, A b, A index) {
-    if constexpr (sizeof a == 64) {
+    if constexpr (sizeof(Lane<A>) == 2) {
+        static_assert(sizeof a == 64);
+        return (A)_mm512_permutex2var_epi16((__m512i)a, (__m512i)index, (__m512i)b);
+    } else if constexpr (sizeof a == 64) {
         return (A)_mm512_permutex2var_epi8((__m512i)a, (__m512i)index, (__m512i)b);
     } else {
         return (A)_mm256_permutex2var_epi8((__m256i)a, (__m256i)index, (__m256i)b);

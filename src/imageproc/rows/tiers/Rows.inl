@@ -7,12 +7,20 @@
 
 #include "imageproc/rows/kernels/Bytes.inl"
 #include "imageproc/rows/kernels/Colors.inl"
+#include "imageproc/rows/kernels/Counts.inl"
 #include "imageproc/rows/kernels/Curves.inl"
 #include "imageproc/rows/kernels/Demosaic.inl"
 #include "imageproc/rows/kernels/Flips.inl"
+#include "imageproc/rows/kernels/Fused.inl"
+#include "imageproc/rows/kernels/Layout.inl"
+#include "imageproc/rows/kernels/Levels.inl"
+#include "imageproc/rows/kernels/LinearMatrix.inl"
 #include "imageproc/rows/kernels/Noise.inl"
+#include "imageproc/rows/kernels/Nv12.inl"
 #include "imageproc/rows/kernels/Shading.inl"
 #include "imageproc/rows/kernels/Sums.inl"
+#include "imageproc/rows/kernels/Tone.inl"
+#include "imageproc/rows/kernels/Unpack.inl"
 #include "imageproc/rows/kernels/YCrCb.inl"
 
 namespace vek::rows::VEK_ISA {
@@ -36,6 +44,18 @@ const SRowTable kTable = {
     .noise16 = noiseTable<std::uint16_t>(),
     .shading8 = shadingTable<std::uint8_t>(),
     .shading16 = shadingTable<std::uint16_t>(),
+    .unpack = unpackTable(),
+    .linear = {.levels = levels, .matrix = linearMatrix},
+    .tone8 = toneTable<std::uint8_t, std::uint8_t>(),
+    .tone8To16 = toneTable<std::uint8_t, std::uint16_t>(),
+    .tone16To8 = toneTable<std::uint16_t, std::uint8_t>(),
+    .tone16 = toneTable<std::uint16_t, std::uint16_t>(),
+    .layout8 = layoutTable<std::uint8_t>(),
+    .layout16 = layoutTable<std::uint16_t>(),
+    .nv12 = nv12Table(),
+    .counts8 = countTable<std::uint8_t>(),
+    .counts16 = countTable<std::uint16_t>(),
+    .fused = fusedTable(),
 };
 
 } // namespace vek::rows::VEK_ISA

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "VekTrgApi.h"
+#include "common/Image.h"
+#include "imageproc/rows/RowTable.h"
+
+#include <cstddef>
+
+namespace vek {
+
+/// The kinds of a Bayer phase's even and odd rows.
+struct SPhase {
+    rows::BayerRow row[2];
+
+    constexpr std::size_t Kind(unsigned long y) const { return static_cast<std::size_t>(row[y % 2]); }
+    /// Whether a row has red, not blue.
+    constexpr bool IsRed(unsigned long y) const {
+        return row[y % 2] == rows::BayerRow::RG || row[y % 2] == rows::BayerRow::GR;
+    }
+};
+
+/// By colour array: RGGB, GRBG, GBRG, BGGR.
+inline constexpr SPhase kPhases[] = {{{rows::BayerRow::RG, rows::BayerRow::GB}},
+                                     {{rows::BayerRow::GR, rows::BayerRow::BG}},
+                                     {{rows::BayerRow::GB, rows::BayerRow::RG}},
+                                     {{rows::BayerRow::BG, rows::BayerRow::GR}}};
+
+constexpr const SPhase& phaseOf(unsigned short colorArray) {
+    return kPhases[colorArray - VEK_COLOR_ARRAY_RGGB];
+}
+
+template <class T>
+struct SRowsAround {
+    const T* above;
+    const T* row;
+    const T* below;
+};
+/// Row y of an image of two rows and more, and those beside it. The first and the last row have one neighbour, which
+/// stands for both.
+template <class T>
+SRowsAround<T> rowsAround(const SImage<const T>& image, unsigned long y) {
+    return {image.Row(y == 0 ? 1 : y - 1), image.Row(y), image.Row(y + 1 == image.height ? y - 1 : y + 1)};
+}
+
+} // namespace vek
