@@ -6,13 +6,15 @@ usage: demosaic.py TEXT.md PICTURES RUN BLACK
        demosaic.py --real PICTURE.png RUN X,Y,W,H
        demosaic.py --methods                          their names, on one line
 
-RUN is a directory with NAME.png for each method of `vekcam convert`, linear, and truth.png of `vekcam demo --truth`.
+RUN is a directory with NAME.png for each method of `vekcam convert`, linear, and frame1.raw and truth.png of
+`vekcam demo --truth`.
 BLACK: the sensor's black level, in levels of 8 bits. With --real there is no truth: one picture shows the region
 X,Y,W,H of all methods, which are pictures of 8 bits for display.
 """
 import sys
 
 import numpy
+from demosaic_peers import edge_directed, peers
 from figures import picture, put_table, save_svg
 from PIL import Image
 import matplotlib.pyplot as plt
@@ -20,6 +22,8 @@ import matplotlib.pyplot as plt
 # Number, name for vekcam, whether the pixels lie half a pixel to the right and below.
 METHODS = ((1, "none", False), (2, "nearest", False), (3, "bilinear", False), (4, "bicubic", False),
            (5, "bilinear-fcr", True), (6, "nearest2", True))
+BESIDE_PEERS = (3, 4)  # numbers of the methods that stand beside other libraries
+EDGE = 16  # VEK_CHAIN_DEMOSAIC_EDGE
 MARGIN = 4  # pixels at the image's edge that do not count
 # Parts of the chart in thousandths of its size: left, top, right, bottom.
 ZONE_PLATE = (650, 25, 980, 640)
@@ -119,6 +123,18 @@ def compare(text, pictures, run, black):
     put_table(text, "methods", ["", "`--method`", "PSNR, dB", "false colour", "in the zone plate",
                                 "between pixels: PSNR, dB", "false colour", "in the zone plate"], rows)
     draw_bars(f"{pictures}/quality.svg", results)
+    compare_peers(text, pictures, run, truth, render)
+
+
+def compare_peers(text, pictures, run, truth, render):
+    raw = numpy.fromfile(f"{run}/frame1.raw", numpy.uint8).reshape(truth.shape[:2])
+    edge = edge_directed(raw, 255)
+    Image.fromarray(strip(render(edge))).save(f"{pictures}/edge.png", optimize=True)
+    images = [("VekCam", f"{name} ({number})", picture(f"{run}/{name}.png")) for number, name, _ in METHODS
+              if number in BESIDE_PEERS]
+    rows = [[library, name, *(f"{value:.1f}" for value in measured(image, truth))]
+            for library, name, image in [*images, ("VekCam", f"edge ({EDGE})", edge), *peers(raw)]]
+    put_table(text, "peers", ["library", "method", "PSNR, dB", "false colour", "in the zone plate"], rows)
 
 
 def picture_of_words(path):

@@ -48,6 +48,8 @@ stage_pictures() {
         echo "$pictures/$name.png"
     }
     say "pictures of the image stages"
+    /usr/bin/python3 docs/plots/chain.py "$pictures/chain.svg"
+    echo "$pictures/chain.svg"
     picture mosaic -m mono
     picture demosaic
     picture white-balance --wb auto

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Every function and table of the public header is used by a test. Prints which files use it, as a table; names in
+"""Every function and table of the public headers is used by a test. Prints which files use it, as a table; names in
 comments, in string literals and in type checks do not count.
 
 Usage: export_coverage.py
@@ -10,7 +10,7 @@ import re
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-HEADER = ROOT / "include" / "VekTrgApi.h"
+HEADERS = [ROOT / "include" / name for name in ("VekTrgApi.h", "VekTrgChain.h")]
 TESTS = ROOT / "tests"
 SOURCES = {".c", ".cpp", ".h"}
 
@@ -26,7 +26,7 @@ def code_of(path):
 
 def declared_exports():
     """Names and kinds, in the header's order."""
-    text = re.sub(r"/\*.*?\*/", "", HEADER.read_text(), flags=re.S)
+    text = "".join(re.sub(r"/\*.*?\*/", "", header.read_text(), flags=re.S) for header in HEADERS)
     found = re.findall(r"^VEK_API\s[^;(\[]*?(\w+)\s*([(\[])", text, flags=re.M)
     return [(name, "function" if bracket == "(" else "table") for name, bracket in found]
 

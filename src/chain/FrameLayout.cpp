@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "chain/FrameLayout.h"
+
+#include "chain/Refusal.h"
+#include "formats/ColorArrays.h"
+#include "formats/TransferFormats.h"
+
+namespace vek {
+
+namespace {
+
+/// Packing, depth and group of a format.
+SFrameLayout packingOf(const VekChainFrame& frame) {
+    SFrameLayout layout;
+    switch (frame.format) {
+    case VEK_CHAIN_CSI2_RAW10:
+        layout.packing = EPacking::Csi10;
+        layout.depth = 10;
+        layout.groupPixels = 4;
+        layout.groupBytes = 5;
+        break;
+    case VEK_CHAIN_CSI2_RAW12:
+        layout.packing = EPacking::Csi12;
+        layout.depth = 12;
+        layout.groupPixels = 2;
+        layout.groupBytes = 3;
+        break;
+    case VEK_CHAIN_CSI2_RAW14:
+        layout.packing = EPacking::Csi14;
+        layout.depth = 14;
+        layout.groupPixels = 4;
+        layout.groupBytes = 7;
+        break;
+    default: {
+        const STransferFormat* const format = transferFormat(frame.format);
+        require(format != nullptr, "frame.format: no transfer format of this number");
+        require(format->IsRaw(), "frame.format: neither raw nor mono");
+        layout.depth = format->depth;
+        layout.groupPixels = format->groupPixels;
+        layout.groupBytes = format->groupBytes;
+        if (format->IsPacked()) {
+            layout.packing = format->depth == 10 ? EPacking::Stream10 : EPacking::Stream12;
+        } else if (format->layout == ELayout::Words) {
+            layout.packing = frame.byteOrder == VEK_CHAIN_BIG_ENDIAN ? EPacking::SwappedWords : EPacking::Words;
+        }
+        break;
+    }
+    }
+    require(frame.byteOrder <= VEK_CHAIN_BIG_ENDIAN, "frame.byteOrder: neither little nor big");
+    require(frame.byteOrder == VEK_CHAIN_LITTLE_ENDIAN || layout.packing == EPacking::SwappedWords,
+            "frame.byteOrder: goes with formats of words alone");
+    return layout;
+}
+
+/// Bytes that pixels take from the beginning of a row on.
+std::size_t rowBytes(const SFrameLayout& layout, std::size_t pixels) {
+    const std::size_t groups = pixels / layout.groupPixels;
+    const std::size_t rest = pixels % layout.groupPixels;
+    const bool stream = layout.packing == EPacking::Stream10 || layout.packing == EPacking::Stream12;
+    const std::size_t behind = rest == 0 ? 0 : stream ? (rest * layout.depth + 7) / 8 : layout.groupBytes;
+    return groups * layout.groupBytes + behind;
+}
+
+/// A side of the crop; 0 stands for all that is left.
+unsigned long cropped(unsigned long whole, unsigned long start, unsigned long length, const char* reason) {
+    require(start < whole && length <= whole - start, reason);
+    return length != 0 ? length : whole - start;
+}
+
+} // namespace
+
+unsigned short shiftedColorArray(unsigned short colorArray, unsigned place) {
+    if (!isBayer(colorArray)) {
+        return colorArray;
+    }
+    // RGGB, GRBG, GBRG and BGGR begin with the places 0, 1, 2 and 3 of RGGB: a shift by a place takes both apart.
+    const unsigned first = colorArray - static_cast<unsigned>(VEK_COLOR_ARRAY_RGGB);
+    return static_cast<unsigned short>(VEK_COLOR_ARRAY_RGGB + (first ^ place));
+}
+
+SFrameLayout frameLayout(const VekChainFrame& frame) {
+    SFrameLayout layout = packingOf(frame);
+    require(frame.width != 0, "frame.width: 0 pixels");
+    require(frame.height != 0, "frame.height: 0 rows");
+    const std::size_t dense = rowBytes(layout, frame.width);
+    require(frame.pitch == 0 || frame.pitch >= dense, "frame.pitch: shorter than a row");
+    layout.pitch = frame.pitch != 0 ? frame.pitch : dense;
+    layout.cropX = frame.cropX;
+    layout.cropY = frame.cropY;
+    layout.width = cropped(frame.width, frame.cropX, frame.cropWidth, "frame.cropX, cropWidth: beyond the frame");
+    layout.height = cropped(frame.height, frame.cropY, frame.cropHeight, "frame.cropY, cropHeight: beyond the frame");
+    const std::size_t lastRow = rowBytes(layout, layout.cropX + layout.width);
+    const bool tooLarge = __builtin_mul_overflow(layout.pitch, layout.cropY + layout.height - 1, &layout.bytes) ||
+                          __builtin_add_overflow(layout.bytes, lastRow, &layout.bytes) || layout.bytes > PTRDIFF_MAX;
+    require(!tooLarge, "frame: more bytes than memory can have");
+    layout.place = 2 * (frame.cropY % 2) + frame.cropX % 2;
+    const STransferFormat* const format = transferFormat(frame.format);
+    if (format != nullptr && format->IsMono()) {
+        layout.colorArray = VEK_COLOR_ARRAY_MONO;
+    } else {
+        require(isRaw(frame.colorArray), "frame.colorArray: neither mono nor Bayer");
+        layout.colorArray = shiftedColorArray(frame.colorArray, layout.place);
+    }
+    return layout;
+}
+
+} // namespace vek

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "VekTrgChain.h"
+#include "chain/HandleStages.h"
+#include "chain/Statistics.h"
+#include "common/Memory.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+/// Working memory of one thread, and what it has counted.
+struct CVekChainWork {
+    std::size_t bytes = 0;
+    vek::Malloced<void> memory; ///< its beginning is that of a cache line
+    vek::SChainCounts counts;
+};
+
+/// What is known of a frame before its first band runs.
+struct CVekChainState {
+    std::uint64_t preparedBy = 0; ///< id of a plan, 0: nobody
+    std::size_t bytes = 0;
+    vek::Malloced<unsigned char> frame; ///< filtered, rows without padding
+    vek::SWBStage balance;              ///< with the gains of the frame
+    vek::SWBStatistics statistics;
+    /// Whose settings the balance that was worked out once belongs to.
+    std::shared_ptr<const vek::SHandleStages> balancedOnce;
+};
