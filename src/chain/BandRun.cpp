@@ -234,20 +234,43 @@ private:
         return mCleaned.Const();
     }
 
+    /// Whether levels take samples of the frame's own depth.
+    bool LevelsAsTheyCome() const { return mPlan.levels && mPlan.frame.depth == mPlan.workingDepth; }
+    void Level(const SImage<const Work>& from, const SImage<Work>& to, unsigned long first, unsigned long end) const {
+        if constexpr (sizeof(Work) == 2) {
+            for (unsigned long y = first; mPlan.levels && y < end; ++y) {
+                const unsigned place = mPlan.frame.place ^ (2 * static_cast<unsigned>(y % 2));
+                Kernels().linear.levels(from.Row(y), to.Row(y), mWidth, (*mPlan.levels)[place],
+                                        (*mPlan.levels)[place ^ 1]);
+            }
+        }
+    }
+    void ToDepth12(const SImage<Work>& rows, unsigned long first, unsigned long end) const {
+        if constexpr (sizeof(Work) == 2) {
+            for (unsigned long y = first; mPlan.goesTo12 && y < end; ++y) {
+                Kernels().unpack.toDepth12(rows.Row(y), mWidth, mPlan.frame.depth);
+            }
+        }
+    }
+
     /// Rows first .. end-1 of the frame, up to the mirror, which lie in rows.
     void MakeRaw(unsigned long first, unsigned long end, const SImage<Work>& rows, EUntil until) {
         SImage<const Raw> source = CleanedOrUnpacked(first, end, rows);
         const SHandleStages& handle = *mPlan.handle;
         if constexpr (std::is_same_v<Raw, Work>) {
+            const bool leveled = LevelsAsTheyCome();
             if (mPlan.shading) {
                 handle.shading.Rows(Kernels(), mPlan.rawFrame, SBand<Raw>{source, rows, first, end, nullptr});
+            } else if (leveled) {
+                Level(source, rows, first, end);
             } else {
                 forBandRows(SBand<Raw>{source, rows, first, end, nullptr}, 1, [](Raw*, unsigned long) {});
             }
-            if constexpr (sizeof(Work) == 2) {
-                for (unsigned long y = first; mPlan.goesTo12 && y < end; ++y) {
-                    Kernels().unpack.toDepth12(rows.Row(y), mWidth, mPlan.frame.depth);
-                }
+            if (!leveled) {
+                ToDepth12(rows, first, end);
+            }
+            if (mPlan.shading || !leveled) {
+                Level(constView(rows), rows, first, end);
             }
         } else {
             if (mPlan.shading) {
@@ -259,14 +282,7 @@ private:
             for (unsigned long y = first; y < end; ++y) {
                 Kernels().unpack.bytesToDepth12(source.Row(y), rows.Row(y), mWidth);
             }
-        }
-        if constexpr (sizeof(Work) == 2) {
-            if (mPlan.levels) {
-                for (unsigned long y = first; y < end; ++y) {
-                    const unsigned place = mPlan.frame.place ^ (2 * static_cast<unsigned>(y % 2));
-                    Kernels().linear.levels(rows.Row(y), mWidth, (*mPlan.levels)[place], (*mPlan.levels)[place ^ 1]);
-                }
-            }
+            Level(constView(rows), rows, first, end);
         }
         if (until == EUntil::Balance) {
             return;

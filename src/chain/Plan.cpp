@@ -40,7 +40,7 @@ T taken(const T& given, const std::string& name) {
     if (std::any_of(bytes + sizeof(T), bytes + size, [](unsigned char byte) { return byte != 0; })) {
         refuse(name + ".size: members of a later version, which this library does not know, are set");
     }
-    T known;
+    T known{};
     std::memcpy(&known, &given, sizeof known);
     return known;
 }

@@ -41,7 +41,7 @@ private:
     static rows::SToneCurve Fit(SCurve& curve, std::size_t count, unsigned outBits);
 
     std::unique_ptr<SCurve[]> mCurves; ///< what the tables point to
-    rows::SToneTables mTables;
+    rows::SToneTables mTables{};
 };
 
 } // namespace vek

@@ -341,11 +341,13 @@ struct SLinearMatrix {
     std::int16_t offset[3];
 };
 
-/// Samples of 12 bits in words that count light, in place. Any width.
+/// Samples of 12 bits in words that count light. Any width.
 struct SLinearRows {
-    /// ((sample - black) x gain + 2048 >> 12) + pedestal within 0 .. 4095, by the column's parity.
-    void (*levels)(std::uint16_t* row, std::size_t width, const SLevel& even, const SLevel& odd);
-    /// Dense blue-green-red pixels: (sum of factor x sample) + 4096 x offset + 2048 >> 12 within 0 .. 4095.
+    /// ((sample - black) x gain + 2048 >> 12) + pedestal within 0 .. 4095, by the column's parity; samples above 4095
+    /// count as 4095. dst may be src.
+    void (*levels)(const std::uint16_t* src, std::uint16_t* dst, std::size_t width, const SLevel& even,
+                   const SLevel& odd);
+    /// Dense blue-green-red pixels, in place: (sum of factor x sample) + 4096 x offset + 2048 >> 12 within 0 .. 4095.
     void (*matrix)(std::uint16_t* row, std::size_t width, const SLinearMatrix& matrix);
 };
 

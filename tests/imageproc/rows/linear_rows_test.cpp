@@ -20,7 +20,8 @@ std::uint16_t limited12(double value) {
 }
 
 std::uint16_t expectedLevel(std::uint16_t sample, const rows::SLevel& level) {
-    return limited12(rounded12((double{1} * sample - level.black) * level.gain) + level.pedestal);
+    const double held = std::min<std::uint16_t>(sample, 4095);
+    return limited12(rounded12((held - level.black) * level.gain) + level.pedestal);
 }
 
 Words expectedLevels(const Words& row, const rows::SLevel& even, const rows::SLevel& odd) {
@@ -82,7 +83,13 @@ protected:
         for (const Flush flush : kFlushes) {
             const Words before = samplesOf<std::uint16_t>(width, pattern, 12, random);
             Check(before, expectedLevels(before, even, odd), flush,
-                  [&](std::uint16_t* row) { Table().linear.levels(row, width, even, odd); });
+                  [&](std::uint16_t* row) { Table().linear.levels(row, row, width, even, odd); });
+            // From another row, of any words.
+            const Words any = samplesOf<std::uint16_t>(width, pattern, 16, random);
+            CGuardedBuffer<std::uint16_t> src(width, flush);
+            std::copy(any.begin(), any.end(), src.data());
+            Check(before, expectedLevels(any, even, odd), flush,
+                  [&](std::uint16_t* row) { Table().linear.levels(src.data(), row, width, even, odd); });
         }
     }
     void CheckMatrix(std::size_t width, Pattern pattern, const rows::SLinearMatrix& matrix, CRandom& random) {
@@ -128,7 +135,7 @@ TEST_P(LinearRows, LevelsOfEverySample) {
         const rows::SLevel even = anyLevel(random);
         const rows::SLevel odd = {anyWord(random, 8), anyWord(random, 14), anyWord(random, 6)};
         Check(samples, expectedLevels(samples, even, odd), Flush::Left,
-              [&](std::uint16_t* row) { Table().linear.levels(row, samples.size(), even, odd); });
+              [&](std::uint16_t* row) { Table().linear.levels(row, row, samples.size(), even, odd); });
     }
 }
 
@@ -165,7 +172,7 @@ TEST_P(LinearRows, OneKeepsEverySample) {
     Check(samples, samples, Flush::Left,
           [&](std::uint16_t* row) { Table().linear.matrix(row, samples.size() / 3, one); });
     Check(samples, samples, Flush::Left, [&](std::uint16_t* row) {
-        Table().linear.levels(row, samples.size(), {0, 4096, 0}, {0, 4096, 0});
+        Table().linear.levels(row, row, samples.size(), {0, 4096, 0}, {0, 4096, 0});
     });
 }
 
@@ -181,7 +188,7 @@ TEST_P(LinearRows, EveryAddress) {
         const auto expectedAt = expected.begin() + static_cast<std::ptrdiff_t>(offset);
         const Words leveled = expectedLevels(Words(at, at + 303), even, odd);
         std::copy(leveled.begin(), leveled.end(), expectedAt);
-        Table().linear.levels(row.data() + offset, 303, even, odd);
+        Table().linear.levels(row.data() + offset, row.data() + offset, 303, even, odd);
         ASSERT_EQ(row, expected) << Table().name << " offset " << offset;
         const Words pixels = expectedPixels(Words(at, at + 303), matrix);
         std::copy(pixels.begin(), pixels.end(), expectedAt);

@@ -56,18 +56,34 @@ inline void bilinearSpan(const T* above, const T* row, const T* below, T* dst, s
 
 // ---- body: the pixels of a block at column x, even, in registers ----
 
+/// How two samples are averaged: of any bits, or of ones whose sum a lane holds.
+struct SMeanOfAll {
+    template <class A>
+    VEK_INLINE static A Of(A a, A b) {
+        return mean(a, b);
+    }
+};
+struct SMeanOfFewerBits {
+    template <class A>
+    VEK_INLINE static A Of(A a, A b) {
+        return (a + b) >> 1;
+    }
+};
+
 /// Horizontal step: columns of Parity hold the wanted colour themselves, the others take the mean of their neighbours.
-template <class A, unsigned Parity>
+template <class A, unsigned Parity, class Mean>
 VEK_INLINE A horizontalBlock(const Lane<A>* row, std::size_t x) {
-    const A sides = mean(load<A>(row + x - 1), load<A>(row + x + 1));
+    const A sides = Mean::Of(load<A>(row + x - 1), load<A>(row + x + 1));
     return select(parityMask<A, Parity>(), load<A>(row + x), sides);
 }
 
-template <class A, BayerRow Row>
+template <class A, BayerRow Row, class Mean = SMeanOfAll>
 VEK_INLINE SColors<A> bilinearBlock(const Lane<A>* above, const Lane<A>* row, const Lane<A>* below, std::size_t x) {
     constexpr unsigned greenParity = SRow<Row>::greenParity;
-    const A third = mean(horizontalBlock<A, greenParity>(above, x), horizontalBlock<A, greenParity>(below, x));
-    return colorsOf<Row>(horizontalBlock<A, 1 - greenParity>(row, x), horizontalBlock<A, greenParity>(row, x), third);
+    const A third =
+        Mean::Of(horizontalBlock<A, greenParity, Mean>(above, x), horizontalBlock<A, greenParity, Mean>(below, x));
+    return colorsOf<Row>(horizontalBlock<A, 1 - greenParity, Mean>(row, x),
+                         horizontalBlock<A, greenParity, Mean>(row, x), third);
 }
 
 #endif

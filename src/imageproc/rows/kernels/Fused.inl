@@ -35,7 +35,11 @@ struct SBilinear {
 #if VEK_VECTOR_BYTES != 0
     template <class A>
     VEK_INLINE SColors<A> Block(std::size_t x) const {
-        return bilinearBlock<A, Row>(above, row, below, x);
+        if constexpr (sizeof(T) == 1) {
+            return bilinearBlock<A, Row>(above, row, below, x);
+        } else {
+            return bilinearBlock<A, Row, SMeanOfFewerBits>(above, row, below, x); // of 12 bits
+        }
     }
 #endif
 };
@@ -88,38 +92,21 @@ inline bool bilinearMatrixBlocks(const SBilinear<std::uint8_t, Row>& mosaic, std
 
 #if VEK_VECTOR_BYTES != 0 && VEK_TONE_SEGMENTS
 
-/// A block's samples through the curves.
-template <bool Alike>
-struct SCurves;
-template <>
-struct SCurves<true> {
-    SToneLanes all;
-    VEK_INLINE explicit SCurves(const SToneTables& tables) : all(tables.curve[0]) {}
-    VEK_INLINE SColors<SToneLanes::A> Of(const SColors<SToneLanes::A>& colors) const {
-        return {toneBlock(colors.blue, all), toneBlock(colors.green, all), toneBlock(colors.red, all)};
-    }
-};
-template <>
-struct SCurves<false> {
-    SToneLanes each[3];
-    VEK_INLINE explicit SCurves(const SToneTables& tables)
-        : each{SToneLanes(tables.curve[0]), SToneLanes(tables.curve[1]), SToneLanes(tables.curve[2])} {}
-    VEK_INLINE SColors<SToneLanes::A> Of(const SColors<SToneLanes::A>& colors) const { return toneBlock(colors, each); }
-};
-
 /// The columns from 2 on that are inner.
 template <bool Alike, bool Multiplied, class Mosaic>
 inline void developBlocks(const Mosaic& mosaic, std::uint8_t* dst, std::size_t inner, const SDevelopment& development) {
     using A = SToneLanes::A;
     using Bytes = V<std::uint8_t, kLanes<A>>;
-    const SCurves<Alike> curves(*development.tone);
+    const SToneLanes blue(development.tone->curve[0]);
+    const SToneLanes green(development.tone->curve[1]);
+    const SToneLanes red(development.tone->curve[2]);
     const SMatrixLanes<Like<std::int16_t, A>> matrix(Multiplied ? *development.matrix : SLinearMatrix{});
-    forBlocks<Bytes, 3>(dst, 2, inner, [=, &curves](std::size_t x) {
+    forBlocks<Bytes, 3>(dst, 2, inner, [=, &green, &red](std::size_t x) {
         SColors<A> colors = mosaic.template Block<A>(x);
         if constexpr (Multiplied) {
             colors = linearMatrixBlock(colors, matrix);
         }
-        storePixels<3>(dst + 3 * x, narrowSamples(curves.Of(colors)));
+        storeHighBytes(dst + 3 * x, toneHighBytes(colors, blue, Alike ? blue : green, Alike ? blue : red));
     });
 }
 

@@ -3,7 +3,8 @@
 //
 //   s0 s1 s2 s3 ...  ->  even(s0) odd(s1) even(s2) odd(s3) ...
 //
-// No neighbours. (sample - black) x gain / 4096 is rounded, a half up; with the pedestal it stops at 0 and 4095.
+// No neighbours. Samples above 4095 count as 4095. (sample - black) x gain / 4096 is rounded, a half up; with the
+// pedestal it stops at 0 and 4095.
 #pragma once
 
 #include "imageproc/rows/RowTable.h"
@@ -12,61 +13,69 @@
 namespace vek::rows::VEK_ISA {
 namespace {
 
+constexpr std::uint16_t kLargestLevel = 4095;
+
 // ---- plain loops: columns from .. width-1, from even ----
 
 inline std::uint16_t leveled(std::uint16_t sample, const SLevel& level) {
-    const int value = ((((sample - level.black) * level.gain) + 2048) >> 12) + level.pedestal;
-    return static_cast<std::uint16_t>(smaller(larger(value, 0), 4095));
+    const int value = (((smaller(sample, kLargestLevel) - level.black) * level.gain + 2048) >> 12) + level.pedestal;
+    return static_cast<std::uint16_t>(smaller(larger(value, 0), int{kLargestLevel}));
 }
 
-inline void levelSpan(std::uint16_t* row, std::size_t from, std::size_t width, const SLevel& even, const SLevel& odd) {
+inline void levelSpan(const std::uint16_t* src, std::uint16_t* dst, std::size_t from, std::size_t width,
+                      const SLevel& even, const SLevel& odd) {
     std::size_t x = from;
     for (; x + 1 < width; x += 2) {
-        row[x] = leveled(row[x], even);
-        row[x + 1] = leveled(row[x + 1], odd);
+        dst[x] = leveled(src[x], even);
+        dst[x + 1] = leveled(src[x + 1], odd);
     }
     if (x < width) {
-        row[x] = leveled(row[x], even);
+        dst[x] = leveled(src[x], even);
     }
 }
 
 #if VEK_VECTOR_BYTES != 0
 
-/// The levels of a block's lanes.
+/// Levels of even and odd columns in turn.
 template <class A>
 struct SLevelLanes {
     A black;
     A gain;
     A pedestal;
+
+    VEK_INLINE SLevelLanes(const SLevel& even, const SLevel& odd)
+        : black(InTurn(even.black, odd.black)), gain(InTurn(even.gain, odd.gain)),
+          pedestal(InTurn(even.pedestal, odd.pedestal)) {}
+
+private:
+    VEK_INLINE static A InTurn(std::uint16_t even, std::uint16_t odd) {
+        const std::uint16_t pair[] = {even, odd};
+        return repeatPair<A>(pair);
+    }
 };
 
 /// 8 x (sample - black) fits 16 bits, so that rounding by 15 bits is rounding by 12.
 template <class A>
 VEK_INLINE A levelBlock(A samples, const SLevelLanes<A>& level) {
     using Signed = Like<std::int16_t, A>;
-    const Signed light = mulRound15((Signed)((samples - level.black) << 3), (Signed)level.gain);
+    const A held = smaller(samples, all<A>(kLargestLevel));
+    const Signed light = mulRound15((Signed)((held - level.black) << 3), (Signed)level.gain);
     const Signed sum = addSat(light, (Signed)level.pedestal);
-    return (A)smaller(larger(sum, Signed{}), all<Signed>(4095));
+    return (A)smaller(larger(sum, Signed{}), all<Signed>(kLargestLevel));
 }
 
 #endif
 
 // ---- kernels ----
 
-void levels(std::uint16_t* row, std::size_t width, const SLevel& even, const SLevel& odd) {
+void levels(const std::uint16_t* src, std::uint16_t* dst, std::size_t width, const SLevel& even, const SLevel& odd) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
-    // Three in a row: those of two columns from an even or from an odd one on.
-    const std::uint16_t black[] = {even.black, odd.black, even.black};
-    const std::uint16_t gain[] = {even.gain, odd.gain, even.gain};
-    const std::uint16_t pedestal[] = {even.pedestal, odd.pedestal, even.pedestal};
-    done = changeBlocks(row, 0, width, [=]<class A>(A, std::size_t x) {
-        const std::size_t at = x % 2;
-        return levelBlock<A>(load<A>(row + x),
-                             {repeatPair<A>(black + at), repeatPair<A>(gain + at), repeatPair<A>(pedestal + at)});
-    });
+    using A = RowV<std::uint16_t>;
+    const SLevelLanes<A> level(even, odd);
+    done = storeBlocks<2>(dst, width, [=](std::size_t x) { return levelBlock(load<A>(src + x), level); });
 #endif
-    levelSpan(row, done, width, even, odd);
+    levelSpan(src, dst, done, width, even, odd);
 }
 
 } // namespace

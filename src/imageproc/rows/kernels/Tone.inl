@@ -85,29 +85,75 @@ struct SToneLanes {
           bend{load<A>(of.segments->bend), load<A>(of.segments->bend + 32)}, curve(&of) {}
 };
 
-/// Words to words.
-VEK_INLINE SToneLanes::A toneBlock(SToneLanes::A samples, const SToneLanes& lanes) {
+/// Words to levels in 16 bits, of which the curve's shift leaves the result; in the lanes of bend that are odd they are
+/// not.
+struct SToneSteps {
+    SToneLanes::A level;
+    SToneLanes::A bend;
+};
+VEK_INLINE SToneSteps toneSteps(SToneLanes::A held, const SToneLanes& lanes) {
     using A = SToneLanes::A;
     using Signed = Like<std::int16_t, A>;
-    const A held = smaller(samples, all<A>(kLastTone));
     const A segment = held >> 6;
     const auto along = (Signed)(held << 9 & 0x7E00);
     const A bend = permute2(lanes.bend[0], lanes.bend[1], segment);
     const A slope = permute2(lanes.slope[0], lanes.slope[1], segment) + (A)mulHigh((Signed)bend, along);
     const A rise = (A)mulHigh((Signed)slope, along);
-    A result = (A)(permute2(lanes.base[0], lanes.base[1], segment) + rise) >> static_cast<int>(lanes.curve->shift);
-    if (any((A)(bend & 1))) {
-        for (std::size_t i = 0; i < lanes.curve->exceptions; ++i) {
-            const std::uint16_t exception = lanes.curve->exception[i];
-            const auto excepted = (A)(segment == exception);
-            if (any(excepted)) {
-                const std::uint16_t* const entries = lanes.curve->entries + exception * SToneCurve::kSegment;
-                // The low six bits of an index count.
-                result = select(excepted, permute2(load<A>(entries), load<A>(entries + 32), held), result);
-            }
+    return {permute2(lanes.base[0], lanes.base[1], segment) + rise, bend};
+}
+/// What the exceptions' entries make of a block: they are moved up by Up bits.
+template <int Up>
+VEK_INLINE SToneLanes::A withExceptions(SToneLanes::A result, SToneLanes::A held, const SToneCurve& curve) {
+    using A = SToneLanes::A;
+    const A segment = held >> 6;
+    for (std::size_t i = 0; i < curve.exceptions; ++i) {
+        const std::uint16_t exception = curve.exception[i];
+        const auto excepted = (A)(segment == exception);
+        if (any(excepted)) {
+            const std::uint16_t* const entries = curve.entries + exception * SToneCurve::kSegment;
+            // The low six bits of an index count.
+            result = select(excepted, permute2(load<A>(entries), load<A>(entries + 32), held) << Up, result);
         }
     }
     return result;
+}
+
+/// Words to words.
+VEK_INLINE SToneLanes::A toneBlock(SToneLanes::A samples, const SToneLanes& lanes) {
+    using A = SToneLanes::A;
+    const A held = smaller(samples, all<A>(kLastTone));
+    const SToneSteps steps = toneSteps(held, lanes);
+    const A result = steps.level >> static_cast<int>(lanes.curve->shift);
+    return any((A)(steps.bend & 1)) ? withExceptions<0>(result, held, *lanes.curve) : result;
+}
+/// Words of up to 12 bits to bytes, which are the high ones of words; below them stands anything.
+VEK_INLINE SColors<SToneLanes::A> toneHighBytes(const SColors<SToneLanes::A>& colors, const SToneLanes& blue,
+                                                const SToneLanes& green, const SToneLanes& red) {
+    using A = SToneLanes::A;
+    const SToneSteps steps[3] = {toneSteps(colors.blue, blue), toneSteps(colors.green, green),
+                                 toneSteps(colors.red, red)};
+    if (any((A)((steps[0].bend | steps[1].bend | steps[2].bend) & 1))) {
+        return {withExceptions<8>(steps[0].level, colors.blue, *blue.curve),
+                withExceptions<8>(steps[1].level, colors.green, *green.curve),
+                withExceptions<8>(steps[2].level, colors.red, *red.curve)};
+    }
+    return {steps[0].level, steps[1].level, steps[2].level};
+}
+/// Where byte i of dense pixels stands: colours 0 and 1 in the first of two vectors, colour 2 in the second one.
+constexpr std::size_t highBytePlace(std::size_t i) {
+    return i % 3 == 2 ? 64 + i / 3 * 2 + 1 : i / 3 * 2 + i % 3;
+}
+/// The high bytes of a block's words as dense pixels.
+VEK_INLINE void storeHighBytes(std::uint8_t* dst, const SColors<SToneLanes::A>& colors) {
+    using Bytes = V<std::uint8_t, 64>;
+    //   blueGreen   b0 g0 b1 g1 ...        permuted to   b0 g0 r0 b1 g1 r1 ...
+    //   red         -- r0 -- r1 ...
+    const auto blueGreen = (Bytes)select(all<SToneLanes::A>(0x00FF), colors.blue >> 8, colors.green);
+    const auto red = (Bytes)colors.red;
+    store(dst, permute2(blueGreen, red, constant<Bytes>([](std::size_t i) { return highBytePlace(i); })));
+    const Bytes last =
+        permute2(blueGreen, red, constant<Bytes>([](std::size_t i) { return highBytePlace((64 + i) % 96); }));
+    __builtin_memcpy(dst + 64, &last, 32);
 }
 VEK_INLINE SColors<SToneLanes::A> toneBlock(const SColors<SToneLanes::A>& colors, const SToneLanes (&lanes)[3]) {
     return {toneBlock(colors.blue, lanes[0]), toneBlock(colors.green, lanes[1]), toneBlock(colors.red, lanes[2])};
