@@ -5,46 +5,54 @@
 #include "formats/ColorArrays.h"
 #include "formats/TransferFormats.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace vek {
 
 namespace {
 
-/// Packing, depth and group of a format.
-SFrameLayout packingOf(const VekChainFrame& frame) {
+/// Formats that the camera's driver does not have.
+struct SChainFormat {
+    unsigned code; ///< enum VekChainFormat
+    EPacking packing;
+    unsigned short depth;
+    unsigned groupPixels;
+    unsigned groupBytes;
+};
+constexpr SChainFormat kChainFormats[] = {{VEK_CHAIN_CSI2_RAW10, EPacking::Csi10, 10, 4, 5},
+                                          {VEK_CHAIN_CSI2_RAW12, EPacking::Csi12, 12, 2, 3},
+                                          {VEK_CHAIN_CSI2_RAW14, EPacking::Csi14, 14, 4, 7}};
+
+EPacking packingOf(const STransferFormat& format, unsigned byteOrder) {
+    switch (format.layout) {
+    case ELayout::Packed:
+        return format.depth == 10 ? EPacking::Stream10 : EPacking::Stream12;
+    case ELayout::Words:
+        return byteOrder == VEK_CHAIN_BIG_ENDIAN ? EPacking::SwappedWords : EPacking::Words;
+    default:
+        return EPacking::Bytes;
+    }
+}
+
+/// Packing, depth and group of a frame's format.
+SFrameLayout samplesOf(const VekChainFrame& frame) {
     SFrameLayout layout;
-    switch (frame.format) {
-    case VEK_CHAIN_CSI2_RAW10:
-        layout.packing = EPacking::Csi10;
-        layout.depth = 10;
-        layout.groupPixels = 4;
-        layout.groupBytes = 5;
-        break;
-    case VEK_CHAIN_CSI2_RAW12:
-        layout.packing = EPacking::Csi12;
-        layout.depth = 12;
-        layout.groupPixels = 2;
-        layout.groupBytes = 3;
-        break;
-    case VEK_CHAIN_CSI2_RAW14:
-        layout.packing = EPacking::Csi14;
-        layout.depth = 14;
-        layout.groupPixels = 4;
-        layout.groupBytes = 7;
-        break;
-    default: {
+    const auto take = [&](EPacking packing, const auto& format) {
+        layout.packing = packing;
+        layout.depth = format.depth;
+        layout.groupPixels = format.groupPixels;
+        layout.groupBytes = format.groupBytes;
+    };
+    const auto* const known = std::find_if(std::begin(kChainFormats), std::end(kChainFormats),
+                                           [&](const SChainFormat& format) { return format.code == frame.format; });
+    if (known != std::end(kChainFormats)) {
+        take(known->packing, *known);
+    } else {
         const STransferFormat* const format = transferFormat(frame.format);
         require(format != nullptr, "frame.format: no transfer format of this number");
         require(format->IsRaw(), "frame.format: neither raw nor mono");
-        layout.depth = format->depth;
-        layout.groupPixels = format->groupPixels;
-        layout.groupBytes = format->groupBytes;
-        if (format->IsPacked()) {
-            layout.packing = format->depth == 10 ? EPacking::Stream10 : EPacking::Stream12;
-        } else if (format->layout == ELayout::Words) {
-            layout.packing = frame.byteOrder == VEK_CHAIN_BIG_ENDIAN ? EPacking::SwappedWords : EPacking::Words;
-        }
-        break;
-    }
+        take(packingOf(*format, frame.byteOrder), *format);
     }
     require(frame.byteOrder <= VEK_CHAIN_BIG_ENDIAN, "frame.byteOrder: neither little nor big");
     require(frame.byteOrder == VEK_CHAIN_LITTLE_ENDIAN || layout.packing == EPacking::SwappedWords,
@@ -79,7 +87,7 @@ unsigned short shiftedColorArray(unsigned short colorArray, unsigned place) {
 }
 
 SFrameLayout frameLayout(const VekChainFrame& frame) {
-    SFrameLayout layout = packingOf(frame);
+    SFrameLayout layout = samplesOf(frame);
     require(frame.width != 0, "frame.width: 0 pixels");
     require(frame.height != 0, "frame.height: 0 rows");
     const std::size_t dense = rowBytes(layout, frame.width);
