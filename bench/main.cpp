@@ -5,8 +5,8 @@
 //   --passes   goes through all of them so many times: what disturbs the machine for a while does not hit each pass
 //   --json     writes the figures to a file instead of printing them
 #include "JsonFile.h"
+#include "Operations.h"
 #include "Runner.h"
-#include "imageproc/Operations.h"
 #include "peers/Peers.h"
 
 #include <benchmark/benchmark.h>
@@ -60,7 +60,7 @@ Operations operations(bool all) {
     for (const auto& family :
          {colorInterpolationOperations, whiteBalanceOperations, gammaOperations, colorMatrixOperations,
           chromaSuppressOperations, sharpnessOperations, noiseReductionOperations, shadingOperations, flipOperations,
-          formatConversionOperations, averageOperations, chainOperations}) {
+          formatConversionOperations, averageOperations, chainOperations, planOperations}) {
         for (SOperation& operation : family()) {
             if (all || !operation.extra) {
                 const auto last = std::find_if(chosen.rbegin(), chosen.rend(),

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/AveragePixel.h"
 
+#include "Operations.h"
 #include "Picture.h"
-#include "imageproc/Operations.h"
 
 #include <benchmark/benchmark.h>
 

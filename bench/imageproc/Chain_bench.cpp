@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The stages that a raw frame passes on its way to a picture, one after the other on the whole frame.
-#include "imageproc/Operations.h"
+#include "Operations.h"
 #include "imageproc/Stages.h"
 
 #include <cstdint>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/ColorInterpolation.h"
 
+#include "Operations.h"
 #include "formats/DemosaicMethods.h"
-#include "imageproc/Operations.h"
 #include "imageproc/Stages.h"
 
 #include <memory>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/FormatConversion.h"
 
+#include "Operations.h"
 #include "Picture.h"
 #include "VekTrgApi.h"
-#include "imageproc/Operations.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/Gamma.h"
 
-#include "imageproc/Operations.h"
+#include "Operations.h"
 #include "imageproc/Stages.h"
 
 #include <memory>

@@ -42,7 +42,7 @@ BESIDE = {
     "client": rf"client/.*|src/formats/.*|src/settings/Keys\.h|{PUBLIC}",
     "tools": rf"tools/.*|client/.*|sim/.*|CommandList\.inc|{PUBLIC}",
     "examples": rf"sim/.*|{PUBLIC}",
-    "bench": rf"bench/.*|src/(imageproc|formats)/.*|{PUBLIC}",
+    "bench": rf"bench/.*|src/(chain|imageproc|formats)/.*|{PUBLIC}",
     "fuzz": r"fuzz/.*|src/(imageproc|common)/.*",
     **{f"tests/{layer}": LIBRARY_TEST for layer in ALLOWED if layer != "common"},
     "tests/client": rf"tests/(client|support)/.*|client/.*|sim/.*|{PUBLIC}",

@@ -14,6 +14,7 @@ Operations flipOperations();
 Operations formatConversionOperations();
 Operations gammaOperations();
 Operations noiseReductionOperations();
+Operations planOperations();
 Operations shadingOperations();
 Operations sharpnessOperations();
 Operations whiteBalanceOperations();
