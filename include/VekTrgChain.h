@@ -35,21 +35,22 @@
  *     VekCam_Close(handle);
  *
  * Conventions:
- *  - Every struct begins with its size, which the application sets to sizeof. A larger one than the library knows is
- *    taken where what it does not know is 0. Members of 0 stand for what is most usual.
+ *  - Every struct begins with its size, which the application sets to sizeof. A larger one than the library knows, up
+ *    to 65536 bytes, is taken where what it does not know is 0; of a larger one that receives something, that is left
+ *    alone. Members of 0 stand for what is most usual.
  *  - A plan never changes, and nothing that is set in its handle later changes it; the handle may be closed. It shares
  *    the dark frame and the shading map with the handle, which replaces them when it gets new ones.
  *  - Any number of threads may run bands of one frame, or of several, with one plan at once, each with a work area of
  *    its own. Plan and state are read, the work area alone is written. To stop, call no more bands.
- *  - Creating and updating use the handle, or the old plan, like any other call: from one thread at a time.
+ *  - Creating uses the handle like any other call, from one thread at a time; updating reads the old plan.
  *  - Running allocates nothing, keeps no pointer, and reads the frame from its first row to its last one.
  *  - The frame may begin at any address, and is never written. A picture of words begins at an even one. Frame and
  *    picture do not overlap.
  *  - Exceptions, output, threads: none.
  *
- * Where a plan has none of the chain's own stages (levels, linear matrix, tone, VEK_CHAIN_DEMOSAIC_EDGE), and the
- * picture the frame's depth, its pixels are those that the functions of VekTrgApi.h make of a copy of the frame (of its
- * crop) one after the other, bit for bit.
+ * Where a plan has none of the chain's own stages (levels, linear matrix, tone, VEK_CHAIN_DEMOSAIC_EDGE), and picture
+ * and working depth are the frame's, its pixels are those that the functions of VekTrgApi.h make of a copy of the frame
+ * (of its crop) one after the other, bit for bit.
  */
 
 #include "VekTrgApi.h"
@@ -78,12 +79,12 @@ enum VekChainFormat {
 /** Order of the two bytes of a word. */
 enum VekChainByteOrder { VEK_CHAIN_LITTLE_ENDIAN = 0, VEK_CHAIN_BIG_ENDIAN = 1 };
 
-/** One more demosaic method, besides enum VekDemosaicMethod: edge-directed, 5 x 5 pixels, depths up to 12. */
+/** One more demosaic method, besides enum VekDemosaicMethod: edge-directed, from 5 x 5 pixels, depths up to 12. */
 enum { VEK_CHAIN_DEMOSAIC_EDGE = 16 };
 
 /**
  * Stages that work with the settings of the handle; bits. Each does what the function of VekTrgApi.h does, and nothing
- * where the handle has it switched off.
+ * where the handle has it switched off; what it does not go with is refused all the same.
  */
 enum VekChainStage {
     VEK_CHAIN_SHADING = 1,       /**< VekCam_ShadingCorrection */
@@ -128,18 +129,19 @@ typedef struct VekChainFrame {
     uint32_t cropHeight; /**< rows; 0: down to the bottom edge */
     uint32_t format;     /**< enum VekTransferFormat, raw or mono, or enum VekChainFormat */
     uint16_t colorArray; /**< enum VekColorArray of the whole frame, 1 .. 5; not looked at for mono formats */
-    uint16_t byteOrder;  /**< enum VekChainByteOrder; of formats of words */
+    uint16_t byteOrder;  /**< enum VekChainByteOrder; of formats of words, else 0 */
 } VekChainFrame;
 
 /** A picture in memory, as large as the frame's crop. */
 typedef struct VekChainPicture {
     size_t size;
-    uint32_t layout;     /**< enum VekChainLayout */
-    uint32_t depth;      /**< bits of a sample, 8 .. 16; 0: those of the last stage. Without a tone stage samples are
-                              shifted: bits below are cut off, missing ones 0 */
-    size_t pitch;        /**< bytes from row to row, of all planes; 0: rows without padding */
-    uint16_t fill;       /**< fourth sample of VEK_CHAIN_BGRA and VEK_CHAIN_RGBA */
-    uint16_t colorSpace; /**< enum VekChainColorSpace of VEK_CHAIN_NV12 */
+    uint32_t layout; /**< enum VekChainLayout */
+    /** Bits of a sample, 8 .. 16; 0: 8 with tone and in NV12, else the working depth. Without a tone stage samples are
+        shifted: bits below are cut off, missing ones 0. */
+    uint32_t depth;
+    size_t pitch;  /**< bytes from row to row, of all planes; 0: rows without padding */
+    uint16_t fill; /**< fourth sample of VEK_CHAIN_BGRA and VEK_CHAIN_RGBA, at most the largest of the depth; else 0 */
+    uint16_t colorSpace; /**< enum VekChainColorSpace of VEK_CHAIN_NV12; else 0 */
     uint32_t reserved;   /**< 0 */
 } VekChainPicture;
 
@@ -189,7 +191,11 @@ typedef struct VekChainTone {
     uint32_t reserved;  /**< 0 */
 } VekChainTone;
 
-/** A chain. Stages come in the order of the members; null or 0: there is no such stage. */
+/**
+ * A chain; null or 0: there is no such stage. The order is noise reduction, shading, levels, white balance, raw curves,
+ * mirror, demosaic method, colour matrix with chroma suppression or linear matrix, luma curve, sharpness, tone, layout;
+ * sharpness comes behind tone where tone says so.
+ */
 typedef struct VekChainDescription {
     size_t size;
     const VekChainFrame *frame;
@@ -198,9 +204,12 @@ typedef struct VekChainDescription {
     uint32_t stages;              /**< bits of enum VekChainStage */
     const VekChainLevels *levels; /**< behind shading; with it and with the next two the chain goes on at 12 bits: 8
                                        and 10 are shifted up, 14 and 16 rounded */
-    uint32_t mirror;              /**< enum VekMirror, of the raw frame, in front of the demosaic method */
+    uint32_t mirror;              /**< enum VekMirror, of the raw frame, in front of the demosaic method. The mirrored
+                                       frame counts as of the colour array that VekCam_MirrorRotation tells: with odd
+                                       sides it may be another than it has */
     uint32_t demosaic;            /**< enum VekDemosaicMethod or VEK_CHAIN_DEMOSAIC_EDGE; any of a mono frame */
-    const VekChainLinearMatrix *linearMatrix; /**< in the place of VEK_CHAIN_COLOR_MATRIX, not besides it */
+    const VekChainLinearMatrix *linearMatrix; /**< in the place of VEK_CHAIN_COLOR_MATRIX, not besides it; not of
+                                                   grey pictures */
     const VekChainTone *tone;
     uint32_t workingDepth; /**< bits that a frame is demosaiced with. 0: 12 with levels, linear matrix or tone, else the
                                 frame's. 8: frames of 8 bits stay there with tone alone. 12: also without these */
@@ -225,7 +234,7 @@ typedef struct VekChainTraits {
     size_t framePitch;     /**< bytes */
     size_t frameBytes;     /**< from the frame's first byte to the last one that may be read */
     size_t picturePitch;   /**< bytes */
-    size_t pictureBytes;   /**< from the picture's first byte to the last one that is written */
+    size_t pictureBytes;   /**< from the picture's first byte to the last one of its last pixel */
     size_t workBytes;      /**< of a work area */
     size_t stateBytes;     /**< of a state, 0: none is needed */
 } VekChainTraits;
@@ -238,11 +247,15 @@ typedef struct VekChainCount {
     uint64_t bins[64]; /**< by the highest 6 bits of the depth */
 } VekChainCount;
 
-/** What bands have counted. */
+/**
+ * What bands have counted. Words above the depth count as clipped, and in the last bin; samples that were shifted up
+ * are never the largest.
+ */
 typedef struct VekChainStatistics {
     size_t size;
-    VekChainCount raw[4]; /**< of the frame as it came, at its depth: R, Gr, Gb, B; mono: the first one alone */
-    VekChainCount luma; /**< of the picture, at its depth: (77 R + 150 G + 29 B + 128) / 256, cut off; grey as it is */
+    VekChainCount raw[4]; /**< of the crop as it came, at the frame's depth: R, Gr, Gb, B; mono: the first one alone */
+    /** Of the picture, at its depth: (77 R + 150 G + 29 B + 128) / 256, cut off, also in front of NV12; grey itself. */
+    VekChainCount luma;
 } VekChainStatistics;
 
 /**
@@ -252,10 +265,13 @@ typedef struct VekChainStatistics {
  *  plan: receives the plan, null unless the result is 0. The application ends it with VekChain_Destroy.
  *  reason: receives, with VEK_EINVAL for a description, a line of English that names the member and says why, cut to
  *      reasonSize bytes with the 0 behind it; may be null.
- * Refused are, besides values that no comment allows: white balance and luma curve on words; methods that read behind a
- * row or leave samples open at this size (VEK_DEMOSAIC_BILINEAR_SIMPLE at odd widths and heights, NEAREST_NEIGHBOR2 at
- * odd widths); VEK_DEMOSAIC_BICUBIC above 8 bits, demosaicing above 12; sharpness above 12; sizes that a stage does not
- * take; a dark frame or a shading map that is missing or of another size; shading while it calibrates.
+ * Refused are, besides values that no comment allows: sides of 0; pitches shorter than a row (of NV12: of whole pairs),
+ * odd ones of pictures of words; white balance and luma curve on words; methods that read behind a row or leave samples
+ * open at this size (VEK_DEMOSAIC_BILINEAR_SIMPLE at odd widths and heights, NEAREST_NEIGHBOR2 at odd widths);
+ * VEK_DEMOSAIC_BICUBIC above 8 bits, colours above 12 in front of tone; sharpness above 12; sizes that a stage does not
+ * take (VEK_CHAIN_DEMOSAIC_EDGE: below 2 x 2); a dark frame or a shading map that is missing, of another size than the
+ * crop, or, a dark frame, of another colour array, with padding or with samples of another size; shading while it
+ * calibrates.
  * Returns 0; VEK_EINVAL for a null handle, description or plan, and for a description that cannot work; VEK_ENOMEM.
  */
 VEK_API int VekChain_Create(VekCam_Handle handle, const VekChainDescription *description, VekChain_Plan *plan,
@@ -263,7 +279,8 @@ VEK_API int VekChain_Create(VekCam_Handle handle, const VekChainDescription *des
 
 /**
  * Makes a plan of an old one's handle settings, as they were then, and a new description. Shares what did not change:
- * quick enough for a slider. Arguments and result as above.
+ * quick enough for a slider. Arguments and result as above. A calibration that waited for its first frame when the old
+ * plan was made, without shading, has left no map.
  */
 VEK_API int VekChain_Update(VekChain_Plan plan, const VekChainDescription *description, VekChain_Plan *newPlan,
                             char *reason, size_t reasonSize);
@@ -292,7 +309,8 @@ VEK_API void VekChain_DestroyState(VekChain_State state);
 
 /**
  * Does what comes before the first band of a frame: filters it row by row, measures it. Bands of that frame follow; no
- * band runs with the state meanwhile. White balance in VEK_WB_ONCE is measured by the state's first frame alone.
+ * band runs with the state meanwhile. White balance in VEK_WB_ONCE is measured in the first frame, and anew when the
+ * plan of another VekChain_Create comes to use the state; updates of a plan go on with it.
  * Returns 0, also where the plan needs none; VEK_EINVAL for a null plan, work or frame, or a state or work area that is
  * too small or missing.
  */

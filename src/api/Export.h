@@ -36,7 +36,8 @@ int runExport(VekCam_Handle handle, Body body) noexcept {
 /// The same for an export that writes one value: VEK_EINVAL for a null output, too.
 template <class T, class Body>
 int runValueExport(VekCam_Handle handle, const T* output, Body body) noexcept {
-    return runExport(handle, [&](CVekTrgCamera& camera) { return output != nullptr ? body(camera) : VEK_EINVAL; });
+    return runExport(
+        handle, [&](CVekTrgCamera& camera) { return output != nullptr ? static_cast<int>(body(camera)) : VEK_EINVAL; });
 }
 
 } // namespace vek

@@ -16,11 +16,7 @@ unsigned channelsOf(unsigned long destinationPixelFormat, unsigned short bitsPer
         return vek::byteSamples(destinationPixelFormat);
     }
     if (bitsPerPixel == 10 || bitsPerPixel == 12) {
-        const bool gray =
-            destinationPixelFormat == VEK_DESTINATION_MONO10 || destinationPixelFormat == VEK_DESTINATION_MONO12;
-        const bool color =
-            destinationPixelFormat == VEK_DESTINATION_BGR48 || destinationPixelFormat == VEK_DESTINATION_BGRX64;
-        return gray ? 1 : color ? vek::colorSamples(destinationPixelFormat) : 0;
+        return vek::isMono10Or12(destinationPixelFormat) ? 1 : vek::colorSamplesOf(destinationPixelFormat, true);
     }
     return 0;
 }
@@ -68,6 +64,6 @@ int VekCam_ColorInterpolation(VekCam_Handle handle, unsigned long width, unsigne
                                                                       vek::bytes(dst), method, colorArray, channels)
                                          : module.ColorInterporationW(width, height, vek::words(source),
                                                                       vek::words(dst), method, colorArray, channels);
-        return status == vek::kOk ? 0 : 1;
+        return vek::oneIfFailed(status);
     });
 }

@@ -8,32 +8,28 @@ using vek::runExport;
 using vek::runValueExport;
 
 int VekCam_GetVBlankFromFPS(VekCam_Handle handle, float fps, unsigned long* vblank) {
-    return runValueExport(
-        handle, vblank, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetVBlankFromFPS(fps, vblank)); });
+    return runValueExport(handle, vblank, [=](CVekTrgCamera& camera) { return camera.GetVBlankFromFPS(fps, vblank); });
 }
 
 int VekCam_GetDigitalGainTimesFromSettingValue(VekCam_Handle handle, unsigned short value, float* times) {
-    return runValueExport(handle, times, [=](CVekTrgCamera& camera) {
-        return static_cast<int>(camera.GetDigitalGainTimesFromSettingValue(value, times));
-    });
+    return runValueExport(
+        handle, times, [=](CVekTrgCamera& camera) { return camera.GetDigitalGainTimesFromSettingValue(value, times); });
 }
 
 int VekCam_GetDigitalGainSettingValueFromGainTimes(VekCam_Handle handle, float times, unsigned short* value) {
     return runValueExport(handle, value, [=](CVekTrgCamera& camera) {
-        return static_cast<int>(camera.GetDigitalGainSettingValueFromGainTimes(times, value));
+        return camera.GetDigitalGainSettingValueFromGainTimes(times, value);
     });
 }
 
 int VekCam_GetExposureClockFromTime(VekCam_Handle handle, float seconds, unsigned long* clock) {
-    return runValueExport(handle, clock, [=](CVekTrgCamera& camera) {
-        return static_cast<int>(camera.GetExposureClockFromTime(seconds, clock));
-    });
+    return runValueExport(handle, clock,
+                          [=](CVekTrgCamera& camera) { return camera.GetExposureClockFromTime(seconds, clock); });
 }
 
 int VekCam_GetExposureTimeFromClock(VekCam_Handle handle, unsigned long clock, float* seconds) {
-    return runValueExport(handle, seconds, [=](CVekTrgCamera& camera) {
-        return static_cast<int>(camera.GetExposureTimeFormClock(clock, seconds));
-    });
+    return runValueExport(handle, seconds,
+                          [=](CVekTrgCamera& camera) { return camera.GetExposureTimeFormClock(clock, seconds); });
 }
 
 int VekCam_GetGainDBFromSettingValue(VekCam_Handle handle, unsigned short value, float* dB) {
@@ -44,62 +40,53 @@ int VekCam_GetGainDBFromSettingValue(VekCam_Handle handle, unsigned short value,
 }
 
 int VekCam_SetALCMode(VekCam_Handle handle, unsigned char mode) {
-    return runExport(handle, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetALCMode(mode)); });
+    return runExport(handle, [=](CVekTrgCamera& camera) { return camera.SetALCMode(mode); });
 }
 
 int VekCam_GetALCMode(VekCam_Handle handle, unsigned char* mode) {
-    return runValueExport(handle, mode,
-                          [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetALCMode(mode)); });
+    return runValueExport(handle, mode, [=](CVekTrgCamera& camera) { return camera.GetALCMode(mode); });
 }
 
 int VekCam_SetALCTargetLevel(VekCam_Handle handle, unsigned short level) {
-    return runExport(handle, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetALCTargetLevel(level)); });
+    return runExport(handle, [=](CVekTrgCamera& camera) { return camera.SetALCTargetLevel(level); });
 }
 
 int VekCam_GetALCTargetLevel(VekCam_Handle handle, unsigned short* level) {
-    return runValueExport(handle, level,
-                          [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetALCTargetLevel(level)); });
+    return runValueExport(handle, level, [=](CVekTrgCamera& camera) { return camera.GetALCTargetLevel(level); });
 }
 
 int VekCam_SetAGCMaxGain(VekCam_Handle handle, unsigned short gain) {
-    return runExport(handle, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetAGCMaxGain(gain)); });
+    return runExport(handle, [=](CVekTrgCamera& camera) { return camera.SetAGCMaxGain(gain); });
 }
 
 int VekCam_GetAGCMaxGain(VekCam_Handle handle, unsigned short* gain) {
-    return runValueExport(handle, gain,
-                          [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetAGCMaxGain(gain)); });
+    return runValueExport(handle, gain, [=](CVekTrgCamera& camera) { return camera.GetAGCMaxGain(gain); });
 }
 
 int VekCam_SetAGCMinGain(VekCam_Handle handle, unsigned short gain) {
-    return runExport(handle, [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetAGCMinGain(gain)); });
+    return runExport(handle, [=](CVekTrgCamera& camera) { return camera.SetAGCMinGain(gain); });
 }
 
 int VekCam_GetAGCMinGain(VekCam_Handle handle, unsigned short* gain) {
-    return runValueExport(handle, gain,
-                          [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetAGCMinGain(gain)); });
+    return runValueExport(handle, gain, [=](CVekTrgCamera& camera) { return camera.GetAGCMinGain(gain); });
 }
 
 int VekCam_SetAEMaxExposureClock(VekCam_Handle handle, unsigned long clock) {
-    return runExport(handle,
-                     [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetAEMaxExposureClock(clock)); });
+    return runExport(handle, [=](CVekTrgCamera& camera) { return camera.SetAEMaxExposureClock(clock); });
 }
 
 int VekCam_GetAEMaxExposureClock(VekCam_Handle handle, unsigned long* clock) {
-    return runValueExport(handle, clock,
-                          [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetAEMaxExposureClock(clock)); });
+    return runValueExport(handle, clock, [=](CVekTrgCamera& camera) { return camera.GetAEMaxExposureClock(clock); });
 }
 
 int VekCam_SetAEMinExposureClock(VekCam_Handle handle, unsigned long clock) {
-    return runExport(handle,
-                     [=](CVekTrgCamera& camera) { return static_cast<int>(camera.SetAEMinExposureClock(clock)); });
+    return runExport(handle, [=](CVekTrgCamera& camera) { return camera.SetAEMinExposureClock(clock); });
 }
 
 int VekCam_GetAEMinExposureClock(VekCam_Handle handle, unsigned long* clock) {
-    return runValueExport(handle, clock,
-                          [=](CVekTrgCamera& camera) { return static_cast<int>(camera.GetAEMinExposureClock(clock)); });
+    return runValueExport(handle, clock, [=](CVekTrgCamera& camera) { return camera.GetAEMinExposureClock(clock); });
 }
 
 int VekCam_ALC(VekCam_Handle handle, unsigned short average, unsigned long* flags) {
-    return runValueExport(handle, flags,
-                          [=](CVekTrgCamera& camera) { return static_cast<int>(camera.RunALC(average, flags)); });
+    return runValueExport(handle, flags, [=](CVekTrgCamera& camera) { return camera.RunALC(average, flags); });
 }

@@ -23,7 +23,11 @@ constexpr std::size_t kCacheLine = 64;
 std::shared_ptr<const vek::SHandleStages> stagesOf(const CVekTrgCamera& camera) {
     auto stages = std::make_shared<vek::SHandleStages>();
     stages->noise = static_cast<const vek::CNoiseReduction&>(camera.NoiseReduction()).Stage(VEK_NOISE_OFF);
-    stages->shading = static_cast<const vek::CShadingCorrection&>(camera.ShadingCorrection()).Stage();
+    const auto& shading = static_cast<const vek::CShadingCorrection&>(camera.ShadingCorrection());
+    stages->shading = shading.Stage();
+    if (shading.WaitsForMap()) {
+        stages->shading.map.reset(); // it is made for plans with shading, before this
+    }
     stages->balance = static_cast<const vek::CWB&>(camera.WB()).Stage();
     stages->balance.UpdateTables(8);
     stages->rawGamma = static_cast<const vek::CGamma&>(camera.Gamma()).RawStage();
@@ -79,7 +83,9 @@ int make(Result* result, char* reason, std::size_t reasonSize, Body body) noexce
 /// Memory that begins with a cache line. Throws std::bad_alloc.
 template <class T>
 vek::Malloced<T> linesOf(std::size_t bytes) {
-    vek::Malloced<T> memory(static_cast<T*>(std::aligned_alloc(kCacheLine, std::max(bytes, kCacheLine))));
+    const std::size_t lines = (bytes + kCacheLine - 1) / kCacheLine;
+    vek::Malloced<T> memory(
+        static_cast<T*>(std::aligned_alloc(kCacheLine, kCacheLine * std::max<std::size_t>(lines, 1))));
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
@@ -99,8 +105,8 @@ bool overlap(const void* a, std::size_t aBytes, const void* b, std::size_t bByte
 bool hasRows(VekChain_Plan plan, std::uint32_t first, std::uint32_t count) {
     const unsigned long height = plan->frame.height;
     const unsigned multiple = plan->RowMultiple();
-    return first <= height && count <= height - first && first % multiple == 0 &&
-           (count % multiple == 0 || first + count == height);
+    return first <= height && count <= height - first &&
+           (count == 0 || (first % multiple == 0 && (count % multiple == 0 || first + count == height)));
 }
 
 } // namespace
@@ -150,7 +156,7 @@ int VekChain_Traits(VekChain_Plan plan, VekChainTraits* traits) {
     traits->picturePitch = plan->picture.pitch;
     traits->pictureBytes = plan->picture.bytes;
     traits->workBytes = plan->work.bytes;
-    traits->stateBytes = plan->NeedsState() ? std::max(plan->StateBytes(), sizeof(CVekChainState)) : 0;
+    traits->stateBytes = plan->NeedsState() ? plan->StateBytes() : 0;
     return VEK_OK;
 }
 
@@ -177,7 +183,7 @@ int VekChain_CreateState(VekChain_Plan plan, VekChain_State* state) {
         auto made = std::make_unique<CVekChainState>();
         made->bytes = plan->StateBytes();
         if (plan->KeepsFrame()) {
-            made->frame = linesOf<unsigned char>(made->bytes);
+            made->frame = linesOf<unsigned char>(plan->KeptBytes());
         }
         return made.release();
     });

@@ -19,6 +19,8 @@ namespace {
 constexpr unsigned short kDepthOfBytes = 8;
 constexpr unsigned short kMaxDemosaicDepth = 12;
 constexpr unsigned short kMaxSharpnessDepth = 12;
+/// No later version has larger structs.
+constexpr std::size_t kMaxStructBytes = 65536;
 constexpr unsigned short kDepthOf12 = 12;
 constexpr unsigned short kMaxDepth = 16;
 constexpr unsigned kMaxValue12 = 4095;
@@ -35,6 +37,9 @@ T taken(const T& given, const std::string& name) {
     std::memcpy(&size, &given, sizeof size);
     if (size < sizeof(T)) {
         refuse(name + ".size: " + std::to_string(size) + ", less than " + std::to_string(sizeof(T)));
+    }
+    if (size > kMaxStructBytes) {
+        refuse(name + ".size: " + std::to_string(size) + ", more than " + std::to_string(kMaxStructBytes));
     }
     const auto* const bytes = reinterpret_cast<const unsigned char*>(&given);
     if (std::any_of(bytes + sizeof(T), bytes + size, [](unsigned char byte) { return byte != 0; })) {
@@ -110,8 +115,7 @@ void checkNoise(CVekChainPlan& plan, unsigned mode) {
     require(dark != nullptr && dark->samples != nullptr, "noise: the handle has no dark frame");
     require(plan.noiseTraits.kind != EStage::None, "noise: the dark frame has another size or colour array");
     const std::size_t pitch = plan.KeptPitch();
-    require(dark->pitch == pitch && dark->size == pitch * plan.frame.height,
-            "noise: the dark frame was stored with padding, or with samples of another size");
+    require(dark->pitch == pitch, "noise: the dark frame was stored with padding, or with samples of another size");
 }
 
 void checkShading(const CVekChainPlan& plan) {
@@ -133,7 +137,8 @@ void checkDemosaic(const CVekChainPlan& plan) {
                 "picture.layout: mono goes with mono frames or VEK_DEMOSAIC_MONO");
         return;
     }
-    require(plan.workingDepth <= kMaxDemosaicDepth, "demosaic: more than 12 bits");
+    require(plan.workingDepth <= kMaxDemosaicDepth,
+            "demosaic: pictures of colours have 12 bits at most in front of tone");
     if (!bayer) {
         return;
     }

@@ -6,6 +6,7 @@
 #include "chain/FrameLayout.h"
 #include "chain/HandleStages.h"
 #include "chain/ToneCurve.h"
+#include "chain/WorkArea.h"
 #include "imageproc/Band.h"
 #include "imageproc/ColorInterpolation.h"
 #include "imageproc/Flip.h"
@@ -125,7 +126,9 @@ struct CVekChainPlan {
     bool KeepsFrame() const { return noise.mode == VEK_NOISE_EASY && noiseTraits.kind == vek::EStage::Serial; }
     bool MeasuresFrame() const;
     bool NeedsState() const { return KeepsFrame() || MeasuresFrame(); }
-    std::size_t StateBytes() const { return KeepsFrame() ? KeptPitch() * frame.height : 0; }
+    std::size_t KeptBytes() const { return KeepsFrame() ? KeptPitch() * frame.height : 0; }
+    /// Of a state, with all that it holds.
+    std::size_t StateBytes() const { return sizeof(CVekChainState) + KeptBytes(); }
 };
 
 namespace vek {

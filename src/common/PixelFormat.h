@@ -39,6 +39,11 @@ constexpr bool isGrayOfWords(unsigned long pixelFormat) {
            pixelFormat == VEK_DESTINATION_MONO12 || pixelFormat == VEK_DESTINATION_MONO16;
 }
 
+/// Whether a format is one of the two grey ones of words that tell their depth to all functions.
+constexpr bool isMono10Or12(unsigned long pixelFormat) {
+    return pixelFormat == VEK_DESTINATION_MONO10 || pixelFormat == VEK_DESTINATION_MONO12;
+}
+
 /// Whether a format has samples of words; of bytes otherwise.
 constexpr bool isOfWords(unsigned long pixelFormat) {
     return isGrayOfWords(pixelFormat) || pixelFormat == VEK_DESTINATION_BGR48 || pixelFormat == VEK_DESTINATION_BGRX64;

@@ -108,7 +108,7 @@ void CLuminanceCtrl::ALCCalculation(unsigned short average, unsigned long* flags
     if (difference <= band) {
         return;
     }
-    bool useExposure = mMode == VEK_ALC_EXPOSURE || mMode == VEK_ALC_EXPOSURE_ONCE;
+    bool useExposure = HasAE();
     if (HasBoth()) {
         useExposure =
             darker ? GetCurExposureClockNonZero() != GetAEMaxExposureClockNonZero() : mCurrentGain == mAGCMinGain;

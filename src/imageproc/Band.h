@@ -99,6 +99,12 @@ SBand<T> wholeFrame(const SImage<T>& image, void* work) {
     return {{image.width, image.height, image.pitch, image.data}, image, 0, image.height, work};
 }
 
+/// The whole of an image that becomes another one.
+template <class Src, class Dst>
+SBand<Src, Dst> wholeFrame(const SImage<const Src>& src, const SImage<Dst>& dst) {
+    return {src, dst, 0, dst.height, nullptr};
+}
+
 /// A stage without a work area on an image in its own place. kInvalid, and nothing else, for a null image of some
 /// pixels.
 template <class Stage, class T>

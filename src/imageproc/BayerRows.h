@@ -15,9 +15,9 @@ struct SPhase {
 
     constexpr std::size_t Kind(unsigned long y) const { return static_cast<std::size_t>(row[y % 2]); }
     /// Whether a row has red, not blue.
-    constexpr bool IsRed(unsigned long y) const {
-        return row[y % 2] == rows::BayerRow::RG || row[y % 2] == rows::BayerRow::GR;
-    }
+    constexpr bool IsRed(unsigned long y) const { return rows::isRedRow(row[y % 2]); }
+    /// Columns at which it has green: 0 for even ones, 1 for odd ones.
+    constexpr unsigned GreenParity(unsigned long y) const { return rows::greenParityOf(row[y % 2]); }
 };
 
 /// By colour array: RGGB, GRBG, GBRG, BGGR.

@@ -257,12 +257,10 @@ unsigned long CColorInterpolation::ColorInterporation(unsigned long width, unsig
     const SFrame frame = {width, height, 0, colorArray, 0};
     if (decoded) {
         // Bytes on both sides, whatever the sample type is.
-        stage.Rows<unsigned char>(mRows, frame,
-                                  {{width, height, srcPitch, reinterpret_cast<const unsigned char*>(src)},
-                                   {width, height, dstPitch, reinterpret_cast<unsigned char*>(dst)},
-                                   0,
-                                   height,
-                                   nullptr});
+        using Byte = unsigned char;
+        stage.Rows(mRows, frame,
+                   wholeFrame<Byte, Byte>({width, height, srcPitch, reinterpret_cast<const Byte*>(src)},
+                                          {width, height, dstPitch, reinterpret_cast<Byte*>(dst)}));
         return kOk;
     }
     if (isCopied(method, colorArray) && channels == 1 && srcPitch == dstPitch) {
@@ -270,7 +268,7 @@ unsigned long CColorInterpolation::ColorInterporation(unsigned long width, unsig
         std::memmove(dst, src, srcPitch * height);
         return kOk;
     }
-    stage.Rows<T>(mRows, frame, {{width, height, srcPitch, src}, {width, height, dstPitch, dst}, 0, height, nullptr});
+    stage.Rows(mRows, frame, wholeFrame<T, T>({width, height, srcPitch, src}, {width, height, dstPitch, dst}));
     return kOk;
 }
 
@@ -290,7 +288,7 @@ unsigned long CColorInterpolation::ColorInterporationB(unsigned long width, unsi
                                                        unsigned long srcPitch, unsigned char* src,
                                                        unsigned long dstPitch, unsigned char* dst, unsigned char method,
                                                        unsigned short colorArray, unsigned short channels) {
-    return ColorInterporation<unsigned char>(width, height, srcPitch, src, dstPitch, dst, method, colorArray, channels);
+    return ColorInterporation(width, height, srcPitch, src, dstPitch, dst, method, colorArray, channels);
 }
 
 unsigned long CColorInterpolation::ColorInterporationW(unsigned long width, unsigned long height,
@@ -298,8 +296,7 @@ unsigned long CColorInterpolation::ColorInterporationW(unsigned long width, unsi
                                                        unsigned long dstPitch, unsigned short* dst,
                                                        unsigned char method, unsigned short colorArray,
                                                        unsigned short channels) {
-    return ColorInterporation<unsigned short>(width, height, srcPitch, src, dstPitch, dst, method, colorArray,
-                                              channels);
+    return ColorInterporation(width, height, srcPitch, src, dstPitch, dst, method, colorArray, channels);
 }
 
 } // namespace vek

@@ -25,11 +25,12 @@ unsigned long yCrCbRowBytes(unsigned short colorArray, unsigned long width, unsi
 
 void decodeYCrCb(const rows::SYCrCbRows& kernels, unsigned short colorArray, unsigned channels,
                  const SBand<unsigned char>& band) {
-    const auto space = static_cast<std::size_t>(yCrCbSpace(colorArray));
+    const rows::YCrCbSpace colors = yCrCbSpace(colorArray);
+    const auto space = static_cast<std::size_t>(colors);
     const auto packing = static_cast<std::size_t>(yCrCbPacking(colorArray));
     const auto decode =
         channels == 1 ? kernels.toGray[space][packing] : kernels.toBgr[space][packing][rows::pixelLayout(channels)];
-    const auto& table = yCrCbSpace(colorArray) == rows::YCrCbSpace::Full601 ? pnYCrCbConvTable : pnYCrCbConvTable709;
+    const auto& table = colors == rows::YCrCbSpace::Full601 ? pnYCrCbConvTable : pnYCrCbConvTable709;
     for (unsigned long y = band.first; y < band.end; ++y) {
         decode(band.src.Row(y), band.dst.Row(y), band.src.width, table);
     }

@@ -4,6 +4,7 @@
 #include "VekTrgApi.h"
 #include "common/Image.h"
 #include "common/Status.h"
+#include "formats/ColorArrays.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -37,7 +38,7 @@ unsigned short transformedColorArray(unsigned char transform, unsigned short col
     // RGGB, GRBG, GBRG, BGGR become
     static constexpr unsigned short becomes[kTransforms][4] = {{2, 3, 4, 5}, {3, 2, 5, 4}, {4, 5, 2, 3}, {5, 4, 3, 2},
                                                                {3, 5, 2, 4}, {4, 2, 5, 3}, {5, 3, 4, 2}, {2, 4, 3, 5}};
-    if (transform >= kTransforms || colorArray < VEK_COLOR_ARRAY_RGGB || colorArray > VEK_COLOR_ARRAY_BGGR) {
+    if (transform >= kTransforms || !isBayer(colorArray)) {
         return colorArray;
     }
     return becomes[transform][colorArray - VEK_COLOR_ARRAY_RGGB];
@@ -197,7 +198,7 @@ unsigned long CFlip::FlipBGR(unsigned char mirror, unsigned char rotation, unsig
         }
         from.data = static_cast<const unsigned char*>(std::memcpy(copy, src, size));
     }
-    stage.Rows(mRows, frame, {from, to, 0, outHeight, nullptr});
+    stage.Rows(mRows, frame, wholeFrame(from, to));
     return kOk;
 }
 

@@ -234,8 +234,7 @@ unsigned long CGamma::ProcBGROrGray(unsigned long width, unsigned long height, u
     }
     constexpr bool words = sizeof(T) != 1;
     const bool color = colorSamplesOf(pixelFormat, words) != 0;
-    const bool gray = words ? pixelFormat == VEK_DESTINATION_MONO10 || pixelFormat == VEK_DESTINATION_MONO12
-                            : pixelFormat == VEK_DESTINATION_MONO8;
+    const bool gray = words ? isMono10Or12(pixelFormat) : pixelFormat == VEK_DESTINATION_MONO8;
     if (!color && !gray) {
         return kInvalid;
     }

@@ -6,6 +6,7 @@
 #include "common/Memory.h"
 #include "common/Status.h"
 #include "formats/ColorArrays.h"
+#include "imageproc/BayerRows.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -19,14 +20,6 @@ namespace {
 
 /// Largest width and height of the easy filters.
 constexpr unsigned long kMaxSize = std::numeric_limits<int>::max();
-
-/// Columns at which row y holds green, where the top left pixel is green or is not.
-constexpr unsigned greenParityOf(bool greenFirst, unsigned long y) {
-    return greenFirst == (y % 2 == 0) ? 0 : 1;
-}
-constexpr bool isGreenFirst(unsigned short colorArray) {
-    return colorArray == VEK_COLOR_ARRAY_GRBG || colorArray == VEK_COLOR_ARRAY_GBRG;
-}
 
 /// A pixel near the edge and those of its neighbours that take part.
 template <class T>
@@ -79,7 +72,7 @@ struct SEasyRow {
     unsigned long width;
     unsigned long height;
     unsigned long y;
-    bool greenFirst; ///< the image's top left pixel is green
+    const SPhase& phase;
     const T* lines[5];
     T* row;
 
@@ -89,7 +82,8 @@ struct SEasyRow {
     void FilterPixel(unsigned long x) const {
         const auto at = [&](unsigned long column, unsigned long line) { return lines[line + 2 - y][column]; };
         CNeighborhood<T> pixels(width, height, x, y, at(x, y));
-        if (x % 2 != greenParityOf(greenFirst, y)) {
+        const bool greenFirst = phase.GreenParity(0) == 0; // the image's top left pixel is green
+        if (x % 2 != phase.GreenParity(y)) {
             pixels.Add(-2, 0, at);
             pixels.Add(2, 0, at);
             pixels.Add(0, -2, at);
@@ -116,7 +110,7 @@ struct SEasyRow {
 /// Row 0 is filtered from samples as they came, every other one from what stands in it by now. work: room for a row.
 template <class T>
 void easyBayerBand(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SBand<T>& band) {
-    const bool greenFirst = isGreenFirst(frame.colorArray);
+    const SPhase& phase = phaseOf(frame.colorArray);
     const unsigned long width = frame.width;
     const unsigned long height = frame.height;
     if (band.first == 0) {
@@ -128,12 +122,12 @@ void easyBayerBand(const rows::SNoiseRows<T>& kernels, const SFrame& frame, cons
             return y + distance < height ? band.src.Row(y + distance) : nullptr;
         };
         const T* const own = y == 0 ? static_cast<const T*>(band.work) : row;
-        const SEasyRow<T> rows = {width, height, y, greenFirst, {above(2), above(1), own, below(1), below(2)}, row};
+        const SEasyRow<T> rows = {width, height, y, phase, {above(2), above(1), own, below(1), below(2)}, row};
         rows.FilterPixel(0);
         rows.FilterPixel(1);
         if (y >= 2 && y + 2 < height) {
             kernels.easyBayer(rows.lines[0], rows.lines[1], row, rows.lines[3], rows.lines[4], width,
-                              greenParityOf(greenFirst, y));
+                              phase.GreenParity(y));
         } else {
             for (unsigned long x = 2; x + 2 < width; ++x) {
                 rows.FilterPixel(x);
@@ -234,7 +228,7 @@ void complexBand(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const 
             kernels.repairMono(row(z - 1), row(z), row(z + 1), liveRow(z), width, threshold);
         } else {
             kernels.repairBayer(row(z - 2), row(z - 1), row(z), row(z + 1), row(z + 2), liveRow(z), width,
-                                greenParityOf(isGreenFirst(frame.colorArray), z), threshold);
+                                phaseOf(frame.colorArray).GreenParity(z), threshold);
         }
     }
 }
@@ -283,7 +277,6 @@ void SDarkFrame::Create(unsigned long columns, unsigned long rows, unsigned long
         width = columns;
         height = rows;
         pitch = rowPitch;
-        size = rowPitch * rows;
         colorArray = array;
     }
 }
@@ -428,9 +421,9 @@ unsigned long CNoiseReduction::StoreDark(const SFrame& frame, unsigned long pitc
 template <class T>
 unsigned long CNoiseReduction::Complex(const SFrame& frame, unsigned long pitch, T* image) const {
     const SNoiseStage stage = Stage(VEK_NOISE_COMPLEX);
-    // The size counts rows without padding, the stored one rows with it: a padded dark frame never fits.
+    // Rows without padding, and the dark frame's as it was stored: a padded one never fits.
     if (stage.Traits(frame).kind == EStage::None || pitch != mDark->pitch ||
-        frame.width * frame.height * sizeof(T) != mDark->size) {
+        frame.width * frame.height * sizeof(T) != mDark->pitch * mDark->height) {
         return kInvalid;
     }
     const Malloced<void> work(allocateRows(frame.height, pitch));

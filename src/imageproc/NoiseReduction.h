@@ -26,7 +26,6 @@ struct SDarkFrame {
     unsigned long width = 0;
     unsigned long height = 0;
     unsigned long pitch = 0; ///< bytes
-    unsigned long size = 0;  ///< bytes
     unsigned short colorArray = 0;
     Malloced<unsigned char> samples; ///< null: there is none
 

@@ -93,6 +93,8 @@ public:
     /// The map of a calibration that waits for one: the first corrected frame's depth belongs to it. kNoMemory only
     /// where a stage shares the map.
     unsigned long UpdateMap(unsigned int bitsPerPixel);
+    /// Whether there is such a calibration: until then the map has no gains.
+    bool WaitsForMap() const { return mMean.frames != 0; }
     /// UpdateMap comes first. Later maps are not the stage's.
     SShadingStage Stage() const { return {mMode, mMap}; }
 

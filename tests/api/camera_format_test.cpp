@@ -11,9 +11,6 @@ namespace vek::test {
 
 namespace {
 
-constexpr std::uint32_t kCidColorArray = 0x08000000;
-constexpr std::uint32_t kCidTransferFormat = 0x08000001;
-
 /// Bits of a pixel and the pixel format value for colour arrays 1..5, by transfer format code. GenICam Pixel
 /// Format Naming Convention.
 struct SFormat {

@@ -93,6 +93,14 @@ protected:
                                 static_cast<unsigned char>(random.Below(20)));
     }
 
+    /// A frame, a description, and a handle with settings for both.
+    void MakeCase(SCase& with, CRandom& random) {
+        MakeFrame(with, random);
+        MakeDescription(with, random);
+        SetSettings(random, with.format.depth);
+        MakeCorrections(with, random);
+    }
+
     static unsigned long Side(CRandom& random) {
         const std::uint64_t kind = random.Below(8);
         return kind == 0 ? 1 + random.Below(4) : 2 + random.Below(kind < 6 ? 40 : 150);

@@ -103,6 +103,12 @@ TEST_F(CChainDescription, SizesOfStructs) {
     EXPECT_TRUE(Takes(later));
     frame.later = 1;
     EXPECT_TRUE(Refuses("frame.size", later));
+    // Sizes that nothing has, and that reach around the end of memory.
+    for (const std::size_t size : {std::size_t{65537}, ~std::size_t{0}, ~std::size_t{0} - 7}) {
+        EXPECT_TRUE(Refuses("frame.size", [=](SChainCase& c) { c.frame.size = size; }));
+        EXPECT_TRUE(Refuses("picture.size", [=](SChainCase& c) { c.picture.size = size; }));
+        EXPECT_TRUE(Refuses("description.size", [=](SChainCase& c) { c.description.size = size; }));
+    }
 }
 
 TEST_F(CChainDescription, Frames) {

@@ -15,10 +15,7 @@ TEST_P(CChainExactness, EqualsTheExportsOneAfterTheOther) {
     unsigned made = 0;
     for (unsigned attempt = 0; attempt < 60; ++attempt) {
         SCase with;
-        MakeFrame(with, random);
-        MakeDescription(with, random);
-        SetSettings(random, with.format.depth);
-        MakeCorrections(with, random);
+        MakeCase(with, random);
         const SMadePlan best = createPlan(mHandle, with.description);
         if (best.plan == nullptr) {
             ASSERT_EQ(best.result, VEK_EINVAL);

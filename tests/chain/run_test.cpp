@@ -236,6 +236,52 @@ TEST_F(CChainRun, TheRecursiveFilterIsPreparedFor) {
     EXPECT_EQ(VEK_OK, run(mState.get()));
 }
 
+TEST_F(CChainRun, AStateServesPlansThatNeedNoMore) {
+    VekCam_SetWhiteBalanceMode(mHandle, VEK_WB_AUTO);
+    mWith.description.stages = VEK_CHAIN_WHITE_BALANCE;
+    Make();
+    const StateOwner small(mState.release());
+    const std::size_t smallBytes = mTraits.stateBytes;
+    mWith.description.stages = 0;
+    mWith.description.noise = VEK_NOISE_EASY;
+    Make();
+    EXPECT_LT(smallBytes, mTraits.stateBytes);
+    EXPECT_EQ(VEK_EINVAL, VekChain_Prepare(mPlan.get(), small.get(), mWork.get(), mFrame.data()));
+    const StateOwner large(mState.release());
+    mWith.description.stages = VEK_CHAIN_WHITE_BALANCE;
+    mWith.description.noise = 0;
+    Make();
+    EXPECT_EQ(VEK_OK, VekChain_Prepare(mPlan.get(), large.get(), mWork.get(), mFrame.data()));
+}
+
+TEST_F(CChainRun, AnUpdateHasNoMapThatWasNeverMade) {
+    Bytes flat(mFrame.size(), 60);
+    VekCam_SetShadingCorrectionMode(mHandle, VEK_SHADING_CALIBRATE_GAIN);
+    VekCam_SetShadingCorrectionTarget(mHandle, 120);
+    VekCam_ShadingCorrection(mHandle, kWidth, kHeight, 0, flat.data(), 8);
+    VekCam_SetShadingCorrectionMode(mHandle, VEK_SHADING_GAIN);
+    Make();
+    mWith.description.stages = VEK_CHAIN_SHADING;
+    VekChain_Plan plan = nullptr;
+    char reason[100];
+    EXPECT_EQ(VEK_EINVAL, VekChain_Update(mPlan.get(), &mWith.description, &plan, reason, sizeof reason));
+    EXPECT_EQ(0, std::strncmp(reason, "stages: the handle has no shading map", 37)) << reason;
+    // A plan with shading makes it.
+    Make();
+    std::fill(mFrame.begin(), mFrame.end(), 50);
+    EXPECT_EQ(Bytes(mTraits.pictureBytes, 100), Whole());
+}
+
+TEST_F(CChainRun, NoRowsAreNothingWhereverTheyBegin) {
+    mWith.picture.layout = VEK_CHAIN_NV12;
+    Make();
+    Bytes picture(mTraits.pictureBytes);
+    EXPECT_EQ(VEK_OK, VekChain_Run(mPlan.get(), nullptr, mWork.get(), mFrame.data(), picture.data(), 5, 0));
+    EXPECT_EQ(VEK_EINVAL, VekChain_Run(mPlan.get(), nullptr, mWork.get(), mFrame.data(), picture.data(), 5, 2));
+    EXPECT_EQ(VEK_EINVAL, VekChain_Run(mPlan.get(), nullptr, mWork.get(), mFrame.data(), picture.data(), 4, 3));
+    EXPECT_EQ(VEK_OK, VekChain_Run(mPlan.get(), nullptr, mWork.get(), mFrame.data(), picture.data(), 4, 2));
+}
+
 TEST_F(CChainRun, MonoFramesNeedNoPreparation) {
     mWith.description.noise = VEK_NOISE_EASY;
     mWith.frame.colorArray = VEK_COLOR_ARRAY_MONO;

@@ -50,10 +50,7 @@ TEST_P(CChainStatistics, OfAllBandsAreTheFramesAndThePictures) {
     CRandom random(static_cast<std::uint64_t>(GetParam()) + 500);
     for (unsigned attempt = 0; attempt < 40; ++attempt) {
         SCase with;
-        MakeFrame(with, random);
-        MakeDescription(with, random);
-        SetSettings(random, with.format.depth);
-        MakeCorrections(with, random);
+        MakeCase(with, random);
         with.description.statistics = 1;
         VekChainTone tone{};
         tone.size = sizeof tone;

@@ -1,18 +1,11 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Includes point one way: api -> settings -> control, imageproc -> formats, common; api -> chain -> imageproc; and
-api -> device.
+"""Includes point one way: the tables below say who may include what, CONTRIBUTING.md says it in words.
 
-A module of imageproc includes no other module, settings their interfaces alone, and the row kernels include only
-themselves, <cstddef>, <cstdint> and the compiler's vector headers. Of the library the simulated camera sees the public
-header and what driver and clients agree on, client/ the public header and the tables of formats, methods and setting
-keys. The tool sees client/, the simulated camera and the public header; client/ sees neither, nor the command-line
-library. The rooms of client/ and of tools/ include one another in one direction. The tool's commands and options read
-and write no files: they include no header for it. Cameras are opened and asked in client/camera/ alone.
-
-Benchmarks and fuzz targets see what they run, but no tests. What tests share sees nothing but the public header. Tests
-of the library's folders see all of the library, those of the simulated camera, of client/ and of the tool what these
-see themselves; each runs on the simulated camera where it needs one.
+ALLOWED has the folders of the library; besides, a module of imageproc includes no other one, settings the modules'
+interfaces alone, and the row kernels only themselves, <cstddef>, <cstdint> and the compiler's vector headers. BESIDE
+has what stands beside the library, BARRED system headers that a folder does without, and ROOMS the order of the rooms
+of client/ and tools/.
 Usage: include_direction.py SOURCE_ROOT
 """
 import os
@@ -31,8 +24,9 @@ ALLOWED = {
     "settings": {"settings", "control", "imageproc", "common"},
     "common": {"common"},
 }
-# Headers of imageproc that several modules may share: bands, constant tables, interfaces, the row kernels.
-SHARED = re.compile(r"imageproc/(I[A-Z]\w*|Band|BayerRows|ColorSpace)\.h|imageproc/rows/.*")
+# Headers of imageproc that several modules may share: what they need of the camera, bands, Bayer rows, constant
+# tables, the row kernels.
+SHARED = re.compile(r"imageproc/(IRegionInfo|IDeliveredFrame|Band|BayerRows|ColorSpace)\.h|imageproc/rows/.*")
 ROW_SYSTEM_HEADERS = {"cstddef", "cstdint", "arm_neon.h", "immintrin.h"}
 PUBLIC = r"include/VekTrg(Api|Chain)\.h"
 LIBRARY_TEST = rf"tests/({'|'.join(ALLOWED)}|support)/.*|src/.*|sim/.*|{PUBLIC}"
@@ -70,7 +64,7 @@ INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')
 
 def module_of(path):
     """Name of the imageproc module that a file belongs to: 'ColorInterpolation_YCbCr.cpp' -> 'ColorInterpolation'."""
-    return re.sub(r"^I(?=[A-Z][a-z])", "", path.stem).split("_")[0]
+    return re.sub(r"^I(?=[A-Z])", "", path.stem).split("_")[0]
 
 
 def sources(folder):

@@ -19,6 +19,8 @@ constexpr unsigned long kSetDefectPixel = 0x400556CBUL;
 
 constexpr std::uint32_t kCidGain = 0x00980913;
 constexpr std::uint32_t kCidExposure = 0x00980911;
+constexpr std::uint32_t kCidColorArray = 0x08000000;
+constexpr std::uint32_t kCidTransferFormat = 0x08000001;
 
 /// One request as the driver saw it. The size is the one that the request number carries.
 struct SRequest {

@@ -21,6 +21,13 @@ enum class Isa : std::uint8_t {
 /// Colours of a Bayer row, column 0 first. Also the index into a kernel's table.
 enum class BayerRow : std::uint8_t { RG, GR, GB, BG };
 constexpr std::size_t kBayerRows = 4;
+/// Columns at which such a row holds green: 0 for even ones, 1 for odd ones. And whether the others are red, not blue.
+constexpr unsigned greenParityOf(BayerRow row) {
+    return row == BayerRow::RG || row == BayerRow::BG ? 1 : 0;
+}
+constexpr bool isRedRow(BayerRow row) {
+    return row == BayerRow::RG || row == BayerRow::GR;
+}
 
 /// Channels of a colour pixel, as an index: 0 for B, G, R; 1 for B, G, R and a sample that is never written.
 constexpr std::size_t kPixelLayouts = 2;

@@ -153,11 +153,12 @@ TEST(NoiseBands, DarkFramesAreThoseOfTheFrame) {
         inBands.Add<std::uint16_t>({width, height, pitch, image.data() + first * pitch / 2, first}, first, end);
     }
     inBands.SubtractFloors<std::uint16_t>();
-    ASSERT_EQ(stage.dark->size, pitch * height);
+    ASSERT_EQ(stage.dark->pitch, pitch);
+    ASSERT_EQ(stage.dark->height, height);
     const unsigned char* const expected = stage.dark->samples.get();
     const unsigned char* const bytes = inBands.samples.get();
-    EXPECT_EQ(std::vector<unsigned char>(bytes, bytes + inBands.size),
-              std::vector<unsigned char>(expected, expected + stage.dark->size));
+    EXPECT_EQ(std::vector<unsigned char>(bytes, bytes + pitch * height),
+              std::vector<unsigned char>(expected, expected + pitch * height));
 }
 
 TEST(NoiseBands, StageKeepsItsDarkFrame) {

@@ -14,9 +14,6 @@ namespace vek::test {
 
 namespace {
 
-constexpr std::uint32_t kCidColorArray = 0x08000000;
-constexpr std::uint32_t kCidTransferFormat = 0x08000001;
-
 class CShadingDevice : public ::testing::Test {
 protected:
     void SetUp() override {

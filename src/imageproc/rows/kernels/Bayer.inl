@@ -22,8 +22,8 @@ constexpr unsigned kRed = 2;
 /// What a kernel knows of its row at compile time.
 template <BayerRow Row>
 struct SRow {
-    static constexpr unsigned greenParity = Row == BayerRow::RG || Row == BayerRow::BG ? 1 : 0;
-    static constexpr unsigned rowColor = Row == BayerRow::RG || Row == BayerRow::GR ? kRed : kBlue;
+    static constexpr unsigned greenParity = greenParityOf(Row);
+    static constexpr unsigned rowColor = isRedRow(Row) ? kRed : kBlue;
     static constexpr unsigned thirdColor = kRed - rowColor;
 };
 
