@@ -320,6 +320,10 @@ private:
                !mPlan.goesTo12 && !mPlan.levels && !mPlan.balance && !mPlan.rawGamma && !IsMirrored() &&
                !mPlan.picture.IsGray();
     }
+    /// Whether the picture's first row is the frame's last one.
+    bool IsUpsideDown() const {
+        return mPlan.mirror.transform == ETransform::MirrorV || mPlan.mirror.transform == ETransform::MirrorHV;
+    }
     bool IsMirrored() const { return mPlan.mirror.transform != ETransform::None; }
 
     /// Mirrored rows, for the demosaic method; those from next on are made the first time.
@@ -338,9 +342,7 @@ private:
         }
         mRaw.Grow(end);
         // The new rows in the order of the frame; the mirror puts them into that of the picture.
-        const bool upside =
-            mPlan.mirror.transform == ETransform::MirrorV || mPlan.mirror.transform == ETransform::MirrorHV;
-        const unsigned long from = upside ? mHeight - end : next;
+        const unsigned long from = IsUpsideDown() ? mHeight - end : next;
         SImage<Work> rows = mRaw.View();
         rows.data = rows.Row(next);
         rows.top = from;
@@ -525,10 +527,8 @@ private:
         if (!mPlan.statistics) {
             return;
         }
-        const bool upside =
-            mPlan.mirror.transform == ETransform::MirrorV || mPlan.mirror.transform == ETransform::MirrorHV;
-        const unsigned long bandFirst = upside ? mHeight - mBandEnd : mBandFirst;
-        const unsigned long bandEnd = upside ? mHeight - mBandFirst : mBandEnd;
+        const unsigned long bandFirst = IsUpsideDown() ? mHeight - mBandEnd : mBandFirst;
+        const unsigned long bandEnd = IsUpsideDown() ? mHeight - mBandFirst : mBandEnd;
         countRaw(mPlan, rows, std::max(first, bandFirst), std::min(end, bandEnd), mWork.counts);
     }
     void CountPicture(const SImage<const Out>& rows, unsigned long first, unsigned long end) {

@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -62,6 +64,25 @@ inline std::vector<std::pair<std::uint32_t, std::uint32_t>> randomBands(std::uin
     }
     return bands;
 }
+
+/// Pages that cannot be written while this lives, as those of a mapped buffer of a driver.
+class CReadOnly {
+public:
+    CReadOnly(const void* data, std::size_t size) {
+        const std::size_t page = CGuardedPages::PageSize();
+        const auto at = reinterpret_cast<std::uintptr_t>(data);
+        mFirst = reinterpret_cast<void*>(at / page * page);
+        mBytes = (at + size + page - 1) / page * page - at / page * page;
+        EXPECT_EQ(0, mprotect(mFirst, mBytes, PROT_READ));
+    }
+    ~CReadOnly() { mprotect(mFirst, mBytes, PROT_READ | PROT_WRITE); }
+    CReadOnly(const CReadOnly&) = delete;
+    CReadOnly& operator=(const CReadOnly&) = delete;
+
+private:
+    void* mFirst = nullptr;
+    std::size_t mBytes = 0;
+};
 
 /// Random frames, descriptions and settings of a handle.
 class CRandomChain : public CHandleTest, public ::testing::WithParamInterface<int> {
@@ -234,6 +255,7 @@ protected:
         ASSERT_EQ(state != nullptr, traits.traits != 0);
         CGuardedBuffer<std::uint8_t> frame(with.bytes.size(), random.Below(2) == 0 ? Flush::Right : Flush::Left);
         std::memcpy(frame.data(), with.bytes.data(), with.bytes.size());
+        const CReadOnly readOnly(frame.data(), frame.size());
         std::vector<std::uint8_t> expected(traits.pictureBytes);
         random.Fill(expected.data(), expected.data() + expected.size());
         CGuardedBuffer<std::uint8_t> picture((expected.size() + 1) & ~std::size_t{1}, Flush::Right);
