@@ -73,7 +73,7 @@ public:
             const STraits& traits = mPlan.noiseTraits;
             mPlan.noise.Rows(
                 *mPlan.kernels, mPlan.rawFrame,
-                SBand<Raw>{Source(first, std::min(mHeight, end + traits.rowsBelow)), kept, first, end, StageArea()});
+                SBand<Raw>{Source(first, std::min(mHeight, end + traits.rowsBelow)), kept, first, end, NoiseArea()});
         });
     }
 
@@ -91,7 +91,7 @@ private:
     enum class EUntil : unsigned char { Balance, End };
 
     unsigned char* Area() const { return static_cast<unsigned char*>(mWork.memory.get()); }
-    void* StageArea() const { return Area() + mPlan.work.stages; }
+    void* NoiseArea() const { return Area() + mPlan.work.noise; }
     const rows::SRowTable& Kernels() const { return *mPlan.kernels; }
 
     /// Whether the picture's rows are those of the last stage, and whether they have samples of the working depth.
@@ -228,7 +228,7 @@ private:
             mCleaned.Keep(std::max(mCleaned.First(), kept - std::min(kept, reach)));
             const unsigned long above = next - std::min(next, reach);
             const SImage<const Raw> source = Source(above, std::min(mHeight, until + traits.rowsBelow));
-            mPlan.noise.Rows(Kernels(), mPlan.rawFrame, SBand<Raw>{source, mCleaned.View(), next, until, StageArea()});
+            mPlan.noise.Rows(Kernels(), mPlan.rawFrame, SBand<Raw>{source, mCleaned.View(), next, until, NoiseArea()});
             mCleaned.Grow(until);
         }
         return mCleaned.Const();
@@ -425,10 +425,13 @@ private:
         const unsigned long next = window.End();
         if (next < end) {
             const SSharpnessStage& stage = mPlan.handle->sharpness;
+            const bool continues = next == mSharpenedEnd;
             const SRowRange range = sourceRows(stage.Traits(frame), mHeight, next, end);
-            const SImage<const T> rows = source(range.first, range.end);
+            const SImage<const T> rows = source(continues ? next : range.first, range.end);
             window.Grow(end);
-            stage.Rows(Kernels(), frame, SBand<T>{rows, window.View(), next, end, StageArea()});
+            const SBand<T> band = {rows, window.View(), next, end, Area() + mPlan.work.sharpness};
+            stage.Rows(Kernels(), frame, band, continues);
+            mSharpenedEnd = end;
         }
         return window.Const();
     }
@@ -554,7 +557,8 @@ private:
     CRowWindow<Out> mFinished;
     unsigned long mBandFirst = 0;
     unsigned long mBandEnd = 0;
-    unsigned long mCounted = 0; ///< rows up to this one are, of a frame that is demosaiced where it is
+    unsigned long mSharpenedEnd = 0; ///< row that sharpness goes on with
+    unsigned long mCounted = 0;      ///< rows up to this one are, of a frame that is demosaiced where it is
 };
 
 /// Calls body with a run for the plan's samples.

@@ -154,7 +154,7 @@ void checkDemosaic(const CVekChainPlan& plan) {
 
 constexpr std::size_t kCacheLine = 64;
 /// What the parts of a work area take together stays in a core's own cache.
-constexpr std::size_t kCacheBytes = std::size_t{512} * 1024;
+constexpr std::size_t kCacheBytes = std::size_t{768} * 1024;
 constexpr unsigned long kMinStripRows = 4;
 constexpr unsigned long kMaxStripRows = 64;
 
@@ -217,11 +217,13 @@ SWorkLayout workLayout(const CVekChainPlan& plan) {
     // And the pixels in front of a crop.
     work.line = {offset, roundUpToLine((width * samples + plan.frame.groupPixels) * sizeof(unsigned short)), 1};
     offset += work.line.pitch;
-    work.stages = offset;
+    work.noise = offset;
+    offset += roundUpToLine(plan.noiseTraits.workBytes);
+    work.sharpness = offset;
     const SSharpnessStage& sharpness = plan.handle->sharpness;
-    offset +=
-        std::max({plan.noiseTraits.workBytes, plan.sharpenBefore ? sharpness.Traits(plan.colorFrame).workBytes : 0,
-                  plan.sharpenAfter ? sharpness.Traits(plan.pictureFrame).workBytes : 0});
+    offset += plan.sharpenBefore  ? sharpness.Traits(plan.colorFrame).workBytes
+              : plan.sharpenAfter ? sharpness.Traits(plan.pictureFrame).workBytes
+                                  : 0;
     work.bytes = roundUpToLine(offset);
     return work;
 }

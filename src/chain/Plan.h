@@ -67,9 +67,10 @@ struct SWorkLayout {
     SWorkPart colors;            ///< from it to the matrix
     SWorkPart sharpened;         ///< in front of tone
     SWorkPart toned;
-    SWorkPart finished;     ///< sharpened behind tone
-    SWorkPart line;         ///< a row on its way into the picture
-    std::size_t stages = 0; ///< offset of the stages' own work area
+    SWorkPart finished;        ///< sharpened behind tone
+    SWorkPart line;            ///< a row on its way into the picture
+    std::size_t noise = 0;     ///< offset of noise reduction's own work area
+    std::size_t sharpness = 0; ///< offset of that of sharpness
     std::size_t bytes = 0;
 };
 

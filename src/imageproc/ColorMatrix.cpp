@@ -64,12 +64,48 @@ constexpr int kNarrow = std::numeric_limits<short>::max() / 3;
 
 constexpr std::size_t kLastByte = std::numeric_limits<unsigned char>::max();
 
-/// The bytes of a sample's products.
-void split(rows::SMatrixTables::BytePlanes& planes, std::size_t sample, const short* products) {
-    for (std::size_t j = 0; j < 3; ++j) {
-        planes.low[j][sample] = static_cast<unsigned char>(products[j]);
-        planes.high[j][sample] = static_cast<unsigned char>(products[j] >> 8);
+using ByteSteps = rows::SMatrixTables::ByteSteps;
+
+/// What steps make of a sample.
+int productOf(const ByteSteps& steps, std::size_t j, std::size_t sample, bool inPairs) {
+    const unsigned char* const rest = steps.rest[j];
+    const std::size_t left = inPairs ? (rest[sample / 2] + sample % 2 + 1) / 2 : rest[sample];
+    return steps.step[j] * static_cast<int>(sample) + steps.sign[j] * static_cast<int>(left) + steps.base[j];
+}
+
+/// Steps of the products of bytes with output component j; false where they do not give all of them.
+bool fitSteps(ByteSteps& steps, std::size_t j, const SColorMatrixStage::NarrowTable& products, int step, int sign,
+              bool inPairs) {
+    // What a step a sample leaves of the products, and the table's entries for it but for a base.
+    const auto leftOf = [&](std::size_t i) { return sign * (products[i][j] - step * static_cast<int>(i)); };
+    const auto restOf = [&](std::size_t i) { return inPairs ? leftOf(2 * i) + leftOf(2 * i + 1) - 1 : leftOf(i); };
+    const std::size_t entries = inPairs ? (kLastByte + 1) / 2 : kLastByte + 1;
+    int least = restOf(0);
+    for (std::size_t i = 1; i < entries; ++i) {
+        least = std::min(least, restOf(i));
     }
+    // Entries of pairs hold twice what they leave.
+    const int base = inPairs ? static_cast<int>(std::floor(least / 2.0)) : least;
+    for (std::size_t i = 0; i < entries; ++i) {
+        steps.rest[j][i] = static_cast<unsigned char>(restOf(i) - (inPairs ? 2 * base : base));
+    }
+    steps.step[j] = static_cast<signed char>(step);
+    steps.sign[j] = static_cast<signed char>(sign);
+    steps.base[j] = static_cast<short>(sign * base);
+    for (std::size_t i = 0; i <= kLastByte; ++i) {
+        if (productOf(steps, j, i, inPairs) != products[i][j]) {
+            return false;
+        }
+    }
+    return true;
+}
+/// The products lie along a line: what a whole step leaves of them rises by less than one a sample; a pair's half by
+/// half a one at most, or it falls by that.
+bool findSteps(ByteSteps& steps, std::size_t j, const SColorMatrixStage::NarrowTable& products, bool inPairs) {
+    const int rise = products[kLastByte][j] - products[0][j];
+    const int step = static_cast<int>(std::floor(static_cast<double>(rise) / kLastByte));
+    return fitSteps(steps, j, products, step, 1, inPairs) ||
+           (inPairs && fitSteps(steps, j, products, step + 1, -1, inPairs));
 }
 
 /// Stores an entry in both widths and returns its magnitude, at most kModerate.
@@ -88,9 +124,32 @@ STraits SColorMatrixStage::Traits(const SFrame& frame) const {
     return {.kind = EStage::Pointwise};
 }
 
+void SColorMatrixStage::UpdateSteps() {
+    const auto find = [this](bool pairs) {
+        bool found = true;
+        for (std::size_t j = 0; found && j < 3; ++j) {
+            found = findSteps(steps[0], j, narrowB, pairs) && findSteps(steps[1], j, narrowG, pairs) &&
+                    findSteps(steps[2], j, narrowR, pairs);
+        }
+        return found;
+    };
+    const bool fits = largest8 <= kNarrow;
+    inPairs = fits && find(true);
+    hasSteps = inPairs || (fits && find(false));
+}
+
 rows::SMatrixTables SColorMatrixStage::Tables() const {
-    return {tableB.data(),  tableG.data(), tableR.data(),         narrowB.data(),      narrowG.data(),
-            narrowR.data(), planes.data(), largest16 < kModerate, largest8 <= kNarrow, largest16 <= kNarrow};
+    return {.blue = tableB.data(),
+            .green = tableG.data(),
+            .red = tableR.data(),
+            .narrowBlue = narrowB.data(),
+            .narrowGreen = narrowG.data(),
+            .narrowRed = narrowR.data(),
+            .steps = hasSteps ? steps.data() : nullptr,
+            .inPairs = inPairs,
+            .moderate = largest16 < kModerate,
+            .narrowBytes = largest8 <= kNarrow,
+            .narrowWords = largest16 <= kNarrow};
 }
 
 template <class T>
@@ -126,9 +185,6 @@ void CColorMatrix::UpdateStage() {
         }
         if (i <= kLastByte) {
             mStage.largest8 = mStage.largest16;
-            split(mStage.planes[0], i, mStage.narrowB[i]);
-            split(mStage.planes[1], i, mStage.narrowG[i]);
-            split(mStage.planes[2], i, mStage.narrowR[i]);
         }
         for (std::size_t row = 0; row < 3; ++row) {
             for (std::size_t column = 0; column < 3; ++column) {
@@ -136,6 +192,7 @@ void CColorMatrix::UpdateStage() {
             }
         }
     }
+    mStage.UpdateSteps();
 }
 
 unsigned long CColorMatrix::SetColorMatrix(unsigned char mode, const short* matrix) {

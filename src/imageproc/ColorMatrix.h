@@ -22,7 +22,9 @@ struct SColorMatrixStage {
     using Table = std::array<int[4], 4096>;
     using NarrowTable = std::array<short[4], 4097>; ///< one more: kernels load two entries at once
 
-    std::array<rows::SMatrixTables::BytePlanes, 3> planes{}; ///< by input component: B, G, R
+    std::array<rows::SMatrixTables::ByteSteps, 3> steps{}; ///< by input component: B, G, R
+    bool hasSteps = false; ///< whether they give every product of a byte, and 16 bits every sum
+    bool inPairs = false;  ///< whether what they leave stands in pairs
     // By input component; entries: shares of the output's B, G and R, which no cache line splits.
     alignas(sizeof(int[4])) Table tableB{};
     Table tableG{};
@@ -36,6 +38,8 @@ struct SColorMatrixStage {
     bool on = false;
 
     STraits Traits(const SFrame& frame) const;
+    /// The steps, from the tables.
+    void UpdateSteps();
     /// As the row kernels take them.
     rows::SMatrixTables Tables() const;
     /// frame: colour.

@@ -61,7 +61,8 @@ STraits SSharpnessStage::Traits(const SFrame& frame) const {
 }
 
 template <class T>
-void SSharpnessStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
+void SSharpnessStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band,
+                           bool continues) const {
     const rows::SColorRows<T>& colors = rows::colorRows<T>(kernels);
     const unsigned samples = colorSamples(frame.pixelFormat);
     const SWorkRows<T> work = {static_cast<unsigned short*>(band.work), frame.width};
@@ -76,10 +77,11 @@ void SSharpnessStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, 
         }
         colors.sum3(row, work.Sums(y), frame.width);
     };
-    bool prepared = false;
-    forBandRows(band, std::max(samples, 1U), [&](T* row, unsigned long y) {
+    bool prepared = continues && band.first > 1; // nothing is, for the first row
+    for (unsigned long y = band.first; y < band.end; ++y) {
         if (y == 0 || y + 1 == frame.height) {
-            return;
+            takeRow(band, y, std::max(samples, 1U));
+            continue;
         }
         if (!prepared) {
             prepare(y - 1);
@@ -87,16 +89,19 @@ void SSharpnessStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, 
             prepared = true;
         }
         prepare(y + 1);
+        // Kernels go from row to row, but where a fourth sample stays what it is.
+        T* const to = samples == 4 ? takeRow(band, y, samples) : band.dst.Row(y);
+        const T* const from = samples == 4 ? to : band.src.Row(y);
+        const rows::SNeighborSums sums = {work.Sums(y - 1), work.Sums(y), work.Sums(y + 1)};
         if (samples == 0) {
-            colors.sharpenGray(row, work.Sums(y - 1), work.Sums(y + 1), frame.width, sharpening);
+            colors.sharpenGray(from, to, sums, frame.width, sharpening);
         } else {
-            colors.sharpenColor(row, samples, work.Luma(y), work.Sums(y - 1), work.Sums(y + 1), frame.width,
-                                sharpening);
+            colors.sharpenColor(from, to, samples, work.Luma(y), sums, frame.width, sharpening);
         }
-    });
+    }
 }
-template void SSharpnessStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
-template void SSharpnessStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned short>&) const;
+template void SSharpnessStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&, bool) const;
+template void SSharpnessStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned short>&, bool) const;
 
 unsigned long CSharpness::SetMode(unsigned char mode, unsigned short gain, unsigned short coring) {
     mStage.mode = mode;

@@ -23,7 +23,12 @@ struct SSharpnessStage {
     STraits Traits(const SFrame& frame) const;
     /// frame: grey or colour, of 8 to 12 bits. The first and the last row and column stay as they are.
     template <class T>
-    void Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const;
+    void Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
+        Rows(kernels, frame, band, false);
+    }
+    /// continues: the work area is as the band right above this one has left it. Row first - 1 is not asked for then.
+    template <class T>
+    void Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band, bool continues) const;
 };
 
 /// Unsharp mask. Holds its settings; never keeps an image pointer. Each call that changes an image allocates one buffer

@@ -191,16 +191,20 @@ struct SMatrixTables {
     const NarrowEntry* narrowBlue;
     const NarrowEntry* narrowGreen;
     const NarrowEntry* narrowRed;
-    /// The products of bytes in 16 bits once more, low and high bytes apart: by output blue, green, red, and input
-    /// byte.
-    struct alignas(64) BytePlanes {
-        std::uint8_t low[3][256];
-        std::uint8_t high[3][256];
+    /// The products of bytes once more, by output blue, green, red: step x sample + sign x left + base. left is
+    /// rest[sample]; or, in pairs, (rest[sample / 2] + sample % 2 + 1) / 2, of which a register holds twice as many.
+    struct alignas(64) ByteSteps {
+        std::uint8_t rest[3][256];
+        std::int8_t step[3];
+        std::int8_t sign[3];
+        std::int16_t base[3];
     };
-    const BytePlanes* planes; ///< of the blue, green and red input
-    bool moderate;            ///< no sum of three entries leaves -2^28 .. 2^28 - 1
-    bool narrowBytes;         ///< 16 bits hold every sum of the products of bytes
-    bool narrowWords;         ///< 16 bits hold every sum
+    const ByteSteps*
+        steps;        ///< of the blue, green and red input; null where they do not give all, or sums leave 16 bits
+    bool inPairs;     ///< what is left stands in pairs
+    bool moderate;    ///< no sum of three entries leaves -2^28 .. 2^28 - 1
+    bool narrowBytes; ///< 16 bits hold every sum of the products of bytes
+    bool narrowWords; ///< 16 bits hold every sum
 };
 
 /// Suppression strength by luma, 1/16384 for each level beyond a start level. A slope of 0 switches its part off.
@@ -217,13 +221,20 @@ struct SLumaCurve {
     const std::uint8_t* bytes; ///< the first 256, null where one of them is not a byte
 };
 
-/// Correction by absolute difference, 4096 entries.
+/// Correction by absolute difference, 4096 entries; 0 up to the coring.
 struct SSharpening {
     const std::uint16_t* table;
     const std::uint8_t* raiseBytes; ///< the first 256 modulo 256
     const std::uint8_t* lowerBytes; ///< the first 256, at most 255; null where they are those of raiseBytes
     unsigned coring;                ///< differences up to this one, at most 65535, are left alone
     unsigned maxValue;              ///< largest sample
+};
+
+/// sum3 of a row, as it came, and of those beside it.
+struct SNeighborSums {
+    const std::uint16_t* above;
+    const std::uint16_t* own;
+    const std::uint16_t* below;
 };
 
 /// Rows of blue-green-red pixels that stand step (3, 4, 6 or 8) samples apart, worked on in place where nothing else is
@@ -245,13 +256,14 @@ struct SColorRows {
 
     /// sumRow[x] = row[x-1] + row[x] + row[x+1] modulo 65536, for x = 1 .. width-2.
     void (*sum3)(const T* row, std::uint16_t* sumRow, std::size_t width);
-    /// Unsharp mask on columns 1 .. width-2 of a grey row; above and below: sum3 of the rows beside it. Width 3 and
-    /// more.
-    void (*sharpenGray)(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
+    /// Unsharp mask on columns 1 .. width-2 of a grey row; the others stay. dst: the row itself, or another one. Width
+    /// 3 and more.
+    void (*sharpenGray)(const T* row, T* dst, const SNeighborSums& sums, std::size_t width,
                         const SSharpening& sharpening);
-    /// The same for pixels, by their luma: lumaRow is the row's own, above and below are sums of luma.
-    void (*sharpenColor)(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above,
-                         const std::uint16_t* below, std::size_t width, const SSharpening& sharpening);
+    /// The same for pixels, by their luma: lumaRow is the row's own, the sums are of luma. Step 3: dst may be another
+    /// row.
+    void (*sharpenColor)(const T* row, T* dst, std::size_t step, const T* lumaRow, const SNeighborSums& sums,
+                         std::size_t width, const SSharpening& sharpening);
 };
 
 /// Sizes of a pixel that is moved as a whole, as an index into a kernel's table: 1, 2, 3, 4, 6, 8 bytes.

@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::size_t kSteps[] = {3, 4, 6, 8};
 
-/// Sizes of a matrix's products: of 16 bits with their sums, below 2^26, or anything.
-enum class Products : std::uint8_t { Narrow, Moderate, Any };
+/// Products of a matrix: anything, below 2^26, or of 16 bits with their sums; and of bytes by steps, alone or in pairs.
+enum class Products : std::uint8_t { Any, Moderate, Narrow, Steps, Pairs };
 
 /// Tables and settings of a row's stages. Random: every value that the types hold.
 struct SSettings {
@@ -27,12 +27,12 @@ struct SSettings {
     std::vector<std::uint8_t> lower = levels;
     std::vector<std::array<std::int32_t, 4>> products = std::vector<std::array<std::int32_t, 4>>(3 * 4096);
     std::vector<std::array<std::int16_t, 4>> narrowProducts = std::vector<std::array<std::int16_t, 4>>(3 * 4097);
-    std::vector<rows::SMatrixTables::BytePlanes> planes = std::vector<rows::SMatrixTables::BytePlanes>(3);
+    std::vector<rows::SMatrixTables::ByteSteps> steps = std::vector<rows::SMatrixTables::ByteSteps>(3);
     rows::SChromaLimits limits{};
     unsigned coring = 0;
     Products kind;
 
-    SSettings(std::uint64_t seed, unsigned depth) : kind(static_cast<Products>(seed % 3)) {
+    SSettings(std::uint64_t seed, unsigned depth) : kind(static_cast<Products>(seed % 5)) {
         CRandom random(seed);
         for (unsigned i = 0; i < rows::SLumaTables::kEntries; ++i) {
             blue[i] = static_cast<std::uint16_t>(i * 0.114 + 0.5);
@@ -47,36 +47,73 @@ struct SSettings {
             lower[i] = static_cast<std::uint8_t>(std::min<unsigned>(corrections[i], 255));
         }
         for (std::size_t i = 0; i < products.size(); ++i) {
-            rows::SMatrixTables::BytePlanes& ofInput = planes[i / 4096];
             for (std::size_t j = 0; j < 3; ++j) {
                 const auto value = static_cast<std::int32_t>(random.Next());
                 std::int32_t& product = products[i][j];
                 product = kind == Products::Any ? value : kind == Products::Moderate ? value >> 5 : value % 10923;
                 // One entry behind each table of 16 bits.
-                const auto narrow = static_cast<std::int16_t>(kind == Products::Narrow ? product : 99);
+                const auto narrow = static_cast<std::int16_t>(IsNarrow() ? product : 99);
                 narrowProducts[i + i / 4096][j] = narrow;
-                if (i % 4096 < 256) {
-                    ofInput.low[j][i % 4096] = static_cast<std::uint8_t>(narrow);
-                    ofInput.high[j][i % 4096] = static_cast<std::uint8_t>(narrow >> 8);
-                }
             }
+        }
+        if (kind == Products::Steps || kind == Products::Pairs) {
+            TakeSteps(random);
         }
         limits = {static_cast<std::uint16_t>(random.Below(1U << depth)),
                   static_cast<std::uint16_t>(random.Below(1U << depth)),
                   static_cast<std::uint16_t>(random.Below(3) * random.Below(2000)),
                   static_cast<std::uint16_t>(random.Below(3) * random.Below(2000))};
-        coring = static_cast<unsigned>(random.Below(1U << (depth / 2)));
+        SetCoring(static_cast<unsigned>(random.Below(1U << (depth / 2))));
+    }
+
+    /// Corrections are 0 up to the coring.
+    void SetCoring(unsigned upTo) {
+        coring = upTo;
+        const auto clear = [&](auto& table) {
+            std::fill_n(table.begin(), std::min<std::size_t>(upTo + 1, table.size()), 0);
+        };
+        clear(corrections);
+        clear(raise);
+        clear(lower);
+    }
+    bool IsNarrow() const { return kind >= Products::Narrow; }
+    /// Products of bytes by steps, as far from 0 as 16 bits for a sum of three allow.
+    void TakeSteps(CRandom& random) {
+        for (std::size_t input = 0; input < 3; ++input) {
+            for (std::size_t j = 0; j < 3; ++j) {
+                rows::SMatrixTables::ByteSteps& of = steps[input];
+                of.step[j] = static_cast<std::int8_t>(static_cast<int>(random.Below(81)) - 40);
+                of.sign[j] = static_cast<std::int8_t>(random.Below(2) == 0 ? -1 : 1);
+                of.base[j] = static_cast<std::int16_t>(static_cast<int>(random.Below(401)) - 200);
+                fillSamples(of.rest[j], 256, Pattern::Random, 8, random);
+                for (int i = 0; i < 256; ++i) {
+                    const int rest = of.rest[j][kind == Products::Pairs ? i / 2 : i];
+                    const int left = kind == Products::Pairs ? (rest + i % 2 + 1) / 2 : rest;
+                    const int product = of.step[j] * i + of.sign[j] * left + of.base[j];
+                    const std::size_t at = static_cast<std::size_t>(i) + input * 4096;
+                    products[at][j] = product;
+                    narrowProducts[at + input][j] = static_cast<std::int16_t>(product);
+                }
+            }
+        }
     }
 
     rows::SLumaTables Luma() const { return {blue.data(), green.data(), red.data()}; }
     rows::SMatrixTables Matrix() const {
         const auto* const first = reinterpret_cast<const rows::SMatrixTables::Entry*>(products.data());
         const auto* const narrow = reinterpret_cast<const rows::SMatrixTables::NarrowEntry*>(narrowProducts.data());
-        const bool fits = kind == Products::Narrow;
-        return {first,         first + 4096,          first + 2 * 4096,
-                narrow,        narrow + 4097,         narrow + 2 * 4097,
-                planes.data(), kind != Products::Any, fits,
-                fits};
+        const bool fits = IsNarrow();
+        return {.blue = first,
+                .green = first + 4096,
+                .red = first + 2 * 4096,
+                .narrowBlue = narrow,
+                .narrowGreen = narrow + 4097,
+                .narrowRed = narrow + 2 * 4097,
+                .steps = kind == Products::Steps || kind == Products::Pairs ? steps.data() : nullptr,
+                .inPairs = kind == Products::Pairs,
+                .moderate = kind != Products::Any,
+                .narrowBytes = fits,
+                .narrowWords = fits};
     }
     rows::SSharpening Sharpening(unsigned depth) const {
         return {corrections.data(), raise.data(), raise == lower ? nullptr : lower.data(), coring, (1U << depth) - 1};
@@ -155,13 +192,31 @@ protected:
         fillSamples(below.data(), width, pattern, std::min(depth + 1, 16U), random);
         fillSamples(lumaRow.data(), width, pattern, depth, random);
         const rows::SSharpening sharpening = settings.Sharpening(range);
+        CGuardedBuffer<std::uint16_t> own(width, flush);
+        const auto sumsOf = [&](const rows::SRowTable& rows, const T* row) {
+            rows::colorRows<T>(rows).sum3(row, own.data(), width);
+            return rows::SNeighborSums{above.data(), own.data(), below.data()};
+        };
         Compare<T>("sharpenColour", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
-            rows::colorRows<T>(rows).sharpenColor(row, step, lumaRow.data(), above.data(), below.data(), width,
+            rows::colorRows<T>(rows).sharpenColor(row, row, step, lumaRow.data(), sumsOf(rows, lumaRow.data()), width,
                                                   sharpening);
         });
         Compare<T>("sharpenGrey", width, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
-            rows::colorRows<T>(rows).sharpenGray(row, above.data(), below.data(), width, sharpening);
+            rows::colorRows<T>(rows).sharpenGray(row, row, sumsOf(rows, row), width, sharpening);
         });
+        // To another row, which gets all samples.
+        CGuardedBuffer<T> pixels(3 * width, flush);
+        fillSamples(pixels.data(), 3 * width, pattern, depth, random);
+        Compare<T>("sharpenColour to another row", 3 * width, pattern, depth, flush, seed,
+                   [&](const rows::SRowTable& rows, T* row) {
+                       rows::colorRows<T>(rows).sharpenColor(pixels.data(), row, 3, lumaRow.data(),
+                                                             sumsOf(rows, lumaRow.data()), width, sharpening);
+                   });
+        Compare<T>("sharpenGrey to another row", width, pattern, depth, flush, seed,
+                   [&](const rows::SRowTable& rows, T* row) {
+                       rows::colorRows<T>(rows).sharpenGray(pixels.data(), row, sumsOf(rows, pixels.data()), width,
+                                                            sharpening);
+                   });
     }
 };
 
@@ -242,14 +297,15 @@ TEST_P(ColorRows, EqualScalarForOneSampleAboveTheRange) {
             Compare<std::uint16_t>("sharpenGrey", 3 * width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        spoil(row);
-                                       rows.colors16.sharpenGray(row, sums.data(), sums.data(), 3 * width,
-                                                                 settings.Sharpening(12));
+                                       rows.colors16.sharpenGray(row, row, {sums.data(), sums.data(), sums.data()},
+                                                                 3 * width, settings.Sharpening(12));
                                    });
             std::vector<std::uint16_t> luma(sums.begin(), sums.begin() + width);
             Compare<std::uint16_t>("sharpenColour", 3 * width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        spoil(row);
-                                       rows.colors16.sharpenColor(row, 3, luma.data(), sums.data(), sums.data(), width,
+                                       rows.colors16.sharpenColor(row, row, 3, luma.data(),
+                                                                  {sums.data(), sums.data(), sums.data()}, width,
                                                                   settings.Sharpening(12));
                                    });
             if (HasFatalFailure()) {
@@ -269,13 +325,15 @@ TEST_P(ColorRows, SharpeningEqualsScalarForExtremeSums) {
             const std::vector<std::uint16_t> luma(width, static_cast<std::uint16_t>(sample));
             Compare<std::uint16_t>("sharpenColour", 3 * width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
-                                       rows.colors16.sharpenColor(row, 3, luma.data(), beside.data(), beside.data(),
-                                                                  width, settings.Sharpening(12));
+                                       rows.colors16.sharpenColor(row, row, 3, luma.data(),
+                                                                  {beside.data(), beside.data(), beside.data()}, width,
+                                                                  settings.Sharpening(12));
                                    });
             Compare<std::uint16_t>("sharpenGrey", width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        std::fill(row, row + width, static_cast<std::uint16_t>(sample));
-                                       rows.colors16.sharpenGray(row, beside.data(), beside.data(), width,
+                                       rows.colors16.sharpenGray(row, row,
+                                                                 {beside.data(), beside.data(), beside.data()}, width,
                                                                  settings.Sharpening(12));
                                    });
             if (HasFatalFailure()) {
@@ -294,7 +352,7 @@ TEST_P(ColorRows, EqualScalarForExtremeSettings) {
                     const auto step = static_cast<std::uint16_t>(slope);
                     settings.limits = {static_cast<std::uint16_t>(start), static_cast<std::uint16_t>(65535 - start),
                                        step, step};
-                    settings.coring = coring;
+                    settings.SetCoring(coring);
                     CheckSamples<std::uint8_t>(150, Pattern::Random, 8, Flush::Right, seed, 8, settings);
                     if (coring < 2) {
                         CheckSamples<std::uint16_t>(150, Pattern::Random, 12, Flush::Right, seed, 12, settings);

@@ -17,9 +17,9 @@
 namespace vek::rows::VEK_ISA {
 namespace {
 
-/// A column at which a row of pixels reaches a multiple of A's size in memory: even, 2 .. kLanes<A> behind first (which
-/// is even). Where there is none (an odd one, an address that no column brings into line), first + kLanes<A>. Stores
-/// that straddle cache lines cost up to half of a store-bound row's speed.
+/// A column at which a row of samples or pixels reaches a multiple of A's size in memory: even, 2 .. kLanes<A> behind
+/// first (which is even). Where there is none (an odd one, an address that no column brings into line), first +
+/// kLanes<A>. Stores that straddle cache lines cost up to half of a store-bound row's speed.
 template <class A, unsigned Channels>
 inline std::size_t alignedColumn(const Lane<A>* dst, std::size_t first) {
     constexpr std::size_t lanes = kLanes<A>;
@@ -27,9 +27,11 @@ inline std::size_t alignedColumn(const Lane<A>* dst, std::size_t first) {
     std::size_t columns = 0;
     if constexpr (Channels == 3) {
         columns = (0 - sample) * 43 % lanes; // 3 x 43 = 1 modulo 64 and every smaller power of two
-    } else {
-        static_assert(Channels == 4);
+    } else if constexpr (Channels == 4) {
         columns = (0 - sample / 4) % (lanes / 4);
+    } else {
+        static_assert(Channels == 1);
+        columns = (0 - sample) % lanes;
     }
     return first + (columns % 2 == 0 && columns != 0 ? columns : lanes);
 }

@@ -183,14 +183,41 @@ VEK_INLINE SColors<A> changeBlock(const SColors<A>& colors, const SChange<A>& ch
             changed(colors.red, change, maxValue)};
 }
 
-/// The same in place, for dense pixels: in memory order, which spares taking the colours apart.
-template <class A, std::size_t K = 0>
-VEK_INLINE void changePixels(Lane<A>* pixels, const SChange<A>& change, A maxValue) {
-    Lane<A>* const at = pixels + K * kLanes<A>;
-    store(at, changed(load<A>(at), {repeatLanes<K>(change.plus), repeatLanes<K>(change.minus)}, maxValue));
-    if constexpr (K < 2) {
-        changePixels<A, K + 1>(pixels, change, maxValue);
+/// A block of samples in memory order: of one channel, or of dense pixels.
+template <unsigned Channels, class A>
+struct SRun {
+    A part[Channels];
+};
+template <unsigned Channels, class A>
+VEK_INLINE SRun<Channels, A> loadRun(const Lane<A>* p) {
+    SRun<Channels, A> run;
+    for (std::size_t i = 0; i < Channels; ++i) {
+        run.part[i] = load<A>(p + i * kLanes<A>);
     }
+    return run;
+}
+template <unsigned Channels, class A>
+VEK_INLINE void storeRun(Lane<A>* p, const SRun<Channels, A>& run) {
+    for (std::size_t i = 0; i < Channels; ++i) {
+        store(p + i * kLanes<A>, run.part[i]);
+    }
+}
+
+/// The block with a change of its pixels: in memory order, which spares taking the colours apart.
+template <class A>
+VEK_INLINE SRun<1, A> changedRun(const SRun<1, A>& run, const SChange<A>& change, A maxValue) {
+    return {{changed(run.part[0], change, maxValue)}};
+}
+template <class A>
+VEK_INLINE SRun<3, A> changedRun(const SRun<3, A>& run, const SChange<A>& change, A maxValue) {
+    return {{changed(run.part[0], {repeatLanes<0>(change.plus), repeatLanes<0>(change.minus)}, maxValue),
+             changed(run.part[1], {repeatLanes<1>(change.plus), repeatLanes<1>(change.minus)}, maxValue),
+             changed(run.part[2], {repeatLanes<2>(change.plus), repeatLanes<2>(change.minus)}, maxValue)}};
+}
+/// The same in place, for dense pixels.
+template <class A>
+VEK_INLINE void changePixels(Lane<A>* pixels, const SChange<A>& change, A maxValue) {
+    storeRun(pixels, changedRun(loadRun<3, A>(pixels), change, maxValue));
 }
 
 /// Whether vectors know the largest sample: all bytes, words of up to 15 bits.

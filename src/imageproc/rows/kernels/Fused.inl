@@ -65,7 +65,7 @@ struct SEdgeOf12 {
 #endif
 };
 
-#if VEK_VECTOR_BYTES != 0 && VEK_BYTE_TABLES
+#if VEK_VECTOR_BYTES != 0 && VEK_MATRIX_STEPS
 
 /// All columns of a row; false, and nothing done, where it has less than a block.
 template <BayerRow Row>
@@ -76,8 +76,10 @@ inline bool bilinearMatrixBlocks(const SBilinear<std::uint8_t, Row>& mosaic, std
     if (inner == 0) {
         return false;
     }
-    forBlocks<A, 3>(dst, 2, inner, [=, planes = tables.planes](std::size_t x) {
-        storePixels<3>(dst + 3 * x, matrixBlock(mosaic.template Block<A>(x), planes));
+    withMatrixSteps(tables, [=](const auto& steps) {
+        forBlocks<A, 3>(dst, 2, inner, [=, &steps](std::size_t x) {
+            storePixels<3>(dst + 3 * x, matrixBlock(mosaic.template Block<A>(x), steps));
+        });
     });
     const auto plain = [&](std::size_t from, std::size_t to) {
         mosaic.Span(dst, from, to, width);
@@ -161,11 +163,9 @@ template <BayerRow Row>
 void bilinearMatrix(const std::uint8_t* above, const std::uint8_t* row, const std::uint8_t* below, std::uint8_t* dst,
                     std::size_t width, const SMatrixTables& tables) {
     const SBilinear<std::uint8_t, Row> mosaic = {above, row, below};
-#if VEK_VECTOR_BYTES != 0 && VEK_BYTE_TABLES
-    if constexpr (kMatrixInRegisters) {
-        if (tables.narrowBytes && bilinearMatrixBlocks(mosaic, dst, width, tables)) {
-            return;
-        }
+#if VEK_VECTOR_BYTES != 0 && VEK_MATRIX_STEPS
+    if (tables.steps != nullptr && bilinearMatrixBlocks(mosaic, dst, width, tables)) {
+        return;
     }
 #endif
     mosaic.Whole(dst, width);

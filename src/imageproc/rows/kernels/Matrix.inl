@@ -135,46 +135,94 @@ inline void multiplyBlocks(T* pixels, std::size_t count, std::size_t step, SProd
     }
 }
 
-/// Where there is room for the 18 tables of bytes in registers, four in each.
-constexpr bool kMatrixInRegisters = kWideBytes == 64;
+#if defined(__AVX512VBMI__)
 
-#if VEK_BYTE_TABLES
+#define VEK_MATRIX_STEPS 1
 
-/// Body, in registers: sums of 16-bit products of bytes, low and high bytes looked up apart. No neighbours; the sums
-/// stop at 0 and 255.
+/// The products of bytes in registers: steps as multiplyBytePairs takes them, what is left by output and input.
+template <bool InPairs>
+struct SMatrixSteps {
+    using Bytes = SByteTable::Bytes;
+    using Signed = Like<std::int8_t, Bytes>;
+    using Words = Like<std::int16_t, Bytes>;
+    struct SOutput {
+        Signed blueGreen;
+        Signed blueGreenLeft;
+        Signed redLeft; ///< step and sign
+        Words base;
+    };
+    SOutput output[3];
+    const SMatrixTables::ByteSteps* input;
+
+    VEK_INLINE explicit SMatrixSteps(const SMatrixTables::ByteSteps* of) : input(of) {
+        for (std::size_t j = 0; j < 3; ++j) {
+            output[j] = {BytePairs(of[0].step[j], of[1].step[j]), BytePairs(of[0].sign[j], of[1].sign[j]),
+                         BytePairs(of[2].step[j], of[2].sign[j]),
+                         all<Words>(static_cast<std::int16_t>(of[0].base[j] + of[1].base[j] + of[2].base[j]))};
+        }
+    }
+
+    /// What the steps of an input leave for output j.
+    VEK_INLINE static Bytes LookUp(const std::uint8_t (&rest)[256], Bytes samples) {
+        if constexpr (InPairs) {
+            // The low seven bits of an index count.
+            const auto pair = (Bytes)(as<std::uint16_t>(samples) >> 1);
+            return meanUp(permute2(load<Bytes>(rest), load<Bytes>(rest + 64), pair), samples & 1);
+        } else {
+            return SByteTable(rest).LookUp(samples);
+        }
+    }
+
+private:
+    /// Two bytes in every two lanes.
+    VEK_INLINE static Signed BytePairs(std::int8_t first, std::int8_t second) {
+        return (Signed)all<Words>(static_cast<std::int16_t>(second << 8 | static_cast<std::uint8_t>(first)));
+    }
+};
+
+/// Body, in registers: sums of 16-bit products of bytes. No neighbours; the sums stop at 0 and 255.
 ///
-///   blue' = B[b].blue + G[g].blue + R[r].blue      and so on; B, G, R: the planes of each input
-template <class A>
-VEK_INLINE SColors<A> matrixBlock(const SColors<A>& colors, const SMatrixTables::BytePlanes* planes) {
-    using Words = Like<std::uint16_t, A>;
-    using Signed = Like<std::int16_t, A>;
-    const A in[3] = {colors.blue, colors.green, colors.red};
+///   blue' = step x b + step x g + step x r + left of r + left of b + left of g + base      and so on
+///           |  a pair of bytes  |   |     a pair     |   |       a pair      |
+template <bool InPairs, class A = SByteTable::Bytes>
+VEK_INLINE SColors<A> matrixBlock(const SColors<A>& colors, const SMatrixSteps<InPairs>& steps) {
+    const SHalves<A> blueGreen = {zipLow<1>(colors.blue, colors.green), zipHigh<1>(colors.blue, colors.green)};
     A out[3];
     for (std::size_t j = 0; j < 3; ++j) {
-        Words low{};
-        Words high{};
-        for (std::size_t i = 0; i < 3; ++i) {
-            const A lowBytes = SByteTable(planes[i].low[j]).LookUp(in[i]);
-            const A highBytes = SByteTable(planes[i].high[j]).LookUp(in[i]);
-            low += (Words)zipLow<1>(lowBytes, highBytes);
-            high += (Words)zipHigh<1>(lowBytes, highBytes);
-        }
-        out[j] = pack<std::uint8_t>((Signed)low, (Signed)high);
+        const A blue = steps.LookUp(steps.input[0].rest[j], colors.blue);
+        const A green = steps.LookUp(steps.input[1].rest[j], colors.green);
+        const A red = steps.LookUp(steps.input[2].rest[j], colors.red);
+        const auto& output = steps.output[j];
+        const auto sum = [&](A bytes, A redLeft, A blueGreenLeft) {
+            return multiplyBytePairs(bytes, output.blueGreen) + multiplyBytePairs(redLeft, output.redLeft) +
+                   multiplyBytePairs(blueGreenLeft, output.blueGreenLeft) + output.base;
+        };
+        out[j] = pack<std::uint8_t>(sum(blueGreen.low, zipLow<1>(colors.red, red), zipLow<1>(blue, green)),
+                                    sum(blueGreen.high, zipHigh<1>(colors.red, red), zipHigh<1>(blue, green)));
     }
     return {out[0], out[1], out[2]};
 }
 
 /// Whole blocks of dense pixels; returns the columns that they have.
-inline std::size_t multiplyInRegisters(std::uint8_t* row, std::size_t width, const SMatrixTables::BytePlanes* planes) {
-    using A = WideV<std::uint8_t>;
+template <bool InPairs>
+inline std::size_t multiplyInRegisters(std::uint8_t* row, std::size_t width, const SMatrixSteps<InPairs>& steps) {
+    using A = SByteTable::Bytes;
     std::size_t x = 0;
     for (; x + kLanes<A> <= width; x += kLanes<A>) {
         prefetchPixels(row + 3 * x);
-        storePixels<3>(row + 3 * x, matrixBlock(load3<A>(row + 3 * x), planes));
+        storePixels<3>(row + 3 * x, matrixBlock(load3<A>(row + 3 * x), steps));
     }
     return x;
 }
 
+/// Calls body with the tables' steps.
+template <class Body>
+VEK_INLINE auto withMatrixSteps(const SMatrixTables& tables, Body body) {
+    return tables.inPairs ? body(SMatrixSteps<true>(tables.steps)) : body(SMatrixSteps<false>(tables.steps));
+}
+
+#else
+#define VEK_MATRIX_STEPS 0
 #endif
 
 template <class Kind, class T>
@@ -206,10 +254,10 @@ template <class T>
 inline std::size_t matrixBlocks(T* row, std::size_t width, std::size_t step, const SMatrixTables& tables,
                                 unsigned maxValue) {
     std::size_t done = 0;
-#if VEK_BYTE_TABLES
-    if constexpr (sizeof(T) == 1 && kMatrixInRegisters) {
-        if (tables.narrowBytes && step == 3 && maxValue == 255) {
-            done = multiplyInRegisters(row, width, tables.planes);
+#if VEK_MATRIX_STEPS
+    if constexpr (sizeof(T) == 1) {
+        if (tables.steps != nullptr && step == 3 && maxValue == 255) {
+            done = withMatrixSteps(tables, [=](const auto& steps) { return multiplyInRegisters(row, width, steps); });
         }
     }
 #endif

@@ -6,7 +6,7 @@
 //   b b b     detail is positive and darker where it is not, within 0 .. maxValue.
 //
 // Reads columns 0 .. width-1 of the row, as they were before any change, and 1 .. width-2 of the sums a and b of the
-// rows beside it; writes 1 .. width-2.
+// rows beside it; changes 1 .. width-2.
 #pragma once
 
 #include "imageproc/rows/RowTable.h"
@@ -311,6 +311,87 @@ inline std::size_t sharpenColorBlocks(T* row, std::size_t step, const T* lumaRow
     return x;
 }
 
+#if defined(__AVX512VBMI__)
+
+#define VEK_SHARP_BYTES 1
+
+/// Corrections of bytes in registers: what makes brighter and, if it is Apart, what makes darker. Their entry 0 is 0.
+template <bool Apart>
+struct SByteCorrections {
+    using A = SByteTable::Bytes;
+    SByteTable raise;
+    SByteTable lower;
+
+    VEK_INLINE SChange<A> ChangeOf(A center, A mean) const {
+        const A more = subSat(center, mean);
+        const A less = subSat(mean, center);
+        if constexpr (Apart) {
+            return {raise.LookUp(more), lower.LookUp(less)};
+        } else {
+            const A correction = raise.LookUp(more | less);
+            return {correction & (A)(more != 0), correction & (A)(less != 0)};
+        }
+    }
+};
+
+/// The mean of the eight neighbours of columns x and those behind it. own holds center, too.
+VEK_INLINE SByteTable::Bytes neighborMean(SByteTable::Bytes center, const SNeighborSums& sums, std::size_t x) {
+    using Words = V<std::uint16_t, 64>;
+    const auto half = [&](std::size_t at, Words own) {
+        const Words sum = load<Words>(sums.above + at) + load<Words>(sums.below + at) + load<Words>(sums.own + at);
+        return (sum - own + 4) >> 3;
+    };
+    return lowBytes(half(x, widenHalf<0>(center)), half(x + kLanes<Words>, widenHalf<1>(center)));
+}
+
+/// Columns 1 .. width-2, which fill a block; Channels 3: of dense pixels.
+template <unsigned Channels, bool Apart>
+inline void sharpenBytes(const std::uint8_t* row, std::uint8_t* dst, const std::uint8_t* lumaRow,
+                         const SNeighborSums& sums, std::size_t width, const SSharpening& sharpening) {
+    using A = SByteTable::Bytes;
+    const SByteCorrections<Apart> corrections = {SByteTable(sharpening.raiseBytes),
+                                                 SByteTable(Apart ? sharpening.lowerBytes : sharpening.raiseBytes)};
+    const A max = all<A>(255);
+    const auto samplesAt = [&](std::size_t x) { return loadRun<Channels, A>(row + Channels * x); };
+    // The first and the last block overlap others, to bring those between into line, and where they are read from may
+    // be written to.
+    const std::size_t end = width - 1 - kLanes<A>;
+    const SRun<Channels, A> first = samplesAt(1);
+    const SRun<Channels, A> last = samplesAt(end);
+    for (std::size_t x = smaller(alignedColumn<A, Channels>(dst, 0), end);;) {
+        const SRun<Channels, A> samples = x == 1 ? first : x == end ? last : samplesAt(x);
+        const A center = Channels == 1 ? samples.part[0] : load<A>(lumaRow + x);
+        const A mean = neighborMean(center, sums, x);
+        storeRun(dst + Channels * x, changedRun(samples, corrections.ChangeOf(center, mean), max));
+        if (x == 1) {
+            return;
+        }
+        x = x == end ? 1 : smaller(x + kLanes<A>, end);
+    }
+}
+
+/// All of a row; false, and nothing done, where it has less than a block.
+template <unsigned Channels>
+inline bool sharpenInRegisters(const std::uint8_t* row, std::uint8_t* dst, const std::uint8_t* lumaRow,
+                               const SNeighborSums& sums, std::size_t width, const SSharpening& sharpening) {
+    if (sharpening.maxValue != 255 || width < kLanes<SByteTable::Bytes> + 2) {
+        return false;
+    }
+    if (row != dst) {
+        __builtin_memcpy(dst, row, Channels);
+        __builtin_memcpy(dst + Channels * (width - 1), row + Channels * (width - 1), Channels);
+    }
+    // What a grey sample gets darker by counts modulo 256, too.
+    Channels == 1 || sharpening.lowerBytes == nullptr
+        ? sharpenBytes<Channels, false>(row, dst, lumaRow, sums, width, sharpening)
+        : sharpenBytes<Channels, true>(row, dst, lumaRow, sums, width, sharpening);
+    return true;
+}
+
+#else
+#define VEK_SHARP_BYTES 0
+#endif
+
 #endif
 
 // ---- kernels ----
@@ -326,25 +407,48 @@ void sum3(const T* row, std::uint16_t* sumRow, std::size_t width) {
     }
 }
 
+/// Makes dst what row is, for a change in its own place.
 template <class T>
-void sharpenGray(T* row, const std::uint16_t* above, const std::uint16_t* below, std::size_t width,
-                 const SSharpening& sharpening) {
-    std::size_t done = 1;
-    T left = row[0];
-#if VEK_VECTOR_BYTES != 0
-    done = sharpenGrayBlocks(row, above, below, width, left, sharpening);
-#endif
-    sharpenGraySpan(row, above, below, done, width - 1, left, sharpening);
+inline void copyRow(const T* row, T* dst, std::size_t samples) {
+    if (row != dst) {
+        __builtin_memcpy(dst, row, samples * sizeof(T));
+    }
 }
 
 template <class T>
-void sharpenColor(T* row, std::size_t step, const T* lumaRow, const std::uint16_t* above, const std::uint16_t* below,
+void sharpenGray(const T* row, T* dst, const SNeighborSums& sums, std::size_t width, const SSharpening& sharpening) {
+#if VEK_VECTOR_BYTES != 0 && VEK_SHARP_BYTES
+    if constexpr (sizeof(T) == 1) {
+        if (sharpenInRegisters<1>(row, dst, row, sums, width, sharpening)) {
+            return;
+        }
+    }
+#endif
+    copyRow(row, dst, width);
+    std::size_t done = 1;
+    T left = dst[0];
+#if VEK_VECTOR_BYTES != 0
+    done = sharpenGrayBlocks(dst, sums.above, sums.below, width, left, sharpening);
+#endif
+    sharpenGraySpan(dst, sums.above, sums.below, done, width - 1, left, sharpening);
+}
+
+template <class T>
+void sharpenColor(const T* row, T* dst, std::size_t step, const T* lumaRow, const SNeighborSums& sums,
                   std::size_t width, const SSharpening& sharpening) {
+#if VEK_VECTOR_BYTES != 0 && VEK_SHARP_BYTES
+    if constexpr (sizeof(T) == 1) {
+        if (step == 3 && sharpenInRegisters<3>(row, dst, lumaRow, sums, width, sharpening)) {
+            return;
+        }
+    }
+#endif
+    copyRow(row, dst, 3 * width);
     std::size_t done = 1;
 #if VEK_VECTOR_BYTES != 0
-    done = sharpenColorBlocks(row, step, lumaRow, above, below, width, sharpening);
+    done = sharpenColorBlocks(dst, step, lumaRow, sums.above, sums.below, width, sharpening);
 #endif
-    sharpenColorSpan(row + done * step, step, lumaRow, above, below, done, width - 1, sharpening);
+    sharpenColorSpan(dst + done * step, step, lumaRow, sums.above, sums.below, done, width - 1, sharpening);
 }
 
 } // namespace

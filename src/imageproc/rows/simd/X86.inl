@@ -28,6 +28,7 @@ VEK_MM_BINARY(adds_epu16)
 VEK_MM_BINARY(adds_epi16)
 VEK_MM_BINARY(subs_epu8)
 VEK_MM_BINARY(subs_epu16)
+VEK_MM_BINARY(avg_epu8)
 VEK_MM_BINARY(avg_epu16)
 VEK_MM_BINARY(mulhi_epi16)
 VEK_MM_BINARY(mulhi_epu16)
@@ -115,10 +116,14 @@ VEK_INLINE A subSat(A a, A b) {
     }
 }
 
-/// The mean of words without a sign, rounded up.
+/// The mean of bytes or words without a sign, rounded up.
 template <class A>
 VEK_INLINE A meanUp(A a, A b) {
-    return mm::avg_epu16(a, b);
+    if constexpr (sizeof(Lane<A>) == 1) {
+        return mm::avg_epu8(a, b);
+    } else {
+        return mm::avg_epu16(a, b);
+    }
 }
 
 /// Words with a sign without it; -2^15 stays.
@@ -250,6 +255,13 @@ VEK_INLINE Like<std::int32_t, A> multiplyPairs(A a, A b) {
     return (Like<std::int32_t, A>)mm::madd_epi16(a, b);
 }
 
+/// Of each two bytes: a0 x b0 + a1 x b1, b with a sign, in words, held within their range.
+template <class A>
+VEK_INLINE Like<std::int16_t, A> multiplyBytePairs(A a, Like<std::int8_t, A> b) {
+    static_assert(Lane<A>(-1) > 0 && sizeof(Lane<A>) == 1);
+    return (Like<std::int16_t, A>)mm::maddubs_epi16(a, (A)b);
+}
+
 // ---- across 16 bytes ----
 
 /// Halves of 32 bytes of a (0, 1) and b (2, 3): the low one by the low digit, the high one by the high digit.
@@ -305,6 +317,14 @@ VEK_INLINE V<T, kLanes<A> * sizeof(T)> widen(A v) {
             return (To)_mm_cvtepu16_epi32(inLow(v));
         }
     }
+}
+
+/// Half 0 or 1 of 64 unsigned bytes as words.
+template <std::size_t Half, class A>
+VEK_INLINE Like<std::uint16_t, A> widenHalf(A v) {
+    V<std::uint8_t, 32> half;
+    __builtin_memcpy(&half, reinterpret_cast<const std::uint8_t*>(&v) + Half * sizeof half, sizeof half);
+    return widen<std::uint16_t>(half);
 }
 
 /// Lanes as T, which is narrower and holds them.
