@@ -2,6 +2,7 @@
 #include "client/frames/Measurement.h"
 
 #include "client/Errors.h"
+#include "formats/ColorArrays.h"
 
 #include <VekTrgApi.h>
 
@@ -51,16 +52,9 @@ SMeasurement measured(VekCam_Handle handle, const STransferredFrame& frame, cons
 }
 
 std::array<std::string_view, 4> placeNames(unsigned colorArray) {
-    switch (colorArray) {
-    case VEK_COLOR_ARRAY_RGGB:
-        return {"R", "Gr", "Gb", "B"};
-    case VEK_COLOR_ARRAY_GRBG:
-        return {"Gr", "R", "B", "Gb"};
-    case VEK_COLOR_ARRAY_GBRG:
-        return {"Gb", "B", "R", "Gr"};
-    default:
-        return {"B", "Gb", "Gr", "R"};
-    }
+    constexpr std::array<std::string_view, kColorSlots> names = {"R", "Gr", "Gb", "B"};
+    const PhaseSlots slots = phaseSlots(colorArray);
+    return {names[slots[0]], names[slots[1]], names[slots[2]], names[slots[3]]};
 }
 
 } // namespace vek::client

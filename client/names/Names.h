@@ -3,6 +3,7 @@
 // taken for one in any case of its letters (ASCII).
 #pragma once
 
+#include "formats/ColorArrays.h"
 #include "formats/DemosaicMethods.h"
 #include "formats/TransferFormats.h"
 

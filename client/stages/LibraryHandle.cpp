@@ -15,10 +15,9 @@ namespace {
 /// The bilinear method never writes the third colour of an odd height's last row (an even one, so it starts the
 /// colour array's cell); the row above has it.
 void closeLastRow(SImage& image, unsigned short colorArray) {
-    const bool redRow = colorArray == VEK_COLOR_ARRAY_RGGB || colorArray == VEK_COLOR_ARRAY_GRBG;
     const std::size_t rowSamples = image.RowSamples();
     std::uint16_t* const last = image.samples.data() + rowSamples * (image.height - 1);
-    for (std::size_t i = redRow ? 2 : 0; i < rowSamples; i += 3) {
+    for (std::size_t i = isRedRow(phaseSlots(colorArray), image.height - 1) ? 2 : 0; i < rowSamples; i += 3) {
         last[i] = last[i - rowSamples];
     }
 }

@@ -2,7 +2,6 @@
 #include "chain/Statistics.h"
 
 #include "chain/Plan.h"
-#include "common/Bayer.h"
 #include "formats/ColorArrays.h"
 
 #include <cstddef>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "VekTrgApi.h"
 #include "common/Image.h"
+#include "formats/ColorArrays.h"
 #include "imageproc/rows/RowTable.h"
 
 #include <cstddef>
@@ -20,11 +20,21 @@ struct SPhase {
     constexpr unsigned GreenParity(unsigned long y) const { return rows::greenParityOf(row[y % 2]); }
 };
 
-/// By colour array: RGGB, GRBG, GBRG, BGGR.
-inline constexpr SPhase kPhases[] = {{{rows::BayerRow::RG, rows::BayerRow::GB}},
-                                     {{rows::BayerRow::GR, rows::BayerRow::BG}},
-                                     {{rows::BayerRow::GB, rows::BayerRow::RG}},
-                                     {{rows::BayerRow::BG, rows::BayerRow::GR}}};
+/// The kind of a row whose even columns have a colour.
+constexpr rows::BayerRow rowFrom(EColorSlot even) {
+    constexpr rows::BayerRow kinds[kColorSlots] = {rows::BayerRow::RG, rows::BayerRow::GR, rows::BayerRow::GB,
+                                                   rows::BayerRow::BG};
+    return kinds[even];
+}
+
+constexpr SPhase phaseWith(const PhaseSlots& slots) {
+    return {{rowFrom(rowSlots(slots, 0)[0]), rowFrom(rowSlots(slots, 1)[0])}};
+}
+
+/// By colour array, from VEK_COLOR_ARRAY_RGGB on.
+inline constexpr SPhase kPhases[] = {
+    phaseWith(phaseSlots(VEK_COLOR_ARRAY_RGGB)), phaseWith(phaseSlots(VEK_COLOR_ARRAY_GRBG)),
+    phaseWith(phaseSlots(VEK_COLOR_ARRAY_GBRG)), phaseWith(phaseSlots(VEK_COLOR_ARRAY_BGGR))};
 
 constexpr const SPhase& phaseOf(unsigned short colorArray) {
     return kPhases[colorArray - VEK_COLOR_ARRAY_RGGB];

@@ -4,7 +4,6 @@
 #include "common/Image.h"
 #include "common/Saturate.h"
 #include "common/Status.h"
-#include "formats/ColorArrays.h"
 
 #include <algorithm>
 #include <cstring>

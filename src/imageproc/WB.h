@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "common/Bayer.h"
+#include "formats/ColorArrays.h"
 #include "imageproc/Band.h"
 #include "imageproc/IWB.h"
 #include "imageproc/rows/RowTable.h"

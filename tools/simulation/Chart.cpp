@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/simulation/Chart.h"
 
+#include "client/names/Names.h"
+
 #include <VekTrgApi.h>
 
 #include <algorithm>
-#include <array>
+#include <cstddef>
 
 namespace vek::tools {
 
@@ -12,15 +14,8 @@ using namespace client;
 
 namespace {
 
-/// Channels (red 0, green 1, blue 2) of the 2 x 2 cell of a colour array, row by row.
-struct SFilters {
-    int colorArray;
-    std::array<std::size_t, 4> channels;
-};
-constexpr SFilters kFilters[] = {{VEK_COLOR_ARRAY_RGGB, {0, 1, 1, 2}},
-                                 {VEK_COLOR_ARRAY_GRBG, {1, 0, 2, 1}},
-                                 {VEK_COLOR_ARRAY_GBRG, {1, 2, 0, 1}},
-                                 {VEK_COLOR_ARRAY_BGGR, {2, 1, 1, 0}}};
+/// Channel (red 0, green 1, blue 2) that a filter passes, by slot.
+constexpr std::size_t kFilterChannels[kColorSlots] = {0, 1, 1, 2};
 
 } // namespace
 
@@ -62,12 +57,13 @@ SImage trueColors(const sim::CSimulatedDriver& driver, SSimulatedSetup setup) {
     } else {
         truth.channels = 3;
         truth.samples.resize(truth.RowSamples() * truth.height);
-        for (const SFilters& filters : kFilters) {
-            perfect.SetColorArray(filters.colorArray);
+        for (int colorArray = VEK_COLOR_ARRAY_RGGB; isBayer(static_cast<unsigned>(colorArray)); ++colorArray) {
+            perfect.SetColorArray(colorArray);
+            const PhaseSlots slots = phaseSlots(static_cast<unsigned>(colorArray));
             const std::vector<std::uint16_t> mosaic = perfect.CaptureRaw().samples;
             for (std::size_t i = 0; i < mosaic.size(); ++i) {
                 const std::size_t place = i % truth.width % 2 + i / truth.width % 2 * 2;
-                truth.samples[3 * i + filters.channels[place]] = mosaic[i];
+                truth.samples[3 * i + kFilterChannels[slots[place]]] = mosaic[i];
             }
         }
     }

@@ -29,8 +29,8 @@ constexpr SDemosaicRows<T> demosaicTable() {
             .nearestNeighbor2 = VEK_BY_ROW(nearestNeighbor2),
             .bilinearFalseColorReduction = VEK_BY_ROW(bilinearFalseColorReduction),
             .edgeDirected = VEK_BY_ROW(edgeDirected),
-            // By the parity of green, as in SRow.
-            .biCubic = {biCubic<T, 1>, biCubic<T, 0>, biCubic<T, 0>, biCubic<T, 1>},
+            .biCubic = {biCubic<T, greenParityOf(BayerRow::RG)>, biCubic<T, greenParityOf(BayerRow::GR)>,
+                        biCubic<T, greenParityOf(BayerRow::GB)>, biCubic<T, greenParityOf(BayerRow::BG)>},
             .biCubicThird = biCubicThird<T>,
             .meanThird = meanThird<T>,
             .pixels = VEK_BY_LAYOUT(pixels, T)};
