@@ -19,6 +19,11 @@ constexpr bool isRaw(unsigned colorArray) {
     return colorArray == VEK_COLOR_ARRAY_MONO || isBayer(colorArray);
 }
 
+/// Luma and chroma, of ITU-R BT.601 or BT.709.
+constexpr bool isYCrCb(unsigned colorArray) {
+    return colorArray >= VEK_COLOR_ARRAY_YCRCB422 && colorArray <= VEK_COLOR_ARRAY_YCRCB411_BT709;
+}
+
 /// Order in which settings, tables and statistics are kept by colour. Gr is the green on a red row.
 enum EColorSlot : unsigned char { kSlotR, kSlotGr, kSlotGb, kSlotB };
 constexpr std::size_t kColorSlots = 4;

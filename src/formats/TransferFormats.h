@@ -189,6 +189,16 @@ constexpr const STransferFormat* transferFormat(unsigned long code) {
     return code < kTransferFormats.size() ? &kTransferFormats[code] : nullptr;
 }
 
+/// The format whose pixels a YCrCb colour array tells; null for another array.
+constexpr const STransferFormat* yCrCbFormat(unsigned colorArray) {
+    for (const STransferFormat& format : kTransferFormats) {
+        if (format.content == EContent::YCrCb && format.colorArray == colorArray) {
+            return &format;
+        }
+    }
+    return nullptr;
+}
+
 static_assert([] {
     for (unsigned code = 0; code < kTransferFormats.size(); ++code) {
         if (kTransferFormats[code].code != code) {

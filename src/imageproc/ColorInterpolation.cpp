@@ -4,6 +4,7 @@
 #include "common/Image.h"
 #include "common/Status.h"
 #include "formats/ColorArrays.h"
+#include "formats/TransferFormats.h"
 #include "imageproc/BayerRows.h"
 #include "imageproc/ColorInterpolation_YCbCr.h"
 
@@ -251,7 +252,8 @@ unsigned long CColorInterpolation::ColorInterporation(unsigned long width, unsig
     }
     const bool decoded = isYCrCb(colorArray);
     if (srcPitch == 0) {
-        srcPitch = decoded ? yCrCbRowBytes(colorArray, width, sizeof(T)) : width * sizeof(T);
+        // Rows of YCrCb in a buffer of words are twice as long.
+        srcPitch = decoded ? yCrCbFormat(colorArray)->RowBytes(width * sizeof(T)) : width * sizeof(T);
     }
     dstPitch = pitchOr<T>(dstPitch, channels * width);
     const SFrame frame = {width, height, 0, colorArray, 0};

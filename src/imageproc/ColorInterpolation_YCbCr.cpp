@@ -12,17 +12,6 @@ static_assert(yCrCbPacking(VEK_COLOR_ARRAY_YCRCB422) == rows::YCrCb::P422 &&
 static_assert(yCrCbSpace(VEK_COLOR_ARRAY_YCRCB411) == rows::YCrCbSpace::Full601 &&
               yCrCbSpace(VEK_COLOR_ARRAY_YCRCB422_BT709) == rows::YCrCbSpace::Video709);
 
-unsigned long yCrCbRowBytes(unsigned short colorArray, unsigned long width, unsigned long sampleBytes) {
-    switch (yCrCbPacking(colorArray)) {
-    case rows::YCrCb::P444:
-        return 3 * width * sampleBytes;
-    case rows::YCrCb::P411:
-        return width * sampleBytes + width * sampleBytes / 2;
-    default:
-        return 2 * width * sampleBytes;
-    }
-}
-
 void decodeYCrCb(const rows::SYCrCbRows& kernels, unsigned short colorArray, unsigned channels,
                  const SBand<unsigned char>& band) {
     const rows::YCrCbSpace colors = yCrCbSpace(colorArray);

@@ -7,10 +7,6 @@
 
 namespace vek {
 
-constexpr bool isYCrCb(unsigned short colorArray) {
-    return colorArray >= VEK_COLOR_ARRAY_YCRCB422 && colorArray <= VEK_COLOR_ARRAY_YCRCB411_BT709;
-}
-
 /// How a YCrCb colour array packs its bytes, and what decodes it.
 constexpr rows::YCrCb yCrCbPacking(unsigned short colorArray) {
     return static_cast<rows::YCrCb>((colorArray - VEK_COLOR_ARRAY_YCRCB422) % rows::kPackings);
@@ -18,9 +14,6 @@ constexpr rows::YCrCb yCrCbPacking(unsigned short colorArray) {
 constexpr rows::YCrCbSpace yCrCbSpace(unsigned short colorArray) {
     return static_cast<rows::YCrCbSpace>((colorArray - VEK_COLOR_ARRAY_YCRCB422) / rows::kPackings);
 }
-
-/// Bytes of a row without padding. sampleBytes: 1, or 2 for the buffers of an image of words, which are twice as long.
-unsigned long yCrCbRowBytes(unsigned short colorArray, unsigned long width, unsigned long sampleBytes);
 
 /// Rows of a YCrCb colour array to bytes of blue, green and red (channels 3 or 4) or of luma (1). Pixels behind the
 /// last whole group, and the last four of 4:1:1, stay open in colour.

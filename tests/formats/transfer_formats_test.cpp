@@ -2,6 +2,7 @@
 // The table of transfer formats against what the public header gives applications, and against the simulated camera's
 // own table, which was made without it.
 #include "VekTrgApi.h"
+#include "formats/ColorArrays.h"
 #include "formats/TransferFormats.h"
 #include "sim/TransferFormat.h"
 
@@ -56,6 +57,17 @@ TEST(TransferFormats, BytesOfRows) {
     EXPECT_EQ(rowOf(VEK_TRANSFER_YCRCB411, 5), 7U); // the group's chroma is cut off
     EXPECT_EQ(rowOf(VEK_TRANSFER_YCRCB422_BT709, 5), 10U);
     EXPECT_EQ(rowOf(VEK_TRANSFER_YCRCB444, 5), 15U);
+}
+
+// Each of the six arrays has its format, and no other one has.
+TEST(TransferFormats, OfYCrCbArrays) {
+    for (unsigned colorArray = 0; colorArray <= 20; ++colorArray) {
+        const STransferFormat* const format = yCrCbFormat(colorArray);
+        ASSERT_EQ(format != nullptr, isYCrCb(colorArray)) << colorArray;
+        if (format != nullptr) {
+            EXPECT_EQ(VekTransferColorArray(format->code, VEK_COLOR_ARRAY_MONO), colorArray);
+        }
+    }
 }
 
 // Distances of rows are in samples, of packed formats in bytes.
