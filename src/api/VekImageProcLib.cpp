@@ -13,6 +13,8 @@
 #include "imageproc/WB.h"
 #include "imageproc/rows/RowDispatch.h"
 
+#include <type_traits>
+
 namespace vek {
 
 namespace {
@@ -23,31 +25,31 @@ struct SModuleType {
     void (*destroy)(void*) noexcept;
 };
 
-/// A module whose constructor takes the row kernels.
+/// A module, which gets the row kernels if it takes them.
 template <class Interface, class Module>
-constexpr SModuleType moduleWithRows(EModuleType type) {
-    return {type, [] { return static_cast<void*>(static_cast<Interface*>(new Module(rows::bestTable()))); },
-            [](void* module) noexcept { delete static_cast<Module*>(static_cast<Interface*>(module)); }};
-}
-
-/// A module that has no use for them.
-template <class Interface, class Module>
-constexpr SModuleType moduleWithoutRows(EModuleType type) {
-    return {type, [] { return static_cast<void*>(static_cast<Interface*>(new Module)); },
+constexpr SModuleType moduleType(EModuleType type) {
+    return {type,
+            [] {
+                if constexpr (std::is_constructible_v<Module, const rows::SRowTable&>) {
+                    return static_cast<void*>(static_cast<Interface*>(new Module(rows::bestTable())));
+                } else {
+                    return static_cast<void*>(static_cast<Interface*>(new Module));
+                }
+            },
             [](void* module) noexcept { delete static_cast<Module*>(static_cast<Interface*>(module)); }};
 }
 
 constexpr SModuleType kModules[] = {
-    moduleWithRows<ISharpness, CSharpness>(kModuleSharpness),
-    moduleWithRows<IGamma, CGamma>(kModuleGamma),
-    moduleWithRows<IColorMatrix, CColorMatrix>(kModuleColorMatrix),
-    moduleWithRows<IChromaSuppress, CChromaSuppress>(kModuleChromaSuppress),
-    moduleWithRows<IColorInterpolation, CColorInterpolation>(kModuleColorInterpolation),
-    moduleWithRows<IFlip, CFlip>(kModuleFlip),
-    moduleWithRows<IWB, CWB>(kModuleWB),
-    moduleWithRows<INoiseReduction, CNoiseReduction>(kModuleNoiseReduction),
-    moduleWithoutRows<IMultiROIImage, CMultiROIImage>(kModuleMultiROIImage),
-    moduleWithRows<IShadingCorrection, CShadingCorrection>(kModuleShadingCorrection),
+    moduleType<ISharpness, CSharpness>(kModuleSharpness),
+    moduleType<IGamma, CGamma>(kModuleGamma),
+    moduleType<IColorMatrix, CColorMatrix>(kModuleColorMatrix),
+    moduleType<IChromaSuppress, CChromaSuppress>(kModuleChromaSuppress),
+    moduleType<IColorInterpolation, CColorInterpolation>(kModuleColorInterpolation),
+    moduleType<IFlip, CFlip>(kModuleFlip),
+    moduleType<IWB, CWB>(kModuleWB),
+    moduleType<INoiseReduction, CNoiseReduction>(kModuleNoiseReduction),
+    moduleType<IMultiROIImage, CMultiROIImage>(kModuleMultiROIImage),
+    moduleType<IShadingCorrection, CShadingCorrection>(kModuleShadingCorrection),
 };
 
 const SModuleType* findModule(unsigned long type) {

@@ -5,8 +5,10 @@
 #include "api/Export.h"
 #include "common/Image.h"
 #include "common/PixelFormat.h"
+#include "common/Status.h"
 #include "formats/TransferFormats.h"
 #include "imageproc/FormatConversion.h"
+#include "imageproc/IColorInterpolation.h"
 #include "imageproc/rows/RowDispatch.h"
 
 namespace {
@@ -39,7 +41,7 @@ int VekCam_ConvTo8BitsImage(VekCam_Handle handle, unsigned long width, unsigned 
 int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long width, unsigned long height,
                                   unsigned long transferFormat, const void* src, unsigned long destinationPixelFormat,
                                   unsigned char* dst) {
-    return vek::runExport(handle, [&](const CVekTrgCamera&) -> int {
+    return vek::runExport(handle, [&](const CVekTrgCamera& camera) -> int {
         const unsigned pixelBytes = vek::byteSamples(destinationPixelFormat);
         if (pixelBytes == 0) {
             return VEK_EINVAL;
@@ -50,8 +52,10 @@ int VekCam_ConvYUVOrBGRToBGRImage(VekCam_Handle handle, unsigned long width, uns
         }
         if (format->content == vek::EContent::YCrCb) {
             const unsigned char method = pixelBytes == 1 ? VEK_DEMOSAIC_MONO : VEK_DEMOSAIC_NEAREST_NEIGHBOR;
-            return VekCam_ColorInterpolation(handle, width, height, format->colorArray, src, dst, method,
-                                             destinationPixelFormat, 8);
+            // The module only reads the source.
+            unsigned char* const source = vek::bytes(const_cast<void*>(src));
+            return vek::oneIfFailed(camera.ColorInterpolation().ColorInterporationB(
+                width, height, source, dst, method, format->colorArray, static_cast<unsigned short>(pixelBytes)));
         }
         const vek::SImage<const unsigned char> image = {width, height, format->RowBytes(width),
                                                         static_cast<const unsigned char*>(src)};

@@ -116,20 +116,17 @@ private:
     /// Fills in what the model's exposure unit uses, the rest stays; false when a row length cannot be computed.
     bool GetExposureTiming(vek::SExposureTiming* timing);
 
-    template <class Interface, vek::EModuleType Type>
-    using Slot = vek::ModulePtr<Interface, Type>;
-
     unsigned short mWBMaxGain[4] = {640, 640, 640, 640};
-    Slot<vek::ISharpness, vek::kModuleSharpness> mSharpness;
-    Slot<vek::IGamma, vek::kModuleGamma> mGamma;
-    Slot<vek::IColorMatrix, vek::kModuleColorMatrix> mColorMatrix;
-    Slot<vek::IWB, vek::kModuleWB> mWB;
-    Slot<vek::INoiseReduction, vek::kModuleNoiseReduction> mNoiseReduction;
-    Slot<vek::IMultiROIImage, vek::kModuleMultiROIImage> mMultiROIImage;
-    Slot<vek::IShadingCorrection, vek::kModuleShadingCorrection> mShadingCorrection;
-    Slot<vek::IChromaSuppress, vek::kModuleChromaSuppress> mChromaSuppress;
-    Slot<vek::IFlip, vek::kModuleFlip> mFlip;
-    Slot<vek::IColorInterpolation, vek::kModuleColorInterpolation> mColorInterpolation;
+    vek::ModulePtr<vek::ISharpness, vek::kModuleSharpness> mSharpness;
+    vek::ModulePtr<vek::IGamma, vek::kModuleGamma> mGamma;
+    vek::ModulePtr<vek::IColorMatrix, vek::kModuleColorMatrix> mColorMatrix;
+    vek::ModulePtr<vek::IWB, vek::kModuleWB> mWB;
+    vek::ModulePtr<vek::INoiseReduction, vek::kModuleNoiseReduction> mNoiseReduction;
+    vek::ModulePtr<vek::IMultiROIImage, vek::kModuleMultiROIImage> mMultiROIImage;
+    vek::ModulePtr<vek::IShadingCorrection, vek::kModuleShadingCorrection> mShadingCorrection;
+    vek::ModulePtr<vek::IChromaSuppress, vek::kModuleChromaSuppress> mChromaSuppress;
+    vek::ModulePtr<vek::IFlip, vek::kModuleFlip> mFlip;
+    vek::ModulePtr<vek::IColorInterpolation, vek::kModuleColorInterpolation> mColorInterpolation;
     vek::CDeviceControl mDeviceControl;
     std::unique_ptr<vek::CLuminanceCtrl> mLuminanceCtrl;
 };
