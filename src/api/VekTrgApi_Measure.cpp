@@ -24,8 +24,7 @@ int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long width, unsig
         }
         const vek::SImage<const unsigned char> image = {width, height, format->PitchBytes(pitch, width),
                                                         static_cast<const unsigned char*>(src)};
-        const vek::SAveragePixelStage stage = {format->layout, format->depth, region};
-        stage.Measure(vek::rows::bestTable(), {width, height}, {image, 0, height})
+        vek::cellSums(vek::rows::bestTable(), format->layout, format->depth, region, image)
             .Average(colorMode == VEK_COLOR_ARRAY_MONO, average);
         return 0;
     });

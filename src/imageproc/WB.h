@@ -12,7 +12,7 @@
 
 namespace vek {
 
-/// What automatic white balance measures in a raw frame. The statistics of a frame's parts add up to its own.
+/// What automatic white balance measures in a raw frame.
 struct SWBStatistics {
     using Histogram = std::array<unsigned long, rows::kCurveEntries<unsigned short>>;
 
@@ -25,7 +25,6 @@ struct SWBStatistics {
     /// Adds rows first .. end-1 of a frame.
     template <class T>
     void Add(const rows::SRowTable& kernels, const SImage<const T>& frame, unsigned long first, unsigned long end);
-    void Add(const SWBStatistics& other);
     /// Mean of a phase; 0 where it has no pixels.
     double Average(std::size_t phase) const;
 };
