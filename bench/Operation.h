@@ -46,6 +46,12 @@ struct SPeer {
 using Operations = std::vector<SOperation>;
 using Peers = std::vector<SPeer>;
 
+/// The first ones with the others behind them.
+inline Operations joined(Operations first, const Operations& others) {
+    first.insert(first.end(), others.begin(), others.end());
+    return first;
+}
+
 /// Name of a sample type's size in the table.
 template <class T>
 constexpr unsigned kBits = 8 * sizeof(T);

@@ -61,19 +61,15 @@ SOperation operation(const char* name, unsigned long pixelFormat, std::size_t sa
 }
 
 template <class T>
-void add(Operations* operations) {
-    operations->push_back(operation<T>("chroma suppression BGR", kBgr<T>, 3));
-    operations->push_back(operation<T>("chroma suppression BGRX", kBgrx<T>, 4));
-    operations->push_back(operation<T>("chroma suppression BGR noise", kBgr<T>, 3, EContent::Noise));
+Operations ofSamples() {
+    return {operation<T>("chroma suppression BGR", kBgr<T>, 3), operation<T>("chroma suppression BGRX", kBgrx<T>, 4),
+            operation<T>("chroma suppression BGR noise", kBgr<T>, 3, EContent::Noise)};
 }
 
 } // namespace
 
 Operations chromaSuppressOperations() {
-    Operations operations;
-    add<std::uint8_t>(&operations);
-    add<std::uint16_t>(&operations);
-    return operations;
+    return joined(ofSamples<std::uint8_t>(), ofSamples<std::uint16_t>());
 }
 
 } // namespace vek::bench

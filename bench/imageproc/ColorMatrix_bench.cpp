@@ -14,19 +14,15 @@ SOperation operation(const char* name, unsigned long pixelFormat, std::size_t sa
 }
 
 template <class T>
-void add(Operations* operations) {
-    operations->push_back(operation<T>("colour matrix BGR", kBgr<T>, 3));
-    operations->push_back(operation<T>("colour matrix BGRX", kBgrx<T>, 4));
-    operations->push_back(operation<T>("colour matrix BGR noise", kBgr<T>, 3, EContent::Noise));
+Operations ofSamples() {
+    return {operation<T>("colour matrix BGR", kBgr<T>, 3), operation<T>("colour matrix BGRX", kBgrx<T>, 4),
+            operation<T>("colour matrix BGR noise", kBgr<T>, 3, EContent::Noise)};
 }
 
 } // namespace
 
 Operations colorMatrixOperations() {
-    Operations operations;
-    add<std::uint8_t>(&operations);
-    add<std::uint16_t>(&operations);
-    return operations;
+    return joined(ofSamples<std::uint8_t>(), ofSamples<std::uint16_t>());
 }
 
 } // namespace vek::bench

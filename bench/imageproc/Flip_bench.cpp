@@ -53,23 +53,20 @@ SOperation color(const char* name, unsigned char mirror, unsigned char rotation)
 }
 
 template <class T>
-void add(Operations* operations) {
+Operations ofSamples() {
     constexpr unsigned char both = VEK_MIRROR_HORIZONTAL | VEK_MIRROR_VERTICAL;
-    operations->push_back(raw<T>("mirror H", VEK_MIRROR_HORIZONTAL, VEK_ROTATION_NONE));
-    operations->push_back(raw<T>("mirror HV", both, VEK_ROTATION_NONE));
-    operations->push_back(raw<T>("mirror V", VEK_MIRROR_VERTICAL, VEK_ROTATION_NONE));
-    operations->push_back(raw<T>("rotation", VEK_MIRROR_NONE, VEK_ROTATION_CLOCKWISE));
-    operations->push_back(color<T>("mirror H BGR", VEK_MIRROR_HORIZONTAL, VEK_ROTATION_NONE));
-    operations->push_back(color<T>("rotation BGR", VEK_MIRROR_NONE, VEK_ROTATION_CLOCKWISE));
+    return {raw<T>("mirror H", VEK_MIRROR_HORIZONTAL, VEK_ROTATION_NONE),
+            raw<T>("mirror HV", both, VEK_ROTATION_NONE),
+            raw<T>("mirror V", VEK_MIRROR_VERTICAL, VEK_ROTATION_NONE),
+            raw<T>("rotation", VEK_MIRROR_NONE, VEK_ROTATION_CLOCKWISE),
+            color<T>("mirror H BGR", VEK_MIRROR_HORIZONTAL, VEK_ROTATION_NONE),
+            color<T>("rotation BGR", VEK_MIRROR_NONE, VEK_ROTATION_CLOCKWISE)};
 }
 
 } // namespace
 
 Operations flipOperations() {
-    Operations operations;
-    add<std::uint8_t>(&operations);
-    add<std::uint16_t>(&operations);
-    return operations;
+    return joined(ofSamples<std::uint8_t>(), ofSamples<std::uint16_t>());
 }
 
 } // namespace vek::bench

@@ -32,20 +32,17 @@ SOperation complex(const char* name, unsigned short colorArray) {
 }
 
 template <class T>
-void add(Operations* operations) {
-    operations->push_back(easy<T>("easy noise filter mono", VEK_COLOR_ARRAY_MONO));
-    operations->push_back(easy<T>("easy noise filter Bayer", VEK_COLOR_ARRAY_RGGB));
-    operations->push_back(complex<T>("dark subtraction with repair", VEK_COLOR_ARRAY_RGGB));
-    operations->push_back(complex<T>("dark subtraction with repair, mono", VEK_COLOR_ARRAY_MONO));
+Operations ofSamples() {
+    return {easy<T>("easy noise filter mono", VEK_COLOR_ARRAY_MONO),
+            easy<T>("easy noise filter Bayer", VEK_COLOR_ARRAY_RGGB),
+            complex<T>("dark subtraction with repair", VEK_COLOR_ARRAY_RGGB),
+            complex<T>("dark subtraction with repair, mono", VEK_COLOR_ARRAY_MONO)};
 }
 
 } // namespace
 
 Operations noiseReductionOperations() {
-    Operations operations;
-    add<std::uint8_t>(&operations);
-    add<std::uint16_t>(&operations);
-    return operations;
+    return joined(ofSamples<std::uint8_t>(), ofSamples<std::uint16_t>());
 }
 
 } // namespace vek::bench

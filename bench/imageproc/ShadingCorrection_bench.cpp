@@ -36,19 +36,16 @@ SOperation correction(const char* name, unsigned long calibrating, unsigned long
 }
 
 template <class T>
-void add(Operations* operations) {
-    operations->push_back(correction<T, std::uint16_t>("shading gain", VEK_SHADING_CALIBRATE_GAIN, VEK_SHADING_GAIN));
-    operations->push_back(correction<T, int>("shading offset", VEK_SHADING_CALIBRATE_OFFSET, VEK_SHADING_OFFSET, true));
-    operations->push_back(calibration<T>());
+Operations ofSamples() {
+    return {correction<T, std::uint16_t>("shading gain", VEK_SHADING_CALIBRATE_GAIN, VEK_SHADING_GAIN),
+            correction<T, int>("shading offset", VEK_SHADING_CALIBRATE_OFFSET, VEK_SHADING_OFFSET, true),
+            calibration<T>()};
 }
 
 } // namespace
 
 Operations shadingOperations() {
-    Operations operations;
-    add<std::uint8_t>(&operations);
-    add<std::uint16_t>(&operations);
-    return operations;
+    return joined(ofSamples<std::uint8_t>(), ofSamples<std::uint16_t>());
 }
 
 } // namespace vek::bench

@@ -14,21 +14,17 @@ SOperation operation(const char* name, unsigned long pixelFormat, std::size_t sa
 }
 
 template <class T>
-void add(Operations* operations) {
-    operations->push_back(operation<T>("sharpness BGR", kBgr<T>, 3));
-    operations->push_back(
-        operation<T>("sharpness grey", kBytes<T> ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_MONO12, 1));
-    operations->push_back(operation<T>("sharpness BGRX", kBgrx<T>, 4));
-    operations->push_back(operation<T>("sharpness BGR noise", kBgr<T>, 3, EContent::Noise));
+Operations ofSamples() {
+    return {operation<T>("sharpness BGR", kBgr<T>, 3),
+            operation<T>("sharpness grey", kBytes<T> ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_MONO12, 1),
+            operation<T>("sharpness BGRX", kBgrx<T>, 4),
+            operation<T>("sharpness BGR noise", kBgr<T>, 3, EContent::Noise)};
 }
 
 } // namespace
 
 Operations sharpnessOperations() {
-    Operations operations;
-    add<std::uint8_t>(&operations);
-    add<std::uint16_t>(&operations);
-    return operations;
+    return joined(ofSamples<std::uint8_t>(), ofSamples<std::uint16_t>());
 }
 
 } // namespace vek::bench
