@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The camera object: its two interfaces, what opening it asks of the driver, the requests of each operation.
+// The camera object: its two interfaces, a camera without a description, the requests of each operation.
 #include "api/VekTrgCamera.h"
 #include "support/FakeDriver.h"
 #include "support/VirtualSlot.h"
@@ -65,19 +65,6 @@ TEST_F(CCameraTest, SettingIsTheFirstBase) {
 TEST_F(CCameraTest, ConstructionAsksNothing) {
     EXPECT_TRUE(mDriver.Log().empty());
     EXPECT_EQ(mCamera.GetMaxGain(), 0U);
-}
-
-TEST_F(CCameraTest, OpenReadsDescriptionGainAndExposure) {
-    ASSERT_TRUE(mCamera.CameraOpen(kFd));
-    ASSERT_EQ(mDriver.Log().size(), 3U);
-    EXPECT_EQ(mDriver.Log()[0].number, kGetDescription);
-    EXPECT_EQ(mDriver.Log()[1].number, kGetControl);
-    EXPECT_EQ(mDriver.Log()[1].Id(), kCidGain);
-    EXPECT_EQ(mDriver.Log()[2].number, kGetControl);
-    EXPECT_EQ(mDriver.Log()[2].Id(), kCidExposure);
-    for (const SRequest& request : mDriver.Log()) {
-        EXPECT_EQ(request.fd, kFd);
-    }
 }
 
 TEST_F(CCameraTest, OpenSucceedsWithoutADescription) {

@@ -3,34 +3,13 @@
 #include "VekTrgApi.h"
 #include "control/ExposureConversion/ConversionInputs.h"
 #include "control/ExposureConversion/ConversionModel.h"
+#include "support/OpenHandle.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
 namespace vek::test {
-
-namespace {
-
-class COpenHandle {
-public:
-    explicit COpenHandle(const SCameraValues& values) {
-        report(values, &mDriver);
-        mHandle = VekCam_Open(4);
-        mDriver.ClearLog();
-    }
-    ~COpenHandle() { VekCam_Close(mHandle); }
-    COpenHandle(const COpenHandle&) = delete;
-    COpenHandle& operator=(const COpenHandle&) = delete;
-    operator VekCam_Handle() const { return mHandle; }
-    CFakeDriver& Driver() { return mDriver; }
-
-private:
-    CFakeDriver mDriver;
-    VekCam_Handle mHandle = nullptr;
-};
-
-} // namespace
 
 TEST(CConversionExports, NullHandleTouchesNothing) {
     CFakeDriver driver;

@@ -2,8 +2,8 @@
 // Defect pixel detection: which list the driver receives for which image.
 #include "VekTrgApi.h"
 #include "imageproc/PixelList/PixelListModel.h"
-#include "support/CameraValues.h"
 #include "support/GuardedBuffer.h"
+#include "support/OpenHandle.h"
 #include "support/Random.h"
 #include "support/SampleVectors.h"
 
@@ -18,43 +18,35 @@ namespace vek::test {
 
 namespace {
 
+SCameraValues cameraWith(std::uint16_t slots) {
+    SCameraValues values;
+    values.defectSlots = slots;
+    return values;
+}
+
 /// A handle on a camera with a number of correction slots.
-class CSlots {
+class CSlots : public COpenHandle {
 public:
-    explicit CSlots(std::uint16_t slots) {
-        SCameraValues values;
-        values.defectSlots = slots;
-        report(values, &mDriver);
-        mHandle = VekCam_Open(8);
-        mDriver.ClearLog();
-    }
-    ~CSlots() { VekCam_Close(mHandle); }
-    CSlots(const CSlots&) = delete;
-    CSlots& operator=(const CSlots&) = delete;
+    explicit CSlots(std::uint16_t slots) : COpenHandle(cameraWith(slots)) {}
 
     int Detect(unsigned long width, unsigned long height, const std::uint8_t* image, int threshold) {
-        mDriver.ClearLog();
+        Driver().ClearLog();
         return DetectOn(width, height, image, threshold);
     }
     /// The same without forgetting the scripted failures.
     int DetectOn(unsigned long width, unsigned long height, const std::uint8_t* image, int threshold) {
-        return VekCam_DetectDefectPixel(mHandle, width, height, image, threshold);
+        return VekCam_DetectDefectPixel(*this, width, height, image, threshold);
     }
     /// The slots as the driver got them; 5 bytes each.
     std::vector<Bytes> Sent() const {
         std::vector<Bytes> sent;
-        for (const SRequest& request : mDriver.Log()) {
+        for (const SRequest& request : Driver().Log()) {
             EXPECT_EQ(request.number, kSetDefectPixel);
-            EXPECT_EQ(request.fd, 8);
+            EXPECT_EQ(request.fd, kFd);
             sent.push_back(request.sent);
         }
         return sent;
     }
-    CFakeDriver& Driver() { return mDriver; }
-
-private:
-    CFakeDriver mDriver;
-    VekCam_Handle mHandle = nullptr;
 };
 
 Bytes slot(std::size_t index, unsigned long x, unsigned long y) {
