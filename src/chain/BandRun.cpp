@@ -26,7 +26,7 @@ SImage<const T> constView(const SImage<T>& image) {
 /// Rows first .. end-1 of an image, in their own place: for stages that make each row from itself.
 template <class T>
 SBand<T> inPlace(const SImage<T>& image, unsigned long first, unsigned long end) {
-    return {constView(image), image, first, end, nullptr};
+    return {image, image, first, end, nullptr};
 }
 
 /// A frame on its way to a picture, strip by strip. Each function makes rows of one intermediate image and asks the one
@@ -83,7 +83,7 @@ public:
             SImage<Work> rows = mRaw.View();
             rows.top = first;
             MakeRaw(first, end, rows, EUntil::Balance);
-            statistics.Add(*mPlan.kernels, constView(rows), first, end);
+            statistics.Add<Work>(*mPlan.kernels, mPlan.workingFrame, rows, first, end);
         });
     }
 
@@ -197,7 +197,7 @@ private:
         }
         for (; y > 0; --y) {
             const unsigned long above = y - std::min<unsigned long>(y, traits.rowsAbove);
-            if (mPlan.noise.StartsAt(mPlan.rawFrame, Source(above, y), y)) {
+            if (mPlan.noise.StartsAt<Raw>(mPlan.rawFrame, Source(above, y), y)) {
                 break;
             }
         }
@@ -264,7 +264,8 @@ private:
             } else if (leveled) {
                 Level(source, rows, first, end);
             } else {
-                forBandRows(SBand<Raw>{source, rows, first, end, nullptr}, 1, [](Raw*, unsigned long) {});
+                forBandRows(mPlan.rawFrame, SBand<Raw>{source, rows, first, end, nullptr}, 1,
+                            [](Raw*, unsigned long) {});
             }
             if (!leveled) {
                 ToDepth12(rows, first, end);
@@ -348,9 +349,9 @@ private:
         rows.top = from;
         MakeRaw(from, from + (end - next), rows, EUntil::End);
         if (IsMirrored()) {
-            const SImage<unsigned char> image = {mWidth, end - next, rows.pitch,
-                                                 reinterpret_cast<unsigned char*>(rows.data)};
-            mPlan.mirror.Rows(Kernels(), {mWidth, end - next}, wholeFrame(image, nullptr));
+            const SRows<unsigned char> image = {rows.pitch, reinterpret_cast<unsigned char*>(rows.data)};
+            const SFrame strip = {mWidth, end - next};
+            mPlan.mirror.Rows(Kernels(), strip, wholeFrame(strip, image, nullptr));
         }
         if (mPlan.picture.IsGray() && mPlan.lumaGamma) {
             mPlan.handle->lumaGamma.Rows(Kernels(), mPlan.colorFrame, inPlace(mRaw.View(), next, end));
@@ -407,7 +408,7 @@ private:
                 const rows::SMatrixTables tables = mPlan.handle->matrix.Tables();
                 const SPhase& phase = phaseOf(mPlan.mirroredFrame.colorArray);
                 for (unsigned long y = first; y < end; ++y) {
-                    const SRowsAround<Work> around = rowsAround(raw, y);
+                    const SRowsAround<Work> around = rowsAround<Work>(raw, mHeight, y);
                     Kernels().fused.bilinearMatrix[phase.Kind(y)](around.above, around.row, around.below, colors.Row(y),
                                                                   mWidth, tables);
                 }
@@ -483,7 +484,7 @@ private:
                     Kernels().fused.edgeToned[phase.Kind(y)](at(-2), at(-1), at(0), at(1), at(2), toned.Row(y), mWidth,
                                                              development, scratch);
                 } else {
-                    const SRowsAround<Work> at = rowsAround(raw, y);
+                    const SRowsAround<Work> at = rowsAround<Work>(raw, mHeight, y);
                     Kernels().fused.bilinearToned[phase.Kind(y)](at.above, at.row, at.below, toned.Row(y), mWidth,
                                                                  development, scratch);
                 }

@@ -23,9 +23,9 @@ void SEdgeDemosaicStage::Rows(const rows::SRowTable& kernels, const SFrame& fram
     const auto& edgeDirected = rows::demosaicRows<T>(kernels).edgeDirected;
     const auto maxValue = static_cast<T>((1U << frame.bitsPerPixel) - 1);
     for (unsigned long y = band.first; y < band.end; ++y) {
-        const auto src = [&](int offset) { return band.src.Row(rows::mirrored(y, offset, band.src.height)); };
+        const auto src = [&](int offset) { return band.src.Row(rows::mirrored(y, offset, frame.height)); };
         edgeDirected[phase.Kind(y)][rows::pixelLayout(3)](src(-2), src(-1), src(0), src(1), src(2), band.dst.Row(y),
-                                                          band.src.width, maxValue);
+                                                          frame.width, maxValue);
     }
 }
 template void SEdgeDemosaicStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;

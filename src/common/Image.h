@@ -18,17 +18,30 @@ constexpr unsigned long roundUpTo4(unsigned long bytes) {
     return (bytes + 3) & ~3UL;
 }
 
-/// An image in somebody else's memory, of which some rows may be missing: rows count from the top of the image, and
-/// data is the first one that is there. Modules work on images in this form.
+/// Rows of an image in somebody else's memory, of which some may be missing: rows count from the top of the image, and
+/// data is the first one that is there.
 template <class T>
-struct SImage {
-    unsigned long width = 0;  ///< pixels
-    unsigned long height = 0; ///< rows of the whole image
-    unsigned long pitch = 0;  ///< bytes from row to row
+struct SRows {
+    unsigned long pitch = 0; ///< bytes from row to row
     T* data = nullptr;
     unsigned long top = 0; ///< row that data is
 
     T* Row(unsigned long y) const { return rowAt(data, y - top, pitch); }
+    operator SRows<const T>() const requires(!std::is_const_v<T>) { return {pitch, data, top}; }
+};
+
+/// The same with the image's size.
+template <class T>
+struct SImage {
+    unsigned long width = 0;  ///< pixels
+    unsigned long height = 0; ///< rows of the whole image
+    unsigned long pitch = 0;
+    T* data = nullptr;
+    unsigned long top = 0;
+
+    T* Row(unsigned long y) const { return rowAt(data, y - top, pitch); }
+    operator SRows<T>() const { return {pitch, data, top}; }
+    operator SRows<const T>() const requires(!std::is_const_v<T>) { return {pitch, data, top}; }
     bool HasPixels() const { return width != 0 && height != 0; }
     /// Whether there are pixels, but no memory for them.
     bool IsMissing() const { return data == nullptr && HasPixels(); }

@@ -26,6 +26,8 @@ struct SFrame {
     unsigned long pixelFormat = 0;   ///< VEK_DESTINATION_... of grey and colour images
     unsigned short colorArray = 0;   ///< VEK_COLOR_ARRAY_... of raw ones
     unsigned short bitsPerPixel = 0; ///< significant bits of a sample
+
+    bool HasPixels() const { return width != 0 && height != 0; }
 };
 
 /// What a row of a stage's result is made from. It depends on the settings and on the frame.
@@ -71,59 +73,53 @@ constexpr SRowRange sourceRows(const STraits& traits, unsigned long height, unsi
     }
 }
 
-/// Rows first .. end-1 of a stage's result. Source and destination do not overlap, or they are one image and the band
-/// is the whole frame.
+/// Rows first .. end-1 of a stage's result; the frame tells how many pixels they have. Source and destination do not
+/// overlap, or they are one image and the band is the whole frame.
 template <class Src, class Dst = Src>
 struct SBand {
-    SImage<const Src> src; ///< has the band's rows and those around it that the traits tell
-    SImage<Dst> dst;       ///< has the band's rows; Serial: and those above it that the traits tell
+    SRows<const Src> src; ///< has the band's rows and those around it that the traits tell
+    SRows<Dst> dst;       ///< has the band's rows; Serial: and those above it that the traits tell
     unsigned long first;
     unsigned long end;
-    void* work;
+    void* work = nullptr;
 
     bool InPlace() const { return static_cast<const void*>(src.data) == dst.data; }
 };
 
-/// The whole image as a band in its own place.
+/// The whole frame as a band in its own place.
 template <class T>
-SBand<T> wholeFrame(const SImage<T>& image, void* work) {
-    return {{image.width, image.height, image.pitch, image.data}, image, 0, image.height, work};
+SBand<T> wholeFrame(const SFrame& frame, const SRows<T>& image, void* work) {
+    return {image, image, 0, frame.height, work};
 }
 
-/// The whole of an image that becomes another one.
-template <class Src, class Dst>
-SBand<Src, Dst> wholeFrame(const SImage<const Src>& src, const SImage<Dst>& dst) {
-    return {src, dst, 0, dst.height, nullptr};
-}
-
-/// A stage without a work area on an image in its own place. kInvalid, and nothing else, for a null image of some
-/// pixels.
+/// A stage on an image in its own place. kInvalid, and nothing else, for a null image of some pixels.
 template <class Stage, class T>
-unsigned long runInPlace(const Stage& stage, const rows::SRowTable& kernels, const SFrame& frame,
-                         const SImage<T>& image) {
-    if (image.IsMissing()) {
+unsigned long runInPlace(const Stage& stage, const rows::SRowTable& kernels, const SFrame& frame, const SRows<T>& image,
+                         void* work = nullptr) {
+    if (!frame.HasPixels()) {
+        return kOk;
+    }
+    if (image.data == nullptr) {
         return kInvalid;
     }
-    if (image.HasPixels()) {
-        stage.Rows(kernels, frame, wholeFrame(image, nullptr));
-    }
+    stage.Rows(kernels, frame, wholeFrame(frame, image, work));
     return kOk;
 }
 
 /// Row y of the destination with what the source has there, for kernels that work in place. A fourth sample of a pixel
 /// is not copied.
 template <class T>
-T* takeRow(const SBand<T>& band, unsigned long y, unsigned samplesPerPixel) {
+T* takeRow(const SFrame& frame, const SBand<T>& band, unsigned long y, unsigned samplesPerPixel) {
     T* const to = band.dst.Row(y);
     if (band.InPlace()) {
         return to;
     }
     const T* const from = band.src.Row(y);
     if (samplesPerPixel != 4) {
-        std::memcpy(to, from, band.src.width * samplesPerPixel * sizeof(T));
+        std::memcpy(to, from, frame.width * samplesPerPixel * sizeof(T));
         return to;
     }
-    for (unsigned long x = 0; x < band.src.width; ++x) {
+    for (unsigned long x = 0; x < frame.width; ++x) {
         std::memcpy(to + 4 * x, from + 4 * x, 3 * sizeof(T));
     }
     return to;
@@ -131,9 +127,9 @@ T* takeRow(const SBand<T>& band, unsigned long y, unsigned samplesPerPixel) {
 
 /// Rows of a stage that changes them one by one: body(row, y) works in place.
 template <class T, class Body>
-void forBandRows(const SBand<T>& band, unsigned samplesPerPixel, Body body) {
+void forBandRows(const SFrame& frame, const SBand<T>& band, unsigned samplesPerPixel, Body body) {
     for (unsigned long y = band.first; y < band.end; ++y) {
-        body(takeRow(band, y, samplesPerPixel), y);
+        body(takeRow(frame, band, y, samplesPerPixel), y);
     }
 }
 

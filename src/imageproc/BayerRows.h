@@ -49,8 +49,8 @@ struct SRowsAround {
 /// Row y of an image of two rows and more, and those beside it. The first and the last row have one neighbour, which
 /// stands for both.
 template <class T>
-SRowsAround<T> rowsAround(const SImage<const T>& image, unsigned long y) {
-    return {image.Row(y == 0 ? 1 : y - 1), image.Row(y), image.Row(y + 1 == image.height ? y - 1 : y + 1)};
+SRowsAround<T> rowsAround(const SRows<const T>& image, unsigned long height, unsigned long y) {
+    return {image.Row(y == 0 ? 1 : y - 1), image.Row(y), image.Row(y + 1 == height ? y - 1 : y + 1)};
 }
 
 } // namespace vek

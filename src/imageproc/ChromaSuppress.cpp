@@ -42,7 +42,7 @@ template <class T>
 void SChromaSuppressStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
     const unsigned samples = colorSamples(frame.pixelFormat);
     const auto suppressChroma = rows::colorRows<T>(kernels).suppressChroma;
-    forBandRows(band, samples,
+    forBandRows(frame, band, samples,
                 [&](T* row, unsigned long) { suppressChroma(row, frame.width, samples, kLumaTables, limits); });
 }
 template void SChromaSuppressStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
@@ -63,7 +63,7 @@ unsigned long CChromaSuppress::Process(unsigned long width, unsigned long height
     if (mStage.Traits(frame).kind == EStage::None) {
         return kOk;
     }
-    return runInPlace(mStage, mRows, frame, SImage<T>{width, height, pitchOr<T>(pitch, samples * width), image});
+    return runInPlace(mStage, mRows, frame, SRows<T>{pitchOr<T>(pitch, samples * width), image});
 }
 
 unsigned long CChromaSuppress::ProcessB(unsigned long width, unsigned long height, unsigned long pitch,

@@ -27,6 +27,7 @@ constexpr bool isCopied(unsigned char method, unsigned short colorArray) {
 /// A band of a Bayer frame on its way to pixels of 3 or 4 samples.
 template <class T>
 struct SBayerBand : SBand<T> {
+    const SFrame& frame;
     const rows::SDemosaicRows<T>& kernels;
     const SPhase& phase;
     unsigned channels;
@@ -36,29 +37,29 @@ struct SBayerBand : SBand<T> {
 
 template <class T>
 void noneRow(const SBayerBand<T>& bayer, unsigned long y) {
-    bayer.kernels.none[bayer.phase.Kind(y)][bayer.Layout()](bayer.src.Row(y), bayer.dst.Row(y), bayer.src.width);
+    bayer.kernels.none[bayer.phase.Kind(y)][bayer.Layout()](bayer.src.Row(y), bayer.dst.Row(y), bayer.frame.width);
 }
 
 template <class T>
 void nearestNeighborRow(const SBayerBand<T>& bayer, unsigned long y) {
     // The other row of the cell; the last row of an odd height makes its cell with the row above it.
-    const unsigned long other = y % 2 == 0 && y + 1 < bayer.src.height ? y + 1 : y - 1;
+    const unsigned long other = y % 2 == 0 && y + 1 < bayer.frame.height ? y + 1 : y - 1;
     bayer.kernels.nearestNeighbor[bayer.phase.Kind(y)][bayer.Layout()](bayer.src.Row(y), bayer.src.Row(other),
-                                                                       bayer.dst.Row(y), bayer.src.width);
+                                                                       bayer.dst.Row(y), bayer.frame.width);
 }
 
 template <class T>
 void bilinearSimpleRow(const SBayerBand<T>& bayer, unsigned long y) {
-    const unsigned long last = bayer.src.height - 1;
+    const unsigned long last = bayer.frame.height - 1;
     const std::size_t kind = bayer.phase.Kind(y);
     if (y == last && y % 2 == 0) {
         // The last row of an odd height never gets its third colour.
-        bayer.kernels.bilinearSimpleOpen[kind][bayer.Layout()](bayer.src.Row(y), bayer.dst.Row(y), bayer.src.width);
+        bayer.kernels.bilinearSimpleOpen[kind][bayer.Layout()](bayer.src.Row(y), bayer.dst.Row(y), bayer.frame.width);
         return;
     }
-    const SRowsAround<T> rows = rowsAround(bayer.src, y);
+    const SRowsAround<T> rows = rowsAround(bayer.src, bayer.frame.height, y);
     bayer.kernels.bilinearSimple[kind][bayer.Layout()](rows.above, rows.row, rows.below, bayer.dst.Row(y),
-                                                       bayer.src.width);
+                                                       bayer.frame.width);
 }
 
 // ---- BiCubic ----
@@ -84,7 +85,7 @@ struct SBiCubicStrip {
 /// The third colour of row y, from the colours of the rows above and below it, and its pixels.
 template <class T>
 void biCubicThird(const SBayerBand<T>& bayer, SBiCubicStrip<T>& strip, unsigned long y) {
-    const unsigned long last = bayer.src.height - 1;
+    const unsigned long last = bayer.frame.height - 1;
     alignas(64) T third[kStripColumns];
     if (y >= 3 && y + 3 <= last) {
         bayer.kernels.biCubicThird(strip.ColorRow(y - 3), strip.ColorRow(y - 1), strip.ColorRow(y + 1),
@@ -106,14 +107,14 @@ template <class T>
 [[gnu::noinline]] void biCubicRows(const SBayerBand<T>& bayer) {
     SBiCubicStrip<T> strip; // NOLINT(cppcoreguidelines-pro-type-member-init): large, and written before it is read
     const unsigned long first = bayer.first;
-    for (strip.from = 0; strip.from < bayer.src.width; strip.from = strip.to) {
-        strip.to = std::min<std::size_t>(strip.from + kStripColumns, bayer.src.width);
+    for (strip.from = 0; strip.from < bayer.frame.width; strip.from = strip.to) {
+        strip.to = std::min<std::size_t>(strip.from + kStripColumns, bayer.frame.width);
         unsigned long ahead = first - std::min<unsigned long>(first, kBiCubicReach);
         for (unsigned long y = first; y < bayer.end; ++y) {
-            for (; ahead < bayer.src.height && ahead <= y + kBiCubicReach; ++ahead) {
+            for (; ahead < bayer.frame.height && ahead <= y + kBiCubicReach; ++ahead) {
                 bayer.kernels.biCubic[bayer.phase.Kind(ahead)](bayer.src.Row(ahead), strip.GreenRow(ahead),
                                                                strip.ColorRow(ahead), strip.from, strip.to,
-                                                               bayer.src.width);
+                                                               bayer.frame.width);
             }
             biCubicThird(bayer, strip, y);
         }
@@ -129,16 +130,16 @@ constexpr unsigned long tailBlock(unsigned long height) {
 
 template <class T>
 void nearestNeighbor2Row(const SBayerBand<T>& bayer, unsigned long y) {
-    const unsigned long tail = tailBlock(bayer.src.height);
+    const unsigned long tail = tailBlock(bayer.frame.height);
     const unsigned long block = std::min(y, tail);
     const bool lowerOfPair = y < tail && y % 2 != 0;
     bayer.kernels.nearestNeighbor2[bayer.phase.Kind(block)][bayer.Layout()](
-        bayer.src.Row(block), bayer.src.Row(block + 1), bayer.dst.Row(y), bayer.src.width, lowerOfPair);
+        bayer.src.Row(block), bayer.src.Row(block + 1), bayer.dst.Row(y), bayer.frame.width, lowerOfPair);
 }
 
 template <class T>
 void bilinearFalseColorReductionRow(const SBayerBand<T>& bayer, unsigned long y) {
-    const unsigned long tail = tailBlock(bayer.src.height);
+    const unsigned long tail = tailBlock(bayer.frame.height);
     const unsigned long block = std::min(y, tail);
     const T* const upper = bayer.src.Row(block);
     const T* const lower = bayer.src.Row(block + 1);
@@ -146,17 +147,18 @@ void bilinearFalseColorReductionRow(const SBayerBand<T>& bayer, unsigned long y)
     const T* const upperFar = y < tail ? bayer.src.Row(block + 2) : upper;
     const T* const lowerFar = y == 0 || y > tail ? lower : bayer.src.Row(block - 1);
     bayer.kernels.bilinearFalseColorReduction[bayer.phase.Kind(block)][bayer.Layout()](
-        upper, lower, upperFar, lowerFar, bayer.dst.Row(y), bayer.src.width);
+        upper, lower, upperFar, lowerFar, bayer.dst.Row(y), bayer.frame.width);
 }
 
 // ---- grey ----
 
 template <class T>
-void copyRow(const rows::SDemosaicRows<T>& kernels, unsigned channels, const SBand<T>& band, unsigned long y) {
+void copyRow(const rows::SDemosaicRows<T>& kernels, unsigned channels, unsigned long width, const SBand<T>& band,
+             unsigned long y) {
     if (channels == 1) {
-        std::memmove(band.dst.Row(y), band.src.Row(y), band.src.width * sizeof(T));
+        std::memmove(band.dst.Row(y), band.src.Row(y), width * sizeof(T));
     } else {
-        kernels.gray[rows::pixelLayout(channels)](band.src.Row(y), band.dst.Row(y), band.src.width);
+        kernels.gray[rows::pixelLayout(channels)](band.src.Row(y), band.dst.Row(y), width);
     }
 }
 
@@ -200,7 +202,7 @@ template <class T>
 void SColorInterpolationStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
     if constexpr (sizeof(T) == 1) {
         if (isYCrCb(frame.colorArray)) {
-            decodeYCrCb(kernels.yCrCb, frame.colorArray, method == VEK_DEMOSAIC_MONO ? 1U : channels, band);
+            decodeYCrCb(kernels.yCrCb, frame, method == VEK_DEMOSAIC_MONO ? 1U : channels, band);
             return;
         }
     }
@@ -211,9 +213,9 @@ void SColorInterpolationStage::Rows(const rows::SRowTable& kernels, const SFrame
         }
     };
     if (isCopied(method, frame.colorArray)) {
-        return forRows([&](unsigned long y) { copyRow(demosaic, channels, band, y); });
+        return forRows([&](unsigned long y) { copyRow(demosaic, channels, frame.width, band, y); });
     }
-    const SBayerBand<T> bayer = {band, demosaic, phaseOf(frame.colorArray), channels};
+    const SBayerBand<T> bayer = {band, frame, demosaic, phaseOf(frame.colorArray), channels};
     switch (method) {
     case VEK_DEMOSAIC_NONE:
         return forRows([&](unsigned long y) { noneRow(bayer, y); });
@@ -260,9 +262,9 @@ unsigned long CColorInterpolation::ColorInterporation(unsigned long width, unsig
     if (decoded) {
         // Bytes on both sides, whatever the sample type is.
         using Byte = unsigned char;
-        stage.Rows(mRows, frame,
-                   wholeFrame<Byte, Byte>({width, height, srcPitch, reinterpret_cast<const Byte*>(src)},
-                                          {width, height, dstPitch, reinterpret_cast<Byte*>(dst)}));
+        const SRows<const Byte> coded = {srcPitch, reinterpret_cast<const Byte*>(src)};
+        const SRows<Byte> pixels = {dstPitch, reinterpret_cast<Byte*>(dst)};
+        stage.Rows(mRows, frame, SBand<Byte>{coded, pixels, 0, height});
         return kOk;
     }
     if (isCopied(method, colorArray) && channels == 1 && srcPitch == dstPitch) {
@@ -270,7 +272,7 @@ unsigned long CColorInterpolation::ColorInterporation(unsigned long width, unsig
         std::memmove(dst, src, srcPitch * height);
         return kOk;
     }
-    stage.Rows(mRows, frame, wholeFrame<T, T>({width, height, srcPitch, src}, {width, height, dstPitch, dst}));
+    stage.Rows(mRows, frame, SBand<T>{{srcPitch, src}, {dstPitch, dst}, 0, height});
     return kOk;
 }
 

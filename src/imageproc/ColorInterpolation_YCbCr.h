@@ -17,7 +17,7 @@ constexpr rows::YCrCbSpace yCrCbSpace(unsigned short colorArray) {
 
 /// Rows of a YCrCb colour array to bytes of blue, green and red (channels 3 or 4) or of luma (1). Pixels behind the
 /// last whole group, and the last four of 4:1:1, stay open in colour.
-void decodeYCrCb(const rows::SYCrCbRows& kernels, unsigned short colorArray, unsigned channels,
+void decodeYCrCb(const rows::SYCrCbRows& kernels, const SFrame& frame, unsigned channels,
                  const SBand<unsigned char>& band);
 
 } // namespace vek

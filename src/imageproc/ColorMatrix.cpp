@@ -160,7 +160,8 @@ void SColorMatrixStage::Rows(const rows::SRowTable& kernels, const SFrame& frame
     const unsigned samples = colorSamples(frame.pixelFormat);
     const auto matrix = rows::colorRows<T>(kernels).matrix;
     const rows::SMatrixTables tables = Tables();
-    forBandRows(band, samples, [&](T* row, unsigned long) { matrix(row, frame.width, samples, tables, maxValue); });
+    forBandRows(frame, band, samples,
+                [&](T* row, unsigned long) { matrix(row, frame.width, samples, tables, maxValue); });
 }
 template void SColorMatrixStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
 template void SColorMatrixStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned short>&) const;
@@ -259,7 +260,7 @@ unsigned long CColorMatrix::Process(unsigned long width, unsigned long height, u
         return kOk;
     }
     return runInPlace(mStage, mRows, {width, height, pixelFormat, 0, bits},
-                      SImage<T>{width, height, pitchOr<T>(pitch, samples * width), image});
+                      SRows<T>{pitchOr<T>(pitch, samples * width), image});
 }
 
 unsigned long CColorMatrix::ProcessB(unsigned long width, unsigned long height, unsigned long pitch,

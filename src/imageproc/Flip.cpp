@@ -46,60 +46,61 @@ unsigned short transformedColorArray(unsigned char transform, unsigned short col
 
 using Band = SBand<unsigned char>;
 
-void mirrorH(const rows::SFlipRows& kernels, std::size_t size, const Band& band) {
+void mirrorH(const rows::SFlipRows& kernels, std::size_t size, const SFrame& frame, const Band& band) {
     if (!band.InPlace()) {
         for (unsigned long y = band.first; y < band.end; ++y) {
-            kernels.reverse[size](band.src.Row(y), band.dst.Row(y), band.src.width);
+            kernels.reverse[size](band.src.Row(y), band.dst.Row(y), frame.width);
         }
         return;
     }
-    for (unsigned long y = 0; y < band.src.height; ++y) {
-        kernels.reverseInPlace[size](band.dst.Row(y), band.src.width);
+    for (unsigned long y = 0; y < frame.height; ++y) {
+        kernels.reverseInPlace[size](band.dst.Row(y), frame.width);
     }
 }
 
-void mirrorV(const SFlipStage& stage, const Band& band) {
-    const unsigned long last = band.src.height - 1;
+void mirrorV(const SFlipStage& stage, const SFrame& frame, const Band& band) {
+    const unsigned long last = frame.height - 1;
     if (!band.InPlace()) {
         // Fixed behaviour: no more than a row of one sample a pixel has, whatever the pixels are.
-        const std::size_t bytes = band.src.width * std::min(stage.sampleBytes, stage.pixelBytes);
+        const std::size_t bytes = frame.width * std::min(stage.sampleBytes, stage.pixelBytes);
         for (unsigned long y = band.first; y < band.end; ++y) {
             std::memcpy(band.dst.Row(y), band.src.Row(last - y), bytes);
         }
         return;
     }
-    const std::size_t bytes = band.src.width * stage.pixelBytes;
-    for (unsigned long y = 0; y < band.src.height / 2; ++y) {
+    const std::size_t bytes = frame.width * stage.pixelBytes;
+    for (unsigned long y = 0; y < frame.height / 2; ++y) {
         std::swap_ranges(band.dst.Row(y), band.dst.Row(y) + bytes, band.dst.Row(last - y));
     }
 }
 
-void mirrorHV(const rows::SFlipRows& kernels, std::size_t size, const Band& band) {
-    const unsigned long last = band.src.height - 1;
+void mirrorHV(const rows::SFlipRows& kernels, std::size_t size, const SFrame& frame, const Band& band) {
+    const unsigned long last = frame.height - 1;
     if (!band.InPlace()) {
         for (unsigned long y = band.first; y < band.end; ++y) {
-            kernels.reverse[size](band.src.Row(last - y), band.dst.Row(y), band.src.width);
+            kernels.reverse[size](band.src.Row(last - y), band.dst.Row(y), frame.width);
         }
         return;
     }
-    for (unsigned long y = 0; y < band.src.height / 2; ++y) {
-        kernels.exchangeReversed[size](band.dst.Row(y), band.dst.Row(last - y), band.src.width);
+    for (unsigned long y = 0; y < frame.height / 2; ++y) {
+        kernels.exchangeReversed[size](band.dst.Row(y), band.dst.Row(last - y), frame.width);
     }
-    if (band.src.height % 2 != 0) {
-        kernels.reverseInPlace[size](band.dst.Row(last / 2), band.src.width);
+    if (frame.height % 2 != 0) {
+        kernels.reverseInPlace[size](band.dst.Row(last / 2), frame.width);
     }
 }
 
 /// Quarter turns are transpositions of an image that is read, written or both from the bottom up.
-void transpose(const rows::SFlipRows& kernels, const SFlipStage& stage, const Band& band, bool srcUp, bool dstUp) {
+void transpose(const rows::SFlipRows& kernels, const SFlipStage& stage, const SFrame& frame, const Band& band,
+               bool srcUp, bool dstUp) {
     const auto srcPitch = static_cast<std::ptrdiff_t>(band.src.pitch);
     const auto dstPitch = static_cast<std::ptrdiff_t>(band.dst.pitch);
     // The first column of the source that belongs to the band.
-    const unsigned long column = dstUp ? band.src.width - band.end : band.first;
+    const unsigned long column = dstUp ? frame.width - band.end : band.first;
     kernels.transpose[rows::pixelSize(stage.pixelBytes)](
-        band.src.Row(srcUp ? band.src.height - 1 : 0) + column * stage.pixelBytes, srcUp ? -srcPitch : srcPitch,
+        band.src.Row(srcUp ? frame.height - 1 : 0) + column * stage.pixelBytes, srcUp ? -srcPitch : srcPitch,
         band.dst.Row(dstUp ? band.end - 1 : band.first), dstUp ? -dstPitch : dstPitch, band.end - band.first,
-        band.src.height);
+        frame.height);
 }
 
 bool takesSamples(ETransform transform, unsigned short samplesPerPixel) {
@@ -127,25 +128,25 @@ STraits SFlipStage::Traits(const SFrame& /*frame*/) const {
     }
 }
 
-void SFlipStage::Rows(const rows::SRowTable& kernels, const SFrame& /*frame*/, const SBand<unsigned char>& band) const {
+void SFlipStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<unsigned char>& band) const {
     const rows::SFlipRows& flips = kernels.flips;
     switch (transform) {
     case ETransform::None:
         return;
     case ETransform::MirrorH:
-        return mirrorH(flips, rows::pixelSize(pixelBytes), band);
+        return mirrorH(flips, rows::pixelSize(pixelBytes), frame, band);
     case ETransform::MirrorV:
-        return mirrorV(*this, band);
+        return mirrorV(*this, frame, band);
     case ETransform::MirrorHV:
-        return mirrorHV(flips, rows::pixelSize(pixelBytes), band);
+        return mirrorHV(flips, rows::pixelSize(pixelBytes), frame, band);
     case ETransform::RotationClockwise:
-        return transpose(flips, *this, band, true, false);
+        return transpose(flips, *this, frame, band, true, false);
     case ETransform::RotationCounterclockwise:
-        return transpose(flips, *this, band, false, true);
+        return transpose(flips, *this, frame, band, false, true);
     case ETransform::MirrorHRotationClockwise:
-        return transpose(flips, *this, band, true, true);
+        return transpose(flips, *this, frame, band, true, true);
     case ETransform::MirrorHRotationCounterclockwise:
-        return transpose(flips, *this, band, false, false);
+        return transpose(flips, *this, frame, band, false, false);
     }
 }
 
@@ -178,16 +179,15 @@ unsigned long CFlip::FlipBGR(unsigned char mirror, unsigned char rotation, unsig
     if (!takesSamples(stage.transform, samplesPerPixel)) {
         return kInvalid;
     }
-    if (frame.width == 0 || frame.height == 0) {
+    if (!frame.HasPixels()) {
         return kOk;
     }
     if (src == nullptr || dst == nullptr) {
         return kInvalid;
     }
     const unsigned long pitch = stage.pixelBytes * frame.width;
-    SImage<const unsigned char> from = {frame.width, frame.height, pitch, reinterpret_cast<const unsigned char*>(src)};
-    const SImage<unsigned char> to = {outWidth, outHeight, stage.pixelBytes * outWidth,
-                                      reinterpret_cast<unsigned char*>(dst)};
+    SRows<const unsigned char> from = {pitch, reinterpret_cast<const unsigned char*>(src)};
+    const SRows<unsigned char> to = {stage.pixelBytes * outWidth, reinterpret_cast<unsigned char*>(dst)};
     if (stage.IsRotation() && src == dst) {
         unsigned long size = 0;
         const bool tooLarge = __builtin_mul_overflow(stage.pixelBytes, frame.width, &size) ||
@@ -198,7 +198,7 @@ unsigned long CFlip::FlipBGR(unsigned char mirror, unsigned char rotation, unsig
         }
         from.data = static_cast<const unsigned char*>(std::memcpy(copy, src, size));
     }
-    stage.Rows(mRows, frame, wholeFrame(from, to));
+    stage.Rows(mRows, frame, Band{from, to, 0, outHeight});
     return kOk;
 }
 

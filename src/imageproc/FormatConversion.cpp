@@ -49,8 +49,7 @@ void bgr10Row(const unsigned char* src, unsigned char* dst, unsigned long width,
 /// The whole image as a band.
 void convert(const rows::SRowTable& kernels, const SFormatConversionStage& stage,
              const SImage<const unsigned char>& src, unsigned long dstPitch, unsigned char* dst) {
-    stage.Rows(kernels, {src.width, src.height},
-               wholeFrame(src, SImage<unsigned char>{src.width, src.height, dstPitch, dst}));
+    stage.Rows(kernels, {src.width, src.height}, SBand<unsigned char>{src, {dstPitch, dst}, 0, src.height});
 }
 
 } // namespace

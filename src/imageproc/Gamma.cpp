@@ -85,7 +85,7 @@ template <class T>
 void SRawGammaStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
     const PhaseSlots slots = phaseSlots(frame.colorArray);
     const auto lookUp = rows::curveRows<T>(kernels).lookUp;
-    forBandRows(band, 1, [&](T* row, unsigned long y) {
+    forBandRows(frame, band, 1, [&](T* row, unsigned long y) {
         const auto [even, odd] = rowSlots(slots, y);
         lookUp(row, frame.width, curves[even].Entries<T>(), curves[odd].Entries<T>());
     });
@@ -106,14 +106,14 @@ void SLumaGammaStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, 
     if (samples == 0) {
         const auto lookUp = rows::curveRows<T>(kernels).lookUp;
         const T* const entries = curve.Entries<T>();
-        forBandRows(band, 1, [&](T* row, unsigned long) { lookUp(row, frame.width, entries, entries); });
+        forBandRows(frame, band, 1, [&](T* row, unsigned long) { lookUp(row, frame.width, entries, entries); });
         return;
     }
     const auto lumaCurve = rows::colorRows<T>(kernels).lumaCurve;
     const rows::SLumaCurve levels = {curve.words.data(), bytesAreLevels ? curve.bytes.data() : nullptr};
     const unsigned long step = stepOf(frame.pixelFormat);
     const unsigned maxValue = sizeof(T) == 1 ? kMaxValue8 : kMaxValue16;
-    forBandRows(band, samples,
+    forBandRows(frame, band, samples,
                 [&](T* row, unsigned long) { lumaCurve(row, frame.width, step, kLumaTables, levels, maxValue); });
 }
 template void SLumaGammaStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
@@ -223,7 +223,7 @@ unsigned long CGamma::ProcColorRaw(unsigned long width, unsigned long height, un
     if (mRaw.Traits(frame).kind == EStage::None) {
         return kOk;
     }
-    return runInPlace(mRaw, mRows, frame, SImage<T>{width, height, pitchOr<T>(pitch, width), image});
+    return runInPlace(mRaw, mRows, frame, SRows<T>{pitchOr<T>(pitch, width), image});
 }
 
 template <class T>
@@ -239,7 +239,7 @@ unsigned long CGamma::ProcBGROrGray(unsigned long width, unsigned long height, u
         return kInvalid;
     }
     pitch = pitchOr<T>(pitch, stepOf(pixelFormat) * width);
-    return runInPlace(mLuma, mRows, {width, height, pixelFormat, 0, 0}, SImage<T>{width, height, pitch, image});
+    return runInPlace(mLuma, mRows, {width, height, pixelFormat, 0, 0}, SRows<T>{pitch, image});
 }
 
 unsigned long CGamma::ProcColorRawB(unsigned long width, unsigned long height, unsigned long pitch,

@@ -116,7 +116,7 @@ void easyBayerBand(const rows::SNoiseRows<T>& kernels, const SFrame& frame, cons
     if (band.first == 0) {
         std::copy_n(band.src.Row(0), width, static_cast<T*>(band.work));
     }
-    forBandRows(band, 1, [&](T* row, unsigned long y) {
+    forBandRows(frame, band, 1, [&](T* row, unsigned long y) {
         const auto above = [&](unsigned long distance) { return distance <= y ? band.dst.Row(y - distance) : nullptr; };
         const auto below = [&](unsigned long distance) {
             return y + distance < height ? band.src.Row(y + distance) : nullptr;
@@ -143,7 +143,7 @@ template <class T>
 void easyMonoBand(const rows::SNoiseRows<T>& kernels, const SFrame& frame, const SBand<T>& band) {
     const unsigned long width = frame.width;
     const unsigned long height = frame.height;
-    forBandRows(band, 1, [&](T* row, unsigned long y) {
+    forBandRows(frame, band, 1, [&](T* row, unsigned long y) {
         const T* above = y >= 1 ? band.src.Row(y - 1) : nullptr;
         const T* own = band.src.Row(y);
         const T* const below = y + 1 < height ? band.src.Row(y + 1) : nullptr;
@@ -282,7 +282,7 @@ void SDarkFrame::Create(unsigned long columns, unsigned long rows, unsigned long
 }
 
 template <class T>
-void SDarkFrame::Add(const SImage<const T>& frame, unsigned long first, unsigned long end) {
+void SDarkFrame::Add(const SRows<const T>& frame, unsigned long first, unsigned long end) {
     // With what lies between the rows: to deeper samples, of which a row takes the whole pitch, it is pixels. Behind
     // the last row the image ends.
     const unsigned long behind = end == height ? pitch - width * sizeof(T) : 0;
@@ -290,8 +290,8 @@ void SDarkFrame::Add(const SImage<const T>& frame, unsigned long first, unsigned
     std::memcpy(samples.get() + first * pitch, frame.Row(first), bytes);
     std::memset(samples.get() + first * pitch + bytes, 0, behind);
 }
-template void SDarkFrame::Add(const SImage<const unsigned char>&, unsigned long, unsigned long);
-template void SDarkFrame::Add(const SImage<const unsigned short>&, unsigned long, unsigned long);
+template void SDarkFrame::Add(const SRows<const unsigned char>&, unsigned long, unsigned long);
+template void SDarkFrame::Add(const SRows<const unsigned short>&, unsigned long, unsigned long);
 
 /// Over whole cells: an odd last row or column keeps its raw values.
 template <class T>
@@ -348,7 +348,7 @@ STraits SNoiseStage::Traits(const SFrame& frame) const {
 }
 
 template <class T>
-bool SNoiseStage::StartsAt(const SFrame& frame, const SImage<const T>& source, unsigned long first) const {
+bool SNoiseStage::StartsAt(const SFrame& frame, const SRows<const T>& source, unsigned long first) const {
     if (mode != VEK_NOISE_COMPLEX) {
         return first == 0;
     }
@@ -362,8 +362,8 @@ bool SNoiseStage::StartsAt(const SFrame& frame, const SImage<const T>& source, u
     }
     return true;
 }
-template bool SNoiseStage::StartsAt(const SFrame&, const SImage<const unsigned char>&, unsigned long) const;
-template bool SNoiseStage::StartsAt(const SFrame&, const SImage<const unsigned short>&, unsigned long) const;
+template bool SNoiseStage::StartsAt(const SFrame&, const SRows<const unsigned char>&, unsigned long) const;
+template bool SNoiseStage::StartsAt(const SFrame&, const SRows<const unsigned short>&, unsigned long) const;
 
 template <class T>
 void SNoiseStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
@@ -388,17 +388,15 @@ unsigned long CNoiseReduction::Easy(const SFrame& frame, unsigned long pitch, T*
         return kOk;
     }
     const SNoiseStage stage = Stage(VEK_NOISE_EASY);
-    if (stage.Traits(frame).kind == EStage::None || image == nullptr) {
+    if (stage.Traits(frame).kind == EStage::None) {
         return kInvalid;
     }
-    stage.Rows(mRows, frame, wholeFrame<T>({frame.width, frame.height, pitch, image}, work.get()));
-    return kOk;
+    return runInPlace(stage, mRows, frame, SRows<T>{pitch, image}, work.get());
 }
 
 template <class T>
 unsigned long CNoiseReduction::StoreDark(const SFrame& frame, unsigned long pitch, const T* image) {
-    const SImage<const T> view = {frame.width, frame.height, pitch, image};
-    if (view.IsMissing()) {
+    if (image == nullptr && frame.HasPixels()) {
         return kInvalid;
     }
     SDarkFrame* const dark = ownAlone(mDark);
@@ -409,8 +407,8 @@ unsigned long CNoiseReduction::StoreDark(const SFrame& frame, unsigned long pitc
     if (dark->samples == nullptr) {
         return kNoMemory;
     }
-    if (view.HasPixels()) {
-        dark->Add(view, 0, frame.height);
+    if (frame.HasPixels()) {
+        dark->Add<T>({pitch, image}, 0, frame.height);
         dark->SubtractFloors<T>();
     }
     return kOk;
@@ -429,15 +427,8 @@ unsigned long CNoiseReduction::Complex(const SFrame& frame, unsigned long pitch,
         return kNoMemory;
     }
     // Fixed behaviour: a frame of no known colour array has been subtracted from when it is refused.
-    const unsigned long status = isRaw(frame.colorArray) ? kOk : kInvalid;
-    const SImage<T> view = {frame.width, frame.height, pitch, image};
-    if (view.IsMissing()) {
-        return kInvalid;
-    }
-    if (view.HasPixels()) {
-        stage.Rows(mRows, frame, wholeFrame(view, work.get()));
-    }
-    return status;
+    const unsigned long status = runInPlace(stage, mRows, frame, SRows<T>{pitch, image}, work.get());
+    return isRaw(frame.colorArray) ? status : kInvalid;
 }
 
 template <class T>

@@ -39,7 +39,7 @@ struct SDarkFrame {
     /// Copies rows first .. end-1 of a frame that has the dark frame's pitch. The rows may come in any order; all of
     /// them come before SubtractFloors.
     template <class T>
-    void Add(const SImage<const T>& frame, unsigned long first, unsigned long end);
+    void Add(const SRows<const T>& frame, unsigned long first, unsigned long end);
     template <class T>
     void SubtractFloors();
 };
@@ -56,7 +56,7 @@ struct SNoiseStage {
     /// with its own first row. The complex filter allows it where none of them holds a clipped sample, as no sample of
     /// theirs is repaired then; the easy one at row 0 alone.
     template <class T>
-    bool StartsAt(const SFrame& frame, const SImage<const T>& source, unsigned long first) const;
+    bool StartsAt(const SFrame& frame, const SRows<const T>& source, unsigned long first) const;
     /// frame: raw or mono. A frame of no known colour array is only subtracted from.
     template <class T>
     void Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const;

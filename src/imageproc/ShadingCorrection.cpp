@@ -156,7 +156,7 @@ template <class T>
 void SShadingStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
     const unsigned maxValue = frame.bitsPerPixel < 32 ? (1U << frame.bitsPerPixel) - 1 : ~0U;
     const rows::SShadingRows<T>& shading = rows::shadingRows<T>(kernels);
-    forBandRows(band, 1, [&](T* row, unsigned long y) {
+    forBandRows(frame, band, 1, [&](T* row, unsigned long y) {
         const int* const entries = map->Row(y);
         if (mode == VEK_SHADING_GAIN) {
             const std::uint16_t* const gains = map->Gains16(y);
@@ -426,7 +426,7 @@ unsigned long CShadingCorrection::Process(unsigned long width, unsigned long hei
     if (status != kOk || stage.Traits(frame).kind == EStage::None) {
         return status;
     }
-    return runInPlace(stage, mRows, frame, SImage<T>{width, height, pitch, image});
+    return runInPlace(stage, mRows, frame, SRows<T>{pitch, image});
 }
 
 unsigned long CShadingCorrection::ProcessW(unsigned long width, unsigned long height, unsigned long pitch,

@@ -80,7 +80,7 @@ void SSharpnessStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, 
     bool prepared = continues && band.first > 1; // nothing is, for the first row
     for (unsigned long y = band.first; y < band.end; ++y) {
         if (y == 0 || y + 1 == frame.height) {
-            takeRow(band, y, std::max(samples, 1U));
+            takeRow(frame, band, y, std::max(samples, 1U));
             continue;
         }
         if (!prepared) {
@@ -90,7 +90,7 @@ void SSharpnessStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, 
         }
         prepare(y + 1);
         // Kernels go from row to row, but where a fourth sample stays what it is.
-        T* const to = samples == 4 ? takeRow(band, y, samples) : band.dst.Row(y);
+        T* const to = samples == 4 ? takeRow(frame, band, y, samples) : band.dst.Row(y);
         const T* const from = samples == 4 ? to : band.src.Row(y);
         const rows::SNeighborSums sums = {work.Sums(y - 1), work.Sums(y), work.Sums(y + 1)};
         if (samples == 0) {
@@ -147,13 +147,9 @@ unsigned long CSharpness::Process(unsigned long width, unsigned long height, uns
     if (width < 3 || height < 3) {
         return kOk;
     }
-    if (image == nullptr) {
-        return kInvalid;
-    }
     const unsigned long rowSamples = std::max(samples, 1U) * width;
-    mStage.Rows(mRows, {width, height, pixelFormat, 0, bits},
-                wholeFrame<T>({width, height, pitchOr<T>(pitch, rowSamples), image}, work.get()));
-    return kOk;
+    return runInPlace(mStage, mRows, {width, height, pixelFormat, 0, bits},
+                      SRows<T>{pitchOr<T>(pitch, rowSamples), image}, work.get());
 }
 
 unsigned long CSharpness::ProcessW(unsigned long width, unsigned long height, unsigned long pitch,

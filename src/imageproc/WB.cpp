@@ -98,14 +98,14 @@ void SWBStatistics::Clear() {
 }
 
 template <class T>
-void SWBStatistics::Add(const rows::SRowTable& kernels, const SImage<const T>& frame, unsigned long first,
-                        unsigned long end) {
+void SWBStatistics::Add(const rows::SRowTable& kernels, const SFrame& frame, const SRows<const T>& rows,
+                        unsigned long first, unsigned long end) {
     if (!frame.HasPixels()) {
         return;
     }
     const auto sumRow = rows::sumRow<T>(kernels);
     for (unsigned long y = first; y < end; ++y) {
-        const T* const row = frame.Row(y);
+        const T* const row = rows.Row(y);
         const std::size_t even = 2 * (y % 2);
         sumRow(row, frame.width, &sum[even]);
         count[even] += (frame.width + 1) / 2;
@@ -113,10 +113,10 @@ void SWBStatistics::Add(const rows::SRowTable& kernels, const SImage<const T>& f
         countRow(row, frame.width, histogram[even].data(), histogram[even + 1].data());
     }
 }
-template void SWBStatistics::Add(const rows::SRowTable&, const SImage<const unsigned char>&, unsigned long,
-                                 unsigned long);
-template void SWBStatistics::Add(const rows::SRowTable&, const SImage<const unsigned short>&, unsigned long,
-                                 unsigned long);
+template void SWBStatistics::Add(const rows::SRowTable&, const SFrame&, const SRows<const unsigned char>&,
+                                 unsigned long, unsigned long);
+template void SWBStatistics::Add(const rows::SRowTable&, const SFrame&, const SRows<const unsigned short>&,
+                                 unsigned long, unsigned long);
 
 double SWBStatistics::Average(std::size_t phase) const {
     return count[phase] == 0 ? 0.0 : static_cast<double>(sum[phase]) / static_cast<double>(count[phase]);
@@ -185,14 +185,14 @@ template <class T>
 void SWBStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
     const PhaseSlots slots = phaseSlots(frame.colorArray);
     if (HasUnityGains()) {
-        forBandRows(band, 1, [](T*, unsigned long) {});
+        forBandRows(frame, band, 1, [](T*, unsigned long) {});
         return;
     }
     if constexpr (sizeof(T) == 1) {
         if (tableDepth == 8) {
             // What the tables hold, without looking it up.
             const auto gain = kernels.gains.bytes;
-            forBandRows(band, 1, [&](T* row, unsigned long y) {
+            forBandRows(frame, band, 1, [&](T* row, unsigned long y) {
                 const auto [even, odd] = rowSlots(slots, y);
                 gain(row, frame.width, gains[even], gains[odd]);
             });
@@ -200,7 +200,7 @@ void SWBStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const S
         }
     }
     const auto lookUp = rows::curveRows<T>(kernels).lookUp;
-    forBandRows(band, 1, [&](T* row, unsigned long y) {
+    forBandRows(frame, band, 1, [&](T* row, unsigned long y) {
         const auto [even, odd] = rowSlots(slots, y);
         lookUp(row, frame.width, Table<T>(even), Table<T>(odd));
     });
@@ -218,13 +218,13 @@ unsigned long CWB::Process(unsigned long width, unsigned long height, unsigned l
         return kOk;
     }
     const SFrame frame = {width, height, 0, colorArray, bits};
-    const SImage<T> view = {width, height, pitchOr<T>(pitch, width), image};
+    const SRows<T> view = {pitchOr<T>(pitch, width), image};
     if (isAutomatic(mStage.mode)) {
-        if (view.IsMissing()) {
+        if (image == nullptr && frame.HasPixels()) {
             return kInvalid;
         }
         mStatistics.Clear();
-        mStatistics.Add<T>(mRows, {width, height, view.pitch, image}, 0, height);
+        mStatistics.Add<T>(mRows, frame, view, 0, height);
         if (mStage.Balance(mStatistics, frame) != kOk) {
             return kInvalid;
         }

@@ -24,7 +24,8 @@ struct SWBStatistics {
     void Clear();
     /// Adds rows first .. end-1 of a frame.
     template <class T>
-    void Add(const rows::SRowTable& kernels, const SImage<const T>& frame, unsigned long first, unsigned long end);
+    void Add(const rows::SRowTable& kernels, const SFrame& frame, const SRows<const T>& rows, unsigned long first,
+             unsigned long end);
     /// Mean of a phase; 0 where it has no pixels.
     double Average(std::size_t phase) const;
 };

@@ -65,8 +65,8 @@ public:
         std::vector<std::uint8_t> changed = mSource;
         const STraits traits = stage.Traits(frame);
         CGuardedBuffer<std::uint8_t> work(roundUpTo16(traits.workBytes), Flush::Right);
-        const SImage<Dst> image = {frame.width, frame.height, mSrcPitch, reinterpret_cast<Dst*>(changed.data())};
-        stage.Rows(mKernels, frame, wholeFrame<Dst>(image, work.data()));
+        const SRows<Dst> image = {mSrcPitch, reinterpret_cast<Dst*>(changed.data())};
+        stage.Rows(mKernels, frame, wholeFrame(frame, image, work.data()));
         // What lies between pixels and rows is the destination's own.
         std::vector<std::uint8_t> whole = Canvas(kCanvas);
         for (unsigned long y = 0; y < frame.height; ++y) {
@@ -159,8 +159,8 @@ private:
         std::vector<std::uint8_t> whole = Canvas(canvas);
         CGuardedBuffer<std::uint8_t> work(roundUpTo16(stage.Traits(frame).workBytes), Flush::Right);
         stage.Rows(mKernels, frame,
-                   SBand<Src, Dst>{{frame.width, frame.height, mSrcPitch, reinterpret_cast<const Src*>(mSource.data())},
-                                   {mDstWidth, mDstHeight, mDstPitch, reinterpret_cast<Dst*>(whole.data())},
+                   SBand<Src, Dst>{{mSrcPitch, reinterpret_cast<const Src*>(mSource.data())},
+                                   {mDstPitch, reinterpret_cast<Dst*>(whole.data())},
                                    0,
                                    mDstHeight,
                                    work.data()});
@@ -220,8 +220,8 @@ private:
         std::vector<std::uint8_t> work(roundUpTo16(stage.Traits(frame).workBytes));
         const unsigned long y = frame.height / 2;
         stage.Rows(mKernels, frame,
-                   SBand<Src>{{frame.width, frame.height, mSrcPitch, reinterpret_cast<const Src*>(mSource.data())},
-                              {frame.width, frame.height, mSrcPitch, reinterpret_cast<Src*>(dst.data())},
+                   SBand<Src>{{mSrcPitch, reinterpret_cast<const Src*>(mSource.data())},
+                              {mSrcPitch, reinterpret_cast<Src*>(dst.data())},
                               y,
                               y + 1,
                               work.data()});
@@ -231,9 +231,8 @@ private:
 
     template <class Stage>
     bool Starts(const Stage& stage, const SFrame& frame, unsigned long first) {
-        if constexpr (requires(const SImage<const Src>& source) { stage.StartsAt(frame, source, first); }) {
-            const SImage<const Src> source = {frame.width, frame.height, mSrcPitch,
-                                              reinterpret_cast<const Src*>(mSource.data())};
+        if constexpr (requires(const SRows<const Src>& source) { stage.StartsAt(frame, source, first); }) {
+            const SRows<const Src> source = {mSrcPitch, reinterpret_cast<const Src*>(mSource.data())};
             const bool starts = mRandom.Below(2) == 0 && stage.StartsAt(frame, source, first);
             mStarted += starts && first != 0 ? 1 : 0;
             return starts;
@@ -258,12 +257,11 @@ private:
             std::memcpy(dst.data() + done, canvas.data() + first * mDstPitch, dst.size() - done);
             CGuardedBuffer<std::uint8_t> work(roundUpTo16(traits.workBytes), Flush::Right);
             stage.Rows(mKernels, frame,
-                       SBand<Src, Dst>{
-                           {frame.width, frame.height, mSrcPitch, reinterpret_cast<const Src*>(src.data()), rows.first},
-                           {mDstWidth, mDstHeight, mDstPitch, reinterpret_cast<Dst*>(dst.data()), dstFirst},
-                           first,
-                           end,
-                           work.data()});
+                       SBand<Src, Dst>{{mSrcPitch, reinterpret_cast<const Src*>(src.data()), rows.first},
+                                       {mDstPitch, reinterpret_cast<Dst*>(dst.data()), dstFirst},
+                                       first,
+                                       end,
+                                       work.data()});
             const auto* const expected = whole.data() + dstFirst * mDstPitch;
             const auto differ = std::mismatch(dst.data(), dst.data() + dst.size(), expected);
             if (differ.first != dst.data() + dst.size()) {

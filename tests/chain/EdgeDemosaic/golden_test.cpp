@@ -20,9 +20,8 @@ using Pixel = std::vector<std::uint16_t>;
 Pixel middleOf(const std::vector<std::uint16_t>& samples, unsigned short colorArray, unsigned short depth) {
     Pixel row(15);
     const SFrame frame = {5, 5, 0, colorArray, depth};
-    SEdgeDemosaicStage().Rows(
-        rows::bestTable(), frame,
-        SBand<std::uint16_t>{{5, 5, 10, samples.data()}, {5, 5, 30, row.data(), 2}, 2, 3, nullptr});
+    SEdgeDemosaicStage().Rows(rows::bestTable(), frame,
+                              SBand<std::uint16_t>{{10, samples.data()}, {30, row.data(), 2}, 2, 3, nullptr});
     return {row.begin() + 6, row.begin() + 9};
 }
 

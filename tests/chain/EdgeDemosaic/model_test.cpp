@@ -20,8 +20,8 @@ void compareWithModel(const rows::SRowTable& table, const SFrame& frame, Pattern
     fillSamples(samples.data(), samples.size(), pattern, frame.bitsPerPixel, random);
     std::vector<T> pixels(3 * samples.size());
     SEdgeDemosaicStage().Rows(table, frame,
-                              SBand<T>{{frame.width, frame.height, frame.width * sizeof(T), samples.data()},
-                                       {frame.width, frame.height, 3 * frame.width * sizeof(T), pixels.data()},
+                              SBand<T>{{frame.width * sizeof(T), samples.data()},
+                                       {3 * frame.width * sizeof(T), pixels.data()},
                                        0,
                                        frame.height,
                                        nullptr});

@@ -108,7 +108,7 @@ TEST(NoiseBands, StartBelowRowsWithoutAClippedSample) {
         const SNoiseStage stage = module.Stage(VEK_NOISE_COMPLEX);
         std::vector<std::uint8_t> image(5 * 9, 252); // 253 is clipped
         image[5 * 4 + 2] = 253;
-        const SImage<const std::uint8_t> view = {5, 9, 5, image.data()};
+        const SRows<const std::uint8_t> view = {5, image.data()};
         const unsigned long reach = stage.Traits(frame).rowsAbove;
         for (unsigned long first = 0; first < 9; ++first) {
             EXPECT_EQ(stage.StartsAt(frame, view, first), first <= 4 || first > 4 + reach) << array << " " << first;
@@ -150,7 +150,7 @@ TEST(NoiseBands, DarkFramesAreThoseOfTheFrame) {
     inBands.Create(width, height, pitch, VEK_COLOR_ARRAY_RGGB);
     for (unsigned long end = height, first = 0; end != 0; end = first) {
         first = end - std::min<unsigned long>(end, 1 + random.Below(4));
-        inBands.Add<std::uint16_t>({width, height, pitch, image.data() + first * pitch / 2, first}, first, end);
+        inBands.Add<std::uint16_t>({pitch, image.data() + first * pitch / 2, first}, first, end);
     }
     inBands.SubtractFloors<std::uint16_t>();
     ASSERT_EQ(stage.dark->pitch, pitch);

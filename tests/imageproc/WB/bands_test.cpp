@@ -58,8 +58,7 @@ void tryManualBands(unsigned short bits) {
         ASSERT_EQ(process(module, frame, called.data()), 0U);
         EXPECT_EQ(module.Stage().tables, stage.tables);
         const unsigned long pitch = pitchOr<T>(0, frame.width);
-        ASSERT_EQ(
-            runInPlace(stage, rows::bestTable(), frame, SImage<T>{frame.width, frame.height, pitch, image.data()}), 0U);
+        ASSERT_EQ(runInPlace(stage, rows::bestTable(), frame, SRows<T>{pitch, image.data()}), 0U);
         EXPECT_EQ(image, called) << "seed " << seed;
     }
 }
@@ -81,11 +80,11 @@ void tryAutomatic(unsigned char mode, unsigned short bits) {
         ASSERT_EQ(process(module, frame, called.data()), 0U);
 
         ASSERT_EQ(stage.Traits(frame).kind, EStage::FrameFirst);
-        const SImage<T> view = {frame.width, frame.height, pitch, image.data()};
+        const SRows<T> view = {pitch, image.data()};
         SWBStatistics sum;
         for (unsigned long first = 0, end = 0; first < frame.height; first = end) {
             end = std::min(frame.height, first + 1 + random.Below(5));
-            sum.Add<T>(rows::bestTable(), {frame.width, frame.height, pitch, view.Row(first), first}, first, end);
+            sum.Add<T>(rows::bestTable(), frame, {pitch, view.Row(first), first}, first, end);
         }
         ASSERT_EQ(stage.Balance(sum, frame), 0U);
         stage.UpdateTables(bits);
@@ -124,9 +123,9 @@ TEST(WBBands, UnityGainsCopy) {
     const SFrame frame = {37, 9, 0, VEK_COLOR_ARRAY_GRBG, 10};
     EXPECT_TRUE(check.RunInPlace(stage, frame, {1, 1, 10}));
     std::uint16_t samples[] = {5, 900, 3, 17};
-    ASSERT_EQ(runInPlace(stage, rows::bestTable(), {2, 2, 0, VEK_COLOR_ARRAY_GRBG, 10},
-                         SImage<std::uint16_t>{2, 2, 4, samples}),
-              0U);
+    ASSERT_EQ(
+        runInPlace(stage, rows::bestTable(), {2, 2, 0, VEK_COLOR_ARRAY_GRBG, 10}, SRows<std::uint16_t>{4, samples}),
+        0U);
     EXPECT_EQ(samples[1], 900);
     EXPECT_EQ(samples[3], 17);
 }
