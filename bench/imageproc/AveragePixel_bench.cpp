@@ -17,11 +17,11 @@ SOperation average(const char* name, ELayout layout, unsigned bits, double pixel
     return {name, bits, pixelBytes, [=](const rows::SRowTable& table, SSize size) {
                 const unsigned long pitch = size.width * bits / 8;
                 const CPicture<T> picture({pitch / sizeof(T), size.height}, 1);
-                const SRegion region = SRegion::Cut(0, 0, size.width, size.height, size.width, size.height);
+                const SAveragePixelStage stage = {layout, bits,
+                                                  SRegion::Cut(0, 0, size.width, size.height, size.width, size.height)};
                 return conversionJob<SCellSums>(picture, 1, [=, &table](const T* src, SCellSums* sums) {
-                    const SImage<const unsigned char> image = {size.width, size.height, pitch,
-                                                               reinterpret_cast<const unsigned char*>(src)};
-                    *sums = cellSums(table, layout, bits, region, image);
+                    const SRows<const unsigned char> rows = {pitch, reinterpret_cast<const unsigned char*>(src)};
+                    *sums = stage.Measure(table, {size.width, size.height}, {rows, 0, size.height});
                     benchmark::DoNotOptimize(*sums);
                 });
             }};

@@ -6,6 +6,7 @@
 #include "../FuzzInput.h"
 #include "imageproc/rows/RowDispatch.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <vector>
 
@@ -21,7 +22,9 @@ vek::SCellSums sumWith(const vek::rows::SRowTable& table, unsigned depth, const 
                                 : depth == 16 ? vek::ELayout::Words
                                               : vek::ELayout::Packed;
     const auto* const src = depth == 16 ? reinterpret_cast<const unsigned char*>(words.data()) : bytes.data();
-    return vek::cellSums(table, layout, depth, region, {0, region.yEnd, pitch, src});
+    const vek::SAveragePixelStage stage = {layout, depth, region};
+    const unsigned long height = region.yEnd;
+    return stage.Measure(table, {}, {{pitch, src}, 0, height});
 }
 
 } // namespace
@@ -51,7 +54,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             continue;
         }
         const vek::SCellSums got = sumWith(*tier.table, depth, region, pitchBytes, words, bytes);
-        if (!(got == expected)) {
+        if (!std::equal(expected.sum, expected.sum + 4, got.sum) ||
+            !std::equal(expected.count, expected.count + 4, got.count)) {
             std::abort();
         }
     }

@@ -22,9 +22,10 @@ int VekCam_GetAveragePixelValue(VekCam_Handle handle, unsigned long width, unsig
         if (average == nullptr || (src == nullptr && !region.IsEmpty())) {
             return VEK_EINVAL;
         }
-        const vek::SImage<const unsigned char> image = {width, height, format->PitchBytes(pitch, width),
-                                                        static_cast<const unsigned char*>(src)};
-        vek::cellSums(vek::rows::bestTable(), format->layout, format->depth, region, image)
+        const vek::SRows<const unsigned char> rows = {format->PitchBytes(pitch, width),
+                                                      static_cast<const unsigned char*>(src)};
+        const vek::SAveragePixelStage stage = {format->layout, format->depth, region};
+        stage.Measure(vek::rows::bestTable(), {width, height}, {rows, 0, height})
             .Average(colorMode == VEK_COLOR_ARRAY_MONO, average);
         return 0;
     });

@@ -24,6 +24,13 @@ SRegion SRegion::Cut(unsigned long x, unsigned long y, unsigned long w, unsigned
     return {x, y, endOf(x, w, width), endOf(y, h, height)};
 }
 
+void SCellSums::Add(const SCellSums& other) {
+    for (unsigned k = 0; k < 4; ++k) {
+        sum[k] += other.sum[k];
+        count[k] += other.count[k];
+    }
+}
+
 void SCellSums::Average(bool mono, float* average) const {
     if (mono) {
         average[0] = mean(sum[0] + sum[1] + sum[2] + sum[3], count[0] + count[1] + count[2] + count[3]);
@@ -35,8 +42,12 @@ void SCellSums::Average(bool mono, float* average) const {
     }
 }
 
-SCellSums cellSums(const rows::SRowTable& kernels, ELayout layout, unsigned depth, const SRegion& region,
-                   const SImage<const unsigned char>& image) {
+STraits SAveragePixelStage::Traits(const SFrame& /*frame*/) const {
+    return {.kind = EStage::Reduction, .resultBytes = sizeof(SCellSums)};
+}
+
+SCellSums SAveragePixelStage::Measure(const rows::SRowTable& kernels, const SFrame& /*frame*/,
+                                      const SSourceBand<unsigned char>& rows) const {
     SCellSums cell{};
     if (region.IsEmpty()) {
         return cell;
@@ -45,9 +56,10 @@ SCellSums cellSums(const rows::SRowTable& kernels, ELayout layout, unsigned dept
     const unsigned long columns[2] = {(width + 1) / 2, width / 2};
     // sumRow adds the samples of even and of odd distance from the region's left edge to two sums.
     const auto sumRows = [&](auto sumRow) {
-        for (unsigned long y = region.y; y < region.yEnd; ++y) {
+        const unsigned long end = std::min(rows.end, region.yEnd);
+        for (unsigned long y = std::max(rows.first, region.y); y < end; ++y) {
             std::uint64_t sums[2] = {};
-            sumRow(image.Row(y), sums);
+            sumRow(rows.src.Row(y), sums);
             for (unsigned i = 0; i < 2; ++i) {
                 const std::size_t place = 2 * (y % 2) + (region.x + i) % 2;
                 cell.sum[place] += sums[i];

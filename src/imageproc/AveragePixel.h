@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "common/Image.h"
 #include "formats/TransferFormats.h"
+#include "imageproc/Band.h"
 #include "imageproc/rows/RowTable.h"
 
 namespace vek {
@@ -25,15 +25,23 @@ struct SCellSums {
     unsigned long sum[4];
     unsigned long count[4];
 
+    /// The sums of both.
+    void Add(const SCellSums& other);
     /// average: four floats. Mean of each place, or, mono, of all pixels and three zeros; 0 for a place without pixels.
     void Average(bool mono, float* average) const;
     bool operator==(const SCellSums&) const = default;
 };
 
-/// Sums of a region. layout: Bytes, Words or Packed; depth: of a packed sample, 10 or 12. The image is of bytes, words
-/// are pairs of them. Packed pixels are read from each row's start, wherever the region starts: its x sets the number
-/// of pixels and the column's parity alone.
-SCellSums cellSums(const rows::SRowTable& kernels, ELayout layout, unsigned depth, const SRegion& region,
-                   const SImage<const unsigned char>& image);
+/// Sums of a region as a stage. Its images are of bytes, words are pairs of them. Packed pixels are read from each
+/// row's start, wherever the region starts: its x sets the number of pixels and the column's parity alone.
+struct SAveragePixelStage {
+    ELayout layout; ///< Bytes, Words or Packed
+    unsigned depth; ///< of a packed sample, 10 or 12
+    SRegion region;
+
+    STraits Traits(const SFrame& frame) const;
+    SCellSums Measure(const rows::SRowTable& kernels, const SFrame& frame,
+                      const SSourceBand<unsigned char>& rows) const;
+};
 
 } // namespace vek

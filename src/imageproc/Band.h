@@ -17,7 +17,7 @@ struct SRowTable;
 // by value, with two const functions. Traits(frame) tells how the stage makes rows of such a frame, and Rows(kernels,
 // frame, band) makes a band of them. Any number of threads may run bands at once, each with a work area of its own. A
 // module's own call checks, takes the work area and runs one band, the whole frame. A Reduction has no
-// Rows: it adds rows of frames to what it keeps.
+// Rows: it measures rows of a frame, and what it measures of bands adds up.
 
 /// What a stage knows of the frame that it is given. Members that a stage does not look at are 0.
 struct SFrame {
@@ -39,17 +39,18 @@ enum class EStage : unsigned char {
     Permutation, ///< the row as far from the frame's other end
     FrameFirst,  ///< something that is measured in the whole frame before its first row
     WholeFrame,  ///< any row
-    Reduction    ///< there are no rows: something is measured
+    Reduction    ///< there are no rows: results of bands add up
 };
 
 struct STraits {
     EStage kind = EStage::None;
-    unsigned rowsAbove = 0;      ///< of the source, that a row is made from; fewer where the frame ends. Serial: of
-                                 ///< the destination
-    unsigned rowsBelow = 0;      ///< of the source
-    bool readsBehind = false;    ///< reads a sample behind a row, or a row behind the frame
-    bool leavesOpen = false;     ///< leaves some blue, green, red or grey as the destination has it
-    unsigned long workBytes = 0; ///< of the work area, for a band of any height; its alignment is malloc's
+    unsigned rowsAbove = 0;        ///< of the source, that a row is made from; fewer where the frame ends. Serial: of
+                                   ///< the destination
+    unsigned rowsBelow = 0;        ///< of the source
+    bool readsBehind = false;      ///< reads a sample behind a row, or a row behind the frame
+    bool leavesOpen = false;       ///< leaves some blue, green, red or grey as the destination has it
+    unsigned long workBytes = 0;   ///< of the work area, for a band of any height; its alignment is malloc's
+    unsigned long resultBytes = 0; ///< of what FrameFirst measures, or of a Reduction's result
 
     bool operator==(const STraits&) const = default;
 };
@@ -72,6 +73,14 @@ constexpr SRowRange sourceRows(const STraits& traits, unsigned long height, unsi
         return {first - std::min<unsigned long>(first, traits.rowsAbove), std::min(height, end + traits.rowsBelow)};
     }
 }
+
+/// Rows first .. end-1 of a frame that is measured.
+template <class Src>
+struct SSourceBand {
+    SRows<const Src> src; ///< has these rows
+    unsigned long first;
+    unsigned long end;
+};
 
 /// Rows first .. end-1 of a stage's result; the frame tells how many pixels they have. Source and destination do not
 /// overlap, or they are one image and the band is the whole frame.

@@ -341,7 +341,9 @@ STraits SNoiseStage::Traits(const SFrame& frame) const {
                 .workBytes = complexWorkRows(reach) * rowBytes};
     }
     case VEK_NOISE_STORE_DARK:
-        return {.kind = EStage::Reduction, .readsBehind = true};
+        return {.kind = EStage::Reduction,
+                .readsBehind = true,
+                .resultBytes = frame.width * frame.height * sampleBytes(frame.bitsPerPixel)};
     default:
         return {};
     }

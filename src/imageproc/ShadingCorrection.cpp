@@ -144,7 +144,7 @@ void SShadingMap::DropGains16() {
 
 STraits SShadingStage::Traits(const SFrame& frame) const {
     if (isCalibration(mode)) {
-        return {.kind = EStage::Reduction};
+        return {.kind = EStage::Reduction, .resultBytes = frame.width * frame.height * sizeof(double)};
     }
     if (!isCorrection(mode) || map == nullptr || !map->Has(frame.width, frame.height)) {
         return {};

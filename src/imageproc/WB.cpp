@@ -118,6 +118,16 @@ template void SWBStatistics::Add(const rows::SRowTable&, const SFrame&, const SR
 template void SWBStatistics::Add(const rows::SRowTable&, const SFrame&, const SRows<const unsigned short>&,
                                  unsigned long, unsigned long);
 
+void SWBStatistics::Add(const SWBStatistics& other) {
+    for (std::size_t phase = 0; phase < histogram.size(); ++phase) {
+        for (std::size_t value = 0; value < histogram[phase].size(); ++value) {
+            histogram[phase][value] += other.histogram[phase][value];
+        }
+        sum[phase] += other.sum[phase];
+        count[phase] += other.count[phase];
+    }
+}
+
 double SWBStatistics::Average(std::size_t phase) const {
     return count[phase] == 0 ? 0.0 : static_cast<double>(sum[phase]) / static_cast<double>(count[phase]);
 }
@@ -135,7 +145,7 @@ bool SWBStage::HasUnityGains() const {
 
 STraits SWBStage::Traits(const SFrame&) const {
     if (isAutomatic(mode)) {
-        return {.kind = EStage::FrameFirst};
+        return {.kind = EStage::FrameFirst, .resultBytes = sizeof(SWBStatistics)};
     }
     return {.kind = mode == VEK_WB_OFF || HasUnityGains() ? EStage::None : EStage::Pointwise};
 }

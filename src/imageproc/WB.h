@@ -12,7 +12,7 @@
 
 namespace vek {
 
-/// What automatic white balance measures in a raw frame.
+/// What automatic white balance measures in a raw frame. The statistics of a frame's parts add up to its own.
 struct SWBStatistics {
     using Histogram = std::array<unsigned long, rows::kCurveEntries<unsigned short>>;
 
@@ -26,6 +26,7 @@ struct SWBStatistics {
     template <class T>
     void Add(const rows::SRowTable& kernels, const SFrame& frame, const SRows<const T>& rows, unsigned long first,
              unsigned long end);
+    void Add(const SWBStatistics& other);
     /// Mean of a phase; 0 where it has no pixels.
     double Average(std::size_t phase) const;
 };

@@ -22,7 +22,8 @@ namespace vek {
 inline void PrintTo(const STraits& traits, std::ostream* out) {
     *out << "kind " << static_cast<int>(traits.kind) << ", rows above " << traits.rowsAbove << " and below "
          << traits.rowsBelow << (traits.readsBehind ? ", reads behind" : "")
-         << (traits.leavesOpen ? ", leaves open" : "") << ", " << traits.workBytes << " bytes of work";
+         << (traits.leavesOpen ? ", leaves open" : "") << ", " << traits.workBytes << " bytes of work, "
+         << traits.resultBytes << " of result";
 }
 
 } // namespace vek
@@ -77,6 +78,23 @@ public:
             }
         }
         return InBands(stage, traits, frame, whole);
+    }
+
+    /// What is measured in the whole frame, and the sum of what is measured in bands of it.
+    template <class Stage>
+    ::testing::AssertionResult RunReduction(const Stage& stage, const SFrame& frame, const SBandImages& images) {
+        Prepare(frame, images);
+        const auto* const data = reinterpret_cast<const Src*>(mSource.data());
+        const auto whole = stage.Measure(mKernels, frame, SSourceBand<Src>{{mSrcPitch, data}, 0, frame.height});
+        decltype(stage.Measure(mKernels, frame, SSourceBand<Src>{})) sum{};
+        ForBands(stage.Traits(frame), frame.height, [&](unsigned long first, unsigned long end, SRowRange rows) {
+            CGuardedBuffer<std::uint8_t> src(SourceBytes(rows), Flush::Right);
+            CopySource(rows, src);
+            const auto* const there = reinterpret_cast<const Src*>(src.data());
+            sum.Add(stage.Measure(mKernels, frame, SSourceBand<Src>{{mSrcPitch, there, rows.first}, first, end}));
+            return ::testing::AssertionSuccess();
+        });
+        return sum == whole ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << "seed " << mSeed;
     }
 
     /// What the results of the whole frame show of the traits: the reach, whether samples behind the rows count and

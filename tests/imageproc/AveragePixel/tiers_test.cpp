@@ -19,8 +19,9 @@ namespace {
 SCellSums sums(const rows::SRowTable& table, const SAverageCall& call, const std::uint8_t* src) {
     const SRegion region = SRegion::Cut(call.x, call.y, call.w, call.h, call.width, call.height);
     const STransferFormat& format = kTransferFormats[call.transferFormat];
+    const SAveragePixelStage stage = {format.layout, format.depth, region};
     const SImage<const unsigned char> image = {call.width, call.height, format.PitchBytes(call.pitch, call.width), src};
-    return cellSums(table, format.layout, format.depth, region, image);
+    return stage.Measure(table, {call.width, call.height}, {image, 0, call.height});
 }
 
 } // namespace

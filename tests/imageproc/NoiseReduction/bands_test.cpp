@@ -198,6 +198,8 @@ TEST(NoiseBands, TraitsFollowModeAndFrame) {
     expect(traitsOf(VEK_NOISE_EASY, {100, 50, 0, 0, 8}), EStage::None, 0, 0);
     expect(traitsOf(VEK_NOISE_COMPLEX, bayer), EStage::None, 0, 0);
     EXPECT_EQ(traitsOf(VEK_NOISE_STORE_DARK, bayer).kind, EStage::Reduction);
+    EXPECT_EQ(traitsOf(VEK_NOISE_STORE_DARK, bayer).resultBytes, 5000U);
+    EXPECT_EQ(traitsOf(VEK_NOISE_STORE_DARK, {100, 50, 0, VEK_COLOR_ARRAY_GBRG, 12}).resultBytes, 10000U);
 
     CRandom random(1);
     storeDark<std::uint8_t>(&module, bayer, &random);

@@ -223,6 +223,7 @@ TEST(ShadingBands, TraitsFollowModeAndMap) {
     EXPECT_EQ(kindOf(VEK_SHADING_OFF, frame), EStage::None);
     for (const unsigned long mode : {VEK_SHADING_CALIBRATE_GAIN, VEK_SHADING_CALIBRATE_OFFSET}) {
         EXPECT_EQ(kindOf(mode, frame), EStage::Reduction);
+        EXPECT_EQ(module.Stage().Traits(frame).resultBytes, 4U * 3U * sizeof(double));
     }
     for (const unsigned long mode : kCorrections) {
         EXPECT_EQ(kindOf(mode, frame), EStage::None) << "without a map";

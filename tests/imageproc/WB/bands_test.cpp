@@ -63,7 +63,7 @@ void tryManualBands(unsigned short bits) {
     }
 }
 
-/// The call, and what it consists of: statistics of band after band, gains, tables, rows.
+/// The call, and what it consists of: statistics of bands, their sum, gains, tables, rows.
 template <class T>
 void tryAutomatic(unsigned char mode, unsigned short bits) {
     for (std::uint64_t seed = 1; seed <= 20; ++seed) {
@@ -84,7 +84,9 @@ void tryAutomatic(unsigned char mode, unsigned short bits) {
         SWBStatistics sum;
         for (unsigned long first = 0, end = 0; first < frame.height; first = end) {
             end = std::min(frame.height, first + 1 + random.Below(5));
-            sum.Add<T>(rows::bestTable(), frame, {pitch, view.Row(first), first}, first, end);
+            SWBStatistics part;
+            part.Add<T>(rows::bestTable(), frame, {pitch, view.Row(first), first}, first, end);
+            sum.Add(part);
         }
         ASSERT_EQ(stage.Balance(sum, frame), 0U);
         stage.UpdateTables(bits);
@@ -156,6 +158,7 @@ TEST(WBBands, TraitsFollowModeAndGains) {
     for (const unsigned char mode : {VEK_WB_AUTO, VEK_WB_ONCE}) {
         module.SetWBMode(mode);
         EXPECT_EQ(module.Stage().Traits(frame).kind, EStage::FrameFirst);
+        EXPECT_EQ(module.Stage().Traits(frame).resultBytes, sizeof(SWBStatistics));
     }
 }
 
