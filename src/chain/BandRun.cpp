@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <type_traits>
 
 namespace vek {
@@ -57,6 +58,10 @@ public:
     void Run(unsigned long first, unsigned long end) {
         mBandFirst = first;
         mBandEnd = end;
+        std::optional<CBandCounter> counter;
+        if (mPlan.statistics) {
+            mCounter = &counter.emplace(mPlan, ClearTables(), mWork.counts);
+        }
         for (unsigned long y = first; y < end;) {
             const unsigned long next = std::min(end, y + mPlan.work.stripRows);
             const SImage<const Out> rows = Finished(y, next);
@@ -89,6 +94,15 @@ public:
 
 private:
     enum class EUntil : unsigned char { Balance, End };
+
+    /// Those of statistics.
+    rows::SPairCounts* ClearTables() {
+        if (!mWork.hasClearTables) {
+            std::memset(Area(), 0, CBandCounter::kTables * sizeof(rows::SPairCounts));
+            mWork.hasClearTables = true;
+        }
+        return reinterpret_cast<rows::SPairCounts*>(Area());
+    }
 
     unsigned char* Area() const { return static_cast<unsigned char*>(mWork.memory.get()); }
     void* NoiseArea() const { return Area() + mPlan.work.noise; }
@@ -309,7 +323,7 @@ private:
             }
         }
         const SImage<const Raw> source = Cleaned(first, end);
-        if (mPlan.statistics) {
+        if (mCounter != nullptr) {
             CountRaw(IsReadable() ? FrameView() : Source(first, end), first, end);
         }
         return source;
@@ -528,16 +542,16 @@ private:
 
     /// Counts rows first .. end-1 of the frame as it came, as far as they are the band's.
     void CountRaw(const SImage<const Raw>& rows, unsigned long first, unsigned long end) {
-        if (!mPlan.statistics) {
+        if (mCounter == nullptr) {
             return;
         }
         const unsigned long bandFirst = IsUpsideDown() ? mHeight - mBandEnd : mBandFirst;
         const unsigned long bandEnd = IsUpsideDown() ? mHeight - mBandFirst : mBandEnd;
-        countRaw(mPlan, rows, std::max(first, bandFirst), std::min(end, bandEnd), mWork.counts);
+        mCounter->Raw(rows, std::max(first, bandFirst), std::min(end, bandEnd));
     }
     void CountPicture(const SImage<const Out>& rows, unsigned long first, unsigned long end) {
-        if (mPlan.statistics) {
-            countPicture(mPlan, rows, first, end, mWork.counts);
+        if (mCounter != nullptr) {
+            mCounter->Picture(rows, first, end);
         }
     }
 
@@ -556,6 +570,7 @@ private:
     CRowWindow<Work> mSharpened;
     CRowWindow<Out> mToned;
     CRowWindow<Out> mFinished;
+    CBandCounter* mCounter = nullptr; ///< null: nothing is counted
     unsigned long mBandFirst = 0;
     unsigned long mBandEnd = 0;
     unsigned long mSharpenedEnd = 0; ///< row that sharpness goes on with
@@ -569,6 +584,7 @@ void withRun(const CVekChainPlan& plan, const CVekChainState* state, CVekChainWo
     using Byte = unsigned char;
     using Word = unsigned short;
     const auto with = [&](auto run) { body(run); };
+    work.hasClearTables = work.hasClearTables && plan.statistics;
     const bool outOfWords = plan.picture.IsOfWords();
     if (!plan.IsOfWords()) {
         outOfWords ? with(CBandRun<Byte, Byte, Word>(plan, state, work, frame, picture))

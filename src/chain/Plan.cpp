@@ -205,7 +205,8 @@ SWorkLayout workLayout(const CVekChainPlan& plan) {
     }
     work.stripRows = std::clamp(kCacheBytes / rowBytes, kMinStripRows, kMaxStripRows);
     work.stripRows = std::min(work.stripRows & ~1UL, (plan.frame.height + 1) & ~1UL);
-    std::size_t offset = 0;
+    // Tables of statistics come first: a work area keeps them clear, whatever plan it is used with.
+    std::size_t offset = plan.statistics ? roundUpToLine(CBandCounter::kTables * sizeof(rows::SPairCounts)) : 0;
     for (const SUse& use : uses) {
         if (use.used) {
             // Rows whose pitch is a multiple of a page's size would share lines of the cache.

@@ -4,6 +4,7 @@
 #include "chain/Plan.h"
 #include "formats/ColorArrays.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <iterator>
 
@@ -24,23 +25,7 @@ void add(VekChainCount& to, std::uint64_t pixels, const Count& counted) {
     }
 }
 
-/// Even and odd columns of a frame's even and odd rows.
-class CPhaseCounts {
-public:
-    /// count(even, odd) adds what a row has there.
-    template <class CountRow>
-    void Row(unsigned long y, unsigned long width, CountRow count) {
-        const std::size_t even = 2 * (y % 2);
-        count(mCounts[even], mCounts[even + 1]);
-        mPixels[even] += (width + 1) / 2;
-        mPixels[even + 1] += width / 2;
-    }
-    void AddTo(VekChainCount& to, std::size_t phase) const { add(to, mPixels[phase], mCounts[phase]); }
-
-private:
-    std::array<rows::SRowCount, 4> mCounts{};
-    std::array<std::uint64_t, 4> mPixels{};
-};
+constexpr std::size_t kPictureTable = 2;
 
 template <class T>
 constexpr T largest(unsigned depth) {
@@ -56,45 +41,72 @@ void SChainCounts::AddTo(VekChainStatistics& statistics) const {
     add(statistics.luma, luma.pixels, luma);
 }
 
-template <class T>
-void countRaw(const CVekChainPlan& plan, const SImage<const T>& rows, unsigned long first, unsigned long end,
-              SChainCounts& counts) {
-    CPhaseCounts phases;
-    const unsigned depth = plan.frame.depth;
-    const auto samples = rows::countRows<T>(*plan.kernels).samples;
-    for (unsigned long y = first; y < end; ++y) {
-        phases.Row(y, rows.width, [&](rows::SRowCount& even, rows::SRowCount& odd) {
-            samples(rows.Row(y), rows.width, depth - kBinBits, largest<T>(depth), even, odd);
-        });
-    }
-    const PhaseSlots slots = phaseSlots(plan.frame.colorArray);
-    for (std::size_t phase = 0; phase < slots.size(); ++phase) {
-        phases.AddTo(counts.raw[isBayer(plan.frame.colorArray) ? slots[phase] : 0], phase);
+CBandCounter::~CBandCounter() {
+    for (std::size_t table = 0; table < kTables; ++table) {
+        Take(table);
     }
 }
-template void countRaw(const CVekChainPlan&, const SImage<const unsigned char>&, unsigned long, unsigned long,
-                       SChainCounts&);
-template void countRaw(const CVekChainPlan&, const SImage<const unsigned short>&, unsigned long, unsigned long,
-                       SChainCounts&);
+
+/// A row's columns, as many at a time as a table has room for.
+template <class T, class Count>
+void CBandCounter::Row(std::size_t table, const T* row, unsigned samplesPerPixel, unsigned depth, Count count) {
+    const std::size_t width = mPlan.frame.width;
+    for (std::size_t x = 0; x < width;) {
+        const std::size_t columns = std::min(width - x, rows::SPairCounts::kMaxColumns);
+        if (mColumns[table] + columns > rows::SPairCounts::kMaxColumns) {
+            Take(table);
+        }
+        count(row + x * samplesPerPixel, columns, depth - kBinBits, largest<T>(depth), mTables[table]);
+        mColumns[table] += (columns + 1) / 2 * 2;
+        mPixels[table][0] += (columns + 1) / 2;
+        mPixels[table][1] += columns / 2;
+        x += columns;
+    }
+}
+
+/// What a table has counted goes to its colours.
+void CBandCounter::Take(std::size_t table) {
+    if (mColumns[table] == 0) {
+        return;
+    }
+    rows::SRowCount even = {};
+    rows::SRowCount odd = {};
+    rows::countRows<unsigned char>(*mPlan.kernels).take(mTables[table], even, odd);
+    if (table == kPictureTable) {
+        add(mCounts.luma, mPixels[table][0], even);
+        add(mCounts.luma, mPixels[table][1], odd);
+    } else {
+        const bool bayer = isBayer(mPlan.frame.colorArray);
+        const PhaseSlots slots = phaseSlots(mPlan.frame.colorArray);
+        add(mCounts.raw[bayer ? slots[2 * table] : 0], mPixels[table][0], even);
+        add(mCounts.raw[bayer ? slots[2 * table + 1] : 0], mPixels[table][1], odd);
+    }
+    mColumns[table] = 0;
+    mPixels[table] = {};
+}
 
 template <class T>
-void countPicture(const CVekChainPlan& plan, const SImage<const T>& rows, unsigned long first, unsigned long end,
-                  SChainCounts& counts) {
-    CPhaseCounts phases;
-    const unsigned depth = plan.picture.depth;
-    const rows::SCountRows<T>& kernels = rows::countRows<T>(*plan.kernels);
-    const auto count = plan.picture.IsGray() ? kernels.samples : kernels.luma;
-    for (unsigned long y = first; y < end; ++y) {
-        phases.Row(0, rows.width, [&](rows::SRowCount& even, rows::SRowCount& odd) {
-            count(rows.Row(y), rows.width, depth - kBinBits, largest<T>(depth), even, odd);
-        });
+void CBandCounter::Raw(const SImage<const T>& rows, unsigned long first, unsigned long end) {
+    const auto samples = rows::countRows<T>(*mPlan.kernels).samples;
+    // Rows of a parity together: they share a table.
+    for (unsigned long parity = 0; parity < 2; ++parity) {
+        for (unsigned long y = first + (first + parity) % 2; y < end; y += 2) {
+            Row(parity, rows.Row(y), 1, mPlan.frame.depth, samples);
+        }
     }
-    phases.AddTo(counts.luma, 0);
-    phases.AddTo(counts.luma, 1);
 }
-template void countPicture(const CVekChainPlan&, const SImage<const unsigned char>&, unsigned long, unsigned long,
-                           SChainCounts&);
-template void countPicture(const CVekChainPlan&, const SImage<const unsigned short>&, unsigned long, unsigned long,
-                           SChainCounts&);
+template void CBandCounter::Raw(const SImage<const unsigned char>&, unsigned long, unsigned long);
+template void CBandCounter::Raw(const SImage<const unsigned short>&, unsigned long, unsigned long);
+
+template <class T>
+void CBandCounter::Picture(const SImage<const T>& rows, unsigned long first, unsigned long end) {
+    const rows::SCountRows<T>& kernels = rows::countRows<T>(*mPlan.kernels);
+    const auto count = mPlan.picture.IsGray() ? kernels.samples : kernels.luma;
+    for (unsigned long y = first; y < end; ++y) {
+        Row(kPictureTable, rows.Row(y), mPlan.Samples(), mPlan.picture.depth, count);
+    }
+}
+template void CBandCounter::Picture(const SImage<const unsigned char>&, unsigned long, unsigned long);
+template void CBandCounter::Picture(const SImage<const unsigned short>&, unsigned long, unsigned long);
 
 } // namespace vek

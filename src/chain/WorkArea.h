@@ -16,6 +16,7 @@ struct CVekChainWork {
     std::size_t bytes = 0;
     vek::Malloced<void> memory; ///< its beginning is that of a cache line
     vek::SChainCounts counts;
+    bool hasClearTables = false; ///< the memory begins with zeros for statistics
 };
 
 /// What is known of a frame before its first band runs.

@@ -141,5 +141,72 @@ TEST(ChainStatistics, AreNotCountedUnlessAskedFor) {
     VekCam_Close(handle);
 }
 
+/// A frame and its picture of bytes, both mono, and a work area that plans of it share.
+struct SMonoFrame {
+    SMonoFrame(std::uint32_t width, std::uint32_t height, bool flat) {
+        with.frame.width = width;
+        with.frame.height = height;
+        with.frame.colorArray = VEK_COLOR_ARRAY_MONO;
+        with.picture.layout = VEK_CHAIN_MONO;
+        with.description.statistics = 1;
+        counting = createPlan(handle, with.description);
+        with.description.statistics = 0;
+        silent = createPlan(handle, with.description);
+        work = createWork(counting.plan);
+        raw.resize(std::size_t{width} * height);
+        picture.resize(raw.size());
+        CRandom random(width);
+        for (std::uint8_t& sample : raw) {
+            sample = static_cast<std::uint8_t>(flat ? 200 : random.Below(256));
+            count(expected, sample, 8);
+        }
+    }
+    SMonoFrame(const SMonoFrame&) = delete;
+    SMonoFrame& operator=(const SMonoFrame&) = delete;
+    ~SMonoFrame() { VekCam_Close(handle); }
+
+    void Run(const SMadePlan& made) {
+        ASSERT_NE(nullptr, made.plan) << made.reason;
+        for (std::uint32_t y = 0; y < with.frame.height; ++y) {
+            ASSERT_EQ(0, VekChain_Run(made.plan.get(), nullptr, work.get(), raw.data(), picture.data(), y, 1));
+        }
+    }
+    void ExpectCounts() {
+        VekChainStatistics got = {};
+        got.size = sizeof got;
+        ASSERT_EQ(0, VekChain_TakeStatistics(work.get(), &got));
+        ASSERT_NO_FATAL_FAILURE(expectEqual(expected, got.raw[0]));
+        ASSERT_NO_FATAL_FAILURE(expectEqual(expected, got.luma));
+    }
+
+    VekCam_Handle handle = VekCam_Open(-1);
+    SCase with;
+    SMadePlan counting;
+    SMadePlan silent;
+    WorkOwner work;
+    std::vector<std::uint8_t> raw;
+    std::vector<std::uint8_t> picture;
+    VekChainCount expected = {};
+};
+
+// Columns are counted in parts where there are more of them than a count's 16 bits have room for.
+TEST(ChainStatistics, OfRowsOfAnyWidth) {
+    for (const std::uint32_t width : {131069U, 131070U, 131071U, 300001U}) {
+        SMonoFrame frame(width, 3, true);
+        ASSERT_NO_FATAL_FAILURE(frame.Run(frame.counting));
+        ASSERT_NO_FATAL_FAILURE(frame.ExpectCounts()) << width;
+    }
+}
+
+TEST(ChainStatistics, DoNotSeeWhatOtherPlansLeaveInTheWorkArea) {
+    SMonoFrame frame(501, 40, false);
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_NO_FATAL_FAILURE(frame.Run(frame.silent));
+        ASSERT_NO_FATAL_FAILURE(frame.Run(frame.counting));
+        ASSERT_NO_FATAL_FAILURE(frame.Run(frame.silent));
+        ASSERT_NO_FATAL_FAILURE(frame.ExpectCounts()) << i;
+    }
+}
+
 } // namespace
 } // namespace vek::test

@@ -433,7 +433,7 @@ struct SNv12Rows {
     Chroma chroma[kYCrCbSpaces];
 };
 
-/// What a row adds to the statistics of its columns of one parity.
+/// Statistics of the columns of one parity.
 struct SRowCount {
     static constexpr std::size_t kBins = 64;
     std::uint64_t sum;
@@ -441,14 +441,29 @@ struct SRowCount {
     std::uint64_t bins[kBins];
 };
 
-/// Statistics of even and of odd columns are added to what the counts hold. Any width.
+/// Statistics on their way: even and odd columns are counted in pairs, so that two samples take one count. Zeros to
+/// begin with.
+struct SPairCounts {
+    static constexpr std::size_t kPairs = SRowCount::kBins * SRowCount::kBins;
+    static constexpr std::size_t kCopies = 4;
+    static constexpr std::size_t kMaxColumns = 131070; ///< that the counts have room for, even
+    std::uint16_t pairs[kCopies][kPairs];              ///< by bin of the even column + kBins x that of the odd one
+    std::uint64_t unpaired;                            ///< pairs that are an even column alone: bin 0 of the odd one
+    std::uint64_t sum[2];
+    std::uint64_t clipped[2];
+};
+
+/// Statistics of even and of odd columns.
 template <class T>
 struct SCountRows {
-    /// Bin sample >> shift, 63 at most, where shift is less than the bits of T; samples from clipped on are clipped.
-    using Count = void (*)(const T* row, std::size_t width, unsigned shift, T clipped, SRowCount& even, SRowCount& odd);
+    /// Adds columns of a row, kMaxColumns at most. Bin sample >> shift, 63 at most, where shift is less than the bits
+    /// of T; samples from clipped on are clipped.
+    using Count = void (*)(const T* row, std::size_t width, unsigned shift, T clipped, SPairCounts& counts);
     Count samples;
     /// The same of luma of dense blue-green-red pixels: (29 x blue + 150 x green + 77 x red + 128) >> 8.
     Count luma;
+    /// Moves what was counted to statistics: they are added to, counts is zeros again.
+    void (*take)(SPairCounts& counts, SRowCount& even, SRowCount& odd);
 };
 
 /// What follows the demosaic method of words of 12 bits on their way to bytes.

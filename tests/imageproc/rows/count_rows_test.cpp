@@ -3,6 +3,7 @@
 #include "imageproc/rows/TierTest.h"
 
 #include <algorithm>
+#include <memory>
 #include <vector>
 
 namespace vek::test {
@@ -53,14 +54,23 @@ testing::AssertionResult sameCounts(const SCounts& got, const SCounts& expected)
 
 class CountRows : public CTierTest {
 protected:
+    /// What count(row, ..., counts) and taking it add to what stands there.
+    template <class T>
+    SCounts Counted(typename rows::SCountRows<T>::Count count, const T* row, std::size_t width, unsigned shift,
+                    unsigned clipped) {
+        count(row, width, shift, static_cast<T>(clipped), *mPairs);
+        SCounts counts = countsBefore();
+        rows::countRows<T>(Table()).take(*mPairs, counts.column[0], counts.column[1]);
+        return counts;
+    }
+
     template <class T>
     void Check(std::size_t width, Pattern pattern, unsigned depth, unsigned shift, unsigned clipped, Flush flush) {
         CRandom random(width + depth);
         CGuardedBuffer<T> row(3 * width, flush);
         fillSamples(row.data(), row.size(), pattern, depth, random);
         const auto& kernels = rows::countRows<T>(Table());
-        SCounts got = countsBefore();
-        kernels.samples(row.data(), row.size(), shift, static_cast<T>(clipped), got.column[0], got.column[1]);
+        SCounts got = Counted<T>(kernels.samples, row.data(), row.size(), shift, clipped);
         std::vector<unsigned> samples(row.data(), row.data() + row.size());
         ASSERT_TRUE(sameCounts(got, expectedCounts(samples, shift, clipped)))
             << Table().name << ' ' << 8 * sizeof(T) << " bit, " << row.size() << " samples, shift " << shift;
@@ -69,8 +79,7 @@ protected:
             const T* const pixel = row.data() + 3 * x;
             samples.push_back((29U * pixel[0] + 150U * pixel[1] + 77U * pixel[2] + 128) / 256);
         }
-        got = countsBefore();
-        kernels.luma(row.data(), width, shift, static_cast<T>(clipped), got.column[0], got.column[1]);
+        got = Counted<T>(kernels.luma, row.data(), width, shift, clipped);
         ASSERT_TRUE(sameCounts(got, expectedCounts(samples, shift, clipped)))
             << Table().name << ' ' << 8 * sizeof(T) << " bit luma, width " << width << ", shift " << shift;
     }
@@ -80,6 +89,8 @@ protected:
             Check<std::uint16_t>(width, pattern, 12, 6, 4000, flush);
         }
     }
+
+    std::unique_ptr<rows::SPairCounts> mPairs = std::make_unique<rows::SPairCounts>(); ///< zeros
 };
 
 TEST_P(CountRows, EveryWidthUpTo140) {
@@ -113,11 +124,46 @@ TEST_P(CountRows, EveryAddress) {
     const auto row = samplesOf<std::uint16_t>(400, Pattern::Random, 12, random);
     for (std::size_t offset = 0; offset < 64; ++offset) {
         const auto first = row.begin() + static_cast<std::ptrdiff_t>(offset);
-        SCounts got = countsBefore();
-        Table().counts16.samples(row.data() + offset, 301, 6, 4000, got.column[0], got.column[1]);
+        const SCounts got = Counted<std::uint16_t>(Table().counts16.samples, row.data() + offset, 301, 6, 4000);
         ASSERT_TRUE(sameCounts(got, expectedCounts(std::vector<unsigned>(first, first + 301), 6, 4000)))
             << Table().name << " offset " << offset;
     }
+}
+
+// As many columns as there is room for, all alike, in one row and in rows that are less than what is counted together:
+// all of their pairs are one number's.
+TEST_P(CountRows, AsManyColumnsAsThereIsRoomFor) {
+    for (const std::uint8_t sample : {std::uint8_t{0}, std::uint8_t{77}, std::uint8_t{255}}) {
+        const std::vector<std::uint8_t> row(rows::SPairCounts::kMaxColumns, sample);
+        const SCounts got = Counted<std::uint8_t>(Table().counts8.samples, row.data(), row.size(), 2, 255);
+        const SCounts expected = expectedCounts(std::vector<unsigned>(row.begin(), row.end()), 2, 255);
+        ASSERT_TRUE(sameCounts(got, expected)) << Table().name << " sample " << int{sample};
+        for (std::size_t width = 1; width <= 7; ++width) {
+            SCounts many = countsBefore();
+            const std::size_t times = rows::SPairCounts::kMaxColumns / (width + 1);
+            for (std::size_t i = 0; i < times; ++i) {
+                Table().counts8.samples(row.data(), width, 2, 255, *mPairs);
+            }
+            Table().counts8.take(*mPairs, many.column[0], many.column[1]);
+            const SCounts one = expectedCounts(std::vector<unsigned>(width, sample), 2, 255);
+            const SCounts none = countsBefore();
+            for (std::size_t parity = 0; parity < 2; ++parity) {
+                ASSERT_EQ(many.column[parity].bins[sample >> 2] - 3, times * (one.column[parity].bins[sample >> 2] - 3))
+                    << Table().name << " width " << width << " parity " << parity;
+                ASSERT_EQ(many.column[parity].sum - none.column[parity].sum,
+                          times * (one.column[parity].sum - none.column[parity].sum));
+            }
+        }
+    }
+}
+
+// What was taken is not there any more.
+TEST_P(CountRows, TakingLeavesZeros) {
+    const std::vector<std::uint8_t> row(201, 9);
+    Counted<std::uint8_t>(Table().counts8.samples, row.data(), row.size(), 2, 9);
+    SCounts again = countsBefore();
+    Table().counts8.take(*mPairs, again.column[0], again.column[1]);
+    EXPECT_TRUE(sameCounts(again, countsBefore())) << Table().name;
 }
 
 VEK_FOR_EVERY_TIER(CountRows);

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sums, clipped samples and bins of a row's samples, or of the luma of its pixels, at even and at odd columns.
 //
-//   samples   s0 s1 s2 ...   ->   min(s >> shift, 63) in bytes, a chunk at a time   ->   counted one by one
+//   samples   s0 s1 s2 s3 ...  ->  bins b = min(s >> shift, 63), a chunk at a time
+//                              ->  pairs  b0 + 64 x b1,  b2 + 64 x b3, ...  counted one by one
 //
-// Samples that follow each other are often alike: neighbours of a parity have bins of their own, so that no count waits
-// for the one before it.
+// Samples that follow each other are often alike: neighbouring pairs have counts of their own, so that none waits for
+// the one before it.
 #pragma once
 
 #include "imageproc/rows/RowTable.h"
@@ -33,16 +34,32 @@ inline T lumaCount(const T* pixel) {
 #if VEK_VECTOR_BYTES != 0
 
 /// The bins of as many samples as a vector has bytes.
-VEK_INLINE RowV<std::uint8_t> binBlock(const std::uint8_t* samples, unsigned shift) {
-    return smaller(shiftBlock(samples, SShift<std::uint8_t>(static_cast<int>(shift))),
-                   all<RowV<std::uint8_t>>(kLastBin));
+template <class Bins>
+VEK_INLINE Bins binBlock(const std::uint8_t* samples, unsigned shift) {
+    // Bytes are shifted in pairs: what comes in from the next one goes.
+    const auto pairs = load<Like<std::uint16_t, Bins>>(samples) >> static_cast<int>(shift);
+    return smaller((Bins)pairs & static_cast<std::uint8_t>(0xFF >> shift), all<Bins>(kLastBin));
 }
-VEK_INLINE RowV<std::uint8_t> binBlock(const std::uint16_t* samples, unsigned shift) {
-    using Words = RowV<std::uint16_t>;
+template <class Bins>
+VEK_INLINE Bins binBlock(const std::uint16_t* samples, unsigned shift) {
+    using Words = Like<std::uint16_t, Bins>;
     const auto by = static_cast<int>(shift);
     const Words last = all<Words>(kLastBin);
     return lowBytes(smaller(load<Words>(samples) >> by, last),
                     smaller(load<Words>(samples + kLanes<Words>) >> by, last));
+}
+
+/// How many samples of even and of odd columns are clipped; blocks of them, fewer than a lane counts.
+template <class A>
+inline void countClipped(const Lane<A>* samples, std::size_t blocks, Lane<A> clipped, std::uint64_t (&clips)[2]) {
+    using P = Pair<Lane<A>>;
+    A counts{};
+    for (std::size_t i = 0; i < blocks; ++i) {
+        counts -= (A)(load<A>(samples + i * kLanes<A>) >= clipped);
+    }
+    constexpr unsigned bits = 8 * sizeof(Lane<A>);
+    clips[0] += sumLanes(as<P>(counts) & static_cast<P>((P{1} << bits) - 1));
+    clips[1] += sumLanes(as<P>(counts) >> bits);
 }
 
 /// Luma of a block; the sum of bytes fits 16 bits.
@@ -55,17 +72,40 @@ VEK_INLINE A lumaCountBlock(const SColors<A>& colors) {
 
 #endif
 
-/// Counts bins, in turn for two even and two odd columns.
-inline void countBins(const std::uint8_t* bins, std::size_t count, std::uint32_t (&counts)[4][SRowCount::kBins]) {
-    std::size_t i = 0;
-    for (; i + 4 <= count; i += 4) {
-        ++counts[0][bins[i]];
-        ++counts[1][bins[i + 1]];
-        ++counts[2][bins[i + 2]];
-        ++counts[3][bins[i + 3]];
+/// Pairs of bins that follow one another, the first of an even column.
+inline std::size_t pairAt(const std::uint8_t* bins) {
+    std::uint16_t pair;
+    __builtin_memcpy(&pair, bins, sizeof pair);
+    return pair;
+}
+
+/// Counts pairs of a chunk; of an odd one the last bin goes with bin 0.
+inline void countPairs(std::uint8_t* bins, std::size_t count, SPairCounts& counts) {
+    if (count % 2 != 0) {
+        bins[count++] = 0;
+        ++counts.unpaired;
     }
-    for (; i < count; ++i) {
-        ++counts[i % 4][bins[i]];
+    std::size_t i = 0;
+#if VEK_VECTOR_BYTES != 0
+    using A = RowV<std::uint16_t>;
+    for (; i + 2 * kLanes<A> <= count; i += 2 * kLanes<A>) {
+        const auto both = load<A>(bins + i);
+        store(bins + i, (A)((both & 0xFF) | (both >> 8 << 6)));
+    }
+#endif
+    for (; i < count; i += 2) {
+        const auto pair = static_cast<std::uint16_t>(bins[i] | bins[i + 1] << 6);
+        __builtin_memcpy(bins + i, &pair, sizeof pair);
+    }
+    std::size_t at = 0;
+    for (; at + 2 * SPairCounts::kCopies <= count; at += 2 * SPairCounts::kCopies) {
+        ++counts.pairs[0][pairAt(bins + at)];
+        ++counts.pairs[1][pairAt(bins + at + 2)];
+        ++counts.pairs[2][pairAt(bins + at + 4)];
+        ++counts.pairs[3][pairAt(bins + at + 6)];
+    }
+    for (; at < count; at += 2) {
+        ++counts.pairs[0][pairAt(bins + at)];
     }
 }
 
@@ -76,16 +116,15 @@ inline void countChunk(const T* samples, std::size_t count, unsigned shift, T cl
     std::size_t done = 0;
     std::size_t binned = 0;
 #if VEK_VECTOR_BYTES != 0
-    using A = RowV<T>;
+    using A = WideV<T>;
     constexpr std::size_t room = std::size_t{1} << (8 * sizeof(T));
     const std::size_t blocks = count / kLanes<A>;
-    sumBlocks<T>(blocks, room, sums, [=](std::size_t block) { return load<A>(samples + block * kLanes<A>); });
-    sumBlocks<T>(blocks, room, clips,
-                 [=](std::size_t block) { return (A)(load<A>(samples + block * kLanes<A>) >= clipped) & 1; });
+    sumBlocks<A>(blocks, room, sums, [=](std::size_t block) { return load<A>(samples + block * kLanes<A>); });
+    countClipped<A>(samples, blocks, clipped, clips);
     done = blocks * kLanes<A>;
-    using Bins = RowV<std::uint8_t>;
+    using Bins = WideV<std::uint8_t>;
     for (; binned + kLanes<Bins> <= count; binned += kLanes<Bins>) {
-        store(bins + binned, binBlock(samples + binned, shift));
+        store(bins + binned, binBlock<Bins>(samples + binned, shift));
     }
 #endif
     sumSpan(done, count, sums, [=](std::size_t x) { return samples[x]; });
@@ -97,39 +136,27 @@ inline void countChunk(const T* samples, std::size_t count, unsigned shift, T cl
 
 /// samplesAt(x, count): those of the columns from x on, which is even.
 template <class T, class SamplesAt>
-inline void countColumns(std::size_t width, unsigned shift, T clipped, SRowCount& even, SRowCount& odd,
-                         SamplesAt samplesAt) {
-    std::uint64_t sums[2] = {};
-    std::uint64_t clips[2] = {};
-    std::uint32_t counts[4][SRowCount::kBins] = {};
+inline void countColumns(std::size_t width, unsigned shift, T clipped, SPairCounts& counts, SamplesAt samplesAt) {
     std::uint8_t bins[kCounted];
     for (std::size_t x = 0; x < width; x += kCounted) {
         const std::size_t count = smaller(width - x, kCounted);
-        countChunk(samplesAt(x, count), count, shift, clipped, sums, clips, bins);
-        countBins(bins, count, counts);
-    }
-    even.sum += sums[0];
-    odd.sum += sums[1];
-    even.clipped += clips[0];
-    odd.clipped += clips[1];
-    for (std::size_t i = 0; i < SRowCount::kBins; ++i) {
-        even.bins[i] += std::uint64_t{counts[0][i]} + counts[2][i];
-        odd.bins[i] += std::uint64_t{counts[1][i]} + counts[3][i];
+        countChunk(samplesAt(x, count), count, shift, clipped, counts.sum, counts.clipped, bins);
+        countPairs(bins, count, counts);
     }
 }
 
 // ---- kernels ----
 
 template <class T>
-void countSamples(const T* row, std::size_t width, unsigned shift, T clipped, SRowCount& even, SRowCount& odd) {
-    countColumns(width, shift, clipped, even, odd, [=](std::size_t x, std::size_t) { return row + x; });
+void countSamples(const T* row, std::size_t width, unsigned shift, T clipped, SPairCounts& counts) {
+    countColumns(width, shift, clipped, counts, [=](std::size_t x, std::size_t) { return row + x; });
 }
 
 template <class T>
-void countLuma(const T* row, std::size_t width, unsigned shift, T clipped, SRowCount& even, SRowCount& odd) {
+void countLuma(const T* row, std::size_t width, unsigned shift, T clipped, SPairCounts& counts) {
     T luma[kCounted];
     T* const chunk = luma;
-    countColumns(width, shift, clipped, even, odd, [=](std::size_t x, std::size_t count) -> const T* {
+    countColumns(width, shift, clipped, counts, [=](std::size_t x, std::size_t count) -> const T* {
         const T* const pixels = row + 3 * x;
         std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
@@ -145,9 +172,36 @@ void countLuma(const T* row, std::size_t width, unsigned shift, T clipped, SRowC
     });
 }
 
+void takeCounts(SPairCounts& counts, SRowCount& even, SRowCount& odd) {
+    constexpr std::size_t bins = SRowCount::kBins;
+    std::uint32_t ofEven[bins] = {};
+    for (std::size_t oddBin = 0; oddBin < bins; ++oddBin) {
+        std::uint32_t ofOdd = 0;
+        for (std::size_t evenBin = 0; evenBin < bins; ++evenBin) {
+            const std::size_t pair = evenBin + bins * oddBin;
+            std::uint32_t count = 0;
+            for (const auto& copy : counts.pairs) {
+                count += copy[pair];
+            }
+            ofEven[evenBin] += count;
+            ofOdd += count;
+        }
+        odd.bins[oddBin] += ofOdd;
+    }
+    for (std::size_t bin = 0; bin < bins; ++bin) {
+        even.bins[bin] += ofEven[bin];
+    }
+    odd.bins[0] -= counts.unpaired;
+    even.sum += counts.sum[0];
+    odd.sum += counts.sum[1];
+    even.clipped += counts.clipped[0];
+    odd.clipped += counts.clipped[1];
+    __builtin_memset(&counts, 0, sizeof counts);
+}
+
 template <class T>
 constexpr SCountRows<T> countTable() {
-    return {.samples = countSamples<T>, .luma = countLuma<T>};
+    return {.samples = countSamples<T>, .luma = countLuma<T>, .take = takeCounts};
 }
 
 } // namespace

@@ -52,10 +52,10 @@ VEK_INLINE std::uint64_t sumLanes(A v) {
 }
 
 /// Sums count blocks of a row in lanes of twice a sample's width, which hold the sum of room samples.
-template <class T, class LoadBlock>
+template <class A, class LoadBlock>
 inline void sumBlocks(std::size_t count, std::size_t room, std::uint64_t* sums, LoadBlock loadBlock) {
-    using Pairs = RowV<Pair<T>>;
-    constexpr unsigned bits = 8 * sizeof(T);
+    using Pairs = Like<Pair<Lane<A>>, A>;
+    constexpr unsigned bits = 8 * sizeof(Lane<A>);
     for (std::size_t block = 0; block < count;) {
         const std::size_t end = count - block < room ? count : block + room;
         // Modulo a lane's range the sum of whole pairs is even + odd x 2^bits, and even fits a lane: no mask per block.
@@ -83,7 +83,7 @@ void sumRow(const T* row, std::size_t width, std::uint64_t* sums) {
     constexpr std::size_t room = std::size_t{1} << (8 * sizeof(T));
     using A = RowV<T>;
     const std::size_t blocks = width / kLanes<A>;
-    sumBlocks<T>(blocks, room, sums, [=](std::size_t block) { return load<A>(row + block * kLanes<A>); });
+    sumBlocks<A>(blocks, room, sums, [=](std::size_t block) { return load<A>(row + block * kLanes<A>); });
     done = blocks * kLanes<A>;
 #endif
     sumSpan(done, width, sums, [=](std::size_t x) { return row[x]; });
@@ -93,13 +93,14 @@ template <unsigned Bits>
 void sumPacked(const std::uint8_t* row, std::size_t width, std::uint64_t* sums) {
     std::size_t done = 0;
 #if VEK_VECTOR_BYTES != 0
-    constexpr std::size_t pixels = kLanes<RowV<std::uint16_t>>;
+    using A = RowV<std::uint16_t>;
+    constexpr std::size_t pixels = kLanes<A>;
     constexpr std::size_t bytes = pixels * Bits / 8;
     constexpr std::size_t reach = kPackedReach<Bits>;
     const std::size_t rowBytes = packedBytes<Bits>(width);
     const std::size_t blocks = rowBytes < reach ? 0 : (rowBytes - reach) / bytes + 1;
-    sumBlocks<std::uint16_t>(blocks, std::size_t{1} << 16, sums,
-                             [=](std::size_t block) { return unpackBlock<Bits>(row + block * bytes); });
+    sumBlocks<A>(blocks, std::size_t{1} << 16, sums,
+                 [=](std::size_t block) { return unpackBlock<Bits>(row + block * bytes); });
     done = blocks * pixels;
 #endif
     sumSpan(done, width, sums, [=](std::size_t x) { return packedPixel<Bits>(row, x); });
