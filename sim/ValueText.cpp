@@ -95,8 +95,11 @@ std::optional<unsigned> readCode(std::string_view text) {
 }
 
 std::string codeComplaint(std::string_view text, const std::string& names, unsigned low, unsigned high) {
-    return '"' + std::string(text) + "\" is none of: " + names + "; nor a number of " + std::to_string(low) + " to " +
-           std::to_string(high);
+    return codeComplaint(text, names, std::to_string(low) + " to " + std::to_string(high));
+}
+
+std::string codeComplaint(std::string_view text, const std::string& names, const std::string& numbers) {
+    return '"' + std::string(text) + "\" is none of: " + names + "; nor a number of " + numbers;
 }
 
 bool isName(std::string_view text, std::string_view name) {

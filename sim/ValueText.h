@@ -44,6 +44,8 @@ std::optional<unsigned> readCode(std::string_view text);
 
 /// What is wrong with a text that is no code of a table. names: what the codes low to high are called, in words.
 std::string codeComplaint(std::string_view text, const std::string& names, unsigned low, unsigned high);
+/// The same for codes with gaps; numbers: all of them, in words.
+std::string codeComplaint(std::string_view text, const std::string& names, const std::string& numbers);
 
 /// Whether a text is a name, which is lower case already, with any case of its letters.
 bool isName(std::string_view text, std::string_view name);

@@ -2,6 +2,7 @@
 #include "client/camera/FrameGrabber.h"
 
 #include "client/Errors.h"
+#include "client/frames/RawFrame.h"
 
 #include <VekTrgApi.h>
 
@@ -35,10 +36,6 @@ std::span<const std::uint8_t> CFrameGrabber::Next() {
             fmt::format("{}: incomplete frame: {} bytes needed, {} came", mCamera.Name(), mBytes.size(), got));
     }
     return mBytes;
-}
-
-SRawFrame CFrameGrabber::Grab() {
-    return rawFrame(Next(), mFormat, Width(), Height(), ColorArray());
 }
 
 } // namespace vek::client

@@ -2,7 +2,8 @@
 #pragma once
 
 #include "client/camera/CameraInfo.h"
-#include "client/frames/RawFrame.h"
+
+#include "formats/TransferFormats.h"
 
 #include <cstdint>
 #include <span>
@@ -19,8 +20,6 @@ public:
 
     /// The bytes of the next frame; they stay until the one after it is taken. Throws CFailure.
     std::span<const std::uint8_t> Next();
-    /// The next frame as the demosaicing takes it. Throws CFailure.
-    SRawFrame Grab();
     /// The bytes of the frame that was taken last.
     std::span<const std::uint8_t> Bytes() const { return mBytes; }
 

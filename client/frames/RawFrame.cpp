@@ -8,27 +8,52 @@
 
 namespace vek::client {
 
+namespace {
+
+/// The words of a format, those above its range as its largest, without their low bits.
+template <class T>
+std::vector<T> shiftedWords(std::span<const std::uint8_t> bytes, std::size_t pixels, unsigned formatDepth,
+                            unsigned depth) {
+    const std::uint16_t largest = maxSample(formatDepth);
+    const unsigned shift = formatDepth - depth;
+    std::vector<T> samples;
+    samples.reserve(pixels + 1); // room for the spare one
+    samples.resize(pixels);
+    for (std::size_t i = 0; i < pixels; ++i) {
+        samples[i] = static_cast<T>(std::min(wordAt(bytes, i), largest) >> shift);
+    }
+    return samples;
+}
+
+} // namespace
+
+bool exceedsRange(std::span<const std::uint8_t> bytes, const STransferFormat& format) {
+    if (format.layout != ELayout::Words) {
+        return false;
+    }
+    // The largest sample is all ones: what is above it has a bit beyond.
+    unsigned highBits = 0;
+    for (std::size_t i = 1; i < bytes.size(); i += 2) {
+        highBits |= bytes[i];
+    }
+    return highBits >> format.ShiftToByte() != 0;
+}
+
 SRawFrame rawFrame(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::uint32_t width,
-                   std::uint32_t height, unsigned short colorArray) {
+                   std::uint32_t height, unsigned short colorArray, unsigned short depth) {
     const std::size_t pixels = static_cast<std::size_t>(width) * height;
-    SRawFrame frame{width, height, colorArray, libraryDepth(format), {}};
+    SRawFrame frame{width, height, colorArray, depth, {}};
     if (format.layout == ELayout::Bytes) {
         std::vector<std::uint8_t> samples;
         samples.reserve(pixels + 1);
         samples.assign(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(pixels));
-        appendSpareSample(samples, width);
         frame.samples = std::move(samples);
-        return frame;
+    } else if (depth == 8) {
+        frame.samples = shiftedWords<std::uint8_t>(bytes, pixels, format.depth, depth);
+    } else {
+        frame.samples = shiftedWords<std::uint16_t>(bytes, pixels, format.depth, depth);
     }
-    const std::uint16_t largest = maxSample(format.depth);
-    const int shift = format.depth - frame.depth;
-    std::vector<std::uint16_t> samples;
-    samples.reserve(pixels + 1);
-    for (std::size_t i = 0; i < pixels; ++i) {
-        samples.push_back(static_cast<std::uint16_t>(std::min(wordAt(bytes, i), largest) >> shift));
-    }
-    appendSpareSample(samples, width);
-    frame.samples = std::move(samples);
+    std::visit([&](auto& samples) { appendSpareSample(samples, width); }, frame.samples);
     return frame;
 }
 

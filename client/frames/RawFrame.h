@@ -16,13 +16,16 @@ constexpr std::uint64_t frameBytes(const STransferFormat& format, std::uint32_t 
     return format.RowBytes(width) * height;
 }
 
-/// Depth at which the library works on a format: samples in words have at most 12 bits, so 14 and 16 are shifted down;
-/// it unpacks, and turns colour formats into pictures, at 8 bits.
+/// Most bits that a picture's colours are made with.
+inline constexpr unsigned short kColorsDepth = 12;
+
+/// Depth at which the functions of the library work on a format: samples have at most 12 bits, so 14 and 16 are shifted
+/// down; bit streams are unpacked, and colour formats become pictures, at 8 bits.
 constexpr unsigned short libraryDepth(const STransferFormat& format) {
-    if (format.layout != ELayout::Bytes && format.layout != ELayout::Words) {
+    if (!format.IsRaw() || format.IsPacked()) {
         return 8;
     }
-    return format.depth < 12 ? format.depth : static_cast<unsigned short>(12);
+    return format.depth < kColorsDepth ? format.depth : kColorsDepth;
 }
 
 /// One raw frame in the form that the library takes: rows without padding, bytes at depth 8, else words.
@@ -31,7 +34,7 @@ struct SRawFrame {
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     unsigned short colorArray = 0; ///< enum VekColorArray, 1..5
-    unsigned short depth = 0;      ///< significant bits: 8, 10 or 12
+    unsigned short depth = 0;      ///< significant bits, 8..16
     std::variant<std::vector<std::uint8_t>, std::vector<std::uint16_t>> samples;
 };
 
@@ -47,9 +50,12 @@ inline std::uint16_t wordAt(std::span<const std::uint8_t> bytes, std::size_t i) 
     return static_cast<std::uint16_t>(bytes[2 * i] | (bytes[2 * i + 1] << 8));
 }
 
+/// Whether words among transferred bytes are above their format's range.
+bool exceedsRange(std::span<const std::uint8_t> bytes, const STransferFormat& format);
+
 /// Makes a frame of transferred bytes (frameBytes of them) of a format of bytes or words (little-endian). Samples above
-/// the format's range count as its largest.
+/// the format's range count as its largest. depth: of the frame, the format's or less: low bits are cut off.
 SRawFrame rawFrame(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::uint32_t width,
-                   std::uint32_t height, unsigned short colorArray);
+                   std::uint32_t height, unsigned short colorArray, unsigned short depth);
 
 } // namespace vek::client

@@ -30,8 +30,8 @@ constexpr std::array kColorArrays = {
 };
 
 constexpr auto kMethods = [] {
-    std::array<SName, kDemosaicMethods.size()> names{};
-    std::transform(kDemosaicMethods.begin(), kDemosaicMethods.end(), names.begin(), [](const SDemosaicMethod& method) {
+    std::array<SName, kChainMethods.size()> names{};
+    std::transform(kChainMethods.begin(), kChainMethods.end(), names.begin(), [](const SDemosaicMethod& method) {
         return SName{method.code, method.name};
     });
     return names;
@@ -130,6 +130,11 @@ const STransferFormat* findTransferFormat(std::string_view text) {
     return findIn(kTransferFormats, text);
 }
 
+const STransferFormat* findChainFormat(std::string_view text) {
+    const STransferFormat* const format = findTransferFormat(text);
+    return format != nullptr ? format : findIn(kChainFormats, text);
+}
+
 std::string_view colorArrayName(unsigned code) {
     return nameIn(kColorArrays, code);
 }
@@ -155,6 +160,21 @@ std::string nameList(std::span<const SName> names) {
     std::string list;
     for (const SName& name : names) {
         append(list, name.name);
+    }
+    return list;
+}
+
+std::string numberList(std::span<const SName> names) {
+    std::string list;
+    for (std::size_t first = 0; first < names.size();) {
+        std::size_t last = first;
+        while (last + 1 < names.size() && names[last + 1].code == names[last].code + 1) {
+            ++last;
+        }
+        list += list.empty() ? "" : " or ";
+        list += last == first ? fmt::format("{}", names[first].code)
+                              : fmt::format("{} to {}", names[first].code, names[last].code);
+        first = last + 1;
     }
     return list;
 }

@@ -23,7 +23,7 @@ struct SName {
 // Tables, each in the order of its codes. They live as long as the program.
 std::span<const SName> colorArrays();      ///< enum VekColorArray, all eleven
 std::span<const SName> bayerColorArrays(); ///< the ones a raw frame can have, mono included
-std::span<const SName> demosaicMethods();  ///< enum VekDemosaicMethod
+std::span<const SName> demosaicMethods();  ///< enum VekDemosaicMethod and the chain's own
 std::span<const SName> noiseModes();       ///< enum VekNoiseReductionMode, the two that correct frames
 std::span<const SName> alcModes();         ///< enum VekALCMode without off
 std::span<const SName> alcModesAndOff();
@@ -35,6 +35,8 @@ bool isName(std::string_view text, std::string_view name);
 std::optional<unsigned> findCode(std::span<const SName> names, std::string_view text);
 /// The same for transfer formats; null when there is none.
 const STransferFormat* findTransferFormat(std::string_view text);
+/// The same for these and the formats that the chain takes besides.
+const STransferFormat* findChainFormat(std::string_view text);
 
 /// Names for printing; "unknown" for a code without one.
 std::string_view colorArrayName(unsigned code);
@@ -47,6 +49,8 @@ std::string_view pixelFormatName(int pixelFormat);
 
 /// The names in the order of their codes, separated by ", ".
 std::string nameList(std::span<const SName> names);
+/// Their codes: "0 to 6", "0 to 6 or 16".
+std::string numberList(std::span<const SName> names);
 /// The same of the transfer formats that fit.
 std::string transferFormatList(bool (*fits)(const STransferFormat&) = [](const STransferFormat&) { return true; });
 

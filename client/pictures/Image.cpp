@@ -18,12 +18,13 @@ std::uint16_t scaledSample(std::uint16_t sample, unsigned from, unsigned to) {
 
 } // namespace
 
-SImage scaledToDepth(const SImage& image, unsigned short depth) {
-    SImage scaled{image.width, image.height, image.channels, depth, {}};
-    scaled.samples.resize(image.samples.size());
-    std::transform(image.samples.begin(), image.samples.end(), scaled.samples.begin(),
-                   [&](std::uint16_t sample) { return scaledSample(sample, image.depth, depth); });
-    return scaled;
+SImage scaledToDepth(SImage image, unsigned short depth) {
+    if (image.depth != depth) {
+        std::transform(image.samples.begin(), image.samples.end(), image.samples.begin(),
+                       [&](std::uint16_t sample) { return scaledSample(sample, image.depth, depth); });
+        image.depth = depth;
+    }
+    return image;
 }
 
 } // namespace vek::client

@@ -25,6 +25,6 @@ constexpr std::uint16_t maxSample(unsigned depth) {
 
 /// Scales to another depth: down by dropping low bits, up by repeating the high ones, so that the whole range
 /// maps onto the whole range (0x0ABC at 12 bits is 0xABCA at 16).
-SImage scaledToDepth(const SImage& image, unsigned short depth);
+SImage scaledToDepth(SImage image, unsigned short depth);
 
 } // namespace vek::client

@@ -4,6 +4,7 @@
 #include "client/Errors.h"
 #include "client/camera/CameraInfo.h"
 #include "client/files/JsonText.h"
+#include "client/frames/RawFrame.h"
 #include "client/names/Names.h"
 #include "client/pictures/PngInput.h"
 #include "client/pictures/PngOutput.h"

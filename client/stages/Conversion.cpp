@@ -8,6 +8,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <utility>
+#include <variant>
+
 namespace vek::client {
 
 namespace {
@@ -18,13 +22,37 @@ bool isGray(const SConversion& conversion) {
 }
 
 /// The bicubic method gives deeper frames nothing above 255.
-bool needsBytes(const SConversion& conversion) {
-    return conversion.stages.Any() || (isBayer(conversion.colorArray) && conversion.method == VEK_DEMOSAIC_BICUBIC);
+bool isBicubic(const SConversion& conversion) {
+    return isBayer(conversion.colorArray) && conversion.method == VEK_DEMOSAIC_BICUBIC;
 }
 
-/// Of the picture in front of the display rendering.
-unsigned short depthOf(const SConversion& conversion) {
-    return needsBytes(conversion) ? kStagesDepth : libraryDepth(*conversion.format);
+void checkDepth(const SConversion& conversion) {
+    if (conversion.depth <= kStagesDepth) {
+        return;
+    }
+    if (!conversion.format->IsRaw()) {
+        throw CMisfit(fmt::format("<depth> {} needs a raw or mono frame: format {} is colour already", conversion.depth,
+                                  conversion.format->name));
+    }
+    if (conversion.stages.Any() || isBicubic(conversion)) {
+        throw CMisfit(fmt::format("<depth> {} does not go with {}, which work{} at 8 bits", conversion.depth,
+                                  conversion.stages.Any() ? "image stages" : "method bicubic",
+                                  conversion.stages.Any() ? "" : "s"));
+    }
+    if (conversion.depth > kColorsDepth && !isGray(conversion)) {
+        throw CMisfit(fmt::format("<depth> {} needs a grey picture: colours have {} bits at most", conversion.depth,
+                                  kColorsDepth));
+    }
+}
+
+/// Of raw frames and of the pictures of others, before a stage takes them down.
+unsigned short frameDepth(const SConversion& conversion) {
+    const STransferFormat& format = *conversion.format;
+    if (conversion.depth == 0 || !format.IsRaw()) {
+        return libraryDepth(format);
+    }
+    const unsigned short most = format.IsPacked() || conversion.depth > kColorsDepth ? conversion.depth : kColorsDepth;
+    return std::min(format.depth, most);
 }
 
 unsigned blackOf(const SConversion& conversion) {
@@ -49,23 +77,22 @@ SImage displayed(const SImage& image, const SConversion& conversion) {
     return renderForDisplay(image, levels, gains, conversion.bitsOut);
 }
 
-/// The picture in front of the stages that work on pictures.
-SImage demosaiced(const CLibraryHandle& library, std::span<const std::uint8_t> bytes, const SConversion& conversion) {
-    const STransferFormat& format = *conversion.format;
-    const std::uint32_t width = conversion.width;
-    const std::uint32_t height = conversion.height;
-    if (!format.IsRaw()) {
-        return library.Picture(bytes, format, width, height, conversion.method == VEK_DEMOSAIC_MONO);
-    }
-    SRawFrame frame = format.IsPacked() ? library.Unpacked(bytes, format, width, height, conversion.colorArray)
-                                        : rawFrame(bytes, format, width, height, conversion.colorArray);
-    if (conversion.corrections.Any()) {
-        correct(library, conversion.corrections, format, frame);
-    }
-    if (needsBytes(conversion)) {
-        frame = afterRawStages(library, conversion.stages, frame);
-    }
-    return library.Demosaic(frame, conversion.method);
+/// The code that the chain has for unpacked samples of a depth.
+std::uint32_t samplesFormat(unsigned depth) {
+    const auto* const found =
+        std::find_if(kTransferFormats.begin(), kTransferFormats.end(), [&](const STransferFormat& format) {
+            return format.content == EContent::Raw && !format.IsPacked() && format.depth == depth;
+        });
+    return found->code;
+}
+
+std::span<const std::uint8_t> samplesOf(const SRawFrame& frame) {
+    return std::visit(
+        [&](const auto& samples) {
+            return std::span(reinterpret_cast<const std::uint8_t*>(samples.data()),
+                             std::size_t{frame.width} * frame.height * sizeof samples[0]);
+        },
+        frame.samples);
 }
 
 } // namespace
@@ -78,11 +105,16 @@ void checkMethod(const SConversion& conversion) {
     }
 }
 
+unsigned short workingDepth(const SConversion& conversion) {
+    const bool bytes = conversion.stages.Any() || isBicubic(conversion) || conversion.depth == kStagesDepth;
+    return bytes ? kStagesDepth : frameDepth(conversion);
+}
+
 void complete(SConversion& conversion) {
     const STransferFormat& format = *conversion.format;
     const bool gray = isGray(conversion);
     conversion.stages.file = stagesForFrame(conversion.stages.file, conversion.colorArray, gray);
-    const unsigned short depth = depthOf(conversion);
+    const unsigned short depth = workingDepth(conversion);
     // Both are shifted down with the samples and have to stay apart.
     const int shift = format.depth - depth;
     if (blackOf(conversion) >> shift >= whiteOf(conversion) >> shift) {
@@ -90,17 +122,130 @@ void complete(SConversion& conversion) {
     }
     checkCorrections(conversion.corrections, format, conversion.width, conversion.height, conversion.colorArray);
     checkStages(conversion.stages, format, conversion.width, conversion.height, conversion.colorArray, gray);
+    checkDepth(conversion);
     if (conversion.bitsOut == 0) {
         conversion.bitsOut = depth == 8 || conversion.display ? 8 : 16;
     }
 }
 
-SImage pictureOf(const CLibraryHandle& library, std::span<const std::uint8_t> bytes, const SConversion& conversion) {
-    SImage image = demosaiced(library, bytes, conversion);
-    if (conversion.stages.Any()) {
-        runPictureStages(library, conversion.stages, image);
+CConverter::CConverter(const CLibraryHandle& library, const SConversion& conversion, EDeveloper developer)
+    : mLibrary(library), mConversion(conversion) {
+    setStages(library, conversion.stages);
+    const STransferFormat& format = *conversion.format;
+    if (!format.IsRaw()) {
+        return;
     }
-    return conversion.display ? displayed(image, conversion) : scaledToDepth(image, conversion.bitsOut);
+    const unsigned short working = workingDepth(conversion);
+    mSampleDepth = conversion.corrections.Any() ? frameDepth(conversion) : working;
+    setCorrections(library, conversion.corrections, format,
+                   {conversion.width, conversion.height, conversion.colorArray, mSampleDepth, {}});
+    mRawByFunctions = IsTurned() || mSampleDepth != working || developer == EDeveloper::Functions;
+    mDirect = !mRawByFunctions && format.depth == working;
+    const bool edge = isBayer(conversion.colorArray) && conversion.method == VEK_CHAIN_DEMOSAIC_EDGE;
+    if (developer == EDeveloper::Chain || edge || working > kColorsDepth) {
+        MakeChain();
+    }
+    const bool isPacked = format.layout != ELayout::Bytes && format.layout != ELayout::Words;
+    if (isPacked && (!mDirect || !mChain)) {
+        MakeUnpacking();
+    }
+}
+
+/// Frames of all formats become samples of the depth at which they are corrected.
+void CConverter::MakeUnpacking() {
+    SChainDescription description(mConversion.format->code, mConversion.width, mConversion.height,
+                                  mConversion.colorArray, VEK_CHAIN_MONO);
+    description.picture.depth = mSampleDepth;
+    description.chain.demosaic = VEK_DEMOSAIC_MONO;
+    std::string reason;
+    mUnpacking = CChainRun::Make(mLibrary.Get(), description, mConversion.threads, reason);
+    if (!mUnpacking) {
+        throw CFailure(fmt::format("the library does not unpack the frame: {}", reason));
+    }
+}
+
+void CConverter::MakeChain() {
+    const SStages& stages = mConversion.stages;
+    const unsigned short working = workingDepth(mConversion);
+    SRawFrame frame{mConversion.width, mConversion.height, mConversion.colorArray, working, {}};
+    if (mRawByFunctions && (stages.mirror || stages.rotation)) {
+        frame = turnedFrame(mLibrary, stages, frame);
+    }
+    SChainDescription description(mDirect ? mConversion.format->code : samplesFormat(working), frame.width,
+                                  frame.height, frame.colorArray, isGray(mConversion) ? VEK_CHAIN_MONO : VEK_CHAIN_RGB);
+    VekChainDescription& chain = description.chain;
+    chain.demosaic = mConversion.method;
+    chain.stages = stages.ChainStages();
+    if (mRawByFunctions) {
+        chain.stages &= ~static_cast<unsigned>(VEK_CHAIN_WHITE_BALANCE | VEK_CHAIN_RAW_GAMMA);
+    } else {
+        chain.noise = mConversion.corrections.noise.value_or(VEK_NOISE_OFF);
+        if (!mConversion.corrections.shadingPath.empty()) {
+            chain.stages |= VEK_CHAIN_SHADING;
+        }
+        chain.mirror = stages.mirror.value_or(VEK_MIRROR_NONE);
+    }
+    std::string reason;
+    mChain = CChainRun::Make(mLibrary.Get(), description, mConversion.threads, reason);
+    if (!mChain && (mConversion.method == VEK_CHAIN_DEMOSAIC_EDGE || working > kColorsDepth)) {
+        throw CFailure(fmt::format("the library does not take the frame: {}", reason));
+    }
+}
+
+SRawFrame CConverter::Samples(std::span<const std::uint8_t> bytes) {
+    const STransferFormat& format = *mConversion.format;
+    const std::uint32_t width = mConversion.width;
+    const std::uint32_t height = mConversion.height;
+    if (!mUnpacking) {
+        return rawFrame(bytes, format, width, height, mConversion.colorArray, mSampleDepth);
+    }
+    // Unpacked, its rows are those of a format of samples.
+    const SPictureView picture = mUnpacking->Develop(bytes);
+    const STransferFormat& samples = *transferFormat(samplesFormat(mSampleDepth));
+    const std::span unpacked(static_cast<const std::uint8_t*>(picture.samples), frameBytes(samples, width, height));
+    return rawFrame(unpacked, samples, width, height, mConversion.colorArray, mSampleDepth);
+}
+
+SImage CConverter::FromRaw(std::span<const std::uint8_t> bytes) {
+    if (mDirect && mChain && !exceedsRange(bytes, *mConversion.format)) {
+        return imageOf(mChain->Develop(bytes));
+    }
+    SRawFrame frame = Samples(bytes);
+    if (mRawByFunctions || !mChain) {
+        if (mConversion.corrections.Any()) {
+            correct(mLibrary, mConversion.corrections, frame);
+        }
+        if (workingDepth(mConversion) == kStagesDepth) {
+            frame = afterRawStages(mLibrary, mConversion.stages, frame);
+        }
+    }
+    if (mChain) {
+        return imageOf(mChain->Develop(samplesOf(frame)));
+    }
+    SImage image = mLibrary.Demosaic(frame, mConversion.method);
+    RunPictureStages(image);
+    return image;
+}
+
+void CConverter::RunPictureStages(SImage& image) const {
+    if (mConversion.stages.Any()) {
+        runPictureStages(mLibrary, mConversion.stages, image);
+    }
+}
+
+SImage CConverter::Developed(std::span<const std::uint8_t> bytes) {
+    if (mConversion.format->IsRaw()) {
+        return FromRaw(bytes);
+    }
+    SImage image = mLibrary.Picture(bytes, *mConversion.format, mConversion.width, mConversion.height,
+                                    mConversion.method == VEK_DEMOSAIC_MONO);
+    RunPictureStages(image);
+    return image;
+}
+
+SImage CConverter::Picture(std::span<const std::uint8_t> bytes) {
+    SImage image = Developed(bytes);
+    return mConversion.display ? displayed(image, mConversion) : scaledToDepth(std::move(image), mConversion.bitsOut);
 }
 
 } // namespace vek::client

@@ -20,9 +20,13 @@ void reduceNoise(VekCam_Handle handle, unsigned long mode, const SRawFrame& fram
               mode == VEK_NOISE_STORE_DARK ? "dark frame" : "noise reduction");
 }
 
-template <class T>
-void shade(VekCam_Handle handle, unsigned long mode, const SRawFrame& frame, T* image) {
+void setShading(VekCam_Handle handle, unsigned long mode) {
     requireOk(VekCam_SetShadingCorrectionMode(handle, mode), "shading correction");
+}
+
+/// The same. While it calibrates, the image becomes the map.
+template <class T>
+void shade(VekCam_Handle handle, const SRawFrame& frame, T* image) {
     requireOk(VekCam_ShadingCorrection(handle, frame.width, frame.height, frame.width * sizeof(T), image, frame.depth),
               "shading correction");
 }
@@ -77,31 +81,41 @@ void checkCorrections(const SCorrections& corrections, const STransferFormat& fo
     inputsOf(corrections); // throws for a name that is none of a calibration
 }
 
-void correct(const CLibraryHandle& library, const SCorrections& corrections, const STransferFormat& format,
-             SRawFrame& frame) {
+void setCorrections(const CLibraryHandle& library, const SCorrections& corrections, const STransferFormat& format,
+                    const SRawFrame& frame) {
     const auto calibration = [&](const std::string& path, const char* kind) {
         SCalibration read = readCalibration(path, kind);
         requireMatch(read, path, format, frame.width, frame.height, frame.colorArray);
         return read;
     };
+    const auto set = [&]<class T>(T) {
+        if (corrections.noise == VEK_NOISE_COMPLEX) {
+            std::vector<T> dark = samplesAtDepth<T>(calibration(corrections.darkPath, "dark"), frame.depth);
+            reduceNoise(library.Get(), VEK_NOISE_STORE_DARK, frame, dark.data());
+        }
+        if (!corrections.shadingPath.empty()) {
+            std::vector<T> flat = samplesAtDepth<T>(calibration(corrections.shadingPath, "flat"), frame.depth);
+            // A handle without a camera measures each place of the 2 x 2 cell for itself: one target makes the four of
+            // a mono frame alike.
+            const bool mono = frame.colorArray == VEK_COLOR_ARRAY_MONO;
+            requireOk(VekCam_SetShadingCorrectionTarget(library.Get(), mono ? centerMean(frame, flat) : 0),
+                      "shading correction");
+            setShading(library.Get(), VEK_SHADING_CALIBRATE_GAIN);
+            shade(library.Get(), frame, flat.data());
+            setShading(library.Get(), VEK_SHADING_GAIN);
+        }
+    };
+    frame.depth == 8 ? set(std::uint8_t{}) : set(std::uint16_t{});
+}
+
+void correct(const CLibraryHandle& library, const SCorrections& corrections, SRawFrame& frame) {
     std::visit(
-        [&]<class T>(std::vector<T>& samples) {
-            if (corrections.noise == VEK_NOISE_COMPLEX) {
-                std::vector<T> dark = samplesAtDepth<T>(calibration(corrections.darkPath, "dark"), frame.depth);
-                reduceNoise(library.Get(), VEK_NOISE_STORE_DARK, frame, dark.data());
-            }
+        [&](auto& samples) {
             if (corrections.noise) {
                 reduceNoise(library.Get(), *corrections.noise, frame, samples.data());
             }
             if (!corrections.shadingPath.empty()) {
-                std::vector<T> flat = samplesAtDepth<T>(calibration(corrections.shadingPath, "flat"), frame.depth);
-                // A handle without a camera measures each place of the 2 x 2 cell for itself: one target makes the four
-                // of a mono frame alike.
-                const bool mono = frame.colorArray == VEK_COLOR_ARRAY_MONO;
-                requireOk(VekCam_SetShadingCorrectionTarget(library.Get(), mono ? centerMean(frame, flat) : 0),
-                          "shading correction");
-                shade(library.Get(), VEK_SHADING_CALIBRATE_GAIN, frame, flat.data());
-                shade(library.Get(), VEK_SHADING_GAIN, frame, samples.data());
+                shade(library.Get(), frame, samples.data());
             }
             samples.pop_back(); // the spare one has to follow the others
             appendSpareSample(samples, frame.width);

@@ -28,9 +28,12 @@ std::vector<std::string> inputsOf(const SCorrections& corrections);
 void checkCorrections(const SCorrections& corrections, const STransferFormat& format, std::uint32_t width,
                       std::uint32_t height, unsigned short colorArray);
 
-/// Corrects a frame of a transfer format in place, at the frame's depth. Throws CFailure where a calibration cannot be
-/// read or belongs to other frames, or the library refuses.
-void correct(const CLibraryHandle& library, const SCorrections& corrections, const STransferFormat& format,
-             SRawFrame& frame);
+/// Gives the library what corrections of such frames need. frame: its size, colour array and depth count; format: that
+/// it comes in. Throws CFailure where a calibration cannot be read or belongs to other frames, or the library refuses.
+void setCorrections(const CLibraryHandle& library, const SCorrections& corrections, const STransferFormat& format,
+                    const SRawFrame& frame);
+
+/// Corrects a frame in place, with what was set for such ones. Throws CFailure when the library refuses.
+void correct(const CLibraryHandle& library, const SCorrections& corrections, SRawFrame& frame);
 
 } // namespace vek::client

@@ -107,18 +107,6 @@ SImage CLibraryHandle::Demosaic(const SRawFrame& frame, unsigned char method) co
     return image;
 }
 
-SRawFrame CLibraryHandle::Unpacked(std::span<const std::uint8_t> bytes, const STransferFormat& format,
-                                   std::uint32_t width, std::uint32_t height, unsigned short colorArray) const {
-    std::vector<std::uint8_t> samples;
-    samples.reserve(std::size_t{width} * height + 1); // room for the spare one
-    samples.resize(std::size_t{width} * height);
-    unsigned long pitch = 0;
-    requireFormat(VekCam_ConvTo8BitsImage(mHandle, width, height, 0, format.code, bytes.data(), &pitch, samples.data()),
-                  "VekCam_ConvTo8BitsImage", format, width, height);
-    appendSpareSample(samples, width);
-    return {width, height, colorArray, 8, std::move(samples)};
-}
-
 SImage CLibraryHandle::Picture(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::uint32_t width,
                                std::uint32_t height, bool gray) const {
     const unsigned long destination = gray ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_BGR24;

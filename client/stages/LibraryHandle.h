@@ -30,11 +30,6 @@ public:
     /// row above. Throws CFailure when the library refuses.
     SImage Demosaic(const SRawFrame& frame, unsigned char method) const;
 
-    /// Takes the frame of a packed format apart with VekCam_ConvTo8BitsImage, which leaves the upper 8 bits of each
-    /// sample. bytes: frameBytes of them. Throws CFailure when the library refuses.
-    SRawFrame Unpacked(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::uint32_t width,
-                       std::uint32_t height, unsigned short colorArray) const;
-
     /// Makes a picture of 8 bits of a frame whose colours the camera has made, of YCrCb with VekCam_ColorInterpolation,
     /// of blue-green-red with VekCam_ConvYUVOrBGRToBGRImage. gray: luma, or green. Every pixel gets its colour, also
     /// those at the end of a row that the library leaves out. bytes: frameBytes of them. Throws CFailure when the
@@ -51,7 +46,12 @@ constexpr std::uint32_t smallestSide(unsigned short colorArray, unsigned method)
     if (!isBayer(colorArray)) {
         return 1;
     }
-    return method < kDemosaicMethods.size() ? kDemosaicMethods[method].minSize : 1;
+    for (const SDemosaicMethod& known : kChainMethods) {
+        if (known.code == method) {
+            return known.minSize;
+        }
+    }
+    return 1;
 }
 
 /// The library's version number.

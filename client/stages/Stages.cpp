@@ -30,38 +30,31 @@ std::vector<std::uint8_t> bytesOf(const SRawFrame& frame) {
         frame.samples);
 }
 
-void applyBalance(VekCam_Handle handle, const std::optional<SBalance>& balance, SRawFrame& frame, void* image) {
-    if (balance) {
-        const auto& [r, gr, gb, b] = balance->gains;
-        requireOk(VekCam_SetWhiteBalanceMode(handle, balance->mode), "white balance");
-        requireOk(VekCam_SetWhiteBalanceGain(handle, r, gr, gb, b), "white balance");
-    }
-    requireOk(
-        VekCam_WhiteBalance(handle, frame.width, frame.height, frame.width, frame.colorArray, image, kStagesDepth),
-        "white balance");
+void setBalance(VekCam_Handle handle, const SBalance& balance) {
+    const auto& [r, gr, gb, b] = balance.gains;
+    requireOk(VekCam_SetWhiteBalanceMode(handle, balance.mode), "white balance");
+    requireOk(VekCam_SetWhiteBalanceGain(handle, r, gr, gb, b), "white balance");
 }
 
-void applyRawGamma(VekCam_Handle handle, const std::optional<unsigned short>& gamma, SRawFrame& frame, void* image) {
-    if (gamma) {
-        for (const unsigned char channel : {VEK_GAMMA_R, VEK_GAMMA_GR, VEK_GAMMA_GB, VEK_GAMMA_B}) {
-            requireOk(VekCam_SetGammaMode(handle, channel, VEK_GAMMA_CURVE, *gamma, 0, 0, nullptr, kStagesDepth),
-                      "raw tone curves");
-        }
+void setRawGamma(VekCam_Handle handle, unsigned short gamma) {
+    for (const unsigned char channel : {VEK_GAMMA_R, VEK_GAMMA_GR, VEK_GAMMA_GB, VEK_GAMMA_B}) {
+        requireOk(VekCam_SetGammaMode(handle, channel, VEK_GAMMA_CURVE, gamma, 0, 0, nullptr, kStagesDepth),
+                  "raw tone curves");
     }
-    requireOk(VekCam_RawColorGamma(handle, frame.width, frame.height, frame.colorArray, image, kStagesDepth),
-              "raw tone curves");
 }
 
-void turn(VekCam_Handle handle, unsigned char mirror, unsigned char rotation, SRawFrame& frame, void* image) {
+void turn(VekCam_Handle handle, const SStages& stages, SRawFrame& frame, void* image) {
     unsigned long width = frame.width;
     unsigned long height = frame.height;
-    requireOk(VekCam_MirrorRotation(handle, mirror, rotation, &width, &height, &frame.colorArray, image),
+    requireOk(VekCam_MirrorRotation(handle, stages.mirror.value_or(VEK_MIRROR_NONE),
+                                    stages.rotation.value_or(VEK_ROTATION_NONE), &width, &height, &frame.colorArray,
+                                    image),
               "mirror and rotation");
     frame.width = static_cast<std::uint32_t>(width);
     frame.height = static_cast<std::uint32_t>(height);
 }
 
-void applyColors(VekCam_Handle handle, const SStages& stages, const SImage& image, void* rows) {
+void setColors(VekCam_Handle handle, const SStages& stages) {
     if (stages.matrix) {
         requireOk(VekCam_SetColorMatrix(handle, VEK_COLOR_MATRIX_CUSTOM, stages.matrix->data()), "colour matrix");
     }
@@ -82,9 +75,6 @@ void applyColors(VekCam_Handle handle, const SStages& stages, const SImage& imag
         requireOk(VekCam_SetLowChromaSuppression(handle, stages.suppressLow->start, stages.suppressLow->slope),
                   "chroma suppression");
     }
-    requireOk(
-        VekCam_HueSaturationColorMatrix(handle, image.width, image.height, VEK_DESTINATION_BGR24, rows, kStagesDepth),
-        "colour matrix");
 }
 
 /// What the options leave open stays as the handle has it: changing nothing, unless a setting file was read.
@@ -158,45 +148,68 @@ void checkStages(const SStages& stages, const STransferFormat& format, std::uint
     }
 }
 
+void setStages(const CLibraryHandle& library, const SStages& stages) {
+    if (stages.balance) {
+        setBalance(library.Get(), *stages.balance);
+    }
+    if (stages.rawGamma) {
+        setRawGamma(library.Get(), *stages.rawGamma);
+    }
+    setColors(library.Get(), stages);
+    if (stages.OnLuma()) {
+        setLumaCurve(library.Get(), stages);
+    }
+    if (stages.sharpness) {
+        requireOk(VekCam_SetSharpnessMode(library.Get(), 1, stages.sharpness->gain, stages.sharpness->coring),
+                  "sharpness");
+    }
+}
+
 SRawFrame afterRawStages(const CLibraryHandle& library, const SStages& stages, const SRawFrame& frame) {
     SRawFrame result{frame.width, frame.height, frame.colorArray, kStagesDepth, {}};
     std::vector<std::uint8_t> bytes = bytesOf(frame);
-    if (stages.balance || stages.file.balance) {
-        applyBalance(library.Get(), stages.balance, result, bytes.data());
+    const unsigned running = stages.ChainStages();
+    if ((running & VEK_CHAIN_WHITE_BALANCE) != 0) {
+        requireOk(VekCam_WhiteBalance(library.Get(), frame.width, frame.height, frame.width, frame.colorArray,
+                                      bytes.data(), kStagesDepth),
+                  "white balance");
     }
-    if (stages.rawGamma || stages.file.rawGamma) {
-        applyRawGamma(library.Get(), stages.rawGamma, result, bytes.data());
+    if ((running & VEK_CHAIN_RAW_GAMMA) != 0) {
+        requireOk(VekCam_RawColorGamma(library.Get(), frame.width, frame.height, frame.colorArray, bytes.data(),
+                                       kStagesDepth),
+                  "raw tone curves");
     }
     if (stages.mirror || stages.rotation) {
-        turn(library.Get(), stages.mirror.value_or(VEK_MIRROR_NONE), stages.rotation.value_or(VEK_ROTATION_NONE),
-             result, bytes.data());
+        turn(library.Get(), stages, result, bytes.data());
     }
     appendSpareSample(bytes, result.width);
     result.samples = std::move(bytes);
     return result;
 }
 
+SRawFrame turnedFrame(const CLibraryHandle& library, const SStages& stages, const SRawFrame& frame) {
+    // A cell tells what becomes of the colours: the library names the array of every size by that of a whole one.
+    std::uint8_t cell[2 * 2] = {};
+    SRawFrame turned{2, 2, frame.colorArray, kStagesDepth, {}};
+    turn(library.Get(), stages, turned, cell);
+    const bool quarter = stages.rotation.value_or(VEK_ROTATION_NONE) != VEK_ROTATION_NONE;
+    turned.width = quarter ? frame.height : frame.width;
+    turned.height = quarter ? frame.width : frame.height;
+    return turned;
+}
+
 void runPictureStages(const CLibraryHandle& library, const SStages& stages, SImage& image) {
     std::vector<std::uint8_t> rows = libraryRows<std::uint8_t>(image);
     const unsigned long format = image.channels == 1 ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_BGR24;
-    if (stages.OnColor() || stages.file.color) {
-        applyColors(library.Get(), stages, image, rows.data());
-    }
-    if (stages.OnLuma()) {
-        setLumaCurve(library.Get(), stages);
-    }
-    if (stages.OnLuma() || stages.file.luma) {
-        requireOk(VekCam_BGRGamma(library.Get(), image.width, image.height, format, rows.data(), kStagesDepth),
-                  "luma curve");
-    }
-    if (stages.sharpness) {
-        requireOk(VekCam_SetSharpnessMode(library.Get(), 1, stages.sharpness->gain, stages.sharpness->coring),
-                  "sharpness");
-    }
-    if (stages.sharpness || stages.file.sharpness) {
-        requireOk(VekCam_Sharpness(library.Get(), image.width, image.height, format, rows.data(), kStagesDepth),
-                  "sharpness");
-    }
+    const unsigned running = stages.ChainStages();
+    const auto run = [&](unsigned stage, auto function, const char* name) {
+        if ((running & stage) != 0) {
+            requireOk(function(library.Get(), image.width, image.height, format, rows.data(), kStagesDepth), name);
+        }
+    };
+    run(VEK_CHAIN_COLOR_MATRIX, VekCam_HueSaturationColorMatrix, "colour matrix");
+    run(VEK_CHAIN_LUMA_GAMMA, VekCam_BGRGamma, "luma curve");
+    run(VEK_CHAIN_SHARPNESS, VekCam_Sharpness, "sharpness");
     takeLibraryRows(rows, image);
 }
 

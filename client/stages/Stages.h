@@ -5,6 +5,8 @@
 #include "client/pictures/Image.h"
 #include "client/stages/LibraryHandle.h"
 
+#include <VekTrgChain.h>
+
 #include <array>
 #include <optional>
 #include <string>
@@ -53,6 +55,15 @@ struct SStages {
     std::optional<SSharpness> sharpness;
     SFileStages file; ///< the settings above come before its own
 
+    /// Those that run, rotation and mirror apart: bits of enum VekChainStage.
+    unsigned ChainStages() const {
+        const auto bit = [](bool runs, unsigned stage) { return runs ? stage : 0; };
+        return bit(balance || file.balance, VEK_CHAIN_WHITE_BALANCE) |
+               bit(rawGamma || file.rawGamma, VEK_CHAIN_RAW_GAMMA) |
+               bit(OnColor() || file.color, VEK_CHAIN_COLOR_MATRIX) | bit(OnLuma() || file.luma, VEK_CHAIN_LUMA_GAMMA) |
+               bit(sharpness || file.sharpness, VEK_CHAIN_SHARPNESS);
+    }
+
     bool OnRaw() const { return balance || rawGamma || mirror || rotation || file.balance || file.rawGamma; }
     bool OnColor() const { return matrix || hue || saturation || suppressHigh || suppressLow; }
     bool OnLuma() const { return gamma || brightness || contrast; }
@@ -78,11 +89,19 @@ SFileStages stagesForFrame(const SFileStages& stages, unsigned short colorArray,
 void checkStages(const SStages& stages, const STransferFormat& format, std::uint32_t width, std::uint32_t height,
                  unsigned short colorArray, bool grayPicture);
 
-/// Takes a raw frame down to the stages' depth and through those that work on raw frames. A quarter turn exchanges its
-/// width and height, and its colour array may become another. Throws CFailure when the library refuses.
+/// Gives the library the settings of the stages. Throws CFailure when it refuses.
+void setStages(const CLibraryHandle& library, const SStages& stages);
+
+/// Takes a raw frame down to the stages' depth and through those that work on raw frames, which were set. A quarter
+/// turn exchanges its width and height, and its colour array may become another. Throws CFailure when the library
+/// refuses.
 SRawFrame afterRawStages(const CLibraryHandle& library, const SStages& stages, const SRawFrame& frame);
 
-/// Takes a picture of the stages' depth through the others, in place. Throws CFailure when the library refuses.
+/// The size and colour array, without samples, of a frame of a size and colour array after the mirror and rotation.
+SRawFrame turnedFrame(const CLibraryHandle& library, const SStages& stages, const SRawFrame& frame);
+
+/// Takes a picture of the stages' depth through the others, which were set, in place. Throws CFailure when the library
+/// refuses.
 void runPictureStages(const CLibraryHandle& library, const SStages& stages, SImage& image);
 
 } // namespace vek::client

@@ -5,24 +5,9 @@
 #include "formats/ColorArrays.h"
 #include "formats/TransferFormats.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace vek {
 
 namespace {
-
-/// Formats that the camera's driver does not have.
-struct SChainFormat {
-    unsigned code; ///< enum VekChainFormat
-    EPacking packing;
-    unsigned short depth;
-    unsigned groupPixels;
-    unsigned groupBytes;
-};
-constexpr SChainFormat kChainFormats[] = {{VEK_CHAIN_CSI2_RAW10, EPacking::Csi10, 10, 4, 5},
-                                          {VEK_CHAIN_CSI2_RAW12, EPacking::Csi12, 12, 2, 3},
-                                          {VEK_CHAIN_CSI2_RAW14, EPacking::Csi14, 14, 4, 7}};
 
 EPacking packingOf(const STransferFormat& format, unsigned byteOrder) {
     switch (format.layout) {
@@ -30,43 +15,24 @@ EPacking packingOf(const STransferFormat& format, unsigned byteOrder) {
         return format.depth == 10 ? EPacking::Stream10 : EPacking::Stream12;
     case ELayout::Words:
         return byteOrder == VEK_CHAIN_BIG_ENDIAN ? EPacking::SwappedWords : EPacking::Words;
+    case ELayout::Csi2:
+        return format.depth == 10 ? EPacking::Csi10 : format.depth == 12 ? EPacking::Csi12 : EPacking::Csi14;
     default:
         return EPacking::Bytes;
     }
 }
 
 /// Packing, depth and group of a frame's format.
-SFrameLayout samplesOf(const VekChainFrame& frame) {
+SFrameLayout samplesOf(const VekChainFrame& frame, const STransferFormat& format) {
     SFrameLayout layout;
-    const auto take = [&](EPacking packing, const auto& format) {
-        layout.packing = packing;
-        layout.depth = format.depth;
-        layout.groupPixels = format.groupPixels;
-        layout.groupBytes = format.groupBytes;
-    };
-    const auto* const known = std::find_if(std::begin(kChainFormats), std::end(kChainFormats),
-                                           [&](const SChainFormat& format) { return format.code == frame.format; });
-    if (known != std::end(kChainFormats)) {
-        take(known->packing, *known);
-    } else {
-        const STransferFormat* const format = transferFormat(frame.format);
-        require(format != nullptr, "frame.format: no transfer format of this number");
-        require(format->IsRaw(), "frame.format: neither raw nor mono");
-        take(packingOf(*format, frame.byteOrder), *format);
-    }
+    layout.packing = packingOf(format, frame.byteOrder);
+    layout.depth = format.depth;
+    layout.groupPixels = format.groupPixels;
+    layout.groupBytes = format.groupBytes;
     require(frame.byteOrder <= VEK_CHAIN_BIG_ENDIAN, "frame.byteOrder: neither little nor big");
     require(frame.byteOrder == VEK_CHAIN_LITTLE_ENDIAN || layout.packing == EPacking::SwappedWords,
             "frame.byteOrder: goes with formats of words alone");
     return layout;
-}
-
-/// Bytes that pixels take from the beginning of a row on.
-std::size_t rowBytes(const SFrameLayout& layout, std::size_t pixels) {
-    const std::size_t groups = pixels / layout.groupPixels;
-    const std::size_t rest = pixels % layout.groupPixels;
-    const bool stream = layout.packing == EPacking::Stream10 || layout.packing == EPacking::Stream12;
-    const std::size_t behind = rest == 0 ? 0 : stream ? (rest * layout.depth + 7) / 8 : layout.groupBytes;
-    return groups * layout.groupBytes + behind;
 }
 
 /// A side of the crop; 0 stands for all that is left.
@@ -87,23 +53,25 @@ unsigned short shiftedColorArray(unsigned short colorArray, unsigned place) {
 }
 
 SFrameLayout frameLayout(const VekChainFrame& frame) {
-    SFrameLayout layout = samplesOf(frame);
+    const STransferFormat* const format = chainFormat(frame.format);
+    require(format != nullptr, "frame.format: no transfer format of this number");
+    require(format->IsRaw(), "frame.format: neither raw nor mono");
+    SFrameLayout layout = samplesOf(frame, *format);
     require(frame.width != 0, "frame.width: 0 pixels");
     require(frame.height != 0, "frame.height: 0 rows");
-    const std::size_t dense = rowBytes(layout, frame.width);
+    const std::size_t dense = format->RowBytes(frame.width);
     require(frame.pitch == 0 || frame.pitch >= dense, "frame.pitch: shorter than a row");
     layout.pitch = frame.pitch != 0 ? frame.pitch : dense;
     layout.cropX = frame.cropX;
     layout.cropY = frame.cropY;
     layout.width = cropped(frame.width, frame.cropX, frame.cropWidth, "frame.cropX, cropWidth: beyond the frame");
     layout.height = cropped(frame.height, frame.cropY, frame.cropHeight, "frame.cropY, cropHeight: beyond the frame");
-    const std::size_t lastRow = rowBytes(layout, layout.cropX + layout.width);
+    const std::size_t lastRow = format->RowBytes(layout.cropX + layout.width);
     const bool tooLarge = __builtin_mul_overflow(layout.pitch, layout.cropY + layout.height - 1, &layout.bytes) ||
                           __builtin_add_overflow(layout.bytes, lastRow, &layout.bytes) || layout.bytes > PTRDIFF_MAX;
     require(!tooLarge, "frame: more bytes than memory can have");
     layout.place = 2 * (frame.cropY % 2) + frame.cropX % 2;
-    const STransferFormat* const format = transferFormat(frame.format);
-    if (format != nullptr && format->IsMono()) {
+    if (format->IsMono()) {
         layout.colorArray = VEK_COLOR_ARRAY_MONO;
     } else {
         require(isRaw(frame.colorArray), "frame.colorArray: neither mono nor Bayer");

@@ -4,7 +4,9 @@
 #pragma once
 
 #include "VekTrgApi.h"
+#include "VekTrgChain.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <string_view>
@@ -12,7 +14,7 @@
 namespace vek {
 
 struct SDemosaicMethod {
-    unsigned char code;           ///< enum VekDemosaicMethod
+    unsigned char code;           ///< enum VekDemosaicMethod, or the chain's own
     std::string_view name;        ///< in commands and messages
     std::string_view title;       ///< in benchmarks
     std::string_view explanation; ///< what its pictures look like
@@ -52,5 +54,23 @@ constexpr bool areDemosaicMethodsByCode() {
     return true;
 }
 static_assert(areDemosaicMethodsByCode());
+
+/// The chain's own, which VekCam_ColorInterpolation does not have.
+inline constexpr SDemosaicMethod kEdgeDirectedMethod = {
+    VEK_CHAIN_DEMOSAIC_EDGE,
+    "edge",
+    "EdgeDirected",
+    "missing colours along edges, not across: crisp, little false colour",
+    2,
+    2,
+    2};
+
+/// All that a chain takes, by code, with gaps.
+inline constexpr auto kChainMethods = [] {
+    std::array<SDemosaicMethod, kDemosaicMethods.size() + 1> methods{};
+    std::copy(kDemosaicMethods.begin(), kDemosaicMethods.end(), methods.begin());
+    methods.back() = kEdgeDirectedMethod;
+    return methods;
+}();
 
 } // namespace vek

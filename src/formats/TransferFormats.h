@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// What is known of the driver's transfer formats, a row for each. The library, the tool and the tests take it from
-// here; the public header tells applications the parts that they need.
+// What is known of the driver's transfer formats, a row for each, and of the formats that the chain takes besides. The
+// library, the tool and the tests take it from here; the public headers tell applications the parts that they need.
 #pragma once
 
 #include "VekTrgApi.h"
+#include "VekTrgChain.h"
 
 #include <array>
 #include <string_view>
@@ -23,6 +24,7 @@ enum class ELayout {
     Bytes,  ///< one sample a pixel
     Words,  ///< one sample a pixel, in the low bits
     Packed, ///< one sample a pixel, rows are little-endian bit streams that start at a byte
+    Csi2,   ///< one sample a pixel, in groups as MIPI CSI-2 has them; rows have whole groups
     Bgr,    ///< blue, green and red of each pixel
     YCrCb,  ///< groups of luma and chroma bytes
 };
@@ -30,7 +32,7 @@ enum class ELayout {
 using PixelFormats = std::array<int, 5>;
 
 struct STransferFormat {
-    unsigned code;         ///< enum VekTransferFormat
+    unsigned code;         ///< enum VekTransferFormat or VekChainFormat
     std::string_view name; ///< in commands and messages
     EContent content;
     ELayout layout;
@@ -46,8 +48,12 @@ struct STransferFormat {
     constexpr bool IsRaw() const { return content == EContent::Raw || content == EContent::Mono; }
     constexpr bool IsMono() const { return content == EContent::Mono; }
     constexpr bool IsPacked() const { return layout == ELayout::Packed; }
-    /// Bytes of a row: the last byte of a packed one is filled up, a group of YCrCb pixels that is cut off ends early.
+    /// Bytes of a row: the last byte of a packed one is filled up, so is the last group of MIPI CSI-2; a group of YCrCb
+    /// pixels that is cut off ends early.
     constexpr unsigned long RowBytes(unsigned long width) const {
+        if (layout == ELayout::Csi2) {
+            return (width + groupPixels - 1) / groupPixels * groupBytes;
+        }
         return IsPacked() ? (width * depth + 7) / 8 : width * groupBytes / groupPixels;
     }
     /// Bytes from row to row for a distance as the exports take it: samples, bytes of a packed format; 0: rows without
@@ -137,6 +143,12 @@ constexpr STransferFormat packed(unsigned code, std::string_view name, EContent 
     return {code, name, content, ELayout::Packed, depth, pixels, bytes, 0, 0, kNoPixelFormat, content == EContent::Raw};
 }
 
+/// Samples as MIPI CSI-2 sends them: the high bytes of a group, then its low bits. groupBytes: of groupPixels.
+constexpr STransferFormat csi2(unsigned code, std::string_view name, unsigned short depth, unsigned short groupPixels,
+                               unsigned short groupBytes) {
+    return {code, name, EContent::Raw, ELayout::Csi2, depth, groupPixels, groupBytes, 0, 0, kNoPixelFormat, false};
+}
+
 /// YCrCb bytes.
 constexpr STransferFormat shared(unsigned code, std::string_view name, unsigned short pixels, unsigned short bytes,
                                  unsigned short colorArray, int pixelFormat) {
@@ -184,6 +196,13 @@ inline constexpr std::array kTransferFormats = {
     formats::sampled(VEK_TRANSFER_MONO16, "mono16", EContent::Mono, 16, formats::always(VEK_PFNC_MONO16)),
 };
 
+/// Formats of frames that the chain takes and the driver does not have, by code.
+inline constexpr std::array kChainFormats = {
+    formats::csi2(VEK_CHAIN_CSI2_RAW10, "raw10-csi2", 10, 4, 5),
+    formats::csi2(VEK_CHAIN_CSI2_RAW12, "raw12-csi2", 12, 2, 3),
+    formats::csi2(VEK_CHAIN_CSI2_RAW14, "raw14-csi2", 14, 4, 7),
+};
+
 /// Null for a code that is none.
 constexpr const STransferFormat* transferFormat(unsigned long code) {
     return code < kTransferFormats.size() ? &kTransferFormats[code] : nullptr;
@@ -197,6 +216,16 @@ constexpr const STransferFormat* yCrCbFormat(unsigned colorArray) {
         }
     }
     return nullptr;
+}
+
+/// A transfer format or one that the chain takes besides; null for a code that is none.
+constexpr const STransferFormat* chainFormat(unsigned long code) {
+    for (const STransferFormat& format : kChainFormats) {
+        if (format.code == code) {
+            return &format;
+        }
+    }
+    return transferFormat(code);
 }
 
 static_assert([] {

@@ -43,8 +43,10 @@ TEST_F(ClientFrames, SizesAndDepths) {
     EXPECT_EQ(client::libraryDepth(*transferFormat(VEK_TRANSFER_RAW16)), 12);
     EXPECT_EQ(client::libraryDepth(*transferFormat(VEK_TRANSFER_RAW10)), 10);
     EXPECT_EQ(client::libraryDepth(*transferFormat(VEK_TRANSFER_RAW10_PACKED)), 8);
-    const client::SRawFrame frame = client::rawFrame(littleEndian({0x3FFF, 0xFFFF, 0x10}),
-                                                     *transferFormat(VEK_TRANSFER_MONO14), 3, 1, VEK_COLOR_ARRAY_MONO);
+    EXPECT_EQ(client::libraryDepth(*chainFormat(VEK_CHAIN_CSI2_RAW10)), 10);
+    EXPECT_EQ(client::libraryDepth(*chainFormat(VEK_CHAIN_CSI2_RAW14)), 12);
+    const client::SRawFrame frame = client::rawFrame(
+        littleEndian({0x3FFF, 0xFFFF, 0x10}), *transferFormat(VEK_TRANSFER_MONO14), 3, 1, VEK_COLOR_ARRAY_MONO, 12);
     // The one behind the image is the left neighbour of the last.
     EXPECT_EQ(std::get<std::vector<std::uint16_t>>(frame.samples),
               (std::vector<std::uint16_t>{0xFFF, 0xFFF, 0x4, 0xFFF}));

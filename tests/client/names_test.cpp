@@ -13,8 +13,9 @@
 namespace vek::test {
 
 TEST(ClientNames, TablesFollowTheCodesWithoutAGap) {
-    for (const auto names : {client::colorArrays(), client::bayerColorArrays(), client::demosaicMethods(),
-                             client::noiseModes(), client::alcModes(), client::alcModesAndOff()}) {
+    for (const auto names :
+         {client::colorArrays(), client::bayerColorArrays(), client::demosaicMethods().first(kDemosaicMethods.size()),
+          client::noiseModes(), client::alcModes(), client::alcModesAndOff()}) {
         std::set<std::string_view> different;
         for (std::size_t i = 0; i < names.size(); ++i) {
             EXPECT_EQ(names[i].code, names[0].code + i);
@@ -24,8 +25,14 @@ TEST(ClientNames, TablesFollowTheCodesWithoutAGap) {
         EXPECT_EQ(different.size(), names.size());
     }
     EXPECT_EQ(client::colorArrays().back().code, unsigned{VEK_COLOR_ARRAY_YCRCB411_BT709});
-    EXPECT_EQ(client::demosaicMethods().back().code, unsigned{kLastDemosaicMethod});
+    EXPECT_EQ(client::demosaicMethods().back().code, unsigned{VEK_CHAIN_DEMOSAIC_EDGE});
     EXPECT_EQ(client::alcModes().back().code, unsigned{VEK_ALC_GAIN_ONCE});
+}
+
+TEST(ClientNames, NumbersOfATable) {
+    EXPECT_EQ(client::numberList(client::demosaicMethods()), "0 to 6 or 16");
+    EXPECT_EQ(client::numberList(client::bayerColorArrays()), "1 to 5");
+    EXPECT_EQ(client::numberList({}), "");
 }
 
 TEST(ClientNames, ColorArraysAreCalledAsTheSimulatedCameraCallsThem) {
@@ -35,7 +42,7 @@ TEST(ClientNames, ColorArraysAreCalledAsTheSimulatedCameraCallsThem) {
 }
 
 TEST(ClientNames, TextsAreTakenAsTheSimulatedCameraTakesThem) {
-    const auto methods = client::demosaicMethods();
+    const auto methods = client::demosaicMethods().first(kDemosaicMethods.size());
     for (const char* const text :
          {"0",  "3",  "6",   "7", "03",         "0x3",  "0X06", "0x",   "x3",    "-1",  "+3",
           " 3", "3 ", "3.0", "",  "4294967299", "none", "NONE", "nOnE", "none ", "non", "nonee"}) {
@@ -63,6 +70,11 @@ TEST(ClientNames, EveryPixelFormatOfATransferFormatHasAName) {
         }
     }
     EXPECT_EQ(client::pixelFormatName(12345), "unknown");
+    for (const STransferFormat& format : kChainFormats) {
+        EXPECT_EQ(client::findTransferFormat(format.name), nullptr);
+        EXPECT_EQ(client::findChainFormat(format.name), &format);
+        EXPECT_EQ(client::findChainFormat(std::to_string(format.code)), &format);
+    }
     EXPECT_EQ(client::colorArrayName(0), "unknown");
 }
 

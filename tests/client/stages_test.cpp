@@ -91,7 +91,7 @@ TEST(ClientConversion, PictureOfAFrame) {
     conversion.method = VEK_DEMOSAIC_NONE;
     client::complete(conversion);
     const std::vector<std::uint8_t> bytes = {10, 20, 30, 40};
-    EXPECT_EQ(client::pictureOf(library, bytes, conversion).samples,
+    EXPECT_EQ(client::CConverter(library, conversion).Picture(bytes).samples,
               (std::vector<std::uint16_t>{10, 0, 0, 0, 20, 0, 0, 30, 0, 0, 0, 40}));
 }
 

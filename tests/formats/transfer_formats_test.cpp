@@ -57,6 +57,11 @@ TEST(TransferFormats, BytesOfRows) {
     EXPECT_EQ(rowOf(VEK_TRANSFER_YCRCB411, 5), 7U); // the group's chroma is cut off
     EXPECT_EQ(rowOf(VEK_TRANSFER_YCRCB422_BT709, 5), 10U);
     EXPECT_EQ(rowOf(VEK_TRANSFER_YCRCB444, 5), 15U);
+    EXPECT_EQ(chainFormat(VEK_CHAIN_CSI2_RAW10)->RowBytes(5), 10U); // whole groups
+    EXPECT_EQ(chainFormat(VEK_CHAIN_CSI2_RAW12)->RowBytes(4), 6U);
+    EXPECT_EQ(chainFormat(VEK_CHAIN_CSI2_RAW14)->RowBytes(9), 21U);
+    EXPECT_EQ(chainFormat(VEK_TRANSFER_RAW8), transferFormat(VEK_TRANSFER_RAW8));
+    EXPECT_EQ(chainFormat(VEK_CHAIN_CSI2_RAW14 + 1), nullptr);
 }
 
 // Each of the six arrays has its format, and no other one has.

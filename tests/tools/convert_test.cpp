@@ -235,6 +235,90 @@ TEST_F(Convert, PackedRowsStartAtAByte) {
     }
 }
 
+TEST_F(Convert, PackedSamplesAtFullDepth) {
+    const std::vector<std::uint8_t> raw = packed({0xABC, 0x123}, 12);
+    const SPng image = Converted(raw, sized(2, 1, {"-f", "mono12p", "--depth", "12"}));
+    EXPECT_EQ(image.bits, 16U);
+    EXPECT_EQ(image.samples, (Samples{0xABCA, 0x1231}));
+    EXPECT_EQ(Converted(raw, sized(2, 1, {"-f", "mono12p", "--depth", "16"})).samples, image.samples);
+    EXPECT_EQ(Converted(raw, sized(2, 1, {"-f", "mono12p", "--depth", "8"})).samples, (Samples{0xAB, 0x12}));
+    EXPECT_EQ(Converted(raw, sized(2, 1, {"-f", "mono12p", "--depth", "12", "--bits-out", "8"})).samples,
+              (Samples{0xAB, 0x12}));
+    EXPECT_EQ(Converted(packed({0x201, 0x3FF}, 10),
+                        sized(2, 1, {"-f", "raw10p", "-a", "rggb", "-m", "none", "--depth", "12"}))
+                  .samples,
+              (Samples{0x8060, 0, 0, 0, 0xFFFF, 0}));
+}
+
+TEST_F(Convert, DepthOfGreySamples) {
+    const std::vector<std::uint8_t> raw = littleEndian({0xABCD, 0x1234});
+    EXPECT_EQ(Converted(raw, sized(2, 1, {"-f", "mono16"})).samples, (Samples{0xABCA, 0x1231})); // 12 bits, repeated
+    EXPECT_EQ(Converted(raw, sized(2, 1, {"-f", "mono16", "--depth", "16"})).samples, (Samples{0xABCD, 0x1234}));
+    EXPECT_EQ(Converted(raw, sized(2, 1, {"-f", "mono16", "--depth", "8"})).samples, (Samples{0xAB, 0x12}));
+    EXPECT_EQ(Converted(raw, sized(2, 1, {"-f", "raw16", "-a", "bggr", "-m", "mono", "--depth", "16"})).samples,
+              (Samples{0xABCD, 0x1234}));
+    // Above the range of 14 bits; the largest sample.
+    EXPECT_EQ(Converted(raw, sized(2, 1, {"-f", "mono14", "--depth", "16"})).samples, (Samples{0xFFFF, 0x48D1}));
+}
+
+TEST_F(Convert, MipiCsi2) {
+    // High bytes, then the low bits of all pixels, the first one's lowest.
+    const std::vector<std::uint8_t> ten = {0xFF, 0x00, 0xAA, 0x55, 0x67};
+    EXPECT_EQ(Converted(ten, sized(4, 1, {"-f", "raw10-csi2", "-a", "mono"})).samples,
+              (Samples{0xFFFF, 0x0040, 0xAAAA, 0x5555}));
+    EXPECT_EQ(Converted(ten, sized(3, 1, {"-f", "0x1000", "-a", "mono", "--depth", "8"})).samples,
+              (Samples{0xFF, 0x00, 0xAA}));
+    const std::vector<std::uint8_t> twelve = {0xAB, 0x12, 0x3C};
+    EXPECT_EQ(Converted(twelve, sized(2, 1, {"-f", "raw12-csi2", "-a", "gbrg", "-m", "none"})).samples,
+              (Samples{0, 0xABCA, 0, 0, 0, 0x1231}));
+    const std::vector<std::uint8_t> fourteen = {0x12, 0x34, 0x56, 0x78, 0x3F, 0xF0, 0x03};
+    EXPECT_EQ(Converted(fourteen, sized(4, 1, {"-f", "raw14-csi2", "-a", "mono"})).samples,
+              (Samples{0x12F1, 0x3403, 0x56F5, 0x7807})); // of 14 bits the upper 12
+    EXPECT_EQ(Converted(fourteen, sized(4, 1, {"-f", "raw14-csi2", "-a", "mono", "--depth", "16"})).samples,
+              (Samples{0x12FC, 0x3400, 0x56FD, 0x7801}));
+    // Stages work at 8 bits, corrections in front of them at the frame's depth.
+    EXPECT_EQ(
+        Converted(twelve, sized(2, 1, {"-f", "raw12-csi2", "-a", "rggb", "-m", "none", "--wb", "1,2,1,1"})).samples,
+        (Samples{0xAB, 0, 0, 0, 0x24, 0}));
+}
+
+TEST_F(Convert, EdgeMethodFollowsAnEdge) {
+    // Left of an upright edge 40, right of it 200: no green in between, where the means of the bilinear method have
+    // some.
+    std::vector<std::uint8_t> raw;
+    for (unsigned i = 0; i < 8 * 6; ++i) {
+        raw.push_back(i % 8 < 4 ? 40 : 200);
+    }
+    const auto greens = [&](const char* method) {
+        const SPng image = Converted(raw, sized(8, 6, {"-f", "raw8", "-a", "grbg", "-m", method}));
+        std::vector<std::uint8_t> found;
+        for (std::size_t i = 1; i < image.samples.size(); i += 3) {
+            found.push_back(static_cast<std::uint8_t>(image.samples[i]));
+        }
+        return found;
+    };
+    for (const char* const method : {"edge", "16", "0x10", "EDGE"}) {
+        EXPECT_EQ(greens(method), raw) << method;
+    }
+    EXPECT_NE(greens("bilinear"), raw);
+    EXPECT_EQ(Converted({1, 2, 3}, sized(3, 1, {"-f", "mono8", "-m", "edge"})).samples, (Samples{1, 2, 3}));
+}
+
+TEST_F(Convert, ThreadsChangeNothing) {
+    std::vector<std::uint8_t> raw(70 * 300);
+    for (std::size_t i = 0; i < raw.size(); ++i) {
+        raw[i] = static_cast<std::uint8_t>(i * i / 7);
+    }
+    const std::string input = Write("in.raw", raw);
+    const Arguments stages =
+        sized(70, 300, {"-f", "raw8", "-a", "rggb", "--noise", "easy", "--wb", "auto", "--sharpness", "80"});
+    const SPng one = ConvertedFile(input, joined({stages, {"--threads", "1"}}));
+    for (const char* const threads : {"2", "5", "64"}) {
+        EXPECT_EQ(ConvertedFile(input, joined({stages, {"--threads", threads}})).samples, one.samples) << threads;
+    }
+    EXPECT_EQ(ConvertedFile(input, stages).samples, one.samples);
+}
+
 TEST_F(Convert, StagesOfPackedFrames) {
     EXPECT_EQ(Converted(packed({0x100, 0x200}, 12),
                         sized(2, 1, {"-f", "raw12p", "-a", "rggb", "-m", "none", "--wb", "2,3,1,1"}))

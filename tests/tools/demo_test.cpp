@@ -33,13 +33,15 @@ TEST_F(Demo, WritesAndListsItsPictures) {
     const std::string text = Run({"--frames", "2"}, "new/demo");
     Arguments expected = {"deep-16bit.png"};
     for (const std::string frame : {"frame1", "frame2"}) {
-        for (const SDemosaicMethod& method : kDemosaicMethods) {
+        for (const SDemosaicMethod& method : kChainMethods) {
             expected.push_back(frame + "-" + std::string(method.name) + ".png");
         }
     }
     std::sort(expected.begin(), expected.end());
     EXPECT_EQ(Names("new/demo"), expected);
     expectPart(text, "320 x 240 pixels");
+    expectPart(text, "\nDeveloped by the library's chain (VekChain_Run), ");
+    EXPECT_EQ(text.find("VekCam_ColorInterpolation"), std::string::npos);
     for (const std::string& name : expected) {
         EXPECT_NE(text.find(Path("new/demo/" + name) + "  "), std::string::npos) << name;
         const SPng image = readPng(Path("new/demo/" + name));
@@ -188,7 +190,7 @@ TEST_F(Demo, HotPixelsStandOut) {
 
 TEST_F(Demo, ThreeFramesByDefault) {
     Run({});
-    EXPECT_EQ(Names("demo").size(), 22U);
+    EXPECT_EQ(Names("demo").size(), 25U);
     EXPECT_NE(readFile(Path("demo/frame1-mono.png")), readFile(Path("demo/frame3-mono.png")));
 }
 
@@ -197,6 +199,7 @@ TEST_F(Demo, OddSizes) {
         {"demo", "-o", Path("demo"), "--frames", "1", "--width", "65", "--height", "67", "--model", "line-2m"});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(readPng(Path("demo/frame1-bilinear.png")).width, 65U);
+    expectPart(result.out, "bilinear and nearest2 by VekCam_ColorInterpolation");
 }
 
 TEST_F(Demo, DirectoryThatCannotBeMade) {

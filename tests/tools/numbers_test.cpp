@@ -56,6 +56,7 @@ const std::vector<SNumber>& numbers() {
         {&kConvert, "--height", true, "1", "65535", {"-W", "4"}},
         {&kConvert, "--src-offset", true, "0", "1152921504606846976", kSize},
         {&kConvert, "--frame", true, "0", "1000000000", kSize},
+        {&kConvert, "--threads", true, "1", "256", kSize},
         {&kConvert, "--black", true, "0", "4095", kDisplay},
         {&kConvert, "--white", true, "0", "4095", kDisplay},
         {&kConvert, "--saturation", true, "0", "1000", kSize},
@@ -174,7 +175,7 @@ TEST(Numbers, EachOptionOfEachCommandIsTried) {
     for (const SNumber& number : numbers()) {
         tried.insert(commandLine(number.command->words) + ' ' + number.option);
     }
-    tried.insert("vekcam convert --bits-out"); // one of two numbers
+    tried.insert({"vekcam convert --bits-out", "vekcam convert --depth"}); // one of a few numbers
     std::set<std::string> present;
     const std::regex option("\n +(?:-\\w,)?(--[\\w-]+)(?:,--[\\w-]+)? (?:UINT|INT|FLOAT|PERCENT|LEVELS?)\\b");
     for (const Arguments& words : {Arguments{"info"},
@@ -205,6 +206,15 @@ TEST(Numbers, BitsOutAreEightOrSixteen) {
         EXPECT_EQ(result.err, "vekcam: --bits-out: \"" + std::string(text) + "\" is neither 8 nor 16\n");
     }
     EXPECT_EQ(runWith({&kConvert, "--bits-out", true, "", "", kSize}, "0016").exitCode, 1);
+}
+
+TEST(Numbers, DepthIsEightTwelveOrSixteen) {
+    for (const char* const text : {"10", "0", "14", "nan", "8.0", "0x10", ""}) {
+        const SResult result = runWith({&kConvert, "--depth", true, "", "", kSize}, text);
+        EXPECT_EQ(result.exitCode, 2) << text;
+        EXPECT_EQ(result.err, "vekcam: --depth: \"" + std::string(text) + "\" is neither 8 nor 12 nor 16\n");
+    }
+    EXPECT_EQ(runWith({&kConvert, "--depth", true, "", "", kSize}, "012").exitCode, 1);
 }
 
 TEST(Numbers, SignsAndExponents) {
@@ -337,9 +347,9 @@ TEST(Codes, AreDecimalOrHexadecimal) {
     EXPECT_EQ(formatOf("0x13"), "raw16");
     EXPECT_EQ(formatOf("0X13"), "raw16");
     for (const char* const text : {"nan", "3x", " 3", "3.0", "-3", "+3", "0x", "0xg", "99999999999999999999", ""}) {
-        for (const auto& [option, name, numbers] : {std::tuple{"--format", "raw8", "0 to 21"},
+        for (const auto& [option, name, numbers] : {std::tuple{"--format", "raw8", "0 to 21 or 4096 to 4098"},
                                                     {"--colour-array", "rggb", "1 to 5"},
-                                                    {"--method", "bilinear", "0 to 6"}}) {
+                                                    {"--method", "bilinear", "0 to 6 or 16"}}) {
             Arguments arguments = {"convert", "in.raw", "-o", "out.png", "-W", "4", "-H", "4", option, text};
             const SResult result = runVekcam(arguments);
             EXPECT_EQ(result.exitCode, 2) << text;

@@ -47,7 +47,7 @@ std::optional<unsigned> checkedLevel(const char* option, const std::optional<std
 /// What the arguments mean once they are known to fit together.
 const SConversion& checked(SConvertArguments& arguments) {
     SConversion& conversion = arguments.conversion;
-    conversion.format = findTransferFormat(arguments.format);
+    conversion.format = findChainFormat(arguments.format);
     conversion.colorArray = frameColorArray(*conversion.format, colorArrayGiven(arguments.colorArray));
     conversion.method = static_cast<unsigned char>(*findCode(demosaicMethods(), arguments.method));
     checkMethod(conversion);
@@ -78,7 +78,7 @@ void convert(SConvertArguments& arguments) {
     const SConversion& conversion = checked(arguments);
     const std::vector<std::uint8_t> bytes =
         readChosenFrame(arguments.input, *conversion.format, conversion.width, conversion.height);
-    const SImage picture = pictureOf(library, bytes, conversion);
+    const SImage picture = CConverter(library, conversion).Picture(bytes);
     COutputFiles files(filesRead(arguments));
     writePng(files.Open(arguments.output), picture, conversion.display);
     files.Publish();
@@ -90,21 +90,20 @@ void addConvertCommand(CLI::App& app) {
     CLI::App* const command = app.add_subcommand("convert", "Turn a raw frame of a file into a PNG picture");
     const auto arguments = std::make_shared<SConvertArguments>();
     SConversion& conversion = arguments->conversion;
+    conversion.threads = usualThreads();
 
     addFrameFile(*command, arguments->input)->required();
     addFrameSize(*command, conversion.width, conversion.height, true);
-    addFormat(*command, arguments->format,
-              wrapped(fmt::format("Transfer format, number {} to {} or name: {}. Samples of 14 and 16 bits are shifted "
-                                  "down to 12 before the library gets them: its demosaicing takes at most 12. Packed "
-                                  "and colour formats become 8 bits deep",
-                                  kTransferFormats.front().code, kTransferFormats.back().code, formatGroups())))
+    addChainFormat(*command, arguments->format,
+                   "Samples of 14 and 16 bits are shifted down to 12 before they are demosaiced: colours have at most "
+                   "12. Packed formats become 8 bits deep without --depth, colour formats always")
         ->required();
     addColorArray(*command, arguments->colorArray, ", and has to be with bgr and ycrcb");
     command
         ->add_option("-m,--method", arguments->method,
-                     "Demosaic method, number or name: " + nameList(demosaicMethods()) +
-                         ".\nBicubic works at 8 bits. Of bgr and ycrcb mono shows green and luma, every\n"
-                         "other method the colours")
+                     wrapped(fmt::format("Demosaic method, number {} or name: {}. Bicubic works at 8 bits. Of bgr and "
+                                         "ycrcb mono shows green and luma, every other method the colours",
+                                         numberList(demosaicMethods()), nameList(demosaicMethods()))))
         ->default_val("bilinear")
         ->check(isCodeOf(demosaicMethods()));
     command
@@ -114,10 +113,21 @@ void addConvertCommand(CLI::App& app) {
         ->check(isOutput(pictureComplaint))
         ->required();
     command
+        ->add_option("--depth", conversion.depth,
+                     "Most bits that samples are demosaiced with; low ones are cut off. By default 12,\n"
+                     "of packed formats 8. 12 also takes these as they are, 16 is for grey pictures;\n"
+                     "neither goes with image stages")
+        ->transform(oneOf({8, 12, 16}));
+    command
         ->add_option("--bits-out", conversion.bitsOut,
-                     "Bits of a sample in the PNG file; by default 8 for 8-bit formats and with\n"
-                     "--display or an image stage, else 16. Samples are scaled to the whole range")
-        ->transform(eitherOf(8, 16));
+                     "Bits of a sample in the PNG file; by default 8 for frames demosaiced at 8 bits and\n"
+                     "with --display, else 16. Samples are scaled to the whole range")
+        ->transform(oneOf({8, 16}));
+    command
+        ->add_option("--threads", conversion.threads,
+                     "Threads that develop the frame, by default as many as the machine runs at once, up\n"
+                     "to 8; the picture is the same")
+        ->transform(range(1, kMostThreads));
     addFrameChoice(*command, arguments->input, nullptr);
     CLI::Option* const display =
         command->add_flag("--display", conversion.display,

@@ -7,6 +7,7 @@
 #include "client/names/Names.h"
 #include "client/pictures/DisplayRendering.h"
 #include "client/pictures/PngOutput.h"
+#include "client/stages/Conversion.h"
 #include "client/stages/LibraryHandle.h"
 
 #include "tools/commands/Commands.h"
@@ -21,8 +22,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <optional>
+#include <set>
+#include <string_view>
+#include <utility>
 
 namespace vek::tools {
 
@@ -72,12 +77,14 @@ public:
             CProgressBar progress(mArguments.frames + 1);
             CFrameGrabber bytes(mCamera, *transferFormat(VEK_TRANSFER_RAW8));
             for (unsigned i = 1; i <= mArguments.frames; ++i) {
-                ShowFrame(bytes.Grab(), i);
+                bytes.Next();
+                ShowFrame(bytes, i);
                 KeepRaw(bytes, fmt::format("frame{}.raw", i));
                 progress.Advance();
             }
             CFrameGrabber words(mCamera, *transferFormat(VEK_TRANSFER_RAW12));
-            ShowDeepFrame(words.Grab());
+            words.Next();
+            ShowDeepFrame(words);
             KeepRaw(words, "deep.raw");
             progress.Advance();
         }
@@ -132,24 +139,45 @@ private:
         mPictures.push_back({path, explanation});
     }
 
-    void ShowFrame(const SRawFrame& frame, unsigned number) {
-        if (number == 1) {
-            mLook = LookFor(mHandle.Demosaic(frame, VEK_DEMOSAIC_BILINEAR_SIMPLE));
+    /// The grabber's last frame as a picture, made as convert makes it.
+    SImage Developed(const CFrameGrabber& grabber, unsigned char method) {
+        auto& converter = mConverters[{grabber.Format().code, method}];
+        if (!converter) {
+            SConversion conversion;
+            conversion.format = &grabber.Format();
+            conversion.width = grabber.Width();
+            conversion.height = grabber.Height();
+            conversion.colorArray = grabber.ColorArray();
+            conversion.method = method;
+            conversion.threads = usualThreads();
+            complete(conversion);
+            converter = std::make_unique<CConverter>(mImages, conversion);
+            if (converter->Chain() != nullptr) {
+                mThreads = std::max(mThreads, converter->Chain()->Threads());
+            } else {
+                mWithoutChain.insert(methodName(method));
+            }
         }
-        for (const SDemosaicMethod& method : kDemosaicMethods) {
-            const bool gray = frame.colorArray == VEK_COLOR_ARRAY_MONO;
+        return converter->Developed(grabber.Bytes());
+    }
+
+    void ShowFrame(const CFrameGrabber& grabber, unsigned number) {
+        if (number == 1) {
+            mLook = LookFor(Developed(grabber, VEK_DEMOSAIC_BILINEAR_SIMPLE));
+        }
+        for (const SDemosaicMethod& method : kChainMethods) {
+            const bool gray = grabber.ColorArray() == VEK_COLOR_ARRAY_MONO;
             if (gray && method.code != VEK_DEMOSAIC_MONO) {
                 continue; // every method gives the same grey picture
             }
-            Write(fmt::format("frame{}-{}.png", number, method.name), mHandle.Demosaic(frame, method.code), 8,
+            Write(fmt::format("frame{}-{}.png", number, method.name), Developed(grabber, method.code), 8,
                   fmt::format("frame {}, {}", number, gray ? "samples of the monochrome sensor" : method.explanation));
         }
     }
 
-    void ShowDeepFrame(const SRawFrame& frame) {
-        const unsigned char method = VEK_DEMOSAIC_BILINEAR_SIMPLE;
-        const bool gray = frame.colorArray == VEK_COLOR_ARRAY_MONO;
-        Write("deep-16bit.png", mHandle.Demosaic(frame, method), 16,
+    void ShowDeepFrame(const CFrameGrabber& grabber) {
+        const bool gray = grabber.ColorArray() == VEK_COLOR_ARRAY_MONO;
+        Write("deep-16bit.png", Developed(grabber, VEK_DEMOSAIC_BILINEAR_SIMPLE), 16,
               gray ? "a 12-bit frame as a 16-bit picture: finer steps in the shadows"
                    : "a 12-bit frame, bilinear, as a 16-bit picture: finer steps in the shadows");
     }
@@ -185,10 +213,23 @@ private:
         return text;
     }
 
+    /// What made the pictures.
+    std::string DeveloperText() const {
+        std::string text =
+            fmt::format("\nDeveloped by the library's chain (VekChain_Run), {}",
+                        mThreads == 1 ? "on one thread" : fmt::format("bands of rows on {} threads", mThreads));
+        if (!mWithoutChain.empty()) {
+            text += fmt::format(";\n{} by VekCam_ColorInterpolation, as no chain has odd sizes of it",
+                                fmt::join(mWithoutChain, " and "));
+        }
+        return text + ".\n";
+    }
+
     void TellPictures() const {
         std::string text = fmt::format("\n{} pictures, balanced on the chart's grey patches and with the sRGB curve:\n",
                                        mPictures.size());
         text += ListOf(mPictures);
+        text += DeveloperText();
         if (!mRawFrames.empty()) {
             text += "\nRaw frames, and what `vekcam convert` is told of them:\n" + ListOf(mRawFrames);
         }
@@ -203,6 +244,10 @@ private:
     std::shared_ptr<sim::CSimulatedDriver> mDriver;
     CSimulatedCamera mCamera;
     CLibraryHandle mHandle;
+    CLibraryHandle mImages{-1}; ///< its settings change nothing
+    std::map<std::pair<unsigned, unsigned char>, std::unique_ptr<CConverter>> mConverters; ///< by format and method
+    unsigned mThreads = 1;                                                                 ///< of the chains
+    std::set<std::string_view> mWithoutChain;                                              ///< methods
     SLook mLook;
     std::vector<SPicture> mPictures;
     std::vector<SPicture> mRawFrames;

@@ -50,6 +50,29 @@ std::string fromTo(bool (*fits)(const STransferFormat&)) {
     return fmt::format("{} to {}", first, last);
 }
 
+std::string numbersOf(std::span<const STransferFormat> formats) {
+    return fmt::format("{} to {}", formats.front().code, formats.back().code);
+}
+
+std::string namesOf(std::span<const STransferFormat> formats) {
+    std::string names;
+    for (const STransferFormat& format : formats) {
+        names += names.empty() ? "" : ", ";
+        names += format.name;
+    }
+    return names;
+}
+
+/// Check of a format's name or number.
+CLI::Validator isFormat(const STransferFormat* (*find)(std::string_view), const std::string& names,
+                        const std::string& numbers) {
+    return CLI::Validator(
+        [=](std::string& text) {
+            return find(text) != nullptr ? std::string() : sim::codeComplaint(text, names, numbers);
+        },
+        "");
+}
+
 } // namespace
 
 void addFrameSize(CLI::App& command, std::uint32_t& width, std::uint32_t& height, bool required) {
@@ -58,7 +81,18 @@ void addFrameSize(CLI::App& command, std::uint32_t& width, std::uint32_t& height
 }
 
 CLI::Option* addFormat(CLI::App& command, std::string& format, const std::string& help) {
-    return command.add_option("-f,--format", format, help)->check(isTransferFormat());
+    return command.add_option("-f,--format", format, help)
+        ->check(isFormat(findTransferFormat, transferFormatList(), numbersOf(kTransferFormats)));
+}
+
+CLI::Option* addChainFormat(CLI::App& command, std::string& format, const std::string& help) {
+    const std::string numbers = numbersOf(kTransferFormats) + " or " + numbersOf(kChainFormats);
+    const std::string csi2 = namesOf(kChainFormats);
+    return command
+        .add_option("-f,--format", format,
+                    wrapped(fmt::format("Transfer format, number {} or name: {}; MIPI CSI-2 {}. {}", numbers,
+                                        formatGroups(), csi2, help)))
+        ->check(isFormat(findChainFormat, transferFormatList() + ", " + csi2, numbers));
 }
 
 std::string sampledFormats() {

@@ -21,6 +21,8 @@ void addFrameSize(CLI::App& command, std::uint32_t& width, std::uint32_t& height
 
 /// Adds --format; help: its text.
 CLI::Option* addFormat(CLI::App& command, std::string& format, const std::string& help);
+/// The same where the formats that the chain takes besides are known, too; the help's text ends with their names.
+CLI::Option* addChainFormat(CLI::App& command, std::string& format, const std::string& help);
 
 /// The names of the formats that can be corrected: "raw8, ..., mono8 to mono16".
 std::string sampledFormats();

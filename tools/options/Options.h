@@ -11,10 +11,12 @@
 #include <CLI/Validators.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vek::tools {
 
@@ -33,25 +35,11 @@ inline CLI::Validator isNameOf(std::span<const SName> names) {
         "");
 }
 
-/// The same for a table whose numbers are told, too: all of them from the first one's to the last one's.
+/// The same for a table whose numbers are told, too.
 inline CLI::Validator isCodeOf(std::span<const SName> names) {
     return CLI::Validator(
         [names](std::string& text) {
-            return findCode(names, text)
-                       ? std::string()
-                       : sim::codeComplaint(text, nameList(names), names.front().code, names.back().code);
-        },
-        "");
-}
-
-/// The same for transfer formats.
-inline CLI::Validator isTransferFormat() {
-    return CLI::Validator(
-        [](std::string& text) {
-            return findTransferFormat(text) != nullptr
-                       ? std::string()
-                       : sim::codeComplaint(text, transferFormatList(), kTransferFormats.front().code,
-                                            kTransferFormats.back().code);
+            return findCode(names, text) ? std::string() : sim::codeComplaint(text, nameList(names), numberList(names));
         },
         "");
 }
@@ -104,17 +92,17 @@ inline CLI::Validator numberRange(double low, double high) {
         sim::plainText(low) + ".." + sim::plainText(high));
 }
 
-/// One of two whole numbers.
-inline CLI::Validator eitherOf(unsigned one, unsigned other) {
+/// One of a few whole numbers, rising.
+inline CLI::Validator oneOf(const std::vector<unsigned>& numbers) {
     return CLI::Validator(
         [=](std::string& text) {
-            const std::optional<unsigned> value = sim::readWhole<unsigned>(text, one, other);
-            const bool taken = value == one || value == other;
-            std::string complaint = taken ? "" : fmt::format("\"{}\" is neither {} nor {}", text, one, other);
+            const std::optional<unsigned> value = sim::readWhole<unsigned>(text, numbers.front(), numbers.back());
+            const bool taken = value && std::find(numbers.begin(), numbers.end(), *value) != numbers.end();
+            std::string complaint = taken ? "" : fmt::format("\"{}\" is neither {}", text, fmt::join(numbers, " nor "));
             text = taken ? std::to_string(*value) : text;
             return complaint;
         },
-        fmt::format("{}|{}", one, other));
+        fmt::format("{}", fmt::join(numbers, "|")));
 }
 
 /// Adds --json.
