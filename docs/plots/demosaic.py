@@ -14,7 +14,7 @@ X,Y,W,H of all methods, which are pictures of 8 bits for display.
 import sys
 
 import numpy
-from demosaic_peers import edge_directed, peers
+from demosaic_peers import peers
 from figures import picture, put_table, save_svg
 from PIL import Image
 import matplotlib.pyplot as plt
@@ -22,8 +22,8 @@ import matplotlib.pyplot as plt
 # Number, name for vekcam, whether the pixels lie half a pixel to the right and below.
 METHODS = ((1, "none", False), (2, "nearest", False), (3, "bilinear", False), (4, "bicubic", False),
            (5, "bilinear-fcr", True), (6, "nearest2", True))
-BESIDE_PEERS = (3, 4)  # numbers of the methods that stand beside other libraries
-EDGE = 16  # VEK_CHAIN_DEMOSAIC_EDGE
+EDGE = (16, "edge")  # the chain's own
+BESIDE_PEERS = ((3, "bilinear"), (4, "bicubic"), EDGE)  # those that stand beside other libraries
 MARGIN = 4  # pixels at the image's edge that do not count
 # Parts of the chart in thousandths of its size: left, top, right, bottom.
 ZONE_PLATE = (650, 25, 980, 640)
@@ -128,12 +128,10 @@ def compare(text, pictures, run, black):
 
 def compare_peers(text, pictures, run, truth, render):
     raw = numpy.fromfile(f"{run}/frame1.raw", numpy.uint8).reshape(truth.shape[:2])
-    edge = edge_directed(raw, 255)
-    Image.fromarray(strip(render(edge))).save(f"{pictures}/edge.png", optimize=True)
-    images = [("VekCam", f"{name} ({number})", picture(f"{run}/{name}.png")) for number, name, _ in METHODS
-              if number in BESIDE_PEERS]
+    images = [("VekCam", f"{name} ({number})", picture(f"{run}/{name}.png")) for number, name in BESIDE_PEERS]
+    Image.fromarray(strip(render(picture(f"{run}/{EDGE[1]}.png")))).save(f"{pictures}/edge.png", optimize=True)
     rows = [[library, name, *(f"{value:.1f}" for value in measured(image, truth))]
-            for library, name, image in [*images, ("VekCam", f"edge ({EDGE})", edge), *peers(raw)]]
+            for library, name, image in [*images, *peers(raw)]]
     put_table(text, "peers", ["library", "method", "PSNR, dB", "false colour", "in the zone plate"], rows)
 
 
@@ -151,7 +149,7 @@ def show_real(out, run, region):
 
 if __name__ == "__main__":
     if sys.argv[1:] == ["--methods"]:
-        sys.exit(print(*(name for _, name, _ in METHODS)))
+        sys.exit(print(*(name for _, name, _ in METHODS), EDGE[1]))
     if len(sys.argv) != 5:
         sys.exit(__doc__)
     if sys.argv[1] == "--real":

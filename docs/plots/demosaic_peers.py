@@ -1,8 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Pictures that other libraries make of a raw frame, and that the chain's edge-directed method makes of it.
-
-Of RGGB bytes; pictures are red, green, blue, in levels of 8 bits.
-"""
+"""Pictures that other libraries make of a raw frame of RGGB bytes: red, green, blue, in levels of 8 bits."""
 import ctypes
 import pathlib
 import subprocess
@@ -11,46 +8,6 @@ import tempfile
 import cv2
 import numpy
 import tifffile
-
-
-def edge_directed(raw, largest):
-    """As docs/demosaic.md tells it, for whole numbers."""
-    reach = 2
-    height, width = raw.shape
-    around = numpy.pad(raw.astype(int), reach, "reflect")
-
-    def at(x, y):
-        return around[reach + y:reach + y + height, reach + x:reach + x + width]
-
-    def mean_up(a, b):
-        return (a + b + 1) >> 1
-
-    def eighths(value, count):
-        return (count * value + 4) >> 3
-
-    own = at(0, 0)
-    s = [mean_up(at(-1, 0), at(1, 0)), mean_up(at(0, -1), at(0, 1))]
-    b = [own - mean_up(at(-2, 0), at(2, 0)), own - mean_up(at(0, -2), at(0, 2))]
-    change = [abs(at(-1, 0) - at(1, 0)) + abs(b[0]), abs(at(0, -1) - at(0, 1)) + abs(b[1])]
-    corners = mean_up(mean_up(at(-1, -1), at(1, 1)), mean_up(at(1, -1), at(-1, 1)))
-    rise = eighths(own - corners, 6)
-
-    def by_direction(row, column):
-        return numpy.select([2 * change[0] < change[1], 2 * change[1] < change[0]], [row, column], (row + column) >> 1)
-
-    def limited(value):
-        return numpy.clip(value, 0, largest)
-
-    green = by_direction(s[0] + eighths(b[0], 4), s[1] + eighths(b[1], 4))
-    third = limited(green + corners - mean_up(*s))
-    from_row = limited(by_direction(s[0] + eighths(b[0], 3), s[0] + rise))
-    from_column = limited(by_direction(s[1] + rise, s[1] + eighths(b[1], 3)))
-    picture = numpy.repeat(own[..., None], 3, axis=2)
-    picture[0::2, 0::2, 1:] = numpy.stack([limited(green), third], -1)[0::2, 0::2]
-    picture[1::2, 1::2, :2] = numpy.stack([third, limited(green)], -1)[1::2, 1::2]
-    picture[0::2, 1::2, ::2] = numpy.stack([from_row, from_column], -1)[0::2, 1::2]
-    picture[1::2, 0::2, ::2] = numpy.stack([from_column, from_row], -1)[1::2, 0::2]
-    return picture
 
 
 def version(package):
