@@ -37,7 +37,7 @@ BESIDE = {
     "tools": rf"tools/.*|client/.*|sim/.*|CommandList\.inc|{PUBLIC}",
     "examples": rf"sim/.*|{PUBLIC}",
     "bench": rf"bench/.*|src/(chain|imageproc|formats)/.*|{PUBLIC}",
-    "fuzz": r"fuzz/.*|src/(imageproc|common)/.*",
+    "fuzz": rf"fuzz/.*|src/(chain|imageproc|formats|common)/.*|{PUBLIC}",
     **{f"tests/{layer}": LIBRARY_TEST for layer in ALLOWED if layer != "common"},
     "tests/client": rf"tests/(client|support)/.*|client/.*|sim/.*|{PUBLIC}",
     "tests/fuzz": r"tests/support/.*",
