@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Frames of real cameras, which are no part of the project: VEKCAM_DATA_DIR names the directory that holds them.
 #include "Conversion.h"
-
-#include <cstdlib>
+#include "support/RealFrames.h"
 
 namespace vek::test {
 
@@ -10,20 +8,13 @@ namespace {
 
 class RealFrames : public CConversionTest {
 protected:
-    /// Path of a frame; empty when it is not there.
-    static std::string Frame(const std::string& name) {
-        const char* const directory = std::getenv("VEKCAM_DATA_DIR");
-        const std::string path = directory != nullptr ? std::string(directory) + "/" + name : std::string();
-        return !path.empty() && std::filesystem::exists(path) ? path : std::string();
-    }
-
     SPng Shown(const std::string& frame, const Arguments& arguments) const {
         return ConvertedFile(frame, joined({arguments, {"--display"}}));
     }
 };
 
 TEST_F(RealFrames, ColorChartHasItsColors) {
-    const std::string frame = Frame("ColorCheckerRAW_1920x1080_12bit_BGGR.raw");
+    const std::string frame = realFrame(kColorChartFrame);
     if (frame.empty()) {
         GTEST_SKIP() << "VEKCAM_DATA_DIR has no such frame";
     }
@@ -45,7 +36,7 @@ TEST_F(RealFrames, ColorChartHasItsColors) {
 }
 
 TEST_F(RealFrames, RedFlowerGreenLeaf) {
-    const std::string frame = Frame("DSC_1339_768x512_rggb.raw");
+    const std::string frame = realFrame(kFlowerFrame);
     if (frame.empty()) {
         GTEST_SKIP() << "VEKCAM_DATA_DIR has no such frame";
     }
@@ -58,7 +49,7 @@ TEST_F(RealFrames, RedFlowerGreenLeaf) {
 }
 
 TEST_F(RealFrames, DefectPixelsAreNoSignOfAnotherFormat) {
-    const std::string frame = Frame("DSC_1339_768x512_rggb_bpc_test.raw"); // 200 of its words are 65535
+    const std::string frame = realFrame(kDefectFlowerFrame); // 200 of its words are 65535
     if (frame.empty()) {
         GTEST_SKIP() << "VEKCAM_DATA_DIR has no such frame";
     }
