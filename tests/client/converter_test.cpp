@@ -250,36 +250,6 @@ TEST(ClientConverter, BalanceOnceIsThatOfTheFirstFrame) {
     }
 }
 
-TEST(ClientConverter, DepthsThatDoNotFitAreRefusedByName) {
-    const auto misfit = [](SConversion conversion) -> std::string {
-        try {
-            client::complete(conversion);
-        } catch (const client::CMisfit& error) {
-            return error.Text([](std::string_view name) { return '[' + std::string(name) + ']'; });
-        }
-        return {};
-    };
-    SConversion conversion =
-        conversionOf(*transferFormat(VEK_TRANSFER_RAW16), 8, 8, VEK_COLOR_ARRAY_RGGB, VEK_DEMOSAIC_NEAREST_NEIGHBOR);
-    conversion.depth = 12;
-    EXPECT_EQ(misfit(conversion), "");
-    conversion.depth = 16;
-    EXPECT_EQ(misfit(conversion), "[depth] 16 needs a grey picture: colours have 12 bits at most");
-    conversion.method = VEK_DEMOSAIC_MONO;
-    EXPECT_EQ(misfit(conversion), "");
-    conversion.stages.gamma = 100;
-    EXPECT_EQ(misfit(conversion), "[depth] 16 does not go with image stages, which work at 8 bits");
-    conversion.stages = {};
-    conversion.method = VEK_DEMOSAIC_BICUBIC;
-    conversion.depth = 12;
-    EXPECT_EQ(misfit(conversion), "[depth] 12 does not go with method bicubic, which works at 8 bits");
-    conversion = conversionOf(*transferFormat(VEK_TRANSFER_BGR8), 8, 8, 0, VEK_DEMOSAIC_MONO);
-    conversion.depth = 12;
-    EXPECT_EQ(misfit(conversion), "[depth] 12 needs a raw or mono frame: format bgr8 is colour already");
-    conversion.depth = 8;
-    EXPECT_EQ(misfit(conversion), "");
-}
-
 TEST(ClientChainRun, TellsWhyThereIsNone) {
     const CLibraryHandle library(-1);
     client::SChainDescription description(VEK_TRANSFER_RAW8, 5, 5, VEK_COLOR_ARRAY_RGGB, VEK_CHAIN_RGB);

@@ -73,6 +73,44 @@ TEST(ClientConversion, MisfitsNameTheirSettings) {
     EXPECT_EQ(misfitOf(conversionOf(VEK_TRANSFER_BGR8, 0)), "");
 }
 
+TEST(ClientConversion, DepthsThatDoNotFit) {
+    client::SConversion conversion = conversionOf(VEK_TRANSFER_RAW16, VEK_COLOR_ARRAY_RGGB);
+    conversion.depth = 12;
+    EXPECT_EQ(misfitOf(conversion), "");
+    conversion.depth = 16;
+    EXPECT_EQ(misfitOf(conversion), "[depth] 16 needs a grey picture: colours have 12 bits at most");
+    conversion.method = VEK_DEMOSAIC_MONO;
+    EXPECT_EQ(misfitOf(conversion), "");
+    conversion.stages.gamma = 100;
+    EXPECT_EQ(misfitOf(conversion), "[depth] 16 does not go with image stages, which work at 8 bits");
+    conversion.stages = {};
+    conversion.method = VEK_DEMOSAIC_BICUBIC;
+    conversion.depth = 12;
+    EXPECT_EQ(misfitOf(conversion), "[depth] 12 does not go with method bicubic, which works at 8 bits");
+    conversion = conversionOf(VEK_TRANSFER_BGR8, 0);
+    conversion.depth = 12;
+    EXPECT_EQ(misfitOf(conversion), "[depth] 12 needs a raw or mono frame: format bgr8 is colour already");
+    conversion.depth = 8;
+    EXPECT_EQ(misfitOf(conversion), "");
+}
+
+TEST(ClientConversion, DepthOfAPicture) {
+    client::SConversion conversion = conversionOf(VEK_TRANSFER_RAW10_PACKED, VEK_COLOR_ARRAY_RGGB);
+    EXPECT_EQ(client::workingDepth(conversion), 8);
+    conversion.depth = 12;
+    EXPECT_EQ(client::workingDepth(conversion), 10);
+    EXPECT_EQ(bitsOf(conversion), 16U);
+    conversion = conversionOf(VEK_TRANSFER_RAW16, VEK_COLOR_ARRAY_MONO);
+    EXPECT_EQ(client::workingDepth(conversion), 12);
+    conversion.depth = 16;
+    EXPECT_EQ(client::workingDepth(conversion), 16);
+    conversion.depth = 8;
+    EXPECT_EQ(client::workingDepth(conversion), 8);
+    conversion.depth = 0;
+    conversion.format = chainFormat(VEK_CHAIN_CSI2_RAW14);
+    EXPECT_EQ(client::workingDepth(conversion), 12);
+}
+
 TEST(ClientConversion, MethodsNeedTheirBlocks) {
     client::SConversion conversion = conversionOf(VEK_TRANSFER_RAW8, VEK_COLOR_ARRAY_RGGB);
     conversion.method = VEK_DEMOSAIC_NEAREST_NEIGHBOR2;
