@@ -138,8 +138,8 @@ void addGeometry(Peers* peers) {
 }
 
 /// The nearest function of each stage, one after the other.
-SPeer chain() {
-    return {"chain", 8, "OpenCV, the stages' peers", [](SSize size) {
+SPeer chain(const char* operation) {
+    return {operation, 8, "OpenCV, the stages' peers", [](SSize size) {
                 return SJob{[src = pictureMat<Byte>(size, 1), dark = pictureMat<Byte>(size, 1),
                              gains = pictureMat<Byte>(size, 1), table = curve(), m = matrix(), raw = cv::Mat(),
                              bgr = cv::Mat(), other = cv::Mat()]() mutable {
@@ -150,6 +150,28 @@ SPeer chain() {
                                 cv::cvtColor(raw, bgr, cv::COLOR_BayerBG2BGR);
                                 cv::transform(bgr, other, m);
                                 sharpen(other, bgr);
+                            },
+                            {}};
+            }};
+}
+
+/// The same of words that become bytes: levels, demosaic method, matrix, tone; corrected: with shading and sharpness.
+SPeer development(const char* operation, bool corrected) {
+    return {operation, 16, "OpenCV, the stages' peers", [=](SSize size) {
+                return SJob{[corrected, src = pictureMat<Word>(size, 1), gains = pictureMat<Word>(size, 1),
+                             table = curve(), m = matrix(), raw = cv::Mat(), bgr = cv::Mat(), other = cv::Mat(),
+                             bytes = cv::Mat()]() mutable {
+                                if (corrected) {
+                                    cv::multiply(src, gains, raw, 1.0 / 2048);
+                                }
+                                (corrected ? raw : src).convertTo(raw, CV_16U, 1.1, -168);
+                                cv::cvtColor(raw, bgr, cv::COLOR_BayerBG2BGR);
+                                cv::transform(bgr, other, m);
+                                other.convertTo(bytes, CV_8U, 1.0 / 16);
+                                cv::LUT(bytes, table, bytes);
+                                if (corrected) {
+                                    sharpen(bytes, bgr);
+                                }
                             },
                             {}};
             }};
@@ -182,7 +204,10 @@ SLibrary openCv() {
     addGeometry<Word>(&peers);
     peers.push_back(peer<Word>("words to 8 bit", "OpenCV convertTo", 1,
                                [](const cv::Mat& src, cv::Mat& dst) { src.convertTo(dst, CV_8U, 1.0 / 16); }));
-    peers.push_back(chain());
+    peers.push_back(chain("chain"));
+    peers.push_back(chain("plan: the chain's stages"));
+    peers.push_back(development("plan: levels, bilinear, linear matrix, tone", false));
+    peers.push_back(development("plan: with shading, sharpness", true));
     return library;
 }
 

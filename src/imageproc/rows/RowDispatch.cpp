@@ -41,7 +41,8 @@ bool isUsable(Isa isa) {
     case Isa::Avx512:
         return isUsable(Isa::Avx2) && __builtin_cpu_supports("avx512f") != 0 &&
                __builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("avx512dq") != 0 &&
-               __builtin_cpu_supports("avx512vl") != 0 && __builtin_cpu_supports("avx512vbmi") != 0;
+               __builtin_cpu_supports("avx512vl") != 0 && __builtin_cpu_supports("avx512vbmi") != 0 &&
+               __builtin_cpu_supports("avx512vnni") != 0;
 #elif defined(__aarch64__)
     case Isa::Neon:
         return true; // part of the architecture's baseline

@@ -104,11 +104,15 @@ inline void developBlocks(const Mosaic& mosaic, std::uint8_t* dst, std::size_t i
     const SToneLanes red(development.tone->curve[2]);
     const SMatrixLanes<Like<std::int16_t, A>> matrix(Multiplied ? *development.matrix : SLinearMatrix{});
     forBlocks<Bytes, 3>(dst, 2, inner, [=, &green, &red](std::size_t x) {
-        SColors<A> colors = mosaic.template Block<A>(x);
+        const SColors<A> colors = mosaic.template Block<A>(x);
+        SColors<A> levels;
         if constexpr (Multiplied) {
-            colors = linearMatrixBlock(colors, matrix);
+            levels = toneHighBytes<4>(linearMatrixBlock<true>(colors, matrix), blue, Alike ? blue : green,
+                                      Alike ? blue : red);
+        } else {
+            levels = toneHighBytes<0>(colors, blue, Alike ? blue : green, Alike ? blue : red);
         }
-        storeHighBytes(dst + 3 * x, toneHighBytes(colors, blue, Alike ? blue : green, Alike ? blue : red));
+        storeHighBytes(dst + 3 * x, levels);
     });
 }
 

@@ -43,12 +43,16 @@ struct SMatrixLanes {
     SWeights<S> color[3];
 };
 
-/// A block of pixels; their samples are at most 4095.
-template <class A, class S = Like<std::int16_t, A>>
+/// A block of pixels; their samples are at most 4095. In sixteenths: with four bits of the sums' fractions, below which
+/// these stop at 0 and 4095.
+template <bool InSixteenths, class A, class S = Like<std::int16_t, A>>
 VEK_INLINE SColors<A> linearMatrixBlock(const SColors<A>& colors, const SMatrixLanes<S>& matrix) {
+    // Sixteenths fill a word: packing limits them.
+    constexpr unsigned shift = InSixteenths ? 8 : 12;
+    constexpr std::uint16_t max = InSixteenths ? 0xFFFF : 4095;
     const SColorPairs<S> pairs = colorPairs<2048>(colors.blue, colors.green, colors.red);
-    return {weighed<12, 4095>(pairs, matrix.color[0]), weighed<12, 4095>(pairs, matrix.color[1]),
-            weighed<12, 4095>(pairs, matrix.color[2])};
+    return {weighed<shift, max>(pairs, matrix.color[0]), weighed<shift, max>(pairs, matrix.color[1]),
+            weighed<shift, max>(pairs, matrix.color[2])};
 }
 
 #endif
@@ -61,7 +65,7 @@ void linearMatrix(std::uint16_t* row, std::size_t width, const SLinearMatrix& ma
     using A = WideV<std::uint16_t>;
     const SMatrixLanes<Like<std::int16_t, A>> lanes(matrix);
     done = forSampleBlocks<3, A>(row, width, [=](std::size_t x, const SColors<A>& colors) {
-        storePixels<3>(row + 3 * x, linearMatrixBlock(colors, lanes));
+        storePixels<3>(row + 3 * x, linearMatrixBlock<false>(colors, lanes));
     });
 #endif
     linearMatrixSpan(row, done, width, matrix);

@@ -86,33 +86,35 @@ struct SToneLanes {
 };
 
 /// Words to levels in 16 bits, of which the curve's shift leaves the result; in the lanes of bend that are odd they are
-/// not.
+/// not. held: samples of 12 bits, with as many bits of a fraction behind them that does not count.
 struct SToneSteps {
     SToneLanes::A level;
     SToneLanes::A bend;
 };
+template <int Fraction>
 VEK_INLINE SToneSteps toneSteps(SToneLanes::A held, const SToneLanes& lanes) {
     using A = SToneLanes::A;
     using Signed = Like<std::int16_t, A>;
-    const A segment = held >> 6;
-    const auto along = (Signed)(held << 9 & 0x7E00);
+    const A segment = held >> (6 + Fraction);
+    const auto along = (Signed)(held << (9 - Fraction) & 0x7E00);
     const A bend = permute2(lanes.bend[0], lanes.bend[1], segment);
     const A slope = permute2(lanes.slope[0], lanes.slope[1], segment) + (A)mulHigh((Signed)bend, along);
     const A rise = (A)mulHigh((Signed)slope, along);
     return {permute2(lanes.base[0], lanes.base[1], segment) + rise, bend};
 }
 /// What the exceptions' entries make of a block: they are moved up by Up bits.
-template <int Up>
+template <int Fraction, int Up>
 VEK_INLINE SToneLanes::A withExceptions(SToneLanes::A result, SToneLanes::A held, const SToneCurve& curve) {
     using A = SToneLanes::A;
-    const A segment = held >> 6;
+    const A sample = held >> Fraction;
+    const A segment = sample >> 6;
     for (std::size_t i = 0; i < curve.exceptions; ++i) {
         const std::uint16_t exception = curve.exception[i];
         const auto excepted = (A)(segment == exception);
         if (any(excepted)) {
             const std::uint16_t* const entries = curve.entries + exception * SToneCurve::kSegment;
             // The low six bits of an index count.
-            result = select(excepted, permute2(load<A>(entries), load<A>(entries + 32), held) << Up, result);
+            result = select(excepted, permute2(load<A>(entries), load<A>(entries + 32), sample) << Up, result);
         }
     }
     return result;
@@ -122,20 +124,21 @@ VEK_INLINE SToneLanes::A withExceptions(SToneLanes::A result, SToneLanes::A held
 VEK_INLINE SToneLanes::A toneBlock(SToneLanes::A samples, const SToneLanes& lanes) {
     using A = SToneLanes::A;
     const A held = smaller(samples, all<A>(kLastTone));
-    const SToneSteps steps = toneSteps(held, lanes);
+    const SToneSteps steps = toneSteps<0>(held, lanes);
     const A result = steps.level >> static_cast<int>(lanes.curve->shift);
-    return any((A)(steps.bend & 1)) ? withExceptions<0>(result, held, *lanes.curve) : result;
+    return any((A)(steps.bend & 1)) ? withExceptions<0, 0>(result, held, *lanes.curve) : result;
 }
-/// Words of up to 12 bits to bytes, which are the high ones of words; below them stands anything.
+/// Words of 12 bits and a fraction to bytes, which are the high ones of words; below them stands anything.
+template <int Fraction>
 VEK_INLINE SColors<SToneLanes::A> toneHighBytes(const SColors<SToneLanes::A>& colors, const SToneLanes& blue,
                                                 const SToneLanes& green, const SToneLanes& red) {
     using A = SToneLanes::A;
-    const SToneSteps steps[3] = {toneSteps(colors.blue, blue), toneSteps(colors.green, green),
-                                 toneSteps(colors.red, red)};
+    const SToneSteps steps[3] = {toneSteps<Fraction>(colors.blue, blue), toneSteps<Fraction>(colors.green, green),
+                                 toneSteps<Fraction>(colors.red, red)};
     if (any((A)((steps[0].bend | steps[1].bend | steps[2].bend) & 1))) {
-        return {withExceptions<8>(steps[0].level, colors.blue, *blue.curve),
-                withExceptions<8>(steps[1].level, colors.green, *green.curve),
-                withExceptions<8>(steps[2].level, colors.red, *red.curve)};
+        return {withExceptions<Fraction, 8>(steps[0].level, colors.blue, *blue.curve),
+                withExceptions<Fraction, 8>(steps[1].level, colors.green, *green.curve),
+                withExceptions<Fraction, 8>(steps[2].level, colors.red, *red.curve)};
     }
     return {steps[0].level, steps[1].level, steps[2].level};
 }

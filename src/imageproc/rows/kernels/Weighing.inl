@@ -45,12 +45,13 @@ VEK_INLINE SColorPairs<S> colorPairs(A blue, A green, A red) {
 /// The sums >> Shift as words, 0 at least and Max at most.
 template <unsigned Shift, std::uint16_t Max, class S>
 VEK_INLINE Like<std::uint16_t, S> weighed(const SColorPairs<S>& pairs, const SWeights<S>& weights) {
-    const auto low =
-        multiplyPairs(pairs.blueGreen.low, weights.blueGreen) + multiplyPairs(pairs.redOne.low, weights.redOffset);
-    const auto high =
-        multiplyPairs(pairs.blueGreen.high, weights.blueGreen) + multiplyPairs(pairs.redOne.high, weights.redOffset);
     using Words = Like<std::uint16_t, S>;
-    return smaller(pack<std::uint16_t>(low >> Shift, high >> Shift), all<Words>(Max));
+    const auto sum = [&](S blueGreen, S redOne) {
+        return addPairs(multiplyPairs(blueGreen, weights.blueGreen), redOne, weights.redOffset) >> Shift;
+    };
+    const Words words =
+        pack<std::uint16_t>(sum(pairs.blueGreen.low, pairs.redOne.low), sum(pairs.blueGreen.high, pairs.redOne.high));
+    return Max == 0xFFFF ? words : smaller(words, all<Words>(Max));
 }
 
 } // namespace

@@ -140,6 +140,11 @@ VEK_INLINE Like<std::int32_t, A> multiplyPairs(A a, A b) {
     return (Like<std::int32_t, A>)vpaddq_s32(low, high);
 }
 
+template <class A>
+VEK_INLINE Like<std::int32_t, A> addPairs(Like<std::int32_t, A> sum, A a, A b) {
+    return sum + multiplyPairs(a, b);
+}
+
 // ---- longer and shorter vectors ----
 
 template <class A>

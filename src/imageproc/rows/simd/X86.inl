@@ -262,6 +262,19 @@ VEK_INLINE Like<std::int16_t, A> multiplyBytePairs(A a, Like<std::int8_t, A> b) 
     return (Like<std::int16_t, A>)mm::maddubs_epi16(a, (A)b);
 }
 
+/// sum + multiplyPairs(a, b), modulo 2^32.
+template <class A>
+VEK_INLINE Like<std::int32_t, A> addPairs(Like<std::int32_t, A> sum, A a, A b) {
+#if defined(__AVX512VNNI__)
+    if constexpr (sizeof a == 64) {
+        return (Like<std::int32_t, A>)_mm512_dpwssd_epi32((__m512i)sum, (__m512i)a, (__m512i)b);
+    } else if constexpr (sizeof a == 32) {
+        return (Like<std::int32_t, A>)_mm256_dpwssd_epi32((__m256i)sum, (__m256i)a, (__m256i)b);
+    }
+#endif
+    return sum + multiplyPairs(a, b);
+}
+
 // ---- across 16 bytes ----
 
 /// Halves of 32 bytes of a (0, 1) and b (2, 3): the low one by the low digit, the high one by the high digit.
