@@ -82,8 +82,14 @@ std::shared_ptr<const SHandleStages> handleStages(const rows::SRowTable& table, 
     setMatrix(matrix);
     setSharpness<std::uint8_t>(sharpness); // behind tone
     auto stages = std::make_shared<SHandleStages>();
-    *stages = {noise.Stage(VEK_NOISE_OFF), shading.Stage(),  balance.Stage(), gamma.RawStage(), matrix.Stage(), {},
-               gamma.LumaStage(),          sharpness.Stage()};
+    *stages = {noise.Stage(VEK_NOISE_COMPLEX).dark,
+               shading.Stage(),
+               balance.Stage(),
+               gamma.RawStage(),
+               matrix.Stage(),
+               {},
+               gamma.LumaStage(),
+               sharpness.Stage()};
     stages->balance.UpdateTables(8);
     return stages;
 }

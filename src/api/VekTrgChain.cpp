@@ -17,12 +17,10 @@
 
 namespace {
 
-constexpr std::size_t kCacheLine = 64;
-
 /// What a handle's stages are set to. Each slot of a camera holds the library's own module.
 std::shared_ptr<const vek::SHandleStages> stagesOf(const CVekTrgCamera& camera) {
     auto stages = std::make_shared<vek::SHandleStages>();
-    stages->noise = static_cast<const vek::CNoiseReduction&>(camera.NoiseReduction()).Stage(VEK_NOISE_OFF);
+    stages->dark = static_cast<const vek::CNoiseReduction&>(camera.NoiseReduction()).Stage(VEK_NOISE_COMPLEX).dark;
     const auto& shading = static_cast<const vek::CShadingCorrection&>(camera.ShadingCorrection());
     stages->shading = shading.Stage();
     if (shading.WaitsForMap()) {
@@ -83,9 +81,8 @@ int make(Result* result, char* reason, std::size_t reasonSize, Body body) noexce
 /// Memory that begins with a cache line. Throws std::bad_alloc.
 template <class T>
 vek::Malloced<T> linesOf(std::size_t bytes) {
-    const std::size_t lines = (bytes + kCacheLine - 1) / kCacheLine;
-    vek::Malloced<T> memory(
-        static_cast<T*>(std::aligned_alloc(kCacheLine, kCacheLine * std::max<std::size_t>(lines, 1))));
+    const std::size_t lines = vek::roundUpToLine(std::max<std::size_t>(bytes, 1));
+    vek::Malloced<T> memory(static_cast<T*>(std::aligned_alloc(vek::kCacheLine, lines)));
     if (memory == nullptr) {
         throw std::bad_alloc();
     }

@@ -19,11 +19,6 @@ namespace vek {
 
 namespace {
 
-template <class T>
-SImage<const T> constView(const SImage<T>& image) {
-    return {image.width, image.height, image.pitch, image.data, image.top};
-}
-
 /// Rows first .. end-1 of an image, in their own place: for stages that make each row from itself.
 template <class T>
 SBand<T> inPlace(const SImage<T>& image, unsigned long first, unsigned long end) {
@@ -58,23 +53,20 @@ public:
     void Run(unsigned long first, unsigned long end) {
         mBandFirst = first;
         mBandEnd = end;
-        std::optional<CBandCounter> counter;
         if (mPlan.statistics) {
-            mCounter = &counter.emplace(mPlan, ClearTables(), mWork.counts);
+            mCounter.emplace(mPlan, ClearTables(), mWork.counts);
         }
-        for (unsigned long y = first; y < end;) {
-            const unsigned long next = std::min(end, y + mPlan.work.stripRows);
+        ForStrips(first, end, [this](unsigned long y, unsigned long next) {
             const SImage<const Out> rows = Finished(y, next);
             CountPicture(rows, y, next);
             Arrange(rows, y, next);
-            y = next;
-        }
+        });
     }
 
     /// The whole frame through a filter that makes each row from those above it.
     void Filter(CVekChainState& state) {
-        const SImage<Raw> kept = {mWidth, mHeight, mPlan.KeptPitch(), reinterpret_cast<Raw*>(state.frame.get())};
-        ForStrips([&](unsigned long first, unsigned long end) {
+        const SImage<Raw> kept = {mWidth, mHeight, mPlan.UnpackedPitch(), reinterpret_cast<Raw*>(state.frame.get())};
+        ForStrips(0, mHeight, [&](unsigned long first, unsigned long end) {
             const STraits& traits = mPlan.noiseTraits;
             mPlan.noise.Rows(
                 *mPlan.kernels, mPlan.rawFrame,
@@ -84,7 +76,7 @@ public:
 
     /// What the automatic balance of raw rows goes by.
     void Measure(SWBStatistics& statistics) {
-        ForStrips([&](unsigned long first, unsigned long end) {
+        ForStrips(0, mHeight, [&](unsigned long first, unsigned long end) {
             SImage<Work> rows = mRaw.View();
             rows.top = first;
             MakeRaw(first, end, rows, EUntil::Balance);
@@ -124,9 +116,9 @@ private:
     }
 
     template <class Body>
-    void ForStrips(Body body) {
-        for (unsigned long y = 0; y < mHeight;) {
-            const unsigned long next = std::min(mHeight, y + mPlan.work.stripRows);
+    void ForStrips(unsigned long first, unsigned long end, Body body) {
+        for (unsigned long y = first; y < end;) {
+            const unsigned long next = std::min(end, y + mPlan.work.stripRows);
             body(y, next);
             y = next;
         }
@@ -137,8 +129,8 @@ private:
     /// Whether stages can read samples where the frame has them.
     bool IsReadable() const {
         const SFrameLayout& frame = mPlan.frame;
-        return frame.packing == EPacking::Bytes ||
-               (frame.packing == EPacking::Words && frame.pitch % sizeof(Raw) == 0 &&
+        return frame.format->layout == ELayout::Bytes ||
+               (frame.format->layout == ELayout::Words && !frame.isSwapped && frame.pitch % sizeof(Raw) == 0 &&
                 reinterpret_cast<std::uintptr_t>(mFrame) % sizeof(Raw) == 0);
     }
     SImage<const Raw> FrameView() const {
@@ -146,42 +138,36 @@ private:
     }
     bool IsKept() const { return mState != nullptr && mPlan.KeepsFrame(); }
     SImage<const Raw> KeptView() const {
-        return {mWidth, mHeight, mPlan.KeptPitch(), reinterpret_cast<const Raw*>(mState->frame.get())};
+        return {mWidth, mHeight, mPlan.UnpackedPitch(), reinterpret_cast<const Raw*>(mState->frame.get())};
     }
 
+    /// For words that do not lie in memory as they are; null for those that do.
+    rows::SUnpackRows::ToWords UnpackKernel() const {
+        const rows::SUnpackRows& unpack = Kernels().unpack;
+        const STransferFormat& format = *mPlan.frame.format;
+        switch (format.layout) {
+        case ELayout::Packed:
+            return format.depth == 10 ? unpack.stream10 : unpack.stream12;
+        case ELayout::Csi2:
+            return format.depth == 10 ? unpack.csi10 : format.depth == 12 ? unpack.csi12 : unpack.csi14;
+        default:
+            return mPlan.frame.isSwapped ? unpack.swapped : nullptr;
+        }
+    }
     void Unpack(unsigned long y, Raw* row) const {
         const SFrameLayout& frame = mPlan.frame;
         const std::uint8_t* const from = mFrame + y * frame.pitch;
         if constexpr (sizeof(Raw) == 1) {
             std::memcpy(row, from, mWidth);
         } else {
-            const rows::SUnpackRows& unpack = Kernels().unpack;
             // A crop that begins within a group of pixels is copied from the group's row.
             const unsigned long lead = frame.LeadPixels();
             const unsigned long width = mWidth + lead;
             Raw* const to = lead == 0 ? row : reinterpret_cast<Raw*>(Area() + mPlan.work.line.offset);
-            switch (frame.packing) {
-            case EPacking::Stream10:
-                unpack.stream10(from, to, width);
-                break;
-            case EPacking::Stream12:
-                unpack.stream12(from, to, width);
-                break;
-            case EPacking::Csi10:
-                unpack.csi10(from, to, width);
-                break;
-            case EPacking::Csi12:
-                unpack.csi12(from, to, width);
-                break;
-            case EPacking::Csi14:
-                unpack.csi14(from, to, width);
-                break;
-            case EPacking::SwappedWords:
-                unpack.swapped(from, to, width);
-                break;
-            default:
+            if (const auto unpacked = UnpackKernel(); unpacked != nullptr) {
+                unpacked(from, to, width);
+            } else {
                 std::memcpy(to, from, width * sizeof(Raw));
-                break;
             }
             if (to != row) {
                 std::memcpy(row, to + lead, mWidth * sizeof(Raw));
@@ -285,19 +271,19 @@ private:
                 ToDepth12(rows, first, end);
             }
             if (mPlan.shading || !leveled) {
-                Level(constView(rows), rows, first, end);
+                Level(rows, rows, first, end);
             }
         } else {
             if (mPlan.shading) {
                 SImage<Raw> corrected = mCorrected.View();
                 corrected.top = first;
                 handle.shading.Rows(Kernels(), mPlan.rawFrame, SBand<Raw>{source, corrected, first, end, nullptr});
-                source = constView(corrected);
+                source = corrected;
             }
             for (unsigned long y = first; y < end; ++y) {
                 Kernels().unpack.bytesToDepth12(source.Row(y), rows.Row(y), mWidth);
             }
-            Level(constView(rows), rows, first, end);
+            Level(rows, rows, first, end);
         }
         if (until == EUntil::Balance) {
             return;
@@ -318,13 +304,13 @@ private:
                 for (unsigned long y = first; y < end; ++y) {
                     Unpack(y, rows.Row(y));
                 }
-                CountRaw(constView(rows), first, end);
-                return constView(rows);
+                CountRaw(rows, first, end);
+                return rows;
             }
         }
         const SImage<const Raw> source = Cleaned(first, end);
-        if (mCounter != nullptr) {
-            CountRaw(IsReadable() ? FrameView() : Source(first, end), first, end);
+        if (mCounter) {
+            CountRaw(Source(first, end), first, end);
         }
         return source;
     }
@@ -391,7 +377,7 @@ private:
         const SImage<Work> colors = mColors.View();
         const SHandleStages& handle = *mPlan.handle;
         const bool fused = FuseDemosaic(raw, colors, next, end);
-        if (mPlan.edgeDirected) {
+        if (mPlan.IsEdgeDirected()) {
             SEdgeDemosaicStage().Rows(Kernels(), mPlan.mirroredFrame, SBand<Work>{raw, colors, next, end, nullptr});
         } else if (!fused) {
             mPlan.demosaic.Rows(Kernels(), mPlan.mirroredFrame, SBand<Work>{raw, colors, next, end, nullptr});
@@ -493,7 +479,7 @@ private:
             auto* const scratch = reinterpret_cast<std::uint16_t*>(Area() + mPlan.work.line.offset);
             const SPhase& phase = phaseOf(mPlan.mirroredFrame.colorArray);
             for (unsigned long y = first; y < end; ++y) {
-                if (mPlan.edgeDirected) {
+                if (mPlan.IsEdgeDirected()) {
                     const auto at = [&](int offset) { return raw.Row(rows::mirrored(y, offset, mHeight)); };
                     Kernels().fused.edgeToned[phase.Kind(y)](at(-2), at(-1), at(0), at(1), at(2), toned.Row(y), mWidth,
                                                              development, scratch);
@@ -542,7 +528,7 @@ private:
 
     /// Counts rows first .. end-1 of the frame as it came, as far as they are the band's.
     void CountRaw(const SImage<const Raw>& rows, unsigned long first, unsigned long end) {
-        if (mCounter == nullptr) {
+        if (!mCounter) {
             return;
         }
         const unsigned long bandFirst = IsUpsideDown() ? mHeight - mBandEnd : mBandFirst;
@@ -550,7 +536,7 @@ private:
         mCounter->Raw(rows, std::max(first, bandFirst), std::min(end, bandEnd));
     }
     void CountPicture(const SImage<const Out>& rows, unsigned long first, unsigned long end) {
-        if (mCounter != nullptr) {
+        if (mCounter) {
             mCounter->Picture(rows, first, end);
         }
     }
@@ -570,7 +556,7 @@ private:
     CRowWindow<Work> mSharpened;
     CRowWindow<Out> mToned;
     CRowWindow<Out> mFinished;
-    CBandCounter* mCounter = nullptr; ///< null: nothing is counted
+    std::optional<CBandCounter> mCounter; ///< none: nothing is counted
     unsigned long mBandFirst = 0;
     unsigned long mBandEnd = 0;
     unsigned long mSharpenedEnd = 0; ///< row that sharpness goes on with

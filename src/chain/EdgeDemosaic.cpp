@@ -2,6 +2,7 @@
 #include "chain/EdgeDemosaic.h"
 
 #include "formats/ColorArrays.h"
+#include "formats/DemosaicMethods.h"
 #include "imageproc/BayerRows.h"
 #include "imageproc/rows/Mirror.h"
 #include "imageproc/rows/RowTable.h"
@@ -14,7 +15,8 @@ STraits SEdgeDemosaicStage::Traits(const SFrame& frame) const {
     if (!isBayer(frame.colorArray)) {
         return {};
     }
-    return {.kind = EStage::Window, .rowsAbove = kReach, .rowsBelow = kReach};
+    return {
+        .kind = EStage::Window, .rowsAbove = kEdgeDirectedMethod.rowsAbove, .rowsBelow = kEdgeDirectedMethod.rowsBelow};
 }
 
 template <class T>

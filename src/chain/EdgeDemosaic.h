@@ -7,12 +7,10 @@ namespace vek {
 
 /// Edge-directed demosaicing as a stage: Bayer frames become dense blue, green, red pixels.
 struct SEdgeDemosaicStage {
-    static constexpr unsigned long kMinSize = 2; ///< least width and height of a frame
-    static constexpr unsigned kReach = 2;        ///< rows and columns around a pixel that it is made from
-
     /// None for a frame without a Bayer colour array.
     STraits Traits(const SFrame& frame) const;
-    /// frame: a Bayer one, of kMinSize and more. Bytes of 8 bits; words of up to 13, the frame's bitsPerPixel.
+    /// frame: a Bayer one, of the method's smallest size and more. Bytes of 8 bits; words of up to 13, the frame's
+    /// bitsPerPixel.
     template <class T>
     void Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const;
 };

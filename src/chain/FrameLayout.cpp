@@ -9,32 +9,6 @@ namespace vek {
 
 namespace {
 
-EPacking packingOf(const STransferFormat& format, unsigned byteOrder) {
-    switch (format.layout) {
-    case ELayout::Packed:
-        return format.depth == 10 ? EPacking::Stream10 : EPacking::Stream12;
-    case ELayout::Words:
-        return byteOrder == VEK_CHAIN_BIG_ENDIAN ? EPacking::SwappedWords : EPacking::Words;
-    case ELayout::Csi2:
-        return format.depth == 10 ? EPacking::Csi10 : format.depth == 12 ? EPacking::Csi12 : EPacking::Csi14;
-    default:
-        return EPacking::Bytes;
-    }
-}
-
-/// Packing, depth and group of a frame's format.
-SFrameLayout samplesOf(const VekChainFrame& frame, const STransferFormat& format) {
-    SFrameLayout layout;
-    layout.packing = packingOf(format, frame.byteOrder);
-    layout.depth = format.depth;
-    layout.groupPixels = format.groupPixels;
-    layout.groupBytes = format.groupBytes;
-    require(frame.byteOrder <= VEK_CHAIN_BIG_ENDIAN, "frame.byteOrder: neither little nor big");
-    require(frame.byteOrder == VEK_CHAIN_LITTLE_ENDIAN || layout.packing == EPacking::SwappedWords,
-            "frame.byteOrder: goes with formats of words alone");
-    return layout;
-}
-
 /// A side of the crop; 0 stands for all that is left.
 unsigned long cropped(unsigned long whole, unsigned long start, unsigned long length, const char* reason) {
     require(start < whole && length <= whole - start, reason);
@@ -56,7 +30,12 @@ SFrameLayout frameLayout(const VekChainFrame& frame) {
     const STransferFormat* const format = chainFormat(frame.format);
     require(format != nullptr, "frame.format: no transfer format of this number");
     require(format->IsRaw(), "frame.format: neither raw nor mono");
-    SFrameLayout layout = samplesOf(frame, *format);
+    require(frame.byteOrder <= VEK_CHAIN_BIG_ENDIAN, "frame.byteOrder: neither little nor big");
+    SFrameLayout layout;
+    layout.format = format;
+    layout.depth = format->depth;
+    layout.isSwapped = frame.byteOrder == VEK_CHAIN_BIG_ENDIAN;
+    require(!layout.isSwapped || format->layout == ELayout::Words, "frame.byteOrder: goes with formats of words alone");
     require(frame.width != 0, "frame.width: 0 pixels");
     require(frame.height != 0, "frame.height: 0 rows");
     const std::size_t dense = format->RowBytes(frame.width);

@@ -2,31 +2,19 @@
 #pragma once
 
 #include "VekTrgChain.h"
+#include "formats/TransferFormats.h"
 
 #include <cstddef>
 
 namespace vek {
 
-/// How samples lie in a frame.
-enum class EPacking : unsigned char {
-    Bytes,
-    Words,        ///< little-endian
-    SwappedWords, ///< big-endian
-    Stream10,     ///< little-endian bit streams
-    Stream12,
-    Csi10, ///< MIPI CSI-2
-    Csi12,
-    Csi14
-};
-
 /// A raw frame in memory and the crop that a picture is made of.
 struct SFrameLayout {
-    EPacking packing = EPacking::Bytes;
-    unsigned short depth = 8; ///< bits
-    unsigned groupPixels = 1; ///< pixels of the smallest group that ends at a byte
-    unsigned groupBytes = 1;
-    std::size_t pitch = 0; ///< bytes
-    std::size_t bytes = 0; ///< from the frame's first byte to the crop's last one
+    const STransferFormat* format = nullptr; ///< raw or mono
+    bool isSwapped = false;                  ///< words are big-endian
+    unsigned short depth = 8;                ///< bits of a sample
+    std::size_t pitch = 0;                   ///< bytes
+    std::size_t bytes = 0;                   ///< from the frame's first byte to the crop's last one
     unsigned long cropX = 0;
     unsigned long cropY = 0;
     unsigned long width = 0;       ///< of the crop, pixels
@@ -37,9 +25,9 @@ struct SFrameLayout {
     /// Whether samples are words, once they are unpacked.
     bool IsOfWords() const { return depth > 8; }
     /// Bytes from the row's first one to its crop's group.
-    std::size_t CropBytes() const { return cropX / groupPixels * groupBytes; }
+    std::size_t CropBytes() const { return cropX / format->groupPixels * format->groupBytes; }
     /// Pixels of that group in front of the crop.
-    unsigned long LeadPixels() const { return cropX % groupPixels; }
+    unsigned long LeadPixels() const { return cropX % format->groupPixels; }
 };
 
 /// Throws SRefusal.

@@ -9,11 +9,13 @@
 #include "imageproc/Sharpness.h"
 #include "imageproc/WB.h"
 
+#include <memory>
+
 namespace vek {
 
 /// What a handle's stages were set to when a plan was made.
 struct SHandleStages {
-    SNoiseStage noise; ///< its mode is the description's
+    std::shared_ptr<const SDarkFrame> dark; ///< of noise reduction
     SShadingStage shading;
     SWBStage balance; ///< with the tables of bytes
     SRawGammaStage rawGamma;

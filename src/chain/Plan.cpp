@@ -2,6 +2,7 @@
 #include "chain/Plan.h"
 
 #include "chain/Refusal.h"
+#include "chain/WorkArea.h"
 #include "common/PixelFormat.h"
 #include "formats/ColorArrays.h"
 #include "formats/DemosaicMethods.h"
@@ -18,7 +19,6 @@ namespace {
 
 constexpr unsigned short kDepthOfBytes = 8;
 constexpr unsigned short kMaxDemosaicDepth = 12;
-constexpr unsigned short kMaxSharpnessDepth = 12;
 /// No later version has larger structs.
 constexpr std::size_t kMaxStructBytes = 65536;
 constexpr unsigned short kDepthOf12 = 12;
@@ -105,7 +105,7 @@ void checkNoise(CVekChainPlan& plan, unsigned mode) {
         return;
     }
     require(mode == VEK_NOISE_EASY || mode == VEK_NOISE_COMPLEX, "noise: no mode of this number");
-    plan.noise = {mode, plan.handle->noise.dark};
+    plan.noise = {mode, plan.handle->dark};
     plan.noiseTraits = plan.noise.Traits(plan.rawFrame);
     if (mode == VEK_NOISE_EASY) {
         require(plan.noiseTraits.kind != EStage::None, "noise: the easy filter needs 4 x 4 pixels, 2 x 2 of mono");
@@ -114,7 +114,7 @@ void checkNoise(CVekChainPlan& plan, unsigned mode) {
     const SDarkFrame* const dark = plan.noise.dark.get();
     require(dark != nullptr && dark->samples != nullptr, "noise: the handle has no dark frame");
     require(plan.noiseTraits.kind != EStage::None, "noise: the dark frame has another size or colour array");
-    const std::size_t pitch = plan.KeptPitch();
+    const std::size_t pitch = plan.UnpackedPitch();
     require(dark->pitch == pitch, "noise: the dark frame was stored with padding, or with samples of another size");
 }
 
@@ -130,10 +130,10 @@ void checkShading(const CVekChainPlan& plan) {
 void checkDemosaic(const CVekChainPlan& plan) {
     const SColorInterpolationStage& stage = plan.demosaic;
     const bool bayer = isBayer(plan.mirroredFrame.colorArray);
-    require(!bayer || plan.edgeDirected || stage.method < kDemosaicMethods.size(),
+    require(!bayer || plan.IsEdgeDirected() || stage.method < kDemosaicMethods.size(),
             "demosaic: no method of this number");
     if (plan.picture.IsGray()) {
-        require(!bayer || (stage.method == VEK_DEMOSAIC_MONO && !plan.edgeDirected),
+        require(!bayer || (stage.method == VEK_DEMOSAIC_MONO && !plan.IsEdgeDirected()),
                 "picture.layout: mono goes with mono frames or VEK_DEMOSAIC_MONO");
         return;
     }
@@ -143,7 +143,7 @@ void checkDemosaic(const CVekChainPlan& plan) {
         return;
     }
     const unsigned long minSize =
-        plan.edgeDirected ? SEdgeDemosaicStage::kMinSize : stage.MethodFor(plan.mirroredFrame.colorArray)->minSize;
+        plan.IsEdgeDirected() ? kEdgeDirectedMethod.minSize : stage.MethodFor(plan.mirroredFrame.colorArray)->minSize;
     require(plan.frame.width >= minSize && plan.frame.height >= minSize, "demosaic: the frame is too small");
     require(stage.method != VEK_DEMOSAIC_BICUBIC || !plan.IsOfWords(), "demosaic: VEK_DEMOSAIC_BICUBIC is for 8 bits");
     require(!plan.demosaicTraits.leavesOpen, "demosaic: this method leaves samples open at an odd height");
@@ -152,15 +152,10 @@ void checkDemosaic(const CVekChainPlan& plan) {
 
 // ---- the work area ----
 
-constexpr std::size_t kCacheLine = 64;
 /// What the parts of a work area take together stays in a core's own cache.
 constexpr std::size_t kCacheBytes = std::size_t{768} * 1024;
 constexpr unsigned long kMinStripRows = 4;
 constexpr unsigned long kMaxStripRows = 64;
-
-std::size_t roundUpToLine(std::size_t bytes) {
-    return (bytes + kCacheLine - 1) / kCacheLine * kCacheLine;
-}
 
 /// Rows in front of and behind those that a stage makes.
 unsigned long reachOf(const STraits& traits) {
@@ -175,9 +170,10 @@ SWorkLayout workLayout(const CVekChainPlan& plan) {
     const unsigned samples = plan.Samples();
     // Rows that each part has besides those of the strip.
     const unsigned long finished = 0;
-    const unsigned long toned = finished + (plan.sharpenAfter ? 2 : 0);
+    const SSharpnessStage& sharpness = plan.handle->sharpness;
+    const unsigned long toned = finished + (plan.sharpenAfter ? reachOf(sharpness.Traits(plan.pictureFrame)) : 0);
     const unsigned long sharpened = toned;
-    const unsigned long colors = sharpened + (plan.sharpenBefore ? 2 : 0);
+    const unsigned long colors = sharpened + (plan.sharpenBefore ? reachOf(sharpness.Traits(plan.colorFrame)) : 0);
     const unsigned long raw = colors + (plan.picture.IsGray() ? 0 : reachOf(plan.demosaicTraits));
     const unsigned long cleaned = raw + 2UL * plan.noiseTraits.rowsAbove;
     const unsigned long unpacked = cleaned + reachOf(plan.noiseTraits);
@@ -216,12 +212,11 @@ SWorkLayout workLayout(const CVekChainPlan& plan) {
         }
     }
     // And the pixels in front of a crop.
-    work.line = {offset, roundUpToLine((width * samples + plan.frame.groupPixels) * sizeof(unsigned short)), 1};
+    work.line = {offset, roundUpToLine((width * samples + plan.frame.format->groupPixels) * sizeof(unsigned short)), 1};
     offset += work.line.pitch;
     work.noise = offset;
     offset += roundUpToLine(plan.noiseTraits.workBytes);
     work.sharpness = offset;
-    const SSharpnessStage& sharpness = plan.handle->sharpness;
     offset += plan.sharpenBefore  ? sharpness.Traits(plan.colorFrame).workBytes
               : plan.sharpenAfter ? sharpness.Traits(plan.pictureFrame).workBytes
                                   : 0;
@@ -301,10 +296,8 @@ SPlanTone takenTone(const VekChainTone& given, const CVekChainPlan& plan, const 
         tone.curves =
             std::make_shared<const CToneCurves>(first, first + step, first + 2 * step, tone.entries, tone.depth);
     } else {
-        static constexpr EToneCurve curves[] = {EToneCurve::Linear, EToneCurve::SRgb, EToneCurve::Bt709,
-                                                EToneCurve::Gamma};
-        tone.curves =
-            std::make_shared<const CToneCurves>(curves[given.curve - 1], tone.gamma / 100.0, tone.entries, tone.depth);
+        tone.curves = std::make_shared<const CToneCurves>(static_cast<VekChainCurve>(given.curve), tone.gamma / 100.0,
+                                                          tone.entries, tone.depth);
     }
     return tone;
 }
@@ -383,9 +376,8 @@ std::unique_ptr<CVekChainPlan> makePlan(const rows::SRowTable& kernels, std::sha
     // ---- pictures ----
     plan->demosaic = {static_cast<unsigned char>(std::min<std::uint32_t>(description.demosaic, UINT8_MAX)),
                       static_cast<unsigned short>(gray ? 1 : 3)};
-    plan->edgeDirected = description.demosaic == VEK_CHAIN_DEMOSAIC_EDGE && isBayer(plan->mirroredFrame.colorArray);
-    plan->demosaicTraits = plan->edgeDirected ? SEdgeDemosaicStage().Traits(plan->mirroredFrame)
-                                              : plan->demosaic.Traits(plan->mirroredFrame);
+    plan->demosaicTraits = plan->IsEdgeDirected() ? SEdgeDemosaicStage().Traits(plan->mirroredFrame)
+                                                  : plan->demosaic.Traits(plan->mirroredFrame);
     checkDemosaic(*plan);
     plan->colorFrame = {width, height, pixelFormatOf(gray, plan->IsOfWords()), 0, plan->workingDepth};
     plan->pictureFrame = {width, height, pixelFormatOf(gray, plan->picture.IsOfWords()), 0, pictureDepth};
@@ -413,7 +405,7 @@ std::unique_ptr<CVekChainPlan> makePlan(const rows::SRowTable& kernels, std::sha
     }
     if (asksFor(VEK_CHAIN_SHARPNESS)) {
         const SFrame& frame = sharpenAfter ? plan->pictureFrame : plan->colorFrame;
-        require(frame.bitsPerPixel <= kMaxSharpnessDepth, "stages: sharpness is for up to 12 bits");
+        require(frame.bitsPerPixel <= SSharpnessStage::kMaxDepth, "stages: sharpness is for up to 12 bits");
         const bool on = stages.sharpness.Traits(frame).kind != EStage::None;
         plan->sharpenBefore = on && !sharpenAfter;
         plan->sharpenAfter = on && sharpenAfter;
@@ -430,7 +422,7 @@ bool CVekChainPlan::MeasuresFrame() const {
 
 bool CVekChainPlan::IsDeveloped() const {
     const bool demosaiced = vek::isBayer(mirroredFrame.colorArray) && !picture.IsGray() &&
-                            (edgeDirected || demosaic.method == VEK_DEMOSAIC_BILINEAR_SIMPLE);
+                            (IsEdgeDirected() || demosaic.method == VEK_DEMOSAIC_BILINEAR_SIMPLE);
     return demosaiced && workingDepth == vek::kDepthOf12 && tone && picture.depth == vek::kDepthOfBytes && !matrix &&
            !suppression && !lumaGamma && !sharpenBefore;
 }

@@ -64,11 +64,11 @@ struct SWorkLayout {
     SWorkPart cleaned;           ///< by noise reduction
     SWorkPart corrected;         ///< by shading, where the next stage has other samples
     SWorkPart raw;               ///< for the demosaic method
-    SWorkPart colors;            ///< from it to the matrix
+    SWorkPart colors;            ///< from it to the luma curve
     SWorkPart sharpened;         ///< in front of tone
     SWorkPart toned;
     SWorkPart finished;        ///< sharpened behind tone
-    SWorkPart line;            ///< a row on its way into the picture
+    SWorkPart line;            ///< a row with the pixels in front of a crop, or between fused kernels
     std::size_t noise = 0;     ///< offset of noise reduction's own work area
     std::size_t sharpness = 0; ///< offset of that of sharpness
     std::size_t bytes = 0;
@@ -93,8 +93,7 @@ struct CVekChainPlan {
     bool balance = false;
     bool rawGamma = false;
     vek::SFlipStage mirror;
-    bool edgeDirected = false; ///< demosaicing, instead of the next one
-    vek::SColorInterpolationStage demosaic;
+    vek::SColorInterpolationStage demosaic; ///< or the chain's own method, of its number
     bool matrix = false;
     bool suppression = false;
     std::optional<vek::rows::SLinearMatrix> linearMatrix;
@@ -118,16 +117,20 @@ struct CVekChainPlan {
     bool IsOfWords() const { return workingDepth > 8; }
     /// Whether samples change between the last stage of the working depth and the picture.
     bool NeedsConversion() const { return tone.has_value() || picture.depth != workingDepth; }
+    /// Whether the chain's own method demosaics.
+    bool IsEdgeDirected() const {
+        return demosaic.method == VEK_CHAIN_DEMOSAIC_EDGE && vek::isBayer(mirroredFrame.colorArray);
+    }
     /// Whether one kernel goes from the mosaic to a picture of bytes.
     bool IsDeveloped() const;
     /// Bands begin and end at multiples of it.
     unsigned RowMultiple() const { return picture.layout == VEK_CHAIN_NV12 ? 2 : 1; }
-    /// Bytes of the filtered frame that a state keeps.
-    std::size_t KeptPitch() const { return frame.width * (frame.IsOfWords() ? 2 : 1); }
+    /// From row to row of a frame that is unpacked, without padding.
+    std::size_t UnpackedPitch() const { return frame.width * (frame.IsOfWords() ? 2 : 1); }
     bool KeepsFrame() const { return noise.mode == VEK_NOISE_EASY && noiseTraits.kind == vek::EStage::Serial; }
     bool MeasuresFrame() const;
     bool NeedsState() const { return KeepsFrame() || MeasuresFrame(); }
-    std::size_t KeptBytes() const { return KeepsFrame() ? KeptPitch() * frame.height : 0; }
+    std::size_t KeptBytes() const { return KeepsFrame() ? UnpackedPitch() * frame.height : 0; }
     /// Of a state, with all that it holds.
     std::size_t StateBytes() const { return sizeof(CVekChainState) + KeptBytes(); }
 };

@@ -41,10 +41,7 @@ public:
         view.top = mIsWhole ? 0 : mFirst;
         return view;
     }
-    SImage<const T> Const() const {
-        const SImage<T> view = View();
-        return {view.width, view.height, view.pitch, view.data, view.top};
-    }
+    SImage<const T> Const() const { return View(); }
 
 private:
     SImage<T> mImage;

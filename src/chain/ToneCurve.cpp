@@ -15,15 +15,16 @@ constexpr std::size_t kLength = SToneCurve::kSegment;
 constexpr std::size_t kWordEntries = 4096;
 constexpr std::size_t kSegments = kWordEntries / kLength;
 
-double levelOf(EToneCurve curve, double gamma, double light) {
+double levelOf(VekChainCurve curve, double gamma, double light) {
     switch (curve) {
-    case EToneCurve::SRgb:
+    case VEK_CHAIN_CURVE_SRGB:
         return light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
-    case EToneCurve::Bt709:
+    case VEK_CHAIN_CURVE_BT709:
         return light < 0.018 ? 4.5 * light : 1.099 * std::pow(light, 0.45) - 0.099;
-    case EToneCurve::Gamma:
+    case VEK_CHAIN_CURVE_GAMMA:
         return std::pow(light, 1 / gamma);
-    case EToneCurve::Linear:
+    case VEK_CHAIN_CURVE_LINEAR:
+    case VEK_CHAIN_CURVE_TABLE: // has no formula
         break;
     }
     return light;
@@ -208,7 +209,7 @@ struct CToneCurves::SCurve {
     std::uint8_t high[kWordEntries];
 };
 
-void toneEntries(EToneCurve curve, double gamma, std::size_t count, unsigned outBits, std::uint16_t* entries) {
+void toneEntries(VekChainCurve curve, double gamma, std::size_t count, unsigned outBits, std::uint16_t* entries) {
     const double largest = (1U << outBits) - 1;
     for (std::size_t i = 0; i < count; ++i) {
         const double light = static_cast<double>(i) / static_cast<double>(count - 1);
@@ -251,7 +252,7 @@ CToneCurves::CToneCurves(const std::uint16_t* blue, const std::uint16_t* green, 
     mTables.alike = curves == 1;
 }
 
-CToneCurves::CToneCurves(EToneCurve curve, double gamma, std::size_t count, unsigned outBits) {
+CToneCurves::CToneCurves(VekChainCurve curve, double gamma, std::size_t count, unsigned outBits) {
     std::vector<std::uint16_t> entries(count);
     toneEntries(curve, gamma, count, outBits, entries.data());
     *this = CToneCurves(entries.data(), entries.data(), entries.data(), count, outBits);

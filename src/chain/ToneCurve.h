@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "VekTrgChain.h"
 #include "imageproc/rows/RowTable.h"
 
 #include <cstddef>
@@ -9,17 +10,9 @@
 
 namespace vek {
 
-/// Curves from light (0 .. 1) to levels (0 .. 1).
-enum class EToneCurve : unsigned char {
-    Linear,
-    SRgb,  ///< IEC 61966-2-1
-    Bt709, ///< ITU-R BT.709
-    Gamma  ///< light^(1 / gamma)
-};
-
-/// Entry i of count, 2 or more: largest x curve(i / (count - 1)), rounded, where largest has outBits bits. gamma: of
-/// EToneCurve::Gamma, above 0.
-void toneEntries(EToneCurve curve, double gamma, std::size_t count, unsigned outBits, std::uint16_t* entries);
+/// Entry i of count, 2 or more: largest x curve(i / (count - 1)), rounded, where largest has outBits bits. curve: one
+/// with a name. gamma: of VEK_CHAIN_CURVE_GAMMA, above 0.
+void toneEntries(VekChainCurve curve, double gamma, std::size_t count, unsigned outBits, std::uint16_t* entries);
 
 /// Tone curves of blue, green and red as the row kernels take them. Made once; after that it is read alone.
 class CToneCurves {
@@ -29,7 +22,7 @@ public:
     CToneCurves(const std::uint16_t* blue, const std::uint16_t* green, const std::uint16_t* red, std::size_t count,
                 unsigned outBits);
     /// The same curve for all three.
-    CToneCurves(EToneCurve curve, double gamma, std::size_t count, unsigned outBits);
+    CToneCurves(VekChainCurve curve, double gamma, std::size_t count, unsigned outBits);
     ~CToneCurves();
     CToneCurves(CToneCurves&& other) noexcept;
     CToneCurves& operator=(CToneCurves&& other) noexcept;

@@ -11,6 +11,16 @@
 #include <cstdint>
 #include <memory>
 
+namespace vek {
+
+constexpr std::size_t kCacheLine = 64;
+
+constexpr std::size_t roundUpToLine(std::size_t bytes) {
+    return (bytes + kCacheLine - 1) / kCacheLine * kCacheLine;
+}
+
+} // namespace vek
+
 /// Working memory of one thread, and what it has counted.
 struct CVekChainWork {
     std::size_t bytes = 0;

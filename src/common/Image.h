@@ -42,6 +42,7 @@ struct SImage {
     T* Row(unsigned long y) const { return rowAt(data, y - top, pitch); }
     operator SRows<T>() const { return {pitch, data, top}; }
     operator SRows<const T>() const requires(!std::is_const_v<T>) { return {pitch, data, top}; }
+    operator SImage<const T>() const requires(!std::is_const_v<T>) { return {width, height, pitch, data, top}; }
     bool HasPixels() const { return width != 0 && height != 0; }
     /// Whether there are pixels, but no memory for them.
     bool IsMissing() const { return data == nullptr && HasPixels(); }

@@ -17,7 +17,6 @@ namespace vek {
 namespace {
 
 constexpr unsigned short kMinDepth = 8;
-constexpr unsigned short kMaxDepth = 12;
 constexpr unsigned long kWorkBytesPerColumn = 10;
 
 /// The work area: three rows of sums, by row number modulo 3, and two of luma, by row number modulo 2.
@@ -130,7 +129,7 @@ unsigned long CSharpness::Process(unsigned long width, unsigned long height, uns
     if (mStage.mode == 0) {
         return kOk;
     }
-    if (bits < kMinDepth || bits > kMaxDepth) {
+    if (bits < kMinDepth || bits > SSharpnessStage::kMaxDepth) {
         return kInvalid;
     }
     // An image of no pixels needs no work buffer, however wide it is.

@@ -11,6 +11,8 @@ namespace vek {
 
 /// Unsharp mask as a stage: its settings and the table of corrections.
 struct SSharpnessStage {
+    static constexpr unsigned short kMaxDepth = 12; ///< of an image's samples
+
     unsigned char mode = 0;
     unsigned short gain = 0;                  ///< 1/100
     unsigned short coring = 0;                ///< differences up to this one are left alone

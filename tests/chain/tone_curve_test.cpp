@@ -14,7 +14,7 @@ namespace {
 
 using Entries = std::vector<std::uint16_t>;
 
-Entries entriesOf(EToneCurve curve, double gamma, std::size_t count, unsigned outBits) {
+Entries entriesOf(VekChainCurve curve, double gamma, std::size_t count, unsigned outBits) {
     Entries entries(count);
     toneEntries(curve, gamma, count, outBits, entries.data());
     return entries;
@@ -37,22 +37,22 @@ void checkSegments(const rows::SToneCurve& curve) {
 }
 
 TEST(ToneCurve, NamedCurvesByTheirFormulas) {
-    const Entries linear = entriesOf(EToneCurve::Linear, 1, 4096, 12);
+    const Entries linear = entriesOf(VEK_CHAIN_CURVE_LINEAR, 1, 4096, 12);
     for (std::size_t i = 0; i < linear.size(); ++i) {
         ASSERT_EQ(linear[i], i);
     }
-    const Entries bytes = entriesOf(EToneCurve::SRgb, 1, 256, 8);
+    const Entries bytes = entriesOf(VEK_CHAIN_CURVE_SRGB, 1, 256, 8);
     EXPECT_EQ(bytes[0], 0);
     EXPECT_EQ(bytes[1], 13);   // 0.00392 is above 0.0031308: 255 x (1.055 x 0.0992 - 0.055) = 12.7
     EXPECT_EQ(bytes[55], 128); // 255 x (1.055 x 0.5278 - 0.055) = 127.96
     EXPECT_EQ(bytes[255], 255);
-    const Entries words = entriesOf(EToneCurve::SRgb, 1, 4096, 12);
+    const Entries words = entriesOf(VEK_CHAIN_CURVE_SRGB, 1, 4096, 12);
     EXPECT_EQ(words[10], 129); // 12.92 x 10
-    const Entries video = entriesOf(EToneCurve::Bt709, 1, 4096, 12);
+    const Entries video = entriesOf(VEK_CHAIN_CURVE_BT709, 1, 4096, 12);
     EXPECT_EQ(video[70], 315); // 4.5 x 70
     EXPECT_EQ(video[4095], 4095);
     EXPECT_EQ(video[1024], 2007); // 4095 x (1.099 x 0.25006^0.45 - 0.099) = 2006.6
-    const Entries root = entriesOf(EToneCurve::Gamma, 2, 256, 8);
+    const Entries root = entriesOf(VEK_CHAIN_CURVE_GAMMA, 2, 256, 8);
     for (unsigned i = 0; i < 256; ++i) {
         ASSERT_EQ(root[i], std::lround(std::sqrt(i * 255.0)));
     }
@@ -78,13 +78,13 @@ TEST(ToneCurve, NoEntryHangsOnTheLastBitOfAPower) {
 
 TEST(ToneCurve, UsualCurvesHaveSegments) {
     for (const unsigned outBits : {8U, 10U, 12U}) {
-        for (const EToneCurve curve : {EToneCurve::Linear, EToneCurve::SRgb, EToneCurve::Bt709}) {
+        for (const VekChainCurve curve : {VEK_CHAIN_CURVE_LINEAR, VEK_CHAIN_CURVE_SRGB, VEK_CHAIN_CURVE_BT709}) {
             const CToneCurves curves(curve, 1, 4096, outBits);
             ASSERT_NE(curves.Tables().curve[0].segments, nullptr) << outBits << " bits";
             checkSegments(curves.Tables().curve[0]);
         }
         for (const double gamma : {0.5, 1.8, 2.2, 2.6}) {
-            const CToneCurves curves(EToneCurve::Gamma, gamma, 4096, outBits);
+            const CToneCurves curves(VEK_CHAIN_CURVE_GAMMA, gamma, 4096, outBits);
             ASSERT_NE(curves.Tables().curve[0].segments, nullptr) << outBits << " bits, " << gamma;
             checkSegments(curves.Tables().curve[0]);
         }
@@ -92,9 +92,9 @@ TEST(ToneCurve, UsualCurvesHaveSegments) {
 }
 
 TEST(ToneCurve, EqualTablesAreAlike) {
-    const Entries a = entriesOf(EToneCurve::SRgb, 1, 4096, 8);
+    const Entries a = entriesOf(VEK_CHAIN_CURVE_SRGB, 1, 4096, 8);
     const Entries same = a;
-    const Entries other = entriesOf(EToneCurve::Bt709, 1, 4096, 8);
+    const Entries other = entriesOf(VEK_CHAIN_CURVE_BT709, 1, 4096, 8);
     EXPECT_TRUE(CToneCurves(a.data(), same.data(), a.data(), 4096, 8).Tables().alike);
     const std::vector<std::vector<const Entries*>> orders = {
         {&a, &same, &other}, {&a, &other, &a}, {&other, &a, &same}};
@@ -126,7 +126,7 @@ TEST(ToneCurve, CurvesThatAreNotSmoothAreLookedUp) {
     const CToneCurves any(entries.data(), entries.data(), entries.data(), 4096, 12);
     EXPECT_EQ(any.Tables().curve[0].segments, nullptr);
     // Eight segments that are torn are exceptions, a ninth one is too many.
-    entries = entriesOf(EToneCurve::Linear, 1, 4096, 12);
+    entries = entriesOf(VEK_CHAIN_CURVE_LINEAR, 1, 4096, 12);
     for (std::size_t torn = 0; torn <= rows::SToneCurve::kMaxExceptions; ++torn) {
         const CToneCurves curves(entries.data(), entries.data(), entries.data(), 4096, 12);
         const rows::SToneCurve& curve = curves.Tables().curve[0];
@@ -140,7 +140,7 @@ TEST(ToneCurve, CurvesThatAreNotSmoothAreLookedUp) {
 }
 
 TEST(ToneCurve, MovedCurvesKeepTheirTables) {
-    CToneCurves first(EToneCurve::SRgb, 1, 4096, 8);
+    CToneCurves first(VEK_CHAIN_CURVE_SRGB, 1, 4096, 8);
     const CToneCurves second = std::move(first);
     EXPECT_EQ(second.Tables().curve[2].entries[4095], 255);
     checkSegments(second.Tables().curve[2]);

@@ -14,7 +14,7 @@ enum class Isa : std::uint8_t {
     Scalar, ///< the architecture's baseline; plain loops, the reference of the others
     Sse42,
     Avx2,
-    Avx512, ///< F, BW, DQ, VL and VBMI
+    Avx512, ///< with what src/CMakeLists.txt builds it with: VBMI and VNNI, too
     Neon
 };
 

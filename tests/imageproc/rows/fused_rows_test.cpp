@@ -87,11 +87,11 @@ TEST_P(CFusedRows, DemosaicMatrixAndTone) {
     for (Word& entry : wild) {
         entry = static_cast<Word>(random.Below(256));
     }
-    const CToneCurves sRgb(EToneCurve::SRgb, 1, 4096, 8);
+    const CToneCurves sRgb(VEK_CHAIN_CURVE_SRGB, 1, 4096, 8);
     std::vector<Word> darker(4096);
-    toneEntries(EToneCurve::Gamma, 1.7, darker.size(), 8, darker.data());
+    toneEntries(VEK_CHAIN_CURVE_GAMMA, 1.7, darker.size(), 8, darker.data());
     std::vector<Word> straight(4096);
-    toneEntries(EToneCurve::Linear, 1, straight.size(), 8, straight.data());
+    toneEntries(VEK_CHAIN_CURVE_LINEAR, 1, straight.size(), 8, straight.data());
     const CToneCurves three(darker.data(), straight.data(), darker.data(), 4096, 8);
     const CToneCurves byLoads(wild.data(), wild.data(), straight.data(), 4096, 8);
     for (std::size_t width = 2; width <= 200; ++width) {

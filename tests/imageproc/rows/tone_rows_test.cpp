@@ -19,7 +19,7 @@ struct STypes {
     static constexpr std::size_t count = sizeof(In) == 1 ? 256 : 4096;
 };
 
-Entries namedEntries(EToneCurve curve, double gamma, std::size_t count, unsigned outBits) {
+Entries namedEntries(VekChainCurve curve, double gamma, std::size_t count, unsigned outBits) {
     Entries entries(count);
     toneEntries(curve, gamma, count, outBits, entries.data());
     return entries;
@@ -46,10 +46,10 @@ private:
 
 /// Curves with all, with some and without segments; alike and different.
 std::vector<CCurves> curvesOf(std::size_t count, unsigned outBits, CRandom& random) {
-    const Entries sRgb = namedEntries(EToneCurve::SRgb, 0, count, outBits);
-    const Entries bt709 = namedEntries(EToneCurve::Bt709, 0, count, outBits);
-    const Entries gamma = namedEntries(EToneCurve::Gamma, 2.2, count, outBits);
-    const Entries linear = namedEntries(EToneCurve::Linear, 1, count, outBits);
+    const Entries sRgb = namedEntries(VEK_CHAIN_CURVE_SRGB, 0, count, outBits);
+    const Entries bt709 = namedEntries(VEK_CHAIN_CURVE_BT709, 0, count, outBits);
+    const Entries gamma = namedEntries(VEK_CHAIN_CURVE_GAMMA, 2.2, count, outBits);
+    const Entries linear = namedEntries(VEK_CHAIN_CURVE_LINEAR, 1, count, outBits);
     Entries falling = bt709;
     std::reverse(falling.begin(), falling.end());
     // Exceptions apart from each other, the first and the last segment among them.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Built with -mavx512{f,bw,dq,vl,vbmi}. See docs/design/0001-row-kernels.md for the vector lengths.
+// See docs/design/0001-row-kernels.md for the vector lengths.
 #define VEK_ISA avx512
 #define VEK_ISA_NAME "avx512"
 #define VEK_ISA_ENUM Isa::Avx512
