@@ -38,7 +38,8 @@ template <class Bins>
 VEK_INLINE Bins binBlock(const std::uint8_t* samples, unsigned shift) {
     // Bytes are shifted in pairs: what comes in from the next one goes.
     const auto pairs = load<Like<std::uint16_t, Bins>>(samples) >> static_cast<int>(shift);
-    return smaller((Bins)pairs & static_cast<std::uint8_t>(0xFF >> shift), all<Bins>(kLastBin));
+    const Bins kept = all<Bins>(static_cast<std::uint8_t>(0xFF >> shift));
+    return smaller((Bins)pairs & kept, all<Bins>(kLastBin));
 }
 template <class Bins>
 VEK_INLINE Bins binBlock(const std::uint16_t* samples, unsigned shift) {
