@@ -144,7 +144,7 @@ template <bool InPairs>
 struct SMatrixSteps {
     using Bytes = SByteTable::Bytes;
     using Signed = Like<std::int8_t, Bytes>;
-    using Words = Like<std::int16_t, Bytes>;
+    using Words = Like<std::uint16_t, Bytes>; ///< added modulo 2^16: the sums fit, with their signs, parts may not
     struct SOutput {
         Signed blueGreen;
         Signed blueGreenLeft;
@@ -158,7 +158,7 @@ struct SMatrixSteps {
         for (std::size_t j = 0; j < 3; ++j) {
             output[j] = {BytePairs(of[0].step[j], of[1].step[j]), BytePairs(of[0].sign[j], of[1].sign[j]),
                          BytePairs(of[2].step[j], of[2].sign[j]),
-                         all<Words>(static_cast<std::int16_t>(of[0].base[j] + of[1].base[j] + of[2].base[j]))};
+                         all<Words>(static_cast<std::uint16_t>(of[0].base[j] + of[1].base[j] + of[2].base[j]))};
         }
     }
 
@@ -176,7 +176,7 @@ struct SMatrixSteps {
 private:
     /// Two bytes in every two lanes.
     VEK_INLINE static Signed BytePairs(std::int8_t first, std::int8_t second) {
-        return (Signed)all<Words>(static_cast<std::int16_t>(second << 8 | static_cast<std::uint8_t>(first)));
+        return (Signed)all<Words>(static_cast<std::uint16_t>(second << 8 | static_cast<std::uint8_t>(first)));
     }
 };
 
@@ -193,9 +193,12 @@ VEK_INLINE SColors<A> matrixBlock(const SColors<A>& colors, const SMatrixSteps<I
         const A green = steps.LookUp(steps.input[1].rest[j], colors.green);
         const A red = steps.LookUp(steps.input[2].rest[j], colors.red);
         const auto& output = steps.output[j];
+        using Words = typename SMatrixSteps<InPairs>::Words;
         const auto sum = [&](A bytes, A redLeft, A blueGreenLeft) {
-            return multiplyBytePairs(bytes, output.blueGreen) + multiplyBytePairs(redLeft, output.redLeft) +
-                   multiplyBytePairs(blueGreenLeft, output.blueGreenLeft) + output.base;
+            const Words words = (Words)multiplyBytePairs(bytes, output.blueGreen) +
+                                (Words)multiplyBytePairs(redLeft, output.redLeft) +
+                                (Words)multiplyBytePairs(blueGreenLeft, output.blueGreenLeft) + output.base;
+            return as<std::int16_t>(words);
         };
         out[j] = pack<std::uint8_t>(sum(blueGreen.low, zipLow<1>(colors.red, red), zipLow<1>(blue, green)),
                                     sum(blueGreen.high, zipHigh<1>(colors.red, red), zipHigh<1>(blue, green)));
