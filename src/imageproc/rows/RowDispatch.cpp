@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "imageproc/rows/RowDispatch.h"
 
-#include <cstring>
-
 namespace vek::rows {
 
 namespace scalar {
@@ -62,7 +60,6 @@ constexpr const SRowTable* kTables[] = {
     &neon::kTable,
 #endif
 };
-static_assert(sizeof kTables / sizeof kTables[0] <= kMaxTiers);
 
 } // namespace
 
@@ -80,15 +77,6 @@ const SRowTable& bestTable() {
         --best;
     }
     return *kTables[best];
-}
-
-const SRowTable* tableByName(const char* name) {
-    for (const SRowTable* table : kTables) {
-        if (std::strcmp(table->name, name) == 0) {
-            return isUsable(table->isa) ? table : nullptr;
-        }
-    }
-    return nullptr;
 }
 
 } // namespace vek::rows

@@ -190,15 +190,5 @@ TEST(Dispatch, BestTableIsTheLastUsableTier) {
     RecordProperty("tier", best);
 }
 
-TEST(Dispatch, TablesAreFoundByName) {
-    for (std::size_t i = 0; i < rows::tierCount(); ++i) {
-        const rows::STier tier = rows::tier(i);
-        EXPECT_EQ(rows::tableByName(tier.table->name), tier.usable ? tier.table : nullptr);
-    }
-    EXPECT_EQ(rows::tableByName("scalar"), rows::tier(0).table);
-    EXPECT_EQ(rows::tableByName("mmx"), nullptr);
-    EXPECT_EQ(rows::tableByName(""), nullptr);
-}
-
 } // namespace
 } // namespace vek::test
