@@ -46,7 +46,7 @@ VEK_INLINE SColors<A> colorsOf(A rowColor, A green, A third) {
 
 /// Stores the colours that body(x) gives for the blocks of columns first .. first + count - 1; as forBlocks.
 template <class A, unsigned Channels, class Body>
-inline void storeBlocks(Lane<A>* dst, std::size_t first, std::size_t count, Body body) {
+inline void storePixelBlocks(Lane<A>* dst, std::size_t first, std::size_t count, Body body) {
     forBlocks<A, Channels>(dst, first, count,
                            [=](std::size_t x) { storePixels<Channels>(dst + x * Channels, body(x)); });
 }

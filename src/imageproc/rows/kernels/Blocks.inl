@@ -3,6 +3,7 @@
 //
 //   forBlocks         |--first--|        |-- in line with dst --|  ...  |--last--|     elsewhere, pixels
 //                          |-- overlap --|
+//   storePixelBlocks  the same, of a Bayer row (Bayer.inl)                             elsewhere, pixels
 //   forPlaneBlocks    |----------|----------|  ...  |--last--|                         elsewhere, planes
 //   storeBlocks       the same; the last one is made first                             perhaps in place
 //   changeBlocks      as forBlocks; the first and the last one are made first          in place

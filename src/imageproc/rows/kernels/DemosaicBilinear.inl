@@ -97,8 +97,8 @@ void bilinearSimple(const T* above, const T* row, const T* below, T* dst, std::s
     using A = RowV<T>;
     if (const std::size_t inner = blockColumns<A>(2, 1, width); inner != 0) {
         bilinearSpan<T, Row, Channels>(above, row, below, dst, 0, 2, width);
-        storeBlocks<A, Channels>(dst, 2, inner,
-                                 [=](std::size_t x) { return bilinearBlock<A, Row>(above, row, below, x); });
+        storePixelBlocks<A, Channels>(dst, 2, inner,
+                                      [=](std::size_t x) { return bilinearBlock<A, Row>(above, row, below, x); });
         done = 2 + inner;
     }
 #endif

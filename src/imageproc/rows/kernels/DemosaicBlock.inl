@@ -158,8 +158,8 @@ void nearestNeighbor2(const T* upper, const T* lower, T* dst, std::size_t width,
 #if VEK_VECTOR_BYTES != 0
     using A = RowV<T>;
     if (const std::size_t inner = blockColumns<A>(0, 1, width); inner != 0) {
-        storeBlocks<A, Channels>(dst, 0, inner,
-                                 [=](std::size_t x) { return nearestNeighbor2Block<A, Upper>(upper, lower, x); });
+        storePixelBlocks<A, Channels>(dst, 0, inner,
+                                      [=](std::size_t x) { return nearestNeighbor2Block<A, Upper>(upper, lower, x); });
         done = inner;
     }
 #endif
@@ -186,7 +186,7 @@ void bilinearFalseColorReduction(const T* upper, const T* lower, const T* upperF
     using A = RowV<T>;
     if (const std::size_t inner = blockColumns<A>(2, 2, width); inner != 0) {
         centerSpan<T, Upper, Channels>(upper, lower, upperFar, lowerFar, dst, 0, 2, width);
-        storeBlocks<A, Channels>(dst, 2, inner, [=](std::size_t x) {
+        storePixelBlocks<A, Channels>(dst, 2, inner, [=](std::size_t x) {
             return falseColorReductionBlock<A, Upper>(upper, lower, upperFar, lowerFar, x);
         });
         done = 2 + inner;

@@ -99,7 +99,7 @@ void none(const T* row, T* dst, std::size_t width) {
 #if VEK_VECTOR_BYTES != 0
     using A = RowV<T>;
     if (const std::size_t columns = blockColumns<A>(0, 0, width); columns != 0) {
-        storeBlocks<A, Channels>(dst, 0, columns, [=](std::size_t x) { return noneBlock<A, Row>(row, x); });
+        storePixelBlocks<A, Channels>(dst, 0, columns, [=](std::size_t x) { return noneBlock<A, Row>(row, x); });
         done = columns;
     }
 #endif
@@ -112,8 +112,8 @@ void nearestNeighbor(const T* row, const T* other, T* dst, std::size_t width) {
 #if VEK_VECTOR_BYTES != 0
     using A = RowV<T>;
     if (const std::size_t columns = blockColumns<A>(0, 0, width); columns != 0) {
-        storeBlocks<A, Channels>(dst, 0, columns,
-                                 [=](std::size_t x) { return nearestNeighborBlock<A, Row>(row, other, x); });
+        storePixelBlocks<A, Channels>(dst, 0, columns,
+                                      [=](std::size_t x) { return nearestNeighborBlock<A, Row>(row, other, x); });
         done = columns;
     }
 #endif
@@ -126,7 +126,7 @@ void pixels(const T* blue, const T* green, const T* red, T* dst, std::size_t wid
 #if VEK_VECTOR_BYTES != 0
     using A = RowV<T>;
     if (const std::size_t columns = blockColumns<A>(0, 0, width); columns != 0) {
-        storeBlocks<A, Channels>(dst, 0, columns, [=](std::size_t x) {
+        storePixelBlocks<A, Channels>(dst, 0, columns, [=](std::size_t x) {
             return SColors<A>{load<A>(blue + x), load<A>(green + x), load<A>(red + x)};
         });
         done = columns;

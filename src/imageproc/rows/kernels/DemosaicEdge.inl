@@ -267,7 +267,7 @@ inline std::size_t edgeBlocks(const SFiveRows<Lane<A>>& rows, Lane<A>* dst, std:
     if (inner == 0) {
         return 0;
     }
-    storeBlocks<A, Channels>(dst, 2, inner, [=](std::size_t x) { return edgeBlock<A, Row>(rows, x, maxValue); });
+    storePixelBlocks<A, Channels>(dst, 2, inner, [=](std::size_t x) { return edgeBlock<A, Row>(rows, x, maxValue); });
     return 2 + inner;
 }
 
