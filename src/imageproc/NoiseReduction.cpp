@@ -7,6 +7,7 @@
 #include "common/Status.h"
 #include "formats/ColorArrays.h"
 #include "imageproc/BayerRows.h"
+#include "imageproc/rows/Median.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -48,9 +49,8 @@ public:
             const int inner = center + a + b + c - std::min({center, a, b, c}) - std::max({center, a, b, c});
             return std::min(center, static_cast<T>(inner >> 1));
         }
-        case 5: // centre, or the third smallest of the others
-            return std::min(
-                center, std::max(std::min(std::max(a, b), std::max(c, d)), std::max(std::min(a, b), std::min(c, d))));
+        case 5:
+            return rows::darkerMedian(center, a, b, c, d);
         default:
             return mGetCenterValueSmaller(mValues, mCount);
         }

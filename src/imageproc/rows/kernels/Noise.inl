@@ -11,18 +11,12 @@
 // Reads 1 or 2 columns beyond those that it writes. Samples are picked: nothing is rounded.
 #pragma once
 
+#include "imageproc/rows/Median.h"
 #include "imageproc/rows/RowTable.h"
 #include "imageproc/rows/kernels/Blocks.inl"
 
 namespace vek::rows::VEK_ISA {
 namespace {
-
-/// min(center, median of center and four neighbours)
-template <class T>
-inline T darkerMedian(T center, T a, T b, T c, T d) {
-    const T thirdSmallest = larger(smaller(larger(a, b), larger(c, d)), larger(smaller(a, b), smaller(c, d)));
-    return smaller(center, thirdSmallest);
-}
 
 /// max(center, median of center and four neighbours)
 template <class T>
