@@ -71,7 +71,7 @@ void CBandCounter::Take(std::size_t table) {
     }
     rows::SRowCount even = {};
     rows::SRowCount odd = {};
-    rows::countRows<unsigned char>(*mPlan.kernels).take(mTables[table], even, odd);
+    mPlan.kernels->takeCounts(mTables[table], even, odd);
     if (table == kPictureTable) {
         add(mCounts.luma, mPixels[table][0], even);
         add(mCounts.luma, mPixels[table][1], odd);

@@ -462,8 +462,6 @@ struct SCountRows {
     Count samples;
     /// The same of luma of dense blue-green-red pixels: (29 x blue + 150 x green + 77 x red + 128) >> 8.
     Count luma;
-    /// Moves what was counted to statistics: they are added to, counts is zeros again.
-    void (*take)(SPairCounts& counts, SRowCount& even, SRowCount& odd);
 };
 
 /// What follows the demosaic method of words of 12 bits on their way to bytes.
@@ -522,6 +520,8 @@ struct SRowTable {
     SNv12Rows nv12;
     SCountRows<std::uint8_t> counts8;
     SCountRows<std::uint16_t> counts16;
+    /// Moves what was counted, of bytes or words, to statistics: they are added to, counts is zeros again.
+    void (*takeCounts)(SPairCounts& counts, SRowCount& even, SRowCount& odd);
     SFusedRows fused;
 };
 

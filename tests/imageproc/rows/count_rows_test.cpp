@@ -60,7 +60,7 @@ protected:
                     unsigned clipped) {
         count(row, width, shift, static_cast<T>(clipped), *mPairs);
         SCounts counts = countsBefore();
-        rows::countRows<T>(Table()).take(*mPairs, counts.column[0], counts.column[1]);
+        Table().takeCounts(*mPairs, counts.column[0], counts.column[1]);
         return counts;
     }
 
@@ -144,7 +144,7 @@ TEST_P(CountRows, AsManyColumnsAsThereIsRoomFor) {
             for (std::size_t i = 0; i < times; ++i) {
                 Table().counts8.samples(row.data(), width, 2, 255, *mPairs);
             }
-            Table().counts8.take(*mPairs, many.column[0], many.column[1]);
+            Table().takeCounts(*mPairs, many.column[0], many.column[1]);
             const SCounts one = expectedCounts(std::vector<unsigned>(width, sample), 2, 255);
             const SCounts none = countsBefore();
             for (std::size_t parity = 0; parity < 2; ++parity) {
@@ -162,7 +162,7 @@ TEST_P(CountRows, TakingLeavesZeros) {
     const std::vector<std::uint8_t> row(201, 9);
     Counted<std::uint8_t>(Table().counts8.samples, row.data(), row.size(), 2, 9);
     SCounts again = countsBefore();
-    Table().counts8.take(*mPairs, again.column[0], again.column[1]);
+    Table().takeCounts(*mPairs, again.column[0], again.column[1]);
     EXPECT_TRUE(sameCounts(again, countsBefore())) << Table().name;
 }
 

@@ -127,10 +127,9 @@ std::vector<SKernel> kernelsOf(const SRowTable& table) {
     append(list, "nv12.chroma", table.nv12.chroma);
     append(list, "counts8.samples", table.counts8.samples);
     append(list, "counts8.luma", table.counts8.luma);
-    append(list, "counts8.take", table.counts8.take);
     append(list, "counts16.samples", table.counts16.samples);
     append(list, "counts16.luma", table.counts16.luma);
-    append(list, "counts16.take", table.counts16.take);
+    append(list, "takeCounts", table.takeCounts);
     append(list, "fused.bilinearMatrix", table.fused.bilinearMatrix);
     append(list, "fused.bilinearToned", table.fused.bilinearToned);
     append(list, "fused.edgeToned", table.fused.edgeToned);

@@ -202,7 +202,7 @@ void takeCounts(SPairCounts& counts, SRowCount& even, SRowCount& odd) {
 
 template <class T>
 constexpr SCountRows<T> countTable() {
-    return {.samples = countSamples<T>, .luma = countLuma<T>, .take = takeCounts};
+    return {.samples = countSamples<T>, .luma = countLuma<T>};
 }
 
 } // namespace

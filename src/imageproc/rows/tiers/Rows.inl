@@ -55,6 +55,7 @@ const SRowTable kTable = {
     .nv12 = nv12Table(),
     .counts8 = countTable<std::uint8_t>(),
     .counts16 = countTable<std::uint16_t>(),
+    .takeCounts = takeCounts,
     .fused = fusedTable(),
 };
 
