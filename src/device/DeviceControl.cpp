@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "device/DeviceControl.h"
 
-#include "VekTrgApi.h"
-#include "device/DriverAbi.h"
-
 #include <linux/videodev2.h>
 #include <sys/ioctl.h>
 
@@ -15,19 +12,7 @@ bool CDeviceControl::Open(int fd) {
         return false;
     }
     mFd = fd;
-    mPID = description.productId;
-    mInitialGain = description.initialGain;
-    mGainType = description.gainType;
-    mMaxGain = description.maxGain;
-    mHasDigitalGainFunction = description.hasDigitalGainFunction != 0;
-    mHasDigitalGainType = description.hasDigitalGainType != 0;
-    mMaxDigitalGain = description.maxDigitalGain;
-    mEnableDefectPixelCorrectionCount = description.defectPixelCorrectionCount;
-    mHasVBlankFunction = description.hasVBlankFunction != 0;
-    mMaxRoiCount = description.maxRoiCount;
-    mMaxLongExposureClock = description.maxLongExposureClock;
-    mExposureTimeBase = description.exposureTimeBase;
-    mExposureTimeOffset = description.exposureTimeOffset;
+    mDescription = description;
     return true;
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "device/DriverAbi.h"
+
 #include <cstdint>
 
 namespace vek {
@@ -13,19 +15,19 @@ public:
     /// Reads the camera description. Keeps fd and the description and returns true; on failure changes nothing.
     bool Open(int fd);
 
-    unsigned long GetPID() const { return mPID; }
-    unsigned short GetInitialGain() const { return mInitialGain; }
-    unsigned long GetGainType() const { return mGainType; }
-    unsigned short GetMaxGain() const { return mMaxGain; }
-    bool HasDigitalGainFunction() const { return mHasDigitalGainFunction; }
-    bool HasDigitalGainType() const { return mHasDigitalGainType; }
-    unsigned short GetMaxDigitalGain() const { return mMaxDigitalGain; }
-    unsigned short GetEnableDefectPixelCorrectionCount() const { return mEnableDefectPixelCorrectionCount; }
-    bool HasVBlankFunction() const { return mHasVBlankFunction; }
-    unsigned short GetMaxRoiCount() const { return mMaxRoiCount; }
-    unsigned long GetMaxLongExposureClock() const { return mMaxLongExposureClock; }
-    unsigned long GetExposureTimeBase() const { return mExposureTimeBase; }
-    unsigned long GetExposureTimeOffset() const { return mExposureTimeOffset; }
+    unsigned long GetPID() const { return mDescription.productId; }
+    unsigned short GetInitialGain() const { return mDescription.initialGain; }
+    unsigned long GetGainType() const { return mDescription.gainType; }
+    unsigned short GetMaxGain() const { return mDescription.maxGain; }
+    bool HasDigitalGainFunction() const { return mDescription.hasDigitalGainFunction != 0; }
+    bool HasDigitalGainType() const { return mDescription.hasDigitalGainType != 0; }
+    unsigned short GetMaxDigitalGain() const { return mDescription.maxDigitalGain; }
+    unsigned short GetEnableDefectPixelCorrectionCount() const { return mDescription.defectPixelCorrectionCount; }
+    bool HasVBlankFunction() const { return mDescription.hasVBlankFunction != 0; }
+    unsigned short GetMaxRoiCount() const { return mDescription.maxRoiCount; }
+    unsigned long GetMaxLongExposureClock() const { return mDescription.maxLongExposureClock; }
+    unsigned long GetExposureTimeBase() const { return mDescription.exposureTimeBase; }
+    unsigned long GetExposureTimeOffset() const { return mDescription.exposureTimeOffset; }
 
     // One control read each. A read that the driver refuses gives 0 unless the driver changed the value anyway.
     long ImageWidth() const;               ///< pixels
@@ -55,19 +57,7 @@ private:
     int GetControl(std::uint32_t id) const;
 
     std::int32_t mFd = -1;
-    unsigned long mPID = 0;
-    unsigned short mInitialGain = 0;
-    unsigned long mGainType = 0;
-    unsigned short mMaxGain = 0;
-    bool mHasDigitalGainFunction = false;
-    bool mHasDigitalGainType = false;
-    unsigned short mMaxDigitalGain = 0;
-    unsigned short mEnableDefectPixelCorrectionCount = 0;
-    bool mHasVBlankFunction = false;
-    unsigned short mMaxRoiCount = 0;
-    unsigned long mMaxLongExposureClock = 0;
-    unsigned long mExposureTimeBase = 0;
-    unsigned long mExposureTimeOffset = 0;
+    SDEVICE_DESCRIPTION mDescription{};
 };
 
 } // namespace vek
