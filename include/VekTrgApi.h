@@ -8,8 +8,6 @@
  * The application opens the camera's Video4Linux2 node itself, passes the descriptor to VekCam_Open and
  * captures frames in its own way; the functions below work on the buffers it owns. Valid C99 and C++.
  *
- * The interface is complete: every function and table below does all that its comment says.
- *
  * Conventions that hold for every function:
  *  - A handle belongs to one camera and is used by one thread at a time. Different handles share nothing.
  *  - Every call runs to its end on the caller's thread. No pointer to an image is kept; what is kept of its samples is

@@ -38,11 +38,11 @@ void* CreateVekImageProc(unsigned long type);
 /// virtual destructor, the type id stands in for one. Null is ignored.
 void DestroyVekImageProc(unsigned long type, void* module) noexcept;
 
-/// Owner of one module. As large as a pointer.
 template <class Interface, EModuleType Type>
 struct SModuleDeleter {
     void operator()(Interface* module) const noexcept { DestroyVekImageProc(Type, static_cast<void*>(module)); }
 };
+/// Owner of one module. As large as a pointer.
 template <class Interface, EModuleType Type>
 using ModulePtr = std::unique_ptr<Interface, SModuleDeleter<Interface, Type>>;
 

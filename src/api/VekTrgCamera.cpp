@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Fills a slot with a new module; it stays null for a type that the factory does not make.
+/// Fills a slot with a new module.
 template <class Interface, vek::EModuleType Type>
 void create(vek::ModulePtr<Interface, Type>& slot) {
     slot.reset(static_cast<Interface*>(vek::CreateVekImageProc(Type)));
