@@ -47,7 +47,7 @@ STraits SAveragePixelStage::Traits(const SFrame& /*frame*/) const {
 }
 
 SCellSums SAveragePixelStage::Measure(const rows::SRowTable& kernels, const SFrame& /*frame*/,
-                                      const SSourceBand<unsigned char>& rows) const {
+                                      const SSourceBand& rows) const {
     SCellSums cell{};
     if (region.IsEmpty()) {
         return cell;

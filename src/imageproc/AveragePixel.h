@@ -40,8 +40,7 @@ struct SAveragePixelStage {
     SRegion region;
 
     STraits Traits(const SFrame& frame) const;
-    SCellSums Measure(const rows::SRowTable& kernels, const SFrame& frame,
-                      const SSourceBand<unsigned char>& rows) const;
+    SCellSums Measure(const rows::SRowTable& kernels, const SFrame& frame, const SSourceBand& rows) const;
 };
 
 } // namespace vek

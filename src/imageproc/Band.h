@@ -75,24 +75,23 @@ constexpr SRowRange sourceRows(const STraits& traits, unsigned long height, unsi
 }
 
 /// Rows first .. end-1 of a frame that is measured.
-template <class Src>
 struct SSourceBand {
-    SRows<const Src> src; ///< has these rows
+    SRows<const unsigned char> src; ///< has these rows
     unsigned long first;
     unsigned long end;
 };
 
 /// Rows first .. end-1 of a stage's result; the frame tells how many pixels they have. Source and destination do not
 /// overlap, or they are one image and the band is the whole frame.
-template <class Src, class Dst = Src>
+template <class T>
 struct SBand {
-    SRows<const Src> src; ///< has the band's rows and those around it that the traits tell
-    SRows<Dst> dst;       ///< has the band's rows; Serial: and those above it that the traits tell
+    SRows<const T> src; ///< has the band's rows and those around it that the traits tell
+    SRows<T> dst;       ///< has the band's rows; Serial: and those above it that the traits tell
     unsigned long first;
     unsigned long end;
     void* work = nullptr;
 
-    bool InPlace() const { return static_cast<const void*>(src.data) == dst.data; }
+    bool InPlace() const { return src.data == dst.data; }
 };
 
 /// The whole frame as a band in its own place.

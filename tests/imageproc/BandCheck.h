@@ -14,7 +14,6 @@
 #include <cstdint>
 #include <cstring>
 #include <ostream>
-#include <type_traits>
 #include <vector>
 
 namespace vek {
@@ -46,7 +45,7 @@ inline std::size_t roundUpTo16(unsigned long bytes) {
 /// Runs a stage band by band and compares the bands with the whole frame at once. Every band has a source of just the
 /// rows that the traits tell, a destination and a work area of just its size, each between protected pages. A serial
 /// stage has its rows above in the destination, or, half the time where it may start there, in the source.
-template <class Src, class Dst = Src>
+template <class T>
 class CBandCheck {
 public:
     CBandCheck(const rows::SRowTable& kernels, std::uint64_t seed) : mKernels(kernels), mSeed(seed), mRandom(seed) {}
@@ -61,20 +60,19 @@ public:
     /// The frame in its own place, and in bands of random heights into another image.
     template <class Stage>
     ::testing::AssertionResult RunInPlace(const Stage& stage, const SFrame& frame, const SBandImages& images) {
-        static_assert(std::is_same_v<Src, Dst>);
         Prepare(frame, images);
         std::vector<std::uint8_t> changed = mSource;
         const STraits traits = stage.Traits(frame);
         CGuardedBuffer<std::uint8_t> work(roundUpTo16(traits.workBytes), Flush::Right);
-        const SRows<Dst> image = {mSrcPitch, reinterpret_cast<Dst*>(changed.data())};
+        const SRows<T> image = {mSrcPitch, reinterpret_cast<T*>(changed.data())};
         stage.Rows(mKernels, frame, wholeFrame(frame, image, work.data()));
         // What lies between pixels and rows is the destination's own.
         std::vector<std::uint8_t> whole = Canvas(kCanvas);
         for (unsigned long y = 0; y < frame.height; ++y) {
             for (unsigned long x = 0; x < frame.width; ++x) {
-                const std::size_t pixel = x * images.dstSamples * sizeof(Dst);
+                const std::size_t pixel = x * images.dstSamples * sizeof(T);
                 std::memcpy(whole.data() + y * mDstPitch + pixel, changed.data() + y * mSrcPitch + pixel,
-                            std::min(images.dstSamples, 3U) * sizeof(Dst));
+                            std::min(images.dstSamples, 3U) * sizeof(T));
             }
         }
         return InBands(stage, traits, frame, whole);
@@ -84,14 +82,14 @@ public:
     template <class Stage>
     ::testing::AssertionResult RunReduction(const Stage& stage, const SFrame& frame, const SBandImages& images) {
         Prepare(frame, images);
-        const auto* const data = reinterpret_cast<const Src*>(mSource.data());
-        const auto whole = stage.Measure(mKernels, frame, SSourceBand<Src>{{mSrcPitch, data}, 0, frame.height});
-        decltype(stage.Measure(mKernels, frame, SSourceBand<Src>{})) sum{};
+        const auto* const data = reinterpret_cast<const T*>(mSource.data());
+        const auto whole = stage.Measure(mKernels, frame, SSourceBand{{mSrcPitch, data}, 0, frame.height});
+        decltype(stage.Measure(mKernels, frame, SSourceBand{})) sum{};
         ForBands(stage.Traits(frame), frame.height, [&](unsigned long first, unsigned long end, SRowRange rows) {
             CGuardedBuffer<std::uint8_t> src(SourceBytes(rows), Flush::Right);
             CopySource(rows, src);
-            const auto* const there = reinterpret_cast<const Src*>(src.data());
-            sum.Add(stage.Measure(mKernels, frame, SSourceBand<Src>{{mSrcPitch, there, rows.first}, first, end}));
+            const auto* const there = reinterpret_cast<const T*>(src.data());
+            sum.Add(stage.Measure(mKernels, frame, SSourceBand{{mSrcPitch, there, rows.first}, first, end}));
             return ::testing::AssertionSuccess();
         });
         return sum == whole ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << "seed " << mSeed;
@@ -102,9 +100,9 @@ public:
     template <class Stage>
     STraits Observed(const Stage& stage, const SFrame& frame, const SBandImages& images) {
         Prepare(frame, images);
-        mSrcPitch = mSrcRowBytes + 2 * sizeof(Src);
+        mSrcPitch = mSrcRowBytes + 2 * sizeof(T);
         mSource.resize(mSrcPitch * frame.height);
-        fillSamples(reinterpret_cast<Src*>(mSource.data()), mSource.size() / sizeof(Src), Pattern::Random, images.depth,
+        fillSamples(reinterpret_cast<T*>(mSource.data()), mSource.size() / sizeof(T), Pattern::Random, images.depth,
                     mRandom);
         const std::vector<std::uint8_t> whole = Whole(stage, frame, kCanvas);
         STraits traits = stage.Traits(frame);
@@ -123,8 +121,7 @@ public:
         }
         traits.readsBehind = false;
         for (unsigned long y = 0; y < frame.height; ++y) {
-            traits.readsBehind |=
-                WithInverted(stage, frame, y * mSrcPitch + mSrcRowBytes, sizeof(Src), images) != whole;
+            traits.readsBehind |= WithInverted(stage, frame, y * mSrcPitch + mSrcRowBytes, sizeof(T), images) != whole;
         }
         traits.leavesOpen = LeavesOpen(images, whole, Whole(stage, frame, static_cast<std::uint8_t>(~kCanvas)));
         return traits;
@@ -134,11 +131,10 @@ public:
     /// for the outermost rows that the traits tell.
     template <class Stage>
     bool ReadsRow(const Stage& stage, const SFrame& frame, const SBandImages& images, long dy) {
-        static_assert(std::is_same_v<Src, Dst>);
         Prepare(frame, images);
         const std::vector<std::uint8_t> before = MiddleRow(stage, frame);
         const unsigned long y = frame.height / 2 + static_cast<unsigned long>(dy);
-        fillSamples(reinterpret_cast<Src*>(mSource.data() + y * mSrcPitch), mSrcRowBytes / sizeof(Src), Pattern::Random,
+        fillSamples(reinterpret_cast<T*>(mSource.data() + y * mSrcPitch), mSrcRowBytes / sizeof(T), Pattern::Random,
                     images.depth, mRandom);
         return MiddleRow(stage, frame) != before;
     }
@@ -153,14 +149,14 @@ private:
     void Prepare(const SFrame& frame, const SBandImages& images) {
         mDstWidth = images.turned ? frame.height : frame.width;
         mDstHeight = images.turned ? frame.width : frame.height;
-        mSrcRowBytes = frame.width * images.srcSamples * sizeof(Src);
-        mDstRowBytes = mDstWidth * images.dstSamples * sizeof(Dst);
+        mSrcRowBytes = frame.width * images.srcSamples * sizeof(T);
+        mDstRowBytes = mDstWidth * images.dstSamples * sizeof(T);
         // Even: images of bytes may hold words.
-        mSrcPitch = mSrcRowBytes + 2 * mRandom.Below(4) * sizeof(Src);
-        mDstPitch = mDstRowBytes + mRandom.Below(8) * sizeof(Dst);
+        mSrcPitch = mSrcRowBytes + 2 * mRandom.Below(4) * sizeof(T);
+        mDstPitch = mDstRowBytes + mRandom.Below(8) * sizeof(T);
         // And the sample behind the last row.
-        mSource.resize(mSrcPitch * frame.height + sizeof(Src));
-        fillSamples(reinterpret_cast<Src*>(mSource.data()), mSource.size() / sizeof(Src), kPatterns[mRandom.Below(4)],
+        mSource.resize(mSrcPitch * frame.height + sizeof(T));
+        fillSamples(reinterpret_cast<T*>(mSource.data()), mSource.size() / sizeof(T), kPatterns[mRandom.Below(4)],
                     images.depth, mRandom);
     }
     /// A destination with something in it.
@@ -177,11 +173,11 @@ private:
         std::vector<std::uint8_t> whole = Canvas(canvas);
         CGuardedBuffer<std::uint8_t> work(roundUpTo16(stage.Traits(frame).workBytes), Flush::Right);
         stage.Rows(mKernels, frame,
-                   SBand<Src, Dst>{{mSrcPitch, reinterpret_cast<const Src*>(mSource.data())},
-                                   {mDstPitch, reinterpret_cast<Dst*>(whole.data())},
-                                   0,
-                                   mDstHeight,
-                                   work.data()});
+                   SBand<T>{{mSrcPitch, reinterpret_cast<const T*>(mSource.data())},
+                            {mDstPitch, reinterpret_cast<T*>(whole.data())},
+                            0,
+                            mDstHeight,
+                            work.data()});
         return whole;
     }
     /// The same with other low bits in some bytes of the source, within its depth.
@@ -190,7 +186,7 @@ private:
                                            std::size_t count, const SBandImages& images) {
         const std::vector<std::uint8_t> before = mSource;
         for (std::size_t i = first; i < first + count; ++i) {
-            const bool high = sizeof(Src) == 2 && i % 2 != 0;
+            const bool high = sizeof(T) == 2 && i % 2 != 0;
             mSource[i] ^= static_cast<std::uint8_t>(high ? (1U << (images.depth - 8)) - 1 : 0xFF);
         }
         std::vector<std::uint8_t> changed = Whole(stage, frame, kCanvas);
@@ -200,8 +196,8 @@ private:
     /// Whether two canvases show through, but for fourth samples.
     bool LeavesOpen(const SBandImages& images, const std::vector<std::uint8_t>& one,
                     const std::vector<std::uint8_t>& other) const {
-        const std::size_t pixel = images.dstSamples * sizeof(Dst);
-        const std::size_t used = images.dstSamples == 4 ? 3 * sizeof(Dst) : pixel;
+        const std::size_t pixel = images.dstSamples * sizeof(T);
+        const std::size_t used = images.dstSamples == 4 ? 3 * sizeof(T) : pixel;
         for (unsigned long y = 0; y < mDstHeight; ++y) {
             for (unsigned long x = 0; x < mDstWidth; ++x) {
                 const std::size_t at = y * mDstPitch + x * pixel;
@@ -238,19 +234,19 @@ private:
         std::vector<std::uint8_t> work(roundUpTo16(stage.Traits(frame).workBytes));
         const unsigned long y = frame.height / 2;
         stage.Rows(mKernels, frame,
-                   SBand<Src>{{mSrcPitch, reinterpret_cast<const Src*>(mSource.data())},
-                              {mSrcPitch, reinterpret_cast<Src*>(dst.data())},
-                              y,
-                              y + 1,
-                              work.data()});
+                   SBand<T>{{mSrcPitch, reinterpret_cast<const T*>(mSource.data())},
+                            {mSrcPitch, reinterpret_cast<T*>(dst.data())},
+                            y,
+                            y + 1,
+                            work.data()});
         const std::uint8_t* const row = dst.data() + y * mSrcPitch;
         return {row, row + mSrcRowBytes};
     }
 
     template <class Stage>
     bool Starts(const Stage& stage, const SFrame& frame, unsigned long first) {
-        if constexpr (requires(const SRows<const Src>& source) { stage.StartsAt(frame, source, first); }) {
-            const SRows<const Src> source = {mSrcPitch, reinterpret_cast<const Src*>(mSource.data())};
+        if constexpr (requires(const SRows<const T>& source) { stage.StartsAt(frame, source, first); }) {
+            const SRows<const T> source = {mSrcPitch, reinterpret_cast<const T*>(mSource.data())};
             const bool starts = mRandom.Below(2) == 0 && stage.StartsAt(frame, source, first);
             mStarted += starts && first != 0 ? 1 : 0;
             return starts;
@@ -267,7 +263,7 @@ private:
             const bool starts = traits.kind == EStage::Serial && Starts(stage, frame, first);
             const unsigned long dstFirst = traits.kind == EStage::Serial && !starts ? above : first;
             rows.first = starts ? above : rows.first;
-            CGuardedBuffer<std::uint8_t> src(SourceBytes(rows) + (traits.readsBehind ? sizeof(Src) : 0), Flush::Right);
+            CGuardedBuffer<std::uint8_t> src(SourceBytes(rows) + (traits.readsBehind ? sizeof(T) : 0), Flush::Right);
             CopySource(rows, src);
             CGuardedBuffer<std::uint8_t> dst((end - dstFirst - 1) * mDstPitch + mDstRowBytes, Flush::Right);
             const std::size_t done = (first - dstFirst) * mDstPitch;
@@ -275,11 +271,11 @@ private:
             std::memcpy(dst.data() + done, canvas.data() + first * mDstPitch, dst.size() - done);
             CGuardedBuffer<std::uint8_t> work(roundUpTo16(traits.workBytes), Flush::Right);
             stage.Rows(mKernels, frame,
-                       SBand<Src, Dst>{{mSrcPitch, reinterpret_cast<const Src*>(src.data()), rows.first},
-                                       {mDstPitch, reinterpret_cast<Dst*>(dst.data()), dstFirst},
-                                       first,
-                                       end,
-                                       work.data()});
+                       SBand<T>{{mSrcPitch, reinterpret_cast<const T*>(src.data()), rows.first},
+                                {mDstPitch, reinterpret_cast<T*>(dst.data()), dstFirst},
+                                first,
+                                end,
+                                work.data()});
             const auto* const expected = whole.data() + dstFirst * mDstPitch;
             const auto differ = std::mismatch(dst.data(), dst.data() + dst.size(), expected);
             if (differ.first != dst.data() + dst.size()) {
