@@ -27,25 +27,22 @@ CLuminanceCtrl::CLuminanceCtrl(IUpdateGainExposureClockSetting& camera) : mCamer
 
 bool CLuminanceCtrl::Reset() {
     mAdjusting = false;
-    mTarget = 128;
-    mMode = VEK_ALC_OFF;
-    mAEMaxExposureClock = 0;
-    mAEMinExposureClock = 1;
-    mAGCMinGain = mCamera.GetInitialGain();
-    mAGCMaxGain = mCamera.GetMaxGain();
+    mSettings = {};
+    mSettings.minGain = mCamera.GetInitialGain();
+    mSettings.maxGain = mCamera.GetMaxGain();
     return mCamera.GetGainAndExposure(&mCurrentGain, &mCurrentExposureClock);
 }
 
 bool CLuminanceCtrl::HasBoth() const {
-    return mMode == VEK_ALC_EXPOSURE_AND_GAIN || mMode == VEK_ALC_EXPOSURE_AND_GAIN_ONCE;
+    return mSettings.mode == VEK_ALC_EXPOSURE_AND_GAIN || mSettings.mode == VEK_ALC_EXPOSURE_AND_GAIN_ONCE;
 }
 
 bool CLuminanceCtrl::HasAE() const {
-    return HasBoth() || mMode == VEK_ALC_EXPOSURE || mMode == VEK_ALC_EXPOSURE_ONCE;
+    return HasBoth() || mSettings.mode == VEK_ALC_EXPOSURE || mSettings.mode == VEK_ALC_EXPOSURE_ONCE;
 }
 
 bool CLuminanceCtrl::HasAGC() const {
-    return HasBoth() || mMode == VEK_ALC_GAIN || mMode == VEK_ALC_GAIN_ONCE;
+    return HasBoth() || mSettings.mode == VEK_ALC_GAIN || mSettings.mode == VEK_ALC_GAIN_ONCE;
 }
 
 unsigned long CLuminanceCtrl::GetExposureClockNonZero(unsigned long clock) const {
@@ -54,7 +51,7 @@ unsigned long CLuminanceCtrl::GetExposureClockNonZero(unsigned long clock) const
 
 unsigned long CLuminanceCtrl::RunALC(unsigned short average, unsigned long* flags) {
     *flags = 0;
-    if (mMode == VEK_ALC_OFF) {
+    if (mSettings.mode == VEK_ALC_OFF) {
         return 1;
     }
     CheckInvalidStatus(flags);
@@ -65,8 +62,9 @@ unsigned long CLuminanceCtrl::RunALC(unsigned short average, unsigned long* flag
     if (mAdjusting) {
         return mCamera.SetGainAndExposure(mCurrentGain, mCurrentExposureClock) ? 1 : 0;
     }
-    if (mMode == VEK_ALC_EXPOSURE_AND_GAIN_ONCE || mMode == VEK_ALC_EXPOSURE_ONCE || mMode == VEK_ALC_GAIN_ONCE) {
-        mMode = VEK_ALC_OFF;
+    if (mSettings.mode == VEK_ALC_EXPOSURE_AND_GAIN_ONCE || mSettings.mode == VEK_ALC_EXPOSURE_ONCE ||
+        mSettings.mode == VEK_ALC_GAIN_ONCE) {
+        mSettings.mode = VEK_ALC_OFF;
     }
     return 1;
 }
@@ -74,11 +72,11 @@ unsigned long CLuminanceCtrl::RunALC(unsigned short average, unsigned long* flag
 void CLuminanceCtrl::CheckInvalidStatus(unsigned long* flags) {
     if (HasAGC()) {
         // Against one limit after the other as they stand: with the limits in the wrong order the gain swings.
-        if (mCurrentGain < mAGCMinGain) {
-            mCurrentGain = mAGCMinGain;
+        if (mCurrentGain < mSettings.minGain) {
+            mCurrentGain = mSettings.minGain;
             *flags |= VEK_ALC_GAIN_CHANGED;
-        } else if (mCurrentGain > mAGCMaxGain) {
-            mCurrentGain = mAGCMaxGain;
+        } else if (mCurrentGain > mSettings.maxGain) {
+            mCurrentGain = mSettings.maxGain;
             *flags |= VEK_ALC_GAIN_CHANGED;
         }
     }
@@ -87,23 +85,23 @@ void CLuminanceCtrl::CheckInvalidStatus(unsigned long* flags) {
     const unsigned long min = GetAEMinExposureClockNonZero();
     if (HasAE()) {
         if (current > max) {
-            mCurrentExposureClock = mAEMaxExposureClock;
+            mCurrentExposureClock = mSettings.maxExposureClock;
             *flags |= VEK_ALC_EXPOSURE_CHANGED;
         } else if (current < min) {
-            mCurrentExposureClock = mAEMinExposureClock;
+            mCurrentExposureClock = mSettings.minExposureClock;
             *flags |= VEK_ALC_EXPOSURE_CHANGED;
         }
     }
     // While the exposure has room, the gain stays at its minimum.
-    if (HasBoth() && current != max && mCurrentGain != mAGCMinGain) {
-        mCurrentGain = mAGCMinGain;
+    if (HasBoth() && current != max && mCurrentGain != mSettings.minGain) {
+        mCurrentGain = mSettings.minGain;
         *flags |= VEK_ALC_GAIN_CHANGED;
     }
 }
 
 void CLuminanceCtrl::ALCCalculation(unsigned short average, unsigned long* flags) {
-    const int difference = std::abs(mTarget - average);
-    const bool darker = mTarget > average;
+    const int difference = std::abs(mSettings.target - average);
+    const bool darker = mSettings.target > average;
     const int band = kDeadBand + (mAdjusting ? 0 : kStartMargin);
     if (difference <= band) {
         return;
@@ -111,7 +109,7 @@ void CLuminanceCtrl::ALCCalculation(unsigned short average, unsigned long* flags
     bool useExposure = HasAE();
     if (HasBoth()) {
         useExposure =
-            darker ? GetCurExposureClockNonZero() != GetAEMaxExposureClockNonZero() : mCurrentGain == mAGCMinGain;
+            darker ? GetCurExposureClockNonZero() != GetAEMaxExposureClockNonZero() : mCurrentGain == mSettings.minGain;
     }
     if (useExposure) {
         if (RunAE(average)) {
@@ -128,10 +126,10 @@ bool CLuminanceCtrl::RunAE(unsigned short average) {
     const unsigned long min = GetAEMinExposureClockNonZero();
     const unsigned long low = std::min(min, max);
     unsigned long high = std::max(min, max);
-    if (average <= mTarget) {
+    if (average <= mSettings.target) {
         high = std::min(high, 2 * current);
     }
-    unsigned long next = mTarget * current / std::max<unsigned long>(average, 1);
+    unsigned long next = mSettings.target * current / std::max<unsigned long>(average, 1);
     if (next <= low) {
         next = low;
     } else if (next >= high) {
@@ -157,12 +155,12 @@ bool CLuminanceCtrl::RunAGC(unsigned short average) {
     }
     float wanted = 1.0F;
     if (base != 0) {
-        wanted = static_cast<float>(mTarget) / base;
-    } else if (mTarget != 0) {
-        wanted = mTarget;
+        wanted = static_cast<float>(mSettings.target) / base;
+    } else if (mSettings.target != 0) {
+        wanted = mSettings.target;
     }
     unsigned short next = 0;
-    if (average > mTarget) {
+    if (average > mSettings.target) {
         if (wanted < kSmallestGain) {
             wanted = kSmallestGain;
         }
@@ -181,7 +179,8 @@ bool CLuminanceCtrl::RunAGC(unsigned short average) {
             next = mCurrentGain == largest ? largest : static_cast<unsigned short>(mCurrentGain + 1);
         }
     }
-    next = std::clamp(next, std::min(mAGCMinGain, mAGCMaxGain), std::max(mAGCMinGain, mAGCMaxGain));
+    next = std::clamp(next, std::min(mSettings.minGain, mSettings.maxGain),
+                      std::max(mSettings.minGain, mSettings.maxGain));
     if (next == mCurrentGain) {
         return false;
     }

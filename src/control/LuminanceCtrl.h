@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "VekTrgApi.h"
 #include "control/IUpdateGainExposureClockSetting.h"
 
 namespace vek {
@@ -21,18 +22,18 @@ public:
     bool Reset();
 
     // Stored and returned as given; nothing is checked.
-    void SetMode(unsigned char mode) { mMode = mode; }
-    unsigned char GetMode() const { return mMode; }
-    void SetTarget(unsigned short level) { mTarget = level; }
-    unsigned short GetTarget() const { return mTarget; }
-    void SetAEMaxExposureClock(unsigned long clock) { mAEMaxExposureClock = clock; }
-    unsigned long GetAEMaxExposureClock() const { return mAEMaxExposureClock; }
-    void SetAEMinExposureClock(unsigned long clock) { mAEMinExposureClock = clock; }
-    unsigned long GetAEMinExposureClock() const { return mAEMinExposureClock; }
-    void SetAGCMaxGain(unsigned short gain) { mAGCMaxGain = gain; }
-    unsigned short GetAGCMaxGain() const { return mAGCMaxGain; }
-    void SetAGCMinGain(unsigned short gain) { mAGCMinGain = gain; }
-    unsigned short GetAGCMinGain() const { return mAGCMinGain; }
+    void SetMode(unsigned char mode) { mSettings.mode = mode; }
+    unsigned char GetMode() const { return mSettings.mode; }
+    void SetTarget(unsigned short level) { mSettings.target = level; }
+    unsigned short GetTarget() const { return mSettings.target; }
+    void SetAEMaxExposureClock(unsigned long clock) { mSettings.maxExposureClock = clock; }
+    unsigned long GetAEMaxExposureClock() const { return mSettings.maxExposureClock; }
+    void SetAEMinExposureClock(unsigned long clock) { mSettings.minExposureClock = clock; }
+    unsigned long GetAEMinExposureClock() const { return mSettings.minExposureClock; }
+    void SetAGCMaxGain(unsigned short gain) { mSettings.maxGain = gain; }
+    unsigned short GetAGCMaxGain() const { return mSettings.maxGain; }
+    void SetAGCMinGain(unsigned short gain) { mSettings.minGain = gain; }
+    unsigned short GetAGCMinGain() const { return mSettings.minGain; }
 
     /// One control step for a measured level. flags: bits of enum VekALCChange. Returns 1 when nothing had to be
     /// written, else what the camera says of the write (the new values are kept either way).
@@ -40,8 +41,8 @@ public:
 
     // The exposure clocks with 0 resolved to the camera's longest short exposure.
     unsigned long GetCurExposureClockNonZero() const { return GetExposureClockNonZero(mCurrentExposureClock); }
-    unsigned long GetAEMaxExposureClockNonZero() const { return GetExposureClockNonZero(mAEMaxExposureClock); }
-    unsigned long GetAEMinExposureClockNonZero() const { return GetExposureClockNonZero(mAEMinExposureClock); }
+    unsigned long GetAEMaxExposureClockNonZero() const { return GetExposureClockNonZero(mSettings.maxExposureClock); }
+    unsigned long GetAEMinExposureClockNonZero() const { return GetExposureClockNonZero(mSettings.minExposureClock); }
 
 private:
     /// Brings the stored values back into their limits; each correction sets a flag.
@@ -57,14 +58,19 @@ private:
     bool HasAGC() const;
     bool HasBoth() const;
 
-    unsigned char mMode = 0; ///< enum VekALCMode; other values do nothing
-    unsigned short mTarget = 0;
+    /// What applications set; the defaults of gains come from the camera.
+    struct SSettings {
+        unsigned char mode = VEK_ALC_OFF; ///< enum VekALCMode; other values do nothing
+        unsigned short target = 128;
+        unsigned long maxExposureClock = 0;
+        unsigned long minExposureClock = 1;
+        unsigned short maxGain = 0;
+        unsigned short minGain = 0;
+    };
+
+    SSettings mSettings;
     unsigned short mCurrentGain = 0;
     unsigned long mCurrentExposureClock = 0;
-    unsigned long mAEMaxExposureClock = 0;
-    unsigned long mAEMinExposureClock = 0;
-    unsigned short mAGCMaxGain = 0;
-    unsigned short mAGCMinGain = 0;
     bool mAdjusting = false; ///< after a step that changed something
     IUpdateGainExposureClockSetting& mCamera;
 };
