@@ -3,6 +3,7 @@
 
 #include "control/DigitalGain.h"
 #include "control/GainCurve.h"
+#include "formats/TransferFormats.h"
 #include "imageproc/IMultiROIImage.h"
 
 #include <cstdint>
@@ -13,6 +14,11 @@ namespace {
 template <class Interface, vek::EModuleType Type>
 void create(vek::ModulePtr<Interface, Type>& slot) {
     slot.reset(static_cast<Interface*>(vek::CreateVekImageProc(Type)));
+}
+
+/// What is transferred now, null for an unknown format. Asks the driver.
+const vek::STransferFormat* transferFormatOf(const vek::CDeviceControl& device) {
+    return vek::transferFormat(static_cast<unsigned long>(device.GetTransferBitsPerPixel()));
 }
 
 } // namespace
@@ -101,16 +107,19 @@ int CVekTrgCamera::GetMaxROICountH() {
 
 unsigned short CVekTrgCamera::GetCurrentColorArray() {
     const auto sensor = static_cast<unsigned short>(mDeviceControl.GetColorArray());
-    return VekTransferColorArray(static_cast<unsigned long>(mDeviceControl.GetTransferBitsPerPixel()), sensor);
+    const vek::STransferFormat* const format = transferFormatOf(mDeviceControl);
+    return format != nullptr ? format->ColorArrayOf(sensor) : sensor;
 }
 
 unsigned char CVekTrgCamera::GetBitsPerPixel(unsigned long transferFormat) const {
-    return VekTransferFormatBits(transferFormat);
+    const vek::STransferFormat* const format = vek::transferFormat(transferFormat);
+    return static_cast<unsigned char>(format != nullptr ? format->reportedBits : 0);
 }
 
 int CVekTrgCamera::GetRawGenICamPixelFormat() {
     const unsigned short colorArray = GetCurrentColorArray();
-    return VekTransferPixelFormat(static_cast<unsigned long>(mDeviceControl.GetTransferBitsPerPixel()), colorArray);
+    const vek::STransferFormat* const format = transferFormatOf(mDeviceControl);
+    return format != nullptr ? format->PixelFormatOf(colorArray) : int{VEK_PFNC_NONE};
 }
 
 unsigned long CVekTrgCamera::GetFrameSize() {

@@ -61,6 +61,16 @@ struct STransferFormat {
     constexpr unsigned long PitchBytes(unsigned long distance, unsigned long width) const {
         return distance == 0 ? RowBytes(width) : distance * (IsPacked() ? 1U : groupBytes);
     }
+    /// Enum VekColorArray of the pixels that a camera with this sensor transfers.
+    constexpr unsigned short ColorArrayOf(unsigned short sensor) const { return colorArray != 0 ? colorArray : sensor; }
+    /// Enum VekPixelFormat of such pixels.
+    constexpr int PixelFormatOf(unsigned short array) const {
+        if (content != EContent::Raw) {
+            return pixelFormats[0];
+        }
+        return array >= VEK_COLOR_ARRAY_MONO && array <= VEK_COLOR_ARRAY_BGGR ? pixelFormats[array - 1U]
+                                                                              : int{VEK_PFNC_NONE};
+    }
     /// Low bits of a sample that a byte leaves out.
     constexpr unsigned ShiftToByte() const { return depth - 8U; }
 };

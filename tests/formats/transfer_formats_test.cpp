@@ -16,17 +16,12 @@ TEST(TransferFormats, AsThePublicHeaderTells) {
         ASSERT_EQ(format != nullptr, code <= VEK_TRANSFER_MONO16) << code;
         EXPECT_EQ(VekTransferFormatBits(code), format != nullptr ? format->reportedBits : 0) << code;
         for (unsigned short sensor = 0; sensor <= 12; ++sensor) {
-            const bool own = format == nullptr || format->colorArray == 0;
-            const unsigned short colorArray = own ? sensor : format->colorArray;
-            EXPECT_EQ(VekTransferColorArray(code, sensor), colorArray) << code << ", " << sensor;
-            // The arrays of other pixels than the sensor's are beyond the table's five, and so is none.
-            int pixelFormat = VEK_PFNC_NONE;
-            if (format != nullptr && sensor >= VEK_COLOR_ARRAY_MONO && sensor <= VEK_COLOR_ARRAY_BGGR) {
-                pixelFormat = format->pixelFormats[sensor - 1U];
-            } else if (format != nullptr && format->content != EContent::Raw) {
-                pixelFormat = format->pixelFormats[0];
-            }
-            EXPECT_EQ(VekTransferPixelFormat(code, colorArray), pixelFormat) << code << ", " << sensor;
+            EXPECT_EQ(VekTransferColorArray(code, sensor), format != nullptr ? format->ColorArrayOf(sensor) : sensor)
+                << code << ", " << sensor;
+            // Any array, whether the format has such pixels or not.
+            EXPECT_EQ(VekTransferPixelFormat(code, sensor),
+                      format != nullptr ? format->PixelFormatOf(sensor) : int{VEK_PFNC_NONE})
+                << code << ", " << sensor;
         }
     }
     EXPECT_EQ(transferFormat(~0UL), nullptr);
