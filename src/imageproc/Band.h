@@ -77,8 +77,8 @@ constexpr SRowRange sourceRows(const STraits& traits, unsigned long height, unsi
 /// Rows first .. end-1 of a frame that is measured.
 struct SSourceBand {
     SRows<const unsigned char> src; ///< has these rows
-    unsigned long first;
-    unsigned long end;
+    unsigned long first = 0;
+    unsigned long end = 0;
 };
 
 /// Rows first .. end-1 of a stage's result; the frame tells how many pixels they have. Source and destination do not
@@ -87,8 +87,8 @@ template <class T>
 struct SBand {
     SRows<const T> src; ///< has the band's rows and those around it that the traits tell
     SRows<T> dst;       ///< has the band's rows; Serial: and those above it that the traits tell
-    unsigned long first;
-    unsigned long end;
+    unsigned long first = 0;
+    unsigned long end = 0;
     void* work = nullptr;
 
     bool InPlace() const { return src.data == dst.data; }
