@@ -133,6 +133,16 @@ inline void prefetchPixels(const T* pixels) {
     }
 }
 
+/// Asks for the lines of bytes that will be written some rows ahead, of an image that is in no cache: a processor that
+/// computes between stores waits for each of its pages otherwise. Nothing is written.
+template <std::size_t Bytes>
+inline void prefetchWrites(const std::uint8_t* dst) {
+    constexpr std::size_t ahead = 16384;
+    for (std::size_t i = 0; i < Bytes; i += 64) {
+        __builtin_prefetch(dst + ahead + i, 1, 2);
+    }
+}
+
 /// A block of single samples, or of the colours of dense pixels.
 template <unsigned Channels, class A>
 VEK_INLINE auto loadSamples(const Lane<A>* p) {

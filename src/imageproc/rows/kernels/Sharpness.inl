@@ -362,6 +362,9 @@ inline void sharpenBytes(const std::uint8_t* row, std::uint8_t* dst, const std::
         const SRun<Channels, A> samples = x == 1 ? first : x == end ? last : samplesAt(x);
         const A center = Channels == 1 ? samples.part[0] : load<A>(lumaRow + x);
         const A mean = neighborMean(center, sums, x);
+        if (row != dst) {
+            prefetchWrites<Channels * sizeof(A)>(dst + Channels * x);
+        }
         storeRun(dst + Channels * x, changedRun(samples, corrections.ChangeOf(center, mean), max));
         if (x == 1) {
             return;
