@@ -99,8 +99,9 @@ bool fitSteps(ByteSteps& steps, std::size_t j, const SColorMatrixStage::NarrowTa
     }
     return true;
 }
-/// The products lie along a line: what a whole step leaves of them rises by less than one a sample; a pair's half by
-/// half a one at most, or it falls by that.
+/// The products lie along a line. What the largest whole step below its slope leaves rises by 0 or 1 from sample to
+/// sample; what the next larger step leaves falls so. A pair has room for the one of them that changes by less than
+/// half on average.
 bool findSteps(ByteSteps& steps, std::size_t j, const SColorMatrixStage::NarrowTable& products, bool inPairs) {
     const int rise = products[kLastByte][j] - products[0][j];
     const int step = static_cast<int>(std::floor(static_cast<double>(rise) / kLastByte));
