@@ -92,7 +92,7 @@ void writeJson(const std::string& path, const std::vector<SMeasurement>& measure
             row["memcpy"] = nsPerPixel;
             break;
         case EKind::Tier:
-            row["tiers"][measurement.name] = nsPerPixel;
+            row["tiers"][measurement.name][measurement.ContentName()] = nsPerPixel;
             break;
         case EKind::Peer:
             row["peers"][measurement.name] = nsPerPixel;

@@ -12,27 +12,33 @@
 
 namespace vek::bench {
 
-enum class EContent {
-    Picture, ///< as a camera takes it: slow changes of brightness and colour, noise of a few levels
-    Noise    ///< samples without any order, the worst case for branches and table lookups
-};
-
 /// Bytes, or 12 bits in words, of an image. It is one band of rows over and over: an image is restored from so few
 /// bytes that the caches go on holding the image itself. Branches that depend on samples are not learnt from a band.
 template <class T>
 class CPicture {
 public:
-    CPicture(SSize size, std::size_t samplesPerPixel, EContent content = EContent::Picture)
-        : mSamples(size.Pixels() * samplesPerPixel),
-          mBand(size.width * samplesPerPixel * std::min(size.height, kBandRows)) {
-        constexpr unsigned depth = kDepth<T>;
+    CPicture(SInput input, std::size_t samplesPerPixel)
+        : mSamples(input.size.Pixels() * samplesPerPixel),
+          mBand(input.size.width * samplesPerPixel * std::min(input.size.height, kBandRows)) {
+        constexpr std::uint32_t maxValue = (1U << kDepth<T>)-1;
         std::uint32_t state = 1;
         for (std::size_t i = 0; i < mBand.size(); ++i) {
             state = state * 1664525U + 1013904223U;
-            const std::uint32_t noise = state >> (32 - depth);
-            const std::uint32_t sample =
-                content == EContent::Noise ? noise : Level(size, i, samplesPerPixel) + (noise >> 5);
-            mBand[i] = static_cast<T>(std::min(sample, (1U << depth) - 1));
+            const std::uint32_t noise = state >> (32 - kDepth<T>);
+            switch (input.content) {
+            case EContent::Picture:
+                mBand[i] = static_cast<T>(std::min(Level(input.size, i, samplesPerPixel) + (noise >> 5), maxValue));
+                break;
+            case EContent::Flat:
+                mBand[i] = static_cast<T>((maxValue + 1) / 2);
+                break;
+            case EContent::Noise:
+                mBand[i] = static_cast<T>(noise);
+                break;
+            case EContent::Clipped:
+                mBand[i] = static_cast<T>(maxValue);
+                break;
+            }
         }
     }
     std::size_t Samples() const { return mSamples; }

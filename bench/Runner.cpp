@@ -118,15 +118,23 @@ void measure(benchmark::State& state, std::vector<SJob>& jobs, EKind kind) {
 template <class Make>
 void add(const SMeasurement& measurement, Make make) {
     std::string name = measurement.operation + '/' + std::to_string(measurement.bits) + '/' + measurement.name;
+    if (measurement.kind == EKind::Tier) {
+        name += std::string("/") + measurement.ContentName();
+    }
     if (measurement.size.Pixels() != kFrame.Pixels()) {
         name += '/' + std::to_string(measurement.size.width) + 'x' + std::to_string(measurement.size.height);
     }
     const std::size_t index = measurements().size();
     measurements().push_back(measurement);
     indices()[name] = index;
-    benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-        measure(state, jobsOf(index, make), measurements()[index].kind);
-    })->UseManualTime();
+    benchmark::internal::Benchmark* const added =
+        benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
+            measure(state, jobsOf(index, make), measurements()[index].kind);
+        });
+    added->UseManualTime();
+    if (measurement.content != EContent::Picture) {
+        added->Repetitions(1);
+    }
 }
 
 /// The yardstick of an operation that moves so many bytes: a copy of half of them reads and writes as much.
@@ -139,26 +147,26 @@ SJob copyJob(std::size_t bytes) {
             {}};
 }
 
-SMeasurement describe(const SOperation& operation, SSize size, EKind kind, std::string name) {
-    return {operation.name, operation.bits, size, operation.bytesPerPixel, kind, std::move(name)};
+SMeasurement describe(const SOperation& operation, SInput input, EKind kind, std::string name) {
+    return {operation.name, operation.bits, input.size, operation.bytesPerPixel, input.content, kind, std::move(name)};
 }
 
 void addCopy(const SOperation& operation, SSize size) {
     const auto bytes = static_cast<std::size_t>(operation.bytesPerPixel * static_cast<double>(size.Pixels()));
-    add(describe(operation, size, EKind::Copy, "memcpy"), [=] { return copyJob(bytes); });
+    add(describe(operation, {size}, EKind::Copy, "memcpy"), [=] { return copyJob(bytes); });
 }
 
-void addTier(const SOperation& operation, SSize size, const rows::SRowTable& table) {
+void addTier(const SOperation& operation, SInput input, const rows::SRowTable& table) {
     const rows::SRowTable* const pointer = &table;
-    add(describe(operation, size, EKind::Tier, table.name),
-        [make = operation.make, pointer, size] { return make(*pointer, size); });
+    add(describe(operation, input, EKind::Tier, table.name),
+        [make = operation.make, pointer, input] { return make(*pointer, input); });
 }
 
-/// The time of the same operation and size; 0 where it was not measured.
+/// The time of the same operation and size, of a tier on the same content, too; 0 where it was not measured.
 double secondsOf(const SMeasurement& of, EKind kind, const std::string& name) {
     for (const SMeasurement& other : measurements()) {
         if (other.operation == of.operation && other.bits == of.bits && other.size.Pixels() == of.size.Pixels() &&
-            other.kind == kind && other.name == name) {
+            other.kind == kind && other.name == name && (kind != EKind::Tier || other.content == of.content)) {
             return other.seconds;
         }
     }
@@ -175,7 +183,13 @@ std::string ratio(double seconds, double base) {
 
 } // namespace
 
-void registerTiers(const Operations& operations, const Peers& peers) {
+const char* SMeasurement::ContentName() const {
+    return std::find_if(std::begin(kContents), std::end(kContents),
+                        [this](const SContentName& known) { return known.content == content; })
+        ->name;
+}
+
+void registerTiers(const Operations& operations, const Peers& peers, const Contents& contents) {
     for (const SPeer& peer : peers) {
         if (std::none_of(operations.begin(), operations.end(), [&](const SOperation& operation) {
                 return operation.name == peer.operation && operation.bits == peer.bits;
@@ -183,16 +197,19 @@ void registerTiers(const Operations& operations, const Peers& peers) {
             throw std::invalid_argument(peer.name + " is no peer of any operation");
         }
     }
+    const bool withPicture = std::find(contents.begin(), contents.end(), EContent::Picture) != contents.end();
     for (const SOperation& operation : operations) {
         addCopy(operation, kFrame);
         for (std::size_t i = 0; i < rows::tierCount(); ++i) {
             if (rows::tier(i).usable) {
-                addTier(operation, kFrame, *rows::tier(i).table);
+                for (const EContent content : contents) {
+                    addTier(operation, {kFrame, content}, *rows::tier(i).table);
+                }
             }
         }
         for (const SPeer& peer : peers) {
-            if (peer.operation == operation.name && peer.bits == operation.bits) {
-                add(describe(operation, kFrame, EKind::Peer, peer.name), [make = peer.make] { return make(kFrame); });
+            if (withPicture && peer.operation == operation.name && peer.bits == operation.bits) {
+                add(describe(operation, {kFrame}, EKind::Peer, peer.name), [make = peer.make] { return make(kFrame); });
             }
         }
     }
@@ -202,7 +219,7 @@ void registerSizes(const Operations& operations) {
     for (const SOperation& operation : operations) {
         for (const SSize size : kSizes) {
             addCopy(operation, size);
-            addTier(operation, size, rows::bestTable());
+            addTier(operation, {size}, rows::bestTable());
         }
     }
 }
@@ -230,13 +247,14 @@ std::vector<SMeasurement> CCollector::Measurements() const {
 }
 
 void CCollector::Print() const {
-    std::printf("%-42s %-11s %-34s %9s %8s %9s %9s\n", "operation / bits", "size", "tier or peer", "ns/pixel", "GB/s",
-                "x memcpy", "x scalar");
+    std::printf("%-52s %-11s %-34s %-8s %9s %8s %9s %9s\n", "operation / bits", "size", "tier or peer", "content",
+                "ns/pixel", "GB/s", "x memcpy", "x scalar");
     for (const SMeasurement& measured : Measurements()) {
         const std::string row = measured.operation + '/' + std::to_string(measured.bits);
         const std::string size = std::to_string(measured.size.width) + 'x' + std::to_string(measured.size.height);
-        std::printf("%-42s %-11s %-34s %9.4f %8.1f %9s %9s\n", row.c_str(), size.c_str(), measured.name.c_str(),
-                    measured.NsPerPixel(), measured.GigabytesPerSecond(),
+        std::printf("%-52s %-11s %-34s %-8s %9.4f %8.1f %9s %9s\n", row.c_str(), size.c_str(), measured.name.c_str(),
+                    measured.kind == EKind::Copy ? "" : measured.ContentName(), measured.NsPerPixel(),
+                    measured.GigabytesPerSecond(),
                     ratio(measured.seconds, secondsOf(measured, EKind::Copy, "memcpy")).c_str(),
                     ratio(measured.seconds, secondsOf(measured, EKind::Tier, "scalar")).c_str());
     }

@@ -19,19 +19,24 @@ struct SMeasurement {
     unsigned bits;
     SSize size;
     double bytesPerPixel;
+    EContent content; ///< the picture where it does not matter
     EKind kind;
     std::string name;               ///< of the tier or peer; "memcpy"
     double seconds = 0;             ///< of one call, the smallest; 0: not measured
     bool leavesUpperHalves = false; ///< in use; only tiers are asked
+    const char* ContentName() const;
     double NsPerPixel() const { return seconds * 1e9 / static_cast<double>(size.Pixels()); }
     double GigabytesPerSecond() const { return bytesPerPixel / NsPerPixel(); }
 };
 
-/// Every tier of the operations at 2448 x 2048, with copies and peers. Throws std::invalid_argument for a peer whose
-/// operation does not exist.
-void registerTiers(const Operations& operations, const Peers& peers);
+using Contents = std::vector<EContent>;
 
-/// The fastest tier of the operations, and copies, from 64 x 64 to 100 megapixels.
+/// Every tier of the operations on each of the contents at 2448 x 2048, with copies, and with peers where the picture
+/// is among the contents. Contents other than the picture are measured once, however many repetitions there are. Throws
+/// std::invalid_argument for a peer whose operation does not exist.
+void registerTiers(const Operations& operations, const Peers& peers, const Contents& contents);
+
+/// The fastest tier of the operations on the picture, and copies, from 64 x 64 to 100 megapixels.
 void registerSizes(const Operations& operations);
 
 /// Keeps the smallest time of all calls: what the machine does when nothing else disturbs it.

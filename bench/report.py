@@ -3,17 +3,24 @@
 """Reads what vek_bench --json wrote.
 
 usage: report.py table RUN.json            one line per operation and depth: tiers, memcpy, peers
+                                           For the best tier: picture, best and worst content and their ratio; for the
+                                           others: worst content, with its ratio to the best one's in brackets
+       report.py contents RUN.json [RATIO] one line per operation, depth and tier: contents. Where the worst takes more
+                                           than RATIO times (1.4) the time of the best, the line is marked
        report.py scaling RUN.json          one line per operation and depth: sizes of image
        report.py compare OLD.json NEW.json [MARGIN]
-                                           old and new time of each row; what differs by more than the margin
-                                           (0.1: a tenth) is marked. The result is 0 all the same.
-All figures are ns per pixel.
+                                           old and new time of each row on the picture; what differs by more than the
+                                           margin (0.1: a tenth), on any content, is marked. The result is 0 all the
+                                           same.
+All figures are ns per pixel. Records that do not tell contents are those of the picture.
 """
 import json
 import signal
 import sys
 
 MARGIN = 0.1
+EVEN = 1.4  # times that the worst content may take of the best one's
+PICTURE = "picture"
 
 
 class BadFile(Exception):
@@ -27,7 +34,9 @@ def load(path):
         best = run["context"]["best_tier"]
         for row in run["rows"]:
             _ = row["operation"], row["bits"], row["width"], row["height"], row["memcpy"], row["peers"]
-            row["best"] = row["tiers"].get(best)
+            row["tiers"] = {tier: figures if isinstance(figures, dict) else {PICTURE: figures}
+                            for tier, figures in row["tiers"].items()}
+            row["best"] = row["tiers"].get(best, {}).get(PICTURE)
     except (OSError, ValueError, KeyError, TypeError, AttributeError) as error:
         raise BadFile(f"{path}: {error!r}") from error
     return run
@@ -46,20 +55,59 @@ def ratio(value, base):
     return f"{value / base:.2f}" if value is not None and base else "-"
 
 
+def extremes(figures):
+    """The best and the worst content of a tier, each with its figure; none where the tier was not measured."""
+    order = sorted(figures.items(), key=lambda content: content[1]) or [("", None)]
+    return order[0], order[-1]
+
+
+def unevenness(figures):
+    """Times that the worst content takes of the best one's; nothing where there are not two of them."""
+    (_, best), (_, most) = extremes(figures)
+    return most / best if len(figures) > 1 and best else None
+
+
+def worst(figures):
+    """The worst content's figure, and in brackets its ratio to the best one's."""
+    times = unevenness(figures)
+    return figure(extremes(figures)[1][1]) + (f" ({times:.2f})" if times else "")
+
+
 def operation_table(run):
     """Head and rows. Peers are in the order of their speed."""
-    tiers = tiers_of(run)
     best = run["context"]["best_tier"]
-    head = ["operation", "bits", best, *[tier for tier in tiers if tier != best], "memcpy", "x memcpy", "x best peer",
-            "peers"]
+    others = [tier for tier in tiers_of(run) if tier != best]
+    head = ["operation", "bits", best, "best content", "worst content", "worst/best",
+            *[f"{tier} worst" for tier in others], "memcpy", "x memcpy", "x best peer", "peers"]
     rows = []
     for row in run["rows"]:
         peers = sorted(row["peers"].items(), key=lambda peer: peer[1])
+        figures = row["tiers"].get(best, {})
         rows.append([row["operation"], str(row["bits"]), figure(row["best"]),
-                     *[figure(row["tiers"].get(tier)) for tier in tiers if tier != best], figure(row["memcpy"]),
-                     ratio(row["best"], row["memcpy"]), ratio(row["best"], peers[0][1] if peers else None),
+                     *[f"{figure(value)} {content}".rstrip() for content, value in extremes(figures)],
+                     ratio(unevenness(figures), 1), *[worst(row["tiers"].get(tier, {})) for tier in others],
+                     figure(row["memcpy"]), ratio(row["best"], row["memcpy"]),
+                     ratio(row["best"], peers[0][1] if peers else None),
                      "; ".join(f"{name} {figure(value)}" for name, value in peers)])
     return head, rows
+
+
+def contents_of(run):
+    """Names in the order of the first tier that has them."""
+    return list(dict.fromkeys(content for row in run["rows"] for figures in row["tiers"].values()
+                              for content in figures))
+
+
+def contents_table(run, even=EVEN):
+    contents = contents_of(run)
+    rows = []
+    for row in run["rows"]:
+        for tier, figures in row["tiers"].items():
+            times = unevenness(figures)
+            rows.append([row["operation"], str(row["bits"]), f"{row['width']} x {row['height']}", tier,
+                         *[figure(figures.get(content)) for content in contents], ratio(times, 1),
+                         "UNEVEN" if times is not None and times > even else ""])
+    return ["operation", "bits", "size", "tier", *contents, "worst/best", ""], rows
 
 
 def sizes_of(run):
@@ -105,20 +153,27 @@ def keyed(run):
     return {(row["operation"], row["bits"], row["width"], row["height"]): row for row in run["rows"]}
 
 
+def figures_of(row):
+    """All times of a row by tier and content."""
+    return {("memcpy", ""): row["memcpy"], **{(tier, content): value for tier, figures in row["tiers"].items()
+                                              for content, value in figures.items()}}
+
+
 def compare_table(old, new, margin=MARGIN):
-    """The best tier of every row of both runs, copies and other tiers where they differ by more than the margin."""
+    """The best tier of every row of both runs on the picture; copies, other tiers and other contents where they differ
+    by more than the margin."""
     before, after = keyed(old), keyed(new)
-    best = new["context"]["best_tier"]
+    first = new["context"]["best_tier"], PICTURE
     rows = []
     for key in [key for key in before if key in after]:
-        a, b = ({"memcpy": row["memcpy"], **row["tiers"]} for row in (before[key], after[key]))
-        for tier in [best, *[tier for tier in a if tier != best]]:
-            if a.get(tier) and b.get(tier):
-                word = mark(a[tier], b[tier], margin)
-                if word or tier == best:
-                    rows.append([key[0], str(key[1]), f"{key[2]} x {key[3]}", tier, figure(a[tier]), figure(b[tier]),
-                                 ratio(b[tier], a[tier]), word])
-    return ["operation", "bits", "size", "tier", "old", "new", "ratio", ""], rows
+        a, b = figures_of(before[key]), figures_of(after[key])
+        for place in [first, *[place for place in a if place != first]]:
+            if a.get(place) and b.get(place):
+                word = mark(a[place], b[place], margin)
+                if word or place == first:
+                    rows.append([key[0], str(key[1]), f"{key[2]} x {key[3]}", *place, figure(a[place]),
+                                 figure(b[place]), ratio(b[place], a[place]), word])
+    return ["operation", "bits", "size", "tier", "content", "old", "new", "ratio", ""], rows
 
 
 def lonely(run, other, name):
@@ -130,11 +185,15 @@ def lonely(run, other, name):
 def print_table(head, rows):
     """Columns as wide as they need to be; words left, figures right."""
     widths = [max(len(line[i]) for line in (head, *rows)) for i in range(len(head))]
-    words = {i for i in range(len(head)) if head[i] in ("operation", "tier", "size", "peers", "")}
+    words = {i for i in range(len(head))
+             if head[i] in ("operation", "tier", "size", "peers", "") or head[i].endswith("content")}
     for line in (head, *rows):
         cells = [cell.ljust(width) if i in words else cell.rjust(width)
                  for i, (cell, width) in enumerate(zip(line, widths))]
         print("  ".join(cells).rstrip())
+
+
+TABLES = {"table": operation_table, "contents": contents_table, "scaling": scaling_table}
 
 
 def main(arguments):
@@ -145,10 +204,11 @@ def main(arguments):
             old, new = load(values[0]), load(values[1])
             print_table(*compare_table(old, new, margin))
             print(*lonely(old, new, "old"), *lonely(new, old, "new"), sep="\n")
-        elif command in ("table", "scaling") and len(values) == 1:
+        elif command in TABLES and len(values) == 1 or command == "contents" and len(values) == 2:
             run = load(values[0])
+            table = TABLES[command](run, *[float(value) for value in values[1:]])
             print("\n".join(f"{name + ':':11}{text}" for name, text in context_lines(run)), end="\n\n")
-            print_table(*(operation_table if command == "table" else scaling_table)(run))
+            print_table(*table)
         else:
             print(__doc__.strip(), file=sys.stderr)
             return 2

@@ -139,19 +139,20 @@ SJob planJob(std::shared_ptr<const CVekChainPlan> plan, std::vector<std::uint8_t
 }
 
 template <class T>
-std::vector<std::uint8_t> frameOf(SSize size) {
-    const std::vector<T> image = makeImage(CPicture<T>(size, 1));
-    std::vector<std::uint8_t> bytes(size.Pixels() * sizeof(T));
+std::vector<std::uint8_t> frameOf(SInput input) {
+    const std::vector<T> image = makeImage(CPicture<T>(input, 1));
+    std::vector<std::uint8_t> bytes(input.size.Pixels() * sizeof(T));
     std::memcpy(bytes.data(), image.data(), bytes.size());
     return bytes;
 }
 
 /// Two samples of 12 bits in three bytes.
-std::vector<std::uint8_t> packedFrame(SSize size) {
-    const std::vector<std::uint16_t> image = makeImage(CPicture<std::uint16_t>(size, 1));
+std::vector<std::uint8_t> packedFrame(SInput input) {
+    const std::size_t pixels = input.size.Pixels();
+    const std::vector<std::uint16_t> image = makeImage(CPicture<std::uint16_t>(input, 1));
     std::vector<std::uint8_t> bytes;
-    bytes.reserve(size.Pixels() * 3 / 2);
-    for (std::size_t i = 0; i < size.Pixels(); i += 2) {
+    bytes.reserve(pixels * 3 / 2);
+    for (std::size_t i = 0; i < pixels; i += 2) {
         bytes.push_back(static_cast<std::uint8_t>(image[i]));
         bytes.push_back(static_cast<std::uint8_t>(image[i] >> 8 | (image[i + 1] & 15) << 4));
         bytes.push_back(static_cast<std::uint8_t>(image[i + 1] >> 4));
@@ -168,18 +169,18 @@ SJob job(const rows::SRowTable& table, SSize size, std::shared_ptr<const SHandle
 }
 
 template <unsigned Threads>
-SJob bytes(const rows::SRowTable& table, SSize size) {
-    return job(table, size, handleStages<std::uint8_t>(table, size, VEK_COLOR_ARRAY_RGGB), frameOf<std::uint8_t>(size),
-               Threads, [](SChain& chain) {
+SJob bytes(const rows::SRowTable& table, SInput input) {
+    return job(table, input.size, handleStages<std::uint8_t>(table, input.size, VEK_COLOR_ARRAY_RGGB),
+               frameOf<std::uint8_t>(input), Threads, [](SChain& chain) {
                    chain.description.noise = VEK_NOISE_COMPLEX;
                    chain.description.stages = VEK_CHAIN_SHADING | VEK_CHAIN_WHITE_BALANCE | VEK_CHAIN_RAW_GAMMA |
                                               VEK_CHAIN_COLOR_MATRIX | VEK_CHAIN_SHARPNESS;
                });
 }
 
-SJob mono(const rows::SRowTable& table, SSize size) {
-    return job(table, size, handleStages<std::uint8_t>(table, size, VEK_COLOR_ARRAY_MONO), frameOf<std::uint8_t>(size),
-               1, [](SChain& chain) {
+SJob mono(const rows::SRowTable& table, SInput input) {
+    return job(table, input.size, handleStages<std::uint8_t>(table, input.size, VEK_COLOR_ARRAY_MONO),
+               frameOf<std::uint8_t>(input), 1, [](SChain& chain) {
                    chain.frame.colorArray = VEK_COLOR_ARRAY_MONO;
                    chain.picture.layout = VEK_CHAIN_MONO;
                    chain.description.noise = VEK_NOISE_COMPLEX;
@@ -188,9 +189,9 @@ SJob mono(const rows::SRowTable& table, SSize size) {
 }
 
 template <std::uint32_t Demosaic, std::uint32_t Stages, std::uint32_t Format, unsigned Threads>
-SJob words(const rows::SRowTable& table, SSize size) {
-    return job(table, size, handleStages<std::uint16_t>(table, size, VEK_COLOR_ARRAY_RGGB),
-               Format == VEK_TRANSFER_RAW12 ? frameOf<std::uint16_t>(size) : packedFrame(size), Threads,
+SJob words(const rows::SRowTable& table, SInput input) {
+    return job(table, input.size, handleStages<std::uint16_t>(table, input.size, VEK_COLOR_ARRAY_RGGB),
+               Format == VEK_TRANSFER_RAW12 ? frameOf<std::uint16_t>(input) : packedFrame(input), Threads,
                [](SChain& chain) {
                    chain.Develop(Format);
                    chain.description.demosaic = Demosaic;

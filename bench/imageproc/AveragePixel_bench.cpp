@@ -14,9 +14,10 @@ namespace {
 /// bits: of a pixel in the frame, which takes pixelBytes.
 template <class T>
 SOperation average(const char* name, ELayout layout, unsigned bits, double pixelBytes) {
-    return {name, bits, pixelBytes, [=](const rows::SRowTable& table, SSize size) {
+    return {name, bits, pixelBytes, [=](const rows::SRowTable& table, SInput input) {
+                const SSize size = input.size;
                 const unsigned long pitch = size.width * bits / 8;
-                const CPicture<T> picture({pitch / sizeof(T), size.height}, 1);
+                const CPicture<T> picture({{pitch / sizeof(T), size.height}, input.content}, 1);
                 const SAveragePixelStage stage = {layout, bits,
                                                   SRegion::Cut(0, 0, size.width, size.height, size.width, size.height)};
                 return conversionJob<SCellSums>(picture, 1, [=, &table](const T* src, SCellSums* sums) {

@@ -25,7 +25,8 @@ struct SStages {
     CSharpness sharpness;
 };
 
-SJob chain(const rows::SRowTable& table, SSize size) {
+SJob chain(const rows::SRowTable& table, SInput input) {
+    const SSize size = input.size;
     const auto stages = std::make_shared<SStages>(table);
     storeDark<Byte>(stages->noise, size, VEK_COLOR_ARRAY_RGGB);
     calibrate<Byte>(stages->shading, size, VEK_SHADING_CALIBRATE_GAIN, VEK_SHADING_GAIN);
@@ -34,7 +35,7 @@ SJob chain(const rows::SRowTable& table, SSize size) {
     setMatrix(stages->matrix);
     setSharpness<Byte>(stages->sharpness);
     const auto bgr = std::make_shared<std::vector<Byte>>(size.Pixels() * 3);
-    return inPlaceJob(CPicture<Byte>(size, 1), [=](Byte* raw) {
+    return inPlaceJob(CPicture<Byte>(input, 1), [=](Byte* raw) {
         process(stages->noise, size, VEK_COLOR_ARRAY_RGGB, raw, VEK_NOISE_COMPLEX);
         process(stages->shading, size, raw);
         process(stages->balance, size, raw);

@@ -8,8 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <string>
-#include <utility>
 #include <vector>
 
 namespace vek::bench {
@@ -42,28 +40,25 @@ void setLimits(CChromaSuppress& module, const CPicture<T>& picture, std::size_t 
 }
 
 template <class T>
-SOperation operation(const char* name, unsigned long pixelFormat, std::size_t samples,
-                     EContent content = EContent::Picture) {
+SOperation operation(const char* name, unsigned long pixelFormat, std::size_t samples) {
     return {name, kBits<T>, static_cast<double>(2 * samples * sizeof(T)),
-            [=](const rows::SRowTable& table, SSize size) {
+            [=](const rows::SRowTable& table, SInput input) {
                 const auto module = std::make_shared<CChromaSuppress>(table);
-                CPicture<T> picture(size, samples, content);
-                setLimits(*module, picture, samples);
-                return inPlaceJob(std::move(picture), [=](T* image) {
+                setLimits(*module, CPicture<T>({input.size}, samples), samples);
+                return inPlaceJob(CPicture<T>(input, samples), [=](T* image) {
                     if constexpr (kBytes<T>) {
-                        module->ProcessB(size.width, size.height, 0, pixelFormat, image);
+                        module->ProcessB(input.size.width, input.size.height, 0, pixelFormat, image);
                     } else {
-                        module->ProcessW(size.width, size.height, 0, pixelFormat, image);
+                        module->ProcessW(input.size.width, input.size.height, 0, pixelFormat, image);
                     }
                 });
             },
-            samples == 4 || content == EContent::Noise};
+            samples == 4};
 }
 
 template <class T>
 Operations ofSamples() {
-    return {operation<T>("chroma suppression BGR", kBgr<T>, 3), operation<T>("chroma suppression BGRX", kBgrx<T>, 4),
-            operation<T>("chroma suppression BGR noise", kBgr<T>, 3, EContent::Noise)};
+    return {operation<T>("chroma suppression BGR", kBgr<T>, 3), operation<T>("chroma suppression BGRX", kBgrx<T>, 4)};
 }
 
 } // namespace

@@ -21,10 +21,10 @@ const SMethod kFourSamples = {"demosaic BilinearSimple BGRX", VEK_DEMOSAIC_BILIN
 template <class T>
 SOperation demosaic(const SMethod& method, unsigned short channels, bool extra = false) {
     return {method.name, kBits<T>, static_cast<double>((1U + channels) * sizeof(T)),
-            [=, code = method.code](const rows::SRowTable& table, SSize size) {
+            [=, code = method.code](const rows::SRowTable& table, SInput input) {
                 const auto module = std::make_shared<CColorInterpolation>(table);
-                return conversionJob<T>(CPicture<T>(size, 1), size.Pixels() * channels, [=](T* src, T* dst) {
-                    interpolate(*module, size, src, dst, code, VEK_COLOR_ARRAY_RGGB, channels);
+                return conversionJob<T>(CPicture<T>(input, 1), input.size.Pixels() * channels, [=](T* src, T* dst) {
+                    interpolate(*module, input.size, src, dst, code, VEK_COLOR_ARRAY_RGGB, channels);
                 });
             },
             extra};
@@ -35,12 +35,13 @@ SOperation decode(const char* name, unsigned short colorArray, unsigned halfSamp
                   bool extra = false) {
     const unsigned short channels = method == VEK_DEMOSAIC_MONO ? 1 : 3;
     return {name, 8, halfSamples / 2.0 + channels,
-            [=](const rows::SRowTable& table, SSize size) {
+            [=](const rows::SRowTable& table, SInput input) {
                 using Byte = std::uint8_t;
                 const auto module = std::make_shared<CColorInterpolation>(table);
-                const CPicture<Byte> picture({size.width * halfSamples / 2, size.height}, 1);
-                return conversionJob<Byte>(picture, size.Pixels() * channels, [=](Byte* src, Byte* dst) {
-                    interpolate(*module, size, src, dst, method, colorArray, channels);
+                const SSize bytes = {input.size.width * halfSamples / 2, input.size.height};
+                const CPicture<Byte> picture({bytes, input.content}, 1);
+                return conversionJob<Byte>(picture, input.size.Pixels() * channels, [=](Byte* src, Byte* dst) {
+                    interpolate(*module, input.size, src, dst, method, colorArray, channels);
                 });
             },
             extra};

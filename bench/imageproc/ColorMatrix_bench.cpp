@@ -8,15 +8,13 @@ namespace vek::bench {
 namespace {
 
 template <class T>
-SOperation operation(const char* name, unsigned long pixelFormat, std::size_t samples,
-                     EContent content = EContent::Picture) {
-    return colorOperation<T, CColorMatrix>(name, pixelFormat, samples, content, setMatrix);
+SOperation operation(const char* name, unsigned long pixelFormat, std::size_t samples) {
+    return colorOperation<T, CColorMatrix>(name, pixelFormat, samples, setMatrix);
 }
 
 template <class T>
 Operations ofSamples() {
-    return {operation<T>("colour matrix BGR", kBgr<T>, 3), operation<T>("colour matrix BGRX", kBgrx<T>, 4),
-            operation<T>("colour matrix BGR noise", kBgr<T>, 3, EContent::Noise)};
+    return {operation<T>("colour matrix BGR", kBgr<T>, 3), operation<T>("colour matrix BGRX", kBgrx<T>, 4)};
 }
 
 } // namespace

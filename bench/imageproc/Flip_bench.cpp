@@ -15,13 +15,13 @@ namespace {
 /// Of raw images, in place, as the export does it: a quarter turn takes the detour over a buffer.
 template <class T>
 SOperation raw(const char* name, unsigned char mirror, unsigned char rotation) {
-    return {name, kBits<T>, 2.0 * sizeof(T), [=](const rows::SRowTable& table, SSize size) {
+    return {name, kBits<T>, 2.0 * sizeof(T), [=](const rows::SRowTable& table, SInput input) {
                 const auto module = std::make_shared<CFlip>(table);
-                const auto image = std::make_shared<std::vector<T>>(makeImage(CPicture<T>(size, 1)));
+                const auto image = std::make_shared<std::vector<T>>(makeImage(CPicture<T>(input, 1)));
                 // Nothing is restored: what a call leaves is as hard as the picture.
                 const auto run = [=] {
-                    unsigned long width = size.width;
-                    unsigned long height = size.height;
+                    unsigned long width = input.size.width;
+                    unsigned long height = input.size.height;
                     unsigned short colorArray = VEK_COLOR_ARRAY_RGGB;
                     if constexpr (kBytes<T>) {
                         module->FlipRawB(mirror, rotation, &width, &height, image->data(), image->data(), &colorArray);
@@ -37,11 +37,11 @@ SOperation raw(const char* name, unsigned char mirror, unsigned char rotation) {
 template <class T>
 SOperation color(const char* name, unsigned char mirror, unsigned char rotation) {
     return {name, kBits<T>, 6.0 * sizeof(T),
-            [=](const rows::SRowTable& table, SSize size) {
+            [=](const rows::SRowTable& table, SInput input) {
                 const auto module = std::make_shared<CFlip>(table);
-                return conversionJob<T>(CPicture<T>(size, 3), size.Pixels() * 3, [=](T* src, T* dst) {
-                    unsigned long width = size.width;
-                    unsigned long height = size.height;
+                return conversionJob<T>(CPicture<T>(input, 3), input.size.Pixels() * 3, [=](T* src, T* dst) {
+                    unsigned long width = input.size.width;
+                    unsigned long height = input.size.height;
                     if constexpr (kBytes<T>) {
                         module->FlipBGRB(mirror, rotation, &width, &height, src, dst, 3);
                     } else {

@@ -14,8 +14,9 @@ namespace {
 template <class T>
 SOperation raw(const char* name, unsigned long transferFormat, unsigned bits, unsigned pixelBytes, bool extra = false) {
     return {name, bits, bits / 8.0 + static_cast<double>(pixelBytes),
-            [=](const rows::SRowTable& table, SSize size) {
-                const CPicture<T> picture({size.width * bits / kBits<T>, size.height}, 1);
+            [=](const rows::SRowTable& table, SInput input) {
+                const SSize size = input.size;
+                const CPicture<T> picture({{size.width * bits / kBits<T>, size.height}, input.content}, 1);
                 return conversionJob<std::uint8_t>(
                     picture, size.Pixels() * pixelBytes, [=, &table](const T* src, std::uint8_t* dst) {
                         const STransferFormat& format = kTransferFormats[transferFormat];
@@ -30,11 +31,11 @@ SOperation raw(const char* name, unsigned long transferFormat, unsigned bits, un
 /// There is one version of these two only.
 SOperation color(const char* name, unsigned long transferFormat, std::size_t sourceBytes) {
     return {name, 8, static_cast<double>(sourceBytes + 4),
-            [=](const rows::SRowTable& table, SSize size) {
-                const CPicture<std::uint8_t> picture(size, sourceBytes);
+            [=](const rows::SRowTable& table, SInput input) {
+                const CPicture<std::uint8_t> picture(input, sourceBytes);
                 return conversionJob<std::uint8_t>(
-                    picture, size.Pixels() * 4, [=, &table](const std::uint8_t* src, std::uint8_t* dst) {
-                        convBGRToBGR(table, kTransferFormats[transferFormat], size.Pixels(), src, 4, dst);
+                    picture, input.size.Pixels() * 4, [=, &table](const std::uint8_t* src, std::uint8_t* dst) {
+                        convBGRToBGR(table, kTransferFormats[transferFormat], input.size.Pixels(), src, 4, dst);
                     });
             },
             true};

@@ -11,10 +11,10 @@ namespace {
 
 template <class T>
 SOperation raw() {
-    return {"raw gamma", kBits<T>, 2.0 * sizeof(T), [](const rows::SRowTable& table, SSize size) {
+    return {"raw gamma", kBits<T>, 2.0 * sizeof(T), [](const rows::SRowTable& table, SInput input) {
                 const auto module = std::make_shared<CGamma>(table);
                 setCurves<T>(*module);
-                return inPlaceJob(CPicture<T>(size, 1), [=](T* image) { processRaw(*module, size, image); });
+                return inPlaceJob(CPicture<T>(input, 1), [=](T* image) { processRaw(*module, input.size, image); });
             }};
 }
 
@@ -25,14 +25,14 @@ template <class T>
 SOperation luma(const char* name, unsigned long pixelFormat, std::size_t samples, std::size_t touched,
                 bool extra = false) {
     return {name, kBits<T>, static_cast<double>(2 * touched * sizeof(T)),
-            [=](const rows::SRowTable& table, SSize size) {
+            [=](const rows::SRowTable& table, SInput input) {
                 const auto module = std::make_shared<CGamma>(table);
                 setCurves<T>(*module);
-                return inPlaceJob(CPicture<T>(size, samples), [=](T* image) {
+                return inPlaceJob(CPicture<T>(input, samples), [=](T* image) {
                     if constexpr (kBytes<T>) {
-                        module->ProcBGROrGrayB(size.width, size.height, 0, pixelFormat, image);
+                        module->ProcBGROrGrayB(input.size.width, input.size.height, 0, pixelFormat, image);
                     } else {
-                        module->ProcBGROrGrayW(size.width, size.height, 0, pixelFormat, image);
+                        module->ProcBGROrGrayW(input.size.width, input.size.height, 0, pixelFormat, image);
                     }
                 });
             },

@@ -11,10 +11,10 @@ namespace {
 
 template <class T>
 SOperation easy(const char* name, unsigned short colorArray) {
-    return {name, kBits<T>, 2.0 * sizeof(T), [=](const rows::SRowTable& table, SSize size) {
+    return {name, kBits<T>, 2.0 * sizeof(T), [=](const rows::SRowTable& table, SInput input) {
                 const auto module = std::make_shared<CNoiseReduction>(table);
-                return inPlaceJob(CPicture<T>(size, 1),
-                                  [=](T* image) { process(*module, size, colorArray, image, VEK_NOISE_EASY); });
+                return inPlaceJob(CPicture<T>(input, 1),
+                                  [=](T* image) { process(*module, input.size, colorArray, image, VEK_NOISE_EASY); });
             }};
 }
 
@@ -22,11 +22,12 @@ SOperation easy(const char* name, unsigned short colorArray) {
 template <class T>
 SOperation complex(const char* name, unsigned short colorArray) {
     return {name, kBits<T>, 3.0 * sizeof(T),
-            [=](const rows::SRowTable& table, SSize size) {
+            [=](const rows::SRowTable& table, SInput input) {
                 const auto module = std::make_shared<CNoiseReduction>(table);
-                storeDark<T>(*module, size, colorArray);
-                return inPlaceJob(CPicture<T>(size, 1),
-                                  [=](T* image) { process(*module, size, colorArray, image, VEK_NOISE_COMPLEX); });
+                storeDark<T>(*module, input.size, colorArray);
+                return inPlaceJob(CPicture<T>(input, 1), [=](T* image) {
+                    process(*module, input.size, colorArray, image, VEK_NOISE_COMPLEX);
+                });
             },
             colorArray == VEK_COLOR_ARRAY_MONO};
 }

@@ -14,11 +14,11 @@ namespace {
 template <class T>
 SOperation calibration() {
     return {"shading calibration", kBits<T>, sizeof(T) + 2.0 * sizeof(double),
-            [](const rows::SRowTable& table, SSize size) {
+            [](const rows::SRowTable& table, SInput input) {
                 const auto module = std::make_shared<CShadingCorrection>(table);
                 module->SetMode(VEK_SHADING_CALIBRATE_GAIN);
-                const auto picture = std::make_shared<std::vector<T>>(makeImage(CPicture<T>(size, 1)));
-                return SJob{[=] { process(*module, size, picture->data()); }, {}};
+                const auto picture = std::make_shared<std::vector<T>>(makeImage(CPicture<T>(input, 1)));
+                return SJob{[=] { process(*module, input.size, picture->data()); }, {}};
             },
             true};
 }
@@ -27,10 +27,10 @@ SOperation calibration() {
 template <class T, class Entry>
 SOperation correction(const char* name, unsigned long calibrating, unsigned long correcting, bool extra = false) {
     return {name, kBits<T>, 2.0 * sizeof(T) + sizeof(Entry),
-            [=](const rows::SRowTable& table, SSize size) {
+            [=](const rows::SRowTable& table, SInput input) {
                 const auto module = std::make_shared<CShadingCorrection>(table);
-                calibrate<T>(*module, size, calibrating, correcting);
-                return inPlaceJob(CPicture<T>(size, 1), [=](T* image) { process(*module, size, image); });
+                calibrate<T>(*module, input.size, calibrating, correcting);
+                return inPlaceJob(CPicture<T>(input, 1), [=](T* image) { process(*module, input.size, image); });
             },
             extra};
 }

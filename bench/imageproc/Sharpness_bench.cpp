@@ -8,17 +8,15 @@ namespace vek::bench {
 namespace {
 
 template <class T>
-SOperation operation(const char* name, unsigned long pixelFormat, std::size_t samples,
-                     EContent content = EContent::Picture) {
-    return colorOperation<T, CSharpness>(name, pixelFormat, samples, content, setSharpness<T>);
+SOperation operation(const char* name, unsigned long pixelFormat, std::size_t samples) {
+    return colorOperation<T, CSharpness>(name, pixelFormat, samples, setSharpness<T>);
 }
 
 template <class T>
 Operations ofSamples() {
     return {operation<T>("sharpness BGR", kBgr<T>, 3),
             operation<T>("sharpness grey", kBytes<T> ? VEK_DESTINATION_MONO8 : VEK_DESTINATION_MONO12, 1),
-            operation<T>("sharpness BGRX", kBgrx<T>, 4),
-            operation<T>("sharpness BGR noise", kBgr<T>, 3, EContent::Noise)};
+            operation<T>("sharpness BGRX", kBgrx<T>, 4)};
 }
 
 } // namespace

@@ -41,7 +41,7 @@ void process(CNoiseReduction& module, SSize size, unsigned short colorArray, T* 
 /// A dark frame of a few levels.
 template <class T>
 void storeDark(CNoiseReduction& module, SSize size, unsigned short colorArray) {
-    std::vector<T> dark = makeImage(CPicture<T>(size, 1, EContent::Noise));
+    std::vector<T> dark = makeImage(CPicture<T>({size, EContent::Noise}, 1));
     for (T& sample : dark) {
         sample = static_cast<T>(sample >> (kDepth<T> - 3));
     }
@@ -61,7 +61,7 @@ void process(CShadingCorrection& module, SSize size, T* image) {
 template <class T>
 void calibrate(CShadingCorrection& module, SSize size, unsigned long calibrating, unsigned long correcting) {
     module.SetColorArray(VEK_COLOR_ARRAY_RGGB);
-    std::vector<T> picture = makeImage(CPicture<T>(size, 1));
+    std::vector<T> picture = makeImage(CPicture<T>({size}, 1));
     module.SetMode(calibrating);
     process(module, size, picture.data());
     module.SetMode(correcting);
@@ -131,17 +131,17 @@ void process(Module& module, SSize size, unsigned long pixelFormat, T* image) {
 }
 
 /// A stage on colour images as an operation, set up by set(module). Without being asked for, pixels of three samples
-/// are measured that are no noise.
+/// are measured.
 template <class T, class Module, class Set>
-SOperation colorOperation(const char* name, unsigned long pixelFormat, std::size_t samples, EContent content, Set set) {
+SOperation colorOperation(const char* name, unsigned long pixelFormat, std::size_t samples, Set set) {
     return {name, kBits<T>, static_cast<double>(2 * samples * sizeof(T)),
-            [=](const rows::SRowTable& table, SSize size) {
+            [=](const rows::SRowTable& table, SInput input) {
                 const auto module = std::make_shared<Module>(table);
                 set(*module);
-                return inPlaceJob(CPicture<T>(size, samples, content),
-                                  [=](T* image) { process(*module, size, pixelFormat, image); });
+                return inPlaceJob(CPicture<T>(input, samples),
+                                  [=](T* image) { process(*module, input.size, pixelFormat, image); });
             },
-            samples != 3 || content == EContent::Noise};
+            samples != 3};
 }
 
 } // namespace vek::bench

@@ -12,10 +12,10 @@ namespace {
 template <class T>
 SOperation operation(const char* name, unsigned char mode, bool extra) {
     return {name, kBits<T>, 2.0 * sizeof(T),
-            [=](const rows::SRowTable& table, SSize size) {
+            [=](const rows::SRowTable& table, SInput input) {
                 const auto module = std::make_shared<CWB>(table);
                 setBalance(*module, mode);
-                return inPlaceJob(CPicture<T>(size, 1), [=](T* image) { process(*module, size, image); });
+                return inPlaceJob(CPicture<T>(input, 1), [=](T* image) { process(*module, input.size, image); });
             },
             extra};
 }

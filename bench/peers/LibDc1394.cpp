@@ -15,7 +15,7 @@ SPeer demosaic(const char* operation, const char* name, dc1394bayer_method_t met
     return {operation, kBits<T>, name, [=](SSize size) {
                 const auto width = static_cast<std::uint32_t>(size.width);
                 const auto height = static_cast<std::uint32_t>(size.height);
-                return conversionJob<T>(CPicture<T>(size, 1), size.Pixels() * 3, [=](const T* src, T* dst) {
+                return conversionJob<T>(CPicture<T>({size}, 1), size.Pixels() * 3, [=](const T* src, T* dst) {
                     dc1394error_t error = DC1394_SUCCESS;
                     if constexpr (sizeof(T) == 1) {
                         error = dc1394_bayer_decoding_8bit(src, dst, width, height, DC1394_COLOR_FILTER_RGGB, method);

@@ -33,7 +33,7 @@ SPeer bytes(const char* operation, const char* name, int srcBytes, int dstBytes,
                 const int width = static_cast<int>(size.width);
                 const int height = static_cast<int>(size.height);
                 const std::size_t dstSamples = size.Pixels() * static_cast<std::size_t>(dstBytes);
-                return conversionJob<Byte>(CPicture<Byte>(size, static_cast<std::size_t>(srcBytes)), dstSamples,
+                return conversionJob<Byte>(CPicture<Byte>({size}, static_cast<std::size_t>(srcBytes)), dstSamples,
                                            [=](const Byte* src, Byte* dst) {
                                                succeed(call, src, srcBytes * width, dst, dstBytes * width, width,
                                                        height);
@@ -47,7 +47,7 @@ SPeer planar444() {
                 const int width = static_cast<int>(size.width);
                 const int height = static_cast<int>(size.height);
                 const std::size_t plane = size.Pixels();
-                return conversionJob<Byte>(CPicture<Byte>(size, 3), plane * 3, [=](const Byte* src, Byte* dst) {
+                return conversionJob<Byte>(CPicture<Byte>({size}, 3), plane * 3, [=](const Byte* src, Byte* dst) {
                     succeed(libyuv::I444ToRGB24, src, width, src + plane, width, src + 2 * plane, width, dst, 3 * width,
                             width, height);
                 });
@@ -58,7 +58,7 @@ SPeer wordsToBytes() {
     return {"words to 8 bit", 16, "libyuv Convert16To8Plane", [](SSize size) {
                 const int width = static_cast<int>(size.width);
                 const int height = static_cast<int>(size.height);
-                return conversionJob<Byte>(CPicture<Word>(size, 1), size.Pixels(), [=](const Word* src, Byte* dst) {
+                return conversionJob<Byte>(CPicture<Word>({size}, 1), size.Pixels(), [=](const Word* src, Byte* dst) {
                     constexpr int upperEightOf12 = 4096;
                     libyuv::Convert16To8Plane(src, width, dst, width, upperEightOf12, width, height);
                 });
@@ -69,7 +69,7 @@ SPeer rotateWords() {
     return {"rotation", 16, "libyuv RotatePlane_16", [](SSize size) {
                 const int width = static_cast<int>(size.width);
                 const int height = static_cast<int>(size.height);
-                return conversionJob<Word>(CPicture<Word>(size, 1), size.Pixels(), [=](const Word* src, Word* dst) {
+                return conversionJob<Word>(CPicture<Word>({size}, 1), size.Pixels(), [=](const Word* src, Word* dst) {
                     succeed(libyuv::RotatePlane_16, src, width, dst, height, width, height, libyuv::kRotate90);
                 });
             }};

@@ -21,7 +21,7 @@ template <class T>
 cv::Mat pictureMat(SSize size, int channels) {
     cv::Mat mat(static_cast<int>(size.height), static_cast<int>(size.width),
                 CV_MAKETYPE(sizeof(T) == 1 ? CV_8U : CV_16U, channels));
-    CPicture<T>(size, static_cast<std::size_t>(channels)).Fill(mat.ptr<T>());
+    CPicture<T>({size}, static_cast<std::size_t>(channels)).Fill(mat.ptr<T>());
     return mat;
 }
 

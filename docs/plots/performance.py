@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """Draws records of ./dev bench, and puts them into docs/performance.md.
 
-usage: performance.py chart RUN.json OUT.png       time by operation: best tier, scalar tier, memcpy, peers
+usage: performance.py chart RUN.json OUT.png       time by operation: best tier on its best and worst content; scalar tier,
+                                                   memcpy, peers
        performance.py scaling RUN.json OUT.png     time by size of image
        performance.py text TEXT.md RUN.json SCALING.json
 """
@@ -16,7 +17,7 @@ from matplotlib.ticker import FuncFormatter, NullFormatter
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "bench"))
 import report  # noqa: E402
 
-OURS, SCALAR, COPY, PEER = "#9dbcd8", "#222222", "#2e7d32", "#b7472a"
+OURS, WORST, SCALAR, COPY, PEER = "#9dbcd8", "#3d6c98", "#222222", "#2e7d32", "#b7472a"
 COLOURS = ("#1f4e79", "#b7472a", "#2e7d32", "#8e6c1f", "#6a3d9a", "#127a7a", "#444444")
 # Operations that stand in one panel, by the first words of their names.
 PANELS = (("Demosaicing", ("demosaic",)), ("YCrCb decoding", ("YCrCb",)),
@@ -35,17 +36,21 @@ def label(operation, bits):
 
 
 def chart(run, out):
-    rows = list(reversed([row for row in run["rows"] if row["best"] is not None]))
+    tier = run["context"]["best_tier"]
+    rows = list(reversed([row for row in run["rows"] if row["tiers"].get(tier)]))
     places = range(len(rows))
     figure, axes = plt.subplots(figsize=(8.6, 1.2 + 0.2 * len(rows)), layout="constrained")
-    axes.barh(places, [row["best"] for row in rows], height=0.7, color=OURS, zorder=2,
-              label=f"best tier ({run['context']['best_tier']})")
+    # What the worst content takes more looks out from behind the best one's bar.
+    for which, name, height, colour in ((1, "its worst content", 0.36, WORST), (0, f"{tier}, best content", 0.7, OURS)):
+        axes.barh(places, [report.extremes(row["tiers"][tier])[which][1] for row in rows], height=height, color=colour,
+                  zorder=2, label=name)
 
     def marks(name, values, marker, colour, size):
         points = [(value, place) for place, of_row in zip(places, values) for value in of_row]
         if points:
             axes.scatter(*zip(*points), marker=marker, s=size, color=colour, label=name, zorder=3, linewidths=1.4)
-    marks("scalar tier", [[value for tier, value in row["tiers"].items() if tier == "scalar"] for row in rows], "|",
+    marks("scalar tier", [[figures[report.PICTURE]] if report.PICTURE in figures else []
+                           for figures in (row["tiers"].get("scalar", {}) for row in rows)], "|",
           SCALAR, 50)
     marks("memcpy of the same traffic", [[row["memcpy"]] if row["memcpy"] else [] for row in rows], "|", COPY, 50)
     marks("peers", [list(row["peers"].values()) for row in rows], "x", PEER, 22)
@@ -57,7 +62,8 @@ def chart(run, out):
     axes.grid(True, axis="x", color="0.9", linewidth=0.6)
     axes.set_axisbelow(True)
     axes.set_title("Time per pixel, one core", fontsize=11, loc="left", pad=24)
-    axes.legend(loc="lower right", bbox_to_anchor=(1, 1), ncol=4, fontsize=8, frameon=False)
+    handles, names = axes.get_legend_handles_labels()
+    axes.legend(handles[::-1], names[::-1], loc="lower right", bbox_to_anchor=(1, 1), ncol=5, fontsize=8, frameon=False)
     save_png(figure, out)
 
 
