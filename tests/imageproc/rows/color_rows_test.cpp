@@ -64,6 +64,19 @@ struct SSettings {
                   static_cast<std::uint16_t>(random.Below(3) * random.Below(2000)),
                   static_cast<std::uint16_t>(random.Below(3) * random.Below(2000))};
         SetCoring(static_cast<unsigned>(random.Below(1U << (depth / 2))));
+        if (seed % 3 == 0) {
+            TakeAnyLimits(random);
+        }
+    }
+
+    /// Levels at and beyond the ends of luma, slopes that are full at once.
+    void TakeAnyLimits(CRandom& random) {
+        const auto level = [&] {
+            const std::uint64_t any = random.Below(1U << 16);
+            return static_cast<std::uint16_t>(any % 4 == 0 ? any : any % 4 == 1 ? any % 3 : 65535 - any % 3);
+        };
+        limits = {level(), level(), static_cast<std::uint16_t>(random.Below(1U << 16)),
+                  static_cast<std::uint16_t>(random.Below(1U << 16))};
     }
 
     /// Corrections are 0 up to the coring.
