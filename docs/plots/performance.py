@@ -91,7 +91,8 @@ def scaling(run, out):
         axes.xaxis.set_major_formatter(FuncFormatter(plain))
         axes.grid(True, color="0.9", linewidth=0.6)
         axes.tick_params(labelsize=8)
-        axes.legend(fontsize=7, frameon=False, loc="upper left")
+        if chosen:  # a filter may leave a panel without lines
+            axes.legend(fontsize=7, frameon=False, loc="upper left")
     for axes in grid[-1]:
         axes.set_xlabel("megapixels", fontsize=9)
     for axes in grid[:, 0]:
