@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 namespace vek {
 
@@ -21,23 +22,29 @@ bool isAutomatic(unsigned char mode) {
     return mode == VEK_WB_AUTO || mode == VEK_WB_ONCE;
 }
 
-/// Adds the samples of even columns to one histogram, those of odd ones to the other; values above them to their last
-/// entries.
+using Histograms = std::array<SWBStatistics::Histogram, SWBStatistics::kCopies>;
+
+/// Adds the samples of even columns, or of odd ones; values above the histograms to their last entries.
 template <class T>
-void countRow(const T* row, unsigned long width, unsigned long* even, unsigned long* odd) {
-    const auto entry = [](T value) { return std::min<unsigned>(value, (1U << kMaxDepth) - 1); };
+void countRow(const T* row, unsigned long width, unsigned long parity, Histograms& histograms) {
+    constexpr unsigned bits = 8 * sizeof(T);
+    constexpr unsigned long step = 2 * SWBStatistics::kCopies;
+    constexpr unsigned long perWord = sizeof(std::uint64_t) / sizeof(T);
+    const auto entry = [](std::uint64_t sample) {
+        return std::min<std::uint64_t>(sample & ((1U << bits) - 1), (1U << kMaxDepth) - 1);
+    };
     unsigned long x = 0;
     // Several samples from one load: each of the increments is a load, too.
-    for (; x + 4 <= width; x += 4) {
-        std::array<T, 4> samples{};
+    for (; x + step <= width; x += step) {
+        std::array<std::uint64_t, step / perWord> samples;
         std::memcpy(samples.data(), row + x, sizeof samples);
-        ++even[entry(samples[0])];
-        ++odd[entry(samples[1])];
-        ++even[entry(samples[2])];
-        ++odd[entry(samples[3])];
+        for (std::size_t copy = 0; copy < SWBStatistics::kCopies; ++copy) {
+            const std::size_t at = 2 * copy;
+            ++histograms[copy][entry(samples[at / perWord] >> (bits * (at % perWord + parity)))];
+        }
     }
-    for (; x < width; ++x) {
-        ++(x % 2 == 0 ? even : odd)[entry(row[x])];
+    for (x += parity; x < width; x += 2) {
+        ++histograms[0][entry(row[x])];
     }
 }
 
@@ -46,42 +53,66 @@ template <class T>
 void fillTable(unsigned short gain, T* table, unsigned short bits) {
     const unsigned entries = 1U << bits;
     const unsigned maxValue = entries - 1;
-    unsigned accumulator = 0;
     for (unsigned i = 0; i < entries; ++i) {
-        table[i] = static_cast<T>(accumulator >> 7);
-        accumulator = std::min(accumulator + gain, maxValue << 7);
+        table[i] = static_cast<T>(std::min(i * gain >> 7, maxValue));
     }
 }
 
-/// Mean that a phase would have after the gain, with saturation taken into account.
-double averageAfter(unsigned short gain, double average, const SWBStatistics::Histogram& histogram, unsigned long count,
-                    unsigned short bits) {
-    if (gain == 0) {
-        return 0.0;
-    }
-    const unsigned long maxValue = (1UL << bits) - 1;
-    const unsigned long limit = maxValue * kUnityGain / gain;
-    if (maxValue > limit) {
-        unsigned long sum = 0;
+/// Sum of a phase's samples of a depth, of which those above a limit count as it. The limit starts at the depth's
+/// largest value and falls.
+class CLimitedSum {
+public:
+    CLimitedSum(const Histograms& histograms, unsigned long maxValue) : mHistograms(histograms), mLimit(maxValue) {
         for (unsigned long value = 0; value <= maxValue; ++value) {
-            sum += histogram[value] * std::min(value, limit);
+            mSum += Count(value) * value;
         }
-        average = static_cast<double>(sum) / static_cast<double>(count);
     }
-    return gain * average / kUnityGain;
-}
+
+    std::uint64_t At(unsigned long limit) {
+        for (; mLimit > limit; --mLimit) {
+            mAbove += Count(mLimit);
+            mSum -= mAbove;
+        }
+        return mSum;
+    }
+
+private:
+    std::uint64_t Count(unsigned long value) const {
+        std::uint64_t count = 0;
+        for (const SWBStatistics::Histogram& histogram : mHistograms) {
+            count += histogram[value];
+        }
+        return count;
+    }
+
+    const Histograms& mHistograms;
+    unsigned long mLimit;
+    std::uint64_t mSum = 0;
+    std::uint64_t mAbove = 0; ///< samples from the limit on
+};
 
 /// Gain that brings a phase's mean to target.
 unsigned short automaticGain(const SWBStatistics& statistics, std::size_t phase, double target, unsigned short bits) {
     const double average = statistics.Average(phase);
-    const unsigned long count = statistics.count[phase];
+    const auto count = static_cast<double>(statistics.count[phase]);
     // Without pixels the bound is infinite.
-    if (average < 1.0 / static_cast<double>(count)) {
+    if (average < 1.0 / count) {
         return kUnityGain;
     }
+    const unsigned long maxValue = (1UL << bits) - 1;
+    CLimitedSum sum(statistics.histogram[phase / 2], maxValue);
+    // Mean that the phase would have after the gain, with saturation taken into account.
+    const auto averageAfter = [&](unsigned short gain) {
+        if (gain == 0) {
+            return 0.0;
+        }
+        const unsigned long limit = maxValue * kUnityGain / gain;
+        const double limited = maxValue > limit ? static_cast<double>(sum.At(limit)) / count : average;
+        return gain * limited / kUnityGain;
+    };
     auto gain = saturateTo<unsigned short>(kUnityGain * target / average);
     // What saturation clips off the mean is made up for step by step.
-    while (gain < kMaxRefinedGain && averageAfter(gain, average, statistics.histogram[phase], count, bits) < target) {
+    while (gain < kMaxRefinedGain && averageAfter(gain) < target) {
         ++gain;
     }
     return gain;
@@ -90,8 +121,10 @@ unsigned short automaticGain(const SWBStatistics& statistics, std::size_t phase,
 } // namespace
 
 void SWBStatistics::Clear() {
-    for (Histogram& entries : histogram) {
-        entries.fill(0);
+    for (Histograms& copies : histogram) {
+        for (Histogram& entries : copies) {
+            entries.fill(0);
+        }
     }
     sum = {};
     count = {};
@@ -104,13 +137,18 @@ void SWBStatistics::Add(const rows::SRowTable& kernels, const SFrame& frame, con
         return;
     }
     const auto sumRow = rows::sumRow<T>(kernels);
-    for (unsigned long y = first; y < end; ++y) {
-        const T* const row = rows.Row(y);
-        const std::size_t even = 2 * (y % 2);
-        sumRow(row, frame.width, &sum[even]);
-        count[even] += (frame.width + 1) / 2;
-        count[even + 1] += frame.width / 2;
-        countRow(row, frame.width, histogram[even].data(), histogram[even + 1].data());
+    const PhaseSlots slots = phaseSlots(frame.colorArray);
+    // Rows of one kind first: the caches hold its histograms.
+    for (unsigned long kind = 0; kind < 2; ++kind) {
+        const std::size_t even = 2 * kind;
+        const bool green = slots[even] == kSlotGr || slots[even] == kSlotGb;
+        for (unsigned long y = first + (first + kind) % 2; y < end; y += 2) {
+            const T* const row = rows.Row(y);
+            sumRow(row, frame.width, &sum[even]);
+            count[even] += (frame.width + 1) / 2;
+            count[even + 1] += frame.width / 2;
+            countRow(row, frame.width, green ? 1 : 0, histogram[kind]);
+        }
     }
 }
 template void SWBStatistics::Add(const rows::SRowTable&, const SFrame&, const SRows<const unsigned char>&,
@@ -119,10 +157,13 @@ template void SWBStatistics::Add(const rows::SRowTable&, const SFrame&, const SR
                                  unsigned long, unsigned long);
 
 void SWBStatistics::Add(const SWBStatistics& other) {
-    for (std::size_t phase = 0; phase < histogram.size(); ++phase) {
-        for (std::size_t value = 0; value < histogram[phase].size(); ++value) {
-            histogram[phase][value] += other.histogram[phase][value];
+    for (std::size_t kind = 0; kind < histogram.size(); ++kind) {
+        for (std::size_t copy = 0; copy < kCopies; ++copy) {
+            std::transform(histogram[kind][copy].begin(), histogram[kind][copy].end(),
+                           other.histogram[kind][copy].begin(), histogram[kind][copy].begin(), std::plus<>());
         }
+    }
+    for (std::size_t phase = 0; phase < sum.size(); ++phase) {
         sum[phase] += other.sum[phase];
         count[phase] += other.count[phase];
     }
@@ -181,7 +222,55 @@ void SWBStage::UpdateTables(unsigned short bits) {
             fillTable(gains[slot], bytes + slot * kEntries8, bits);
         }
     }
+    FindArithmetic(bits);
     tableDepth = bits;
+}
+
+/// Lookups of words reach the tables of bytes and the words of the first slot.
+void SWBStage::FindArithmetic(unsigned short bits) {
+    const unsigned maxValue = (1U << bits) - 1;
+    const unsigned gain = gains[0];
+    // i x gain / 128 = i x scale x factor / 65536, with as small a scale as the factor has room for.
+    unsigned shift = 4;
+    while (gain << (9 - shift) > 0xFFFF) {
+        ++shift;
+    }
+    arithmetic.scale = static_cast<unsigned short>(1U << shift);
+    arithmetic.factor = static_cast<unsigned short>(gain << (9 - shift));
+    // Where the largest value is reached.
+    const unsigned limit = gain == 0 ? 0 : (maxValue * kUnityGain + gain - 1) / gain;
+    arithmetic.limit = static_cast<unsigned short>(std::min<unsigned>(limit, kEntries16 - 1));
+    arithmetic.largest = static_cast<unsigned short>(maxValue);
+
+    const unsigned short* const words = tables.data() + kColorSlots * kEntries8 / 2;
+    std::array<unsigned short, kEntries16> computed{};
+    for (unsigned i = 0; i < kEntries16; ++i) {
+        const unsigned counted = std::min<unsigned>(i, arithmetic.limit) * arithmetic.scale;
+        computed[i] = static_cast<unsigned short>(std::min(counted * arithmetic.factor >> 16, maxValue));
+    }
+    arithmetic.proved =
+        static_cast<std::size_t>(std::mismatch(computed.begin(), computed.end(), words).first - computed.begin());
+    arithmetic.zeros = 0;
+    while (words - arithmetic.zeros != tables.data() &&
+           words[-1 - static_cast<std::ptrdiff_t>(arithmetic.zeros)] == 0) {
+        ++arithmetic.zeros;
+    }
+}
+
+rows::SWordGain SWBStage::WordGain(EColorSlot slot) const {
+    const std::size_t offset = (kColorSlots - slot) * kEntries8 / 2;
+    const std::size_t first = offset - std::min(offset, arithmetic.zeros);
+    const std::size_t end = offset + arithmetic.proved;
+    // Words above the table take its last entry.
+    const std::size_t last = end < kEntries16 ? end - 1 : 0xFFFF;
+    return {.entries = Table<unsigned short>(slot),
+            .first = static_cast<unsigned short>(first),
+            .span = static_cast<unsigned short>(last - first),
+            .offset = static_cast<unsigned short>(offset),
+            .limit = static_cast<unsigned short>(std::min<std::size_t>(arithmetic.limit, kEntries16 - 1 - offset)),
+            .scale = arithmetic.scale,
+            .factor = arithmetic.factor,
+            .largest = arithmetic.largest};
 }
 
 /// The table that an image of a sample type is looked up in.
@@ -208,12 +297,22 @@ void SWBStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const S
             });
             return;
         }
+        const auto lookUp = kernels.curves8.lookUp;
+        forBandRows(frame, band, 1, [&](T* row, unsigned long y) {
+            const auto [even, odd] = rowSlots(slots, y);
+            lookUp(row, frame.width, Table<T>(even), Table<T>(odd));
+        });
+    } else {
+        std::array<rows::SWordGain, kColorSlots> wordGains;
+        for (const EColorSlot slot : slots) {
+            wordGains[slot] = WordGain(slot);
+        }
+        const auto gain = kernels.gains.words;
+        forBandRows(frame, band, 1, [&](T* row, unsigned long y) {
+            const auto [even, odd] = rowSlots(slots, y);
+            gain(row, frame.width, wordGains[even], wordGains[odd]);
+        });
     }
-    const auto lookUp = rows::curveRows<T>(kernels).lookUp;
-    forBandRows(frame, band, 1, [&](T* row, unsigned long y) {
-        const auto [even, odd] = rowSlots(slots, y);
-        lookUp(row, frame.width, Table<T>(even), Table<T>(odd));
-    });
 }
 template void SWBStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
 template void SWBStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned short>&) const;

@@ -14,10 +14,14 @@ namespace vek {
 
 /// What automatic white balance measures in a raw frame. The statistics of a frame's parts add up to its own.
 struct SWBStatistics {
-    using Histogram = std::array<unsigned long, rows::kCurveEntries<unsigned short>>;
+    /// Room for 2^32 samples of a kind.
+    using Histogram = std::array<std::uint32_t, rows::kCurveEntries<unsigned short>>;
+    static constexpr std::size_t kCopies = 4;
 
+    /// By row mod 2: red's or blue's samples, of which larger ones count in the last entry. Samples that follow one
+    /// another are often alike: they count in copies of a histogram by turns, so that none waits for the one before it.
+    std::array<std::array<Histogram, kCopies>, 2> histogram{};
     // By 2 x (row mod 2) + (column mod 2).
-    std::array<Histogram, 4> histogram{}; ///< larger samples count in the last entry
     std::array<std::uint64_t, 4> sum{};
     std::array<unsigned long, 4> count{};
 
@@ -42,6 +46,17 @@ struct SWBStage {
     /// The tables of bytes, four of 256, and right behind them the tables of words, four of 4096. One array, since the
     /// lookup of words starts in the tables of bytes, as earlier frames have left them, and runs on into the others.
     std::array<unsigned short, kColorSlots * kEntries8 / 2 + kColorSlots * kEntries16> tables{};
+    /// What is known of the words that lookups reach: proved is how many of the first ones are
+    /// min((min(i, limit) x scale x factor) >> 16, largest), zeros how many entries of 0 stand right in front of them.
+    struct SArithmetic {
+        unsigned short limit = 0;
+        unsigned short scale = 1;
+        unsigned short factor = 0;
+        unsigned short largest = 0;
+        std::size_t proved = kEntries16;
+        std::size_t zeros = kColorSlots * kEntries8 / 2;
+    };
+    SArithmetic arithmetic; ///< of the tables as they are
 
     void SetGain(EColorSlot slot, unsigned short gain);
     /// FrameFirst in the automatic modes: Balance comes before UpdateTables then.
@@ -59,6 +74,8 @@ struct SWBStage {
 private:
     template <class T>
     const T* Table(EColorSlot slot) const;
+    void FindArithmetic(unsigned short bits);
+    rows::SWordGain WordGain(EColorSlot slot) const;
 };
 
 /// White balance. Holds mode, gains, their tables and room for the statistics of an image; never keeps an image

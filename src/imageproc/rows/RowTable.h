@@ -164,10 +164,26 @@ struct SCurveRows {
     void (*lookUp)(T* row, std::size_t width, const T* even, const T* odd);
 };
 
+/// A table of words that arithmetic gives: samples first .. first + span become what their entry holds,
+///
+///   min((min(max(sample - offset, 0), limit) x scale x factor) >> 16, largest)
+struct SWordGain {
+    const std::uint16_t* entries; ///< 4096; words above the table take its last one
+    std::uint16_t first;
+    std::uint16_t span;
+    std::uint16_t offset;
+    std::uint16_t limit;
+    std::uint16_t scale; ///< scale x limit has 16 bits
+    std::uint16_t factor;
+    std::uint16_t largest;
+};
+
 struct SGainRows {
     /// In place: bytes of even columns become min(byte x evenGain / 128, 255), those of odd ones the same with oddGain.
     /// Gains: 16 bits. Any width.
     void (*bytes)(std::uint8_t* row, std::size_t width, unsigned evenGain, unsigned oddGain);
+    /// In place: words of even columns become their entry of even's table, those of odd ones that of odd's. Any width.
+    void (*words)(std::uint16_t* row, std::size_t width, const SWordGain& even, const SWordGain& odd);
 };
 
 /// Luma shares of blue, green and red, by sample: sample x 0.114, 0.587 and 0.299, rounded. Tiers with vectors

@@ -140,6 +140,85 @@ TEST_P(CurveRows, GainsAtEveryWidthAndAddress) {
     }
 }
 
+/// A table of random words that arithmetic gives for the samples in between, and how it does.
+struct SGainTable {
+    CGuardedBuffer<std::uint16_t> entries;
+    rows::SWordGain gain;
+
+    SGainTable(Flush flush, CRandom& random) : entries(rows::kCurveEntries<std::uint16_t>, flush), gain{} {
+        constexpr unsigned last = rows::kCurveEntries<std::uint16_t> - 1;
+        fillSamples(entries.data(), entries.size(), Pattern::Random, 16, random);
+        const auto below = [&random](std::size_t count) { return static_cast<std::uint16_t>(random.Below(count)); };
+        const unsigned shift = below(10);
+        gain.entries = entries.data();
+        gain.scale = static_cast<std::uint16_t>(1U << shift);
+        gain.limit = below(std::min(4096U, 65536U >> shift));
+        gain.offset = below(600);
+        gain.factor = below(65536);
+        gain.largest = below(65536);
+        const unsigned first = below(700);
+        // Up to a sample within the table, or to all that are above it.
+        const unsigned end = random.Below(2) == 0 ? 65535 : first + below(last + 1 - first);
+        gain.first = static_cast<std::uint16_t>(first);
+        gain.span = static_cast<std::uint16_t>(end - first);
+        for (unsigned i = first; i <= std::min(end, last); ++i) {
+            entries[i] = Computed(i);
+        }
+        if (end == 65535) {
+            // What is above the table is limited, too.
+            gain.limit = static_cast<std::uint16_t>(std::min<unsigned>(gain.limit, last - gain.offset));
+            for (unsigned i = first; i <= last; ++i) {
+                entries[i] = Computed(i);
+            }
+        }
+    }
+    std::uint16_t Computed(unsigned sample) const {
+        const unsigned counted = std::min<unsigned>(sample < gain.offset ? 0U : sample - gain.offset, gain.limit);
+        return static_cast<std::uint16_t>(std::min<unsigned>((counted * gain.scale) * gain.factor >> 16, gain.largest));
+    }
+    std::uint16_t Of(unsigned sample) const {
+        return entries[std::min<unsigned>(sample, rows::kCurveEntries<std::uint16_t> - 1)];
+    }
+};
+
+TEST_P(CurveRows, GainsOfWordsAreTheirTables) {
+    for (std::size_t width = 0; width <= 260; ++width) {
+        for (const Flush flush : kFlushes) {
+            CRandom random(2 * width + 1);
+            const SGainTable even(flush, random);
+            const SGainTable odd(flush, random);
+            for (const unsigned depth : {10U, 12U, 16U}) {
+                CGuardedBuffer<std::uint16_t> row(width, flush);
+                fillSamples(row.data(), width, Pattern::Random, depth, random);
+                std::vector<std::uint16_t> expected(row.data(), row.data() + width);
+                for (std::size_t x = 0; x < width; ++x) {
+                    expected[x] = (x % 2 == 0 ? even : odd).Of(expected[x]);
+                }
+                Table().gains.words(row.data(), width, even.gain, odd.gain);
+                ASSERT_TRUE(std::equal(expected.begin(), expected.end(), row.data()))
+                    << Table().name << ", width " << width << ", depth " << depth;
+                ASSERT_TRUE(row.CanaryIntact()) << Table().name << ", width " << width;
+            }
+        }
+    }
+}
+
+TEST_P(CurveRows, GainsOfWordsAtEveryAddress) {
+    CRandom random(9);
+    for (std::size_t offset = 0; offset < 64; ++offset) {
+        const SGainTable even(Flush::Right, random);
+        const SGainTable odd(Flush::Right, random);
+        std::vector<std::uint16_t> row(400);
+        fillSamples(row.data(), row.size(), Pattern::Random, 12, random);
+        std::vector<std::uint16_t> expected = row;
+        for (std::size_t x = 0; x < 251; ++x) {
+            expected[offset + x] = (x % 2 == 0 ? even : odd).Of(expected[offset + x]);
+        }
+        Table().gains.words(row.data() + offset, 251, even.gain, odd.gain);
+        ASSERT_EQ(row, expected) << Table().name << " offset " << offset;
+    }
+}
+
 VEK_FOR_EVERY_TIER(CurveRows);
 
 } // namespace

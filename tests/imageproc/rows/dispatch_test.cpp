@@ -93,6 +93,7 @@ std::vector<SKernel> kernelsOf(const SRowTable& table) {
     append(list, "curves8.lookUp", table.curves8.lookUp);
     append(list, "curves16.lookUp", table.curves16.lookUp);
     append(list, "gains.bytes", table.gains.bytes);
+    append(list, "gains.words", table.gains.words);
     appendColors(list, "colors8.", table.colors8);
     appendColors(list, "colors16.", table.colors16);
     append(list, "flips.reverse", table.flips.reverse);

@@ -3,7 +3,8 @@
 //
 //   s0 s1 s2 s3 ...  ->  even[s0] odd[s1] even[s2] odd[s3] ...
 //
-// No neighbours. Byte x gain / 128: the fraction is cut off, and the byte stops at 255.
+// No neighbours. Byte x gain / 128: the fraction is cut off, and the byte stops at 255. Words times gains are in
+// tables, which are looked up where arithmetic does not give their entries.
 #pragma once
 
 #include "imageproc/rows/RowTable.h"
@@ -140,8 +141,65 @@ inline void gainBytes(std::uint8_t* row, std::size_t width, unsigned evenGain, u
     gainSpan(row, done, width, evenGain, oddGain);
 }
 
+#if VEK_VECTOR_BYTES != 0
+
+/// A member of both gains, for blocks that start at even and at odd columns.
+struct SGainLanes {
+    using Shortest = V<std::uint16_t, 16>;
+    std::uint16_t at[kLanes<Shortest> + 2];
+    VEK_INLINE SGainLanes(std::uint16_t even, std::uint16_t odd) {
+        const std::uint16_t pair[] = {even, odd};
+        store(at, repeatPair<Shortest>(pair));
+        __builtin_memcpy(at + kLanes<Shortest>, pair, sizeof pair);
+    }
+    /// Longer vectors repeat a pair as they load it.
+    template <class A>
+    VEK_INLINE A From(std::size_t x) const {
+        if constexpr (sizeof(A) == sizeof(Shortest)) {
+            return load<A>(at + x % 2);
+        } else {
+            return repeatPair<A>(at + x % 2);
+        }
+    }
+};
+
+/// Entries of Count words, an even number.
+template <std::size_t Count>
+[[gnu::noinline]] void lookUpApart(const std::uint16_t* words, std::uint16_t* changed, const std::uint16_t* even,
+                                   const std::uint16_t* odd) {
+    __builtin_memcpy(changed, words, Count * sizeof *words);
+    lookUpSpan(changed, 0, Count, even, odd);
+}
+
+#endif
+
+inline void gainWords(std::uint16_t* row, std::size_t width, const SWordGain& even, const SWordGain& odd) {
+    std::size_t done = 0;
+#if VEK_VECTOR_BYTES != 0
+    const SGainLanes first(even.first, odd.first);
+    const SGainLanes span(even.span, odd.span);
+    const SGainLanes offset(even.offset, odd.offset);
+    const SGainLanes limit(even.limit, odd.limit);
+    const SGainLanes scale(even.scale, odd.scale);
+    const SGainLanes factor(even.factor, odd.factor);
+    const SGainLanes largest(even.largest, odd.largest);
+    const std::uint16_t* const entries[] = {even.entries, odd.entries, even.entries};
+    done = changeBlocks(row, 0, width, [&]<class A>(A, std::size_t x) {
+        const A words = load<A>(row + x);
+        if (any(subSat(words - first.From<A>(x), span.From<A>(x)))) {
+            std::uint16_t changed[kLanes<A>];
+            lookUpApart<kLanes<A>>(row + x, changed, entries[x % 2], entries[x % 2 + 1]);
+            return load<A>(changed);
+        }
+        const A counted = smaller(subSat(words, offset.From<A>(x)), limit.From<A>(x));
+        return smaller(mulHigh((A)(counted * scale.From<A>(x)), factor.From<A>(x)), largest.From<A>(x));
+    });
+#endif
+    lookUpSpan(row, done, width, even.entries, odd.entries);
+}
+
 constexpr SGainRows gainTable() {
-    return {.bytes = gainBytes};
+    return {.bytes = gainBytes, .words = gainWords};
 }
 
 } // namespace
