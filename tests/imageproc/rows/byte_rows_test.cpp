@@ -124,29 +124,37 @@ TEST_P(ByteRows, TakeTheirSourcesPlace) {
     }
 }
 
-// The vectors calculate what the tables hold, so every colour there is.
+// The vectors calculate what the tables hold, so every colour there is: with chroma for each pixel, and for two.
 TEST_P(ByteRows, EveryYCrCbColor) {
     constexpr std::size_t width = 256;
-    std::vector<std::uint8_t> src(3 * width);
-    std::vector<std::uint8_t> expected(3 * width);
-    std::vector<std::uint8_t> got(3 * width);
-    const auto packing = static_cast<std::size_t>(rows::YCrCb::P444);
-    for (std::size_t y = 0; y < width; ++y) {
-        src[3 * y] = static_cast<std::uint8_t>(y);
-    }
-    for (std::size_t space = 0; space < rows::kYCrCbSpaces; ++space) {
-        for (std::size_t chroma = 0; chroma < 65536; ++chroma) {
-            for (std::size_t y = 0; y < width; ++y) {
-                src[3 * y + 1] = static_cast<std::uint8_t>(chroma);
-                src[3 * y + 2] = static_cast<std::uint8_t>(chroma >> 8);
-            }
-            Scalar().yCrCb.toBgr[space][packing][0](src.data(), expected.data(), width, kTables[space]);
-            Table().yCrCb.toBgr[space][packing][0](src.data(), got.data(), width, kTables[space]);
-            ASSERT_EQ(got, expected) << Table().name << ' ' << space << ' ' << chroma;
+    struct SGroup {
+        rows::YCrCb packing;
+        std::size_t lumaStep; ///< bytes from luma to luma
+        std::size_t bytes;    ///< of a group, whose last one is Cr
+        std::size_t crBehind; ///< Cb
+    };
+    for (const SGroup& group : {SGroup{rows::YCrCb::P444, 3, 3, 1}, SGroup{rows::YCrCb::P422, 2, 4, 2}}) {
+        std::vector<std::uint8_t> src(group.lumaStep * width);
+        std::vector<std::uint8_t> expected(3 * width);
+        std::vector<std::uint8_t> got(3 * width);
+        const auto packing = static_cast<std::size_t>(group.packing);
+        for (std::size_t y = 0; y < width; ++y) {
+            src[group.lumaStep * y] = static_cast<std::uint8_t>(y);
         }
-        Scalar().yCrCb.toGray[space][packing](src.data(), expected.data(), width, kTables[space]);
-        Table().yCrCb.toGray[space][packing](src.data(), got.data(), width, kTables[space]);
-        ASSERT_EQ(got, expected) << Table().name << ' ' << space;
+        for (std::size_t space = 0; space < rows::kYCrCbSpaces; ++space) {
+            for (std::size_t chroma = 0; chroma < 65536; ++chroma) {
+                for (std::size_t end = group.bytes; end <= src.size(); end += group.bytes) {
+                    src[end - 1 - group.crBehind] = static_cast<std::uint8_t>(chroma);
+                    src[end - 1] = static_cast<std::uint8_t>(chroma >> 8);
+                }
+                Scalar().yCrCb.toBgr[space][packing][0](src.data(), expected.data(), width, kTables[space]);
+                Table().yCrCb.toBgr[space][packing][0](src.data(), got.data(), width, kTables[space]);
+                ASSERT_EQ(got, expected) << Table().name << ' ' << space << ' ' << packing << ' ' << chroma;
+            }
+            Scalar().yCrCb.toGray[space][packing](src.data(), expected.data(), width, kTables[space]);
+            Table().yCrCb.toGray[space][packing](src.data(), got.data(), width, kTables[space]);
+            ASSERT_EQ(got, expected) << Table().name << ' ' << space << ' ' << packing;
+        }
     }
 }
 

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "imageproc/rows/RowTable.h"
+#include "imageproc/rows/kernels/DensePixels.inl"
 #include "imageproc/rows/simd/ByteGroups.inl"
 #include "imageproc/rows/simd/Pixels.inl"
 
@@ -109,6 +110,7 @@ inline void lumaSpan(const std::uint8_t* src, std::uint8_t* dst, std::size_t wid
 using YBytes = WideV<std::uint8_t>;
 using YWords = WideV<std::uint16_t>;
 using YSigned = WideV<std::int16_t>;
+using YDoubles = WideV<std::int32_t>;
 constexpr std::size_t kYCrCbLanes = kLanes<YBytes>;
 
 enum class YCrCbPlane { Luma, Cb, Cr };
@@ -185,10 +187,24 @@ constexpr int fractionWeight(int weight) {
     return static_cast<int>((scaled + (scaled < 0 ? -50000 : 50000)) / 100000);
 }
 
+// The floor of a sum of two weighted bytes in lanes of 32 bits, where no third one counts: weights with 23 fraction
+// bits are wrong by less than 1/100000 together, sums are multiples of 1/50000, and half of that moves them off the
+// wholes.
+constexpr unsigned kPairBits = 23;
+constexpr int kPairBias = (1 << kPairBits) / 100000 + 1;
+constexpr int pairWeight(int weight) {
+    const std::int64_t scaled = std::int64_t{weight} << kPairBits;
+    return static_cast<int>((scaled + (scaled < 0 ? -50000 : 50000)) / 100000);
+}
+
 /// What the blocks need of a colour space, in every lane.
 template <class A>
 constexpr SLanes<A> same(int value) {
     return makeLanes<A>([=](std::size_t) { return value; });
+}
+template <class A>
+constexpr SLanes<A> inTurn(int even, int odd) {
+    return makeLanes<A>([=](std::size_t i) { return i % 2 == 0 ? even : odd; });
 }
 template <YCrCbSpace Space>
 struct SYConstants {
@@ -216,6 +232,14 @@ struct SYConstants {
     SLanes<YWords> cbBlueExact = same<YWords>(exactWeight(S::cbBlue));
     SLanes<YSigned> crRedFraction = same<YSigned>(fractionWeight(S::crRed));
     SLanes<YSigned> cbBlueFraction = same<YSigned>(fractionWeight(S::cbBlue));
+    // Of words Cb, Cr, Cb, ...
+    SLanes<YWords> lowByte = same<YWords>(0xFF);
+    SLanes<YWords> pairZero = same<YWords>(0x8000);
+    SLanes<YSigned> pairWhole = inTurn<YSigned>(nearestWhole(S::cbBlue), nearestWhole(S::crRed));
+    SLanes<YSigned> pairFraction = inTurn<YSigned>(fractionWeight(S::cbBlue), fractionWeight(S::crRed));
+    SLanes<YSigned> pairGreenHigh = inTurn<YSigned>(pairWeight(S::cbGreen) >> 8, pairWeight(S::crGreen) >> 8);
+    SLanes<YSigned> pairGreenLow = inTurn<YSigned>(pairWeight(S::cbGreen) & 0xFF, pairWeight(S::crGreen) & 0xFF);
+    SLanes<YDoubles> pairBias = same<YDoubles>(kPairBias);
 };
 
 /// The constants, by an address that tells the compiler nothing: it would build most of them anew for every block, from
@@ -328,21 +352,57 @@ VEK_INLINE SColors<YSigned> decodeWords(const SYConstants<Space>& c, YSigned lum
     }
 }
 
-template <YCrCbSpace Space, YCrCb Packing, unsigned Channels>
-VEK_INLINE void decodeBlock(const SYConstants<Space>& c, const std::uint8_t* src, std::uint8_t* dst) {
-    const YCrCbBlock<Packing> block(src);
-    const YBytes luma = limitLuma(c, planeOf<YCrCbPlane::Luma, Packing>(block));
-    const YBytes cb = limitChroma(c, planeOf<YCrCbPlane::Cb, Packing>(block));
-    const YBytes cr = limitChroma(c, planeOf<YCrCbPlane::Cr, Packing>(block));
-    const YBytes fallsShort = greenFallsShort(c, luma);
-    const YBytes zero{};
-    const SColors<YSigned> low = decodeWords(c, zipSigned<false>(luma, zero), zipSigned<false>(zero, cb),
-                                             zipSigned<false>(zero, cr), zipSigned<false>(fallsShort, zero));
-    const SColors<YSigned> high = decodeWords(c, zipSigned<true>(luma, zero), zipSigned<true>(zero, cb),
-                                              zipSigned<true>(zero, cr), zipSigned<true>(fallsShort, zero));
+/// One of two words in both of them.
+template <std::size_t Which>
+VEK_INLINE YSigned both(YSigned v) {
+    return (YSigned)shuffle((YBytes)v,
+                            constant<YBytes>([](std::size_t i) { return i % 16 / 4 * 4 + 2 * Which + i % 2; }));
+}
+
+/// Body, in registers: colours of groups of two pixels whose luma is whole, in words. What chroma adds is computed once
+/// for both pixels, as a group's four bytes stand in memory:
+///
+///   y0 cb | y1 cr   the low bytes are the lumas, the high ones a pair of words to multiply
+///
+template <YCrCbSpace Space>
+VEK_INLINE SColors<YSigned> decodeGroups(const SYConstants<Space>& c, YWords groups) {
+    using S = SSpace<Space>;
+    static_assert(S::luma == 100000 && S::lumaLow == 0 && S::chromaLow == 0);
+    const auto luma = (YSigned)(groups & c.lowByte.Vec());
+    const auto high = (YSigned)((groups ^ c.pairZero.Vec()) & ~c.lowByte.Vec());
+    const YSigned pair = high >> 8;
+    const YSigned blueRed = mulHigh(pair, c.pairFraction.Vec()) + pair * c.pairWhole.Vec();
+    const YDoubles green =
+        addPairs(addPairs(c.pairBias.Vec(), high, c.pairGreenHigh.Vec()), pair, c.pairGreenLow.Vec());
+    // The whole part to the upper word.
+    return {luma + both<0>(blueRed), luma + both<1>((YSigned)(green >> (kPairBits - 16))), luma + both<1>(blueRed)};
+}
+
+template <unsigned Channels>
+VEK_INLINE void storeWords(std::uint8_t* dst, const SColors<YSigned>& low, const SColors<YSigned>& high) {
     storePixels<Channels>(dst, SColors<YBytes>{pack<std::uint8_t>(low.blue, high.blue),
                                                pack<std::uint8_t>(low.green, high.green),
                                                pack<std::uint8_t>(low.red, high.red)});
+}
+
+template <YCrCbSpace Space, YCrCb Packing, unsigned Channels>
+VEK_INLINE void decodeBlock(const SYConstants<Space>& c, const std::uint8_t* src, std::uint8_t* dst) {
+    if constexpr (Packing == YCrCb::P422 && Space == YCrCbSpace::Full601) {
+        const SHalves<YWords> groups = loadInTurn<YWords>(src);
+        storeWords<Channels>(dst, decodeGroups(c, groups.low), decodeGroups(c, groups.high));
+    } else {
+        const YCrCbBlock<Packing> block(src);
+        const YBytes luma = limitLuma(c, planeOf<YCrCbPlane::Luma, Packing>(block));
+        const YBytes cb = limitChroma(c, planeOf<YCrCbPlane::Cb, Packing>(block));
+        const YBytes cr = limitChroma(c, planeOf<YCrCbPlane::Cr, Packing>(block));
+        const YBytes fallsShort = greenFallsShort(c, luma);
+        const YBytes zero{};
+        storeWords<Channels>(dst,
+                             decodeWords(c, zipSigned<false>(luma, zero), zipSigned<false>(zero, cb),
+                                         zipSigned<false>(zero, cr), zipSigned<false>(fallsShort, zero)),
+                             decodeWords(c, zipSigned<true>(luma, zero), zipSigned<true>(zero, cb),
+                                         zipSigned<true>(zero, cr), zipSigned<true>(fallsShort, zero)));
+    }
 }
 
 /// The luma bytes of a block as grey.
@@ -371,6 +431,7 @@ inline void forYCrCbBlocks(const std::uint8_t* src, std::size_t bytes, std::uint
         std::uint8_t copy[blockBytes];
         std::uint8_t pixels[kYCrCbLanes * Channels];
         const bool whole = left >= blockBytes;
+        prefetchWrites<kYCrCbLanes * Channels>(to);
         if (!whole) {
             __builtin_memset(copy, 0, sizeof copy);
             __builtin_memcpy(copy, from, left);

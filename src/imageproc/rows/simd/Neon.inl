@@ -152,6 +152,11 @@ VEK_INLINE A loadParts(const void* p, std::ptrdiff_t) {
     return load<A>(p);
 }
 
+template <class A>
+VEK_INLINE SHalves<A> loadInTurn(const void* p) {
+    return {load<A>(p), load<A>(static_cast<const std::uint8_t*>(p) + sizeof(A))};
+}
+
 template <class T, class A>
 VEK_INLINE V<T, kLanes<A> * sizeof(T)> widen(A v) {
     using To = V<T, kLanes<A> * sizeof(T)>;

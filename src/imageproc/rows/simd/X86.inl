@@ -300,6 +300,20 @@ VEK_INLINE A loadParts(const void* p, std::ptrdiff_t step) {
     }
 }
 
+/// The 16-byte parts of two vectors in memory, in turn: those that pack joins in memory order.
+template <class A>
+VEK_INLINE SHalves<A> loadInTurn(const void* p) {
+    const auto* const bytes = static_cast<const std::uint8_t*>(p);
+    if constexpr (sizeof(A) == 64) {
+        const auto first = (__m512i)load<A>(bytes);
+        const auto second = (__m512i)load<A>(bytes + 64);
+        return {(A)_mm512_maskz_shuffle_i64x2(static_cast<__mmask8>(kEveryLane), first, second, 0x88),
+                (A)_mm512_maskz_shuffle_i64x2(static_cast<__mmask8>(kEveryLane), first, second, 0xDD)};
+    } else {
+        return {loadParts<A>(bytes, 32), loadParts<A>(bytes + 16, 32)};
+    }
+}
+
 /// Unsigned lanes as T, which is wider.
 template <class T, class A>
 VEK_INLINE V<T, kLanes<A> * sizeof(T)> widen(A v) {
