@@ -41,6 +41,27 @@ inline std::size_t anyColumns(std::size_t x, std::size_t end) {
     return blocks != 0 ? blocks : end - x;
 }
 
+/// Samples that go in or out of pixels of four together, where stores with kPermutes have masks.
+template <class T>
+using Fours = V<T, kPermutes ? 64 : 16>;
+
+/// Pixels of four samples without the fourth ones, and of three with room for them; what lies behind means nothing.
+template <class A>
+VEK_INLINE A threeOfFour(A v) {
+    using Bytes = Like<std::uint8_t, A>;
+    constexpr std::size_t pixel = 3 * sizeof(Lane<A>);
+    return (A)permute((Bytes)v, constant<Bytes>([](std::size_t i) {
+                          return (i / pixel * 4 * sizeof(Lane<A>) + i % pixel) % sizeof(A);
+                      }));
+}
+template <class A>
+VEK_INLINE A fourOfThree(A v) {
+    using Bytes = Like<std::uint8_t, A>;
+    constexpr std::size_t pixel = 4 * sizeof(Lane<A>);
+    return (A)permute((Bytes)v,
+                      constant<Bytes>([](std::size_t i) { return i / pixel * 3 * sizeof(Lane<A>) + i % pixel; }));
+}
+
 /// Copies the pixels of a row that stand Step samples apart to dense ones, or back. Samples between pixels may be read
 /// with them, those behind the last pixel are not; only pixels are written.
 template <std::size_t Step, class T>
@@ -49,6 +70,13 @@ inline void gatherPixels(const T* pixels, std::size_t count, T* dense) {
     constexpr std::size_t ahead = kChunk * Step * sizeof(T);
     std::size_t i = 0;
     if constexpr (Step == 4) {
+        if constexpr (kPermutes) {
+            constexpr std::size_t block = kLanes<Fours<T>> / 4;
+            for (; i + 2 * block <= count; i += block) {
+                __builtin_prefetch(reinterpret_cast<const std::uint8_t*>(pixels + i * Step) + ahead);
+                store(dense + 3 * i, threeOfFour(load<Fours<T>>(pixels + i * Step)));
+            }
+        }
         constexpr std::size_t together = 4 / sizeof(T);
         for (; i + together < count; i += together) {
             __builtin_prefetch(reinterpret_cast<const std::uint8_t*>(pixels + i * Step) + ahead);
@@ -63,7 +91,14 @@ inline void gatherPixels(const T* pixels, std::size_t count, T* dense) {
 }
 template <std::size_t Step, class T>
 inline void scatterPixels(const T* dense, std::size_t count, T* pixels) {
-    for (std::size_t i = 0; i < count; ++i) {
+    std::size_t i = 0;
+    if constexpr (Step == 4 && kPermutes) {
+        constexpr std::size_t block = kLanes<Fours<T>> / 4;
+        for (; i + 2 * block <= count; i += block) {
+            storeThreeOfFour(pixels + i * Step, fourOfThree(load<Fours<T>>(dense + 3 * i)));
+        }
+    }
+    for (; i < count; ++i) {
         __builtin_memcpy(pixels + i * Step, dense + 3 * i, 3 * sizeof(T));
     }
 }

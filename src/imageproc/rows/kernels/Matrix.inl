@@ -218,6 +218,21 @@ inline std::size_t multiplyInRegisters(std::uint8_t* row, std::size_t width, con
     return x;
 }
 
+/// The same for pixels that stand step samples apart, by way of dense ones.
+template <bool InPairs>
+inline std::size_t multiplyApart(std::uint8_t* row, std::size_t width, std::size_t step,
+                                 const SMatrixSteps<InPairs>& steps) {
+    CDensePixels<std::uint8_t> dense(step);
+    std::size_t x = 0;
+    while (const std::size_t columns = chunkColumns<std::uint8_t>(x, width)) {
+        std::uint8_t* const pixels = row + x * step;
+        multiplyInRegisters(dense.Take(pixels, columns), columns, steps);
+        dense.PutBack(pixels, columns);
+        x += columns;
+    }
+    return x;
+}
+
 /// Calls body with the tables' steps.
 template <class Body>
 VEK_INLINE auto withMatrixSteps(const SMatrixTables& tables, Body body) {
@@ -259,8 +274,10 @@ inline std::size_t matrixBlocks(T* row, std::size_t width, std::size_t step, con
     std::size_t done = 0;
 #if VEK_MATRIX_STEPS
     if constexpr (sizeof(T) == 1) {
-        if (tables.steps != nullptr && step == 3 && maxValue == 255) {
-            done = withMatrixSteps(tables, [=](const auto& steps) { return multiplyInRegisters(row, width, steps); });
+        if (tables.steps != nullptr && maxValue == 255) {
+            done = withMatrixSteps(tables, [=](const auto& steps) {
+                return step == 3 ? multiplyInRegisters(row, width, steps) : multiplyApart(row, width, step, steps);
+            });
         }
     }
 #endif
