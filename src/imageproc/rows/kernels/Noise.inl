@@ -145,12 +145,6 @@ VEK_INLINE A darkerBlock(const T* above, A own, const T* below, std::size_t x) {
     return darkerMedian(own, inRegister(load<A>(above + x - 1)), inRegister(load<A>(above + x + 1)),
                         inRegister(load<A>(below + x - 1)), inRegister(load<A>(below + x + 1)));
 }
-template <class A, class T>
-VEK_INLINE A brighterBlock(const T* above, A own, const T* below, std::size_t x) {
-    return brighterMedian(own, load<A>(above + x - 1), load<A>(above + x + 1), load<A>(below + x - 1),
-                          load<A>(below + x + 1));
-}
-
 /// All ones where a sample was clipped and no longer looks it.
 template <class A, class T>
 VEK_INLINE A clippedMask(A live, A own, T threshold) {
@@ -181,57 +175,82 @@ inline std::size_t easyBayerBlocks(const SBayerRows<T>& around, T* row, std::siz
     return x;
 }
 
-/// Calls repair(x) for the whole blocks from column from on that have a clipped sample, and perhaps a few that have
-/// none; returns the first column behind those that are done. Clipped samples are rare and stand together.
-template <class T, class Repair>
+/// Calls repair(x, first) for blocks that cover columns from .. to-1, even columns x, and have a clipped sample.
+/// Columns in front of x + first are done already. Returns the first column behind them, to or the one before; from
+/// where they do not fill a block.
+template <class A, class T, class Repair>
 inline std::size_t forClippedBlocks(const T* live, std::size_t from, std::size_t to, T threshold, Repair repair) {
-    using Wide = WideV<T>;
-    constexpr std::size_t lanes = kLanes<Wide>;
-    constexpr std::size_t step = kLanes<RowV<T>>;
-    const Wide limit = all<Wide>(threshold);
-    const auto anyClipped = [=](std::size_t x) { return any(load<Wide>(live + x) >= limit); };
-    std::size_t x = from;
-    for (; x + lanes <= to; x += lanes) {
-        if (anyClipped(x)) {
-            for (std::size_t i = 0; i < lanes; i += step) {
-                repair(x + i);
-            }
+    constexpr std::size_t lanes = kLanes<A>;
+    if (to < from + lanes) {
+        return from;
+    }
+    const std::size_t last = from + (to - from - lanes) / 2 * 2;
+    const A limit = all<A>(threshold);
+    for (std::size_t x = from;; x += lanes) {
+        const std::size_t at = smaller(x, last);
+        if (any((A)(load<A>(live + at) >= limit))) {
+            repair(at, x - at);
+        }
+        if (at == last) {
+            return last + lanes;
         }
     }
-    if (x != from && !anyClipped(to - lanes)) {
-        return to;
+}
+/// The same for the longest vectors that the columns fill.
+template <class T, class Repair>
+inline std::size_t forClipped(const T* live, std::size_t from, std::size_t to, T threshold, Repair repair) {
+    const auto repairAs = [=](auto vector) {
+        return [=](std::size_t x, std::size_t first) { repair(vector, x, first); };
+    };
+    const std::size_t done = forClippedBlocks<WideV<T>>(live, from, to, threshold, repairAs(WideV<T>{}));
+    if constexpr (kWideBytes != kRowBytes) {
+        return done == from ? forClippedBlocks<RowV<T>>(live, from, to, threshold, repairAs(RowV<T>{})) : done;
     }
-    for (; x + step <= to; x += step) {
-        repair(x);
-    }
-    return x;
+    return done;
+}
+
+/// All ones in the lanes from first on.
+template <class A>
+VEK_INLINE A lanesFrom(std::size_t first) {
+    return (A)(constant<A>([](std::size_t i) { return i; }) >= all<A>(static_cast<Lane<A>>(first)));
+}
+
+/// Of three neighbours, what the fourth one is held between for a brighter median.
+template <class A>
+VEK_INLINE SLimits<A> brighterLimits(A own, A a, A b, A c) {
+    const A low = smaller(a, b);
+    return {larger(own, smaller(low, c)), larger(own, larger(low, smaller(larger(a, b), c)))};
 }
 
 template <class T>
 inline std::size_t repairBayerBlocks(const SBayerRows<T>& around, T* row, const T* live, std::size_t from,
                                      std::size_t to, T threshold) {
-    using A = RowV<T>;
-    const A greens = greenMask<A>(around.greenParity);
-    return forClippedBlocks(live, from, to, threshold, [&](std::size_t x) {
-        const A own = load<A>(row + x);
-        const A clipped = clippedMask(load<A>(live + x), own, threshold);
-        const SSorted<A> others = sortedNeighbors<A>(around, row, x);
+    return forClipped(live, from, to, threshold, [&]<class A>(A, std::size_t x, std::size_t first) {
+        const A greens = greenMask<A>(around.greenParity);
+        const auto own = load<A>(row + x);
+        const A clipped = clippedMask(load<A>(live + x), own, threshold) & lanesFrom<A>(first);
+        // Three neighbours in each lane; the fourth is at hand for greens alone.
+        const SLimits<A> limits =
+            brighterLimits(own, select(greens, load<A>(around.above + x - 1), load<A>(around.above2 + x)),
+                           select(greens, load<A>(around.above + x + 1), load<A>(around.below2 + x)),
+                           select(greens, load<A>(around.below + x - 1), load<A>(row + x + 2)));
+        const A green = limits.Apply(load<A>(around.below + x + 1));
         // What is not clipped stays, whatever stands before it.
-        const SLimits<A> limits = limitsFromStart<A>(
-            {select(clipped, larger(own, others.smallest), own), select(clipped, larger(own, others.middle), own)});
-        const A green = select(clipped, brighterBlock(around.above, own, around.below, x), own);
-        store(row + x, select(greens, green, limits.Apply(repeatPair<A>(row + x - 2))));
+        const auto ofLane = [&](A limit) { return select(clipped, select(greens, green, limit), own); };
+        const SLimits<A> fromStart = limitsFromStart<A>({ofLane(limits.floor), ofLane(limits.ceiling)});
+        store(row + x, fromStart.Apply(repeatPair<A>(row + x - 2)));
     });
 }
 
 template <class T>
 inline std::size_t repairMonoBlocks(const T* above, T* row, const T* below, const T* live, std::size_t from,
                                     std::size_t to, T threshold) {
-    using A = RowV<T>;
-    return forClippedBlocks(live, from, to, threshold, [=](std::size_t x) {
-        const A own = load<A>(row + x);
-        const A clipped = clippedMask(load<A>(live + x), own, threshold);
-        store(row + x, select(clipped, brighterBlock(above, own, below, x), own));
+    return forClipped(live, from, to, threshold, [=]<class A>(A, std::size_t x, std::size_t first) {
+        const auto own = load<A>(row + x);
+        const A clipped = clippedMask(load<A>(live + x), own, threshold) & lanesFrom<A>(first);
+        const SLimits<A> limits =
+            brighterLimits(own, load<A>(above + x - 1), load<A>(above + x + 1), load<A>(below + x - 1));
+        store(row + x, select(clipped, limits.Apply(load<A>(below + x + 1)), own));
     });
 }
 

@@ -157,6 +157,11 @@ VEK_INLINE SHalves<A> loadInTurn(const void* p) {
     return {load<A>(p), load<A>(static_cast<const std::uint8_t*>(p) + sizeof(A))};
 }
 
+template <class A>
+VEK_INLINE A repeat16(const void* p) {
+    return load<A>(p);
+}
+
 template <class T, class A>
 VEK_INLINE V<T, kLanes<A> * sizeof(T)> widen(A v) {
     using To = V<T, kLanes<A> * sizeof(T)>;
@@ -180,6 +185,15 @@ VEK_INLINE V<T, kLanes<A> * sizeof(T)> narrow(A v) {
     } else {
         const uint16x4_t words = vmovn_u32((uint32x4_t)v);
         return (To)vget_lane_u32(vreinterpret_u32_u8(vmovn_u16(vcombine_u16(words, words))), 0);
+    }
+}
+
+template <std::size_t Half, class A>
+VEK_INLINE Like<std::uint16_t, A> widenHalf(A v) {
+    if constexpr (Half == 0) {
+        return (Like<std::uint16_t, A>)vmovl_u8(vget_low_u8((uint8x16_t)v));
+    } else {
+        return (Like<std::uint16_t, A>)vmovl_high_u8((uint8x16_t)v);
     }
 }
 

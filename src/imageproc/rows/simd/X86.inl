@@ -275,6 +275,14 @@ VEK_INLINE Like<std::int32_t, A> addPairs(Like<std::int32_t, A> sum, A a, A b) {
     return sum + multiplyPairs(a, b);
 }
 
+#if defined(__AVX512F__)
+/// a x b + c of floats, rounded once; 64 bytes.
+template <class A>
+VEK_INLINE A multiplyAdd(A a, A b, A c) {
+    return (A)_mm512_fmadd_ps((__m512)a, (__m512)b, (__m512)c);
+}
+#endif
+
 // ---- across 16 bytes ----
 
 /// Halves of 32 bytes of a (0, 1) and b (2, 3): the low one by the low digit, the high one by the high digit.
@@ -314,6 +322,19 @@ VEK_INLINE SHalves<A> loadInTurn(const void* p) {
     }
 }
 
+/// The 16 bytes at p in each 16 of a vector.
+template <class A>
+VEK_INLINE A repeat16(const void* p) {
+    const auto bytes = load<__m128i>(p);
+    if constexpr (sizeof(A) == 64) {
+        return (A)_mm512_maskz_broadcast_i32x4(static_cast<__mmask16>(kEveryLane), bytes);
+    } else if constexpr (sizeof(A) == 32) {
+        return (A)_mm256_broadcastsi128_si256(bytes);
+    } else {
+        return (A)bytes;
+    }
+}
+
 /// Unsigned lanes as T, which is wider.
 template <class T, class A>
 VEK_INLINE V<T, kLanes<A> * sizeof(T)> widen(A v) {
@@ -346,10 +367,10 @@ VEK_INLINE V<T, kLanes<A> * sizeof(T)> widen(A v) {
     }
 }
 
-/// Half 0 or 1 of 64 unsigned bytes as words.
+/// Half 0 or 1 of a vector of unsigned bytes as words.
 template <std::size_t Half, class A>
 VEK_INLINE Like<std::uint16_t, A> widenHalf(A v) {
-    V<std::uint8_t, 32> half;
+    V<std::uint8_t, sizeof v / 2> half;
     __builtin_memcpy(&half, reinterpret_cast<const std::uint8_t*>(&v) + Half * sizeof half, sizeof half);
     return widen<std::uint16_t>(half);
 }
@@ -418,6 +439,24 @@ VEK_INLINE A permuteWhere(A v, A index, A elsewhere, F) {
     return (A)_mm512_mask_permutexvar_epi8((__m512i)elsewhere, mask, (__m512i)index, (__m512i)v);
 }
 
+#if VEK_VECTOR_BYTES == 32
+/// Long lanes by index, modulo their number.
+template <class A>
+VEK_INLINE A pickLongs(A table, A index) {
+    static_assert(sizeof(Lane<A>) == 4);
+    if constexpr (sizeof table == 64) {
+        return (A)_mm512_maskz_permutexvar_epi32(static_cast<__mmask16>(kEveryLane), (__m512i)index, (__m512i)table);
+    } else {
+        return (A)_mm256_permutevar8x32_epi32((__m256i)table, (__m256i)index);
+    }
+}
+/// Long lanes of a where the highest bit of choice is set, of b elsewhere; 32 bytes.
+template <class A>
+VEK_INLINE A chooseByTop(A choice, A a, A b) {
+    return (A)_mm256_blendv_ps((__m256)b, (__m256)a, (__m256)choice);
+}
+#endif
+
 /// The low byte of each word of a, then of b.
 template <class A>
 VEK_INLINE Like<std::uint8_t, A> lowBytes(A a, A b) {
@@ -435,11 +474,19 @@ VEK_INLINE Like<std::uint8_t, A> lowBytes(A a, A b) {
     }
 }
 
-/// v with its lanes Bytes further up; the highest ones of fill come in from below. 16 and 32 bytes.
+/// v with its lanes Bytes further up; the highest ones of fill, all alike, come in from below.
 template <std::size_t Bytes, class A>
 VEK_INLINE A shiftUp(A v, A fill) {
     if constexpr (sizeof v == 16) {
         return (A)_mm_alignr_epi8((__m128i)v, (__m128i)fill, 16 - Bytes);
+    } else if constexpr (sizeof v == 64) {
+        if constexpr (Bytes == 2) {
+            const auto index = constant<V<std::uint16_t, 64>>([](std::size_t i) { return i - 1; });
+            return (A)_mm512_mask_permutexvar_epi16((__m512i)fill, ~__mmask32{1}, (__m512i)index, (__m512i)v);
+        } else {
+            return (A)_mm512_maskz_alignr_epi32(static_cast<__mmask16>(kEveryLane), (__m512i)v, (__m512i)fill,
+                                                16 - Bytes / 4);
+        }
     } else {
         const A halfUp = joinHalves<0x21>(fill, v);
         if constexpr (Bytes == 16) {
