@@ -65,12 +65,26 @@ inline void lumaCurveSpan(T* row, std::size_t from, std::size_t to, std::size_t 
 
 // ---- bodies, in registers ----
 
-/// The share of words within the tables. The products have three decimals: a constant between the largest fraction that
-/// is cut off, 0.499, and the smallest that is not leaves room for single precision.
-template <class A>
-VEK_INLINE A lumaShare(A samples, float weight) {
-    const auto product = __builtin_convertvector(as<std::int32_t>(samples), Like<float, A>) * weight + 0.5005F;
-    return (A) __builtin_convertvector(product, Like<std::int32_t, A>);
+/// The share of words within the tables, modulo 65536: the mantissa of its sum with 2^23, where floats are whole
+/// numbers. Products have three decimals. A weight that is a little too large takes a half up, and 0.499 not as far;
+/// what single precision adds to it is less.
+template <int Thousandths, class A>
+VEK_INLINE A lumaShare(A samples) {
+    using Floats = Like<float, A>;
+    constexpr float one = 8388608.0F;
+#if defined(__AVX512F__)
+    if constexpr (sizeof(A) == 64) {
+        // Of weights of 24 bits behind the point the sum is exact, and rounded once: samples may stand in the mantissa
+        // of 2^23, too, instead of being converted.
+        constexpr std::uint32_t bitsOfOne = 0x4B000000;
+        constexpr auto units = static_cast<float>((std::int64_t{Thousandths} * (1 << 24) + 999) / 1000);
+        constexpr float weight = units / 16777216.0F;
+        const auto floats = as<float>(samples | bitsOfOne);
+        return (A)multiplyAdd(floats, all<Floats>(weight), all<Floats>(one - one * weight));
+    }
+#endif
+    constexpr auto weight = static_cast<float>(Thousandths / 1000.0 * (1 + 2e-7));
+    return (A)(__builtin_convertvector(as<std::int32_t>(samples), Floats) * weight + one);
 }
 
 /// Luma of a block. The weights of ITU-R BT.601 in 15 bits round every byte as the tables do.
@@ -89,7 +103,7 @@ VEK_INLINE A lumaBlock(const SColors<A>& colors) {
         const A last = all<A>(SLumaTables::kEntries - 1);
         return inPairs(
             [](Longs blue, Longs green, Longs red) {
-                return lumaShare(blue, 0.114F) + lumaShare(green, 0.587F) + lumaShare(red, 0.299F);
+                return (lumaShare<114>(blue) + lumaShare<587>(green) + lumaShare<299>(red)) & 0xFFFF;
             },
             smaller(colors.blue, last), smaller(colors.green, last), smaller(colors.red, last));
     }
