@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
+#include <numeric>
 
 namespace vek {
 
@@ -22,11 +23,11 @@ bool isAutomatic(unsigned char mode) {
     return mode == VEK_WB_AUTO || mode == VEK_WB_ONCE;
 }
 
-using Histograms = std::array<SWBStatistics::Histogram, SWBStatistics::kCopies>;
+using Histogram = SWBStatistics::Histogram;
 
-/// Adds the samples of even columns, or of odd ones; values above the histograms to their last entries.
+/// Adds the samples of even columns, or of odd ones.
 template <class T>
-void countRow(const T* row, unsigned long width, unsigned long parity, Histograms& histograms) {
+void countRow(const T* row, unsigned long width, unsigned long parity, Histogram& histogram) {
     constexpr unsigned bits = 8 * sizeof(T);
     constexpr unsigned long step = 2 * SWBStatistics::kCopies;
     constexpr unsigned long perWord = sizeof(std::uint64_t) / sizeof(T);
@@ -40,11 +41,11 @@ void countRow(const T* row, unsigned long width, unsigned long parity, Histogram
         std::memcpy(samples.data(), row + x, sizeof samples);
         for (std::size_t copy = 0; copy < SWBStatistics::kCopies; ++copy) {
             const std::size_t at = 2 * copy;
-            ++histograms[copy][entry(samples[at / perWord] >> (bits * (at % perWord + parity)))];
+            ++histogram[entry(samples[at / perWord] >> (bits * (at % perWord + parity)))][copy];
         }
     }
     for (x += parity; x < width; x += 2) {
-        ++histograms[0][entry(row[x])];
+        ++histogram[entry(row[x])][0];
     }
 }
 
@@ -62,7 +63,7 @@ void fillTable(unsigned short gain, T* table, unsigned short bits) {
 /// largest value and falls.
 class CLimitedSum {
 public:
-    CLimitedSum(const Histograms& histograms, unsigned long maxValue) : mHistograms(histograms), mLimit(maxValue) {
+    CLimitedSum(const Histogram& histogram, unsigned long maxValue) : mHistogram(histogram), mLimit(maxValue) {
         for (unsigned long value = 0; value <= maxValue; ++value) {
             mSum += Count(value) * value;
         }
@@ -78,14 +79,10 @@ public:
 
 private:
     std::uint64_t Count(unsigned long value) const {
-        std::uint64_t count = 0;
-        for (const SWBStatistics::Histogram& histogram : mHistograms) {
-            count += histogram[value];
-        }
-        return count;
+        return std::accumulate(mHistogram[value].begin(), mHistogram[value].end(), std::uint64_t{0});
     }
 
-    const Histograms& mHistograms;
+    const Histogram& mHistogram;
     unsigned long mLimit;
     std::uint64_t mSum = 0;
     std::uint64_t mAbove = 0; ///< samples from the limit on
@@ -121,11 +118,7 @@ unsigned short automaticGain(const SWBStatistics& statistics, std::size_t phase,
 } // namespace
 
 void SWBStatistics::Clear() {
-    for (Histograms& copies : histogram) {
-        for (Histogram& entries : copies) {
-            entries.fill(0);
-        }
-    }
+    histogram = {};
     sum = {};
     count = {};
 }
@@ -158,9 +151,10 @@ template void SWBStatistics::Add(const rows::SRowTable&, const SFrame&, const SR
 
 void SWBStatistics::Add(const SWBStatistics& other) {
     for (std::size_t kind = 0; kind < histogram.size(); ++kind) {
-        for (std::size_t copy = 0; copy < kCopies; ++copy) {
-            std::transform(histogram[kind][copy].begin(), histogram[kind][copy].end(),
-                           other.histogram[kind][copy].begin(), histogram[kind][copy].begin(), std::plus<>());
+        for (std::size_t value = 0; value < histogram[kind].size(); ++value) {
+            auto& counts = histogram[kind][value];
+            std::transform(counts.begin(), counts.end(), other.histogram[kind][value].begin(), counts.begin(),
+                           std::plus<>());
         }
     }
     for (std::size_t phase = 0; phase < sum.size(); ++phase) {

@@ -14,13 +14,12 @@ namespace vek {
 
 /// What automatic white balance measures in a raw frame. The statistics of a frame's parts add up to its own.
 struct SWBStatistics {
-    /// Room for 2^32 samples of a kind.
-    using Histogram = std::array<std::uint32_t, rows::kCurveEntries<unsigned short>>;
     static constexpr std::size_t kCopies = 4;
+    /// By value, larger ones in the last entry. Samples that follow one another are often alike: they count by turns in
+    /// copies side by side, so that none waits for the one before it. Room for 2^32 samples.
+    using Histogram = std::array<std::array<std::uint32_t, kCopies>, rows::kCurveEntries<unsigned short>>;
 
-    /// By row mod 2: red's or blue's samples, of which larger ones count in the last entry. Samples that follow one
-    /// another are often alike: they count in copies of a histogram by turns, so that none waits for the one before it.
-    std::array<std::array<Histogram, kCopies>, 2> histogram{};
+    std::array<Histogram, 2> histogram{}; ///< by row mod 2: of red's or blue's samples
     // By 2 x (row mod 2) + (column mod 2).
     std::array<std::uint64_t, 4> sum{};
     std::array<unsigned long, 4> count{};
