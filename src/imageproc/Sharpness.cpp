@@ -8,6 +8,7 @@
 #include "common/Saturate.h"
 #include "common/Status.h"
 #include "imageproc/ColorSpace.h"
+#include "imageproc/Sharpness_Corrections.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -38,18 +39,35 @@ struct SWorkRows {
 void SSharpnessStage::UpdateTable() {
     constexpr unsigned last = 4095;
     const float step = static_cast<float>(gain) / 100.0F;
-    float accumulator = step;
+    std::array<float, 4096> sums{};
+    for (std::size_t m = 1; m < sums.size(); ++m) {
+        sums[m] = sums[m - 1] + step;
+    }
     table.fill(0);
     for (std::size_t i = std::size_t{coring} + 1; i < table.size(); ++i) {
         // NOLINTNEXTLINE(bugprone-incorrect-roundings): this very rounding, of values that are not negative
-        const auto rounded = static_cast<unsigned>(double{accumulator} + 0.5);
+        const auto rounded = static_cast<unsigned>(double{sums[i - coring]} + 0.5);
         table[i] = static_cast<unsigned short>(std::min(rounded, last));
-        accumulator += step;
     }
     for (std::size_t i = 0; i < raise8.size(); ++i) {
         raise8[i] = static_cast<unsigned char>(table[i]);
         lower8[i] = saturateTo<unsigned char>(table[i]);
     }
+    const SCorrectionTable corrections = {table, sums, coring, step};
+    hasSegments = findSegments(corrections, &segments);
+    hasLine = findLine(corrections, &line);
+    hasDigits = findDigits(corrections, &digits);
+}
+
+rows::SSharpening SSharpnessStage::Sharpening(unsigned maxValue) const {
+    return {.table = table.data(),
+            .raiseBytes = raise8.data(),
+            .lowerBytes = raise8 == lower8 ? nullptr : lower8.data(),
+            .coring = coring,
+            .maxValue = maxValue,
+            .segments = hasSegments ? &segments : nullptr,
+            .line = hasLine ? &line : nullptr,
+            .digits = hasDigits ? &digits : nullptr};
 }
 
 STraits SSharpnessStage::Traits(const SFrame& frame) const {
@@ -65,8 +83,7 @@ void SSharpnessStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, 
     const rows::SColorRows<T>& colors = rows::colorRows<T>(kernels);
     const unsigned samples = colorSamples(frame.pixelFormat);
     const SWorkRows<T> work = {static_cast<unsigned short*>(band.work), frame.width};
-    const rows::SSharpening sharpening = {table.data(), raise8.data(), raise8 == lower8 ? nullptr : lower8.data(),
-                                          coring, (1U << frame.bitsPerPixel) - 1};
+    const rows::SSharpening sharpening = Sharpening((1U << frame.bitsPerPixel) - 1);
     // The sums of a row while it is as it came.
     const auto prepare = [&](unsigned long y) {
         const T* row = band.src.Row(y);

@@ -20,8 +20,17 @@ struct SSharpnessStage {
     // The same for bytes: modulo 256, and at most 255.
     std::array<unsigned char, 256> raise8{};
     std::array<unsigned char, 256> lower8{};
+    // The same by arithmetic, where it gives every entry.
+    rows::SCorrectionSegments segments{};
+    rows::SCorrectionLine line{};
+    rows::SCorrectionDigits digits{};
+    bool hasSegments = false;
+    bool hasLine = false;
+    bool hasDigits = false;
 
     void UpdateTable();
+    /// For the rows; refers to this. maxValue: the largest sample.
+    rows::SSharpening Sharpening(unsigned maxValue) const;
     STraits Traits(const SFrame& frame) const;
     /// frame: grey or colour, of 8 to 12 bits. The first and the last row and column stay as they are.
     template <class T>

@@ -18,6 +18,7 @@ NOT_RUN = {
     ("README.md", "./dev test"): "the run that this test is part of",
     ("docs/performance.md", "./dev bench"): "measures for minutes",
     ("docs/performance.md", "./dev bench --benchmark_filter='sharpness'"): "measures",
+    ("docs/performance.md", "./dev bench --content picture"): "measures for minutes",
     ("docs/performance.md", "./dev bench --compare before.json"): "measures for minutes",
     ("docs/performance.md", "./dev bench --compare before.json after.json"): "compares what the others measured",
     ("docs/performance.md", "./dev bench --scaling"): "measures for minutes",

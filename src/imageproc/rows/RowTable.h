@@ -237,6 +237,58 @@ struct SLumaCurve {
     const std::uint8_t* bytes; ///< the first 256, null where one of them is not a byte
 };
 
+/// Corrections of words by arithmetic, for m = min(difference - coring, last), 0 within the coring, and p = m x slope:
+///
+///   (p + m x turn[i] + offset[i]) >> shift        i: exponent of max(p, least) as a float, modulo 16
+///
+/// That is 4095 or more where the table has 4095, its largest. Corrections are sums in single precision, which grow by
+/// steps of their own between powers of two.
+struct SCorrectionLine {
+    static constexpr std::size_t kParts = 16;
+    std::uint32_t slope; ///< p stays below 2^31
+    std::uint32_t last;
+    std::uint32_t least;
+    unsigned shift;
+    bool twice;                ///< the first half of the parts is like the second
+    std::int32_t turn[kParts]; ///< of 16 bits
+    std::int32_t offset[kParts];
+};
+
+/// Corrections of words by arithmetic, for m = min(difference - coring, last), 0 within the coring, as h x 2^bits +
+/// low:
+///
+///   ((low x (slope + turn[h]) >> bits) + rest[h] >> shift) + h x whole + more[h]
+///
+/// and 1 more where low + 1 is add[h], 1 less where it is take[h]; or more, where the table has 4095. No step leaves 16
+/// bits.
+struct SCorrectionSegments {
+    static constexpr std::size_t kSegments = 16;
+    std::uint16_t last;
+    std::uint16_t slope;
+    std::uint16_t whole;
+    unsigned bits; ///< 1 .. 8
+    unsigned shift; ///< 1 .. 8
+    std::uint8_t turn[kSegments];
+    std::uint8_t rest[kSegments];
+    std::uint8_t more[kSegments];
+    std::uint8_t add[kSegments]; ///< 0: nowhere
+    std::uint8_t take[kSegments];
+};
+
+/// Corrections of bytes by arithmetic, for m = difference - coring, 0 within the coring, as 16 x i + k: whole parts and
+/// 256ths of what each digit gives.
+///
+///   whole[i] + whole[k], and 1 if the rests come to one
+struct SCorrectionDigits {
+    struct SDigit {
+        std::uint8_t whole[16]; ///< modulo 256
+        std::uint8_t held[16];  ///< at most 255
+        std::uint8_t rest[16];  ///< of the upper digit: 255 less it
+    };
+    SDigit upper;
+    SDigit lower;
+};
+
 /// Correction by absolute difference, 4096 entries; 0 up to the coring.
 struct SSharpening {
     const std::uint16_t* table;
@@ -244,6 +296,10 @@ struct SSharpening {
     const std::uint8_t* lowerBytes; ///< the first 256, at most 255; null where they are those of raiseBytes
     unsigned coring;                ///< differences up to this one, at most 65535, are left alone
     unsigned maxValue;              ///< largest sample
+    // What gives every entry of table, of raiseBytes and of lowerBytes; null where nothing does.
+    const SCorrectionSegments* segments;
+    const SCorrectionLine* line;
+    const SCorrectionDigits* digits;
 };
 
 /// sum3 of a row, as it came, and of those beside it.
@@ -276,8 +332,8 @@ struct SColorRows {
     /// 3 and more.
     void (*sharpenGray)(const T* row, T* dst, const SNeighborSums& sums, std::size_t width,
                         const SSharpening& sharpening);
-    /// The same for pixels, by their luma: lumaRow is the row's own, the sums are of luma. Step 3: dst may be another
-    /// row.
+    /// The same for pixels, by their luma of up to 13 bits: lumaRow is the row's own, the sums are of luma. Step 3: dst
+    /// may be another row.
     void (*sharpenColor)(const T* row, T* dst, std::size_t step, const T* lumaRow, const SNeighborSums& sums,
                          std::size_t width, const SSharpening& sharpening);
 };

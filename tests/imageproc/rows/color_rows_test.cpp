@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every tier's rows of colour pixels and its unsharp mask against the scalar ones: same samples written, no others
 // touched, next to protected pages.
+#include "imageproc/Sharpness.h"
 #include "imageproc/rows/TierTest.h"
 
 #include <algorithm>
@@ -31,6 +32,7 @@ struct SSettings {
     rows::SChromaLimits limits{};
     unsigned coring = 0;
     Products kind;
+    SSharpnessStage sharpness; ///< gain 0: corrections are random instead
 
     SSettings(std::uint64_t seed, unsigned depth) : kind(static_cast<Products>(seed % 5)) {
         CRandom random(seed);
@@ -67,6 +69,14 @@ struct SSettings {
         if (seed % 3 == 0) {
             TakeAnyLimits(random);
         }
+        if (seed % 3 != 0) {
+            // A third of the gains that are left make corrections of bytes above 255.
+            constexpr unsigned short gains[] = {1, 5, 10, 35, 70, 100, 130, 150, 190, 255, 470, 999, 20000, 65535};
+            sharpness.gain =
+                seed % 3 == 1 ? gains[seed % std::size(gains)] : static_cast<unsigned short>(1 + random.Below(400));
+            sharpness.coring = static_cast<unsigned short>(coring);
+            sharpness.UpdateTable();
+        }
     }
 
     /// Levels at and beyond the ends of luma, slopes that are full at once.
@@ -88,6 +98,8 @@ struct SSettings {
         clear(corrections);
         clear(raise);
         clear(lower);
+        sharpness.coring = static_cast<unsigned short>(upTo);
+        sharpness.UpdateTable();
     }
     bool IsNarrow() const { return kind >= Products::Narrow; }
     /// Products of bytes by steps, as far from 0 as 16 bits for a sum of three allow.
@@ -129,7 +141,18 @@ struct SSettings {
                 .narrowWords = fits};
     }
     rows::SSharpening Sharpening(unsigned depth) const {
-        return {corrections.data(), raise.data(), raise == lower ? nullptr : lower.data(), coring, (1U << depth) - 1};
+        const unsigned maxValue = (1U << depth) - 1;
+        if (sharpness.gain != 0) {
+            return sharpness.Sharpening(maxValue);
+        }
+        return {.table = corrections.data(),
+                .raiseBytes = raise.data(),
+                .lowerBytes = raise == lower ? nullptr : lower.data(),
+                .coring = coring,
+                .maxValue = maxValue,
+                .segments = nullptr,
+                .line = nullptr,
+                .digits = nullptr};
     }
     rows::SLumaCurve LumaCurve() const {
         const bool bytes = std::equal(levels.begin(), levels.end(), curve.begin());
@@ -203,12 +226,18 @@ protected:
         CGuardedBuffer<T> lumaRow(width, flush);
         fillSamples(above.data(), width, pattern, std::min(depth + 1, 16U), random);
         fillSamples(below.data(), width, pattern, std::min(depth + 1, 16U), random);
-        fillSamples(lumaRow.data(), width, pattern, depth, random);
+        fillSamples(lumaRow.data(), width, pattern, std::min(depth, 13U), random);
+        std::vector<std::uint16_t> lumaAbove(above.data(), above.data() + width);
+        std::vector<std::uint16_t> lumaBelow(below.data(), below.data() + width);
+        for (std::vector<std::uint16_t>* const sums : {&lumaAbove, &lumaBelow}) {
+            std::for_each(sums->begin(), sums->end(), [](std::uint16_t& sum) { sum %= 3 * 8191 + 1; });
+        }
         const rows::SSharpening sharpening = settings.Sharpening(range);
         CGuardedBuffer<std::uint16_t> own(width, flush);
         const auto sumsOf = [&](const rows::SRowTable& rows, const T* row) {
             rows::colorRows<T>(rows).sum3(row, own.data(), width);
-            return rows::SNeighborSums{above.data(), own.data(), below.data()};
+            return row == lumaRow.data() ? rows::SNeighborSums{lumaAbove.data(), own.data(), lumaBelow.data()}
+                                         : rows::SNeighborSums{above.data(), own.data(), below.data()};
         };
         Compare<T>("sharpenColour", count, pattern, depth, flush, seed, [&](const rows::SRowTable& rows, T* row) {
             rows::colorRows<T>(rows).sharpenColor(row, row, step, lumaRow.data(), sumsOf(rows, lumaRow.data()), width,
@@ -310,15 +339,19 @@ TEST_P(ColorRows, EqualScalarForOneSampleAboveTheRange) {
             Compare<std::uint16_t>("sharpenGrey", 3 * width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        spoil(row);
-                                       rows.colors16.sharpenGray(row, row, {sums.data(), sums.data(), sums.data()},
+                                       std::vector<std::uint16_t> own(3 * width);
+                                       rows.colors16.sum3(row, own.data(), own.size());
+                                       rows.colors16.sharpenGray(row, row, {sums.data(), own.data(), sums.data()},
                                                                  3 * width, settings.Sharpening(12));
                                    });
             std::vector<std::uint16_t> luma(sums.begin(), sums.begin() + width);
+            std::vector<std::uint16_t> lumaSums(width);
+            Scalar().colors16.sum3(luma.data(), lumaSums.data(), width);
             Compare<std::uint16_t>("sharpenColour", 3 * width, Pattern::Random, 12, Flush::Right, 1,
                                    [&](const rows::SRowTable& rows, std::uint16_t* row) {
                                        spoil(row);
                                        rows.colors16.sharpenColor(row, row, 3, luma.data(),
-                                                                  {sums.data(), sums.data(), sums.data()}, width,
+                                                                  {sums.data(), lumaSums.data(), sums.data()}, width,
                                                                   settings.Sharpening(12));
                                    });
             if (HasFatalFailure()) {
@@ -328,29 +361,33 @@ TEST_P(ColorRows, EqualScalarForOneSampleAboveTheRange) {
     }
 }
 
-// Sums at which 16 bits overflow, alone and together.
+// Sums at which 16 bits overflow, alone and together; luma as large as it gets.
 TEST_P(ColorRows, SharpeningEqualsScalarForExtremeSums) {
-    const SSettings settings(2, 12);
     constexpr std::size_t width = 200;
-    for (const unsigned sums : {0U, 8191U, 12285U, 16383U, 16384U, 32767U, 32768U, 65535U}) {
-        for (const unsigned sample : {0U, 4095U, 8191U, 8192U, 16384U, 65535U}) {
-            const std::vector<std::uint16_t> beside(width, static_cast<std::uint16_t>(sums));
-            const std::vector<std::uint16_t> luma(width, static_cast<std::uint16_t>(sample));
-            Compare<std::uint16_t>("sharpenColour", 3 * width, Pattern::Random, 12, Flush::Right, 1,
-                                   [&](const rows::SRowTable& rows, std::uint16_t* row) {
-                                       rows.colors16.sharpenColor(row, row, 3, luma.data(),
-                                                                  {beside.data(), beside.data(), beside.data()}, width,
-                                                                  settings.Sharpening(12));
-                                   });
-            Compare<std::uint16_t>("sharpenGrey", width, Pattern::Random, 12, Flush::Right, 1,
-                                   [&](const rows::SRowTable& rows, std::uint16_t* row) {
-                                       std::fill(row, row + width, static_cast<std::uint16_t>(sample));
-                                       rows.colors16.sharpenGray(row, row,
-                                                                 {beside.data(), beside.data(), beside.data()}, width,
-                                                                 settings.Sharpening(12));
-                                   });
-            if (HasFatalFailure()) {
-                return;
+    for (const std::uint64_t seed : {2UL, 3UL}) {
+        const SSettings settings(seed, 12);
+        for (const unsigned sums : {0U, 8191U, 12285U, 16383U, 16384U, 24573U, 32767U, 32768U, 65535U}) {
+            for (const unsigned sample : {0U, 4095U, 8191U, 8192U, 16384U, 21846U, 65535U}) {
+                const std::vector<std::uint16_t> beside(width, static_cast<std::uint16_t>(sums));
+                const std::vector<std::uint16_t> luma(width, static_cast<std::uint16_t>(sample));
+                std::vector<std::uint16_t> own(width);
+                Scalar().colors16.sum3(luma.data(), own.data(), width);
+                const rows::SNeighborSums around = {beside.data(), own.data(), beside.data()};
+                if (sums <= 24573 && sample <= 8191) {
+                    Compare<std::uint16_t>("sharpenColour", 3 * width, Pattern::Random, 12, Flush::Right, 1,
+                                           [&](const rows::SRowTable& rows, std::uint16_t* row) {
+                                               rows.colors16.sharpenColor(row, row, 3, luma.data(), around, width,
+                                                                          settings.Sharpening(12));
+                                           });
+                }
+                Compare<std::uint16_t>("sharpenGrey", width, Pattern::Random, 12, Flush::Right, 1,
+                                       [&](const rows::SRowTable& rows, std::uint16_t* row) {
+                                           std::fill(row, row + width, static_cast<std::uint16_t>(sample));
+                                           rows.colors16.sharpenGray(row, row, around, width, settings.Sharpening(12));
+                                       });
+                if (HasFatalFailure()) {
+                    return;
+                }
             }
         }
     }

@@ -311,48 +311,245 @@ inline std::size_t sharpenColorBlocks(T* row, std::size_t step, const T* lumaRow
     return x;
 }
 
-#if defined(__AVX512VBMI__)
+// ---- corrections in registers: of bytes, ChangeOf(center, mean) gives the change of a block; of words,
+// CorrectionOf(difference) its size ----
 
-#define VEK_SHARP_BYTES 1
+/// What makes brighter where center is above mean, and what makes darker where it is not.
+template <class A>
+VEK_INLINE SChange<A> changeBySide(A raise, A lower, A more) {
+    const A falls = (A)(more == 0);
+    return {raise & ~falls, lower & falls};
+}
 
-/// Corrections of bytes in registers: what makes brighter and, if it is Apart, what makes darker. Their entry 0 is 0.
+#if VEK_BYTE_TABLES
+
+/// Of bytes, from tables: what makes brighter and, if it is Apart, what makes darker. Their entry 0 is 0.
 template <bool Apart>
-struct SByteCorrections {
+class CTableCorrections {
+public:
     using A = SByteTable::Bytes;
-    SByteTable raise;
-    SByteTable lower;
 
+    VEK_INLINE explicit CTableCorrections(const SSharpening& sharpening)
+        : mRaise(sharpening.raiseBytes), mLower(Apart ? sharpening.lowerBytes : sharpening.raiseBytes) {}
     VEK_INLINE SChange<A> ChangeOf(A center, A mean) const {
         const A more = subSat(center, mean);
         const A less = subSat(mean, center);
         if constexpr (Apart) {
-            return {raise.LookUp(more), lower.LookUp(less)};
+            return {mRaise.LookUp(more), mLower.LookUp(less)};
         } else {
-            const A correction = raise.LookUp(more | less);
-            return {correction & (A)(more != 0), correction & (A)(less != 0)};
+            const A correction = mRaise.LookUp(more | less);
+            return changeBySide(correction, correction, more);
         }
     }
+
+private:
+    SByteTable mRaise;
+    SByteTable mLower;
 };
 
+#endif
+
+/// Of bytes, by their digits.
+template <bool Apart>
+class CDigitCorrections {
+public:
+    using A = WideV<std::uint8_t>;
+
+    VEK_INLINE explicit CDigitCorrections(const SSharpening& sharpening)
+        : mUpper(sharpening.digits->upper), mLower(sharpening.digits->lower),
+          mCoring(all<A>(static_cast<std::uint8_t>(smaller(sharpening.coring, 255U)))) {}
+    VEK_INLINE SChange<A> ChangeOf(A center, A mean) const {
+        const A more = subSat(center, mean);
+        const A steps = subSat(more | subSat(mean, center), mCoring);
+        const A low = steps & 15;
+        const A high = (A)(as<std::uint16_t>(steps) >> 4) & 15;
+        const A carry = smaller(subSat(shuffle(mLower.rest, low), shuffle(mUpper.rest, high)), all<A>(1));
+        const A raise = shuffle(mLower.whole, low) + shuffle(mUpper.whole, high) + carry;
+        if constexpr (Apart) {
+            return changeBySide(raise, addSat(addSat(shuffle(mLower.held, low), shuffle(mUpper.held, high)), carry),
+                                more);
+        } else {
+            return changeBySide(raise, raise, more);
+        }
+    }
+
+private:
+    struct SDigit {
+        A whole;
+        A held;
+        A rest;
+        VEK_INLINE explicit SDigit(const SCorrectionDigits::SDigit& digit)
+            : whole(repeat16<A>(digit.whole)), held(repeat16<A>(digit.held)), rest(repeat16<A>(digit.rest)) {}
+    };
+    SDigit mUpper;
+    SDigit mLower;
+    A mCoring;
+};
+
+/// Of words, by segments.
+class CSegmentCorrections {
+public:
+    using A = WideV<std::uint16_t>;
+
+    VEK_INLINE explicit CSegmentCorrections(const SSharpening& sharpening)
+        : mTurn(repeat16<Bytes>(sharpening.segments->turn)), mRest(repeat16<Bytes>(sharpening.segments->rest)),
+          mMore(repeat16<Bytes>(sharpening.segments->more)), mAdd(repeat16<Bytes>(sharpening.segments->add)),
+          mTake(repeat16<Bytes>(sharpening.segments->take)),
+          mCoring(all<A>(static_cast<std::uint16_t>(sharpening.coring))), mLast(all<A>(sharpening.segments->last)),
+          mSlope(all<A>(sharpening.segments->slope)), mWhole(all<A>(sharpening.segments->whole)),
+          mLow(all<A>(static_cast<std::uint16_t>((1U << sharpening.segments->bits) - 1))),
+          mToSegment(all<A>(static_cast<std::uint16_t>(1U << (16 - sharpening.segments->bits)))),
+          mToWhole(all<A>(static_cast<std::uint16_t>(1U << (16 - sharpening.segments->shift)))) {}
+    VEK_INLINE A CorrectionOf(A difference) const {
+        const A steps = smaller(subSat(difference, mCoring), mLast);
+        const A segment = mulHigh(steps, mToSegment);
+        const A index = segment | 0x8000;
+        const A product = mulHigh(steps * mToSegment, mSlope + Pick(mTurn, index));
+        const A next = (steps & mLow) + 1;
+        const A exceptions = (A)(next == Pick(mTake, index)) - (A)(next == Pick(mAdd, index));
+        return mulHigh(product + Pick(mRest, index), mToWhole) + segment * mWhole + (Pick(mMore, index) + exceptions);
+    }
+
+private:
+    using Bytes = WideV<std::uint8_t>;
+    /// A byte of 16 in each lane.
+    VEK_INLINE static A Pick(Bytes table, A index) { return (A)shuffle(table, (Bytes)index); }
+
+    Bytes mTurn;
+    Bytes mRest;
+    Bytes mMore;
+    Bytes mAdd;
+    Bytes mTake;
+    A mCoring;
+    A mLast;
+    A mSlope;
+    A mWhole;
+    A mLow;
+    // Powers of two that mulHigh shifts down by: shifts by a number that is no constant take twice the time.
+    A mToSegment;
+    A mToWhole;
+};
+
+#if VEK_VECTOR_BYTES == 32
+
+/// Of words, by a line. Twice: its parts fill a vector of 8 lanes.
+template <bool Twice>
+class CLineCorrections {
+public:
+    using A = WideV<std::uint16_t>;
+    using Longs = Like<std::uint32_t, A>;
+
+    VEK_INLINE explicit CLineCorrections(const SSharpening& sharpening)
+        : mLine(*sharpening.line), mTurn(mLine.turn), mOffset(mLine.offset),
+          mCoring(all<A>(static_cast<std::uint16_t>(sharpening.coring))),
+          mLast(all<A>(static_cast<std::uint16_t>(mLine.last))) {}
+    VEK_INLINE A CorrectionOf(A difference) const {
+        const A steps = smaller(subSat(difference, mCoring), mLast);
+        return inPairs([this](Longs m) { return AtStep(m); }, steps);
+    }
+
+private:
+    static constexpr bool kInOne = Twice || sizeof(Longs) == 64;
+    struct SParts {
+        Longs first;
+        Longs second;
+        VEK_INLINE explicit SParts(const std::int32_t* parts)
+            : first(load<Longs>(parts)), second(load<Longs>(parts + SCorrectionLine::kParts - kLanes<Longs>)) {}
+        VEK_INLINE Longs Pick(Longs index) const {
+            if constexpr (kInOne) {
+                return pickLongs(first, index);
+            } else {
+                return chooseByTop(index << 28, pickLongs(second, index), pickLongs(first, index));
+            }
+        }
+    };
+    VEK_INLINE Longs AtStep(Longs m) const {
+        using Signed = Like<std::int32_t, A>;
+        const Longs product = m * mLine.slope;
+        const auto held = (Signed)larger(product, all<Longs>(mLine.least));
+        const auto index = (Longs) __builtin_convertvector(held, Like<float, A>) >> 23;
+        const Signed rest =
+            addPairs((Signed)mOffset.Pick(index), as<std::int16_t>(m), as<std::int16_t>(mTurn.Pick(index)));
+        return (product + (Longs)rest) >> mLine.shift;
+    }
+
+    SCorrectionLine mLine;
+    SParts mTurn;
+    SParts mOffset;
+    A mCoring;
+    A mLast;
+};
+
+#endif
+
 /// The mean of the eight neighbours of columns x and those behind it. own holds center, too.
-VEK_INLINE SByteTable::Bytes neighborMean(SByteTable::Bytes center, const SNeighborSums& sums, std::size_t x) {
-    using Words = V<std::uint16_t, 64>;
+VEK_INLINE WideV<std::uint8_t> neighborMean(WideV<std::uint8_t> center, const SNeighborSums& sums, std::size_t x) {
+    using Words = WideV<std::uint16_t>;
     const auto half = [&](std::size_t at, Words own) {
         const Words sum = load<Words>(sums.above + at) + load<Words>(sums.below + at) + load<Words>(sums.own + at);
         return (sum - own + 4) >> 3;
     };
     return lowBytes(half(x, widenHalf<0>(center)), half(x + kLanes<Words>, widenHalf<1>(center)));
 }
+VEK_INLINE WideV<std::uint16_t> neighborMean(WideV<std::uint16_t> center, const SNeighborSums& sums, std::size_t x) {
+    using Words = WideV<std::uint16_t>;
+    const Words sum = load<Words>(sums.above + x) + load<Words>(sums.below + x) + load<Words>(sums.own + x);
+    return (sum - center + 4) >> 3;
+}
 
-/// Columns 1 .. width-2, which fill a block; Channels 3: of dense pixels.
-template <unsigned Channels, bool Apart>
-inline void sharpenBytes(const std::uint8_t* row, std::uint8_t* dst, const std::uint8_t* lumaRow,
-                         const SNeighborSums& sums, std::size_t width, const SSharpening& sharpening) {
-    using A = SByteTable::Bytes;
-    const SByteCorrections<Apart> corrections = {SByteTable(sharpening.raiseBytes),
-                                                 SByteTable(Apart ? sharpening.lowerBytes : sharpening.raiseBytes)};
-    const A max = all<A>(255);
-    const auto samplesAt = [&](std::size_t x) { return loadRun<Channels, A>(row + Channels * x); };
+/// What a row is sharpened with, but for its samples and the corrections.
+template <class T>
+struct SSharpRow {
+    const T* lumaRow; ///< a grey row's own
+    const SNeighborSums& sums;
+    const SSharpening& sharpening;
+};
+
+/// The samples, 12 bits and at most max, and what is added to those of each pixel, of 15 bits with a sign.
+template <unsigned Channels, class A>
+VEK_INLINE SRun<Channels, A> addedRun(const SRun<Channels, A>& samples, A change, A max) {
+    using Signed = Like<std::int16_t, A>;
+    const auto added = [=](A sample, A by) { return (A)smaller(larger((Signed)(sample + by), Signed{}), (Signed)max); };
+    if constexpr (Channels == 1) {
+        return {{added(samples.part[0], change)}};
+    } else {
+        return {{added(samples.part[0], repeatLanes<0>(change)), added(samples.part[1], repeatLanes<1>(change)),
+                 added(samples.part[2], repeatLanes<2>(change))}};
+    }
+}
+
+/// A block of columns from x on, in memory order, to dst; Channels 3: of dense pixels.
+template <unsigned Channels, class T, class Corrections>
+VEK_INLINE void sharpenBlock(const SRun<Channels, WideV<T>>& samples, T* dst, const SSharpRow<T>& row, std::size_t x,
+                             const Corrections& corrections) {
+    using A = WideV<T>;
+    const A max = all<A>(static_cast<T>(row.sharpening.maxValue));
+    if constexpr (sizeof(T) != 1 && Channels == 3) {
+        if (any((A)((samples.part[0] > max) | (samples.part[1] > max) | (samples.part[2] > max)))) {
+            // Those that are left alone stay as they are.
+            storeRun(dst, samples);
+            sharpenColorSpan(dst, 3, row.lumaRow, row.sums.above, row.sums.below, x, x + kLanes<A>, row.sharpening);
+            return;
+        }
+    }
+    const A center = Channels == 1 ? samples.part[0] : load<A>(row.lumaRow + x);
+    const A mean = neighborMean(center, row.sums, x);
+    if constexpr (sizeof(T) == 1) {
+        storeRun(dst, changedRun(samples, corrections.ChangeOf(center, mean), max));
+    } else {
+        const A less = subSat(mean, center);
+        const A correction = corrections.CorrectionOf(subSat(center, mean) | less);
+        const A falls = (A)(less != 0);
+        storeRun(dst, addedRun(samples, (correction ^ falls) - falls, max));
+    }
+}
+
+/// Columns 1 .. width-2, which fill a block, of dense samples, to dst.
+template <unsigned Channels, class T, class Corrections>
+inline void sharpenDense(const T* src, T* dst, std::size_t width, const SSharpRow<T>& row,
+                         const Corrections& corrections) {
+    using A = WideV<T>;
+    const auto samplesAt = [&](std::size_t x) { return loadRun<Channels, A>(src + Channels * x); };
     // The first and the last block overlap others, to bring those between into line, and where they are read from may
     // be written to.
     const std::size_t end = width - 1 - kLanes<A>;
@@ -360,12 +557,10 @@ inline void sharpenBytes(const std::uint8_t* row, std::uint8_t* dst, const std::
     const SRun<Channels, A> last = samplesAt(end);
     for (std::size_t x = smaller(alignedColumn<A, Channels>(dst, 0), end);;) {
         const SRun<Channels, A> samples = x == 1 ? first : x == end ? last : samplesAt(x);
-        const A center = Channels == 1 ? samples.part[0] : load<A>(lumaRow + x);
-        const A mean = neighborMean(center, sums, x);
-        if (row != dst) {
-            prefetchWrites<Channels * sizeof(A)>(dst + Channels * x);
+        if (src != dst) {
+            prefetchWrites<Channels * sizeof(A)>(reinterpret_cast<const std::uint8_t*>(dst + Channels * x));
         }
-        storeRun(dst + Channels * x, changedRun(samples, corrections.ChangeOf(center, mean), max));
+        sharpenBlock(samples, dst + Channels * x, row, x, corrections);
         if (x == 1) {
             return;
         }
@@ -373,27 +568,82 @@ inline void sharpenBytes(const std::uint8_t* row, std::uint8_t* dst, const std::
     }
 }
 
-/// All of a row; false, and nothing done, where it has less than a block.
-template <unsigned Channels>
-inline bool sharpenInRegisters(const std::uint8_t* row, std::uint8_t* dst, const std::uint8_t* lumaRow,
-                               const SNeighborSums& sums, std::size_t width, const SSharpening& sharpening) {
-    if (sharpening.maxValue != 255 || width < kLanes<SByteTable::Bytes> + 2) {
-        return false;
+/// Whole blocks of pixels that stand step samples apart, in place; returns the column behind them.
+template <class T, class Corrections>
+inline std::size_t sharpenApart(T* pixels, std::size_t step, std::size_t width, const SSharpRow<T>& row,
+                                const Corrections& corrections) {
+    using A = WideV<T>;
+    CDensePixels<T> dense(step);
+    std::size_t x = 1;
+    while (const std::size_t count = chunkColumns<T>(x, width - 1)) {
+        T* const chunk = dense.Take(pixels + x * step, count);
+        for (std::size_t i = 0; i < count; i += kLanes<A>) {
+            sharpenBlock(loadRun<3, A>(chunk + 3 * i), chunk + 3 * i, row, x + i, corrections);
+        }
+        dense.PutBack(pixels + x * step, count);
+        x += count;
     }
-    if (row != dst) {
-        __builtin_memcpy(dst, row, Channels);
-        __builtin_memcpy(dst + Channels * (width - 1), row + Channels * (width - 1), Channels);
-    }
-    // What a grey sample gets darker by counts modulo 256, too.
-    Channels == 1 || sharpening.lowerBytes == nullptr
-        ? sharpenBytes<Channels, false>(row, dst, lumaRow, sums, width, sharpening)
-        : sharpenBytes<Channels, true>(row, dst, lumaRow, sums, width, sharpening);
-    return true;
+    return x;
 }
 
+/// Calls sharpen(corrections) with those that a row's samples and its setting allow; false where there are none.
+template <bool Gray, class Sharpen>
+inline bool withCorrections(const SSharpening& sharpening, const std::uint8_t*, Sharpen sharpen) {
+    // What a grey sample gets darker by counts modulo 256, too.
+    const bool apart = !Gray && sharpening.lowerBytes != nullptr;
+    if (sharpening.maxValue != 255) {
+        return false;
+    }
+#if defined(__AVX512VBMI__)
+    apart ? sharpen(CTableCorrections<true>(sharpening)) : sharpen(CTableCorrections<false>(sharpening));
+    return true;
 #else
-#define VEK_SHARP_BYTES 0
+    if (sharpening.digits != nullptr) {
+        apart ? sharpen(CDigitCorrections<true>(sharpening)) : sharpen(CDigitCorrections<false>(sharpening));
+        return true;
+    }
+    return false;
 #endif
+}
+template <bool Gray, class Sharpen>
+inline bool withCorrections(const SSharpening& sharpening, const std::uint16_t*, Sharpen sharpen) {
+    // What is corrected by 4095 and more ends at a limit of 12 bits all the same.
+    if (sharpening.maxValue >= 4096) {
+        return false;
+    }
+    if (sharpening.segments != nullptr) {
+        sharpen(CSegmentCorrections(sharpening));
+        return true;
+    }
+#if VEK_VECTOR_BYTES == 32
+    if (sharpening.line != nullptr) {
+        sharpening.line->twice ? sharpen(CLineCorrections<true>(sharpening))
+                               : sharpen(CLineCorrections<false>(sharpening));
+        return true;
+    }
+#endif
+    return false;
+}
+
+/// Whether vectors know the samples of a grey row and the sums beside it: words may be above their depth.
+inline bool areUsual(const std::uint8_t*, const SNeighborSums&, std::size_t, unsigned) {
+    return true;
+}
+inline bool areUsual(const std::uint16_t* row, const SNeighborSums& sums, std::size_t width, unsigned maxValue) {
+    using A = WideV<std::uint16_t>;
+    const std::size_t end = width - kLanes<A>;
+    A high{};
+    A large{};
+    for (std::size_t x = 0;; x = smaller(x + kLanes<A>, end)) {
+        high = larger(high, load<A>(row + x));
+        // The first and the last column have no sums.
+        const std::size_t inner = smaller(larger(x, std::size_t{1}), end - 1);
+        large |= load<A>(sums.above + inner) | load<A>(sums.below + inner);
+        if (x == end) {
+            return !any((A)(high > all<A>(static_cast<std::uint16_t>(maxValue))) | (large & 0xC000));
+        }
+    }
+}
 
 #endif
 
@@ -420,9 +670,14 @@ inline void copyRow(const T* row, T* dst, std::size_t samples) {
 
 template <class T>
 void sharpenGray(const T* row, T* dst, const SNeighborSums& sums, std::size_t width, const SSharpening& sharpening) {
-#if VEK_VECTOR_BYTES != 0 && VEK_SHARP_BYTES
-    if constexpr (sizeof(T) == 1) {
-        if (sharpenInRegisters<1>(row, dst, row, sums, width, sharpening)) {
+#if VEK_VECTOR_BYTES != 0
+    if (width >= kLanes<WideV<T>> + 2 && areUsual(row, sums, width, sharpening.maxValue)) {
+        const auto sharpen = [&](const auto& corrections) {
+            dst[0] = row[0];
+            dst[width - 1] = row[width - 1];
+            sharpenDense<1>(row, dst, width, SSharpRow<T>{row, sums, sharpening}, corrections);
+        };
+        if (withCorrections<true>(sharpening, row, sharpen)) {
             return;
         }
     }
@@ -439,15 +694,29 @@ void sharpenGray(const T* row, T* dst, const SNeighborSums& sums, std::size_t wi
 template <class T>
 void sharpenColor(const T* row, T* dst, std::size_t step, const T* lumaRow, const SNeighborSums& sums,
                   std::size_t width, const SSharpening& sharpening) {
-#if VEK_VECTOR_BYTES != 0 && VEK_SHARP_BYTES
-    if constexpr (sizeof(T) == 1) {
-        if (step == 3 && sharpenInRegisters<3>(row, dst, lumaRow, sums, width, sharpening)) {
+    std::size_t done = 1;
+#if VEK_VECTOR_BYTES != 0
+    if (width >= kLanes<WideV<T>> + 2) {
+        const SSharpRow<T> given = {lumaRow, sums, sharpening};
+        const auto sharpen = [&](const auto& corrections) {
+            if (step != 3) {
+                done = sharpenApart(dst, step, width, given, corrections);
+                return;
+            }
+            if (row != dst) {
+                __builtin_memcpy(dst, row, 3 * sizeof(T));
+                __builtin_memcpy(dst + 3 * (width - 1), row + 3 * (width - 1), 3 * sizeof(T));
+            }
+            sharpenDense<3>(row, dst, width, given, corrections);
+            done = width - 1;
+        };
+        if (withCorrections<false>(sharpening, row, sharpen)) {
+            sharpenColorSpan(dst + done * step, step, lumaRow, sums.above, sums.below, done, width - 1, sharpening);
             return;
         }
     }
 #endif
     copyRow(row, dst, 3 * width);
-    std::size_t done = 1;
 #if VEK_VECTOR_BYTES != 0
     done = sharpenColorBlocks(dst, step, lumaRow, sums.above, sums.below, width, sharpening);
 #endif
