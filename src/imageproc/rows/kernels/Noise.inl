@@ -209,10 +209,13 @@ inline std::size_t forClipped(const T* live, std::size_t from, std::size_t to, T
     return done;
 }
 
-/// All ones in the lanes from first on.
+/// The mask in the lanes from first on, 0 before.
 template <class A>
-VEK_INLINE A lanesFrom(std::size_t first) {
-    return (A)(constant<A>([](std::size_t i) { return i; }) >= all<A>(static_cast<Lane<A>>(first)));
+VEK_INLINE A lanesFrom(std::size_t first, A mask) {
+    if (first == 0) {
+        return mask;
+    }
+    return mask & (A)(constant<A>([](std::size_t i) { return i; }) >= all<A>(static_cast<Lane<A>>(first)));
 }
 
 /// Of three neighbours, what the fourth one is held between for a brighter median.
@@ -228,15 +231,15 @@ inline std::size_t repairBayerBlocks(const SBayerRows<T>& around, T* row, const 
     return forClipped(live, from, to, threshold, [&]<class A>(A, std::size_t x, std::size_t first) {
         const A greens = greenMask<A>(around.greenParity);
         const auto own = load<A>(row + x);
-        const A clipped = clippedMask(load<A>(live + x), own, threshold) & lanesFrom<A>(first);
+        const A clipped = lanesFrom(first, clippedMask(load<A>(live + x), own, threshold));
         // Three neighbours in each lane; the fourth is at hand for greens alone.
         const SLimits<A> limits =
-            brighterLimits(own, select(greens, load<A>(around.above + x - 1), load<A>(around.above2 + x)),
-                           select(greens, load<A>(around.above + x + 1), load<A>(around.below2 + x)),
-                           select(greens, load<A>(around.below + x - 1), load<A>(row + x + 2)));
+            brighterLimits(own, choose(greens, load<A>(around.above + x - 1), load<A>(around.above2 + x)),
+                           choose(greens, load<A>(around.above + x + 1), load<A>(around.below2 + x)),
+                           choose(greens, load<A>(around.below + x - 1), load<A>(row + x + 2)));
         const A green = limits.Apply(load<A>(around.below + x + 1));
         // What is not clipped stays, whatever stands before it.
-        const auto ofLane = [&](A limit) { return select(clipped, select(greens, green, limit), own); };
+        const auto ofLane = [&](A limit) { return choose(clipped, choose(greens, green, limit), own); };
         const SLimits<A> fromStart = limitsFromStart<A>({ofLane(limits.floor), ofLane(limits.ceiling)});
         store(row + x, fromStart.Apply(repeatPair<A>(row + x - 2)));
     });
@@ -247,7 +250,7 @@ inline std::size_t repairMonoBlocks(const T* above, T* row, const T* below, cons
                                     std::size_t to, T threshold) {
     return forClipped(live, from, to, threshold, [=]<class A>(A, std::size_t x, std::size_t first) {
         const auto own = load<A>(row + x);
-        const A clipped = clippedMask(load<A>(live + x), own, threshold) & lanesFrom<A>(first);
+        const A clipped = lanesFrom(first, clippedMask(load<A>(live + x), own, threshold));
         const SLimits<A> limits =
             brighterLimits(own, load<A>(above + x - 1), load<A>(above + x + 1), load<A>(below + x - 1));
         store(row + x, select(clipped, limits.Apply(load<A>(below + x + 1)), own));

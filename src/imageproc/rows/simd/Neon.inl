@@ -64,6 +64,11 @@ VEK_INLINE A mulRound15(A a, A b) {
     return (A)vqrdmulhq_s16((int16x8_t)a, (int16x8_t)b);
 }
 
+template <class A>
+VEK_INLINE A choose(A mask, A a, A b) {
+    return (A)vbslq_u8((uint8x16_t)mask, (uint8x16_t)a, (uint8x16_t)b);
+}
+
 // ---- within 16 bytes ----
 
 template <std::size_t Unit, class A>

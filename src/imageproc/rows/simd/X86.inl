@@ -154,6 +154,18 @@ VEK_INLINE A mulRound15(A a, A b) {
     return mm::mulhrs_epi16(a, b);
 }
 
+/// select for lanes of mask that are all ones or 0, in an instruction of its own where there is one.
+template <class A>
+VEK_INLINE A choose(A mask, A a, A b) {
+    if constexpr (sizeof a == 64 || kPermutes) {
+        return select(mask, a, b);
+    } else if constexpr (sizeof a == 32) {
+        return (A)_mm256_blendv_epi8((__m256i)b, (__m256i)a, (__m256i)mask);
+    } else {
+        return (A)_mm_blendv_epi8((__m128i)b, (__m128i)a, (__m128i)mask);
+    }
+}
+
 /// Bit i: chosen(i), for a mask register; chosen: a function object without state.
 template <class A, class F>
 constexpr std::uint64_t maskBits() {
