@@ -230,7 +230,8 @@ protected:
         std::vector<std::uint16_t> lumaAbove(above.data(), above.data() + width);
         std::vector<std::uint16_t> lumaBelow(below.data(), below.data() + width);
         for (std::vector<std::uint16_t>* const sums : {&lumaAbove, &lumaBelow}) {
-            std::for_each(sums->begin(), sums->end(), [](std::uint16_t& sum) { sum %= 3 * 8191 + 1; });
+            std::for_each(sums->begin(), sums->end(),
+                          [](std::uint16_t& sum) { sum = static_cast<std::uint16_t>(sum % (3 * 8191 + 1)); });
         }
         const rows::SSharpening sharpening = settings.Sharpening(range);
         CGuardedBuffer<std::uint16_t> own(width, flush);
