@@ -49,6 +49,18 @@ void makeMap(const CVekTrgCamera& camera, const vek::rows::SRowTable& kernels, c
     }
 }
 
+/// Segments of the curves that the description asks for.
+void seekSegments(const CVekTrgCamera& camera, const VekChainDescription& given) {
+    const VekChainDescription description = vek::knownDescription(given);
+    auto& gamma = static_cast<vek::CGamma&>(camera.Gamma());
+    if ((description.stages & VEK_CHAIN_RAW_GAMMA) != 0) {
+        gamma.SeekRawSegments();
+    }
+    if ((description.stages & VEK_CHAIN_LUMA_GAMMA) != 0) {
+        gamma.SeekLumaSegments();
+    }
+}
+
 void tell(const std::string& reason, char* text, std::size_t size) {
     if (text != nullptr && size != 0) {
         const std::size_t length = std::min(reason.size(), size - 1);
@@ -115,6 +127,7 @@ int VekChain_Create(VekCam_Handle handle, const VekChainDescription* description
         vek::require(description != nullptr, "description: null");
         const vek::rows::SRowTable& kernels = vek::rows::bestTable();
         makeMap(*handle, kernels, *description);
+        seekSegments(*handle, *description);
         return vek::makePlan(kernels, stagesOf(*handle), *description, nullptr).release();
     });
 }

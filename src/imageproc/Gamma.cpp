@@ -6,6 +6,7 @@
 #include "common/PixelFormat.h"
 #include "common/Status.h"
 #include "imageproc/ColorSpace.h"
+#include "imageproc/CurveSegments.h"
 
 #include <algorithm>
 #include <cmath>
@@ -72,7 +73,55 @@ void expandTable(unsigned short gamma, short brightness, unsigned short contrast
     }
 }
 
+/// Even and odd columns of a row through their curves.
+template <class T>
+void lookUpRow(const rows::SRowTable& kernels, T* row, unsigned long width, const SGammaCurve& even,
+               const SGammaCurve& odd) {
+    if constexpr (sizeof(T) == 1) {
+        kernels.curves8.lookUp(row, width, even.Entries<T>(), odd.Entries<T>());
+    } else {
+        kernels.wordCurves.lookUp(row, width, even.Words(), odd.Words());
+    }
+}
+
 } // namespace
+
+rows::SToneCurve SGammaCurve::Words() const {
+    rows::SToneCurve curve = {};
+    curve.entries = words.data();
+    curve.shift = rows::SToneCurve::kStepShift;
+    curve.bySteps = true;
+    if (mState == ESegments::Found) {
+        curve.segments = &mSegments;
+        curve.exceptions = mExceptions;
+        std::copy(mException.begin(), mException.end(), curve.exception);
+    }
+    return curve;
+}
+
+void SGammaCurve::SeekSegments() {
+    if (mState != ESegments::NotSought) {
+        return;
+    }
+    rows::SToneCurve curve = Words();
+    fitSegments(curve, mSegments);
+    // With more exceptions than this, loads are faster in noise.
+    constexpr unsigned most = 4;
+    mState = curve.segments == nullptr || curve.exceptions > most ? ESegments::None : ESegments::Found;
+    mExceptions = curve.exceptions;
+    std::copy(curve.exception, curve.exception + mException.size(), mException.begin());
+}
+
+void SRawGammaStage::SeekSegments(const rows::SRowTable& kernels) {
+    if (on && kernels.segments) {
+        for (auto curve = curves.begin(); curve != curves.end(); ++curve) {
+            const auto like = std::find_if(curves.begin(), curve,
+                                           [&](const SGammaCurve& earlier) { return earlier.words == curve->words; });
+            *curve = *like;
+            curve->SeekSegments();
+        }
+    }
+}
 
 STraits SRawGammaStage::Traits(const SFrame& frame) const {
     if (frame.colorArray == VEK_COLOR_ARRAY_MONO || !on) {
@@ -84,14 +133,19 @@ STraits SRawGammaStage::Traits(const SFrame& frame) const {
 template <class T>
 void SRawGammaStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
     const PhaseSlots slots = phaseSlots(frame.colorArray);
-    const auto lookUp = rows::curveRows<T>(kernels).lookUp;
     forBandRows(frame, band, 1, [&](T* row, unsigned long y) {
         const auto [even, odd] = rowSlots(slots, y);
-        lookUp(row, frame.width, curves[even].Entries<T>(), curves[odd].Entries<T>());
+        lookUpRow(kernels, row, frame.width, curves[even], curves[odd]);
     });
 }
 template void SRawGammaStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned char>&) const;
 template void SRawGammaStage::Rows(const rows::SRowTable&, const SFrame&, const SBand<unsigned short>&) const;
+
+void SLumaGammaStage::SeekSegments(const rows::SRowTable& kernels) {
+    if (on && kernels.segments) {
+        curve.SeekSegments();
+    }
+}
 
 STraits SLumaGammaStage::Traits(const SFrame& frame) const {
     if (!on) {
@@ -104,13 +158,12 @@ template <class T>
 void SLumaGammaStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const SBand<T>& band) const {
     const unsigned samples = colorSamples(frame.pixelFormat);
     if (samples == 0) {
-        const auto lookUp = rows::curveRows<T>(kernels).lookUp;
-        const T* const entries = curve.Entries<T>();
-        forBandRows(frame, band, 1, [&](T* row, unsigned long) { lookUp(row, frame.width, entries, entries); });
+        forBandRows(frame, band, 1, [&](T* row, unsigned long) { lookUpRow(kernels, row, frame.width, curve, curve); });
         return;
     }
     const auto lumaCurve = rows::colorRows<T>(kernels).lumaCurve;
-    const rows::SLumaCurve levels = {curve.words.data(), bytesAreLevels ? curve.bytes.data() : nullptr};
+    const rows::SToneCurve words = curve.Words();
+    const rows::SLumaCurve levels = {curve.words.data(), bytesAreLevels ? curve.bytes.data() : nullptr, &words};
     const unsigned long step = stepOf(frame.pixelFormat);
     const unsigned maxValue = sizeof(T) == 1 ? kMaxValue8 : kMaxValue16;
     forBandRows(frame, band, samples,
@@ -134,6 +187,7 @@ SGammaCurve& CGamma::Curve(unsigned char channel) {
 void CGamma::Store(unsigned char channel, const SChannel& settings) {
     mChannels[channel] = settings;
     SGammaCurve& curve = Curve(channel);
+    curve.WordsChange();
     std::transform(curve.words.begin(), curve.words.begin() + curve.bytes.size(), curve.bytes.begin(),
                    [](unsigned short entry) { return static_cast<unsigned char>(entry); });
     if (channel == VEK_GAMMA_Y) {
@@ -249,6 +303,7 @@ unsigned long CGamma::ProcColorRawB(unsigned long width, unsigned long height, u
 
 unsigned long CGamma::ProcColorRawW(unsigned long width, unsigned long height, unsigned long pitch,
                                     unsigned short colorArray, unsigned short* image) {
+    SeekRawSegments();
     return ProcColorRaw(width, height, pitch, colorArray, image);
 }
 
@@ -259,6 +314,7 @@ unsigned long CGamma::ProcBGROrGrayB(unsigned long width, unsigned long height, 
 
 unsigned long CGamma::ProcBGROrGrayW(unsigned long width, unsigned long height, unsigned long pitch,
                                      unsigned long pixelFormat, unsigned short* image) {
+    SeekLumaSegments();
     return ProcBGROrGray(width, height, pitch, pixelFormat, image);
 }
 

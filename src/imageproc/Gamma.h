@@ -20,6 +20,20 @@ struct SGammaCurve {
     const T* Entries() const {
         return rows::forSample<T>(bytes, words).data();
     }
+
+    /// The words for kernels, which last as long as this: with segments where they were sought and found.
+    rows::SToneCurve Words() const;
+    /// Seeks segments of the words once; it takes about as long as to compute the words. They are lost with
+    /// WordsChange.
+    void SeekSegments();
+    void WordsChange() { mState = ESegments::NotSought; }
+
+private:
+    enum class ESegments : unsigned char { NotSought, Found, None };
+    ESegments mState = ESegments::NotSought;
+    unsigned char mExceptions = 0;
+    std::array<unsigned char, rows::SToneCurve::kMaxExceptions> mException{};
+    rows::SToneCurve::Segments mSegments{};
 };
 
 /// The curves of raw colours as a stage.
@@ -27,6 +41,8 @@ struct SRawGammaStage {
     std::array<SGammaCurve, kColorSlots> curves{};
     bool on = false; ///< one of the four is
 
+    /// What makes words fast: wanted before they are, but not needed.
+    void SeekSegments(const rows::SRowTable& kernels);
     STraits Traits(const SFrame& frame) const;
     /// frame: raw. Channels that are off limit samples to their own depth.
     template <class T>
@@ -39,6 +55,8 @@ struct SLumaGammaStage {
     bool bytesAreLevels = false; ///< the first entries fit bytes
     bool on = false;
 
+    /// As of raw colours.
+    void SeekSegments(const rows::SRowTable& kernels);
     STraits Traits(const SFrame& frame) const;
     /// frame: grey or colour. Colour of words is worked on in its own place alone.
     template <class T>
@@ -62,6 +80,10 @@ public:
                                  unsigned long pixelFormat, unsigned char* image) override;
     unsigned long ProcBGROrGrayW(unsigned long width, unsigned long height, unsigned long pitch,
                                  unsigned long pixelFormat, unsigned short* image) override;
+
+    /// For stages that work on words.
+    void SeekRawSegments() { mRaw.SeekSegments(mRows); }
+    void SeekLumaSegments() { mLuma.SeekSegments(mRows); }
 
     const SRawGammaStage& RawStage() const { return mRaw; }
     const SLumaGammaStage& LumaStage() const { return mLuma; }

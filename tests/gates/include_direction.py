@@ -25,8 +25,8 @@ ALLOWED = {
     "common": {"common"},
 }
 # Headers of imageproc that several modules may share: what they need of the camera, bands, Bayer rows, constant
-# tables, the row kernels.
-SHARED = re.compile(r"imageproc/(IRegionInfo|IDeliveredFrame|Band|BayerRows|ColorSpace)\.h|imageproc/rows/.*")
+# tables, segments of curves, the row kernels.
+SHARED = re.compile(r"imageproc/(IRegionInfo|IDeliveredFrame|Band|BayerRows|ColorSpace|CurveSegments)\.h|imageproc/rows/.*")
 ROW_SYSTEM_HEADERS = {"cstddef", "cstdint", "arm_neon.h", "immintrin.h"}
 PUBLIC = r"include/VekTrg(Api|Chain)\.h"
 LIBRARY_TEST = rf"tests/({'|'.join(ALLOWED)}|support)/.*|src/.*|sim/.*|{PUBLIC}"

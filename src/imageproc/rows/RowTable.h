@@ -164,6 +164,37 @@ struct SCurveRows {
     void (*lookUp)(T* row, std::size_t width, const T* even, const T* odd);
 };
 
+/// What samples become: the last entry is that of all samples beyond the table, too.
+struct SToneCurve {
+    static constexpr std::size_t kSegment = 64;
+    static constexpr std::size_t kMaxExceptions = 8;
+    static constexpr unsigned kStep = 512;
+    static constexpr unsigned kSteps = 8;
+    static constexpr int kStepShift = 6; ///< the shift of curves by steps
+    /// Entry i of a table of 4096 is base + ((slope + (bend x f >> 7)) x f >> 7) >> shift, by segment i / 64 and
+    /// f = i % 64; slopes count in 16 bits. The bend of an exception is odd, that of all others even.
+    struct alignas(64) Segments {
+        std::uint16_t base[64];
+        std::int16_t slope[64];
+        std::int16_t bend[64];
+    };
+
+    const std::uint16_t* entries; ///< 256 of bytes, 4096 of words
+    const std::uint8_t* low;      ///< low bytes of the entries: all there is to them where the result is bytes
+    const std::uint8_t* high;     ///< high bytes of the entries
+    const Segments* segments;     ///< null where too many segments are exceptions, and for bytes
+    unsigned shift;
+    bool bySteps;                           ///< bits 1 to 3 of a bend count steps, which are added to the result
+    std::uint8_t exceptions;                ///< segments that are not as above, rising
+    std::uint8_t exception[kMaxExceptions]; ///< their numbers
+};
+
+struct SWordCurveRows {
+    /// In place: words of even columns become their entry of even, those of odd ones that of odd, whose segments are
+    /// used where both have them. Curves by steps, of 4096 entries; low and high are not needed. Any width.
+    void (*lookUp)(std::uint16_t* row, std::size_t width, const SToneCurve& even, const SToneCurve& odd);
+};
+
 /// A table of words that arithmetic gives: samples first .. first + span become what their entry holds,
 ///
 ///   min((min(max(sample - offset, 0), limit) x scale x factor) >> 16, largest)
@@ -234,7 +265,8 @@ struct SChromaLimits {
 /// Levels by luma, 4096 entries.
 struct SLumaCurve {
     const std::uint16_t* levels;
-    const std::uint8_t* bytes; ///< the first 256, null where one of them is not a byte
+    const std::uint8_t* bytes;         ///< the first 256, null where one of them is not a byte
+    const SToneCurve* words = nullptr; ///< the levels as a curve by steps; null where there is none
 };
 
 /// Corrections of words by arithmetic, for m = min(difference - coring, last), 0 within the coring, and p = m x slope:
@@ -442,27 +474,6 @@ struct SLinearRows {
     void (*matrix)(std::uint16_t* row, std::size_t width, const SLinearMatrix& matrix);
 };
 
-/// What samples become: the last entry is that of all samples beyond the table, too.
-struct SToneCurve {
-    static constexpr std::size_t kSegment = 64;
-    static constexpr std::size_t kMaxExceptions = 8;
-    /// Entry i of a table of 4096 is base + ((slope + (bend x f >> 7)) x f >> 7) >> shift, by segment i / 64 and
-    /// f = i % 64; slopes count in 16 bits. The bend of an exception is odd, that of all others even.
-    struct alignas(64) Segments {
-        std::uint16_t base[64];
-        std::int16_t slope[64];
-        std::int16_t bend[64];
-    };
-
-    const std::uint16_t* entries; ///< 256 of bytes, 4096 of words
-    const std::uint8_t* low;      ///< low bytes of the entries: all there is to them where the result is bytes
-    const std::uint8_t* high;     ///< high bytes of the entries
-    const Segments* segments;     ///< null where too many segments are exceptions, and for bytes
-    unsigned shift;
-    std::uint8_t exceptions;                ///< segments that are not as above, rising
-    std::uint8_t exception[kMaxExceptions]; ///< their numbers
-};
-
 /// Curves of blue, green and red.
 struct SToneTables {
     SToneCurve curve[3];
@@ -566,11 +577,13 @@ struct SFusedRows {
 struct SRowTable {
     Isa isa;
     const char* name; ///< "scalar", "sse42", "avx2", "avx512", "neon"
+    bool segments;    ///< curves of words go by segments
     SDemosaicRows<std::uint8_t> demosaic8;
     SDemosaicRows<std::uint16_t> demosaic16;
     SSumRows sums;
     SCurveRows<std::uint8_t> curves8;
     SCurveRows<std::uint16_t> curves16;
+    SWordCurveRows wordCurves;
     SGainRows gains;
     SColorRows<std::uint8_t> colors8;
     SColorRows<std::uint16_t> colors16;

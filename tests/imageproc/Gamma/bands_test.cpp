@@ -6,8 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace vek::test {
 
@@ -91,6 +93,46 @@ TEST(GammaBands, StagesAreValues) {
     for (std::size_t slot = 0; slot < kColorSlots; ++slot) {
         EXPECT_EQ(raw.curves[slot].words, again.RawStage().curves[slot].words);
         EXPECT_EQ(raw.curves[slot].bytes, again.RawStage().curves[slot].bytes);
+    }
+}
+
+// Words follow every setting, whatever was worked out for the one before it.
+TEST(GammaBands, SettingAfterSetting) {
+    CGamma module(rows::bestTable());
+    CRandom random(6);
+    constexpr unsigned long width = 259;
+    constexpr unsigned long height = 4;
+    for (unsigned i = 0; i < 40; ++i) {
+        const auto bits = static_cast<unsigned short>(8 + 2 * random.Below(3));
+        std::vector<unsigned short> table(4096);
+        std::generate(table.begin(), table.end(), [&] { return static_cast<unsigned short>(random.Below(4096)); });
+        for (unsigned char channel = 0; channel < kChannels; ++channel) {
+            const unsigned char mode =
+                i % 5 == 4 ? static_cast<unsigned char>(VEK_GAMMA_TABLE) : static_cast<unsigned char>(random.Below(3));
+            const auto gamma = static_cast<unsigned short>(45 + random.Below(200));
+            ASSERT_EQ(module.SetMode(channel, mode, gamma, 0, i % 3 == 0 ? 20 : 0, table.data(), bits), 0U);
+        }
+        std::vector<unsigned short> image(width * height);
+        fillSamples(image.data(), image.size(), Pattern::Random, i % 2 == 0 ? 12 : 13, random);
+        std::vector<unsigned short> expected = image;
+        const SRawGammaStage raw = module.RawStage();
+        if (raw.on) {
+            for (std::size_t at = 0; at < expected.size(); ++at) {
+                const PhaseSlots slots = phaseSlots(VEK_COLOR_ARRAY_RGGB);
+                const auto [even, odd] = rowSlots(slots, at / width);
+                const auto& words = raw.curves[at % width % 2 == 0 ? even : odd].words;
+                expected[at] = words[std::min<std::size_t>(expected[at], 4095)];
+            }
+        }
+        ASSERT_EQ(module.ProcColorRawW(width, height, 2 * width, VEK_COLOR_ARRAY_RGGB, image.data()), 0U);
+        ASSERT_EQ(image, expected) << "setting " << i;
+        const SLumaGammaStage luma = module.LumaStage();
+        for (unsigned short& sample : expected) {
+            sample = luma.on ? luma.curve.words[std::min<std::size_t>(sample, 4095)] : sample;
+        }
+        // One row, since those of grey words are twice their length apart where nothing is said.
+        ASSERT_EQ(module.ProcBGROrGrayW(width * height, 1, 0, VEK_DESTINATION_MONO12, image.data()), 0U);
+        ASSERT_EQ(image, expected) << "setting " << i;
     }
 }
 

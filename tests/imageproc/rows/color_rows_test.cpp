@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every tier's rows of colour pixels and its unsharp mask against the scalar ones: same samples written, no others
 // touched, next to protected pages.
+#include "imageproc/CurveSegments.h"
 #include "imageproc/Sharpness.h"
 #include "imageproc/rows/TierTest.h"
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <vector>
 
 namespace vek::test {
@@ -317,6 +319,36 @@ TEST_P(ColorRows, EqualScalarForSamplesAboveTheRange) {
 }
 
 // One sample too large among usual ones, at every place of the blocks.
+/// Luma of words through curves that have segments, with and without exceptions.
+TEST_P(ColorRows, LumaCurvesWithSegments) {
+    const SSettings settings(2, 12);
+    for (const double exponent : {1.0, 0.45, 2.2}) {
+        std::vector<std::uint16_t> levels(rows::kCurveEntries<std::uint16_t>);
+        for (std::size_t i = 0; i < levels.size(); ++i) {
+            const double light = static_cast<double>(i) / 4095;
+            levels[i] = static_cast<std::uint16_t>(4095 * std::pow(light, exponent) + 0.5);
+        }
+        rows::SToneCurve words = {};
+        words.entries = levels.data();
+        words.shift = rows::SToneCurve::kStepShift;
+        words.bySteps = true;
+        rows::SToneCurve::Segments segments;
+        fitSegments(words, segments);
+        ASSERT_NE(words.segments, nullptr);
+        const rows::SLumaCurve curve = {levels.data(), nullptr, &words};
+        for (std::size_t width = 0; width <= 130; ++width) {
+            for (const std::size_t step : kSteps) {
+                for (const unsigned depth : {12U, 16U}) {
+                    Compare<std::uint16_t>("lumaCurve", width == 0 ? 0 : (width - 1) * step + 3, Pattern::Random, depth,
+                                           Flush::Right, width, [&](const rows::SRowTable& rows, std::uint16_t* row) {
+                                               rows.colors16.lumaCurve(row, width, step, settings.Luma(), curve, 4095);
+                                           });
+                }
+            }
+        }
+    }
+}
+
 TEST_P(ColorRows, EqualScalarForOneSampleAboveTheRange) {
     const SSettings settings(2, 12);
     constexpr std::size_t width = 140;

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every tier's lookups, scalar included, against lookups one sample at a time, next to protected pages.
+#include "imageproc/CurveSegments.h"
 #include "imageproc/rows/TierTest.h"
 
 #include <algorithm>
+#include <cmath>
+#include <string>
 #include <vector>
 
 namespace vek::test {
@@ -215,6 +218,119 @@ TEST_P(CurveRows, GainsOfWordsAtEveryAddress) {
             expected[offset + x] = (x % 2 == 0 ? even : odd).Of(expected[offset + x]);
         }
         Table().gains.words(row.data() + offset, 251, even.gain, odd.gain);
+        ASSERT_EQ(row, expected) << Table().name << " offset " << offset;
+    }
+}
+
+/// A curve by steps, with the segments that it has.
+struct SSteppedCurve {
+    std::vector<std::uint16_t> entries;
+    rows::SToneCurve::Segments segments{};
+    rows::SToneCurve curve{};
+
+    explicit SSteppedCurve(std::vector<std::uint16_t> of) : entries(std::move(of)) {
+        curve.entries = entries.data();
+        curve.shift = rows::SToneCurve::kStepShift;
+        curve.bySteps = true;
+        fitSegments(curve, segments);
+    }
+    SSteppedCurve(const SSteppedCurve&) = delete;
+    SSteppedCurve& operator=(const SSteppedCurve&) = delete;
+};
+
+template <class Level>
+std::vector<std::uint16_t> entriesBy(Level level) {
+    std::vector<std::uint16_t> entries(rows::kCurveEntries<std::uint16_t>);
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        entries[i] = static_cast<std::uint16_t>(level(static_cast<double>(i)));
+    }
+    return entries;
+}
+
+std::vector<std::uint16_t> powerEntries(double exponent) {
+    return entriesBy([=](double x) { return 4095 * std::pow(x / 4095, exponent) + 0.5; });
+}
+
+/// Curves of every kind; the number of the first that have no segments.
+constexpr std::size_t kWithSegments = 9;
+std::vector<std::vector<std::uint16_t>> kindsOfEntries() {
+    std::vector<std::uint16_t> reversed = powerEntries(0.45);
+    std::reverse(reversed.begin(), reversed.end());
+    std::vector<std::uint16_t> torn = powerEntries(1);
+    for (const std::size_t at : {0U, 700U, 4095U}) {
+        torn[at] = 65535;
+    }
+    std::vector<std::uint16_t> random(rows::kCurveEntries<std::uint16_t>);
+    CRandom numbers(11);
+    fillSamples(random.data(), random.size(), Pattern::Random, 12, numbers);
+    return {powerEntries(1),
+            powerEntries(0.45),
+            powerEntries(2.2),
+            entriesBy([](double x) { return std::clamp((x - 40) * 1.4, 0.0, 4095.0); }),
+            entriesBy([](double) { return 4095; }),
+            entriesBy([](double x) { return x < 1000 ? x : 255; }),
+            entriesBy([](double x) { return std::min(x, 1023.0); }),
+            reversed,
+            torn,
+            random,
+            entriesBy([](double) { return 40000; })};
+}
+
+TEST_P(CurveRows, SegmentsOfStepsGiveTheirEntries) {
+    const auto kinds = kindsOfEntries();
+    for (std::size_t kind = 0; kind < kinds.size(); ++kind) {
+        const SSteppedCurve curve(kinds[kind]);
+        ASSERT_EQ(curve.curve.segments != nullptr, kind < kWithSegments) << kind;
+    }
+}
+
+TEST_P(CurveRows, WordCurvesAreTheirEntries) {
+    const auto kinds = kindsOfEntries();
+    const std::size_t count = kinds.size();
+    const auto check = [&](const SSteppedCurve& even, const SSteppedCurve& odd, std::size_t width, Flush flush,
+                           unsigned depth, const std::string& name) {
+        CRandom random(width);
+        CGuardedBuffer<std::uint16_t> row(width, flush);
+        fillSamples(row.data(), width, Pattern::Random, depth, random);
+        std::vector<std::uint16_t> expected(row.data(), row.data() + width);
+        for (std::size_t x = 0; x < width; ++x) {
+            expected[x] = (x % 2 == 0 ? even : odd).entries[std::min<std::size_t>(expected[x], 4095)];
+        }
+        Table().wordCurves.lookUp(row.data(), width, even.curve, odd.curve);
+        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), row.data()))
+            << Table().name << ", " << name << ", width " << width << ", depth " << depth;
+        ASSERT_TRUE(row.CanaryIntact()) << Table().name << ", " << name << ", width " << width;
+    };
+    for (std::size_t i = 0; i < count; ++i) {
+        const SSteppedCurve even(kinds[i]);
+        const SSteppedCurve odd(kinds[(i + 1) % count]);
+        const std::string name = "curve " + std::to_string(i);
+        for (std::size_t width = 0; width <= 200; ++width) {
+            for (const Flush flush : kFlushes) {
+                check(even, odd, width, flush, width % 3 == 0 ? 16 : 12, name);
+                check(even, even, width, flush, width % 3 == 0 ? 16 : 12, name + " alone");
+            }
+        }
+        for (const unsigned depth : {8U, 12U, 13U}) {
+            check(even, odd, 2449, Flush::Right, depth, name);
+        }
+    }
+}
+
+TEST_P(CurveRows, WordCurvesOfEverySampleAtEveryAddress) {
+    const auto kinds = kindsOfEntries();
+    const SSteppedCurve even(kinds[1]);
+    const SSteppedCurve odd(kinds[2]);
+    for (std::size_t offset = 0; offset < 64; ++offset) {
+        std::vector<std::uint16_t> row(offset + 2 * 4100 + 7, 1);
+        for (std::size_t x = 0; x < 2 * 4100; ++x) {
+            row[offset + x] = static_cast<std::uint16_t>(x / 2);
+        }
+        std::vector<std::uint16_t> expected = row;
+        for (std::size_t x = 0; x < 2 * 4100; ++x) {
+            expected[offset + x] = (x % 2 == 0 ? even : odd).entries[std::min<std::size_t>(x / 2, 4095)];
+        }
+        Table().wordCurves.lookUp(row.data() + offset, 2 * 4100, even.curve, odd.curve);
         ASSERT_EQ(row, expected) << Table().name << " offset " << offset;
     }
 }

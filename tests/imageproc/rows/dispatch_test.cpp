@@ -92,6 +92,7 @@ std::vector<SKernel> kernelsOf(const SRowTable& table) {
     append(list, "sums.packed12", table.sums.packed12);
     append(list, "curves8.lookUp", table.curves8.lookUp);
     append(list, "curves16.lookUp", table.curves16.lookUp);
+    append(list, "wordCurves.lookUp", table.wordCurves.lookUp);
     append(list, "gains.bytes", table.gains.bytes);
     append(list, "gains.words", table.gains.words);
     appendColors(list, "colors8.", table.colors8);

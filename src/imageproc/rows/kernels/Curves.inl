@@ -9,6 +9,7 @@
 
 #include "imageproc/rows/RowTable.h"
 #include "imageproc/rows/kernels/Blocks.inl"
+#include "imageproc/rows/kernels/Segments.inl"
 #include "imageproc/rows/simd/ByteTable.inl"
 
 namespace vek::rows::VEK_ISA {
@@ -94,6 +95,59 @@ void lookUp(T* row, std::size_t width, const T* even, const T* odd) {
 template <class T>
 constexpr SCurveRows<T> curveTable() {
     return {.lookUp = lookUp<T>};
+}
+
+#if VEK_TONE_SEGMENTS
+
+/// Pairs of blocks from the first column on; the first and the last pair overlap others, as with changeBlocks, and
+/// begin at even columns. Returns the column behind them.
+inline std::size_t curvePairs(std::uint16_t* row, std::size_t width, const SToneLanes& even, const SToneLanes& odd) {
+    using A = SToneLanes::A;
+    constexpr std::size_t lanes = kLanes<A>;
+    const std::size_t count = width & ~std::size_t{1};
+    if (count < 2 * lanes) {
+        return 0;
+    }
+    const auto pair = [&](std::size_t x) { return tonePair({load<A>(row + x), load<A>(row + x + lanes)}, even, odd); };
+    const auto put = [=](std::size_t x, const STonePair& words) {
+        store(row + x, words.first);
+        store(row + x + lanes, words.second);
+    };
+    const std::size_t last = count - 2 * lanes;
+    const STonePair lastPair = pair(last);
+    const STonePair firstPair = pair(0);
+    for (std::size_t x = alignedColumn<A, 1>(row, 0); x < last; x += 2 * lanes) {
+        put(x, pair(x));
+    }
+    put(0, firstPair);
+    put(last, lastPair);
+    return count;
+}
+
+#endif
+
+inline void lookUpWords(std::uint16_t* row, std::size_t width, const SToneCurve& even, const SToneCurve& odd) {
+#if VEK_TONE_SEGMENTS
+    if (even.segments != nullptr && odd.segments != nullptr) {
+        std::size_t done = 0;
+        const SToneLanes evenLanes(even);
+        if (even.segments == odd.segments) {
+            using A = SToneLanes::A;
+            done = changeBlocksOf<A>(row, 0, width, [=, &evenLanes](A, std::size_t x) {
+                return toneBlock<true>(load<A>(row + x), evenLanes);
+            });
+        } else {
+            done = curvePairs(row, width, evenLanes, SToneLanes(odd));
+        }
+        lookUpSpan(row, done, width, even.entries, odd.entries);
+        return;
+    }
+#endif
+    lookUp(row, width, even.entries, odd.entries);
+}
+
+constexpr SWordCurveRows wordCurveTable() {
+    return {.lookUp = lookUpWords};
 }
 
 #if VEK_VECTOR_BYTES != 0

@@ -132,21 +132,49 @@ VEK_INLINE SColors<A> lumaCurveBlock(const SColors<A>& colors, const SByteTable&
 
 // ---- drivers: each works on whole blocks of a row and returns the column behind them ----
 
-/// Luma of count pixels, whole blocks.
-template <class T>
-inline void lumaBlocks(const T* pixels, T* lumaRow, std::size_t count) {
-    for (std::size_t x = 0; x < count; x += kLanes<WideV<T>>) {
-        prefetchPixels(pixels + 3 * x);
-        store(lumaRow + x, lumaBlock(load3<WideV<T>>(pixels + 3 * x)));
-    }
-}
-
 /// The curve as the lookup takes it; null where its levels are no bytes.
 inline const std::uint16_t* levelsOf(const SLumaCurve& curve, std::uint16_t) {
     return curve.levels;
 }
 inline const std::uint8_t* levelsOf(const SLumaCurve& curve, std::uint8_t) {
     return curve.bytes;
+}
+
+/// body(x, luma) for count pixels, whole blocks.
+template <class T, class Body>
+VEK_INLINE void forLumaBlocks(const T* pixels, std::size_t count, Body body) {
+    for (std::size_t x = 0; x < count; x += kLanes<WideV<T>>) {
+        prefetchPixels(pixels + 3 * x);
+        body(x, lumaBlock(load3<WideV<T>>(pixels + 3 * x)));
+    }
+}
+
+/// Luma of count pixels, whole blocks.
+template <class T>
+inline void lumaBlocks(const T* pixels, T* lumaRow, std::size_t count) {
+    forLumaBlocks(pixels, count, [=](std::size_t x, WideV<T> luma) { store(lumaRow + x, luma); });
+}
+
+/// The same, and what the curve makes of it.
+template <class T>
+inline void levelBlocks(const T* pixels, T* lumaRow, T* levelRow, std::size_t count,
+                        [[maybe_unused]] const SLumaCurve& curve) {
+#if VEK_TONE_SEGMENTS
+    if constexpr (sizeof(T) == 2) {
+        if (curve.words != nullptr && curve.words->segments != nullptr) {
+            const SToneLanes lanes(*curve.words);
+            forLumaBlocks(pixels, count, [=, &lanes](std::size_t x, WideV<T> luma) {
+                store(lumaRow + x, luma);
+                store(levelRow + x, toneBlock<true>(luma, lanes));
+            });
+            return;
+        }
+    }
+#endif
+    lumaBlocks(pixels, lumaRow, count);
+    __builtin_memcpy(levelRow, lumaRow, count * sizeof(T));
+    const T* const levels = levelsOf(curve, T{});
+    lookUp(levelRow, count, levels, levels);
 }
 
 /// Pixels are read once where a curve of bytes stands in registers and colours come apart by one permutation each.
@@ -187,9 +215,7 @@ inline std::size_t lumaCurveBlocks(T* row, std::size_t width, std::size_t step, 
     while (const std::size_t columns = anyColumns<T>(x, width)) {
         const std::size_t count = columns < kLanes<A> ? kLanes<A> : columns;
         T* const pixels = dense.Take(row + x * step, columns);
-        lumaBlocks(pixels, luma.at, count);
-        __builtin_memcpy(level.at, luma.at, count * sizeof(T));
-        lookUp(level.at, count, levels, levels);
+        levelBlocks(pixels, luma.at, level.at, count, curve);
         for (std::size_t i = 0; i < count; i += kLanes<A>) {
             changePixels(pixels + 3 * i, lumaChange(load<A>(luma.at + i), load<A>(level.at + i)), max);
         }

@@ -3,23 +3,17 @@
 //
 //   b0 g0 r0 b1 ...  ->  blue[b0] green[g0] red[r0] blue[b1] ...
 //
-// No neighbours. Tables of 256 bytes fit registers. Those of 4096 words do as 64 parabolas, where the registers hold 64
-// words three times for each colour:
-//
-//   sample   ssssss ffffff      base[s] + ((slope[s] + (bend[s] x f >> 7)) x f >> 7) >> shift; what none fits is an
-//                               exception, and looked up
-//
-// Elsewhere samples are looked up one by one.
+// No neighbours. Tables of 256 bytes fit registers. Those of 4096 words do as 64 parabolas
+// (Segments.inl), where the registers hold them. Elsewhere samples are looked up one by one.
 #pragma once
 
 #include "imageproc/rows/RowTable.h"
 #include "imageproc/rows/kernels/DensePixels.inl"
+#include "imageproc/rows/kernels/Segments.inl"
 #include "imageproc/rows/simd/ByteTable.inl"
 
 namespace vek::rows::VEK_ISA {
 namespace {
-
-constexpr std::uint16_t kLastTone = 4095;
 
 template <class In>
 inline In heldTone(In sample) {
@@ -67,67 +61,8 @@ VEK_INLINE SColors<A> toneBlock(const SColors<A>& colors, const SByteTable (&tab
 }
 #endif
 
-#if defined(__AVX512VBMI__)
+#if VEK_TONE_SEGMENTS
 
-#define VEK_TONE_SEGMENTS 1
-
-/// A curve's segments in registers.
-struct SToneLanes {
-    using A = V<std::uint16_t, 64>;
-    A base[2];
-    A slope[2];
-    A bend[2];
-    const SToneCurve* curve;
-
-    VEK_INLINE explicit SToneLanes(const SToneCurve& of)
-        : base{load<A>(of.segments->base), load<A>(of.segments->base + 32)}, slope{load<A>(of.segments->slope),
-                                                                                   load<A>(of.segments->slope + 32)},
-          bend{load<A>(of.segments->bend), load<A>(of.segments->bend + 32)}, curve(&of) {}
-};
-
-/// Words to levels in 16 bits, of which the curve's shift leaves the result; in the lanes of bend that are odd they are
-/// not. held: samples of 12 bits, with as many bits of a fraction behind them that does not count.
-struct SToneSteps {
-    SToneLanes::A level;
-    SToneLanes::A bend;
-};
-template <int Fraction>
-VEK_INLINE SToneSteps toneSteps(SToneLanes::A held, const SToneLanes& lanes) {
-    using A = SToneLanes::A;
-    using Signed = Like<std::int16_t, A>;
-    const A segment = held >> (6 + Fraction);
-    const auto along = (Signed)(held << (9 - Fraction) & 0x7E00);
-    const A bend = permute2(lanes.bend[0], lanes.bend[1], segment);
-    const A slope = permute2(lanes.slope[0], lanes.slope[1], segment) + (A)mulHigh((Signed)bend, along);
-    const A rise = (A)mulHigh((Signed)slope, along);
-    return {permute2(lanes.base[0], lanes.base[1], segment) + rise, bend};
-}
-/// What the exceptions' entries make of a block: they are moved up by Up bits.
-template <int Fraction, int Up>
-VEK_INLINE SToneLanes::A withExceptions(SToneLanes::A result, SToneLanes::A held, const SToneCurve& curve) {
-    using A = SToneLanes::A;
-    const A sample = held >> Fraction;
-    const A segment = sample >> 6;
-    for (std::size_t i = 0; i < curve.exceptions; ++i) {
-        const std::uint16_t exception = curve.exception[i];
-        const auto excepted = (A)(segment == exception);
-        if (any(excepted)) {
-            const std::uint16_t* const entries = curve.entries + exception * SToneCurve::kSegment;
-            // The low six bits of an index count.
-            result = select(excepted, permute2(load<A>(entries), load<A>(entries + 32), sample) << Up, result);
-        }
-    }
-    return result;
-}
-
-/// Words to words.
-VEK_INLINE SToneLanes::A toneBlock(SToneLanes::A samples, const SToneLanes& lanes) {
-    using A = SToneLanes::A;
-    const A held = smaller(samples, all<A>(kLastTone));
-    const SToneSteps steps = toneSteps<0>(held, lanes);
-    const A result = steps.level >> static_cast<int>(lanes.curve->shift);
-    return any((A)(steps.bend & 1)) ? withExceptions<0, 0>(result, held, *lanes.curve) : result;
-}
 /// Words of 12 bits and a fraction to bytes, which are the high ones of words; below them stands anything.
 template <int Fraction>
 VEK_INLINE SColors<SToneLanes::A> toneHighBytes(const SColors<SToneLanes::A>& colors, const SToneLanes& blue,
@@ -175,8 +110,6 @@ VEK_INLINE Like<std::uint16_t, A> joinBytes(A low, A high) {
         low, high, constant<A>([](std::size_t i) { return Half * (kLanes<A> / 2) + i / 2 + i % 2 * kLanes<A>; }));
 }
 
-#else
-#define VEK_TONE_SEGMENTS 0
 #endif
 
 // ---- drivers: each returns the column behind what it did ----

@@ -29,11 +29,13 @@ extern const SRowTable kTable;
 const SRowTable kTable = {
     .isa = VEK_ISA_ENUM,
     .name = VEK_ISA_NAME,
+    .segments = VEK_TONE_SEGMENTS != 0,
     .demosaic8 = demosaicTable<std::uint8_t>(),
     .demosaic16 = demosaicTable<std::uint16_t>(),
     .sums = sumTable(),
     .curves8 = curveTable<std::uint8_t>(),
     .curves16 = curveTable<std::uint16_t>(),
+    .wordCurves = wordCurveTable(),
     .gains = gainTable(),
     .colors8 = colorTable<std::uint8_t>(),
     .colors16 = colorTable<std::uint16_t>(),
