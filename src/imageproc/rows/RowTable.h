@@ -298,7 +298,7 @@ struct SCorrectionSegments {
     std::uint16_t last;
     std::uint16_t slope;
     std::uint16_t whole;
-    unsigned bits; ///< 1 .. 8
+    unsigned bits;  ///< 1 .. 8
     unsigned shift; ///< 1 .. 8
     std::uint8_t turn[kSegments];
     std::uint8_t rest[kSegments];
