@@ -3,7 +3,6 @@
 
 #include "client/Errors.h"
 #include "client/files/Descriptor.h"
-#include "client/names/Names.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -41,14 +40,9 @@ std::string bytesComplaint(const std::string& path) {
                : std::string();
 }
 
-std::string pictureComplaint(const std::string& path) {
-    const std::string extension = std::filesystem::path(path).extension().string();
+bool isDeviceOrPipe(const std::string& path) {
     const mode_t type = typeOf(path);
-    const bool named = extension.size() > 1 && type != S_IFCHR && type != S_IFIFO;
-    if (named && !isName(extension, ".png")) {
-        return fmt::format("\"{}\": pictures are written as PNG: a name that ends in .png is needed", path);
-    }
-    return bytesComplaint(path);
+    return type == S_IFCHR || type == S_IFIFO;
 }
 
 void makeDirectory(const std::string& path) {

@@ -9,9 +9,8 @@ namespace vek::client {
 /// Empty where nothing does.
 std::string bytesComplaint(const std::string& path);
 
-/// The same of a picture: a name that promises another kind of file than PNG, too. Devices and pipes, and names without
-/// an extension, promise nothing.
-std::string pictureComplaint(const std::string& path);
+/// Whether a device or a pipe lies at a path.
+bool isDeviceOrPipe(const std::string& path);
 
 /// Makes a directory and those above it, where they are missing. Throws CFailure.
 void makeDirectory(const std::string& path);

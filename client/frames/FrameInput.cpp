@@ -91,7 +91,8 @@ void refuseOtherKind(const std::string& name, std::span<const std::uint8_t> begi
 struct SFramePlace {
     std::string name;     ///< of the file, for messages
     std::uint64_t offset; ///< of the first frame
-    std::uint64_t size;   ///< of a frame
+    std::uint64_t size;   ///< from one frame to the next
+    std::uint64_t bytes;  ///< of a frame, without the padding behind its last row
     std::uint64_t frame;
 
     /// Of the frame, counted from the first one. Numbers beyond every file end near 2^62.
@@ -99,8 +100,17 @@ struct SFramePlace {
         constexpr std::uint64_t kFarAway = std::uint64_t{1} << 62;
         return frame < kFarAway / size ? frame * size : kFarAway;
     }
-    std::uint64_t HeldIn(std::uint64_t present) const { return present > offset ? (present - offset) / size : 0; }
-    std::uint64_t RestOf(std::uint64_t present) const { return present > offset ? (present - offset) % size : 0; }
+    std::uint64_t HeldIn(std::uint64_t present) const {
+        const std::uint64_t behind = BehindOffset(present);
+        return behind < bytes ? 0 : (behind - bytes) / size + 1;
+    }
+    std::uint64_t RestOf(std::uint64_t present) const {
+        const std::uint64_t behind = BehindOffset(present);
+        return behind - std::min(behind, HeldIn(present) * size);
+    }
+
+private:
+    std::uint64_t BehindOffset(std::uint64_t present) const { return present > offset ? present - offset : 0; }
 };
 
 /// "3 frames", "1 frame and 5 bytes more".
@@ -122,7 +132,7 @@ std::string contentText(const SFramePlace& place, std::uint64_t present) {
                                    contentText(place, present)));
     }
     throw CFailure(fmt::format("{}: too short: {} bytes needed, {} there", place.name,
-                               place.offset + place.Start() + place.size, present));
+                               place.offset + place.Start() + place.bytes, present));
 }
 
 using Warn = std::function<void(std::string)>;
@@ -187,8 +197,8 @@ std::vector<std::uint8_t> readRegular(int fd, const SFramePlace& place, const SF
     const std::uint64_t start = place.offset + place.Start();
     seek(fd, place.name, position + static_cast<off_t>(start));
     data.clear();
-    appendPiece(fd, place.name, data, static_cast<std::size_t>(place.size));
-    if (data.size() < place.size) {
+    appendPiece(fd, place.name, data, static_cast<std::size_t>(place.bytes));
+    if (data.size() < place.bytes) {
         throwTooShort(place, start + data.size());
     }
     return data;
@@ -210,16 +220,16 @@ void skipTo(int fd, const SFramePlace& place, std::uint64_t from, std::uint64_t 
 std::vector<std::uint8_t> readStream(int fd, const SFramePlace& place, const SFrameChoice& choice) {
     skipTo(fd, place, 0, place.offset);
     std::vector<std::uint8_t> data;
-    appendPiece(fd, place.name, data, static_cast<std::size_t>(std::min<std::uint64_t>(kHeadBytes, place.size)));
+    appendPiece(fd, place.name, data, static_cast<std::size_t>(std::min<std::uint64_t>(kHeadBytes, place.bytes)));
     refuseOtherKind(place.name, data, choice);
     const std::uint64_t start = place.offset + place.Start();
     if (place.frame > 0) {
         skipTo(fd, place, place.offset + data.size(), start);
         data.clear();
     }
-    while (data.size() < place.size) {
+    while (data.size() < place.bytes) {
         const std::size_t before = data.size();
-        appendPiece(fd, place.name, data, pieceOf(place.size - before));
+        appendPiece(fd, place.name, data, pieceOf(place.bytes - before));
         if (data.size() == before) {
             throwTooShort(place, start + before);
         }
@@ -247,13 +257,40 @@ void warnOfWords(const std::string& name, std::span<const std::uint8_t> bytes, c
     }
 }
 
+/// Throws CMisfit.
+void checkRows(const SFrameChoice& choice, const STransferFormat& format, std::uint32_t width) {
+    if (choice.pitch != 0 && choice.pitch < format.RowBytes(width)) {
+        throw CMisfit(fmt::format("<src-stride> {} is less than a row, {} bytes of format {}", choice.pitch,
+                                  format.RowBytes(width), format.name));
+    }
+    if (choice.bigEndian && format.layout != ELayout::Words) {
+        throw CMisfit(fmt::format("<byte-order> needs samples in words: format {} has none", format.name));
+    }
+}
+
+/// Moves the rows together and turns words round.
+void straighten(std::vector<std::uint8_t>& bytes, std::uint64_t pitch, std::uint64_t rowBytes, std::uint32_t height,
+                bool bigEndian) {
+    for (std::uint64_t y = 1; y < height && pitch != rowBytes; ++y) {
+        const auto row = bytes.begin() + static_cast<std::ptrdiff_t>(y * pitch);
+        std::copy_n(row, rowBytes, bytes.begin() + static_cast<std::ptrdiff_t>(y * rowBytes));
+    }
+    bytes.resize(rowBytes * height);
+    for (std::size_t i = 0; i < bytes.size() && bigEndian; i += 2) {
+        std::swap(bytes[i], bytes[i + 1]);
+    }
+}
+
 } // namespace
 
 std::vector<std::uint8_t> readFrame(const SFrameChoice& choice, const STransferFormat& format, std::uint32_t width,
                                     std::uint32_t height, const Warn& warn) {
+    checkRows(choice, format, width);
     const bool fromInput = choice.path == "-";
-    const SFramePlace place = {fromInput ? "standard input" : choice.path, choice.offset,
-                               frameBytes(format, width, height), choice.frame.value_or(0)};
+    const std::uint64_t rowBytes = format.RowBytes(width);
+    const std::uint64_t pitch = choice.pitch != 0 ? choice.pitch : rowBytes;
+    const SFramePlace place = {fromInput ? "standard input" : choice.path, choice.offset, pitch * height,
+                               pitch * (height - 1) + rowBytes, choice.frame.value_or(0)};
     const CDescriptor file(fromInput ? -1 : open(choice.path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!fromInput && !file.IsOpen()) {
         throw CFailure(fmt::format("{}: cannot open: {}", place.name, systemMessage(errno)));
@@ -262,6 +299,7 @@ std::vector<std::uint8_t> readFrame(const SFrameChoice& choice, const STransferF
     struct stat status {};
     const bool regular = fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
     std::vector<std::uint8_t> bytes = regular ? readRegular(fd, place, choice, warn) : readStream(fd, place, choice);
+    straighten(bytes, pitch, rowBytes, height, choice.bigEndian);
     warnOfWords(place.name, bytes, format, warn);
     return bytes;
 }

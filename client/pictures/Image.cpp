@@ -27,4 +27,16 @@ SImage scaledToDepth(SImage image, unsigned short depth) {
     return image;
 }
 
+void packSamples(const std::uint16_t* samples, std::size_t count, unsigned depth, std::uint8_t* bytes) {
+    if (depth == 8) {
+        std::transform(samples, samples + count, bytes,
+                       [](std::uint16_t sample) { return static_cast<std::uint8_t>(sample); });
+        return;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        bytes[2 * i] = static_cast<std::uint8_t>(samples[i] >> 8);
+        bytes[2 * i + 1] = static_cast<std::uint8_t>(samples[i] & 0xFF);
+    }
+}
+
 } // namespace vek::client

@@ -27,4 +27,7 @@ constexpr std::uint16_t maxSample(unsigned depth) {
 /// maps onto the whole range (0x0ABC at 12 bits is 0xABCA at 16).
 SImage scaledToDepth(SImage image, unsigned short depth);
 
+/// Samples as most picture files have them: the sample itself at depth 8, high byte first at 16.
+void packSamples(const std::uint16_t* samples, std::size_t count, unsigned depth, std::uint8_t* bytes);
+
 } // namespace vek::client

@@ -2,6 +2,9 @@
 #include "client/pictures/PngOutput.h"
 
 #include "client/Errors.h"
+#ifdef VEKCAM_ISAL
+#include "client/pictures/PngBands.h"
+#endif
 
 #include <fmt/format.h>
 #include <png.h>
@@ -30,18 +33,6 @@ void onWriteError(png_structp png, png_const_charp message) {
 
 void onWriteWarning(png_structp, png_const_charp) {
     // Warnings are about chunks that this writer does not make.
-}
-
-/// libpng wants bytes: the sample itself at 8 bits, high byte first at 16.
-void packRow(const std::uint16_t* samples, std::size_t count, bool words, std::uint8_t* bytes) {
-    for (std::size_t i = 0; i < count; ++i) {
-        if (words) {
-            bytes[2 * i] = static_cast<std::uint8_t>(samples[i] >> 8);
-            bytes[2 * i + 1] = static_cast<std::uint8_t>(samples[i] & 0xFF);
-        } else {
-            bytes[i] = static_cast<std::uint8_t>(samples[i]);
-        }
-    }
 }
 
 struct SPngWriter {
@@ -76,11 +67,12 @@ bool encode(SPngWriter& writer, std::FILE* file, const SImage& image, bool displ
     if (displayCurve) {
         png_set_sRGB(writer.png, writer.info, PNG_sRGB_INTENT_PERCEPTUAL);
     }
-    // Noise of the sensor hardly compresses; higher levels only take time.
-    png_set_compression_level(writer.png, 3);
+    // Noise of the sensor hardly compresses; higher levels only take time, and so does a choice of filters.
+    png_set_compression_level(writer.png, 1);
+    png_set_filter(writer.png, PNG_FILTER_TYPE_BASE, PNG_FILTER_UP);
     png_write_info(writer.png, writer.info);
     for (std::size_t y = 0; y < image.height; ++y) {
-        packRow(image.samples.data() + y * image.RowSamples(), image.RowSamples(), image.depth == 16, row);
+        packSamples(image.samples.data() + y * image.RowSamples(), image.RowSamples(), image.depth, row);
         png_write_row(writer.png, row);
     }
     png_write_end(writer.png, nullptr);
@@ -89,13 +81,13 @@ bool encode(SPngWriter& writer, std::FILE* file, const SImage& image, bool displ
 
 } // namespace
 
-void writePng(COutputFile& file, const SImage& image, bool displayCurve) {
+void writePngByLibpng(COutputFile& file, const SImage& image, const SPictureOptions& options) {
     SPngError error;
     bool done = false;
     try {
         std::vector<std::uint8_t> row(image.RowSamples() * (image.depth / 8));
         SPngWriter writer;
-        done = encode(writer, file.Stream(), image, displayCurve, row.data());
+        done = encode(writer, file.Stream(), image, options.displayCurve, row.data());
         error = writer.error;
     } catch (const std::bad_alloc&) {
         error = {"not enough memory", 0};
@@ -106,9 +98,19 @@ void writePng(COutputFile& file, const SImage& image, bool displayCurve) {
     }
 }
 
-void writePng(const std::string& path, const SImage& image, bool displayCurve) {
+void writePng(COutputFile& file, const SImage& image, const SPictureOptions& options) {
+#ifdef VEKCAM_ISAL
+    for (const std::vector<std::uint8_t>& piece : pngInBands(image, options)) {
+        file.Write(piece);
+    }
+#else
+    writePngByLibpng(file, image, options);
+#endif
+}
+
+void writePng(const std::string& path, const SImage& image, const SPictureOptions& options) {
     COutputFiles files;
-    writePng(files.Open(path), image, displayCurve);
+    writePng(files.Open(path), image, options);
     files.Publish();
 }
 

@@ -173,7 +173,7 @@ void writeCalibration(COutputFile& mean, COutputFile& description, const SCalibr
     json["frames"] = calibration.frames;
     json["exposureClocks"] = calibration.exposureClocks;
     json["gain"] = calibration.gain;
-    writePng(mean, calibration.mean, false);
+    writePng(mean, calibration.mean, {});
     description.Write(jsonText(json));
 }
 

@@ -16,11 +16,6 @@ namespace vek::client {
 
 namespace {
 
-/// What the demosaicing makes of the frame.
-bool isGray(const SConversion& conversion) {
-    return conversion.colorArray == VEK_COLOR_ARRAY_MONO || conversion.method == VEK_DEMOSAIC_MONO;
-}
-
 /// The bicubic method gives deeper frames nothing above 255.
 bool isBicubic(const SConversion& conversion) {
     return isBayer(conversion.colorArray) && conversion.method == VEK_DEMOSAIC_BICUBIC;
@@ -96,6 +91,10 @@ std::span<const std::uint8_t> samplesOf(const SRawFrame& frame) {
 }
 
 } // namespace
+
+bool isGray(const SConversion& conversion) {
+    return conversion.colorArray == VEK_COLOR_ARRAY_MONO || conversion.method == VEK_DEMOSAIC_MONO;
+}
 
 void checkMethod(const SConversion& conversion) {
     const std::uint32_t smallest = smallestSide(conversion.colorArray, conversion.method);

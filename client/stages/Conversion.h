@@ -37,6 +37,9 @@ void checkMethod(const SConversion& conversion);
 /// a "depth" that stages or method do not have.
 void complete(SConversion& conversion);
 
+/// Whether the picture is grey.
+bool isGray(const SConversion& conversion);
+
 /// Bits of the samples that are demosaiced. conversion: completed.
 unsigned short workingDepth(const SConversion& conversion);
 

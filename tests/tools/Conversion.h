@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "PngFile.h"
 #include "Program.h"
 #include "support/Files.h"
+#include "support/PngFile.h"
 
 namespace vek::test {
 

@@ -304,6 +304,60 @@ TEST_F(Convert, EdgeMethodFollowsAnEdge) {
     EXPECT_EQ(Converted({1, 2, 3}, sized(3, 1, {"-f", "mono8", "-m", "edge"})).samples, (Samples{1, 2, 3}));
 }
 
+// ---- kinds of pictures ----
+
+TEST_F(Convert, TheEndOfTheNameDecidesOnTheKind) {
+    const std::string input = Write("in.raw", {10, 20, 30, 40});
+    const auto written = [&](const std::string& name, const Arguments& more) {
+        expectDone(runVekcam(joined({{"convert", input, "-o", Path(name)}, sized(2, 2, more)})));
+        return Content(name);
+    };
+    const Arguments colors = {"-f", "raw8", "-a", "rggb", "-m", "none"};
+    EXPECT_EQ(written("a.ppm", colors), std::string("P6\n2 2\n255\n\x0A\0\0\0\x14\0\0\x1E\0\0\0\x28", 23));
+    EXPECT_EQ(written("a.PGM", {"-f", "mono8"}), "P5\n2 2\n255\n\x0A\x14\x1E\x28");
+    EXPECT_EQ(written("a.ppm", {"-f", "mono8"}), "P6\n2 2\n255\n\n\n\n\x14\x14\x14\x1E\x1E\x1E\x28\x28\x28");
+    EXPECT_EQ(written("a.pnm", {"-f", "mono8", "--bits-out", "16"}),
+              "P5\n2 2\n65535\n\x0A\x0A\x14\x14\x1E\x1E\x28\x28");
+    EXPECT_TRUE(written("a.tif", colors).starts_with(std::string("II*\0", 4)));
+    EXPECT_TRUE(written("a.jpg", colors).starts_with("\xFF\xD8\xFF"));
+    EXPECT_LT(written("b.jpeg", joined({colors, {"--quality", "1"}})).size(), Content("a.jpg").size());
+    EXPECT_TRUE(written("a.PNG", colors).starts_with("\x89PNG"));
+    EXPECT_TRUE(written("a", colors).starts_with("\x89PNG"));
+}
+
+TEST_F(Convert, JpegOfDeepFramesHasEightBitsUnlessOthersAreAskedFor) {
+    const std::string input = Write("in.raw", littleEndian({0, 4095, 2048, 1024}));
+    const Arguments arguments = joined({{"convert", input, "-o", Path("a.jpg")}, sized(2, 2, {"-f", "mono12"})});
+    expectDone(runVekcam(arguments));
+    std::filesystem::remove(Path("a.jpg"));
+    expectRefused(runVekcam(joined({arguments, {"--bits-out", "16"}})), 2, "JPEG pictures have 8 bits at most, not 16");
+    EXPECT_FALSE(std::filesystem::exists(Path("a.jpg")));
+}
+
+// ---- rows with padding, and words of the other byte order ----
+
+TEST_F(Convert, RowsWithPadding) {
+    const std::vector<std::uint8_t> raw = {9, 1, 2, 99, 99, 3, 4, 99, 99, 5, 6, 99, 99, 7, 8, 99, 99};
+    const Arguments padded = sized(2, 2, {"-f", "mono8", "--src-offset", "1", "--src-stride", "4", "--frame"});
+    EXPECT_EQ(Converted(raw, joined({padded, {"0"}})).samples, (Samples{1, 2, 3, 4}));
+    EXPECT_EQ(Converted(raw, joined({padded, {"1"}})).samples, (Samples{5, 6, 7, 8}));
+    // The padding of the last row may be missing.
+    const std::vector<std::uint8_t> tight(raw.begin(), raw.end() - 2);
+    EXPECT_EQ(Converted(tight, joined({padded, {"1"}})).samples, (Samples{5, 6, 7, 8}));
+    const std::string input = Write("short.raw", {raw.begin(), raw.end() - 3});
+    expectRefused(runVekcam(joined({{"convert", input, "-o", Path("out.png")}, padded, {"1"}})), 1, "too short");
+    EXPECT_EQ(runVekcam(joined({{"convert", "-", "-o", "-"}, padded, {"1"}}), {.in = tight}).exitCode, 0);
+}
+
+TEST_F(Convert, WordsOfEitherByteOrder) {
+    const std::vector<std::uint8_t> big = {0x0A, 0xBC, 0x01, 0x23, 0xEE, 0x0F, 0xFF, 0x00, 0x10};
+    const Arguments words = sized(2, 2, {"-f", "mono12", "--src-stride", "5"});
+    EXPECT_EQ(Converted(big, joined({words, {"--byte-order", "big"}})).samples,
+              (Samples{0xABCA, 0x1231, 0xFFFF, 0x0100}));
+    EXPECT_EQ(Converted({0xBC, 0x0A}, sized(1, 1, {"-f", "mono12", "--byte-order", "little"})).samples,
+              (Samples{0xABCA}));
+}
+
 TEST_F(Convert, ThreadsChangeNothing) {
     std::vector<std::uint8_t> raw(70 * 300);
     for (std::size_t i = 0; i < raw.size(); ++i) {

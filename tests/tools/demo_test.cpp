@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "PngFile.h"
 #include "Program.h"
 #include "formats/DemosaicMethods.h"
 #include "support/Files.h"
+#include "support/PngFile.h"
 
 #include "sim/CameraModel.h"
 #include "sim/Scene.h"

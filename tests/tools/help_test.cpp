@@ -38,7 +38,7 @@ INSTANTIATE_TEST_SUITE_P(
         SHelp{{"info", "--help"}, {"--help", "--device", "--sim", "--json", "/dev/video0", "global-1m"}},
         SHelp{{"measure", "--help"},
               {"IN", "--width", "--height", "--format", "--colour-array", "--region", "--sim", "--json", "--src-offset",
-               "--frame", "--force", "raw12p"}},
+               "--src-stride", "--byte-order", "--frame", "--force", "raw12p"}},
         SHelp{{"alc", "--help"}, {"--sim",        "--device",   "--mode",     "--once",         "--target",
                                   "--frames",     "--region",   "--light",    "--light-steps",  "--start-exposure",
                                   "--start-gain", "--min-gain", "--max-gain", "--min-exposure", "--max-exposure",
@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(
                "--hue",         "--saturation", "--suppress-high", "--suppress-low", "--gamma",      "--brightness",
                "--contrast",    "--sharpness",  "8 bits deep",     "--noise",        "--dark",       "--shading",
                "--settings"}},
-        SHelp{{"convert", "-h"}, {"--force"}}));
+        SHelp{{"convert", "-h"}, {"--force", "--src-stride", "--byte-order", "--quality", ".tiff", ".pnm"}}));
 
 TEST(Version, NamesProgramAndLibrary) {
     const SResult result = runVekcam({"--version"});

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What becomes of files that the program writes, or was about to write.
-#include "PngFile.h"
 #include "Program.h"
 #include "support/Files.h"
+#include "support/PngFile.h"
 
 #include <fcntl.h>
 #include <sys/mount.h>
@@ -99,6 +99,9 @@ INSTANTIATE_TEST_SUITE_P(
     Commands, FailedWrite,
     ::testing::Values(
         SWriter{{"convert", "$in.raw", "-W", "100", "-H", "100", "-f", "mono8", "-o", "$out.png"}, {"out.png"}, 5000},
+        SWriter{{"convert", "$in.raw", "-W", "100", "-H", "100", "-f", "mono8", "-o", "$out.tif"}, {"out.tif"}, 5000},
+        SWriter{{"convert", "$in.raw", "-W", "100", "-H", "100", "-f", "mono8", "-o", "$out.jpg"}, {"out.jpg"}, 2000},
+        SWriter{{"convert", "$in.raw", "-W", "100", "-H", "100", "-f", "mono8", "-o", "$out.pgm"}, {"out.pgm"}, 5000},
         SWriter{{"settings", "save", "$settings"}, {"settings"}, 100},
         SWriter{{"alc", "--frames", "3", "--width", "64", "--height", "64", "--csv", "$steps"}, {"steps"}, 100},
         SWriter{{"calibrate", "flat", "--no-noise", "--width", "64", "--height", "64", "-o", "$flat.png", "--raw",

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Commands on a device: the simulated camera, preloaded, stands behind a path.
-#include "PngFile.h"
 #include "Program.h"
 #include "support/Files.h"
+#include "support/PngFile.h"
 
 #include "sim/SimulatedDriver.h"
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "client/files/OutputPath.h"
-#include "client/pictures/PngOutput.h"
+#include "client/pictures/PictureOutput.h"
 #include "client/stages/Conversion.h"
 
 #include "tools/commands/Commands.h"
@@ -26,6 +25,7 @@ struct SConvertArguments {
     std::optional<std::string> black; ///< as typed: what it may be depends on the format
     std::optional<std::string> white;
     std::string settings;
+    std::optional<int> quality;
     SConversion conversion;
 };
 
@@ -53,7 +53,16 @@ const SConversion& checked(SConvertArguments& arguments) {
     checkMethod(conversion);
     conversion.black = checkedLevel("--black", arguments.black, *conversion.format);
     conversion.white = checkedLevel("--white", arguments.white, *conversion.format);
+    const SPictureFormat& picture = *pictureFormat(arguments.output);
+    if (arguments.quality && picture.name != "JPEG") {
+        throw CBadArguments(
+            fmt::format("--quality is of JPEG pictures: {} is a {} picture", arguments.output, picture.name));
+    }
+    if (conversion.bitsOut == 0 && picture.mostBits == 8) {
+        conversion.bitsOut = 8;
+    }
     complete(conversion);
+    checkPicture(arguments.output, conversion.width, conversion.height, isGray(conversion) ? 1 : 3, conversion.bitsOut);
     return conversion;
 }
 
@@ -80,14 +89,18 @@ void convert(SConvertArguments& arguments) {
         readChosenFrame(arguments.input, *conversion.format, conversion.width, conversion.height);
     const SImage picture = CConverter(library, conversion).Picture(bytes);
     COutputFiles files(filesRead(arguments));
-    writePng(files.Open(arguments.output), picture, conversion.display);
+    SPictureOptions options;
+    options.displayCurve = conversion.display;
+    options.quality = arguments.quality.value_or(options.quality);
+    options.threads = conversion.threads;
+    writePicture(files.Open(arguments.output), *pictureFormat(arguments.output), picture, options);
     files.Publish();
 }
 
 } // namespace
 
 void addConvertCommand(CLI::App& app) {
-    CLI::App* const command = app.add_subcommand("convert", "Turn a raw frame of a file into a PNG picture");
+    CLI::App* const command = app.add_subcommand("convert", "Turn a raw frame of a file into a picture");
     const auto arguments = std::make_shared<SConvertArguments>();
     SConversion& conversion = arguments->conversion;
     conversion.threads = usualThreads();
@@ -108,7 +121,9 @@ void addConvertCommand(CLI::App& app) {
         ->check(isCodeOf(demosaicMethods()));
     command
         ->add_option("-o,--output", arguments->output,
-                     "PNG file to write; - writes standard output unless that is a terminal")
+                     wrapped(fmt::format("Picture to write, of the kind that its name ends in: {}; PNG without an "
+                                         "ending. - writes standard output unless that is a terminal",
+                                         pictureEndings())))
         ->type_name("FILE")
         ->check(isOutput(pictureComplaint))
         ->required();
@@ -120,13 +135,14 @@ void addConvertCommand(CLI::App& app) {
         ->transform(oneOf({8, 12, 16}));
     command
         ->add_option("--bits-out", conversion.bitsOut,
-                     "Bits of a sample in the PNG file; by default 8 for frames demosaiced at 8 bits and\n"
-                     "with --display, else 16. Samples are scaled to the whole range")
+                     "Bits of a sample in the picture; by default 8 for frames demosaiced at 8 bits, with\n"
+                     "--display and in JPEG files, else 16. Samples are scaled to the whole range")
         ->transform(oneOf({8, 16}));
+    command->add_option("--quality", arguments->quality, "Of JPEG pictures, 95 by default")->transform(range(1, 100));
     command
         ->add_option("--threads", conversion.threads,
-                     "Threads that develop the frame, by default as many as the machine runs at once, up\n"
-                     "to 8; the picture is the same")
+                     "Threads that develop the frame and compress PNG, by default as many as the machine\n"
+                     "runs at once, up to 8; the picture is the same")
         ->transform(range(1, kMostThreads));
     addFrameChoice(*command, arguments->input, nullptr);
     CLI::Option* const display =

@@ -135,7 +135,8 @@ private:
 
     void Write(const std::string& file, const SImage& image, unsigned short depth, const std::string& explanation) {
         const std::string path = PathOf(file);
-        writePng(path, renderForDisplay(image, Levels(mLook, image.depth), mLook.gains, depth), true);
+        writePng(path, renderForDisplay(image, Levels(mLook, image.depth), mLook.gains, depth),
+                 {.displayCurve = true, .threads = usualThreads()});
         mPictures.push_back({path, explanation});
     }
 
@@ -197,7 +198,7 @@ private:
 
     void WriteTruth() {
         const std::string path = PathOf("truth.png");
-        writePng(path, scaledToDepth(trueColors(*mDriver, mArguments.setup), 16), false);
+        writePng(path, scaledToDepth(trueColors(*mDriver, mArguments.setup), 16), {.threads = usualThreads()});
         mTruth = fmt::format("\nThe chart's true colours in the sensor's samples, linear, 16 bits:\n  {}\n", path);
     }
 

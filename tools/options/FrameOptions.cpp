@@ -132,10 +132,23 @@ CLI::Option* addFrameFile(CLI::App& command, SFrameChoice& choice) {
 void addFrameChoice(CLI::App& command, SFrameChoice& choice, CLI::Option* excluded) {
     // With offsets up to 2^60 and the largest frame, no sum of these leaves 64 bits.
     constexpr std::uint64_t kMaxFrame = 1'000'000'000;
+    constexpr std::uint64_t kMaxPitch = std::uint64_t{1} << 30;
     constexpr std::uint64_t kMaxOffset = std::uint64_t{1} << 60;
     CLI::Option* const options[] = {
         command.add_option("--src-offset", choice.offset, "Bytes in front of the first frame, 0 by default")
             ->transform(range(0, kMaxOffset)),
+        command
+            .add_option("--src-stride", choice.pitch,
+                        "Bytes from row to row, without padding by default; the padding counts as part of\n"
+                        "a frame, but may be missing behind the last row of the file")
+            ->transform(range(1, kMaxPitch)),
+        command
+            .add_option_function<std::string>(
+                "--byte-order", [&choice](const std::string& order) { choice.bigEndian = order == "big"; },
+                "Of words: little, the default, or big, the high byte first")
+            ->type_name("little|big")
+            ->check(isText([](std::string_view text) { return text == "little" || text == "big"; },
+                           "is neither little nor big")),
         command.add_option("--frame", choice.frame, "Which frame of the file, counted from 0, which is the default")
             ->transform(range(0, kMaxFrame)),
         command

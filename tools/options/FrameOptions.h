@@ -34,7 +34,8 @@ CLI::Option* addColorArray(CLI::App& command, std::string& colorArray, const std
 /// The code of a name that the option takes; nothing for an empty one.
 std::optional<unsigned> colorArrayGiven(const std::string& colorArray);
 
-/// Adds IN, --src-offset, --frame and --force. excluded: an option that the last three do not go with, or null.
+/// Adds IN, and --src-offset, --src-stride, --byte-order, --frame and --force. excluded: an option that these five do
+/// not go with, or null.
 CLI::Option* addFrameFile(CLI::App& command, client::SFrameChoice& choice);
 void addFrameChoice(CLI::App& command, client::SFrameChoice& choice, CLI::Option* excluded);
 

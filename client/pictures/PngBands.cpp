@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "client/pictures/PngBands.h"
+
+#include "client/files/TemporaryFile.h"
+
+#include <isa-l/crc.h>
+#include <isa-l/igzip_lib.h>
+#include <tbb/enumerable_thread_specific.h>
+#include <tbb/info.h>
+#include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <memory>
+#include <string_view>
+
+namespace vek::client {
+
+namespace {
+
+constexpr std::uint32_t kAdlerOfNothing = 1;
+
+void append32(std::vector<std::uint8_t>& bytes, std::uint32_t value) {
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        bytes.push_back(static_cast<std::uint8_t>(value >> shift));
+    }
+}
+
+/// A chunk begins with its length, which is known at its end.
+std::vector<std::uint8_t> begunChunk(std::string_view type) {
+    std::vector<std::uint8_t> chunk(4);
+    chunk.insert(chunk.end(), type.begin(), type.end());
+    return chunk;
+}
+
+std::vector<std::uint8_t> endedChunk(std::vector<std::uint8_t> chunk) {
+    std::vector<std::uint8_t> length;
+    append32(length, static_cast<std::uint32_t>(chunk.size() - 8));
+    std::copy(length.begin(), length.end(), chunk.begin());
+    append32(chunk, crc32_gzip_refl(0, chunk.data() + 4, chunk.size() - 4));
+    return chunk;
+}
+
+std::vector<std::uint8_t> headOf(const SImage& image, bool displayCurve) {
+    std::vector<std::uint8_t> chunk = begunChunk("IHDR");
+    append32(chunk, image.width);
+    append32(chunk, image.height);
+    constexpr std::uint8_t kGray = 0;
+    constexpr std::uint8_t kRgb = 2;
+    // Deflate, filters by row, no interlacing.
+    chunk.insert(chunk.end(), {static_cast<std::uint8_t>(image.depth), image.channels == 1 ? kGray : kRgb, 0, 0, 0});
+    chunk = endedChunk(std::move(chunk));
+    std::vector<std::uint8_t> head = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    head.insert(head.end(), chunk.begin(), chunk.end());
+    if (displayCurve) {
+        chunk = begunChunk("sRGB");
+        chunk.push_back(0); // perceptual
+        chunk = endedChunk(std::move(chunk));
+        head.insert(head.end(), chunk.begin(), chunk.end());
+    }
+    return head;
+}
+
+/// What ends the file. adler: of all filtered rows.
+std::vector<std::uint8_t> tailWith(std::uint32_t adler) {
+    std::vector<std::uint8_t> chunk = begunChunk("IDAT");
+    chunk.insert(chunk.end(), {3, 0}); // a last block without content
+    append32(chunk, adler);
+    std::vector<std::uint8_t> tail = endedChunk(std::move(chunk));
+    chunk = endedChunk(begunChunk("IEND"));
+    tail.insert(tail.end(), chunk.begin(), chunk.end());
+    return tail;
+}
+
+/// The differences of a row from the one above, behind the filter's number.
+void filterRow(const std::uint16_t* row, const std::uint16_t* above, std::size_t count, unsigned depth,
+               std::uint8_t* bytes) {
+    constexpr std::uint8_t kUp = 2;
+    *bytes++ = kUp;
+    if (depth == 8) {
+        for (std::size_t i = 0; i < count; ++i) {
+            bytes[i] = static_cast<std::uint8_t>(row[i] - above[i]);
+        }
+        return;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        bytes[2 * i] = static_cast<std::uint8_t>((row[i] >> 8) - (above[i] >> 8));
+        bytes[2 * i + 1] = static_cast<std::uint8_t>(row[i] - above[i]);
+    }
+}
+
+/// Rows of an image that become one chunk.
+struct SBand {
+    std::uint32_t first = 0;
+    std::uint32_t rows = 0;
+    std::vector<std::uint8_t> chunk;
+    std::size_t bytes = 0; ///< of the filtered rows
+    std::uint32_t adler = kAdlerOfNothing;
+};
+
+/// Compresses bands, one after the other.
+class CBandCompressor {
+public:
+    CBandCompressor() : mStream(std::make_unique_for_overwrite<isal_zstream>()), mLevelBuffer(ISAL_DEF_LVL1_DEFAULT) {}
+
+    void Compress(const SImage& image, SBand& band) {
+        const std::size_t count = image.RowSamples();
+        const std::size_t rowBytes = 1 + count * (image.depth / 8);
+        band.bytes = rowBytes * band.rows;
+        mFiltered.resize(std::max(mFiltered.size(), band.bytes));
+        if (band.first == 0) {
+            mNothing.assign(count, 0);
+        }
+        for (std::uint32_t y = 0; y < band.rows; ++y) {
+            const std::uint16_t* const row = image.samples.data() + (band.first + y) * count;
+            filterRow(row, band.first + y == 0 ? mNothing.data() : row - count, count, image.depth,
+                      mFiltered.data() + y * rowBytes);
+        }
+        band.adler = isal_adler32(kAdlerOfNothing, mFiltered.data(), band.bytes);
+        band.chunk = begunChunk("IDAT");
+        if (band.first == 0) {
+            band.chunk.insert(band.chunk.end(), {0x78, 0x01}); // zlib: deflate, 32 KB of window, fastest
+        }
+        Deflate(band);
+        band.chunk = endedChunk(std::move(band.chunk));
+    }
+
+private:
+    /// Appends the filtered rows as blocks of their own that end at a byte and are not the last ones.
+    void Deflate(SBand& band) {
+        constexpr std::size_t kSmallest = 4096;
+        isal_zstream& stream = *mStream;
+        isal_deflate_init(&stream);
+        stream.level = 1;
+        stream.level_buf = mLevelBuffer.data();
+        stream.level_buf_size = static_cast<std::uint32_t>(mLevelBuffer.size());
+        stream.flush = FULL_FLUSH;
+        stream.next_in = mFiltered.data();
+        stream.avail_in = static_cast<std::uint32_t>(band.bytes);
+        const std::size_t begin = band.chunk.size();
+        std::size_t room = std::max(kSmallest, band.bytes * 3 / 4);
+        do {
+            band.chunk.resize(begin + stream.total_out + room);
+            stream.next_out = band.chunk.data() + begin + stream.total_out;
+            stream.avail_out = static_cast<std::uint32_t>(room);
+            isal_deflate(&stream); // only wrong settings fail
+            room = std::max(kSmallest, band.bytes / 4);
+        } while (stream.avail_out == 0);
+        band.chunk.resize(begin + stream.total_out);
+    }
+
+    std::unique_ptr<isal_zstream> mStream;
+    std::vector<std::uint8_t> mLevelBuffer;
+    std::vector<std::uint8_t> mFiltered;
+    std::vector<std::uint16_t> mNothing; ///< above the first row
+};
+
+} // namespace
+
+std::vector<std::vector<std::uint8_t>> pngInBands(const SImage& image, const SPictureOptions& options,
+                                                  std::size_t bandBytes) {
+    const std::size_t rowBytes = 1 + image.RowSamples() * (image.depth / 8);
+    const auto rows = static_cast<std::uint32_t>(std::clamp<std::size_t>(bandBytes / rowBytes, 1, image.height));
+    std::vector<SBand> bands((image.height + rows - 1) / rows);
+    for (std::size_t i = 0; i < bands.size(); ++i) {
+        bands[i].first = static_cast<std::uint32_t>(i) * rows;
+        bands[i].rows = std::min(rows, image.height - bands[i].first);
+    }
+    if (options.threads > 1 && bands.size() > 1) {
+        // Signals go to the thread that has the files: new threads hold back what this one does.
+        const CSignalsBlocked blocked;
+        tbb::enumerable_thread_specific<CBandCompressor> compressors;
+        // oneTBB has no more threads than the machine runs at once, and says so on standard error where they are asked.
+        const int threads = std::min(static_cast<int>(options.threads), tbb::info::default_concurrency());
+        tbb::task_arena(threads).execute([&] {
+            tbb::parallel_for(std::size_t{0}, bands.size(),
+                              [&](std::size_t i) { compressors.local().Compress(image, bands[i]); });
+        });
+    } else {
+        CBandCompressor compressor;
+        for (SBand& band : bands) {
+            compressor.Compress(image, band);
+        }
+    }
+    std::vector<std::vector<std::uint8_t>> pieces = {headOf(image, options.displayCurve)};
+    std::uint32_t adler = kAdlerOfNothing;
+    for (SBand& band : bands) {
+        adler = static_cast<std::uint32_t>(adler32_combine(adler, band.adler, static_cast<z_off_t>(band.bytes)));
+        pieces.push_back(std::move(band.chunk));
+    }
+    pieces.push_back(tailWith(adler));
+    return pieces;
+}
+
+} // namespace vek::client
