@@ -27,23 +27,25 @@ void append32(std::vector<std::uint8_t>& bytes, std::uint32_t value) {
     }
 }
 
+using Bytes = std::vector<std::uint8_t>;
+
 /// A chunk begins with its length, which is known at its end.
-std::vector<std::uint8_t> begunChunk(std::string_view type) {
-    std::vector<std::uint8_t> chunk(4);
-    chunk.insert(chunk.end(), type.begin(), type.end());
+Bytes begunChunk(const char (&type)[5]) {
+    Bytes chunk(8);
+    std::copy_n(type, 4, chunk.begin() + 4);
     return chunk;
 }
 
-std::vector<std::uint8_t> endedChunk(std::vector<std::uint8_t> chunk) {
-    std::vector<std::uint8_t> length;
+Bytes endedChunk(Bytes chunk) {
+    Bytes length;
     append32(length, static_cast<std::uint32_t>(chunk.size() - 8));
     std::copy(length.begin(), length.end(), chunk.begin());
     append32(chunk, crc32_gzip_refl(0, chunk.data() + 4, chunk.size() - 4));
     return chunk;
 }
 
-std::vector<std::uint8_t> headOf(const SImage& image, bool displayCurve) {
-    std::vector<std::uint8_t> chunk = begunChunk("IHDR");
+Bytes headOf(const SImage& image, bool displayCurve) {
+    Bytes chunk = begunChunk("IHDR");
     append32(chunk, image.width);
     append32(chunk, image.height);
     constexpr std::uint8_t kGray = 0;
@@ -51,7 +53,7 @@ std::vector<std::uint8_t> headOf(const SImage& image, bool displayCurve) {
     // Deflate, filters by row, no interlacing.
     chunk.insert(chunk.end(), {static_cast<std::uint8_t>(image.depth), image.channels == 1 ? kGray : kRgb, 0, 0, 0});
     chunk = endedChunk(std::move(chunk));
-    std::vector<std::uint8_t> head = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    Bytes head = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
     head.insert(head.end(), chunk.begin(), chunk.end());
     if (displayCurve) {
         chunk = begunChunk("sRGB");
@@ -63,11 +65,11 @@ std::vector<std::uint8_t> headOf(const SImage& image, bool displayCurve) {
 }
 
 /// What ends the file. adler: of all filtered rows.
-std::vector<std::uint8_t> tailWith(std::uint32_t adler) {
-    std::vector<std::uint8_t> chunk = begunChunk("IDAT");
+Bytes tailWith(std::uint32_t adler) {
+    Bytes chunk = begunChunk("IDAT");
     chunk.insert(chunk.end(), {3, 0}); // a last block without content
     append32(chunk, adler);
-    std::vector<std::uint8_t> tail = endedChunk(std::move(chunk));
+    Bytes tail = endedChunk(std::move(chunk));
     chunk = endedChunk(begunChunk("IEND"));
     tail.insert(tail.end(), chunk.begin(), chunk.end());
     return tail;
@@ -94,7 +96,7 @@ void filterRow(const std::uint16_t* row, const std::uint16_t* above, std::size_t
 struct SBand {
     std::uint32_t first = 0;
     std::uint32_t rows = 0;
-    std::vector<std::uint8_t> chunk;
+    Bytes chunk;
     std::size_t bytes = 0; ///< of the filtered rows
     std::uint32_t adler = kAdlerOfNothing;
 };
@@ -151,8 +153,8 @@ private:
     }
 
     std::unique_ptr<isal_zstream> mStream;
-    std::vector<std::uint8_t> mLevelBuffer;
-    std::vector<std::uint8_t> mFiltered;
+    Bytes mLevelBuffer;
+    Bytes mFiltered;
     std::vector<std::uint16_t> mNothing; ///< above the first row
 };
 

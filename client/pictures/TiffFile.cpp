@@ -27,8 +27,11 @@ int keepComplaint(TIFF*, void* complaint, const char*, const char* format, va_li
     return 1;
 }
 
-int passOver(TIFF*, void*, const char*, const char*, va_list) {
-    return 1; // warnings are about tags that nobody asks for
+/// Most warnings are about tags that nobody asks for. Tags that cannot be read, and strips that do not hold their rows,
+/// are told as warnings, too.
+int keepReadErrors(TIFF* tiff, void* complaint, const char* module, const char* format, va_list arguments) {
+    const bool counts = std::strstr(format, "IO error") != nullptr || std::strstr(format, "Bogus") != nullptr;
+    return counts ? keepComplaint(tiff, complaint, module, format, arguments) : 1;
 }
 
 int map(thandle_t, void**, toff_t*) {
@@ -46,7 +49,7 @@ CTiffOptions::CTiffOptions(std::string& complaint) : mOptions(TIFFOpenOptionsAll
         throw std::bad_alloc();
     }
     TIFFOpenOptionsSetErrorHandlerExtR(mOptions.get(), keepComplaint, &complaint);
-    TIFFOpenOptionsSetWarningHandlerExtR(mOptions.get(), passOver, nullptr);
+    TIFFOpenOptionsSetWarningHandlerExtR(mOptions.get(), keepReadErrors, &complaint);
 }
 
 CTiffWriter::CTiffWriter(const std::string& name) : mName(name) {

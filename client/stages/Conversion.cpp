@@ -90,7 +90,43 @@ std::span<const std::uint8_t> samplesOf(const SRawFrame& frame) {
         frame.samples);
 }
 
+/// A chain that takes frames of all formats to samples of a depth.
+CChainRun unpackingOf(const CLibraryHandle& library, const STransferFormat& format, std::uint32_t width,
+                      std::uint32_t height, unsigned short colorArray, unsigned short depth, unsigned threads) {
+    SChainDescription description(format.code, width, height, colorArray, VEK_CHAIN_MONO);
+    description.picture.depth = depth;
+    description.chain.demosaic = VEK_DEMOSAIC_MONO;
+    std::string reason;
+    std::optional<CChainRun> run = CChainRun::Make(library.Get(), description, threads, reason);
+    if (!run) {
+        throw CFailure(fmt::format("the library does not unpack the frame: {}", reason));
+    }
+    return std::move(*run);
+}
+
+bool isPacked(const STransferFormat& format) {
+    return format.layout != ELayout::Bytes && format.layout != ELayout::Words;
+}
+
+/// The bytes of a picture of samples, which are those of a format of them.
+std::span<const std::uint8_t> unpackedBytes(const SPictureView& picture) {
+    const std::size_t bytes = frameBytes(*transferFormat(samplesFormat(picture.depth)), picture.width, picture.height);
+    return {static_cast<const std::uint8_t*>(picture.samples), bytes};
+}
+
 } // namespace
+
+STransferredFrame unpackedFrame(const CLibraryHandle& library, STransferredFrame frame, unsigned threads) {
+    const STransferFormat& format = *frame.format;
+    if (isPacked(format)) {
+        CChainRun run =
+            unpackingOf(library, format, frame.width, frame.height, frame.colorArray, format.depth, threads);
+        const std::span<const std::uint8_t> bytes = unpackedBytes(run.Develop(frame.bytes));
+        frame.bytes.assign(bytes.begin(), bytes.end());
+        frame.format = transferFormat(samplesFormat(format.depth));
+    }
+    return frame;
+}
 
 bool isGray(const SConversion& conversion) {
     return conversion.colorArray == VEK_COLOR_ARRAY_MONO || conversion.method == VEK_DEMOSAIC_MONO;
@@ -144,22 +180,9 @@ CConverter::CConverter(const CLibraryHandle& library, const SConversion& convers
     if (developer == EDeveloper::Chain || edge || working > kColorsDepth) {
         MakeChain();
     }
-    const bool isPacked = format.layout != ELayout::Bytes && format.layout != ELayout::Words;
-    if (isPacked && (!mDirect || !mChain)) {
-        MakeUnpacking();
-    }
-}
-
-/// Frames of all formats become samples of the depth at which they are corrected.
-void CConverter::MakeUnpacking() {
-    SChainDescription description(mConversion.format->code, mConversion.width, mConversion.height,
-                                  mConversion.colorArray, VEK_CHAIN_MONO);
-    description.picture.depth = mSampleDepth;
-    description.chain.demosaic = VEK_DEMOSAIC_MONO;
-    std::string reason;
-    mUnpacking = CChainRun::Make(mLibrary.Get(), description, mConversion.threads, reason);
-    if (!mUnpacking) {
-        throw CFailure(fmt::format("the library does not unpack the frame: {}", reason));
+    if (isPacked(format) && (!mDirect || !mChain)) {
+        mUnpacking = unpackingOf(library, format, conversion.width, conversion.height, conversion.colorArray,
+                                 mSampleDepth, conversion.threads);
     }
 }
 
@@ -198,11 +221,9 @@ SRawFrame CConverter::Samples(std::span<const std::uint8_t> bytes) {
     if (!mUnpacking) {
         return rawFrame(bytes, format, width, height, mConversion.colorArray, mSampleDepth);
     }
-    // Unpacked, its rows are those of a format of samples.
-    const SPictureView picture = mUnpacking->Develop(bytes);
-    const STransferFormat& samples = *transferFormat(samplesFormat(mSampleDepth));
-    const std::span unpacked(static_cast<const std::uint8_t*>(picture.samples), frameBytes(samples, width, height));
-    return rawFrame(unpacked, samples, width, height, mConversion.colorArray, mSampleDepth);
+    const std::span<const std::uint8_t> unpacked = unpackedBytes(mUnpacking->Develop(bytes));
+    return rawFrame(unpacked, *transferFormat(samplesFormat(mSampleDepth)), width, height, mConversion.colorArray,
+                    mSampleDepth);
 }
 
 SImage CConverter::FromRaw(std::span<const std::uint8_t> bytes) {

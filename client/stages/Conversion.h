@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "client/frames/Measurement.h"
 #include "client/stages/ChainRun.h"
 #include "client/stages/Corrections.h"
 #include "client/stages/LibraryHandle.h"
@@ -43,6 +44,10 @@ bool isGray(const SConversion& conversion);
 /// Bits of the samples that are demosaiced. conversion: completed.
 unsigned short workingDepth(const SConversion& conversion);
 
+/// A raw or mono frame with its samples in bytes or words, otherwise untouched; packed ones are unpacked by a chain.
+/// Throws CFailure when the library refuses.
+STransferredFrame unpackedFrame(const CLibraryHandle& library, STransferredFrame frame, unsigned threads);
+
 /// What makes the pictures of raw frames.
 enum class EDeveloper {
     Chain,     ///< a chain where the library takes it, else its functions one after the other
@@ -70,7 +75,6 @@ private:
     SImage FromRaw(std::span<const std::uint8_t> bytes);
     SRawFrame Samples(std::span<const std::uint8_t> bytes);
     void RunPictureStages(SImage& image) const;
-    void MakeUnpacking();
     void MakeChain();
 
     const CLibraryHandle& mLibrary;

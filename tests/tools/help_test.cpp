@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(
                "--hue",         "--saturation", "--suppress-high", "--suppress-low", "--gamma",      "--brightness",
                "--contrast",    "--sharpness",  "8 bits deep",     "--noise",        "--dark",       "--shading",
                "--settings"}},
-        SHelp{{"convert", "-h"}, {"--force", "--src-stride", "--byte-order", "--quality", ".tiff", ".pnm"}}));
+        SHelp{{"convert", "-h"}, {"--force", "--src-stride", "--byte-order", "--quality", ".tiff", ".pnm", ".dng"}}));
 
 TEST(Version, NamesProgramAndLibrary) {
     const SResult result = runVekcam({"--version"});

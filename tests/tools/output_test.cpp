@@ -102,6 +102,7 @@ INSTANTIATE_TEST_SUITE_P(
         SWriter{{"convert", "$in.raw", "-W", "100", "-H", "100", "-f", "mono8", "-o", "$out.tif"}, {"out.tif"}, 5000},
         SWriter{{"convert", "$in.raw", "-W", "100", "-H", "100", "-f", "mono8", "-o", "$out.jpg"}, {"out.jpg"}, 2000},
         SWriter{{"convert", "$in.raw", "-W", "100", "-H", "100", "-f", "mono8", "-o", "$out.pgm"}, {"out.pgm"}, 5000},
+        SWriter{{"convert", "$in.raw", "-W", "100", "-H", "100", "-f", "mono8", "-o", "$out.dng"}, {"out.dng"}, 5000},
         SWriter{{"settings", "save", "$settings"}, {"settings"}, 100},
         SWriter{{"alc", "--frames", "3", "--width", "64", "--height", "64", "--csv", "$steps"}, {"steps"}, 100},
         SWriter{{"calibrate", "flat", "--no-noise", "--width", "64", "--height", "64", "-o", "$flat.png", "--raw",

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "client/files/OutputPath.h"
+#include "client/frames/Dng.h"
+#include "client/frames/DngOutput.h"
 #include "client/pictures/PictureOutput.h"
 #include "client/stages/Conversion.h"
 
@@ -9,14 +12,19 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cmath>
+#include <iterator>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace vek::tools {
 
 namespace {
 
 struct SConvertArguments {
+    const CLI::App* command = nullptr;
     SFrameChoice input;
     std::string output;
     std::string format;
@@ -44,26 +52,48 @@ std::optional<unsigned> checkedLevel(const char* option, const std::optional<std
     return level;
 }
 
-/// What the arguments mean once they are known to fit together.
-const SConversion& checked(SConvertArguments& arguments) {
+/// Throws CBadArguments unless the frame of a raw file is told.
+void requireForm(const SConvertArguments& arguments) {
+    if (arguments.conversion.width == 0 || arguments.conversion.height == 0 || arguments.format.empty()) {
+        throw CBadArguments("--width, --height and --format are required unless IN is a DNG file");
+    }
+}
+
+/// The format and colour array of the input. dng: of a DNG file, else null.
+void takeForm(SConvertArguments& arguments, const STransferredFrame* dng) {
     SConversion& conversion = arguments.conversion;
+    if (dng != nullptr) {
+        conversion.format = dng->format;
+        conversion.width = dng->width;
+        conversion.height = dng->height;
+        conversion.colorArray = dng->colorArray;
+        return;
+    }
+    requireForm(arguments);
     conversion.format = findChainFormat(arguments.format);
     conversion.colorArray = frameColorArray(*conversion.format, colorArrayGiven(arguments.colorArray));
+}
+
+/// Completes what the arguments mean once they are known to fit together. The form was taken.
+void check(SConvertArguments& arguments) {
+    SConversion& conversion = arguments.conversion;
     conversion.method = static_cast<unsigned char>(*findCode(demosaicMethods(), arguments.method));
     checkMethod(conversion);
-    conversion.black = checkedLevel("--black", arguments.black, *conversion.format);
-    conversion.white = checkedLevel("--white", arguments.white, *conversion.format);
     const SPictureFormat& picture = *pictureFormat(arguments.output);
     if (arguments.quality && picture.name != "JPEG") {
         throw CBadArguments(
             fmt::format("--quality is of JPEG pictures: {} is a {} picture", arguments.output, picture.name));
+    }
+    for (const char* const option : {"--black", "--white"}) {
+        if (arguments.command->count(option) > 0 && !conversion.display) {
+            throw CBadArguments(fmt::format("{} requires --display or a DNG file as output", option));
+        }
     }
     if (conversion.bitsOut == 0 && picture.mostBits == 8) {
         conversion.bitsOut = 8;
     }
     complete(conversion);
     checkPicture(arguments.output, conversion.width, conversion.height, isGray(conversion) ? 1 : 3, conversion.bitsOut);
-    return conversion;
 }
 
 SFileStages fileStages(const CLibraryHandle& library, const std::string& path) {
@@ -81,36 +111,112 @@ std::vector<std::string> filesRead(const SConvertArguments& arguments) {
     return inputs;
 }
 
-void convert(SConvertArguments& arguments) {
+STransferredFrame readTransferred(const SConvertArguments& arguments) {
+    const SConversion& conversion = arguments.conversion;
+    return {conversion.format, conversion.width, conversion.height, conversion.colorArray,
+            readChosenFrame(arguments.input, *conversion.format, conversion.width, conversion.height)};
+}
+
+/// Throws CBadArguments for options that say how a picture is made.
+void requireNoPicture(const SConvertArguments& arguments) {
+    constexpr std::string_view kOfTheFrame[] = {
+        "IN",           "--width",      "--height", "--format", "--colour-array", "--output", "--src-offset",
+        "--src-stride", "--byte-order", "--frame",  "--force",  "--threads",      "--black",  "--white"};
+    for (const CLI::Option* const option : arguments.command->get_options()) {
+        const bool known = std::any_of(std::begin(kOfTheFrame), std::end(kOfTheFrame),
+                                       [&](std::string_view name) { return option->check_name(std::string(name)); });
+        if (option->count() > 0 && !known) {
+            throw CBadArguments(fmt::format("{} does not go with {}: a DNG file holds the frame as it is",
+                                            option->get_name(), arguments.output));
+        }
+    }
+}
+
+/// The frame of a DNG file, or a raw one as such a file holds it. dng: the frame of the input where it is one.
+SDngFrame untouchedFrame(SConvertArguments& arguments, std::optional<SDngFrame> dng) {
+    SConversion& conversion = arguments.conversion;
+    requireNoPicture(arguments);
+    const STransferredFrame linear = dng ? transferredFrameOf(*dng) : STransferredFrame();
+    takeForm(arguments, dng ? &linear : nullptr);
+    if (!conversion.format->IsRaw()) {
+        throw CBadArguments(fmt::format("{}: a DNG file holds a raw or mono frame: format {} is colour already",
+                                        arguments.output, conversion.format->name));
+    }
+    const std::optional<unsigned> black = checkedLevel("--black", arguments.black, *conversion.format);
+    const std::optional<unsigned> white = checkedLevel("--white", arguments.white, *conversion.format);
+    if (!dng) {
+        dng = dngFrameOf(unpackedFrame(CLibraryHandle(-1), readTransferred(arguments), conversion.threads));
+    }
+    if (black) {
+        dng->tags.black = {static_cast<double>(*black)};
+    }
+    dng->tags.white = white.value_or(dng->tags.white);
+    if (blackLevelOf(dng->tags) >= dng->White()) {
+        throw CBadArguments(fmt::format("--black {} is not below --white {}", blackLevelOf(dng->tags), dng->White()));
+    }
+    return std::move(*dng);
+}
+
+SImage pictureOf(SConvertArguments& arguments, const std::optional<SDngFrame>& dng) {
+    SConversion& conversion = arguments.conversion;
     const CLibraryHandle library(-1);
-    arguments.conversion.stages.file = fileStages(library, arguments.settings);
-    const SConversion& conversion = checked(arguments);
-    const std::vector<std::uint8_t> bytes =
-        readChosenFrame(arguments.input, *conversion.format, conversion.width, conversion.height);
-    const SImage picture = CConverter(library, conversion).Picture(bytes);
+    conversion.stages.file = fileStages(library, arguments.settings);
+    STransferredFrame frame = dng ? transferredFrameOf(*dng) : STransferredFrame();
+    takeForm(arguments, dng ? &frame : nullptr);
+    conversion.black = checkedLevel("--black", arguments.black, *conversion.format);
+    conversion.white = checkedLevel("--white", arguments.white, *conversion.format);
+    if (dng && !conversion.black) {
+        conversion.black = static_cast<unsigned>(std::lround(blackLevelOf(dng->tags)));
+    }
+    check(arguments);
+    if (!dng) {
+        frame = readTransferred(arguments);
+    }
+    return CConverter(library, conversion).Picture(frame.bytes);
+}
+
+void convert(SConvertArguments& arguments) {
+    std::optional<SDngFrame> dng = readChosenDng(*arguments.command, arguments.input);
+    if (isDngName(arguments.output)) {
+        const SDngFrame frame = untouchedFrame(arguments, std::move(dng));
+        COutputFiles files(filesRead(arguments));
+        writeDng(files.Open(arguments.output), frame);
+        files.Publish();
+        return;
+    }
+    const SImage picture = pictureOf(arguments, dng);
     COutputFiles files(filesRead(arguments));
     SPictureOptions options;
-    options.displayCurve = conversion.display;
+    options.displayCurve = arguments.conversion.display;
     options.quality = arguments.quality.value_or(options.quality);
-    options.threads = conversion.threads;
+    options.threads = arguments.conversion.threads;
     writePicture(files.Open(arguments.output), *pictureFormat(arguments.output), picture, options);
     files.Publish();
+}
+
+/// What keeps the output from being written to a path; empty where nothing does.
+std::string outputComplaint(const std::string& path) {
+    if (isDngName(path)) {
+        return bytesComplaint(path);
+    }
+    const std::string complaint = pictureComplaint(path);
+    return pictureFormat(path) != nullptr ? complaint : complaint + ", .dng";
 }
 
 } // namespace
 
 void addConvertCommand(CLI::App& app) {
-    CLI::App* const command = app.add_subcommand("convert", "Turn a raw frame of a file into a picture");
+    CLI::App* const command = app.add_subcommand("convert", "Turn a raw frame of a file into a picture or a DNG file");
     const auto arguments = std::make_shared<SConvertArguments>();
     SConversion& conversion = arguments->conversion;
     conversion.threads = usualThreads();
+    arguments->command = command;
 
     addFrameFile(*command, arguments->input)->required();
-    addFrameSize(*command, conversion.width, conversion.height, true);
+    addFrameSize(*command, conversion.width, conversion.height);
     addChainFormat(*command, arguments->format,
                    "Samples of 14 and 16 bits are shifted down to 12 before they are demosaiced: colours have at most "
-                   "12. Packed formats become 8 bits deep without --depth, colour formats always")
-        ->required();
+                   "12. Packed formats become 8 bits deep without --depth, colour formats always");
     addColorArray(*command, arguments->colorArray, ", and has to be with bgr and ycrcb");
     command
         ->add_option("-m,--method", arguments->method,
@@ -122,10 +228,11 @@ void addConvertCommand(CLI::App& app) {
     command
         ->add_option("-o,--output", arguments->output,
                      wrapped(fmt::format("Picture to write, of the kind that its name ends in: {}; PNG without an "
-                                         "ending. - writes standard output unless that is a terminal",
+                                         "ending. Into .dng goes the raw frame itself, untouched. - writes standard "
+                                         "output unless that is a terminal",
                                          pictureEndings())))
         ->type_name("FILE")
-        ->check(isOutput(pictureComplaint))
+        ->check(isOutput(outputComplaint))
         ->required();
     command
         ->add_option("--depth", conversion.depth,
@@ -145,18 +252,19 @@ void addConvertCommand(CLI::App& app) {
                      "runs at once, up to 8; the picture is the same")
         ->transform(range(1, kMostThreads));
     addFrameChoice(*command, arguments->input, nullptr);
-    CLI::Option* const display =
-        command->add_flag("--display", conversion.display,
-                          "Render for the eye: black and white level, grey-world white balance, sRGB curve");
-    display->disable_flag_override();
-    command->add_option("--black", arguments->black, "Sensor level of black, in samples of the format, 0 by default")
-        ->type_name("LEVEL")
-        ->needs(display);
+    command
+        ->add_flag("--display", conversion.display,
+                   "Render for the eye: black and white level, grey-world white balance, sRGB curve")
+        ->disable_flag_override();
+    command
+        ->add_option("--black", arguments->black,
+                     "Sensor level of black, in samples of the format; by default 0, of a DNG file its own")
+        ->type_name("LEVEL");
     command
         ->add_option("--white", arguments->white,
-                     "Sensor level of white; without it the bright end of the picture decides")
-        ->type_name("LEVEL")
-        ->needs(display);
+                     "Sensor level of white; without it the bright end of the picture decides. DNG files\n"
+                     "that are written tell both levels")
+        ->type_name("LEVEL");
     command
         ->add_option("--settings", arguments->settings,
                      "Setting file, as \"vekcam settings save\" writes it: the image stages that it\n"

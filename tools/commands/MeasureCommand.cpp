@@ -18,6 +18,7 @@ namespace vek::tools {
 namespace {
 
 struct SMeasureArguments {
+    const CLI::App* command = nullptr;
     SFrameChoice input;
     CLI::Option* simulated = nullptr;
     std::string model;
@@ -42,8 +43,11 @@ const STransferFormat& checkedFormat(const std::string& name) {
 }
 
 SMeasuredFrame frameOfFile(const SMeasureArguments& arguments) {
+    if (const std::optional<SDngFrame> dng = readChosenDng(*arguments.command, arguments.input)) {
+        return {transferredFrameOf(*dng), arguments.input.path};
+    }
     if (arguments.input.path.empty() || arguments.width == 0 || arguments.height == 0 || arguments.format.empty()) {
-        throw CBadArguments("IN, --width, --height and --format are required without --sim");
+        throw CBadArguments("IN, --width, --height and --format are required without --sim and a DNG file");
     }
     SMeasuredFrame frame{{&checkedFormat(arguments.format), arguments.width, arguments.height, 0, {}},
                          arguments.input.path};
@@ -136,9 +140,10 @@ void addMeasureCommand(CLI::App& app) {
     CLI::App* const command = app.add_subcommand("measure", "Tell the mean levels of a raw frame's region");
     const auto arguments = std::make_shared<SMeasureArguments>();
 
+    arguments->command = command;
     addFrameFile(*command, arguments->input);
     arguments->simulated = addModelOption(*command, arguments->model, "A frame of a simulated camera instead");
-    addFrameSize(*command, arguments->width, arguments->height, false);
+    addFrameSize(*command, arguments->width, arguments->height);
     addFormat(*command, arguments->format,
               fmt::format("Transfer format, number or name: {}\nor the same with mono; p: packed",
                           transferFormatList([](const STransferFormat& format) { return format.measurable; })));

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/options/FrameOptions.h"
 
+#include "client/frames/DngInput.h"
+
 #include "tools/options/Options.h"
 #include "tools/text/Messages.h"
 
@@ -75,9 +77,9 @@ CLI::Validator isFormat(const STransferFormat* (*find)(std::string_view), const 
 
 } // namespace
 
-void addFrameSize(CLI::App& command, std::uint32_t& width, std::uint32_t& height, bool required) {
-    command.add_option("-W,--width", width, "Pixels of a row")->required(required)->transform(range(1, 65535));
-    command.add_option("-H,--height", height, "Rows")->required(required)->transform(range(1, 65535));
+void addFrameSize(CLI::App& command, std::uint32_t& width, std::uint32_t& height) {
+    command.add_option("-W,--width", width, "Pixels of a row")->transform(range(1, 65535));
+    command.add_option("-H,--height", height, "Rows")->transform(range(1, 65535));
 }
 
 CLI::Option* addFormat(CLI::App& command, std::string& format, const std::string& help) {
@@ -126,7 +128,11 @@ std::optional<unsigned> colorArrayGiven(const std::string& colorArray) {
 }
 
 CLI::Option* addFrameFile(CLI::App& command, SFrameChoice& choice) {
-    return command.add_option("IN", choice.path, "File with raw frames; - reads standard input")->type_name("FILE");
+    return command
+        .add_option("IN", choice.path,
+                    "File with raw frames, or DNG file, which tells its size and format; - reads\n"
+                    "raw frames from standard input")
+        ->type_name("FILE");
 }
 
 void addFrameChoice(CLI::App& command, SFrameChoice& choice, CLI::Option* excluded) {
@@ -165,6 +171,17 @@ std::vector<std::uint8_t> readChosenFrame(const SFrameChoice& choice, const STra
     } catch (const COtherKind& other) {
         throw CFailure(fmt::format("{}; --force takes it as one", other.what()));
     }
+}
+
+std::optional<SDngFrame> readChosenDng(const CLI::App& command, const SFrameChoice& choice) {
+    std::optional<SDngFrame> frame = choice.force ? std::nullopt : readDng(choice.path);
+    for (const char* const option : {"--width", "--height", "--format", "--colour-array", "--src-offset",
+                                     "--src-stride", "--byte-order", "--frame"}) {
+        if (frame && command.count(option) > 0) {
+            throw CBadArguments(fmt::format("{} does not go with {}: a DNG file tells its own", option, choice.path));
+        }
+    }
+    return frame;
 }
 
 void addRegion(CLI::App& command, std::string& region, const std::string& what) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "client/frames/Dng.h"
 #include "client/frames/FrameInput.h"
 #include "client/frames/Measurement.h"
 
@@ -16,8 +17,8 @@ namespace vek::tools {
 
 // Options on frames that several commands have.
 
-/// Adds --width and --height of a frame.
-void addFrameSize(CLI::App& command, std::uint32_t& width, std::uint32_t& height, bool required);
+/// Adds --width and --height of a frame, which are 0 where they are not given.
+void addFrameSize(CLI::App& command, std::uint32_t& width, std::uint32_t& height);
 
 /// Adds --format; help: its text.
 CLI::Option* addFormat(CLI::App& command, std::string& format, const std::string& help);
@@ -42,6 +43,11 @@ void addFrameChoice(CLI::App& command, client::SFrameChoice& choice, CLI::Option
 /// Reads the frame, and notes warnings. Throws CFailure.
 std::vector<std::uint8_t> readChosenFrame(const client::SFrameChoice& choice, const STransferFormat& format,
                                           std::uint32_t width, std::uint32_t height);
+
+/// The frame of a DNG file; nothing for other files. command: with addFrameSize, --format, addColorArray and
+/// addFrameChoice. Throws CFailure where the file cannot be read, CBadArguments where one of the options was given that
+/// tell of raw files.
+std::optional<client::SDngFrame> readChosenDng(const CLI::App& command, const client::SFrameChoice& choice);
 
 /// Adds --region X,Y,W,H; what: the help's first words.
 void addRegion(CLI::App& command, std::string& region, const std::string& what);

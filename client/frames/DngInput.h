@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "client/frames/Dng.h"
+
+#include <optional>
+#include <string>
+
+namespace vek::client {
+
+/// Reads the raw frame of a DNG file: samples of 8 or 16 bits, one a pixel, in strips without compression; of them the
+/// active area. Nothing where the file is no DNG file, or no regular one. Throws CFailure for DNG files that are
+/// damaged or of another form.
+std::optional<SDngFrame> readDng(const std::string& path);
+
+} // namespace vek::client
