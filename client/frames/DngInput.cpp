@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cerrno>
 #include <cmath>
 #include <memory>
 #include <string_view>
@@ -347,6 +348,9 @@ private:
 std::optional<SDngFrame> readDng(const std::string& path) {
     using namespace std::string_view_literals;
     const CDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!file.IsOpen() && isDngName(path)) {
+        throw CFailure(fmt::format("{}: cannot open: {}", path, systemMessage(errno)));
+    }
     struct stat status {};
     char begin[4] = {};
     if (!file.IsOpen() || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode) ||

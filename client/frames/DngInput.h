@@ -10,7 +10,7 @@ namespace vek::client {
 
 /// Reads the raw frame of a DNG file: samples of 8 or 16 bits, one a pixel, in strips without compression; of them the
 /// active area. Nothing where the file is no DNG file, or no regular one. Throws CFailure for DNG files that are
-/// damaged or of another form.
+/// damaged or of another form, and where a name that ends in .dng cannot be opened.
 std::optional<SDngFrame> readDng(const std::string& path);
 
 } // namespace vek::client

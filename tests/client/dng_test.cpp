@@ -436,7 +436,8 @@ TEST_F(Dng, WrongBytesAreNoFault) {
 }
 
 TEST_F(Dng, OtherFilesAreNone) {
-    EXPECT_FALSE(client::readDng(Path("missing.dng")));
+    EXPECT_THROW(client::readDng(Path("missing.dng")), client::CFailure);
+    EXPECT_FALSE(client::readDng(Path("missing.tif")));
     EXPECT_FALSE(client::readDng(Path("")));
     EXPECT_FALSE(client::readDng("/dev/null"));
     EXPECT_FALSE(client::readDng(Write("empty.dng", {})));
