@@ -43,7 +43,7 @@ SGainMap gainMapOf(std::optional<unsigned> phase, std::uint32_t width, std::uint
     map.left = phase.value_or(0) % 2;
     map.bottom = height;
     map.right = width;
-    map.rowPitch = map.columnPitch = phase ? 2 : 1;
+    map.rowStep = map.columnStep = phase ? 2 : 1;
     map.rows = rows;
     map.columns = columns;
     map.rowSpacing = rows > 1 ? 1.0 / (rows - 1) : 1;

@@ -28,13 +28,13 @@ struct SDngColors {
 
 /// Gains over a rectangle of a frame, which lie on a grid of points and are interpolated between them; opcode GainMap.
 struct SGainMap {
-    // The samples: those of every rowPitch-th row and columnPitch-th column of the rectangle, pixels.
+    // The samples: those of every rowStep-th row and columnStep-th column of the rectangle.
     std::uint32_t top = 0;
     std::uint32_t left = 0;
     std::uint32_t bottom = 0; ///< behind the last row
     std::uint32_t right = 0;  ///< behind the last column
-    std::uint32_t rowPitch = 1;
-    std::uint32_t columnPitch = 1;
+    std::uint32_t rowStep = 1;
+    std::uint32_t columnStep = 1;
     // The points, as parts of the frame's height and width.
     std::uint32_t rows = 1;
     std::uint32_t columns = 1;

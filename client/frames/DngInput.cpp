@@ -65,8 +65,8 @@ std::optional<SGainMap> gainMapFrom(COpcodeBytes bytes) {
     map.right = bytes.Whole();
     bytes.Whole(); // the first plane
     bytes.Whole(); // planes
-    map.rowPitch = bytes.Whole();
-    map.columnPitch = bytes.Whole();
+    map.rowStep = bytes.Whole();
+    map.columnStep = bytes.Whole();
     map.rows = bytes.Whole();
     map.columns = bytes.Whole();
     map.rowSpacing = bytes.Real();
@@ -75,7 +75,7 @@ std::optional<SGainMap> gainMapFrom(COpcodeBytes bytes) {
     map.firstColumn = bytes.Real();
     const std::uint32_t planes = bytes.Whole();
     const std::uint64_t points = std::uint64_t{map.rows} * map.columns;
-    if (planes != 1 || points == 0 || map.rowPitch == 0 || map.columnPitch == 0 || points > bytes.Left() / 4) {
+    if (planes != 1 || points == 0 || map.rowStep == 0 || map.columnStep == 0 || points > bytes.Left() / 4) {
         return std::nullopt;
     }
     map.gains.resize(points);

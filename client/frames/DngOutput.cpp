@@ -49,7 +49,7 @@ std::vector<std::uint8_t> opcodeListOf(const std::vector<SGainMap>& maps) {
         append(list, kNoFlags);
         append(list, static_cast<std::uint32_t>(kHeadBytes + 4 * map.gains.size()));
         for (const std::uint32_t value : {map.top, map.left, map.bottom, map.right, 0U /* first plane */,
-                                          1U /* planes */, map.rowPitch, map.columnPitch, map.rows, map.columns}) {
+                                          1U /* planes */, map.rowStep, map.columnStep, map.rows, map.columns}) {
             append(list, value);
         }
         for (const double value : {map.rowSpacing, map.columnSpacing, map.firstRow, map.firstColumn}) {

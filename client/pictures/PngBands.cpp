@@ -13,21 +13,21 @@
 
 #include <algorithm>
 #include <memory>
-#include <string_view>
+#include <stdexcept>
 
 namespace vek::client {
 
 namespace {
 
+using Bytes = std::vector<std::uint8_t>;
+
 constexpr std::uint32_t kAdlerOfNothing = 1;
 
-void append32(std::vector<std::uint8_t>& bytes, std::uint32_t value) {
+void append32(Bytes& bytes, std::uint32_t value) {
     for (int shift = 24; shift >= 0; shift -= 8) {
         bytes.push_back(static_cast<std::uint8_t>(value >> shift));
     }
 }
-
-using Bytes = std::vector<std::uint8_t>;
 
 /// A chunk begins with its length, which is known at its end.
 Bytes begunChunk(const char (&type)[5]) {
@@ -158,6 +158,24 @@ private:
     std::vector<std::uint16_t> mNothing; ///< above the first row
 };
 
+/// False where the system gives no threads; then it is to be done again.
+bool compressOnThreads(const SImage& image, unsigned most, std::vector<SBand>& bands) {
+    // oneTBB has no more threads than the machine runs at once, and says so on standard error where they are asked.
+    const int threads = std::min(static_cast<int>(most), tbb::info::default_concurrency());
+    // Signals go to the thread that has the files: new threads hold back what this one does.
+    const CSignalsBlocked blocked;
+    try {
+        tbb::enumerable_thread_specific<CBandCompressor> compressors;
+        tbb::task_arena(threads).execute([&] {
+            tbb::parallel_for(std::size_t{0}, bands.size(),
+                              [&](std::size_t i) { compressors.local().Compress(image, bands[i]); });
+        });
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
 std::vector<std::vector<std::uint8_t>> pngInBands(const SImage& image, const SPictureOptions& options,
@@ -169,17 +187,7 @@ std::vector<std::vector<std::uint8_t>> pngInBands(const SImage& image, const SPi
         bands[i].first = static_cast<std::uint32_t>(i) * rows;
         bands[i].rows = std::min(rows, image.height - bands[i].first);
     }
-    if (options.threads > 1 && bands.size() > 1) {
-        // Signals go to the thread that has the files: new threads hold back what this one does.
-        const CSignalsBlocked blocked;
-        tbb::enumerable_thread_specific<CBandCompressor> compressors;
-        // oneTBB has no more threads than the machine runs at once, and says so on standard error where they are asked.
-        const int threads = std::min(static_cast<int>(options.threads), tbb::info::default_concurrency());
-        tbb::task_arena(threads).execute([&] {
-            tbb::parallel_for(std::size_t{0}, bands.size(),
-                              [&](std::size_t i) { compressors.local().Compress(image, bands[i]); });
-        });
-    } else {
+    if (options.threads <= 1 || bands.size() == 1 || !compressOnThreads(image, options.threads, bands)) {
         CBandCompressor compressor;
         for (SBand& band : bands) {
             compressor.Compress(image, band);

@@ -124,7 +124,7 @@ TEST_F(Dng, TagsComeBack) {
     EXPECT_EQ(read.tags.gainMaps, tags.gainMaps);
     EXPECT_EQ(read.tags.gainMaps[3].top, 1U);
     EXPECT_EQ(read.tags.gainMaps[2].left, 0U);
-    EXPECT_EQ(read.tags.gainMaps[2].rowPitch, 2U);
+    EXPECT_EQ(read.tags.gainMaps[2].rowStep, 2U);
     EXPECT_DOUBLE_EQ(read.tags.gainMaps[0].columnSpacing, 0.25);
     ASSERT_EQ(read.tags.colors.size(), 2U);
     for (std::size_t i = 0; i < 2; ++i) {
