@@ -14,7 +14,7 @@ namespace vek::client {
 namespace {
 
 /// Linear sRGB of CIE XYZ, both with the white of D65 (IEC 61966-2-1).
-constexpr Matrix3 kXyzToSrgb = {3.2406, -1.5372, -0.4986, -0.9689, 1.8758, 0.0415, 0.0557, -0.2040, 1.0570};
+constexpr DngMatrix kXyzToSrgb = {3.2406, -1.5372, -0.4986, -0.9689, 1.8758, 0.0415, 0.0557, -0.2040, 1.0570};
 
 /// The smallest unpacked format that holds samples up to white.
 const STransferFormat& formatFor(bool mono, bool bytes, unsigned white) {

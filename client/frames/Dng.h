@@ -13,7 +13,7 @@
 namespace vek::client {
 
 /// Three rows of three.
-using Matrix3 = std::array<double, 9>;
+using DngMatrix = std::array<double, 9>;
 
 /// Codes of EXIF's LightSource.
 inline constexpr unsigned short kLightD65 = 21;
@@ -21,9 +21,9 @@ inline constexpr unsigned short kLightD50 = 23;
 
 /// The colours of a camera under a light.
 struct SDngColors {
-    unsigned short light = kLightD65;          ///< of EXIF's LightSource
-    Matrix3 colorMatrix{};                     ///< from CIE XYZ to the camera's linear red, green, blue
-    std::optional<Matrix3> forwardMatrix = {}; ///< from white-balanced camera colours to CIE XYZ of D50
+    unsigned short light = kLightD65;            ///< of EXIF's LightSource
+    DngMatrix colorMatrix{};                     ///< from CIE XYZ to the camera's linear red, green, blue
+    std::optional<DngMatrix> forwardMatrix = {}; ///< from white-balanced camera colours to CIE XYZ of D50
 };
 
 /// Gains over a rectangle of a frame, which lie on a grid of points and are interpolated between them; opcode GainMap.

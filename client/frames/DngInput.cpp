@@ -148,9 +148,9 @@ private:
         return TIFFGetField(mTiff.get(), tag, &count, &values) == 1 ? std::span(values, count) : std::span<const T>();
     }
 
-    std::optional<Matrix3> Matrix(std::uint32_t tag) const {
+    std::optional<DngMatrix> Matrix(std::uint32_t tag) const {
         const std::span<const float> values = Values<float>(tag);
-        Matrix3 matrix{};
+        DngMatrix matrix{};
         if (values.size() != matrix.size()) {
             return std::nullopt;
         }
@@ -168,7 +168,7 @@ private:
             {TIFFTAG_CALIBRATIONILLUMINANT1, TIFFTAG_COLORMATRIX1, kTagForwardMatrix1},
             {TIFFTAG_CALIBRATIONILLUMINANT2, TIFFTAG_COLORMATRIX2, kTagForwardMatrix2}};
         for (const auto& [light, colorMatrix, forwardMatrix] : kColors) {
-            if (const std::optional<Matrix3> matrix = Matrix(colorMatrix)) {
+            if (const std::optional<DngMatrix> matrix = Matrix(colorMatrix)) {
                 tags.colors.push_back({Value<std::uint16_t>(light, 0), *matrix, Matrix(forwardMatrix)});
             }
         }

@@ -2,13 +2,11 @@
 #include "client/settings/SettingText.h"
 
 #include "client/Errors.h"
-#include "client/files/Descriptor.h"
+#include "client/files/InputFile.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <limits>
 
 namespace vek::client {
@@ -81,19 +79,7 @@ private:
 } // namespace
 
 std::string readText(const std::string& path) {
-    const FilePointer file(path == "-" ? stdin : std::fopen(path.c_str(), "re"));
-    if (file == nullptr) {
-        throw CFailure(fmt::format("{}: cannot open: {}", path, systemMessage(errno)));
-    }
-    std::string text(kLargestFile + 1, '\0');
-    text.resize(std::fread(text.data(), 1, text.size(), file.get()));
-    if (std::ferror(file.get()) != 0) {
-        throw CFailure(fmt::format("{}: cannot read: {}", path, systemMessage(errno)));
-    }
-    if (text.size() > kLargestFile) {
-        throw CFailure(fmt::format("{}: more than {} bytes: no setting file", path, kLargestFile));
-    }
-    return text;
+    return readWholeFile(path, kLargestFile, "setting file");
 }
 
 SSettingText parsedSettings(std::string_view text) {

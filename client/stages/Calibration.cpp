@@ -3,6 +3,7 @@
 
 #include "client/Errors.h"
 #include "client/camera/CameraInfo.h"
+#include "client/files/InputFile.h"
 #include "client/files/JsonText.h"
 #include "client/frames/RawFrame.h"
 #include "client/names/Names.h"
@@ -13,8 +14,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cerrno>
-#include <fstream>
 #include <limits>
 #include <numeric>
 #include <string_view>
@@ -25,6 +24,9 @@ namespace vek::client {
 namespace {
 
 constexpr std::string_view kEnding = ".png";
+
+// One that was written has less than 1000 bytes.
+constexpr std::size_t kLargestDescription = std::size_t{1} << 20;
 
 std::string formOf(const STransferFormat& format, std::uint32_t width, std::uint32_t height,
                    unsigned short colorArray) {
@@ -44,29 +46,11 @@ void addFrame(std::vector<std::uint32_t>& sums, std::span<const std::uint8_t> by
 class CDescription {
 public:
     explicit CDescription(const std::string& path) : mPath(path) {
-        std::ifstream file(path);
-        if (!file) {
-            throw CFailure(fmt::format("{}: cannot open: {}", path, systemMessage(errno)));
-        }
-        std::string text;
-        char piece[4096];
-        while (file.read(piece, sizeof piece), file.gcount() > 0) {
-            text.append(piece, static_cast<std::size_t>(file.gcount()));
-        }
-        if (file.bad()) {
-            throw CFailure(fmt::format("{}: cannot read: {}", path, systemMessage(errno)));
-        }
+        const std::string text = readWholeFile(path, kLargestDescription, "description of a calibration");
         try {
-            mJson = nlohmann::json::parse(text);
-        } catch (const nlohmann::json::parse_error& error) {
-            // Counted from 1, the one behind the last where the text breaks off.
-            const std::string_view before = std::string_view(text).substr(0, std::max<std::size_t>(error.byte, 1) - 1);
-            const auto line = std::count(before.begin(), before.end(), '\n') + 1;
-            const std::size_t column = before.size() - (before.rfind('\n') + 1) + 1; // npos + 1 is 0
-            Refuse(fmt::format("line {}, column {}: {}", line, column,
-                               error.byte > text.size() ? "the file breaks off" : "this is no JSON"));
-        } catch (const nlohmann::json::exception&) {
-            Refuse("a number in it is too large");
+            mJson = parsedJson(text);
+        } catch (const CFailure& failure) {
+            Refuse(failure.what());
         }
     }
 
@@ -76,7 +60,7 @@ public:
     }
 
     std::string Text(const char* key) const {
-        const nlohmann::json& value = Value(key);
+        const nlohmann::ordered_json& value = Value(key);
         if (!value.is_string()) {
             Refuse(fmt::format("\"{}\" is no text", key));
         }
@@ -87,7 +71,7 @@ public:
     template <class T>
     T Whole(const char* key, T low) const {
         constexpr T kLargest = std::numeric_limits<T>::max();
-        const nlohmann::json& value = Value(key);
+        const nlohmann::ordered_json& value = Value(key);
         // Positive numbers have a type of their own.
         if (!value.is_number_unsigned() || std::cmp_less(value.get<std::uint64_t>(), low) ||
             std::cmp_greater(value.get<std::uint64_t>(), kLargest)) {
@@ -97,7 +81,7 @@ public:
     }
 
 private:
-    const nlohmann::json& Value(const char* key) const {
+    const nlohmann::ordered_json& Value(const char* key) const {
         if (!mJson.contains(key)) {
             Refuse(fmt::format("\"{}\" is missing", key));
         }
@@ -105,7 +89,7 @@ private:
     }
 
     std::string mPath;
-    nlohmann::json mJson;
+    nlohmann::ordered_json mJson;
 };
 
 } // namespace

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "client/frames/Measurement.h"
+#include "client/profiles/Profile.h"
 #include "client/stages/ChainRun.h"
 #include "client/stages/Corrections.h"
 #include "client/stages/LibraryHandle.h"
@@ -23,11 +24,12 @@ struct SConversion {
     unsigned short depth = 0; ///< most bits that samples are demosaiced with: 8, 12, 16; 0: what is usual
     SCorrections corrections; ///< run first
     SStages stages;
-    bool display = false;          ///< rendered for the eye: levels, grey-world balance, sRGB curve
-    std::optional<unsigned> black; ///< display: sensor level of black, in samples of the format; 0 by default
-    std::optional<unsigned> white; ///< display: that of white; by default the bright end of the picture
-    unsigned short bitsOut = 0;    ///< of a sample of the picture, 8 or 16; 0: as many as the frame needs
-    unsigned threads = 1;          ///< that develop a frame, up to kMostThreads
+    bool display = false;            ///< rendered for the eye: levels, grey-world balance, sRGB curve
+    std::optional<unsigned> black;   ///< display: sensor level of black, in samples of the format; 0 by default
+    std::optional<unsigned> white;   ///< display: that of white; by default the bright end of the picture
+    unsigned short bitsOut = 0;      ///< of a sample of the picture, 8 or 16; 0: as many as the frame needs
+    unsigned threads = 1;            ///< that develop a frame, up to kMostThreads
+    std::optional<SProfile> profile; ///< of the camera, where there is one; carried along, no stage looks at it
 };
 
 /// Throws CBadArguments when the method does not take a frame of this size.

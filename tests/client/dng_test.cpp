@@ -101,7 +101,7 @@ TEST_F(Dng, TagsComeBack) {
     tags.colors = {{client::kLightD65, {0.7, -0.2, -0.1, -0.4, 1.2, 0.2, -0.05, 0.15, 0.6}, {}},
                    {client::kLightD50,
                     {0.8, -0.3, -0.1, -0.5, 1.3, 0.2, -0.1, 0.2, 0.7},
-                    client::Matrix3{0.6, 0.2, 0.16, 0.25, 0.7, 0.05, 0.01, 0.1, 0.72}}};
+                    client::DngMatrix{0.6, 0.2, 0.16, 0.25, 0.7, 0.05, 0.01, 0.1, 0.72}}};
     tags.neutral = {0.5, 1, 0.625};
     tags.noise = {1e-4, 2e-7, 3e-4, 4e-7, 5e-4, 6e-7};
     tags.orientation = 6;

@@ -37,7 +37,7 @@ BESIDE = {
     "tools": rf"tools/.*|client/.*|sim/.*|CommandList\.inc|{PUBLIC}",
     "examples": rf"sim/.*|{PUBLIC}",
     "bench": rf"bench/.*|src/(chain|imageproc|formats)/.*|{PUBLIC}",
-    "fuzz": rf"fuzz/.*|src/(chain|imageproc|formats|common)/.*|{PUBLIC}",
+    "fuzz": rf"fuzz/.*|client/.*|src/(chain|imageproc|formats|common)/.*|{PUBLIC}",
     **{f"tests/{layer}": LIBRARY_TEST for layer in ALLOWED if layer != "common"},
     "tests/client": rf"tests/(client|support)/.*|client/.*|sim/.*|{PUBLIC}",
     "tests/fuzz": r"tests/support/.*",
@@ -56,7 +56,7 @@ BARRED = {
 }
 # The rooms of a folder: each includes itself and what stands in front of it. "": files of the folder itself.
 ROOMS = {
-    "client": ["", "names", "files", "pictures", "frames", "settings", "camera", "stages"],
+    "client": ["", "names", "files", "pictures", "frames", "profiles", "settings", "camera", "stages"],
     "tools": ["text", "simulation", "options", "commands", ""],
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')

@@ -101,6 +101,13 @@ INSTANTIATE_TEST_SUITE_P(
                       setBad("AEMaxExposure=-1", "0 to 9223372036854775807"),
                       setBad("AEMaxExposure=9223372036854775808", "0 to 9223372036854775807")));
 
+INSTANTIATE_TEST_SUITE_P(
+    Profile, BadArguments,
+    ::testing::Values(SRefusal{{"profile"}, "subcommand"}, SRefusal{{"profile", "edit"}, "subcommand"},
+                      SRefusal{{"profile", "show"}, "required"}, SRefusal{{"profile", "check"}, "required"},
+                      SRefusal{{"profile", "new"}, "required"}, SRefusal{{"profile", "export", "a"}, "--libcamera"},
+                      SRefusal{{"profile", "show", "a", "b"}, "b"}));
+
 /// convert with arguments that are all right, and others behind them.
 Arguments convertWith(const Arguments& more) {
     return joined({{"convert", "in.raw", "-o", "out.png"}, more});

@@ -32,13 +32,19 @@ INSTANTIATE_TEST_SUITE_P(
     Cli, HelpText,
     ::testing::Values(
         SHelp{{"--help"},
-              {"info", "demo", "convert", "measure", "alc", "calibrate", "defects", "units", "settings", "--help",
-               "--version", "Exit codes"}},
+              {"info", "demo", "convert", "measure", "alc", "calibrate", "defects", "units", "settings", "profile",
+               "--help", "--version", "Exit codes"}},
         SHelp{{"-h"}, {"info", "demo", "convert"}},
         SHelp{{"info", "--help"}, {"--help", "--device", "--sim", "--json", "/dev/video0", "global-1m"}},
         SHelp{{"measure", "--help"},
               {"IN", "--width", "--height", "--format", "--colour-array", "--region", "--sim", "--json", "--src-offset",
-               "--src-stride", "--byte-order", "--frame", "--force", "raw12p"}},
+               "--src-stride", "--byte-order", "--frame", "--force", "--profile", "raw12p"}},
+        SHelp{{"profile", "--help"}, {"show", "check", "new", "export"}},
+        SHelp{{"profile", "show", "--help"}, {"FILE", "--json"}},
+        SHelp{{"profile", "new", "--help"},
+              {"--output", "--from", "--camera", "--size", "--format", "--colour-array", "--bits", "--black", "--white",
+               "--neutral", "--balance", "--tone", "--dark", "--shading", "--delay", "raw12-csi2"}},
+        SHelp{{"profile", "export", "--help"}, {"FILE", "--libcamera", "--output"}},
         SHelp{{"alc", "--help"}, {"--sim",        "--device",   "--mode",     "--once",         "--target",
                                   "--frames",     "--region",   "--light",    "--light-steps",  "--start-exposure",
                                   "--start-gain", "--min-gain", "--max-gain", "--min-exposure", "--max-exposure",
@@ -66,7 +72,8 @@ INSTANTIATE_TEST_SUITE_P(
                "--hue",         "--saturation", "--suppress-high", "--suppress-low", "--gamma",      "--brightness",
                "--contrast",    "--sharpness",  "8 bits deep",     "--noise",        "--dark",       "--shading",
                "--settings"}},
-        SHelp{{"convert", "-h"}, {"--force", "--src-stride", "--byte-order", "--quality", ".tiff", ".pnm", ".dng"}}));
+        SHelp{{"convert", "-h"},
+              {"--force", "--profile", "--src-stride", "--byte-order", "--quality", ".tiff", ".pnm", ".dng"}}));
 
 TEST(Version, NamesProgramAndLibrary) {
     const SResult result = runVekcam({"--version"});

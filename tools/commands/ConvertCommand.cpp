@@ -34,6 +34,7 @@ struct SConvertArguments {
     std::optional<std::string> white;
     std::string settings;
     std::optional<int> quality;
+    std::string profile;
     SConversion conversion;
 };
 
@@ -52,13 +53,6 @@ std::optional<unsigned> checkedLevel(const char* option, const std::optional<std
     return level;
 }
 
-/// Throws CBadArguments unless the frame of a raw file is told.
-void requireForm(const SConvertArguments& arguments) {
-    if (arguments.conversion.width == 0 || arguments.conversion.height == 0 || arguments.format.empty()) {
-        throw CBadArguments("--width, --height and --format are required unless IN is a DNG file");
-    }
-}
-
 /// The format and colour array of the input. dng: of a DNG file, else null.
 void takeForm(SConvertArguments& arguments, const STransferredFrame* dng) {
     SConversion& conversion = arguments.conversion;
@@ -69,7 +63,8 @@ void takeForm(SConvertArguments& arguments, const STransferredFrame* dng) {
         conversion.colorArray = dng->colorArray;
         return;
     }
-    requireForm(arguments);
+    conversion.profile = completeForm({conversion.width, conversion.height, arguments.format, arguments.colorArray},
+                                      arguments.profile, arguments.input);
     conversion.format = findChainFormat(arguments.format);
     conversion.colorArray = frameColorArray(*conversion.format, colorArrayGiven(arguments.colorArray));
 }
@@ -107,7 +102,7 @@ SFileStages fileStages(const CLibraryHandle& library, const std::string& path) {
 /// The files that a conversion reads.
 std::vector<std::string> filesRead(const SConvertArguments& arguments) {
     std::vector<std::string> inputs = inputsOf(arguments.conversion.corrections);
-    inputs.insert(inputs.end(), {arguments.input.path, arguments.settings});
+    inputs.insert(inputs.end(), {arguments.input.path, arguments.settings, arguments.profile});
     return inputs;
 }
 
@@ -120,8 +115,9 @@ STransferredFrame readTransferred(const SConvertArguments& arguments) {
 /// Throws CBadArguments for options that say how a picture is made.
 void requireNoPicture(const SConvertArguments& arguments) {
     constexpr std::string_view kOfTheFrame[] = {
-        "IN",           "--width",      "--height", "--format", "--colour-array", "--output", "--src-offset",
-        "--src-stride", "--byte-order", "--frame",  "--force",  "--threads",      "--black",  "--white"};
+        "IN",       "--width",      "--height",     "--format",     "--colour-array",
+        "--output", "--src-offset", "--src-stride", "--byte-order", "--frame",
+        "--force",  "--threads",    "--black",      "--white",      "--profile"};
     for (const CLI::Option* const option : arguments.command->get_options()) {
         const bool known = std::any_of(std::begin(kOfTheFrame), std::end(kOfTheFrame),
                                        [&](std::string_view name) { return option->check_name(std::string(name)); });
@@ -218,6 +214,7 @@ void addConvertCommand(CLI::App& app) {
                    "Samples of 14 and 16 bits are shifted down to 12 before they are demosaiced: colours have at most "
                    "12. Packed formats become 8 bits deep without --depth, colour formats always");
     addColorArray(*command, arguments->colorArray, ", and has to be with bgr and ycrcb");
+    addProfile(*command, arguments->profile);
     command
         ->add_option("-m,--method", arguments->method,
                      wrapped(fmt::format("Demosaic method, number {} or name: {}. Bicubic works at 8 bits. Of bgr and "

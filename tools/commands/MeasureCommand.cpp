@@ -26,6 +26,7 @@ struct SMeasureArguments {
     std::uint32_t height = 0;
     std::string format;
     std::string colorArray;
+    std::string profile;
     std::string region;
     bool json = false;
 };
@@ -35,20 +36,23 @@ struct SMeasuredFrame : STransferredFrame {
 };
 
 const STransferFormat& checkedFormat(const std::string& name) {
-    const STransferFormat& format = *findTransferFormat(name);
+    const STransferFormat& format = *findChainFormat(name);
     if (!measuredFormat(format)) {
-        throw CBadArguments(fmt::format("format {} cannot be measured: neither raw nor mono", format.name));
+        throw CBadArguments(fmt::format("format {} cannot be measured: {}", format.name,
+                                        format.IsRaw() ? "MIPI CSI-2" : "neither raw nor mono"));
     }
     return format;
 }
 
-SMeasuredFrame frameOfFile(const SMeasureArguments& arguments) {
+SMeasuredFrame frameOfFile(SMeasureArguments& arguments) {
     if (const std::optional<SDngFrame> dng = readChosenDng(*arguments.command, arguments.input)) {
         return {transferredFrameOf(*dng), arguments.input.path};
     }
-    if (arguments.input.path.empty() || arguments.width == 0 || arguments.height == 0 || arguments.format.empty()) {
-        throw CBadArguments("IN, --width, --height and --format are required without --sim and a DNG file");
+    if (arguments.input.path.empty()) {
+        throw CBadArguments("IN is required without --sim");
     }
+    completeForm({arguments.width, arguments.height, arguments.format, arguments.colorArray}, arguments.profile,
+                 arguments.input);
     SMeasuredFrame frame{{&checkedFormat(arguments.format), arguments.width, arguments.height, 0, {}},
                          arguments.input.path};
     frame.colorArray = frameColorArray(*frame.format, colorArrayGiven(arguments.colorArray));
@@ -126,7 +130,7 @@ std::string measurementJson(const SMeasuredFrame& frame, const SMeasurement& mea
     return jsonText(json);
 }
 
-void measure(const SMeasureArguments& arguments) {
+void measure(SMeasureArguments& arguments) {
     const SMeasuredFrame frame = arguments.simulated->count() > 0 ? frameOfCamera(arguments) : frameOfFile(arguments);
     const CLibraryHandle handle(-1);
     const SMeasurement measurement =
@@ -148,6 +152,7 @@ void addMeasureCommand(CLI::App& app) {
               fmt::format("Transfer format, number or name: {}\nor the same with mono; p: packed",
                           transferFormatList([](const STransferFormat& format) { return format.measurable; })));
     addColorArray(*command, arguments->colorArray, "")->excludes(arguments->simulated);
+    addProfile(*command, arguments->profile)->excludes(arguments->simulated);
     addRegion(*command, arguments->region, "Where to measure");
     addFrameChoice(*command, arguments->input, arguments->simulated);
     addJson(*command, arguments->json);

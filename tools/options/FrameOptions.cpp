@@ -10,6 +10,7 @@
 
 #include <array>
 #include <limits>
+#include <utility>
 
 namespace vek::tools {
 
@@ -80,6 +81,44 @@ CLI::Validator isFormat(const STransferFormat* (*find)(std::string_view), const 
 void addFrameSize(CLI::App& command, std::uint32_t& width, std::uint32_t& height) {
     command.add_option("-W,--width", width, "Pixels of a row")->transform(range(1, 65535));
     command.add_option("-H,--height", height, "Rows")->transform(range(1, 65535));
+}
+
+CLI::Option* addProfile(CLI::App& command, std::string& path) {
+    return command
+        .add_option("-p,--profile", path,
+                    "Camera profile, as \"vekcam profile new\" writes it: it has the size, format and\n"
+                    "colour array that are not given. Without it IN.json, where that file is there")
+        ->type_name("FILE");
+}
+
+std::optional<SProfile> completeForm(const SFrameForm& form, const std::string& profile, const SFrameChoice& file) {
+    const std::optional<std::string> path = profile.empty() ? sidecarOf(file.path) : profile;
+    if (path == "-" && file.path == "-") {
+        throw CBadArguments("IN and --profile are both standard input");
+    }
+    std::optional<SProfile> read;
+    if (path) {
+        read = readProfile(*path);
+        form.width = form.width == 0 ? read->width.value_or(0) : form.width;
+        form.height = form.height == 0 ? read->height.value_or(0) : form.height;
+        if (form.format.empty() && read->format != nullptr) {
+            form.format = read->format->name;
+        }
+        // Another format may have no use for it.
+        const STransferFormat* const format = findChainFormat(form.format);
+        if (form.colorArray.empty() && read->colorArray && format != nullptr && format->content == EContent::Raw) {
+            form.colorArray = colorArrayName(*read->colorArray);
+        }
+    }
+    const std::pair<const char*, bool> needed[] = {
+        {"--width", form.width != 0}, {"--height", form.height != 0}, {"--format", !form.format.empty()}};
+    for (const auto& [option, known] : needed) {
+        if (!known) {
+            throw CBadArguments(path ? fmt::format("{} is required: {} does not say it", option, *path)
+                                     : fmt::format("{} is required, or --profile", option));
+        }
+    }
+    return read;
 }
 
 CLI::Option* addFormat(CLI::App& command, std::string& format, const std::string& help) {
@@ -176,7 +215,7 @@ std::vector<std::uint8_t> readChosenFrame(const SFrameChoice& choice, const STra
 std::optional<SDngFrame> readChosenDng(const CLI::App& command, const SFrameChoice& choice) {
     std::optional<SDngFrame> frame = choice.force ? std::nullopt : readDng(choice.path);
     for (const char* const option : {"--width", "--height", "--format", "--colour-array", "--src-offset",
-                                     "--src-stride", "--byte-order", "--frame"}) {
+                                     "--src-stride", "--byte-order", "--frame", "--profile"}) {
         if (frame && command.count(option) > 0) {
             throw CBadArguments(fmt::format("{} does not go with {}: a DNG file tells its own", option, choice.path));
         }

@@ -4,6 +4,7 @@
 #include "client/frames/Dng.h"
 #include "client/frames/FrameInput.h"
 #include "client/frames/Measurement.h"
+#include "client/profiles/Profile.h"
 
 #include <CLI/App.hpp>
 
@@ -24,6 +25,21 @@ void addFrameSize(CLI::App& command, std::uint32_t& width, std::uint32_t& height
 CLI::Option* addFormat(CLI::App& command, std::string& format, const std::string& help);
 /// The same where the formats that the chain takes besides are known, too; the help's text ends with their names.
 CLI::Option* addChainFormat(CLI::App& command, std::string& format, const std::string& help);
+
+/// Adds --profile, whose file says what is not said of a frame.
+CLI::Option* addProfile(CLI::App& command, std::string& path);
+
+/// What options say of the frames of a file; 0 and empty: nothing.
+struct SFrameForm {
+    std::uint32_t& width;
+    std::uint32_t& height;
+    std::string& format;
+    std::string& colorArray;
+};
+/// Completes it by the profile of --profile, or else by the one that lies beside the file, and returns that. Throws
+/// CBadArguments where width, height or format are still missing, CFailure for a profile that cannot be read.
+std::optional<client::SProfile> completeForm(const SFrameForm& form, const std::string& profile,
+                                             const client::SFrameChoice& file);
 
 /// The names of the formats that can be corrected: "raw8, ..., mono8 to mono16".
 std::string sampledFormats();

@@ -105,6 +105,34 @@ inline CLI::Validator oneOf(const std::vector<unsigned>& numbers) {
         fmt::format("{}", fmt::join(numbers, "|")));
 }
 
+/// Numbers with commas between; empty for another text.
+inline std::vector<double> decimals(std::string_view text) {
+    constexpr double kLargest = std::numeric_limits<double>::max();
+    std::vector<double> numbers;
+    for (const std::string_view part : sim::splitText(text, ',')) {
+        const std::optional<double> number = sim::readNumber(part, -kLargest, kLargest);
+        if (!number) {
+            return {};
+        }
+        numbers.push_back(*number);
+    }
+    return numbers;
+}
+
+/// Adds an option whose text a parser turns into value; complaint: what is said about a text that it refuses.
+template <class T>
+CLI::Option* addParsedOption(CLI::App& command, const char* name, std::optional<T>& value,
+                             std::optional<T> (*parsed)(std::string_view), const std::string& complaint,
+                             const std::string& help) {
+    const auto check = [parsed, complaint](std::string& text) {
+        return parsed(text) ? std::string() : '"' + text + "\" " + complaint;
+    };
+    return command
+        .add_option_function<std::string>(
+            name, [&value, parsed](const std::string& text) { value = parsed(text); }, help)
+        ->check(CLI::Validator(check, ""));
+}
+
 /// Adds --json.
 inline void addJson(CLI::App& command, bool& json) {
     command.add_flag("--json", json, "Print a JSON object")->disable_flag_override();

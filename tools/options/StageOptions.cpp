@@ -26,20 +26,6 @@ constexpr SName kMirrors[] = {
     {VEK_MIRROR_HORIZONTAL, "h"}, {VEK_MIRROR_VERTICAL, "v"}, {VEK_MIRROR_HORIZONTAL | VEK_MIRROR_VERTICAL, "hv"}};
 constexpr SName kRotations[] = {{VEK_ROTATION_CLOCKWISE, "cw"}, {VEK_ROTATION_COUNTERCLOCKWISE, "ccw"}};
 
-/// Numbers with commas between; empty for another text.
-std::vector<double> decimals(std::string_view text) {
-    constexpr double kLargest = std::numeric_limits<double>::max();
-    std::vector<double> numbers;
-    for (const std::string_view part : sim::splitText(text, ',')) {
-        const std::optional<double> number = sim::readNumber(part, -kLargest, kLargest);
-        if (!number) {
-            return {};
-        }
-        numbers.push_back(*number);
-    }
-    return numbers;
-}
-
 /// value times scale, rounded; nothing below low, above T's range, or for what is not a number.
 template <class T>
 std::optional<T> scaled(double value, double scale, T low = std::numeric_limits<T>::min()) {
@@ -126,19 +112,11 @@ std::optional<SSharpness> parsedSharpness(std::string_view text) {
     return fits ? std::optional(SSharpness{*gain, *coring}) : std::nullopt;
 }
 
-/// Adds an option whose text a parser turns into value; complaint: what is said about a text that it refuses.
 template <class T>
 CLI::Option* addParsed(CLI::App& command, const char* name, std::optional<T>& value,
                        std::optional<T> (*parsed)(std::string_view), const std::string& complaint,
                        const std::string& help) {
-    const auto check = [parsed, complaint](std::string& text) {
-        return parsed(text) ? std::string() : '"' + text + "\" " + complaint;
-    };
-    return command
-        .add_option_function<std::string>(
-            name, [&value, parsed](const std::string& text) { value = parsed(text); }, help)
-        ->check(CLI::Validator(check, ""))
-        ->group(kGroup);
+    return addParsedOption(command, name, value, parsed, complaint, help)->group(kGroup);
 }
 
 /// Adds an option that takes one of a few names.

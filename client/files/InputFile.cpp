@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "client/files/InputFile.h"
+
+#include "client/Errors.h"
+#include "client/files/Descriptor.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+
+namespace vek::client {
+
+std::string readWholeFile(const std::string& path, std::size_t most, std::string_view kind) {
+    const FilePointer file(path == "-" ? stdin : std::fopen(path.c_str(), "re"));
+    if (file == nullptr) {
+        throw CFailure(fmt::format("{}: cannot open: {}", path, systemMessage(errno)));
+    }
+    // Memory grows with what really comes, and stops one byte behind the most.
+    constexpr std::size_t kPiece = std::size_t{1} << 20;
+    std::string text;
+    std::size_t got = 0;
+    do {
+        const std::size_t piece = std::min(kPiece, most + 1 - text.size());
+        const std::size_t before = text.size();
+        text.resize(before + piece);
+        got = std::fread(text.data() + before, 1, piece, file.get());
+        text.resize(before + got);
+    } while (got > 0 && text.size() <= most);
+    if (std::ferror(file.get()) != 0) {
+        throw CFailure(fmt::format("{}: cannot read: {}", path, systemMessage(errno)));
+    }
+    if (text.size() > most) {
+        throw CFailure(fmt::format("{}: more than {} bytes: no {}", path, most, kind));
+    }
+    return text;
+}
+
+} // namespace vek::client

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace vek::client {
+
+/// Reads a file as it is; "-" is standard input. most: bytes that a file of this kind can have a use for; kind: its
+/// name in words, "setting file". Throws CFailure, also for more bytes than that.
+std::string readWholeFile(const std::string& path, std::size_t most, std::string_view kind);
+
+} // namespace vek::client
