@@ -15,14 +15,15 @@ namespace vek {
 
 /// What a handle's stages were set to when a plan was made.
 struct SHandleStages {
+    // In an order that leaves few gaps: the curves stand on cache lines.
+    SLumaGammaStage lumaGamma;
+    SRawGammaStage rawGamma;
+    SColorMatrixStage matrix;
     std::shared_ptr<const SDarkFrame> dark; ///< of noise reduction
     SShadingStage shading;
     SWBStage balance; ///< with the tables of bytes
-    SRawGammaStage rawGamma;
-    SColorMatrixStage matrix;
-    SChromaSuppressStage suppression;
-    SLumaGammaStage lumaGamma;
     SSharpnessStage sharpness;
+    SChromaSuppressStage suppression;
 };
 
 } // namespace vek

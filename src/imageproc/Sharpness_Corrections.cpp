@@ -166,7 +166,7 @@ bool findSegments(const SCorrectionTable& table, Segments* segments) {
     }
     const std::uint32_t last = lastOf(table);
     segments->last = static_cast<std::uint16_t>(last);
-    segments->bits = static_cast<unsigned>(std::max<int>(std::bit_width(last) - 4, 1));
+    segments->bits = static_cast<unsigned>(std::max(static_cast<int>(std::bit_width(last)) - 4, 1));
     const std::uint32_t length = 1U << segments->bits;
     // As many bits of the fraction as 16 hold, of which the rests have 8.
     const double span = static_cast<double>(table.step) * length;

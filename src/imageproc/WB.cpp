@@ -37,7 +37,7 @@ void countRow(const T* row, unsigned long width, unsigned long parity, Histogram
     unsigned long x = 0;
     // Several samples from one load: each of the increments is a load, too.
     for (; x + step <= width; x += step) {
-        std::array<std::uint64_t, step / perWord> samples;
+        std::array<std::uint64_t, step / perWord> samples{};
         std::memcpy(samples.data(), row + x, sizeof samples);
         for (std::size_t copy = 0; copy < SWBStatistics::kCopies; ++copy) {
             const std::size_t at = 2 * copy;
@@ -297,7 +297,7 @@ void SWBStage::Rows(const rows::SRowTable& kernels, const SFrame& frame, const S
             lookUp(row, frame.width, Table<T>(even), Table<T>(odd));
         });
     } else {
-        std::array<rows::SWordGain, kColorSlots> wordGains;
+        std::array<rows::SWordGain, kColorSlots> wordGains{};
         for (const EColorSlot slot : slots) {
             wordGains[slot] = WordGain(slot);
         }

@@ -264,9 +264,9 @@ struct SChromaLimits {
 
 /// Levels by luma, 4096 entries.
 struct SLumaCurve {
-    const std::uint16_t* levels;
-    const std::uint8_t* bytes;         ///< the first 256, null where one of them is not a byte
-    const SToneCurve* words = nullptr; ///< the levels as a curve by steps; null where there is none
+    const std::uint16_t* levels = nullptr;
+    const std::uint8_t* bytes = nullptr; ///< the first 256, null where one of them is not a byte
+    const SToneCurve* words = nullptr;   ///< the levels as a curve by steps; null where there is none
 };
 
 /// Corrections of words by arithmetic, for m = min(difference - coring, last), 0 within the coring, and p = m x slope:
