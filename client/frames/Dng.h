@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Raw frames of DNG files (Digital Negative Specification 1.6) and what the files tell of them.
+// Raw frames of Digital Negative files (DNG 1.6, Adobe, 2021) and what the files tell of them.
 #pragma once
 
 #include "client/frames/Measurement.h"

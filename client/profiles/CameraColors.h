@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a camera's colours are: from its samples to XYZ and linear sRGB, as chapter 6 (Mapping Camera Color Space to CIE
-// XYZ Space) of the Digital Negative Specification 1.6 (Adobe, 2021) has it. Matrices of samples expect ones that are
+// XYZ Space) of Digital Negative (DNG) 1.6 (Adobe, 2021) has it. Matrices of samples expect ones that are
 // linear, 0 at black and 1 at white.
 #pragma once
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // A camera profile: what a camera's frames need to become right pictures, as one JSON file (docs/profile.md). Members
-// that the Digital Negative Specification 1.6 (Adobe, 2021) has a tag for have its name, directions and units.
+// that Digital Negative (DNG) 1.6 (Adobe, 2021) has a tag for have its name, directions and units.
 #pragma once
 
 #include "client/profiles/CameraColors.h"

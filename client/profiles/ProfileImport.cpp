@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::size_t kLargestImport = std::size_t{1} << 30;
 
-/// Tags of TIFF 6.0, TIFF/EP and the Digital Negative Specification.
+/// Tags of TIFF 6.0, TIFF/EP and DNG 1.6.
 enum ETag : std::uint32_t {
     kNewSubfileType = 254,
     kImageWidth = 256,
