@@ -24,6 +24,7 @@ std::uint8_t planeOf(EColorSlot slot) {
 template <class T>
 std::vector<float> floats(const T& values) {
     std::vector<float> narrow;
+    narrow.reserve(values.size());
     for (const double value : values) {
         narrow.push_back(static_cast<float>(value));
     }

@@ -72,7 +72,7 @@ public:
     /// counts: how many numbers there may be, in a list; a single one may stand alone where it may be one.
     std::optional<std::vector<double>> Numbers(std::initializer_list<std::size_t> counts, double low,
                                                double high) const {
-        const std::optional<std::vector<double>> numbers = NumbersOf(mJson, low, high);
+        std::optional<std::vector<double>> numbers = NumbersOf(mJson, low, high);
         if (numbers && std::find(counts.begin(), counts.end(), numbers->size()) == counts.end()) {
             Complain(fmt::format("has {} numbers, not {}", numbers->size(), fmt::join(counts, " or ")));
             return std::nullopt;
@@ -82,7 +82,7 @@ public:
 
     /// fewest to most numbers.
     std::optional<std::vector<double>> Series(std::size_t fewest, std::size_t most, double low, double high) const {
-        const std::optional<std::vector<double>> numbers = NumbersOf(mJson, low, high);
+        std::optional<std::vector<double>> numbers = NumbersOf(mJson, low, high);
         if (numbers && (numbers->size() < fewest || numbers->size() > most)) {
             Complain(fmt::format("has {} numbers, not {} to {}", numbers->size(), fewest, most));
             return std::nullopt;

@@ -39,9 +39,9 @@ double distance(const SIsotemperature& line, double u, double v) {
 }
 
 struct SLightSource {
-    unsigned code;
-    double temperature; ///< kelvin; 0: none
-    const char* name;
+    unsigned code = 0;
+    double temperature = 0; ///< kelvin; 0: none
+    const char* name = "";
     SChromaticity white = {}; ///< 0, 0: the black body's
 };
 

@@ -291,7 +291,7 @@ std::optional<SControlDelay> parsedDelay(std::string_view text) {
 }
 
 std::optional<SToneCurve> parsedTone(std::string_view text) {
-    if (const std::optional<SToneCurve> named = toneCurveNamed(text)) {
+    if (std::optional<SToneCurve> named = toneCurveNamed(text)) {
         return named;
     }
     const std::optional<double> gamma = sim::readNumber(text, kLowestGamma, kHighestGamma);
