@@ -6,6 +6,7 @@
 #include "formats/ColorArrays.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 #include <utility>
 
@@ -15,20 +16,6 @@ namespace {
 
 /// Linear sRGB of CIE XYZ, both with the white of D65 (IEC 61966-2-1).
 constexpr DngMatrix kXyzToSrgb = {3.2406, -1.5372, -0.4986, -0.9689, 1.8758, 0.0415, 0.0557, -0.2040, 1.0570};
-
-/// The smallest unpacked format that holds samples up to white.
-const STransferFormat& formatFor(bool mono, bool bytes, unsigned white) {
-    const EContent content = mono ? EContent::Mono : EContent::Raw;
-    const STransferFormat* found = nullptr;
-    for (const STransferFormat& format : kTransferFormats) {
-        const bool fits = format.content == content && format.layout == (bytes ? ELayout::Bytes : ELayout::Words) &&
-                          maxSample(format.depth) >= white;
-        if (fits && (found == nullptr || format.depth < found->depth)) {
-            found = &format;
-        }
-    }
-    return *found;
-}
 
 } // namespace
 
@@ -68,26 +55,22 @@ SDngFrame dngFrameOf(const STransferredFrame& frame) {
     return dng;
 }
 
+bool hasStandInColors(const SDngTags& tags) {
+    constexpr double kRounding = 1e-4; // of the file's rationals
+    return tags.colors.size() == 1 && !tags.colors[0].forwardMatrix &&
+           std::ranges::equal(tags.colors[0].colorMatrix, kXyzToSrgb,
+                              [](double a, double b) { return std::abs(a - b) < kRounding; });
+}
+
 STransferredFrame transferredFrameOf(const SDngFrame& frame) {
     const std::vector<std::uint16_t>& table = frame.tags.linearization;
     const bool words = frame.bits == 16 || !table.empty();
     STransferredFrame transferred;
-    transferred.format = &formatFor(frame.colorArray == VEK_COLOR_ARRAY_MONO, !words, frame.White());
+    transferred.format = &unpackedFormat(frame.colorArray == VEK_COLOR_ARRAY_MONO, words, frame.White());
     transferred.width = frame.width;
     transferred.height = frame.height;
     transferred.colorArray = frame.colorArray;
-    if (table.empty()) {
-        transferred.bytes = frame.bytes;
-        return transferred;
-    }
-    const std::size_t samples = std::size_t{frame.width} * frame.height;
-    transferred.bytes.reserve(2 * samples);
-    for (std::size_t i = 0; i < samples; ++i) {
-        const std::size_t stored = frame.bits == 8 ? frame.bytes[i] : wordAt(frame.bytes, i);
-        const std::uint16_t linear = table[std::min(stored, table.size() - 1)];
-        transferred.bytes.push_back(static_cast<std::uint8_t>(linear & 0xFF));
-        transferred.bytes.push_back(static_cast<std::uint8_t>(linear >> 8));
-    }
+    transferred.bytes = table.empty() ? frame.bytes : linearizedWords(frame.bytes, frame.bits == 16, table);
     return transferred;
 }
 

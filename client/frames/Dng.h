@@ -83,6 +83,9 @@ SGainMap gainMapOf(std::optional<unsigned> phase, std::uint32_t width, std::uint
 /// a camera that has sRGB's primaries. frame: of a format of bytes or words.
 SDngFrame dngFrameOf(const STransferredFrame& frame);
 
+/// Whether the colours of a frame are those of dngFrameOf, which tell nothing of its camera.
+bool hasStandInColors(const SDngTags& tags);
+
 /// The frame with linear samples, as one that was transferred in the smallest format which holds its white level.
 STransferredFrame transferredFrameOf(const SDngFrame& frame);
 

@@ -39,6 +39,14 @@ bool exceedsRange(std::span<const std::uint8_t> bytes, const STransferFormat& fo
     return highBits >> format.ShiftToByte() != 0;
 }
 
+void limitWords(std::span<std::uint8_t> bytes, std::uint16_t largest) {
+    for (std::size_t i = 0; i < bytes.size() / 2; ++i) {
+        const std::uint16_t word = std::min(wordAt(bytes, i), largest);
+        bytes[2 * i] = static_cast<std::uint8_t>(word & 0xFF);
+        bytes[2 * i + 1] = static_cast<std::uint8_t>(word >> 8);
+    }
+}
+
 SRawFrame rawFrame(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::uint32_t width,
                    std::uint32_t height, unsigned short colorArray, unsigned short depth) {
     const std::size_t pixels = static_cast<std::size_t>(width) * height;
@@ -55,6 +63,32 @@ SRawFrame rawFrame(std::span<const std::uint8_t> bytes, const STransferFormat& f
     }
     std::visit([&](auto& samples) { appendSpareSample(samples, width); }, frame.samples);
     return frame;
+}
+
+const STransferFormat& unpackedFormat(bool mono, bool words, unsigned white) {
+    const EContent content = mono ? EContent::Mono : EContent::Raw;
+    const STransferFormat* found = nullptr;
+    for (const STransferFormat& format : kTransferFormats) {
+        const bool fits = format.content == content && format.layout == (words ? ELayout::Words : ELayout::Bytes) &&
+                          maxSample(format.depth) >= white;
+        if (fits && (found == nullptr || format.depth < found->depth)) {
+            found = &format;
+        }
+    }
+    return *found;
+}
+
+std::vector<std::uint8_t> linearizedWords(std::span<const std::uint8_t> bytes, bool words,
+                                          std::span<const std::uint16_t> table) {
+    const std::size_t samples = words ? bytes.size() / 2 : bytes.size();
+    std::vector<std::uint8_t> linear(2 * samples);
+    for (std::size_t i = 0; i < samples; ++i) {
+        const std::size_t sample = words ? wordAt(bytes, i) : bytes[i];
+        const std::uint16_t value = table[std::min(sample, table.size() - 1)];
+        linear[2 * i] = static_cast<std::uint8_t>(value & 0xFF);
+        linear[2 * i + 1] = static_cast<std::uint8_t>(value >> 8);
+    }
+    return linear;
 }
 
 } // namespace vek::client

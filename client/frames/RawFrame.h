@@ -53,9 +53,19 @@ inline std::uint16_t wordAt(std::span<const std::uint8_t> bytes, std::size_t i) 
 /// Whether words among transferred bytes are above their format's range.
 bool exceedsRange(std::span<const std::uint8_t> bytes, const STransferFormat& format);
 
+/// Makes words (little-endian) that are larger than largest as large as that.
+void limitWords(std::span<std::uint8_t> bytes, std::uint16_t largest);
+
 /// Makes a frame of transferred bytes (frameBytes of them) of a format of bytes or words (little-endian). Samples above
 /// the format's range count as its largest. depth: of the frame, the format's or less: low bits are cut off.
 SRawFrame rawFrame(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::uint32_t width,
                    std::uint32_t height, unsigned short colorArray, unsigned short depth);
+
+/// The smallest unpacked format, mono or raw, of words or bytes, that holds samples up to white.
+const STransferFormat& unpackedFormat(bool mono, bool words, unsigned white);
+
+/// Linear values of samples, bytes or words, as words. table: by sample, not empty; larger samples have its last value.
+std::vector<std::uint8_t> linearizedWords(std::span<const std::uint8_t> bytes, bool words,
+                                          std::span<const std::uint16_t> table);
 
 } // namespace vek::client

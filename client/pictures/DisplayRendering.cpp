@@ -6,12 +6,11 @@
 
 namespace vek::client {
 
-namespace {
-
-/// sRGB transfer curve (IEC 61966-2-1), linear light 0..1 to a coded value 0..1.
 double sRgbCurve(double linear) {
     return linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1.0 / 2.4) - 0.055;
 }
+
+namespace {
 
 /// A channel's rendering, for every sample that the depth has.
 std::vector<std::uint16_t> renderingTable(unsigned sourceDepth, const SDisplayLevels& levels, double gain,

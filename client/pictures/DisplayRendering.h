@@ -7,6 +7,9 @@
 
 namespace vek::client {
 
+/// sRGB transfer curve (IEC 61966-2-1), linear light 0..1 to a coded value 0..1.
+double sRgbCurve(double linear);
+
 /// Sensor levels that become black and white on a screen, in samples of the image (0 .. 2^depth - 1), black < white.
 struct SDisplayLevels {
     double black = 0;

@@ -27,15 +27,40 @@ SImage scaledToDepth(SImage image, unsigned short depth) {
     return image;
 }
 
-void packSamples(const std::uint16_t* samples, std::size_t count, unsigned depth, std::uint8_t* bytes) {
-    if (depth == 8) {
-        std::transform(samples, samples + count, bytes,
-                       [](std::uint16_t sample) { return static_cast<std::uint8_t>(sample); });
+SImage imageOf(const SPictureView& picture) {
+    SImage image{picture.width, picture.height, picture.channels, picture.depth, {}};
+    const std::size_t count = image.RowSamples() * image.height;
+    if (picture.depth == 8) {
+        const auto* const bytes = static_cast<const std::uint8_t*>(picture.samples);
+        image.samples.assign(bytes, bytes + count);
+    } else {
+        const auto* const words = static_cast<const std::uint16_t*>(picture.samples);
+        image.samples.assign(words, words + count);
+    }
+    return image;
+}
+
+SPictureView viewOf(const SImage& image, std::vector<std::uint8_t>& bytes) {
+    SPictureView picture{image.width, image.height, image.channels, image.depth, image.samples.data()};
+    if (image.depth == 8) {
+        bytes.resize(image.samples.size());
+        std::ranges::transform(image.samples, bytes.begin(),
+                               [](std::uint16_t sample) { return static_cast<std::uint8_t>(sample); });
+        picture.samples = bytes.data();
+    }
+    return picture;
+}
+
+void packRow(const SPictureView& picture, std::size_t y, std::uint8_t* bytes) {
+    const std::uint8_t* const row = picture.Row(y);
+    if (picture.depth == 8) {
+        std::copy_n(row, picture.RowBytes(), bytes);
         return;
     }
-    for (std::size_t i = 0; i < count; ++i) {
-        bytes[2 * i] = static_cast<std::uint8_t>(samples[i] >> 8);
-        bytes[2 * i + 1] = static_cast<std::uint8_t>(samples[i] & 0xFF);
+    const auto* const words = reinterpret_cast<const std::uint16_t*>(row);
+    for (std::size_t i = 0; i < picture.RowSamples(); ++i) {
+        bytes[2 * i] = static_cast<std::uint8_t>(words[i] >> 8);
+        bytes[2 * i + 1] = static_cast<std::uint8_t>(words[i] & 0xFF);
     }
 }
 

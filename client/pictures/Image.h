@@ -27,7 +27,27 @@ constexpr std::uint16_t maxSample(unsigned depth) {
 /// maps onto the whole range (0x0ABC at 12 bits is 0xABCA at 16).
 SImage scaledToDepth(SImage image, unsigned short depth);
 
-/// Samples as most picture files have them: the sample itself at depth 8, high byte first at 16.
-void packSamples(const std::uint16_t* samples, std::size_t count, unsigned depth, std::uint8_t* bytes);
+/// A picture in memory that somebody else owns: grey or red, green, blue; bytes at depth 8, else words; rows without
+/// padding.
+struct SPictureView {
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    unsigned short channels = 0; ///< 1 or 3
+    unsigned short depth = 0;    ///< bits, 8..16
+    const void* samples = nullptr;
+
+    std::size_t RowSamples() const { return static_cast<std::size_t>(width) * channels; }
+    std::size_t RowBytes() const { return RowSamples() * (depth == 8 ? 1 : 2); }
+    const std::uint8_t* Row(std::size_t y) const { return static_cast<const std::uint8_t*>(samples) + y * RowBytes(); }
+};
+
+/// A copy of a picture.
+SImage imageOf(const SPictureView& picture);
+
+/// An image as a picture. bytes: keeps the samples of one of depth 8.
+SPictureView viewOf(const SImage& image, std::vector<std::uint8_t>& bytes);
+
+/// A row as most picture files have it: the samples themselves at depth 8, else their high byte first. bytes: RowBytes.
+void packRow(const SPictureView& picture, std::size_t y, std::uint8_t* bytes);
 
 } // namespace vek::client

@@ -52,7 +52,7 @@ struct SJpegWriter {
 };
 
 /// The part between setjmp and longjmp: it makes no object that would need a destructor. row holds one row of bytes.
-bool encode(SJpegWriter& writer, std::FILE* file, const SImage& image, int quality, std::uint8_t* row) {
+bool encode(SJpegWriter& writer, std::FILE* file, const SPictureView& image, int quality, std::uint8_t* row) {
     if (setjmp(writer.error.jump) != 0) {
         return false;
     }
@@ -72,7 +72,7 @@ bool encode(SJpegWriter& writer, std::FILE* file, const SImage& image, int quali
     }
     jpeg_start_compress(&jpeg, TRUE);
     for (std::size_t y = 0; y < image.height; ++y) {
-        packSamples(image.samples.data() + y * image.RowSamples(), image.RowSamples(), image.depth, row);
+        packRow(image, y, row);
         JSAMPROW rows[] = {row};
         jpeg_write_scanlines(&jpeg, rows, 1);
     }
@@ -82,11 +82,11 @@ bool encode(SJpegWriter& writer, std::FILE* file, const SImage& image, int quali
 
 } // namespace
 
-void writeJpeg(COutputFile& file, const SImage& image, const SPictureOptions& options) {
+void writeJpeg(COutputFile& file, const SPictureView& image, const SPictureOptions& options) {
     if (image.depth != 8) {
         throw CFailure(fmt::format("{}: cannot write: JPEG pictures have 8 bits", file.Name()));
     }
-    std::vector<std::uint8_t> row(image.RowSamples());
+    std::vector<std::uint8_t> row(image.RowBytes());
     SJpegWriter writer;
     if (!encode(writer, file.Stream(), image, options.quality, row.data())) {
         throw CFailure(

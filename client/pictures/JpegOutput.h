@@ -13,6 +13,6 @@ namespace vek::client {
 inline constexpr std::uint32_t kLargestJpegSide = 65500;
 
 /// Writes an image of depth 8 as a JPEG file, colours at full resolution. Throws CFailure.
-void writeJpeg(COutputFile& file, const SImage& image, const SPictureOptions& options);
+void writeJpeg(COutputFile& file, const SPictureView& image, const SPictureOptions& options);
 
 } // namespace vek::client

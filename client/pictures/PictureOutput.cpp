@@ -81,9 +81,15 @@ void checkPicture(const std::string& path, std::uint32_t width, std::uint32_t he
     }
 }
 
-void writePicture(COutputFile& file, const SPictureFormat& format, const SImage& image,
+void writePicture(COutputFile& file, const SPictureFormat& format, const SPictureView& image,
                   const SPictureOptions& options) {
     format.write(file, image, options);
+}
+
+void writePicture(COutputFile& file, const SPictureFormat& format, const SImage& image,
+                  const SPictureOptions& options) {
+    std::vector<std::uint8_t> bytes;
+    writePicture(file, format, viewOf(image, bytes), options);
 }
 
 } // namespace vek::client

@@ -18,7 +18,7 @@ struct SPictureFormat {
     bool hasColor;
     std::uint32_t mostSide; ///< pixels
     /// Writes an image that checkPicture lets through. Throws CFailure.
-    void (*write)(COutputFile& file, const SImage& image, const SPictureOptions& options);
+    void (*write)(COutputFile& file, const SPictureView& image, const SPictureOptions& options);
 };
 
 /// The format that the end of a path's name stands for; PNG where there is none, and of devices and pipes with an
@@ -37,6 +37,8 @@ std::string pictureComplaint(const std::string& path);
 void checkPicture(const std::string& path, std::uint32_t width, std::uint32_t height, unsigned channels, unsigned bits);
 
 /// Writes an image of depth 8 or 16 in a format. Throws CFailure.
+void writePicture(COutputFile& file, const SPictureFormat& format, const SPictureView& image,
+                  const SPictureOptions& options);
 void writePicture(COutputFile& file, const SPictureFormat& format, const SImage& image, const SPictureOptions& options);
 
 } // namespace vek::client

@@ -44,7 +44,7 @@ Bytes endedChunk(Bytes chunk) {
     return chunk;
 }
 
-Bytes headOf(const SImage& image, bool displayCurve) {
+Bytes headOf(const SPictureView& image, bool displayCurve) {
     Bytes chunk = begunChunk("IHDR");
     append32(chunk, image.width);
     append32(chunk, image.height);
@@ -75,17 +75,14 @@ Bytes tailWith(std::uint32_t adler) {
     return tail;
 }
 
-/// The differences of a row from the one above, behind the filter's number.
-void filterRow(const std::uint16_t* row, const std::uint16_t* above, std::size_t count, unsigned depth,
-               std::uint8_t* bytes) {
-    constexpr std::uint8_t kUp = 2;
-    *bytes++ = kUp;
-    if (depth == 8) {
-        for (std::size_t i = 0; i < count; ++i) {
-            bytes[i] = static_cast<std::uint8_t>(row[i] - above[i]);
-        }
-        return;
+/// The differences of a row from the one above.
+void filterRow(const std::uint8_t* row, const std::uint8_t* above, std::size_t count, std::uint8_t* bytes) {
+    for (std::size_t i = 0; i < count; ++i) {
+        bytes[i] = static_cast<std::uint8_t>(row[i] - above[i]);
     }
+}
+/// The same of words, whose high bytes come first.
+void filterRow(const std::uint16_t* row, const std::uint16_t* above, std::size_t count, std::uint8_t* bytes) {
     for (std::size_t i = 0; i < count; ++i) {
         bytes[2 * i] = static_cast<std::uint8_t>((row[i] >> 8) - (above[i] >> 8));
         bytes[2 * i + 1] = static_cast<std::uint8_t>(row[i] - above[i]);
@@ -106,18 +103,25 @@ class CBandCompressor {
 public:
     CBandCompressor() : mStream(std::make_unique_for_overwrite<isal_zstream>()), mLevelBuffer(ISAL_DEF_LVL1_DEFAULT) {}
 
-    void Compress(const SImage& image, SBand& band) {
+    void Compress(const SPictureView& image, SBand& band) {
         const std::size_t count = image.RowSamples();
-        const std::size_t rowBytes = 1 + count * (image.depth / 8);
+        const std::size_t rowBytes = 1 + image.RowBytes();
         band.bytes = rowBytes * band.rows;
         mFiltered.resize(std::max(mFiltered.size(), band.bytes));
         if (band.first == 0) {
-            mNothing.assign(count, 0);
+            mNothing.assign(image.RowBytes(), 0);
         }
-        for (std::uint32_t y = 0; y < band.rows; ++y) {
-            const std::uint16_t* const row = image.samples.data() + (band.first + y) * count;
-            filterRow(row, band.first + y == 0 ? mNothing.data() : row - count, count, image.depth,
-                      mFiltered.data() + y * rowBytes);
+        for (std::uint32_t y = band.first; y < band.first + band.rows; ++y) {
+            constexpr std::uint8_t kUp = 2;
+            const std::uint8_t* const above = y == 0 ? mNothing.data() : image.Row(y - 1);
+            std::uint8_t* const bytes = mFiltered.data() + (y - band.first) * rowBytes;
+            *bytes = kUp;
+            if (image.depth == 8) {
+                filterRow(image.Row(y), above, count, bytes + 1);
+            } else {
+                filterRow(reinterpret_cast<const std::uint16_t*>(image.Row(y)),
+                          reinterpret_cast<const std::uint16_t*>(above), count, bytes + 1);
+            }
         }
         band.adler = isal_adler32(kAdlerOfNothing, mFiltered.data(), band.bytes);
         band.chunk = begunChunk("IDAT");
@@ -155,11 +159,11 @@ private:
     std::unique_ptr<isal_zstream> mStream;
     Bytes mLevelBuffer;
     Bytes mFiltered;
-    std::vector<std::uint16_t> mNothing; ///< above the first row
+    Bytes mNothing; ///< above the first row
 };
 
 /// False where the system gives no threads; then it is to be done again.
-bool compressOnThreads(const SImage& image, unsigned most, std::vector<SBand>& bands) {
+bool compressOnThreads(const SPictureView& image, unsigned most, std::vector<SBand>& bands) {
     // oneTBB has no more threads than the machine runs at once, and says so on standard error where they are asked.
     const int threads = std::min(static_cast<int>(most), tbb::info::default_concurrency());
     // Signals go to the thread that has the files: new threads hold back what this one does.
@@ -178,9 +182,9 @@ bool compressOnThreads(const SImage& image, unsigned most, std::vector<SBand>& b
 
 } // namespace
 
-std::vector<std::vector<std::uint8_t>> pngInBands(const SImage& image, const SPictureOptions& options,
+std::vector<std::vector<std::uint8_t>> pngInBands(const SPictureView& image, const SPictureOptions& options,
                                                   std::size_t bandBytes) {
-    const std::size_t rowBytes = 1 + image.RowSamples() * (image.depth / 8);
+    const std::size_t rowBytes = 1 + image.RowBytes();
     const auto rows = static_cast<std::uint32_t>(std::clamp<std::size_t>(bandBytes / rowBytes, 1, image.height));
     std::vector<SBand> bands((image.height + rows - 1) / rows);
     for (std::size_t i = 0; i < bands.size(); ++i) {

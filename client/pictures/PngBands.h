@@ -18,7 +18,7 @@ inline constexpr std::size_t kPngBandBytes = std::size_t{1} << 19;
 /// A PNG file of an image of depth 8 or 16, in pieces. Every row is told as differences from the one above (filter Up),
 /// and bands of rows are compressed each for itself, on several threads where options ask for them; the file does not
 /// depend on their number. bandBytes: of a band, about; a row at least.
-std::vector<std::vector<std::uint8_t>> pngInBands(const SImage& image, const SPictureOptions& options,
+std::vector<std::vector<std::uint8_t>> pngInBands(const SPictureView& image, const SPictureOptions& options,
                                                   std::size_t bandBytes = kPngBandBytes);
 
 } // namespace vek::client

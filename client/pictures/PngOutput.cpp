@@ -54,7 +54,7 @@ struct SPngWriter {
 };
 
 /// The part between setjmp and longjmp: it makes no object that would need a destructor. row holds one packed row.
-bool encode(SPngWriter& writer, std::FILE* file, const SImage& image, bool displayCurve, std::uint8_t* row) {
+bool encode(SPngWriter& writer, std::FILE* file, const SPictureView& image, bool displayCurve, std::uint8_t* row) {
     if (setjmp(png_jmpbuf(writer.png)) != 0) {
         return false;
     }
@@ -72,7 +72,7 @@ bool encode(SPngWriter& writer, std::FILE* file, const SImage& image, bool displ
     png_set_filter(writer.png, PNG_FILTER_TYPE_BASE, PNG_FILTER_UP);
     png_write_info(writer.png, writer.info);
     for (std::size_t y = 0; y < image.height; ++y) {
-        packSamples(image.samples.data() + y * image.RowSamples(), image.RowSamples(), image.depth, row);
+        packRow(image, y, row);
         png_write_row(writer.png, row);
     }
     png_write_end(writer.png, nullptr);
@@ -81,11 +81,11 @@ bool encode(SPngWriter& writer, std::FILE* file, const SImage& image, bool displ
 
 } // namespace
 
-void writePngByLibpng(COutputFile& file, const SImage& image, const SPictureOptions& options) {
+void writePngByLibpng(COutputFile& file, const SPictureView& image, const SPictureOptions& options) {
     SPngError error;
     bool done = false;
     try {
-        std::vector<std::uint8_t> row(image.RowSamples() * (image.depth / 8));
+        std::vector<std::uint8_t> row(image.RowBytes());
         SPngWriter writer;
         done = encode(writer, file.Stream(), image, options.displayCurve, row.data());
         error = writer.error;
@@ -98,7 +98,7 @@ void writePngByLibpng(COutputFile& file, const SImage& image, const SPictureOpti
     }
 }
 
-void writePng(COutputFile& file, const SImage& image, const SPictureOptions& options) {
+void writePng(COutputFile& file, const SPictureView& image, const SPictureOptions& options) {
 #ifdef VEKCAM_ISAL
     for (const std::vector<std::uint8_t>& piece : pngInBands(image, options)) {
         file.Write(piece);
@@ -106,6 +106,11 @@ void writePng(COutputFile& file, const SImage& image, const SPictureOptions& opt
 #else
     writePngByLibpng(file, image, options);
 #endif
+}
+
+void writePng(COutputFile& file, const SImage& image, const SPictureOptions& options) {
+    std::vector<std::uint8_t> bytes;
+    writePng(file, viewOf(image, bytes), options);
 }
 
 void writePng(const std::string& path, const SImage& image, const SPictureOptions& options) {

@@ -4,21 +4,15 @@
 #include "client/pictures/TiffFile.h"
 
 #include <algorithm>
-#include <vector>
 
 namespace vek::client {
 
-void writeTiff(COutputFile& file, const SImage& image, const SPictureOptions&) {
+void writeTiff(COutputFile& file, const SPictureView& image, const SPictureOptions&) {
     CTiffWriter tiff(file.Name());
     tiff.SetForm(image.width, image.height, image.channels, image.depth);
     tiff.Set(TIFFTAG_PHOTOMETRIC, image.channels == 1 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB);
     tiff.WriteRows([&](std::uint32_t y, std::uint8_t* bytes) {
-        const std::uint16_t* const row = image.samples.data() + y * image.RowSamples();
-        if (image.depth == 16) {
-            std::copy_n(reinterpret_cast<const std::uint8_t*>(row), 2 * image.RowSamples(), bytes);
-        } else {
-            packSamples(row, image.RowSamples(), image.depth, bytes);
-        }
+        std::copy_n(image.Row(y), image.RowBytes(), bytes); // words in the machine's order
     });
     file.Write(tiff.Finish());
 }

@@ -8,6 +8,6 @@
 namespace vek::client {
 
 /// Writes an image of depth 8 or 16 as a TIFF file without compression. Throws CFailure.
-void writeTiff(COutputFile& file, const SImage& image, const SPictureOptions& options);
+void writeTiff(COutputFile& file, const SPictureView& image, const SPictureOptions& options);
 
 } // namespace vek::client

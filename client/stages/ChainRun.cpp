@@ -40,19 +40,6 @@ SChainDescription::SChainDescription(std::uint32_t format, std::uint32_t width, 
     chain.picture = &picture;
 }
 
-SImage imageOf(const SPictureView& picture) {
-    SImage image{picture.width, picture.height, picture.channels, picture.depth, {}};
-    const std::size_t count = image.RowSamples() * image.height;
-    if (picture.depth == 8) {
-        const auto* const bytes = static_cast<const std::uint8_t*>(picture.samples);
-        image.samples.assign(bytes, bytes + count);
-    } else {
-        const auto* const words = static_cast<const std::uint16_t*>(picture.samples);
-        image.samples.assign(words, words + count);
-    }
-    return image;
-}
-
 unsigned usualThreads() {
     constexpr unsigned kMost = 8;
     return std::clamp(std::thread::hardware_concurrency(), 1U, kMost);

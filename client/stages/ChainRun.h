@@ -28,19 +28,6 @@ struct SChainDescription {
     SChainDescription& operator=(const SChainDescription&) = delete;
 };
 
-/// A picture in memory that somebody else owns: grey or red, green, blue as the chain's layout was; bytes at depth 8,
-/// else words; rows without padding.
-struct SPictureView {
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    unsigned short channels = 0; ///< 1 or 3
-    unsigned short depth = 0;    ///< bits, 8..16
-    const void* samples = nullptr;
-};
-
-/// A copy of a picture.
-SImage imageOf(const SPictureView& picture);
-
 /// Threads that the machine runs at once, up to 8: more of them wait for memory.
 unsigned usualThreads();
 

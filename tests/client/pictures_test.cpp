@@ -85,7 +85,8 @@ TEST_F(ClientPictures, PngHoldsEverySample) {
         expectSame(readPng(Written("out.png", image)), image);
         expectSame(readPng(Written("out.png", image, {.threads = 3})), image);
         client::COutputFiles files;
-        client::writePngByLibpng(files.Open(Path("libpng.png")), image, {});
+        std::vector<std::uint8_t> bytes;
+        client::writePngByLibpng(files.Open(Path("libpng.png")), client::viewOf(image, bytes), {});
         files.Publish();
         expectSame(readPng(Path("libpng.png")), image);
     });
@@ -102,7 +103,9 @@ TEST_F(ClientPictures, PngTellsOfTheDisplayCurve) {
 #ifdef VEKCAM_ISAL
 std::vector<std::uint8_t> inBands(const client::SImage& image, unsigned threads, std::size_t bandBytes) {
     std::vector<std::uint8_t> file;
-    for (const std::vector<std::uint8_t>& piece : client::pngInBands(image, {.threads = threads}, bandBytes)) {
+    std::vector<std::uint8_t> bytes;
+    for (const std::vector<std::uint8_t>& piece :
+         client::pngInBands(client::viewOf(image, bytes), {.threads = threads}, bandBytes)) {
         file.insert(file.end(), piece.begin(), piece.end());
     }
     return file;
@@ -299,7 +302,8 @@ TEST_F(ClientPictures, FullDevices) {
         }
     }
     client::COutputFiles files;
-    EXPECT_THROW(client::writePngByLibpng(files.Open("/dev/full"), image, {}), client::CFailure);
+    std::vector<std::uint8_t> bytes;
+    EXPECT_THROW(client::writePngByLibpng(files.Open("/dev/full"), client::viewOf(image, bytes), {}), client::CFailure);
 }
 
 } // namespace

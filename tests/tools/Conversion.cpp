@@ -4,7 +4,7 @@
 namespace vek::test {
 
 SPng CConversionTest::ConvertedFile(const std::string& input, const Arguments& arguments) const {
-    const SResult result = runVekcam(joined({{"convert", input, "-o", Path("out.png")}, arguments}));
+    const SResult result = runVekcam(joined({{"convert", input, "--plain", "-o", Path("out.png")}, arguments}));
     expectDone(result);
     EXPECT_EQ(result.out, "");
     return result.exitCode == 0 ? readPng(Path("out.png")) : SPng{};

@@ -7,7 +7,7 @@
 
 namespace vek::test {
 
-/// A test of vekcam convert.
+/// A test of vekcam convert --plain, where no picture is developed.
 class CConversionTest : public CFileTest {
 protected:
     /// The picture of a file, "out.png" of the test's directory; an empty one where the run fails, which is no success.

@@ -309,7 +309,7 @@ TEST_F(Convert, EdgeMethodFollowsAnEdge) {
 TEST_F(Convert, TheEndOfTheNameDecidesOnTheKind) {
     const std::string input = Write("in.raw", {10, 20, 30, 40});
     const auto written = [&](const std::string& name, const Arguments& more) {
-        expectDone(runVekcam(joined({{"convert", input, "-o", Path(name)}, sized(2, 2, more)})));
+        expectDone(runVekcam(joined({{"convert", input, "--plain", "-o", Path(name)}, sized(2, 2, more)})));
         return Content(name);
     };
     const Arguments colors = {"-f", "raw8", "-a", "rggb", "-m", "none"};
@@ -327,7 +327,8 @@ TEST_F(Convert, TheEndOfTheNameDecidesOnTheKind) {
 
 TEST_F(Convert, JpegOfDeepFramesHasEightBitsUnlessOthersAreAskedFor) {
     const std::string input = Write("in.raw", littleEndian({0, 4095, 2048, 1024}));
-    const Arguments arguments = joined({{"convert", input, "-o", Path("a.jpg")}, sized(2, 2, {"-f", "mono12"})});
+    const Arguments arguments =
+        joined({{"convert", input, "--plain", "-o", Path("a.jpg")}, sized(2, 2, {"-f", "mono12"})});
     expectDone(runVekcam(arguments));
     std::filesystem::remove(Path("a.jpg"));
     expectRefused(runVekcam(joined({arguments, {"--bits-out", "16"}})), 2, "JPEG pictures have 8 bits at most, not 16");
@@ -503,9 +504,9 @@ TEST_F(Convert, OffsetAndFrameChooseThePlaceInTheFile) {
 }
 
 TEST_F(Convert, StandardStreams) {
-    const SResult result =
-        runVekcam({"convert", "-", "-W", "2", "-H", "1", "-f", "mono8", "--frame", "1", "--src-offset", "1", "-o", "-"},
-                  {.in = {9, 8, 7, 6, 5, 4}});
+    const SResult result = runVekcam({"convert", "-", "--plain", "-W", "2", "-H", "1", "-f", "mono8", "--frame", "1",
+                                      "--src-offset", "1", "-o", "-"},
+                                     {.in = {9, 8, 7, 6, 5, 4}});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     const SPng image = decodePng({reinterpret_cast<const std::uint8_t*>(result.out.data()), result.out.size()});
     EXPECT_EQ(image.samples, (Samples{6, 5}));
@@ -516,8 +517,8 @@ TEST_F(Convert, LargeFrameFromAPipe) {
     for (std::size_t i = 0; i < raw.size(); ++i) {
         raw[i] = static_cast<std::uint8_t>(i * 7 + i / 2048);
     }
-    const SResult result =
-        runVekcam({"convert", "-", "-W", "2048", "-H", "1500", "-f", "mono8", "-o", Path("out.png")}, {.in = raw});
+    const SResult result = runVekcam(
+        {"convert", "-", "--plain", "-W", "2048", "-H", "1500", "-f", "mono8", "-o", Path("out.png")}, {.in = raw});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(readPng(Path("out.png")).samples, Samples(raw.begin(), raw.end()));
 }

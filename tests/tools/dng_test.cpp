@@ -39,7 +39,7 @@ protected:
     }
 
     void ExpectSamples(const std::string& dng, const std::vector<std::uint8_t>& words, const Arguments& more) const {
-        expectDone(runVekcam(joined({{"convert", dng, "-m", "mono", "-o", Path("out.pgm")}, more})));
+        expectDone(runVekcam(joined({{"convert", dng, "--plain", "-m", "mono", "-o", Path("out.pgm")}, more})));
         EXPECT_TRUE(Content("out.pgm").ends_with(turned(words)));
     }
 
@@ -122,7 +122,7 @@ TEST_F(DngFiles, WhatDoesNotGoTogether) {
     expectRefused(runVekcam({"convert", dng, "-o", dng}), 2, "is an input");
     // As raw bytes.
     const Arguments forced = {"-f", "mono8", "--force", "-o", Path("x.pgm")};
-    EXPECT_EQ(runVekcam(joined({{"convert", dng}, sized(2, 2, forced)})).exitCode, 0);
+    EXPECT_EQ(runVekcam(joined({{"convert", dng, "--plain"}, sized(2, 2, forced)})).exitCode, 0);
     EXPECT_TRUE(Content("x.pgm").ends_with(std::string("II*\0", 4)));
 }
 

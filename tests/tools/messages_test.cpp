@@ -18,8 +18,9 @@ class Messages : public CFileTest {
 protected:
     /// Grey frame of 2 x 2 pixels to a picture.
     Arguments Convert(const std::string& output, const Arguments& more = {}) const {
-        return joined(
-            {{"convert", Write("in.raw", {10, 20, 30, 40}), "-o", output}, sized(2, 2, {"-f", "mono8"}), more});
+        return joined({{"convert", Write("in.raw", {10, 20, 30, 40}), "--plain", "-o", output},
+                       sized(2, 2, {"-f", "mono8"}),
+                       more});
     }
 };
 

@@ -242,8 +242,8 @@ TEST_F(NumbersOfFiles, FrameAndOffsetAreDecimal) {
     }
     const std::string raw = Write("in.raw", bytes);
     const auto first = [&](const Arguments& more) {
-        const SResult result =
-            runVekcam(joined({{"convert", raw, "-o", Path("out.png"), "-W", "02", "-H", "1", "-f", "mono8"}, more}));
+        const SResult result = runVekcam(
+            joined({{"convert", raw, "--plain", "-o", Path("out.png"), "-W", "02", "-H", "1", "-f", "mono8"}, more}));
         EXPECT_EQ(result.exitCode, 0) << result.err;
         return readPng(Path("out.png")).samples.at(0);
     };
@@ -276,7 +276,9 @@ class Composite : public ::testing::TestWithParam<SComposite> {};
 TEST_P(Composite, FollowsTheSameRules) {
     const SComposite& composite = GetParam();
     const auto run = [&](const std::string& text) {
-        const Arguments& more = composite.command == &kAlc ? kFewFrames : kSize;
+        const Arguments more = composite.command == &kAlc       ? kFewFrames
+                               : composite.command == &kConvert ? joined({kSize, {"--plain"}})
+                                                                : kSize;
         return runWith({composite.command, composite.option, true, "", "", more}, text);
     };
     for (const std::string& text : composite.bad) {
@@ -315,7 +317,7 @@ INSTANTIATE_TEST_SUITE_P(
                    "1,1.5,2,3",
                    "01,01.5,02,003",
                    {"1,1,1,nan", "1,1,1,inf", "1,1,1,1x", "1,1,1, 1", "0x1,1,1,1", "1,1,1,1e9"},
-                   "is neither auto nor R,GR,GB,B, four factors of 0 to 511.99"},
+                   "is neither auto nor R,G,B or R,GR,GB,B, factors of 0 to 511.99"},
         SComposite{&kConvert, "--raw-gamma", "2", "02", kBadGammas, kNoGamma},
         SComposite{&kConvert, "--gamma", "2", "02", kBadGammas, kNoGamma},
         SComposite{&kConvert,
@@ -353,7 +355,7 @@ TEST(Codes, AreDecimalOrHexadecimal) {
         for (const auto& [option, name, numbers] : {std::tuple{"--format", "raw8", "0 to 21 or 4096 to 4098"},
                                                     {"--colour-array", "rggb", "1 to 5"},
                                                     {"--method", "bilinear", "0 to 6 or 16"}}) {
-            Arguments arguments = {"convert", "in.raw", "-o", "out.png", "-W", "4", "-H", "4", option, text};
+            Arguments arguments = {"convert", "in.raw", "-o", "out.png", "-W", "4", "-H", "4", "--plain", option, text};
             const SResult result = runVekcam(arguments);
             EXPECT_EQ(result.exitCode, 2) << text;
             EXPECT_TRUE(result.err.starts_with("vekcam: " + std::string(option) + ": \"" + text + "\" is none of: "))

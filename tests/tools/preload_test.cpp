@@ -76,7 +76,7 @@ TEST_F(FilesOnADevice, SettingsAreTheSame) {
 TEST_F(FilesOnADevice, FlatFramesAreTheSameUnderAnEvenWhite) {
     // A PNG file of one white pixel is what the tool's own simulated camera looks at.
     const std::string raw = Write("white.raw", {255});
-    expectDone(runVekcam({"convert", raw, "-W", "1", "-H", "1", "-f", "mono8", "-o", Path("white.png")}));
+    expectDone(runVekcam({"convert", raw, "--plain", "-W", "1", "-H", "1", "-f", "mono8", "-o", Path("white.png")}));
     const Arguments calibrate = {"calibrate", "flat", "-n", "3", "-f", "raw12", "--exposure", "9000", "--gain", "7"};
     expectDone(runOnDevice(joined({calibrate, {"-o", Path("device.png"), "--raw", Path("device.raw")}}),
                            {"VEKCAM_SIM_SCENE=" + Path("white.png"), "VEKCAM_SIM_SIZE=80x64", "VEKCAM_SIM_SEED=5",

@@ -38,7 +38,8 @@ class RawFiles : public CFileTest, public ::testing::WithParamInterface<const ch
 protected:
     SResult Run(const std::string& input, const Arguments& more, const std::string& format = "mono8",
                 const SStreams& streams = {}) const {
-        const Arguments output = GetParam() == std::string("convert") ? Arguments{"-o", Path("out.png")} : Arguments();
+        const Arguments output =
+            GetParam() == std::string("convert") ? Arguments{"--plain", "-o", Path("out.png")} : Arguments();
         return runVekcam(joined({{GetParam(), input}, sized(kSide, kSide, {"-f", format}), output, more}), streams);
     }
 

@@ -370,7 +370,7 @@ TEST_F(Stages, LumaCurveComesBeforeTheSharpness) {
 class StageRefusal : public ::testing::TestWithParam<SRefusal> {};
 
 TEST_P(StageRefusal, ExitTwoWithOneLine) {
-    expectRefused(runVekcam(joined({{"convert", "in.raw", "-o", "out.png"}, GetParam().arguments})), 2,
+    expectRefused(runVekcam(joined({{"convert", "in.raw", "--plain", "-o", "out.png"}, GetParam().arguments})), 2,
                   GetParam().message + '\n');
 }
 
@@ -418,12 +418,12 @@ std::vector<SRefusal> badTexts(const std::string& option, const std::vector<std:
     return refusals;
 }
 
-INSTANTIATE_TEST_SUITE_P(WhiteBalance, StageRefusal,
-                         ::testing::ValuesIn(badTexts("--wb",
-                                                      {"2", "1,1,1", "1,1,1,1,1", "1,1,1,", ",1,1,1", "1,1,1,-1",
-                                                       "1,1,1,512", "1,1,1,nan", "1,1,1,inf", "1 1 1 1", "Auto",
-                                                       "1,1,1,1x", "1e3,1,1,1"},
-                                                      "is neither auto nor R,GR,GB,B, four factors of 0 to 511.99")));
+INSTANTIATE_TEST_SUITE_P(
+    WhiteBalance, StageRefusal,
+    ::testing::ValuesIn(badTexts("--wb",
+                                 {"2", "1,1", "1,1,1,1,1", "1,1,1,", ",1,1,1", "1,1,1,-1", "1,1,1,512", "1,1,1,nan",
+                                  "1,1,1,inf", "1 1 1 1", "Auto", "1,1,1,1x", "1e3,1,1,1"},
+                                 "is neither auto nor R,G,B or R,GR,GB,B, factors of 0 to 511.99")));
 INSTANTIATE_TEST_SUITE_P(Gamma, StageRefusal,
                          ::testing::ValuesIn(badTexts("--gamma", {"0", "0.004", "-1", "655.36", "nan", "2,2", "x"},
                                                       "is no gamma of 0.01 to 655.35")));
@@ -467,7 +467,7 @@ TEST(StageRanges, OfPlainNumbers) {
                                     {"--wb"},
                                     {"--gamma", "2", "--gamma", "2"}}) {
         SCOPED_TRACE(commandLine(stages));
-        expectRefused(runVekcam(joined({{"convert", "in.raw", "-o", "out.png"}, bayerFrame(stages)})), 2,
+        expectRefused(runVekcam(joined({{"convert", "in.raw", "--plain", "-o", "out.png"}, bayerFrame(stages)})), 2,
                       stages.front());
     }
 }

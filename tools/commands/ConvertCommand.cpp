@@ -1,22 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "client/develop/Developer.h"
 #include "client/files/OutputPath.h"
 #include "client/frames/Dng.h"
 #include "client/frames/DngOutput.h"
 #include "client/pictures/PictureOutput.h"
+#include "client/profiles/ProfileImport.h"
 #include "client/stages/Conversion.h"
 
 #include "tools/commands/Commands.h"
+#include "tools/options/DevelopOptions.h"
 #include "tools/options/FrameOptions.h"
 #include "tools/options/Options.h"
 #include "tools/options/StageOptions.h"
+#include "tools/text/Messages.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <span>
 #include <utility>
 
 namespace vek::tools {
@@ -30,28 +37,13 @@ struct SConvertArguments {
     std::string format;
     std::string colorArray;
     std::string method;
-    std::optional<std::string> black; ///< as typed: what it may be depends on the format
-    std::optional<std::string> white;
+    SDevelopTexts develop;
+    bool plain = false;
     std::string settings;
     std::optional<int> quality;
     std::string profile;
     SConversion conversion;
 };
-
-/// A level in samples of the format; nothing where none was given.
-std::optional<unsigned> checkedLevel(const char* option, const std::optional<std::string>& text,
-                                     const STransferFormat& format) {
-    if (!text) {
-        return std::nullopt;
-    }
-    const unsigned largest = maxSample(format.depth);
-    const std::optional<unsigned> level = sim::readWhole<unsigned>(*text, 0, largest);
-    if (!level) {
-        throw CBadArguments(fmt::format("{}: {} with format {}", option,
-                                        sim::wholeComplaint(*text, "0", std::to_string(largest)), format.name));
-    }
-    return level;
-}
 
 /// The format and colour array of the input. dng: of a DNG file, else null.
 void takeForm(SConvertArguments& arguments, const STransferredFrame* dng) {
@@ -69,24 +61,46 @@ void takeForm(SConvertArguments& arguments, const STransferredFrame* dng) {
     conversion.colorArray = frameColorArray(*conversion.format, colorArrayGiven(arguments.colorArray));
 }
 
-/// Completes what the arguments mean once they are known to fit together. The form was taken.
-void check(SConvertArguments& arguments) {
+/// The option that has the library's 8-bit stages run, or nothing but its functions, and no development; empty where
+/// none was given.
+std::string plainCause(const SConvertArguments& arguments) {
+    constexpr const char* kPlain[] = {"--plain",     "--display",      "--depth",      "--settings",
+                                      "--raw-gamma", "--hue",          "--saturation", "--suppress-high",
+                                      "--gamma",     "--suppress-low", "--brightness", "--contrast"};
+    for (const char* const option : kPlain) {
+        if (arguments.command->count(option) > 0) {
+            return option;
+        }
+    }
+    return arguments.conversion.format->IsRaw() ? "" : fmt::format("format {}", arguments.conversion.format->name);
+}
+
+/// Takes the method and the bits of the picture. usual: the method where none was given. The form was taken.
+void takeMethod(SConvertArguments& arguments, const char* usual) {
     SConversion& conversion = arguments.conversion;
-    conversion.method = static_cast<unsigned char>(*findCode(demosaicMethods(), arguments.method));
+    const std::string& name = arguments.method.empty() ? usual : arguments.method;
+    conversion.method = static_cast<unsigned char>(*findCode(demosaicMethods(), name));
     checkMethod(conversion);
     const SPictureFormat& picture = *pictureFormat(arguments.output);
     if (arguments.quality && picture.name != "JPEG") {
         throw CBadArguments(
             fmt::format("--quality is of JPEG pictures: {} is a {} picture", arguments.output, picture.name));
     }
-    for (const char* const option : {"--black", "--white"}) {
-        if (arguments.command->count(option) > 0 && !conversion.display) {
-            throw CBadArguments(fmt::format("{} requires --display or a DNG file as output", option));
-        }
-    }
     if (conversion.bitsOut == 0 && picture.mostBits == 8) {
         conversion.bitsOut = 8;
     }
+}
+
+/// Completes what the arguments mean once they are known to fit together. The form was taken.
+void check(SConvertArguments& arguments, const std::string& cause) {
+    SConversion& conversion = arguments.conversion;
+    takeMethod(arguments, "bilinear");
+    for (const char* const option : {"--black", "--white"}) {
+        if (arguments.command->count(option) > 0 && !conversion.display) {
+            throw CBadArguments(fmt::format("{} does not go with {}: no picture is developed", option, cause));
+        }
+    }
+    takeStages(arguments.develop, cause, conversion.stages);
     complete(conversion);
     checkPicture(arguments.output, conversion.width, conversion.height, isGray(conversion) ? 1 : 3, conversion.bitsOut);
 }
@@ -138,8 +152,8 @@ SDngFrame untouchedFrame(SConvertArguments& arguments, std::optional<SDngFrame> 
         throw CBadArguments(fmt::format("{}: a DNG file holds a raw or mono frame: format {} is colour already",
                                         arguments.output, conversion.format->name));
     }
-    const std::optional<unsigned> black = checkedLevel("--black", arguments.black, *conversion.format);
-    const std::optional<unsigned> white = checkedLevel("--white", arguments.white, *conversion.format);
+    const std::optional<unsigned> black = checkedLevel("--black", arguments.develop.black, *conversion.format);
+    const std::optional<unsigned> white = checkedLevel("--white", arguments.develop.white, *conversion.format);
     if (!dng) {
         dng = dngFrameOf(unpackedFrame(CLibraryHandle(-1), readTransferred(arguments), conversion.threads));
     }
@@ -153,22 +167,155 @@ SDngFrame untouchedFrame(SConvertArguments& arguments, std::optional<SDngFrame> 
     return std::move(*dng);
 }
 
-SImage pictureOf(SConvertArguments& arguments, const std::optional<SDngFrame>& dng) {
+/// What makes the pictures of frames.
+struct SMaker {
+    std::function<SPictureView(std::span<const std::uint8_t>)> picture; ///< stays until the next one
+    bool srgb = false;                                                  ///< samples follow the sRGB curve
+};
+
+/// As the library's functions give it.
+SMaker plainMaker(SConvertArguments& arguments, const CLibraryHandle& library, const std::string& cause,
+                  const std::optional<SDngFrame>& dng) {
     SConversion& conversion = arguments.conversion;
-    const CLibraryHandle library(-1);
     conversion.stages.file = fileStages(library, arguments.settings);
-    STransferredFrame frame = dng ? transferredFrameOf(*dng) : STransferredFrame();
-    takeForm(arguments, dng ? &frame : nullptr);
-    conversion.black = checkedLevel("--black", arguments.black, *conversion.format);
-    conversion.white = checkedLevel("--white", arguments.white, *conversion.format);
+    conversion.black = checkedLevel("--black", arguments.develop.black, *conversion.format);
+    conversion.white = checkedLevel("--white", arguments.develop.white, *conversion.format);
     if (dng && !conversion.black) {
         conversion.black = static_cast<unsigned>(std::lround(blackLevelOf(dng->tags)));
     }
-    check(arguments);
-    if (!dng) {
-        frame = readTransferred(arguments);
+    check(arguments, cause);
+    struct SPlain {
+        CConverter converter;
+        SImage image;
+        std::vector<std::uint8_t> bytes;
+    };
+    const auto plain = std::make_shared<SPlain>(SPlain{CConverter(library, conversion), {}, {}});
+    return {[plain](std::span<const std::uint8_t> bytes) {
+                plain->image = plain->converter.Picture(bytes);
+                return viewOf(plain->image, plain->bytes);
+            },
+            conversion.display};
+}
+
+/// The turn that brings a frame upright whose first row and column lie as TIFF's orientation, 1 to 8, says.
+STurning turningOf(unsigned orientation) {
+    constexpr STurning kTurnings[] = {{},
+                                      {.leftRight = true},
+                                      {.quarters = 2},
+                                      {.topBottom = true},
+                                      {.leftRight = true, .quarters = 3},
+                                      {.quarters = 1},
+                                      {.leftRight = true, .quarters = 1},
+                                      {.quarters = 3}};
+    return kTurnings[orientation - 1];
+}
+
+/// How pictures are developed, but for what a frame shows.
+struct SDevelopPlan {
+    SDeveloping developing;
+    SDevelopmentChoices choices;
+};
+
+SDevelopPlan developPlan(SConvertArguments& arguments, const std::optional<SDngFrame>& dng) {
+    SConversion& conversion = arguments.conversion;
+    const STransferFormat& format = *conversion.format;
+    const bool small =
+        std::min(conversion.width, conversion.height) < smallestSide(conversion.colorArray, VEK_CHAIN_DEMOSAIC_EDGE);
+    takeMethod(arguments, small ? "bilinear" : "edge");
+    SDevelopPlan plan;
+    SDeveloping& developing = plan.developing;
+    developing.format = &format;
+    developing.width = conversion.width;
+    developing.height = conversion.height;
+    developing.colorArray = conversion.colorArray;
+    developing.method = conversion.method;
+    developing.gray = isGray(conversion);
+    developing.bits = conversion.bitsOut == 0 ? 8 : conversion.bitsOut;
+    developing.threads = conversion.threads;
+    checkPicture(arguments.output, conversion.width, conversion.height, developing.gray ? 1 : 3, developing.bits);
+    const SStages& stages = conversion.stages;
+    if (stages.mirror || stages.rotation) {
+        const unsigned mirror = stages.mirror.value_or(VEK_MIRROR_NONE);
+        developing.turning.leftRight = (mirror & VEK_MIRROR_HORIZONTAL) != 0;
+        developing.turning.topBottom = (mirror & VEK_MIRROR_VERTICAL) != 0;
+        developing.turning.quarters = !stages.rotation ? 0 : *stages.rotation == VEK_ROTATION_CLOCKWISE ? 1 : 3;
+    } else if (dng) {
+        developing.turning = turningOf(dng->tags.orientation);
     }
-    return CConverter(library, conversion).Picture(frame.bytes);
+    if (arguments.develop.balance && !isBayer(conversion.colorArray)) {
+        throw CBadArguments("--wb needs a Bayer frame");
+    }
+    plan.choices = developmentChoices(arguments.develop, format);
+    plan.choices.sharpness = stages.sharpness;
+    if (conversion.profile) {
+        takeProfile(conversion.corrections, *conversion.profile);
+    }
+    developing.corrections = conversion.corrections;
+    if (plan.choices.black.kind == SBlackChoice::EKind::Dark && !developing.corrections.noise) {
+        developing.corrections.darkPath.clear(); // it tells the level alone
+    }
+    checkCorrections(developing.corrections, format, conversion.width, conversion.height, conversion.colorArray);
+    return plan;
+}
+
+/// Developed. first: the frame that white balance and exposure are found on.
+SMaker developingMaker(const SConvertArguments& arguments, SDevelopPlan plan, const CLibraryHandle& library,
+                       const STransferredFrame& first) {
+    const SConversion& conversion = arguments.conversion;
+    const SProfile* const profile = conversion.profile ? &*conversion.profile : nullptr;
+    SDevelopment& development = plan.developing.development;
+    development = settled(plan.choices, profile, conversion.corrections, library, first, plan.developing.gray);
+    if (!development.assumed.empty()) {
+        warn(fmt::format("{}; assumed: {}", profile != nullptr ? "the profile does not say all" : "no profile",
+                         fmt::join(development.assumed, ", ")));
+    }
+    const auto developer = std::make_shared<CDeveloper>(library, plan.developing);
+    return {[developer](std::span<const std::uint8_t> bytes) { return developer->Picture(bytes); },
+            development.tone.kind == SToneCurve::EKind::Srgb};
+}
+
+/// The profile that a DNG file holds, for its linear frame.
+SProfile profileOf(const SConvertArguments& arguments, const SDngFrame& dng) {
+    SImportedProfile imported = readImportedProfile(arguments.input.path);
+    imported.profile.format = nullptr;
+    imported.profile.bits.reset();
+    imported.profile.linearization.clear();
+    if (hasStandInColors(dng.tags)) {
+        imported.profile.colors = {};
+    }
+    return std::move(imported.profile);
+}
+
+void writeFramePicture(SConvertArguments& arguments, const std::optional<SDngFrame>& dng) {
+    SConversion& conversion = arguments.conversion;
+    STransferredFrame frame = dng ? transferredFrameOf(*dng) : STransferredFrame();
+    takeForm(arguments, dng ? &frame : nullptr);
+    const std::string cause = plainCause(arguments);
+    const CLibraryHandle library(-1);
+    SMaker maker;
+    if (cause.empty()) {
+        if (dng) {
+            conversion.profile = profileOf(arguments, *dng);
+        }
+        const SDevelopPlan plan = developPlan(arguments, dng);
+        if (!dng) {
+            frame = readTransferred(arguments);
+        }
+        maker = developingMaker(arguments, plan, library, frame);
+    } else {
+        maker = plainMaker(arguments, library, cause, dng);
+        if (!dng) {
+            frame = readTransferred(arguments);
+        }
+    }
+    const SPictureView picture = maker.picture(frame.bytes);
+    COutputFiles files(filesRead(arguments));
+    SPictureOptions options;
+    options.displayCurve = maker.srgb;
+    options.quality = arguments.quality.value_or(options.quality);
+    options.threads = conversion.threads;
+    writePicture(files.Open(arguments.output), *pictureFormat(arguments.output), picture, options);
+    files.Publish();
 }
 
 void convert(SConvertArguments& arguments) {
@@ -180,14 +327,7 @@ void convert(SConvertArguments& arguments) {
         files.Publish();
         return;
     }
-    const SImage picture = pictureOf(arguments, dng);
-    COutputFiles files(filesRead(arguments));
-    SPictureOptions options;
-    options.displayCurve = arguments.conversion.display;
-    options.quality = arguments.quality.value_or(options.quality);
-    options.threads = arguments.conversion.threads;
-    writePicture(files.Open(arguments.output), *pictureFormat(arguments.output), picture, options);
-    files.Publish();
+    writeFramePicture(arguments, dng);
 }
 
 /// What keeps the output from being written to a path; empty where nothing does.
@@ -217,10 +357,10 @@ void addConvertCommand(CLI::App& app) {
     addProfile(*command, arguments->profile);
     command
         ->add_option("-m,--method", arguments->method,
-                     wrapped(fmt::format("Demosaic method, number {} or name: {}. Bicubic works at 8 bits. Of bgr and "
-                                         "ycrcb mono shows green and luma, every other method the colours",
+                     wrapped(fmt::format("Demosaic method, number {} or name: {}. By default edge, where no picture "
+                                         "is developed bilinear. Bicubic works at 8 bits. Of bgr and ycrcb mono shows "
+                                         "green and luma, every other method the colours",
                                          numberList(demosaicMethods()), nameList(demosaicMethods()))))
-        ->default_val("bilinear")
         ->check(isCodeOf(demosaicMethods()));
     command
         ->add_option("-o,--output", arguments->output,
@@ -250,24 +390,23 @@ void addConvertCommand(CLI::App& app) {
         ->transform(range(1, kMostThreads));
     addFrameChoice(*command, arguments->input, nullptr);
     command
-        ->add_flag("--display", conversion.display,
-                   "Render for the eye: black and white level, grey-world white balance, sRGB curve")
+        ->add_flag("--plain", arguments->plain,
+                   "No development: what the library's functions give, scaled to the picture's bits. So\n"
+                   "it is with colour formats, --display, --depth, --settings and the options of the 8-bit\n"
+                   "stages that developing does not have (--raw-gamma, --hue to --contrast)")
         ->disable_flag_override();
     command
-        ->add_option("--black", arguments->black,
-                     "Sensor level of black, in samples of the format; by default 0, of a DNG file its own")
-        ->type_name("LEVEL");
-    command
-        ->add_option("--white", arguments->white,
-                     "Sensor level of white; without it the bright end of the picture decides. DNG files\n"
-                     "that are written tell both levels")
-        ->type_name("LEVEL");
+        ->add_flag("--display", conversion.display,
+                   "Of a picture that is not developed: black and white level, a white balance and a\n"
+                   "brightness that are guessed from the picture, sRGB curve")
+        ->disable_flag_override();
     command
         ->add_option("--settings", arguments->settings,
                      "Setting file, as \"vekcam settings save\" writes it: the image stages that it\n"
                      "switches on run with its values. The options below come before it")
         ->type_name("FILE");
     addCorrectionOptions(*command, conversion.corrections);
+    addDevelopOptions(*command, arguments->develop);
     addStageOptions(*command, conversion.stages);
     command->callback([arguments] { convert(*arguments); });
 }

@@ -16,24 +16,6 @@ namespace vek::tools {
 
 namespace {
 
-/// "X,Y,W,H", W and H 1 or more; nothing for another text.
-std::optional<SRegion> parsedRegion(std::string_view text) {
-    const std::vector<std::string_view> parts = sim::splitText(text, ',');
-    std::array<std::uint32_t, 4> values{};
-    if (parts.size() != values.size()) {
-        return std::nullopt;
-    }
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        constexpr std::uint32_t kLargest = std::numeric_limits<std::uint32_t>::max();
-        const std::optional<std::uint32_t> value = sim::readWhole<std::uint32_t>(parts[i], i < 2 ? 0 : 1, kLargest);
-        if (!value) {
-            return std::nullopt;
-        }
-        values[i] = *value;
-    }
-    return SRegion{values[0], values[1], values[2], values[3]};
-}
-
 /// The first and the last of the formats that fit: "mono8 to mono16".
 std::string fromTo(bool (*fits)(const STransferFormat&)) {
     unsigned short low = std::numeric_limits<unsigned short>::max();
@@ -77,6 +59,23 @@ CLI::Validator isFormat(const STransferFormat* (*find)(std::string_view), const 
 }
 
 } // namespace
+
+std::optional<SRegion> parsedRegion(std::string_view text) {
+    const std::vector<std::string_view> parts = sim::splitText(text, ',');
+    std::array<std::uint32_t, 4> values{};
+    if (parts.size() != values.size()) {
+        return std::nullopt;
+    }
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        constexpr std::uint32_t kLargest = std::numeric_limits<std::uint32_t>::max();
+        const std::optional<std::uint32_t> value = sim::readWhole<std::uint32_t>(parts[i], i < 2 ? 0 : 1, kLargest);
+        if (!value) {
+            return std::nullopt;
+        }
+        values[i] = *value;
+    }
+    return SRegion{values[0], values[1], values[2], values[3]};
+}
 
 void addFrameSize(CLI::App& command, std::uint32_t& width, std::uint32_t& height) {
     command.add_option("-W,--width", width, "Pixels of a row")->transform(range(1, 65535));

@@ -65,6 +65,8 @@ std::vector<std::uint8_t> readChosenFrame(const client::SFrameChoice& choice, co
 /// tell of raw files.
 std::optional<client::SDngFrame> readChosenDng(const CLI::App& command, const client::SFrameChoice& choice);
 
+/// A region of "X,Y,W,H", W and H 1 or more; nothing for another text.
+std::optional<client::SRegion> parsedRegion(std::string_view text);
 /// Adds --region X,Y,W,H; what: the help's first words.
 void addRegion(CLI::App& command, std::string& region, const std::string& what);
 /// The part of a region that lies in an image; the whole image for an empty text (others are ones that the option

@@ -42,47 +42,9 @@ std::optional<T> whole(std::string_view text) {
     return sim::readWhole<T>(text, 0, std::numeric_limits<T>::max());
 }
 
-std::optional<SBalance> parsedBalance(std::string_view text) {
-    constexpr unsigned short unity = 128;
-    SBalance balance{VEK_WB_ONCE, {unity, unity, unity, unity}};
-    if (text == "auto") {
-        return balance;
-    }
-    balance.mode = VEK_WB_MANUAL;
-    const std::vector<double> factors = decimals(text);
-    if (factors.size() != balance.gains.size()) {
-        return std::nullopt;
-    }
-    for (std::size_t i = 0; i < factors.size(); ++i) {
-        const std::optional<unsigned short> gain = scaled<unsigned short>(factors[i], unity);
-        if (!gain) {
-            return std::nullopt;
-        }
-        balance.gains[i] = *gain;
-    }
-    return balance;
-}
-
 std::optional<unsigned short> parsedGamma(std::string_view text) {
     const std::vector<double> numbers = decimals(text);
     return numbers.size() == 1 ? scaled<unsigned short>(numbers[0], 100, 1) : std::nullopt;
-}
-
-std::optional<std::array<short, 12>> parsedMatrix(std::string_view text) {
-    const std::vector<double> numbers = decimals(text);
-    if (numbers.size() != 9 && numbers.size() != 12) {
-        return std::nullopt;
-    }
-    const std::size_t columns = numbers.size() / 3;
-    std::array<short, 12> matrix{};
-    for (std::size_t i = 0; i < numbers.size(); ++i) {
-        const std::optional<short> number = scaled<short>(numbers[i], 100);
-        if (!number) {
-            return std::nullopt;
-        }
-        matrix[i / columns * 4 + i % columns] = *number;
-    }
-    return matrix;
 }
 
 std::optional<short> parsedHue(std::string_view text) {
@@ -133,12 +95,46 @@ CLI::Option* addNamed(CLI::App& command, const char* name, std::optional<unsigne
 
 } // namespace
 
+std::optional<SBalance> parsedBalance(std::string_view text) {
+    constexpr unsigned short unity = 128;
+    SBalance balance{VEK_WB_ONCE, {unity, unity, unity, unity}};
+    if (text == "auto") {
+        return balance;
+    }
+    balance.mode = VEK_WB_MANUAL;
+    const std::vector<double> factors = decimals(text);
+    if (factors.size() != 3 && factors.size() != balance.gains.size()) {
+        return std::nullopt;
+    }
+    for (std::size_t i = 0; i < balance.gains.size(); ++i) {
+        const std::size_t green = factors.size() == 3 && i > 0 ? i - 1 : i;
+        const std::optional<unsigned short> gain = scaled<unsigned short>(factors[green], unity);
+        if (!gain) {
+            return std::nullopt;
+        }
+        balance.gains[i] = *gain;
+    }
+    return balance;
+}
+
+std::optional<std::array<short, 12>> parsedMatrix(std::string_view text) {
+    const std::vector<double> numbers = decimals(text);
+    if (numbers.size() != 9 && numbers.size() != 12) {
+        return std::nullopt;
+    }
+    const std::size_t columns = numbers.size() / 3;
+    std::array<short, 12> matrix{};
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        const std::optional<short> number = scaled<short>(numbers[i], 100);
+        if (!number) {
+            return std::nullopt;
+        }
+        matrix[i / columns * 4 + i % columns] = *number;
+    }
+    return matrix;
+}
+
 void addStageOptions(CLI::App& command, SStages& stages) {
-    addParsed(command, "--wb", stages.balance, parsedBalance,
-              "is neither auto nor R,GR,GB,B, four factors of 0 to 511.99",
-              "White balance of a Bayer frame: factors of red, the two greens (beside red,\n"
-              "beside blue) and blue, or auto: red and blue as bright as green")
-        ->type_name("auto|R,GR,GB,B");
     addParsed(command, "--raw-gamma", stages.rawGamma, parsedGamma, "is no gamma of 0.01 to 655.35",
               "Tone curve of each raw colour, exponent 1 / G")
         ->type_name("G");
@@ -149,11 +145,6 @@ void addStageOptions(CLI::App& command, SStages& stages) {
     addNamed(command, "--rotate", stages.rotation, kRotations,
              "A quarter turn, clockwise (cw) or counter-clockwise, after the mirror")
         ->type_name("cw|ccw");
-    addParsed(command, "--matrix", stages.matrix, parsedMatrix, "is no matrix of 9 or 12 numbers of -327.68 to 327.67",
-              "Colour matrix by rows: red, green, blue out of red, green, blue; with 12\n"
-              "numbers each row ends with an offset in levels. It works on samples that count\n"
-              "as one more than they are, and so do hue and saturation")
-        ->type_name("M11,...");
     addParsed(command, "--hue", stages.hue, parsedHue, "is no angle of -360 to 360 degrees",
               "Turns the colours, degrees")
         ->type_name("DEGREES");
@@ -199,9 +190,8 @@ void addCorrectionOptions(CLI::App& command, SCorrections& corrections) {
     noise->type_name("easy|complex")->group(group);
     command
         .add_option("--dark", corrections.darkPath,
-                    "Dark frame, written by `vekcam calibrate dark`, for --noise complex")
+                    "Dark frame, written by `vekcam calibrate dark`, for --noise complex or --black dark")
         ->type_name("FILE.png")
-        ->needs(noise)
         ->group(group);
     command
         .add_option("--shading", corrections.shadingPath,
