@@ -56,7 +56,9 @@ BARRED = {
 }
 # The rooms of a folder: each includes itself and what stands in front of it. "": files of the folder itself.
 ROOMS = {
-    "client": ["", "names", "files", "pictures", "frames", "profiles", "settings", "camera", "stages", "develop"],
+    "client": [
+        "", "names", "files", "pictures", "drawing", "frames", "profiles", "settings", "camera", "stages", "develop",
+    ],
     "tools": ["text", "simulation", "options", "commands", ""],
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')
