@@ -28,11 +28,15 @@ struct SMagic {
     std::string_view begin;
     std::string_view kind;
 };
-constexpr SMagic kMagics[] = {
-    {"\x89PNG\r\n\x1A\n", "a PNG picture"}, {{"II*\0", 4}, "a TIFF picture"},
-    {{"MM\0*", 4}, "a TIFF picture"},       {{"II+\0", 4}, "a TIFF picture"}, // with offsets of 64 bits
-    {{"MM\0+", 4}, "a TIFF picture"},       {"\xFF\xD8\xFF", "a JPEG picture"},
-    {"\x7F\x45LF", "an ELF file"},          {"PK\x03\x04", "a ZIP archive"}};
+constexpr std::string_view kTiff = "a TIFF picture";
+constexpr SMagic kMagics[] = {{"\x89PNG\r\n\x1A\n", "a PNG picture"},
+                              {{"II*\0", 4}, kTiff},
+                              {{"MM\0*", 4}, kTiff},
+                              {{"II+\0", 4}, kTiff}, // with offsets of 64 bits
+                              {{"MM\0+", 4}, kTiff},
+                              {"\xFF\xD8\xFF", "a JPEG picture"},
+                              {"\x7F\x45LF", "an ELF file"},
+                              {"PK\x03\x04", "a ZIP archive"}};
 
 /// As much of a file as tells its kind.
 constexpr std::size_t kHeadBytes = 512;
@@ -76,74 +80,19 @@ bool looksLikeText(std::string_view head) {
            counts['\n'] <= most && counts['\r'] <= most;
 }
 
-/// begin: the bytes at the first frame's place. Throws CFailure.
-void refuseOtherKind(const std::string& name, std::span<const std::uint8_t> begin, const SFrameChoice& choice) {
+/// What a file is that begins like this; empty where it may be a raw one.
+std::string_view kindOf(std::span<const std::uint8_t> begin) {
     const std::string_view head(reinterpret_cast<const char*>(begin.data()), begin.size());
-    const auto magic = std::find_if(std::begin(kMagics), std::end(kMagics),
-                                    [&](const SMagic& candidate) { return head.starts_with(candidate.begin); });
-    const std::string_view kind = magic != std::end(kMagics) ? magic->kind : looksLikeText(head) ? "text" : "";
-    if (!kind.empty() && !choice.force) {
+    const auto* const magic = std::find_if(std::begin(kMagics), std::end(kMagics),
+                                           [&](const SMagic& candidate) { return head.starts_with(candidate.begin); });
+    return magic != std::end(kMagics) ? magic->kind : looksLikeText(head) ? "text" : "";
+}
+
+/// begin: the bytes at the first frame's place. Throws COtherKind.
+void refuseOtherKind(const std::string& name, std::span<const std::uint8_t> begin, bool force) {
+    const std::string_view kind = kindOf(begin);
+    if (!kind.empty() && !force) {
         throw COtherKind(fmt::format("{}: is {}, no raw frame", name, kind));
-    }
-}
-
-/// Where a frame lies in a file.
-struct SFramePlace {
-    std::string name;     ///< of the file, for messages
-    std::uint64_t offset; ///< of the first frame
-    std::uint64_t size;   ///< from one frame to the next
-    std::uint64_t bytes;  ///< of a frame, without the padding behind its last row
-    std::uint64_t frame;
-
-    /// Of the frame, counted from the first one. Numbers beyond every file end near 2^62.
-    std::uint64_t Start() const {
-        constexpr std::uint64_t kFarAway = std::uint64_t{1} << 62;
-        return frame < kFarAway / size ? frame * size : kFarAway;
-    }
-    std::uint64_t HeldIn(std::uint64_t present) const {
-        const std::uint64_t behind = BehindOffset(present);
-        return behind < bytes ? 0 : (behind - bytes) / size + 1;
-    }
-    std::uint64_t RestOf(std::uint64_t present) const {
-        const std::uint64_t behind = BehindOffset(present);
-        return behind - std::min(behind, HeldIn(present) * size);
-    }
-
-private:
-    std::uint64_t BehindOffset(std::uint64_t present) const { return present > offset ? present - offset : 0; }
-};
-
-/// "3 frames", "1 frame and 5 bytes more".
-std::string contentText(const SFramePlace& place, std::uint64_t present) {
-    const std::uint64_t held = place.HeldIn(present);
-    const std::uint64_t rest = place.RestOf(present);
-    std::string text = fmt::format("{} frame{} of {} bytes", held, held == 1 ? "" : "s", place.size);
-    if (rest != 0) {
-        text += fmt::format(" and {} byte{} more", rest, rest == 1 ? "" : "s");
-    }
-    return text;
-}
-
-/// present: bytes of the file.
-[[noreturn]] void throwTooShort(const SFramePlace& place, std::uint64_t present) {
-    const std::uint64_t held = place.HeldIn(present);
-    if (held > 0 && (place.frame > held || place.RestOf(present) == 0)) {
-        throw CFailure(fmt::format("{}: no frame {}: it holds {}, counted from 0", place.name, place.frame,
-                                   contentText(place, present)));
-    }
-    throw CFailure(fmt::format("{}: too short: {} bytes needed, {} there", place.name,
-                               place.offset + place.Start() + place.bytes, present));
-}
-
-using Warn = std::function<void(std::string)>;
-
-/// Where every frame of a series is asked for by its number, more of them are no surprise.
-void warnOfContent(const SFramePlace& place, std::uint64_t present, bool asked, const Warn& warn) {
-    if (place.RestOf(present) != 0) {
-        warn(fmt::format("{}: holds {}: its size, format or offset may be another; frame {} is taken", place.name,
-                         contentText(place, present), place.frame));
-    } else if (place.HeldIn(present) > 1 && !asked) {
-        warn(fmt::format("{}: holds {}; frame {} is taken", place.name, contentText(place, present), place.frame));
     }
 }
 
@@ -178,85 +127,6 @@ void seek(int fd, const std::string& name, off_t place) {
     }
 }
 
-std::vector<std::uint8_t> readRegular(int fd, const SFramePlace& place, const SFrameChoice& choice, const Warn& warn) {
-    struct stat status {};
-    fstat(fd, &status);
-    // Standard input may stand in the middle of its file.
-    const off_t position = std::max<off_t>(lseek(fd, 0, SEEK_CUR), 0);
-    const auto present = static_cast<std::uint64_t>(std::max<off_t>(status.st_size - position, 0));
-    std::vector<std::uint8_t> data;
-    if (present > place.offset) {
-        seek(fd, place.name, position + static_cast<off_t>(place.offset));
-        appendPiece(fd, place.name, data, kHeadBytes);
-        refuseOtherKind(place.name, data, choice);
-    }
-    if (place.frame >= place.HeldIn(present)) {
-        throwTooShort(place, present);
-    }
-    warnOfContent(place, present, choice.frame.has_value(), warn);
-    const std::uint64_t start = place.offset + place.Start();
-    seek(fd, place.name, position + static_cast<off_t>(start));
-    data.clear();
-    appendPiece(fd, place.name, data, static_cast<std::size_t>(place.bytes));
-    if (data.size() < place.bytes) {
-        throwTooShort(place, start + data.size());
-    }
-    return data;
-}
-
-/// Reads and drops what lies between two places of a pipe, counted from its start.
-void skipTo(int fd, const SFramePlace& place, std::uint64_t from, std::uint64_t to) {
-    std::vector<std::uint8_t> dropped;
-    for (std::uint64_t at = from; at < to; at += dropped.size()) {
-        dropped.clear();
-        appendPiece(fd, place.name, dropped, pieceOf(to - at));
-        if (dropped.empty()) {
-            throwTooShort(place, at);
-        }
-    }
-}
-
-/// How many frames a pipe holds shows at its end only, which may never come.
-std::vector<std::uint8_t> readStream(int fd, const SFramePlace& place, const SFrameChoice& choice) {
-    skipTo(fd, place, 0, place.offset);
-    std::vector<std::uint8_t> data;
-    appendPiece(fd, place.name, data, static_cast<std::size_t>(std::min<std::uint64_t>(kHeadBytes, place.bytes)));
-    refuseOtherKind(place.name, data, choice);
-    const std::uint64_t start = place.offset + place.Start();
-    if (place.frame > 0) {
-        skipTo(fd, place, place.offset + data.size(), start);
-        data.clear();
-    }
-    while (data.size() < place.bytes) {
-        const std::size_t before = data.size();
-        appendPiece(fd, place.name, data, pieceOf(place.bytes - before));
-        if (data.size() == before) {
-            throwTooShort(place, start + before);
-        }
-    }
-    return data;
-}
-
-/// Tells when words are too large for the format in more places than hot pixels and faults of a transfer are.
-void warnOfWords(const std::string& name, std::span<const std::uint8_t> bytes, const STransferFormat& format,
-                 const Warn& warn) {
-    constexpr std::size_t kFew = 3;
-    constexpr std::size_t kFewOf = 1000; // one sample out of these
-    if (format.layout != ELayout::Words) {
-        return;
-    }
-    const unsigned largest = maxSample(format.depth);
-    const std::size_t samples = bytes.size() / 2;
-    std::size_t beyond = 0;
-    for (std::size_t i = 0; i < samples; ++i) {
-        beyond += wordAt(bytes, i) > largest ? 1 : 0;
-    }
-    if (beyond > std::max(kFew, samples / kFewOf)) {
-        warn(fmt::format("{}: {} of {} samples are above {}, the largest of {}: the format may be another", name,
-                         beyond, samples, largest, format.name));
-    }
-}
-
 /// Throws CMisfit.
 void checkRows(const SFrameChoice& choice, const STransferFormat& format, std::uint32_t width) {
     if (choice.pitch != 0 && choice.pitch < format.RowBytes(width)) {
@@ -283,25 +153,221 @@ void straighten(std::vector<std::uint8_t>& bytes, std::uint64_t pitch, std::uint
 
 } // namespace
 
-std::vector<std::uint8_t> readFrame(const SFrameChoice& choice, const STransferFormat& format, std::uint32_t width,
-                                    std::uint32_t height, const Warn& warn) {
+struct CFrameInput::SFile {
+    bool ReadRegular(std::uint64_t frame, std::vector<std::uint8_t>& data) const;
+    bool ReadStream(std::uint64_t frame, std::vector<std::uint8_t>& data);
+    bool SkipTo(std::uint64_t to);
+
+    /// Where a frame begins, counted from the first one. Numbers beyond every file end near 2^62.
+    std::uint64_t Start(std::uint64_t frame) const {
+        constexpr std::uint64_t kFarAway = std::uint64_t{1} << 62;
+        return frame < kFarAway / size ? frame * size : kFarAway;
+    }
+    std::uint64_t Behind() const { return present > offset ? present - offset : 0; }
+    std::uint64_t Held() const { return Behind() < bytes ? 0 : (Behind() - bytes) / size + 1; }
+    std::uint64_t Rest() const { return Behind() - std::min(Behind(), Held() * size); }
+
+    std::string name;         ///< for messages
+    std::uint64_t offset = 0; ///< of the first frame
+    std::uint64_t size = 0;   ///< from one frame to the next
+    std::uint64_t bytes = 0;  ///< of a frame, without the padding behind its last row
+    std::uint64_t rowBytes = 0;
+    std::uint64_t pitch = 0;
+    std::uint32_t height = 0;
+    bool bigEndian = false;
+    bool force = false;
+    CDescriptor file; ///< closed where standard input is read
+    int fd = -1;
+    bool regular = false;
+    off_t position = 0;             ///< standard input may stand in the middle of its file
+    std::uint64_t present = 0;      ///< bytes from there on; of a pipe those that were read
+    std::vector<std::uint8_t> head; ///< of a pipe's first frame, read to see what it is, and not given out yet
+};
+
+bool CFrameInput::SFile::ReadRegular(std::uint64_t frame, std::vector<std::uint8_t>& data) const {
+    if (frame >= Held()) {
+        return false;
+    }
+    seek(fd, name, position + static_cast<off_t>(offset + Start(frame)));
+    appendPiece(fd, name, data, static_cast<std::size_t>(bytes));
+    if (data.size() < bytes) {
+        throw CFailure(fmt::format("{}: became shorter while it was read", name));
+    }
+    return true;
+}
+
+/// Reads and drops what lies in front of a place of a pipe, counted from its start.
+bool CFrameInput::SFile::SkipTo(std::uint64_t to) {
+    std::vector<std::uint8_t> dropped;
+    while (present < to) {
+        dropped.clear();
+        appendPiece(fd, name, dropped, pieceOf(to - present));
+        present += dropped.size();
+        if (dropped.empty()) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool CFrameInput::SFile::ReadStream(std::uint64_t frame, std::vector<std::uint8_t>& data) {
+    if (present < offset || (present == offset && head.empty())) {
+        if (!SkipTo(offset)) {
+            return false;
+        }
+        appendPiece(fd, name, head, static_cast<std::size_t>(std::min<std::uint64_t>(kHeadBytes, bytes)));
+        present += head.size();
+        refuseOtherKind(name, head, force);
+    }
+    if (frame == 0) {
+        data.swap(head);
+    } else if (!SkipTo(offset + Start(frame))) {
+        return false;
+    }
+    while (data.size() < bytes) {
+        const std::size_t before = data.size();
+        appendPiece(fd, name, data, pieceOf(bytes - before));
+        present += data.size() - before;
+        if (data.size() == before) {
+            return false;
+        }
+    }
+    return true;
+}
+
+CFrameInput::CFrameInput(const SFrameChoice& choice, const STransferFormat& format, std::uint32_t width,
+                         std::uint32_t height) {
     checkRows(choice, format, width);
     const bool fromInput = choice.path == "-";
     const std::uint64_t rowBytes = format.RowBytes(width);
     const std::uint64_t pitch = choice.pitch != 0 ? choice.pitch : rowBytes;
-    const SFramePlace place = {fromInput ? "standard input" : choice.path, choice.offset, pitch * height,
-                               pitch * (height - 1) + rowBytes, choice.frame.value_or(0)};
-    const CDescriptor file(fromInput ? -1 : open(choice.path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!fromInput && !file.IsOpen()) {
-        throw CFailure(fmt::format("{}: cannot open: {}", place.name, systemMessage(errno)));
+    mFile = std::make_unique<SFile>();
+    SFile& file = *mFile;
+    file.name = fromInput ? "standard input" : choice.path;
+    file.offset = choice.offset;
+    file.size = pitch * height;
+    file.bytes = pitch * (height - 1) + rowBytes;
+    file.rowBytes = rowBytes;
+    file.pitch = pitch;
+    file.height = height;
+    file.bigEndian = choice.bigEndian;
+    file.force = choice.force;
+    file.file = CDescriptor(fromInput ? -1 : open(choice.path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!fromInput && !file.file.IsOpen()) {
+        throw CFailure(fmt::format("{}: cannot open: {}", Name(), systemMessage(errno)));
     }
-    const int fd = fromInput ? STDIN_FILENO : file.Get();
+    file.fd = fromInput ? STDIN_FILENO : file.file.Get();
     struct stat status {};
-    const bool regular = fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
-    std::vector<std::uint8_t> bytes = regular ? readRegular(fd, place, choice, warn) : readStream(fd, place, choice);
-    straighten(bytes, pitch, rowBytes, height, choice.bigEndian);
-    warnOfWords(place.name, bytes, format, warn);
-    return bytes;
+    file.regular = fstat(file.fd, &status) == 0 && S_ISREG(status.st_mode);
+    if (file.regular) {
+        file.position = std::max<off_t>(lseek(file.fd, 0, SEEK_CUR), 0);
+        file.present = static_cast<std::uint64_t>(std::max<off_t>(status.st_size - file.position, 0));
+    }
+    if (file.regular && file.present > choice.offset) {
+        seek(file.fd, Name(), file.position + static_cast<off_t>(choice.offset));
+        std::vector<std::uint8_t> head;
+        appendPiece(file.fd, Name(), head, kHeadBytes);
+        refuseOtherKind(Name(), head, choice.force);
+    }
+}
+
+CFrameInput::~CFrameInput() = default;
+
+const std::string& CFrameInput::Name() const {
+    return mFile->name;
+}
+
+bool CFrameInput::IsRegular() const {
+    return mFile->regular;
+}
+
+std::uint64_t CFrameInput::Held() const {
+    return mFile->Held();
+}
+
+std::uint64_t CFrameInput::Rest() const {
+    return mFile->Rest();
+}
+
+std::string CFrameInput::Content() const {
+    const std::uint64_t held = Held();
+    const std::uint64_t rest = Rest();
+    std::string text = fmt::format("{} frame{} of {} bytes", held, held == 1 ? "" : "s", mFile->size);
+    if (rest != 0) {
+        text += fmt::format(" and {} byte{} more", rest, rest == 1 ? "" : "s");
+    }
+    return text;
+}
+
+std::optional<std::vector<std::uint8_t>> CFrameInput::Read(std::uint64_t frame) {
+    std::vector<std::uint8_t> data;
+    if (!(mFile->regular ? mFile->ReadRegular(frame, data) : mFile->ReadStream(frame, data))) {
+        return std::nullopt;
+    }
+    straighten(data, mFile->pitch, mFile->rowBytes, mFile->height, mFile->bigEndian);
+    return data;
+}
+
+void CFrameInput::ThrowMissing(std::uint64_t frame) const {
+    if (Held() > 0 && (frame > Held() || Rest() == 0)) {
+        throw CFailure(fmt::format("{}: no frame {}: it holds {}, counted from 0", Name(), frame, Content()));
+    }
+    throw CFailure(fmt::format("{}: too short: {} bytes needed, {} there", Name(),
+                               mFile->offset + mFile->Start(frame) + mFile->bytes, mFile->present));
+}
+
+std::string wordsComplaint(std::span<const std::uint8_t> bytes, const STransferFormat& format) {
+    // More places than hot pixels and faults of a transfer are.
+    constexpr std::size_t kFew = 3;
+    constexpr std::size_t kFewOf = 1000; // one sample out of these
+    if (format.layout != ELayout::Words) {
+        return {};
+    }
+    const unsigned largest = maxSample(format.depth);
+    const std::size_t samples = bytes.size() / 2;
+    std::size_t beyond = 0;
+    for (std::size_t i = 0; i < samples; ++i) {
+        beyond += wordAt(bytes, i) > largest ? 1 : 0;
+    }
+    if (beyond <= std::max(kFew, samples / kFewOf)) {
+        return {};
+    }
+    return fmt::format("{} of {} samples are above {}, the largest of {}: the format may be another", beyond, samples,
+                       largest, format.name);
+}
+
+bool beginsAsTiff(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return false;
+    }
+    const CDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    std::array<std::uint8_t, 4> head{};
+    return file.IsOpen() && read(file.Get(), head.data(), head.size()) == static_cast<ssize_t>(head.size()) &&
+           kindOf(head) == kTiff;
+}
+
+std::vector<std::uint8_t> readFrame(const SFrameChoice& choice, const STransferFormat& format, std::uint32_t width,
+                                    std::uint32_t height, const Warn& warn) {
+    CFrameInput input(choice, format, width, height);
+    const std::uint64_t frame = choice.frame.value_or(0);
+    if (input.IsRegular() && frame < input.Held()) {
+        // Where every frame of a series is asked for by its number, more of them are no surprise.
+        if (input.Rest() != 0) {
+            warn(fmt::format("{}: holds {}: its size, format or offset may be another; frame {} is taken", input.Name(),
+                             input.Content(), frame));
+        } else if (input.Held() > 1 && !choice.frame) {
+            warn(fmt::format("{}: holds {}; frame {} is taken", input.Name(), input.Content(), frame));
+        }
+    }
+    std::optional<std::vector<std::uint8_t>> bytes = input.Read(frame);
+    if (!bytes) {
+        input.ThrowMissing(frame);
+    }
+    if (const std::string complaint = wordsComplaint(*bytes, format); !complaint.empty()) {
+        warn(fmt::format("{}: {}", input.Name(), complaint));
+    }
+    return *std::move(bytes);
 }
 
 } // namespace vek::client
