@@ -15,7 +15,7 @@ namespace vek::client {
 
 namespace {
 
-constexpr int kWhite = 4095;
+constexpr int kLargest12 = 4095;
 /// Room below black, samples of 12 bits: noise there is kept until the tone curve, or shadows would become too bright.
 constexpr unsigned kRoomBelowBlack = 128;
 constexpr double kUnit = 4096; ///< of the chain's factors
@@ -99,7 +99,7 @@ CDeveloper::CDeveloper(const CLibraryHandle& library, const SDeveloping& develop
         const double range = (development.white - development.black[i]) * to12;
         levels.black[i] = static_cast<std::uint16_t>(std::lround(development.black[i] * to12));
         levels.gain[i] = static_cast<std::uint16_t>(
-            chainFactor(balance * (kWhite - mPedestal) / range, "<black>, <white> and <wb>"));
+            chainFactor(balance * (kLargest12 - mPedestal) / range, "<black>, <white> and <wb>"));
     }
     chain.levels = &levels;
 
@@ -137,7 +137,7 @@ SPictureView CDeveloper::Blended(const SPictureView& linear) {
     mBlended.resize(picture.RowBytes() * picture.height);
     picture.samples = mBlended.data();
     // The colour that is saturated first is so at 1.
-    const double scale = mLargestGain / (kWhite - mPedestal);
+    const double scale = mLargestGain / (kLargest12 - mPedestal);
     // Where all are saturated, they come out at the mean of the factors.
     const std::array<double, 4>& gains = development.gains;
     const double whitest = (gains[kSlotR] + (gains[kSlotGr] + gains[kSlotGb]) / 2 + gains[kSlotB]) / 3;
@@ -151,7 +151,7 @@ SPictureView CDeveloper::Blended(const SPictureView& linear) {
         const double shoulder = brightest > 0 ? rolledOff(brightest, whitest) / brightest : 1;
         for (std::size_t c = 0; c < 3; ++c) {
             const double light = std::clamp(color[c] * shoulder * development.exposure, 0.0, 1.0);
-            const std::uint16_t value = mTone[static_cast<std::size_t>(std::lround(light * kWhite))];
+            const std::uint16_t value = mTone[static_cast<std::size_t>(std::lround(light * kLargest12))];
             if (picture.depth == 8) {
                 mBlended[3 * i + c] = static_cast<std::uint8_t>(value);
             } else {

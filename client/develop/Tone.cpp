@@ -43,9 +43,9 @@ double toneValue(const SToneCurve& curve, double linear) {
 }
 
 std::vector<std::uint16_t> toneTable(const SToneCurve& curve, unsigned pedestal, double exposure, unsigned depth) {
-    constexpr unsigned kWhite = 4095;
-    std::vector<std::uint16_t> table(kWhite + 1);
-    const double scale = exposure / (kWhite - pedestal);
+    constexpr unsigned kLargest12 = 4095;
+    std::vector<std::uint16_t> table(kLargest12 + 1);
+    const double scale = exposure / (kLargest12 - pedestal);
     for (std::size_t i = 0; i < table.size(); ++i) {
         const double linear = (static_cast<double>(i) - pedestal) * scale;
         table[i] = static_cast<std::uint16_t>(std::lround(toneValue(curve, linear) * maxSample(depth)));
