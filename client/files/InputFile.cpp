@@ -5,6 +5,7 @@
 #include "client/files/Descriptor.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -35,6 +36,12 @@ std::string readWholeFile(const std::string& path, std::size_t most, std::string
         throw CFailure(fmt::format("{}: more than {} bytes: no {}", path, most, kind));
     }
     return text;
+}
+
+void requireReadable(const std::string& path) {
+    if (path != "-" && access(path.c_str(), R_OK) != 0) {
+        throw CFailure(fmt::format("{}: cannot open: {}", path, systemMessage(errno)));
+    }
 }
 
 } // namespace vek::client

@@ -11,4 +11,7 @@ namespace vek::client {
 /// name in words, "setting file". Throws CFailure, also for more bytes than that.
 std::string readWholeFile(const std::string& path, std::size_t most, std::string_view kind);
 
+/// Throws CFailure where a file cannot be opened to be read; "-" is standard input.
+void requireReadable(const std::string& path);
+
 } // namespace vek::client

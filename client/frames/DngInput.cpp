@@ -5,6 +5,7 @@
 #include "client/files/Descriptor.h"
 #include "client/frames/DngOutput.h"
 #include "client/frames/DngTagNames.h"
+#include "client/pictures/Image.h"
 #include "client/pictures/TiffFile.h"
 #include "formats/ColorArrays.h"
 
@@ -23,9 +24,6 @@
 namespace vek::client {
 
 namespace {
-
-// As large as frames can be.
-constexpr std::uint32_t kLargestSide = 65535;
 
 /// Takes numbers out of an opcode list; those behind its end are 0.
 class COpcodeBytes {
@@ -343,9 +341,9 @@ private:
     SDngFrame mFrame;
 };
 
-} // namespace
-
-std::optional<SDngFrame> readDng(const std::string& path) {
+/// Nothing where a path is no regular file that begins as a TIFF file does. Throws CFailure where a name that ends in
+/// .dng cannot be opened.
+std::optional<std::uint64_t> tiffBytes(const std::string& path) {
     using namespace std::string_view_literals;
     const CDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!file.IsOpen() && isDngName(path)) {
@@ -358,10 +356,23 @@ std::optional<SDngFrame> readDng(const std::string& path) {
         return std::nullopt;
     }
     const std::string_view magic(begin, sizeof begin);
-    if (magic != "II*\0"sv && magic != "MM\0*"sv) {
+    const bool isTiff = magic == "II*\0"sv || magic == "MM\0*"sv;
+    return isTiff ? std::optional(static_cast<std::uint64_t>(status.st_size)) : std::nullopt;
+}
+
+} // namespace
+
+bool isDngFile(const std::string& path) {
+    const std::optional<std::uint64_t> bytes = tiffBytes(path);
+    return bytes && (isDngName(path) || CDngReader(path, *bytes).IsDng());
+}
+
+std::optional<SDngFrame> readDng(const std::string& path) {
+    const std::optional<std::uint64_t> bytes = tiffBytes(path);
+    if (!bytes) {
         return std::nullopt;
     }
-    CDngReader reader(path, static_cast<std::uint64_t>(status.st_size));
+    CDngReader reader(path, *bytes);
     if (!reader.IsDng()) {
         if (isDngName(path)) {
             reader.Refuse();

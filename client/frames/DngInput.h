@@ -13,4 +13,8 @@ namespace vek::client {
 /// damaged or of another form, and where a name that ends in .dng cannot be opened.
 std::optional<SDngFrame> readDng(const std::string& path);
 
+/// Whether it is a DNG file: readDng reads or refuses it. Throws CFailure where a name that ends in
+/// .dng cannot be opened.
+bool isDngFile(const std::string& path);
+
 } // namespace vek::client

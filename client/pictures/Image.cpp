@@ -64,4 +64,16 @@ void packRow(const SPictureView& picture, std::size_t y, std::uint8_t* bytes) {
     }
 }
 
+void unpackSamples(std::span<const std::uint8_t> bytes, std::size_t sampleBytes, std::vector<std::uint16_t>& samples) {
+    if (sampleBytes == 1) {
+        samples.insert(samples.end(), bytes.begin(), bytes.end());
+        return;
+    }
+    const std::size_t before = samples.size();
+    samples.resize(before + bytes.size() / 2);
+    for (std::size_t i = 0; i < bytes.size() / 2; ++i) {
+        samples[before + i] = static_cast<std::uint16_t>(bytes[2 * i] << 8 | bytes[2 * i + 1]);
+    }
+}
+
 } // namespace vek::client

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace vek::client {
@@ -17,6 +18,9 @@ struct SImage {
 
     std::size_t RowSamples() const { return static_cast<std::size_t>(width) * channels; }
 };
+
+/// Most pixels of a side of a picture that is read, as large as frames can be.
+inline constexpr std::uint32_t kLargestSide = 65535;
 
 /// Largest sample of a depth of 1..16 bits.
 constexpr std::uint16_t maxSample(unsigned depth) {
@@ -49,5 +53,7 @@ SPictureView viewOf(const SImage& image, std::vector<std::uint8_t>& bytes);
 
 /// A row as most picture files have it: the samples themselves at depth 8, else their high byte first. bytes: RowBytes.
 void packRow(const SPictureView& picture, std::size_t y, std::uint8_t* bytes);
+/// Appends the samples that such bytes hold. sampleBytes: 1, or 2 with the high byte first.
+void unpackSamples(std::span<const std::uint8_t> bytes, std::size_t sampleBytes, std::vector<std::uint16_t>& samples);
 
 } // namespace vek::client

@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 #include <png.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <csetjmp>
@@ -15,9 +16,6 @@
 namespace vek::client {
 
 namespace {
-
-// As large as frames can be.
-constexpr png_uint_32 kLargestSide = 65535;
 
 void onReadError(png_structp png, png_const_charp message) {
     *static_cast<std::string*>(png_get_error_ptr(png)) = message;
@@ -46,7 +44,8 @@ struct SPngReader {
     SPngReader& operator=(const SPngReader&) = delete;
 };
 
-/// This and the next function: the part between setjmp and longjmp. They make no object that would need a destructor.
+/// This and the next two functions: the part between setjmp and longjmp. They make no object that would need a
+/// destructor.
 bool readHead(SPngReader& reader, std::FILE* file) {
     if (setjmp(png_jmpbuf(reader.png)) != 0) {
         return false;
@@ -57,7 +56,7 @@ bool readHead(SPngReader& reader, std::FILE* file) {
     return true;
 }
 
-/// rows: one pointer for each row, which has two bytes a sample.
+/// rows: one pointer for each row.
 bool readRows(SPngReader& reader, png_bytepp rows) {
     if (setjmp(png_jmpbuf(reader.png)) != 0) {
         return false;
@@ -67,37 +66,104 @@ bool readRows(SPngReader& reader, png_bytepp rows) {
     return true;
 }
 
-} // namespace
-
-SImage readGrayPng16(const std::string& path) {
-    const FilePointer file(std::fopen(path.c_str(), "rbe"));
-    if (file == nullptr) {
-        throw CFailure(fmt::format("{}: cannot open: {}", path, systemMessage(errno)));
+/// Has the rows hold grey or red, green, blue, in bytes or in words with the high byte first.
+bool chooseRows(SPngReader& reader) {
+    if (setjmp(png_jmpbuf(reader.png)) != 0) {
+        return false;
     }
+    png_set_expand(reader.png);
+    png_set_interlace_handling(reader.png);
+    png_read_update_info(reader.png, reader.info);
+    return true;
+}
+
+SPngForm formOf(const SPngReader& reader) {
+    SPngForm form;
+    form.width = png_get_image_width(reader.png, reader.info);
+    form.height = png_get_image_height(reader.png, reader.info);
+    form.bits = png_get_bit_depth(reader.png, reader.info);
+    const unsigned type = png_get_color_type(reader.png, reader.info);
+    form.gray = (type & PNG_COLOR_MASK_COLOR) == 0;
+    form.transparent = (type & PNG_COLOR_MASK_ALPHA) != 0 || png_get_valid(reader.png, reader.info, PNG_INFO_tRNS) != 0;
+    return form;
+}
+
+/// An open file, whose head was read.
+struct SOpenPng {
+    FilePointer file;
     SPngReader reader;
-    if (!readHead(reader, file.get())) {
+    std::uint64_t fileBytes = 0;
+
+    /// Throws CFailure.
+    explicit SOpenPng(const std::string& path) : file(std::fopen(path.c_str(), "rbe")) {
+        struct stat status {};
+        if (file == nullptr || fstat(fileno(file.get()), &status) != 0) {
+            throw CFailure(fmt::format("{}: cannot open: {}", path, systemMessage(errno)));
+        }
+        fileBytes = static_cast<std::uint64_t>(status.st_size);
+        if (!readHead(reader, file.get())) {
+            Refuse(path);
+        }
+    }
+    [[noreturn]] void Refuse(const std::string& path) const {
         throw CFailure(fmt::format("{}: cannot read: {}", path, reader.error));
     }
-    if (png_get_color_type(reader.png, reader.info) != PNG_COLOR_TYPE_GRAY ||
-        png_get_bit_depth(reader.png, reader.info) != 16) {
-        throw CFailure(fmt::format("{}: no grey picture of 16 bits", path));
+};
+
+SImage imageOf(SOpenPng& png, const std::string& path) {
+    // Deflate makes no more than this of a byte: what is too short is told before memory is taken.
+    constexpr std::uint64_t kMostOfByte = 1032;
+    if (formOf(png.reader).transparent) {
+        throw CFailure(fmt::format("{}: a picture with transparent parts", path));
     }
-    SImage image{
-        png_get_image_width(reader.png, reader.info), png_get_image_height(reader.png, reader.info), 1, 16, {}};
-    const std::size_t rowBytes = 2 * std::size_t{image.width};
+    const std::uint64_t storedBytes = png_get_rowbytes(png.reader.png, png.reader.info) *
+                                      std::uint64_t{png_get_image_height(png.reader.png, png.reader.info)};
+    if (storedBytes / kMostOfByte > png.fileBytes) {
+        throw CFailure(fmt::format("{}: cannot read: too short for its size", path));
+    }
+    if (!chooseRows(png.reader)) {
+        png.Refuse(path);
+    }
+    const SPngForm form = formOf(png.reader);
+    SImage image{form.width, form.height, static_cast<unsigned short>(form.gray ? 1 : 3), form.bits, {}};
+    const std::size_t sampleBytes = form.bits / 8U;
+    const std::size_t rowBytes = png_get_rowbytes(png.reader.png, png.reader.info);
     std::vector<std::uint8_t> bytes(rowBytes * image.height);
     std::vector<png_bytep> rows(image.height);
     for (std::size_t y = 0; y < rows.size(); ++y) {
         rows[y] = bytes.data() + y * rowBytes;
     }
-    if (!readRows(reader, rows.data())) {
-        throw CFailure(fmt::format("{}: cannot read: {}", path, reader.error));
+    if (!readRows(png.reader, rows.data())) {
+        png.Refuse(path);
     }
-    image.samples.resize(bytes.size() / 2);
-    for (std::size_t i = 0; i < image.samples.size(); ++i) {
-        image.samples[i] = static_cast<std::uint16_t>(bytes[2 * i] << 8 | bytes[2 * i + 1]); // high byte first
-    }
+    unpackSamples(bytes, sampleBytes, image.samples);
     return image;
+}
+
+} // namespace
+
+std::optional<SPngForm> pngFormOf(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return std::nullopt;
+    }
+    const FilePointer file(std::fopen(path.c_str(), "rbe"));
+    SPngReader reader;
+    return file != nullptr && readHead(reader, file.get()) ? std::optional(formOf(reader)) : std::nullopt;
+}
+
+SImage readPng(const std::string& path) {
+    SOpenPng png(path);
+    return imageOf(png, path);
+}
+
+SImage readGrayPng16(const std::string& path) {
+    SOpenPng png(path);
+    const SPngForm form = formOf(png.reader);
+    if (!form.gray || form.transparent || form.bits != 16) {
+        throw CFailure(fmt::format("{}: no grey picture of 16 bits", path));
+    }
+    return imageOf(png, path);
 }
 
 } // namespace vek::client

@@ -58,6 +58,7 @@ BARRED = {
 ROOMS = {
     "client": [
         "", "names", "files", "pictures", "drawing", "frames", "profiles", "settings", "camera", "stages", "develop",
+        "statistics",
     ],
     "tools": ["text", "simulation", "options", "commands", ""],
 }
