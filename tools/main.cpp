@@ -53,7 +53,8 @@ int run(int argc, char** argv) {
     app.require_subcommand(1);
     app.set_version_flag("--version",
                          [] { return fmt::format("vekcam {}, library version {}", VEKCAM_VERSION, libraryVersion()); });
-    app.footer("Exit codes: 0 done, 1 a file, a device or the system refused, 2 bad arguments.\n"
+    app.footer("Exit codes: 0 done, 1 a file, a device or the system refused, 2 bad arguments, 3 \"diff\" found\n"
+               "differences.\n"
                "\"vekcam COMMAND --help\" tells the options of a command.");
 #define VEKCAM_COMMAND(name) add##name##Command(app);
 #include "CommandList.inc"

@@ -45,20 +45,17 @@ struct SConvertArguments {
     SConversion conversion;
 };
 
-/// The format and colour array of the input. dng: of a DNG file, else null.
-void takeForm(SConvertArguments& arguments, const STransferredFrame* dng) {
+/// The input, whose form and profile the conversion gets.
+CChosenFrame chosenInput(SConvertArguments& arguments) {
     SConversion& conversion = arguments.conversion;
-    if (dng != nullptr) {
-        conversion.format = dng->format;
-        conversion.width = dng->width;
-        conversion.height = dng->height;
-        conversion.colorArray = dng->colorArray;
-        return;
-    }
-    conversion.profile = completeForm({conversion.width, conversion.height, arguments.format, arguments.colorArray},
-                                      arguments.profile, arguments.input);
-    conversion.format = findChainFormat(arguments.format);
-    conversion.colorArray = frameColorArray(*conversion.format, colorArrayGiven(arguments.colorArray));
+    CChosenFrame input(arguments.command, {conversion.width, conversion.height, arguments.format, arguments.colorArray},
+                       arguments.profile, arguments.input);
+    conversion.format = input.Form().format;
+    conversion.width = input.Form().width;
+    conversion.height = input.Form().height;
+    conversion.colorArray = input.Form().colorArray;
+    conversion.profile = input.Profile();
+    return input;
 }
 
 /// The option that has the library's 8-bit stages run, or nothing but its functions, and no development; empty where
@@ -120,12 +117,6 @@ std::vector<std::string> filesRead(const SConvertArguments& arguments) {
     return inputs;
 }
 
-STransferredFrame readTransferred(const SConvertArguments& arguments) {
-    const SConversion& conversion = arguments.conversion;
-    return {conversion.format, conversion.width, conversion.height, conversion.colorArray,
-            readChosenFrame(arguments.input, *conversion.format, conversion.width, conversion.height)};
-}
-
 /// Throws CBadArguments for options that say how a picture is made.
 void requireNoPicture(const SConvertArguments& arguments) {
     constexpr std::string_view kOfTheFrame[] = {
@@ -142,12 +133,11 @@ void requireNoPicture(const SConvertArguments& arguments) {
     }
 }
 
-/// The frame of a DNG file, or a raw one as such a file holds it. dng: the frame of the input where it is one.
-SDngFrame untouchedFrame(SConvertArguments& arguments, std::optional<SDngFrame> dng) {
-    SConversion& conversion = arguments.conversion;
+/// The frame of a DNG file, or another one as such a file holds it.
+SDngFrame untouchedFrame(const SConvertArguments& arguments, CChosenFrame& input) {
+    const SConversion& conversion = arguments.conversion;
     requireNoPicture(arguments);
-    const STransferredFrame linear = dng ? transferredFrameOf(*dng) : STransferredFrame();
-    takeForm(arguments, dng ? &linear : nullptr);
+    std::optional<SDngFrame> dng = input.Dng();
     if (!conversion.format->IsRaw()) {
         throw CBadArguments(fmt::format("{}: a DNG file holds a raw or mono frame: format {} is colour already",
                                         arguments.output, conversion.format->name));
@@ -155,7 +145,7 @@ SDngFrame untouchedFrame(SConvertArguments& arguments, std::optional<SDngFrame> 
     const std::optional<unsigned> black = checkedLevel("--black", arguments.develop.black, *conversion.format);
     const std::optional<unsigned> white = checkedLevel("--white", arguments.develop.white, *conversion.format);
     if (!dng) {
-        dng = dngFrameOf(unpackedFrame(CLibraryHandle(-1), readTransferred(arguments), conversion.threads));
+        dng = dngFrameOf(unpackedFrame(CLibraryHandle(-1), input.Take(), conversion.threads));
     }
     if (black) {
         dng->tags.black = {static_cast<double>(*black)};
@@ -286,10 +276,10 @@ SProfile profileOf(const SConvertArguments& arguments, const SDngFrame& dng) {
     return std::move(imported.profile);
 }
 
-void writeFramePicture(SConvertArguments& arguments, const std::optional<SDngFrame>& dng) {
+void writeFramePicture(SConvertArguments& arguments, CChosenFrame& input) {
     SConversion& conversion = arguments.conversion;
-    STransferredFrame frame = dng ? transferredFrameOf(*dng) : STransferredFrame();
-    takeForm(arguments, dng ? &frame : nullptr);
+    const std::optional<SDngFrame>& dng = input.Dng();
+    STransferredFrame frame;
     const std::string cause = plainCause(arguments);
     const CLibraryHandle library(-1);
     SMaker maker;
@@ -298,15 +288,11 @@ void writeFramePicture(SConvertArguments& arguments, const std::optional<SDngFra
             conversion.profile = profileOf(arguments, *dng);
         }
         const SDevelopPlan plan = developPlan(arguments, dng);
-        if (!dng) {
-            frame = readTransferred(arguments);
-        }
+        frame = input.Take();
         maker = developingMaker(arguments, plan, library, frame);
     } else {
         maker = plainMaker(arguments, library, cause, dng);
-        if (!dng) {
-            frame = readTransferred(arguments);
-        }
+        frame = input.Take();
     }
     const SPictureView picture = maker.picture(frame.bytes);
     COutputFiles files(filesRead(arguments));
@@ -319,15 +305,15 @@ void writeFramePicture(SConvertArguments& arguments, const std::optional<SDngFra
 }
 
 void convert(SConvertArguments& arguments) {
-    std::optional<SDngFrame> dng = readChosenDng(*arguments.command, arguments.input);
+    CChosenFrame input = chosenInput(arguments);
     if (isDngName(arguments.output)) {
-        const SDngFrame frame = untouchedFrame(arguments, std::move(dng));
+        const SDngFrame frame = untouchedFrame(arguments, input);
         COutputFiles files(filesRead(arguments));
         writeDng(files.Open(arguments.output), frame);
         files.Publish();
         return;
     }
-    writeFramePicture(arguments, dng);
+    writeFramePicture(arguments, input);
 }
 
 /// What keeps the output from being written to a path; empty where nothing does.

@@ -35,30 +35,21 @@ struct SMeasuredFrame : STransferredFrame {
     std::string source; ///< where it came from, for the reader
 };
 
-const STransferFormat& checkedFormat(const std::string& name) {
-    const STransferFormat& format = *findChainFormat(name);
+void requireMeasurable(const STransferFormat& format) {
     if (!measuredFormat(format)) {
         throw CBadArguments(fmt::format("format {} cannot be measured: {}", format.name,
                                         format.IsRaw() ? "MIPI CSI-2" : "neither raw nor mono"));
     }
-    return format;
 }
 
 SMeasuredFrame frameOfFile(SMeasureArguments& arguments) {
-    if (const std::optional<SDngFrame> dng = readChosenDng(*arguments.command, arguments.input)) {
-        return {transferredFrameOf(*dng), arguments.input.path};
-    }
     if (arguments.input.path.empty()) {
         throw CBadArguments("IN is required without --sim");
     }
-    completeForm({arguments.width, arguments.height, arguments.format, arguments.colorArray}, arguments.profile,
-                 arguments.input);
-    SMeasuredFrame frame{{&checkedFormat(arguments.format), arguments.width, arguments.height, 0, {}},
-                         arguments.input.path};
-    frame.colorArray = frameColorArray(*frame.format, colorArrayGiven(arguments.colorArray));
-    regionInside(arguments.region, frame.width, frame.height); // before the file is looked at
-    frame.bytes = readChosenFrame(arguments.input, *frame.format, frame.width, frame.height);
-    return frame;
+    CChosenFrame chosen(arguments.command, {arguments.width, arguments.height, arguments.format, arguments.colorArray},
+                        arguments.profile, arguments.input, requireMeasurable);
+    regionInside(arguments.region, chosen.Form().width, chosen.Form().height); // before a raw file is looked at
+    return {chosen.Take(), arguments.input.path};
 }
 
 /// A camera of the model with --width and --height sends a frame in --format, all of them the model's own by default.
@@ -76,7 +67,9 @@ SMeasuredFrame frameOfCamera(const SMeasureArguments& arguments) {
     }
     const auto driver = std::make_shared<sim::CSimulatedDriver>(model, sensorOf(model, setup));
     if (!arguments.format.empty()) {
-        driver->SetTransferFormat(checkedFormat(arguments.format).code);
+        const STransferFormat& format = *findChainFormat(arguments.format);
+        requireMeasurable(format);
+        driver->SetTransferFormat(format.code);
     }
     SMeasuredFrame frame{{transferFormat(driver->TransferFormat()), driver->Width(), driver->Height(), 0, {}},
                          CSimulatedCamera(driver).Name()};

@@ -2,6 +2,7 @@
 #include "tools/options/FrameOptions.h"
 
 #include "client/frames/DngInput.h"
+#include "client/frames/PngFrame.h"
 
 #include "tools/options/Options.h"
 #include "tools/text/Messages.h"
@@ -58,6 +59,41 @@ CLI::Validator isFormat(const STransferFormat* (*find)(std::string_view), const 
         "");
 }
 
+/// Completes a form by a profile, where there is one, and returns that. Throws CFailure.
+std::optional<SProfile> completedForm(const SFrameForm& form, const std::optional<std::string>& path,
+                                      const SFrameChoice& file) {
+    if (!path) {
+        return std::nullopt;
+    }
+    if (*path == "-" && file.path == "-") {
+        throw CBadArguments("IN and --profile are both standard input");
+    }
+    SProfile read = readProfile(*path);
+    form.width = form.width == 0 ? read.width.value_or(0) : form.width;
+    form.height = form.height == 0 ? read.height.value_or(0) : form.height;
+    if (form.format.empty() && read.format != nullptr) {
+        form.format = read.format->name;
+    }
+    // Another format may have no use for it.
+    const STransferFormat* const format = findChainFormat(form.format);
+    if (form.colorArray.empty() && read.colorArray && (format == nullptr || format->content == EContent::Raw)) {
+        form.colorArray = colorArrayName(*read.colorArray);
+    }
+    return read;
+}
+
+/// Throws CBadArguments where something is still missing. profile: where it was looked for.
+void requireForm(const SFrameForm& form, const std::optional<std::string>& profile) {
+    const std::pair<const char*, bool> needed[] = {
+        {"--width", form.width != 0}, {"--height", form.height != 0}, {"--format", !form.format.empty()}};
+    for (const auto& [option, known] : needed) {
+        if (!known) {
+            throw CBadArguments(profile ? fmt::format("{} is required: {} does not say it", option, *profile)
+                                        : fmt::format("{} is required, or --profile", option));
+        }
+    }
+}
+
 } // namespace
 
 std::optional<SRegion> parsedRegion(std::string_view text) {
@@ -88,36 +124,6 @@ CLI::Option* addProfile(CLI::App& command, std::string& path) {
                     "Camera profile, as \"vekcam profile new\" writes it: it has the size, format and\n"
                     "colour array that are not given. Without it IN.json, where that file is there")
         ->type_name("FILE");
-}
-
-std::optional<SProfile> completeForm(const SFrameForm& form, const std::string& profile, const SFrameChoice& file) {
-    const std::optional<std::string> path = profile.empty() ? sidecarOf(file.path) : profile;
-    if (path == "-" && file.path == "-") {
-        throw CBadArguments("IN and --profile are both standard input");
-    }
-    std::optional<SProfile> read;
-    if (path) {
-        read = readProfile(*path);
-        form.width = form.width == 0 ? read->width.value_or(0) : form.width;
-        form.height = form.height == 0 ? read->height.value_or(0) : form.height;
-        if (form.format.empty() && read->format != nullptr) {
-            form.format = read->format->name;
-        }
-        // Another format may have no use for it.
-        const STransferFormat* const format = findChainFormat(form.format);
-        if (form.colorArray.empty() && read->colorArray && format != nullptr && format->content == EContent::Raw) {
-            form.colorArray = colorArrayName(*read->colorArray);
-        }
-    }
-    const std::pair<const char*, bool> needed[] = {
-        {"--width", form.width != 0}, {"--height", form.height != 0}, {"--format", !form.format.empty()}};
-    for (const auto& [option, known] : needed) {
-        if (!known) {
-            throw CBadArguments(path ? fmt::format("{} is required: {} does not say it", option, *path)
-                                     : fmt::format("{} is required, or --profile", option));
-        }
-    }
-    return read;
 }
 
 CLI::Option* addFormat(CLI::App& command, std::string& format, const std::string& help) {
@@ -168,8 +174,8 @@ std::optional<unsigned> colorArrayGiven(const std::string& colorArray) {
 CLI::Option* addFrameFile(CLI::App& command, SFrameChoice& choice) {
     return command
         .add_option("IN", choice.path,
-                    "File with raw frames, or DNG file, which tells its size and format; - reads\n"
-                    "raw frames from standard input")
+                    "File with raw frames, DNG file, which tells its size and format, or grey PNG\n"
+                    "file, which tells its size; - reads raw frames from standard input")
         ->type_name("FILE");
 }
 
@@ -202,24 +208,62 @@ void addFrameChoice(CLI::App& command, SFrameChoice& choice, CLI::Option* exclud
     excludeAll(options, excluded);
 }
 
-std::vector<std::uint8_t> readChosenFrame(const SFrameChoice& choice, const STransferFormat& format,
-                                          std::uint32_t width, std::uint32_t height) {
-    try {
-        return readFrame(choice, format, width, height, warn);
-    } catch (const COtherKind& other) {
-        throw CFailure(fmt::format("{}; --force takes it as one", other.what()));
+void requireFrameOptions(const CLI::App& command, const std::string& path, EFrameFile kind) {
+    struct SOption {
+        const char* name;
+        bool ofPng; ///< has a use for it
+    };
+    constexpr SOption kOptions[] = {{"--width", false},       {"--height", false},     {"--format", true},
+                                    {"--colour-array", true}, {"--src-offset", false}, {"--src-stride", false},
+                                    {"--byte-order", false},  {"--frame", false},      {"--profile", true}};
+    constexpr std::string_view kNames[] = {"raw file", "DNG file", "PNG file", "picture"};
+    for (const SOption& option : kOptions) {
+        const bool used = kind == EFrameFile::Raw || (kind == EFrameFile::Png && option.ofPng);
+        if (!used && command.get_option_no_throw(option.name) != nullptr && command.count(option.name) > 0) {
+            throw CBadArguments(fmt::format("{} does not go with {}: a {} tells its own", option.name, path,
+                                            kNames[static_cast<std::size_t>(kind)]));
+        }
     }
 }
 
-std::optional<SDngFrame> readChosenDng(const CLI::App& command, const SFrameChoice& choice) {
-    std::optional<SDngFrame> frame = choice.force ? std::nullopt : readDng(choice.path);
-    for (const char* const option : {"--width", "--height", "--format", "--colour-array", "--src-offset",
-                                     "--src-stride", "--byte-order", "--frame", "--profile"}) {
-        if (frame && command.count(option) > 0) {
-            throw CBadArguments(fmt::format("{} does not go with {}: a DNG file tells its own", option, choice.path));
-        }
+CChosenFrame::CChosenFrame(const CLI::App* command, const SFrameForm& form, const std::string& profile,
+                           const SFrameChoice& choice, void (*requireFormat)(const STransferFormat&))
+    : mChoice(choice), mDng(choice.force ? std::nullopt : readDng(choice.path)) {
+    const std::optional<SPngForm> png = choice.force || mDng ? std::nullopt : pngFormOf(choice.path);
+    mKind = mDng ? EFrameFile::Dng : png ? EFrameFile::Png : EFrameFile::Raw;
+    if (command != nullptr) {
+        requireFrameOptions(*command, choice.path, mKind);
     }
-    return frame;
+    if (mDng) {
+        mFrame = transferredFrameOf(*mDng);
+        return;
+    }
+    const std::optional<std::string> profilePath = profile.empty() ? sidecarOf(choice.path) : profile;
+    mProfile = completedForm(form, profilePath, choice);
+    if (png) {
+        const auto tell = [&] {
+            return pngFrameForm(choice.path, *png, findChainFormat(form.format), colorArrayGiven(form.colorArray));
+        };
+        mFrame = orForced(tell);
+        return;
+    }
+    requireForm(form, profilePath);
+    mFrame.format = findChainFormat(form.format);
+    if (requireFormat != nullptr) {
+        requireFormat(*mFrame.format);
+    }
+    mFrame.width = form.width;
+    mFrame.height = form.height;
+    mFrame.colorArray = frameColorArray(*mFrame.format, colorArrayGiven(form.colorArray));
+}
+
+STransferredFrame CChosenFrame::Take() {
+    if (mKind == EFrameFile::Png) {
+        readPngFrame(mChoice.path, mFrame, warn);
+    } else if (!mDng) {
+        mFrame.bytes = orForced([&] { return readFrame(mChoice, *mFrame.format, mFrame.width, mFrame.height, warn); });
+    }
+    return std::move(mFrame);
 }
 
 void addRegion(CLI::App& command, std::string& region, const std::string& what) {

@@ -7,6 +7,7 @@
 #include "client/profiles/Profile.h"
 
 #include <CLI/App.hpp>
+#include <fmt/format.h>
 
 #include <cstdint>
 #include <optional>
@@ -36,11 +37,6 @@ struct SFrameForm {
     std::string& format;
     std::string& colorArray;
 };
-/// Completes it by the profile of --profile, or else by the one that lies beside the file, and returns that. Throws
-/// CBadArguments where width, height or format are still missing, CFailure for a profile that cannot be read.
-std::optional<client::SProfile> completeForm(const SFrameForm& form, const std::string& profile,
-                                             const client::SFrameChoice& file);
-
 /// The names of the formats that can be corrected: "raw8, ..., mono8 to mono16".
 std::string sampledFormats();
 /// The names of all formats, in groups.
@@ -56,14 +52,50 @@ std::optional<unsigned> colorArrayGiven(const std::string& colorArray);
 CLI::Option* addFrameFile(CLI::App& command, client::SFrameChoice& choice);
 void addFrameChoice(CLI::App& command, client::SFrameChoice& choice, CLI::Option* excluded);
 
-/// Reads the frame, and notes warnings. Throws CFailure.
-std::vector<std::uint8_t> readChosenFrame(const client::SFrameChoice& choice, const STransferFormat& format,
-                                          std::uint32_t width, std::uint32_t height);
+/// Calls what may refuse a file as one of another kind, and tells how it is taken all the same.
+template <class Call>
+auto orForced(const Call& call) {
+    try {
+        return call();
+    } catch (const client::COtherKind& other) {
+        throw client::CFailure(fmt::format("{}; --force takes it as one", other.what()));
+    }
+}
 
-/// The frame of a DNG file; nothing for other files. command: with addFrameSize, --format, addColorArray and
-/// addFrameChoice. Throws CFailure where the file cannot be read, CBadArguments where one of the options was given that
-/// tell of raw files.
-std::optional<client::SDngFrame> readChosenDng(const CLI::App& command, const client::SFrameChoice& choice);
+/// What a file tells of its frame by itself.
+enum class EFrameFile { Raw, Dng, Png, Picture };
+/// Throws CBadArguments where an option was given that such a file has no use for. command: with addFrameSize,
+/// --format, addColorArray, addProfile and addFrameChoice.
+void requireFrameOptions(const CLI::App& command, const std::string& path, EFrameFile kind);
+
+/// The frame of a raw file, a DNG file or a grey PNG file. What it is like is known before a raw file is read.
+class CChosenFrame {
+public:
+    /// command: as of requireFrameOptions; null: options that the file has no use for are passed over. form: what the
+    /// options say of a raw file, is completed then. requireFormat: throws for formats that the command does not take,
+    /// or null. Throws CFailure where a file cannot be read, CBadArguments where options are missing or do not go with
+    /// the file.
+    CChosenFrame(const CLI::App* command, const SFrameForm& form, const std::string& profile,
+                 const client::SFrameChoice& choice, void (*requireFormat)(const STransferFormat&) = nullptr);
+
+    EFrameFile Kind() const { return mKind; }
+    /// The frame without its bytes.
+    const client::STransferredFrame& Form() const { return mFrame; }
+    /// The frame, once. Notes warnings. Throws CFailure.
+    client::STransferredFrame Take();
+
+    /// What a DNG file holds; nothing of other files.
+    const std::optional<client::SDngFrame>& Dng() const { return mDng; }
+    /// The profile of a file that is no DNG file, where there is one.
+    const std::optional<client::SProfile>& Profile() const { return mProfile; }
+
+private:
+    client::SFrameChoice mChoice;
+    client::STransferredFrame mFrame; ///< of a DNG file with its bytes
+    std::optional<client::SDngFrame> mDng;
+    std::optional<client::SProfile> mProfile;
+    EFrameFile mKind = EFrameFile::Raw;
+};
 
 /// A region of "X,Y,W,H", W and H 1 or more; nothing for another text.
 std::optional<client::SRegion> parsedRegion(std::string_view text);

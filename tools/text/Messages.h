@@ -9,7 +9,7 @@
 namespace vek::tools {
 
 /// Exit codes of the program.
-enum ExitCode : int { kSuccess = 0, kFailure = 1, kBadArguments = 2 };
+enum ExitCode : int { kSuccess = 0, kFailure = 1, kBadArguments = 2, kDifference = 3 };
 
 /// Ends a command that has told all there is to tell with an exit code of its own.
 class CExit : public std::exception {
