@@ -114,9 +114,9 @@ std::vector<std::uint8_t> inBands(const client::SImage& image, unsigned threads,
 TEST_F(ClientPictures, PngOfOneBandAndOfMany) {
     forImages([](const client::SImage& image) {
         for (const std::size_t bandBytes : {std::size_t{1}, std::size_t{5000}, std::size_t{1} << 30}) {
-            const std::vector<std::uint8_t> file = inBands(image, 1, bandBytes);
-            expectSame(decodePng(file), image);
-            EXPECT_TRUE(inBands(image, 4, bandBytes) == file);
+            for (const unsigned threads : {1U, 4U}) {
+                expectSame(decodePng(inBands(image, threads, bandBytes)), image);
+            }
         }
     });
 }
