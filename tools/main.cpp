@@ -54,7 +54,7 @@ int run(int argc, char** argv) {
     app.set_version_flag("--version",
                          [] { return fmt::format("vekcam {}, library version {}", VEKCAM_VERSION, libraryVersion()); });
     app.footer("Exit codes: 0 done, 1 a file, a device or the system refused, 2 bad arguments, 3 \"diff\" found\n"
-               "differences.\n"
+               "differences, 4 some of many frames failed.\n"
                "\"vekcam COMMAND --help\" tells the options of a command.");
 #define VEKCAM_COMMAND(name) add##name##Command(app);
 #include "CommandList.inc"

@@ -246,6 +246,9 @@ void COutputFile::Write(std::string_view text) {
 }
 
 void COutputFile::Complete() {
+    if (mStream == nullptr) {
+        return;
+    }
     errno = 0; // an error of an earlier write may have left none
     if (std::fflush(mStream) != 0 || std::ferror(mStream) != 0 || (mTemporary && !synced(fileno(mStream)))) {
         Throw("cannot write", errno != 0 ? errno : EIO);
@@ -295,10 +298,14 @@ COutputFile& COutputFiles::Open(const std::string& path) {
     return *mFiles.back();
 }
 
-void COutputFiles::Publish() {
+void COutputFiles::Complete() {
     for (const auto& file : mFiles) {
         file->Complete();
     }
+}
+
+void COutputFiles::Publish() {
+    Complete();
     {
         // A signal comes in front of all of them or behind.
         const CSignalsBlocked blocked;

@@ -54,7 +54,7 @@ private:
     void OpenTemporary(const CDescriptor& old);
     bool ReplacesSameFile(const COutputFile& other) const;
 
-    /// The parts of COutputFiles::Publish. Throw CFailure.
+    /// The parts of COutputFiles::Publish. Throw CFailure. Complete: nothing when it was done before.
     void Complete();
     void Rename();
     void SyncFolder() const;
@@ -84,7 +84,9 @@ public:
     /// inputs or one of the other files.
     COutputFile& Open(const std::string& path);
 
-    /// Puts all files in place. Throws CFailure.
+    /// Sees that all of them are complete and on the disk, without putting them in place. Throws CFailure.
+    void Complete();
+    /// Puts all files in place, complete or not before. Throws CFailure.
     void Publish();
 
 private:

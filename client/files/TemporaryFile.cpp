@@ -5,8 +5,10 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <iterator>
 
 namespace vek::client {
 
@@ -22,16 +24,17 @@ constexpr int kFatalSignals[] = {SIGHUP,  SIGINT,  SIGQUIT,   SIGTERM, SIGALRM, 
 CSignalsBlocked::CSignalsBlocked() {
     sigset_t all;
     sigfillset(&all);
-    sigprocmask(SIG_SETMASK, &all, &mBefore);
+    pthread_sigmask(SIG_SETMASK, &all, &mBefore);
 }
 
 CSignalsBlocked::~CSignalsBlocked() {
     const int error = errno;
-    sigprocmask(SIG_SETMASK, &mBefore, nullptr);
+    pthread_sigmask(SIG_SETMASK, &mBefore, nullptr);
     errno = error;
 }
 
 CTemporaryFile* volatile CTemporaryFile::sFirst = nullptr;
+std::mutex CTemporaryFile::sMutex;
 
 /// Calls what is allowed in a signal handler only.
 void CTemporaryFile::OnSignal(int signal) {
@@ -46,8 +49,20 @@ void CTemporaryFile::OnSignal(int signal) {
     sigset_t raised;
     sigemptyset(&raised);
     sigaddset(&raised, signal);
-    sigprocmask(SIG_UNBLOCK, &raised, nullptr);
+    pthread_sigmask(SIG_UNBLOCK, &raised, nullptr);
     _exit(128 + signal);
+}
+
+void CTemporaryFile::EndBySignal(int signal) {
+    const CSignalsBlocked blocked;
+    const std::scoped_lock lock(sMutex);
+    OnSignal(signal);
+}
+
+bool CTemporaryFile::EndsProgram(int signal) {
+    struct sigaction action {};
+    const bool known = std::find(std::begin(kFatalSignals), std::end(kFatalSignals), signal) != std::end(kFatalSignals);
+    return known && sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN;
 }
 
 void CTemporaryFile::CatchSignals() {
@@ -68,6 +83,7 @@ CTemporaryFile::CTemporaryFile(int folder, mode_t mode) : mFolder(folder) {
     static const bool caught = (CatchSignals(), true);
     static_cast<void>(caught);
     const CSignalsBlocked blocked;
+    const std::scoped_lock lock(sMutex);
     for (int i = 0; i < kMostLeftovers && mFd < 0; ++i) {
         *fmt::format_to_n(mName, sizeof mName - 1, ".vekcam-{}-{}.tmp", getpid(), i).out = '\0';
         mFd = openat(folder, mName, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
@@ -86,6 +102,7 @@ CTemporaryFile::CTemporaryFile(int folder, mode_t mode) : mFolder(folder) {
 CTemporaryFile::~CTemporaryFile() {
     if (mName[0] != '\0') {
         const CSignalsBlocked blocked;
+        const std::scoped_lock lock(sMutex);
         unlinkat(mFolder, mName, 0);
         Forget();
     }
@@ -93,6 +110,7 @@ CTemporaryFile::~CTemporaryFile() {
 
 bool CTemporaryFile::Rename(const std::string& name) {
     const CSignalsBlocked blocked;
+    const std::scoped_lock lock(sMutex);
     if (renameat(mFolder, mName, mFolder, name.c_str()) != 0) {
         return false;
     }

@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <csignal>
+#include <mutex>
 #include <string>
 
 namespace vek::client {
@@ -33,16 +34,25 @@ public:
     /// Of the file, open for writing; the caller's to close. -1 where the file could not be made: errno tells why.
     int Fd() const { return mFd; }
 
+    /// What a signal that ends the program does, for one that a thread waited for while others hold theirs back:
+    /// removes the files of all objects and ends the program by the signal.
+    [[noreturn]] static void EndBySignal(int signal);
+    /// Whether a signal is one of those, and not ignored.
+    static bool EndsProgram(int signal);
+
     /// Gives it a name in its folder that it keeps, in place of the file that has the name. False, with errno, where
     /// the system refuses.
     bool Rename(const std::string& name);
 
 private:
-    static void OnSignal(int signal);
+    [[noreturn]] static void OnSignal(int signal);
     static void CatchSignals();
     void Forget();
 
-    // The files of all objects, for the signal handler. Changes while signals are blocked only.
+    // The files of all objects, for the signal handler. Changes under the mutex while signals are blocked only: where
+    // several threads have such files, none but one that makes no files lets signals through, and that one waits for
+    // them.
+    static std::mutex sMutex;
     static CTemporaryFile* volatile sFirst;
     CTemporaryFile* mNext = nullptr;
 

@@ -129,7 +129,7 @@ struct CFrameFiles::SSource {
 };
 
 CFrameFiles::CFrameFiles(std::vector<std::string> paths, const SFrameSteps& steps, const SFrameChoice& reading,
-                         FormOf formOf, Warn warn)
+                         FormOf formOf, Warn warn, BadFile bad)
     : mSteps(steps), mReading(reading), mFormOf(std::move(formOf)), mWarn(std::move(warn)), mNext(steps.first) {
     if (std::count(paths.begin(), paths.end(), "-") > 1) {
         throw CBadArguments("standard input is named twice");
@@ -138,11 +138,20 @@ CFrameFiles::CFrameFiles(std::vector<std::string> paths, const SFrameSteps& step
     for (std::string& path : paths) {
         SSource source;
         source.path = std::move(path);
-        LookAt(source);
+        try {
+            LookAt(source);
+        } catch (const CFailure& failure) {
+            if (bad == nullptr) {
+                throw;
+            }
+            bad(source.path, failure.what());
+            continue;
+        }
         held = held && source.held ? std::optional(*held + *source.held) : std::nullopt;
         mSources.push_back(std::move(source));
     }
-    if (!held) {
+    if (!held || (mSources.empty() && bad != nullptr)) {
+        mCount = held;
         return;
     }
     if (mSteps.first >= *held) {
@@ -228,6 +237,19 @@ std::optional<SSeriesFrame> CFrameFiles::FromRaw(SSource& source, std::uint64_t 
     frame.frame = {source.form.format, source.form.width, source.form.height, source.form.colorArray,
                    *std::move(bytes)};
     return frame;
+}
+
+std::string CFrameFiles::LeaveFile() {
+    if (mSource >= mSources.size()) {
+        return {};
+    }
+    SSource& source = mSources[mSource++];
+    mBefore += source.held ? *source.held : source.input->Held();
+    while (mNext < mBefore) {
+        mNext += mSteps.step;
+    }
+    source.input.reset();
+    return source.path;
 }
 
 std::optional<SSeriesFrame> CFrameFiles::Next() {

@@ -61,13 +61,16 @@ public:
     /// Called once for each raw file.
     using FormOf = std::function<SRawForm(const std::string& path)>;
 
+    /// Called for a file that cannot be read, with the reason.
+    using BadFile = std::function<void(const std::string& path, const std::string& reason)>;
+
     /// paths: as expandedPaths returns them. steps: numbers of the series' frames, whatever the files. reading: offset,
     /// pitch, byte order and force of raw files, its path and frame are of no account. warn: told what is odd about a
     /// file; once for the series that words are above their range. Throws CFailure for files that hold no frame or
     /// cannot be read, and where the steps leave none; COtherKind; CBadArguments where standard input is named twice;
-    /// what formOf throws.
+    /// what formOf throws. bad: where given, told of files that CFailure would be thrown for, which are left out then.
     CFrameFiles(std::vector<std::string> paths, const SFrameSteps& steps, const SFrameChoice& reading, FormOf formOf,
-                Warn warn);
+                Warn warn, BadFile bad = nullptr);
     ~CFrameFiles();
     CFrameFiles(const CFrameFiles&) = delete;
     CFrameFiles& operator=(const CFrameFiles&) = delete;
@@ -76,6 +79,8 @@ public:
     std::optional<std::uint64_t> Count() const { return mCount; }
     /// The next frame; nothing behind the last one. Throws CFailure, COtherKind.
     std::optional<SSeriesFrame> Next();
+    /// Where Next threw: the file that it read, and goes on with the one behind it.
+    std::string LeaveFile();
 
 private:
     struct SSource;

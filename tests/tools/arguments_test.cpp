@@ -190,7 +190,7 @@ INSTANTIATE_TEST_SUITE_P(
         convertBad({"-W", "2", "-H", "2", "-f", "mono10", "--display", "--black", "1024"}, "0 to 1023"),
         convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--display", "--black", "9", "--white", "9"}, "not below"),
         convertBad({"-W", "2", "-H", "2", "-f", "mono16", "--display", "--black", "1", "--white", "9"}, "not below"),
-        convertBad({"-W", "2", "-H", "2", "-f", "mono8", "second.raw"}, "second.raw"),
+        convertBad({"-W", "2", "-H", "2", "-f", "mono8", "second.raw"}, "--output out.png: many frames need a pattern"),
         convertBad({"-W", "2", "-H", "2", "-f", "mono8", "--paint"}, "--paint")));
 
 TEST(ConvertFormats, ThoseOfColorTakeNoColorArrayAndNoStageOfRawFrames) {

@@ -344,6 +344,50 @@ TEST_F(Develop, DngFilesTellTheirLevels) {
     EXPECT_EQ(dng.samples, Picture(input, joined({kBayer, levels, {"--wb", "2,1,4", "--matrix", "none"}})).samples);
 }
 
+TEST_F(Develop, ProfilesGoIntoDngFiles) {
+    const std::string profile = WriteText("p.json", R"({"UniqueCameraModel": "Trigger 5", "width": 8, "height": 8,
+        "format": "raw12", "colorArray": "rggb", "BlackLevel": 64, "WhiteLevel": 3264,
+        "AsShotNeutral": [0.5, 1, 0.25], "NoiseProfile": [0.001, 0.0001],
+        "CalibrationIlluminant1": 23, "ColorMatrix1": [0.9, -0.3, -0.1, -0.4, 1.2, 0.2, -0.1, 0.2, 0.6],
+        "CalibrationIlluminant2": 21, "ColorMatrix2": [0.8, -0.2, -0.1, -0.5, 1.3, 0.2, -0.1, 0.2, 0.7]})");
+    const std::string input = Write("in.raw", littleEndian(surface(500, 1000, 700)));
+    expectDone(runVekcam({"convert", input, "-p", profile, "-o", Path("frame.dng")}));
+    const nlohmann::json imported =
+        nlohmann::json::parse(printed({"profile", "new", "--from", Path("frame.dng"), "-o", "-"}));
+    EXPECT_EQ(imported["UniqueCameraModel"], "Trigger 5");
+    EXPECT_EQ(imported["BlackLevel"][0], 64);
+    EXPECT_EQ(imported["WhiteLevel"], 3264);
+    // D65 comes first.
+    EXPECT_EQ(imported["CalibrationIlluminant1"], 21);
+    EXPECT_EQ(imported["CalibrationIlluminant2"], 23);
+    EXPECT_NEAR(imported["ColorMatrix1"][0].get<double>(), 0.8, 1e-4);
+    EXPECT_NEAR(imported["ColorMatrix2"][8].get<double>(), 0.6, 1e-4);
+    EXPECT_NEAR(imported["AsShotNeutral"][2].get<double>(), 0.25, 1e-4);
+    // The same picture by the file as by the profile.
+    const SPng dng = Picture(Path("frame.dng"), {});
+    const SPng raw = Picture(input, {"-p", profile});
+    ASSERT_EQ(dng.samples.size(), raw.samples.size());
+    for (std::size_t i = 0; i < raw.samples.size(); ++i) {
+        EXPECT_NEAR(dng.samples[i], raw.samples[i], 1);
+    }
+}
+
+TEST_F(Develop, TheShadingMapBecomesGainMaps) {
+    printed({"calibrate", "flat", "--sim", "--width", "80", "--height", "64", "-f", "raw12", "-n", "2", "-o",
+             Path("flat.png"), "--raw", Path("flat.raw")});
+    const std::string profile = WriteText("p.json", R"({"width": 80, "height": 64, "format": "raw12",
+        "colorArray": "rggb", "shadingMap": "flat.png"})");
+    expectDone(runVekcam({"convert", Path("flat.raw"), "-p", profile, "-o", Path("frame.dng")}));
+    const std::string bytes = Content("frame.dng");
+    // Opcode 9 of version 1.3, four times, one for each place of the cell.
+    std::size_t maps = 0;
+    const std::string head("\0\0\0\x09\x01\x03\0\0", 8);
+    for (std::size_t at = bytes.find(head); at != std::string::npos; at = bytes.find(head, at + 1)) {
+        ++maps;
+    }
+    EXPECT_EQ(maps, 4U);
+}
+
 TEST_F(Develop, WhatDoesNotGoTogether) {
     ExpectRefused(joined({kBayer, {"--plain", "--tone", "srgb"}}), "--tone does not go with --plain");
     ExpectRefused(joined({kBayer, {"--gamma", "2", "--ev", "1"}}), "--ev does not go with --gamma");

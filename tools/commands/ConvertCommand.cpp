@@ -1,319 +1,69 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "client/develop/Developer.h"
 #include "client/files/OutputPath.h"
-#include "client/frames/Dng.h"
 #include "client/frames/DngOutput.h"
-#include "client/pictures/PictureOutput.h"
-#include "client/profiles/ProfileImport.h"
-#include "client/stages/Conversion.h"
 
 #include "tools/commands/Commands.h"
-#include "tools/options/DevelopOptions.h"
+#include "tools/commands/ConvertMakers.h"
+#include "tools/commands/ConvertSeries.h"
 #include "tools/options/FrameOptions.h"
 #include "tools/options/Options.h"
 #include "tools/options/StageOptions.h"
-#include "tools/text/Messages.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
-#include <algorithm>
-#include <cmath>
-#include <functional>
-#include <iterator>
 #include <memory>
 #include <optional>
-#include <span>
 #include <utility>
 
 namespace vek::tools {
 
 namespace {
 
-struct SConvertArguments {
-    const CLI::App* command = nullptr;
-    SFrameChoice input;
-    std::string output;
-    std::string format;
-    std::string colorArray;
-    std::string method;
-    SDevelopTexts develop;
-    bool plain = false;
-    std::string settings;
-    std::optional<int> quality;
-    std::string profile;
-    SConversion conversion;
-};
+/// The frame of a DNG file, or another one as such a file holds it. The form was taken.
+SDngFrame dngOutput(const SConvertArguments& arguments, CChosenFrame& input) {
+    requireNoPicture(arguments);
+    requireRaw(arguments);
+    SDngFrame dng = input.Dng() ? *input.Dng() : untouchedFrame(arguments, CLibraryHandle(-1), input.Take());
+    takeLevels(arguments, dng);
+    return dng;
+}
 
-/// The input, whose form and profile the conversion gets.
-CChosenFrame chosenInput(SConvertArguments& arguments) {
+/// One frame of one file.
+void convertOne(SConvertArguments& arguments) {
     SConversion& conversion = arguments.conversion;
     CChosenFrame input(arguments.command, {conversion.width, conversion.height, arguments.format, arguments.colorArray},
                        arguments.profile, arguments.input);
-    conversion.format = input.Form().format;
-    conversion.width = input.Form().width;
-    conversion.height = input.Form().height;
-    conversion.colorArray = input.Form().colorArray;
-    conversion.profile = input.Profile();
-    return input;
-}
-
-/// The option that has the library's 8-bit stages run, or nothing but its functions, and no development; empty where
-/// none was given.
-std::string plainCause(const SConvertArguments& arguments) {
-    constexpr const char* kPlain[] = {"--plain",     "--display",      "--depth",      "--settings",
-                                      "--raw-gamma", "--hue",          "--saturation", "--suppress-high",
-                                      "--gamma",     "--suppress-low", "--brightness", "--contrast"};
-    for (const char* const option : kPlain) {
-        if (arguments.command->count(option) > 0) {
-            return option;
-        }
-    }
-    return arguments.conversion.format->IsRaw() ? "" : fmt::format("format {}", arguments.conversion.format->name);
-}
-
-/// Takes the method and the bits of the picture. usual: the method where none was given. The form was taken.
-void takeMethod(SConvertArguments& arguments, const char* usual) {
-    SConversion& conversion = arguments.conversion;
-    const std::string& name = arguments.method.empty() ? usual : arguments.method;
-    conversion.method = static_cast<unsigned char>(*findCode(demosaicMethods(), name));
-    checkMethod(conversion);
-    const SPictureFormat& picture = *pictureFormat(arguments.output);
-    if (arguments.quality && picture.name != "JPEG") {
-        throw CBadArguments(
-            fmt::format("--quality is of JPEG pictures: {} is a {} picture", arguments.output, picture.name));
-    }
-    if (conversion.bitsOut == 0 && picture.mostBits == 8) {
-        conversion.bitsOut = 8;
-    }
-}
-
-/// Completes what the arguments mean once they are known to fit together. The form was taken.
-void check(SConvertArguments& arguments, const std::string& cause) {
-    SConversion& conversion = arguments.conversion;
-    takeMethod(arguments, "bilinear");
-    for (const char* const option : {"--black", "--white"}) {
-        if (arguments.command->count(option) > 0 && !conversion.display) {
-            throw CBadArguments(fmt::format("{} does not go with {}: no picture is developed", option, cause));
-        }
-    }
-    takeStages(arguments.develop, cause, conversion.stages);
-    complete(conversion);
-    checkPicture(arguments.output, conversion.width, conversion.height, isGray(conversion) ? 1 : 3, conversion.bitsOut);
-}
-
-SFileStages fileStages(const CLibraryHandle& library, const std::string& path) {
-    const std::optional<SFileStages> stages = path.empty() ? SFileStages() : readFileStages(library, path);
-    if (!stages) {
-        throw CFailure(fmt::format("{}: the library refuses a setting; \"vekcam settings show\" tells which", path));
-    }
-    return *stages;
-}
-
-/// The files that a conversion reads.
-std::vector<std::string> filesRead(const SConvertArguments& arguments) {
-    std::vector<std::string> inputs = inputsOf(arguments.conversion.corrections);
-    inputs.insert(inputs.end(), {arguments.input.path, arguments.settings, arguments.profile});
-    return inputs;
-}
-
-/// Throws CBadArguments for options that say how a picture is made.
-void requireNoPicture(const SConvertArguments& arguments) {
-    constexpr std::string_view kOfTheFrame[] = {
-        "IN",       "--width",      "--height",     "--format",     "--colour-array",
-        "--output", "--src-offset", "--src-stride", "--byte-order", "--frame",
-        "--force",  "--threads",    "--black",      "--white",      "--profile"};
-    for (const CLI::Option* const option : arguments.command->get_options()) {
-        const bool known = std::any_of(std::begin(kOfTheFrame), std::end(kOfTheFrame),
-                                       [&](std::string_view name) { return option->check_name(std::string(name)); });
-        if (option->count() > 0 && !known) {
-            throw CBadArguments(fmt::format("{} does not go with {}: a DNG file holds the frame as it is",
-                                            option->get_name(), arguments.output));
-        }
-    }
-}
-
-/// The frame of a DNG file, or another one as such a file holds it.
-SDngFrame untouchedFrame(const SConvertArguments& arguments, CChosenFrame& input) {
-    const SConversion& conversion = arguments.conversion;
-    requireNoPicture(arguments);
-    std::optional<SDngFrame> dng = input.Dng();
-    if (!conversion.format->IsRaw()) {
-        throw CBadArguments(fmt::format("{}: a DNG file holds a raw or mono frame: format {} is colour already",
-                                        arguments.output, conversion.format->name));
-    }
-    const std::optional<unsigned> black = checkedLevel("--black", arguments.develop.black, *conversion.format);
-    const std::optional<unsigned> white = checkedLevel("--white", arguments.develop.white, *conversion.format);
-    if (!dng) {
-        dng = dngFrameOf(unpackedFrame(CLibraryHandle(-1), input.Take(), conversion.threads));
-    }
-    if (black) {
-        dng->tags.black = {static_cast<double>(*black)};
-    }
-    dng->tags.white = white.value_or(dng->tags.white);
-    if (blackLevelOf(dng->tags) >= dng->White()) {
-        throw CBadArguments(fmt::format("--black {} is not below --white {}", blackLevelOf(dng->tags), dng->White()));
-    }
-    return std::move(*dng);
-}
-
-/// What makes the pictures of frames.
-struct SMaker {
-    std::function<SPictureView(std::span<const std::uint8_t>)> picture; ///< stays until the next one
-    bool srgb = false;                                                  ///< samples follow the sRGB curve
-};
-
-/// As the library's functions give it.
-SMaker plainMaker(SConvertArguments& arguments, const CLibraryHandle& library, const std::string& cause,
-                  const std::optional<SDngFrame>& dng) {
-    SConversion& conversion = arguments.conversion;
-    conversion.stages.file = fileStages(library, arguments.settings);
-    conversion.black = checkedLevel("--black", arguments.develop.black, *conversion.format);
-    conversion.white = checkedLevel("--white", arguments.develop.white, *conversion.format);
-    if (dng && !conversion.black) {
-        conversion.black = static_cast<unsigned>(std::lround(blackLevelOf(dng->tags)));
-    }
-    check(arguments, cause);
-    struct SPlain {
-        CConverter converter;
-        SImage image;
-        std::vector<std::uint8_t> bytes;
-    };
-    const auto plain = std::make_shared<SPlain>(SPlain{CConverter(library, conversion), {}, {}});
-    return {[plain](std::span<const std::uint8_t> bytes) {
-                plain->image = plain->converter.Picture(bytes);
-                return viewOf(plain->image, plain->bytes);
-            },
-            conversion.display};
-}
-
-/// The turn that brings a frame upright whose first row and column lie as TIFF's orientation, 1 to 8, says.
-STurning turningOf(unsigned orientation) {
-    constexpr STurning kTurnings[] = {{},
-                                      {.leftRight = true},
-                                      {.quarters = 2},
-                                      {.topBottom = true},
-                                      {.leftRight = true, .quarters = 3},
-                                      {.quarters = 1},
-                                      {.leftRight = true, .quarters = 1},
-                                      {.quarters = 3}};
-    return kTurnings[orientation - 1];
-}
-
-/// How pictures are developed, but for what a frame shows.
-struct SDevelopPlan {
-    SDeveloping developing;
-    SDevelopmentChoices choices;
-};
-
-SDevelopPlan developPlan(SConvertArguments& arguments, const std::optional<SDngFrame>& dng) {
-    SConversion& conversion = arguments.conversion;
-    const STransferFormat& format = *conversion.format;
-    const bool small =
-        std::min(conversion.width, conversion.height) < smallestSide(conversion.colorArray, VEK_CHAIN_DEMOSAIC_EDGE);
-    takeMethod(arguments, small ? "bilinear" : "edge");
-    SDevelopPlan plan;
-    SDeveloping& developing = plan.developing;
-    developing.format = &format;
-    developing.width = conversion.width;
-    developing.height = conversion.height;
-    developing.colorArray = conversion.colorArray;
-    developing.method = conversion.method;
-    developing.gray = isGray(conversion);
-    developing.bits = conversion.bitsOut == 0 ? 8 : conversion.bitsOut;
-    developing.threads = conversion.threads;
-    checkPicture(arguments.output, conversion.width, conversion.height, developing.gray ? 1 : 3, developing.bits);
-    const SStages& stages = conversion.stages;
-    if (stages.mirror || stages.rotation) {
-        const unsigned mirror = stages.mirror.value_or(VEK_MIRROR_NONE);
-        developing.turning.leftRight = (mirror & VEK_MIRROR_HORIZONTAL) != 0;
-        developing.turning.topBottom = (mirror & VEK_MIRROR_VERTICAL) != 0;
-        developing.turning.quarters = !stages.rotation ? 0 : *stages.rotation == VEK_ROTATION_CLOCKWISE ? 1 : 3;
-    } else if (dng) {
-        developing.turning = turningOf(dng->tags.orientation);
-    }
-    if (arguments.develop.balance && !isBayer(conversion.colorArray)) {
-        throw CBadArguments("--wb needs a Bayer frame");
-    }
-    plan.choices = developmentChoices(arguments.develop, format);
-    plan.choices.sharpness = stages.sharpness;
-    if (conversion.profile) {
-        takeProfile(conversion.corrections, *conversion.profile);
-    }
-    developing.corrections = conversion.corrections;
-    if (plan.choices.black.kind == SBlackChoice::EKind::Dark && !developing.corrections.noise) {
-        developing.corrections.darkPath.clear(); // it tells the level alone
-    }
-    checkCorrections(developing.corrections, format, conversion.width, conversion.height, conversion.colorArray);
-    return plan;
-}
-
-/// Developed. first: the frame that white balance and exposure are found on.
-SMaker developingMaker(const SConvertArguments& arguments, SDevelopPlan plan, const CLibraryHandle& library,
-                       const STransferredFrame& first) {
-    const SConversion& conversion = arguments.conversion;
-    const SProfile* const profile = conversion.profile ? &*conversion.profile : nullptr;
-    SDevelopment& development = plan.developing.development;
-    development = settled(plan.choices, profile, conversion.corrections, library, first, plan.developing.gray);
-    if (!development.assumed.empty()) {
-        warn(fmt::format("{}; assumed: {}", profile != nullptr ? "the profile does not say all" : "no profile",
-                         fmt::join(development.assumed, ", ")));
-    }
-    const auto developer = std::make_shared<CDeveloper>(library, plan.developing);
-    return {[developer](std::span<const std::uint8_t> bytes) { return developer->Picture(bytes); },
-            development.tone.kind == SToneCurve::EKind::Srgb};
-}
-
-/// The profile that a DNG file holds, for its linear frame.
-SProfile profileOf(const SConvertArguments& arguments, const SDngFrame& dng) {
-    SImportedProfile imported = readImportedProfile(arguments.input.path);
-    imported.profile.format = nullptr;
-    imported.profile.bits.reset();
-    imported.profile.linearization.clear();
-    if (hasStandInColors(dng.tags)) {
-        imported.profile.colors = {};
-    }
-    return std::move(imported.profile);
-}
-
-void writeFramePicture(SConvertArguments& arguments, CChosenFrame& input) {
-    SConversion& conversion = arguments.conversion;
-    const std::optional<SDngFrame>& dng = input.Dng();
-    STransferredFrame frame;
-    const std::string cause = plainCause(arguments);
-    const CLibraryHandle library(-1);
-    SMaker maker;
-    if (cause.empty()) {
-        if (dng) {
-            conversion.profile = profileOf(arguments, *dng);
-        }
-        const SDevelopPlan plan = developPlan(arguments, dng);
-        frame = input.Take();
-        maker = developingMaker(arguments, plan, library, frame);
-    } else {
-        maker = plainMaker(arguments, library, cause, dng);
-        frame = input.Take();
-    }
-    const SPictureView picture = maker.picture(frame.bytes);
-    COutputFiles files(filesRead(arguments));
-    SPictureOptions options;
-    options.displayCurve = maker.srgb;
-    options.quality = arguments.quality.value_or(options.quality);
-    options.threads = conversion.threads;
-    writePicture(files.Open(arguments.output), *pictureFormat(arguments.output), picture, options);
-    files.Publish();
-}
-
-void convert(SConvertArguments& arguments) {
-    CChosenFrame input = chosenInput(arguments);
+    takeForm(arguments, input.Form(), input.Profile());
     if (isDngName(arguments.output)) {
-        const SDngFrame frame = untouchedFrame(arguments, input);
+        const SDngFrame frame = dngOutput(arguments, input);
         COutputFiles files(filesRead(arguments));
         writeDng(files.Open(arguments.output), frame);
         files.Publish();
         return;
     }
-    writeFramePicture(arguments, input);
+    std::optional<STransferredFrame> frame;
+    const auto read = [&]() -> const STransferredFrame& {
+        if (!frame) {
+            frame = input.Take();
+        }
+        return *frame;
+    };
+    const SMakerKind kind = makerKind(arguments, read, input.Dng() ? &input.Dng()->tags : nullptr);
+    const SMaker maker = kind.make();
+    const SPictureView picture = maker.picture(read().bytes);
+    COutputFiles files(filesRead(arguments));
+    writePicture(files.Open(arguments.output), *pictureFormat(arguments.output), picture,
+                 pictureOptions(arguments, kind.srgb));
+    files.Publish();
+}
+
+void convert(SConvertArguments& arguments) {
+    if (isSeries(arguments)) {
+        convertSeries(arguments);
+        return;
+    }
+    arguments.input.path = arguments.inputs.front();
+    convertOne(arguments);
 }
 
 /// What keeps the output from being written to a path; empty where nothing does.
@@ -334,7 +84,14 @@ void addConvertCommand(CLI::App& app) {
     conversion.threads = usualThreads();
     arguments->command = command;
 
-    addFrameFile(*command, arguments->input)->required();
+    command
+        ->add_option("IN", arguments->inputs,
+                     "Files with raw frames, DNG files, or a grey PNG file; the latter two tell their size and\n"
+                     "format. - reads raw"
+                     "frames from standard input. Of several files, or where one of the options of a series\n"
+                     "is given, each frame becomes a file; names with *, ? and [...] are all that fit")
+        ->type_name("FILE")
+        ->required();
     addFrameSize(*command, conversion.width, conversion.height);
     addChainFormat(*command, arguments->format,
                    "Samples of 14 and 16 bits are shifted down to 12 before they are demosaiced: colours have at most "
@@ -352,7 +109,9 @@ void addConvertCommand(CLI::App& app) {
         ->add_option("-o,--output", arguments->output,
                      wrapped(fmt::format("Picture to write, of the kind that its name ends in: {}; PNG without an "
                                          "ending. Into .dng goes the raw frame itself, untouched. - writes standard "
-                                         "output unless that is a terminal",
+                                         "output unless that is a terminal. Of many frames a pattern: {{name}} is the "
+                                         "input's name, {{frame}} its frame, {{number}} that of the series, "
+                                         "{{frame:05}} with zeros in front",
                                          pictureEndings())))
         ->type_name("FILE")
         ->check(isOutput(outputComplaint))
@@ -375,6 +134,7 @@ void addConvertCommand(CLI::App& app) {
                      "runs at once, up to 8; the picture is the same")
         ->transform(range(1, kMostThreads));
     addFrameChoice(*command, arguments->input, nullptr);
+    addSeriesOptions(*command, *arguments);
     command
         ->add_flag("--plain", arguments->plain,
                    "No development: what the library's functions give, scaled to the picture's bits. So\n"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/text/Messages.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <utility>
@@ -31,7 +32,9 @@ std::string oneLine(std::string_view text) {
 }
 
 void warn(std::string message) {
-    noted.push_back(std::move(message));
+    if (std::find(noted.begin(), noted.end(), message) == noted.end()) {
+        noted.push_back(std::move(message));
+    }
 }
 
 std::span<const std::string> warnings() {

@@ -9,7 +9,7 @@
 namespace vek::tools {
 
 /// Exit codes of the program.
-enum ExitCode : int { kSuccess = 0, kFailure = 1, kBadArguments = 2, kDifference = 3 };
+enum ExitCode : int { kSuccess = 0, kFailure = 1, kBadArguments = 2, kDifference = 3, kSomeFailed = 4 };
 
 /// Ends a command that has told all there is to tell with an exit code of its own.
 class CExit : public std::exception {
@@ -26,7 +26,7 @@ private:
 std::string oneLine(std::string_view text);
 
 /// Notes what is odd and no failure. The program tells it in one line on standard error when the command is done; a
-/// command that fails has one line only, on the failure.
+/// command that fails has one line only, on the failure. What was noted already is not noted again.
 void warn(std::string message);
 /// What was noted, in that order.
 std::span<const std::string> warnings();

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <string>
 
 namespace vek::tools {
 
@@ -14,7 +15,7 @@ constexpr std::size_t kCells = 40;
 
 } // namespace
 
-CProgressBar::CProgressBar(std::size_t steps) : mSteps(steps), mVisible(steps > 1 && isatty(STDERR_FILENO) != 0) {
+CProgressBar::CProgressBar(std::size_t steps) : mSteps(steps), mVisible(steps != 1 && isatty(STDERR_FILENO) != 0) {
     Draw();
 }
 
@@ -30,11 +31,25 @@ void CProgressBar::Advance() {
 }
 
 void CProgressBar::Draw() const {
-    if (mVisible) {
-        const std::size_t cells = kCells * mDone / mSteps;
-        std::fputs(fmt::format("\r[{:#<{}}{:.<{}}] {}/{}", "", cells, "", kCells - cells, mDone, mSteps).c_str(),
-                   stderr);
+    if (!mVisible) {
+        return;
     }
+    const double seconds = std::chrono::duration<double>(Clock::now() - mBegin).count();
+    std::string line = "\r";
+    if (mSteps > 0) {
+        const std::size_t cells = kCells * mDone / mSteps;
+        line += fmt::format("[{:#<{}}{:.<{}}] ", "", cells, "", kCells - cells);
+    }
+    line += mSteps > 0 ? fmt::format("{}/{}", mDone, mSteps) : fmt::format("{}", mDone);
+    if (mDone > 0 && seconds > 0) {
+        const double rate = static_cast<double>(mDone) / seconds;
+        line += fmt::format(", {:.3g} frames/s", rate);
+        if (mSteps > 0) {
+            const auto left = static_cast<unsigned long>(static_cast<double>(mSteps - mDone) / rate + 0.5);
+            line += fmt::format(", {}:{:02} left", left / 60, left % 60);
+        }
+    }
+    std::fputs((line + "\033[K").c_str(), stderr);
 }
 
 } // namespace vek::tools
