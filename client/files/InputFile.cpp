@@ -11,6 +11,9 @@
 #include <cerrno>
 #include <cstdio>
 
+#include <filesystem>
+#include <system_error>
+
 namespace vek::client {
 
 std::string readWholeFile(const std::string& path, std::size_t most, std::string_view kind) {
@@ -42,6 +45,15 @@ void requireReadable(const std::string& path) {
     if (path != "-" && access(path.c_str(), R_OK) != 0) {
         throw CFailure(fmt::format("{}: cannot open: {}", path, systemMessage(errno)));
     }
+}
+
+bool isRegularFile(const std::string& path) {
+    std::error_code none;
+    return std::filesystem::is_regular_file(path, none);
+}
+
+std::string stemOf(const std::string& path) {
+    return path == "-" ? "stdin" : std::filesystem::path(path).stem().string();
 }
 
 } // namespace vek::client

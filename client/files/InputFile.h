@@ -14,4 +14,9 @@ std::string readWholeFile(const std::string& path, std::size_t most, std::string
 /// Throws CFailure where a file cannot be opened to be read; "-" is standard input.
 void requireReadable(const std::string& path);
 
+/// Whether a path leads to a regular file.
+bool isRegularFile(const std::string& path);
+/// The name of a file without folder and ending; of "-" "stdin".
+std::string stemOf(const std::string& path);
+
 } // namespace vek::client

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/commands/ConvertSeries.h"
 
+#include "client/files/InputFile.h"
 #include "client/files/JsonText.h"
 #include "client/files/OutputPath.h"
 #include "client/frames/DngOutput.h"
@@ -14,8 +15,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <filesystem>
 #include <map>
 #include <mutex>
 #include <set>
@@ -63,10 +62,6 @@ struct SJob {
     bool skipped = false;
     std::string failure;
 };
-
-std::string nameIn(const std::string& path) {
-    return path == "-" ? "stdin" : std::filesystem::path(path).stem().string();
-}
 
 /// The name of an output. Throws CBadArguments for a pattern that is none.
 std::string outputName(const std::string& pattern, const std::string& name, std::uint64_t frame, std::uint64_t number) {
@@ -125,12 +120,10 @@ public:
         if (!mArguments.keepGoing) {
             throw CFailure(mFailures.front());
         }
-        std::string text;
         for (const std::string& failure : mFailures) {
-            text += fmt::format("vekcam: {}\n", oneLine(failure));
+            complain(failure);
         }
-        text += fmt::format("vekcam: {} done, {} failed\n", mDone, mFailures.size());
-        std::fputs(text.c_str(), stderr);
+        complain(fmt::format("{} done, {} failed", mDone, mFailures.size()));
         throw CExit(kSomeFailed);
     }
 
@@ -139,7 +132,7 @@ private:
     std::shared_ptr<SConvertArguments> ArgumentsOf(const std::string& path) const {
         auto arguments = std::make_shared<SConvertArguments>(mArguments);
         arguments->input.path = path;
-        arguments->output = outputName(mArguments.output, nameIn(path), 0, 0);
+        arguments->output = outputName(mArguments.output, stemOf(path), 0, 0);
         return arguments;
     }
 
@@ -202,15 +195,14 @@ private:
             return job;
         }
         const SSeriesFrame& frame = job->input;
-        job->output = outputName(mArguments.output, nameIn(frame.path), frame.index, frame.number);
+        job->output = outputName(mArguments.output, stemOf(frame.path), frame.index, frame.number);
         if (!mOutputs.insert(job->output).second) {
             throw CBadArguments(
                 fmt::format("--output {}: {} and a frame before it would become {}; {{number}} tells them "
                             "apart",
                             mArguments.output, frameText(frame), job->output));
         }
-        std::error_code none;
-        job->skipped = mArguments.resume && std::filesystem::is_regular_file(job->output, none);
+        job->skipped = mArguments.resume && isRegularFile(job->output);
         if (!job->skipped) {
             try {
                 std::tie(job->arguments, job->makers) = MakersFor(frame);
@@ -326,8 +318,8 @@ void addSeriesOptions(CLI::App& command, SConvertArguments& arguments) {
 
 bool isSeries(const SConvertArguments& arguments) {
     const bool pattern = arguments.output.find('{') != std::string::npos;
-    const bool glob = arguments.inputs.front().find_first_of("*?[") != std::string::npos &&
-                      !std::filesystem::exists(arguments.inputs.front());
+    const std::string& input = arguments.inputs.front();
+    const bool glob = input.find_first_of("*?[") != std::string::npos && !isRegularFile(input);
     return arguments.inputs.size() > 1 || pattern || glob || arguments.frames || arguments.json ||
            arguments.keepGoing || arguments.resume;
 }

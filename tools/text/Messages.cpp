@@ -41,6 +41,10 @@ std::span<const std::string> warnings() {
     return noted;
 }
 
+void complain(std::string_view message) {
+    std::fputs(("vekcam: " + oneLine(message) + "\n").c_str(), stderr);
+}
+
 void print(std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), stdout);
 }

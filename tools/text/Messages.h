@@ -31,6 +31,9 @@ void warn(std::string message);
 /// What was noted, in that order.
 std::span<const std::string> warnings();
 
+/// Tells a failure in one line on standard error at once, where a command goes on.
+void complain(std::string_view message);
+
 /// Writes to standard output. That it could not be written shows at the program's end.
 void print(std::string_view text);
 /// The same, to be seen before the command works on.
