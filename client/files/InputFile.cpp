@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-
 #include <filesystem>
 #include <system_error>
 

@@ -50,6 +50,13 @@ inline std::uint16_t wordAt(std::span<const std::uint8_t> bytes, std::size_t i) 
     return static_cast<std::uint16_t>(bytes[2 * i] | (bytes[2 * i + 1] << 8));
 }
 
+/// Sample i of transferred bytes of a format of bytes or words; above its range it counts as its largest.
+inline unsigned sampleAt(std::span<const std::uint8_t> bytes, const STransferFormat& format, std::size_t i) {
+    const unsigned sample = format.layout == ELayout::Words ? wordAt(bytes, i) : bytes[i];
+    const unsigned largest = (1U << format.depth) - 1;
+    return sample < largest ? sample : largest;
+}
+
 /// Whether words among transferred bytes are above their format's range.
 bool exceedsRange(std::span<const std::uint8_t> bytes, const STransferFormat& format);
 

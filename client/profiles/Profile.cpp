@@ -672,6 +672,12 @@ SProfile readProfile(const std::string& path) {
     return std::move(reading.profile);
 }
 
+std::optional<SProfile> readProfileIfThere(const std::string& path) {
+    struct stat status {};
+    const bool there = path != "-" && stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    return there ? std::optional(readProfile(path)) : std::nullopt;
+}
+
 Json profileJson(const SProfile& profile) {
     Json json = Json::object();
     for (const SMember& member : kMembers) {

@@ -122,6 +122,9 @@ SProfileReading readProfileText(const std::string& path);
 /// The same, of a profile that is right. Throws CFailure, which tells file, member and what is wrong.
 SProfile readProfile(const std::string& path);
 
+/// The same where a file has the name; nothing where none has, and for "-".
+std::optional<SProfile> readProfileIfThere(const std::string& path);
+
 /// What does not fit together in a profile, in the words of complaints.
 std::vector<std::string> misfits(const SProfile& profile);
 

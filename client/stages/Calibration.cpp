@@ -33,15 +33,6 @@ std::string formOf(const STransferFormat& format, std::uint32_t width, std::uint
     return fmt::format("{} x {}, {} bit, {}", width, height, format.depth, colorArrayName(colorArray));
 }
 
-/// Adds a frame's samples; those above the format's range count as its largest.
-void addFrame(std::vector<std::uint32_t>& sums, std::span<const std::uint8_t> bytes, const STransferFormat& format) {
-    const unsigned largest = maxSample(format.depth);
-    for (std::size_t i = 0; i < sums.size(); ++i) {
-        const unsigned sample = format.layout == ELayout::Words ? wordAt(bytes, i) : bytes[i];
-        sums[i] += std::min(sample, largest);
-    }
-}
-
 /// The description of a calibration as a file has it.
 class CDescription {
 public:
@@ -98,6 +89,29 @@ bool canBeCalibrated(const STransferFormat& format) {
     return format.layout == ELayout::Bytes || format.layout == ELayout::Words;
 }
 
+CFrameMean::CFrameMean(const STransferFormat& format, std::uint32_t width, std::uint32_t height)
+    : mFormat(format), mWidth(width), mHeight(height), mSums(std::size_t{width} * height) {}
+
+void CFrameMean::Add(std::span<const std::uint8_t> bytes) {
+    if (mFrames == kMostFrames) {
+        throw CFailure(fmt::format("a mean of more than {} frames cannot be taken", kMostFrames));
+    }
+    for (std::size_t i = 0; i < mSums.size(); ++i) {
+        mSums[i] += sampleAt(bytes, mFormat, i);
+    }
+    ++mFrames;
+}
+
+SImage CFrameMean::Image() const {
+    SImage image{mWidth, mHeight, 1, 16, {}};
+    image.samples.reserve(mSums.size());
+    for (const std::uint32_t sum : mSums) {
+        const std::uint64_t scaled = std::uint64_t{sum} << (16 - mFormat.depth);
+        image.samples.push_back(static_cast<std::uint16_t>((scaled + mFrames / 2) / mFrames));
+    }
+    return image;
+}
+
 SCalibration takenCalibration(const ICamera& camera, CFrameGrabber& grabber, const std::string& kind, unsigned frames,
                               const std::function<void()>& taken) {
     const STransferFormat& format = grabber.Format();
@@ -109,18 +123,12 @@ SCalibration takenCalibration(const ICamera& camera, CFrameGrabber& grabber, con
     calibration.frames = frames;
     calibration.exposureClocks = readExposure(camera);
     calibration.gain = readGain(camera);
-    calibration.mean = {grabber.Width(), grabber.Height(), 1, 16, {}};
-
-    std::vector<std::uint32_t> sums(std::size_t{grabber.Width()} * grabber.Height());
+    CFrameMean mean(format, grabber.Width(), grabber.Height());
     for (unsigned i = 0; i < frames; ++i) {
-        addFrame(sums, grabber.Next(), format);
+        mean.Add(grabber.Next());
         taken();
     }
-    calibration.mean.samples.reserve(sums.size());
-    for (const std::uint32_t sum : sums) {
-        const std::uint64_t scaled = std::uint64_t{sum} << (16 - format.depth);
-        calibration.mean.samples.push_back(static_cast<std::uint16_t>((scaled + frames / 2) / frames));
-    }
+    calibration.mean = mean.Image();
     return calibration;
 }
 

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -25,11 +26,34 @@ struct SCalibration {
     SImage mean;           ///< grey, 16 bits: the samples' mean times 2^(16 - depth of the format)
 };
 
-/// Sums of so many samples of 16 bits stay within 32 bits.
+/// Frames that are taken of a camera at most.
 inline constexpr unsigned kMostCalibrationFrames = 1000;
 
 /// Whether frames of a format can be calibrated: raw or mono ones that are not packed.
 bool canBeCalibrated(const STransferFormat& format);
+
+/// The mean of frames that come one by one.
+class CFrameMean {
+public:
+    /// format: one that can be calibrated; outlives the object.
+    CFrameMean(const STransferFormat& format, std::uint32_t width, std::uint32_t height);
+
+    /// Sums of so many samples of 16 bits stay within 32 bits.
+    static constexpr unsigned kMostFrames = 65536;
+
+    /// bytes: frameBytes of them. Throws CFailure behind kMostFrames.
+    void Add(std::span<const std::uint8_t> bytes);
+    unsigned Frames() const { return mFrames; }
+    /// Of one frame and more: grey, 16 bits, the samples' mean times 2^(16 - depth of the format).
+    SImage Image() const;
+
+private:
+    const STransferFormat& mFormat;
+    std::uint32_t mWidth;
+    std::uint32_t mHeight;
+    unsigned mFrames = 0;
+    std::vector<std::uint32_t> mSums;
+};
 
 /// Takes the mean of 1 to kMostCalibrationFrames frames. grabber: of the camera, with a format that can be calibrated;
 /// taken: called after each frame. Throws CFailure when the camera does not deliver.
