@@ -35,6 +35,12 @@ plots() {
         --start-gain 8 --light 3.58 --frames 24
 }
 
+noise_plot() {
+    say "photon transfer"
+    build/release/vekcam calibrate noise --sim rolling-4m-mono --width 800 --height 600 --plot docs/images/noise.png >/dev/null
+    echo docs/images/noise.png
+}
+
 stage_pictures() {
     local frame=build/docs/stages pictures=docs/images/pipeline
     mkdir -p "$pictures"
@@ -123,6 +129,7 @@ correction_pictures() {
 }
 
 plots
+noise_plot
 stage_pictures
 demosaic_pictures
 correction_pictures

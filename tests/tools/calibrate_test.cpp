@@ -7,8 +7,10 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <fstream>
 #include <ostream>
+#include <random>
 
 namespace vek::test {
 
@@ -395,6 +397,246 @@ TEST_F(Calibrate, PicturesOfAnotherFormAreNoCalibration) {
     const SResult size = runVekcam({"convert", Path("dark.raw"), "-o", Path("x.png"), "-W", "320", "-H", "240", "-f",
                                     "raw8", "-a", "rggb", "--noise", "complex", "--dark", Path("dark.png")});
     EXPECT_EQ(size.err, "vekcam: " + Path("dark.png") + ": 64 x 64 pixels, its description has 320 x 240\n");
+}
+
+// ---- frames of files ----
+
+const Arguments kSmall = sized(64, 64, {"-f", "raw12", "-a", "rggb"});
+
+/// A file of 64 x 64 words; levelOf: of a frame's pixel.
+template <class LevelOf>
+std::vector<std::uint8_t> framesOf(unsigned frames, const LevelOf& levelOf) {
+    std::vector<std::uint16_t> words;
+    for (unsigned frame = 0; frame < frames; ++frame) {
+        for (unsigned y = 0; y < 64; ++y) {
+            for (unsigned x = 0; x < 64; ++x) {
+                words.push_back(static_cast<std::uint16_t>(levelOf(frame, x, y)));
+            }
+        }
+    }
+    return littleEndian(words);
+}
+
+TEST_F(Calibrate, MeanOfTheFramesOfFiles) {
+    Write("f10.raw", framesOf(1, [](unsigned, unsigned, unsigned) { return 40; }));
+    Write("f9.raw", framesOf(3, [](unsigned frame, unsigned x, unsigned) { return 100 + frame + x; }));
+    const SResult result =
+        runVekcam(joined({{"calibrate", "dark", Path("f*.raw"), "-o", Path("d.png"), "--exposure", "77"}, kSmall}));
+    expectDone(result);
+    expectPart(result.out, "4 of 64 x 64 pixels, raw12, rggb");
+    const nlohmann::json json = Description("d");
+    EXPECT_EQ(json.at("frames"), 4);
+    EXPECT_EQ(json.at("exposureClocks"), 77);
+    EXPECT_EQ(json.at("camera"), Path("f9.raw"));
+    // (303 + 3 x + 40) / 4, times 16.
+    EXPECT_EQ(readPng(Path("d.png")).samples[5], (303 + 15 + 40) * 4);
+    // The first two frames alone, of a profile's form, as one file and as DNG files.
+    WriteText("form.json", R"({"width": 64, "height": 64, "format": "raw12", "colorArray": "rggb",
+                               "UniqueCameraModel": "Box"})");
+    printed({"calibrate", "flat", Path("f9.raw"), "-n", "2", "-p", Path("form.json"), "-o", Path("e.png")});
+    EXPECT_EQ(Description("e").at("camera"), "Box");
+    EXPECT_EQ(readPng(Path("e.png")).samples[0], (100 + 101) * 8);
+    for (const std::string frame : {"0", "1"}) {
+        printed(joined({{"convert", Path("f9.raw"), "--frame", frame, "-o", Path(frame + ".dng")}, kSmall}));
+    }
+    printed({"calibrate", "flat", Path("0.dng"), Path("1.dng"), "-o", Path("g.png")});
+    EXPECT_EQ(readPng(Path("g.png")).samples, readPng(Path("e.png")).samples);
+    // A pipe.
+    printed(joined({{"calibrate", "flat", "-", "-o", Path("h.png")}, kSmall}), {.inFile = Path("f9.raw")});
+    EXPECT_EQ(Description("h").at("frames"), 3);
+}
+
+TEST_F(Calibrate, FilesThatDoNotFitAreRefused) {
+    const std::string one = Write("one.raw", framesOf(1, [](unsigned, unsigned, unsigned) { return 1; }));
+    const Arguments out = {"-o", Path("out.png")};
+    const auto refused = [&](const Arguments& arguments, int code, const std::string& message) {
+        expectRefused(runVekcam(joined({{"calibrate"}, arguments})), code, message);
+        EXPECT_FALSE(std::filesystem::exists(Path("out.png")));
+    };
+    refused(joined({{"dark", one, "--sim"}, kSmall, out}), 2, "--sim is of cameras, and does not go with files");
+    refused(joined({{"flat", one, "--raw", Path("r")}, kSmall, out}), 2, "--raw is of cameras");
+    refused(joined({{"dark", "--src-offset", "5"}, out}), 2, "--src-offset is of files, and none is named");
+    refused(joined({{"dark", "--width", "63"}, out}), 2, "63 is no side of a simulated sensor: 64 to 8192");
+    refused(joined({{"dark", one}, out}), 2, "--width is required, or --profile");
+    refused(joined({{"dark", Path("none*.raw")}, kSmall, out}), 1, "none*.raw: no such file");
+    refused(joined({{"dark", Path("none.raw")}, kSmall, out}), 1, "none.raw: cannot open");
+    refused(joined({{"dark", one, "-f", "raw12p", "-W", "8", "-H", "8", "-a", "rggb"}, out}), 2,
+            "cannot be calibrated");
+    refused(joined({{"dark", one}, kSmall, {"-o", one + ".png", "--json"}}), 2, "--json");
+    // A mean that would replace one of its frames.
+    std::filesystem::copy(one, Path("in.png"));
+    refused(joined({{"dark", Path("in.png")}, kSmall, {"-o", Path("in.png")}}), 2, "in.png: is an input");
+    printed(joined({{"convert", one, "-o", Path("small.dng")}, sized(32, 128, {"-f", "raw12", "-a", "rggb"})}));
+    refused(joined({{"dark", one, Path("small.dng")}, kSmall, out}), 1,
+            "small.dng: 32 x 128 pixels, raw12, rggb: the frames before have 64 x 64, raw12, rggb");
+}
+
+// ---- black level ----
+
+TEST_F(Calibrate, BlackLevelOfEachColourGoesIntoAProfile) {
+    // By place 60, 61, 62, 63; frames one up and one down; row 10 and column 21 stand out.
+    Write("black.raw", framesOf(4, [](unsigned frame, unsigned x, unsigned y) {
+              return 60 + y % 2 * 2 + x % 2 + (frame + x / 2) % 2 * 2 + (y == 10 ? 4 : 0) + (x == 21 ? 3 : 0);
+          }));
+    const nlohmann::json json = printedJson(joined({{"calibrate", "black", Path("black.raw"), "--json"}, kSmall}));
+    EXPECT_EQ(json["frames"], 4);
+    EXPECT_NEAR(json["black"]["R"]["level"].get<double>(), 61 + 4.0 / 32, 1e-9);
+    EXPECT_NEAR(json["black"]["B"]["level"].get<double>(), 64 + 3.0 / 32, 1e-9);
+    EXPECT_NEAR(json["black"]["Gr"]["noise"].get<double>(), std::sqrt(2.0), 1e-9);
+    EXPECT_NEAR(json["black"]["Gr"]["error"].get<double>(), 0, 1e-9);
+    EXPECT_EQ(json["rows"]["odd"][0]["index"], 10);
+    EXPECT_EQ(json["columns"]["odd"][0]["index"], 21);
+
+    // A new profile, and one that keeps its other members.
+    printed(joined({{"calibrate", "black", Path("black.raw"), "-o", Path("new.json")}, kSmall}));
+    const auto profile = nlohmann::json::parse(Content("new.json"));
+    EXPECT_EQ(profile["BlackLevelRepeatDim"], nlohmann::json({2, 2}));
+    EXPECT_EQ(profile["BlackLevel"].size(), 4U);
+    EXPECT_EQ(profile["width"], 64);
+    WriteText("camera.json", R"({"UniqueCameraModel": "Box", "width": 64, "height": 64, "format": "raw12",
+                                 "colorArray": "rggb", "WhiteLevel": 4000, "BlackLevel": 7, "note": "kept"})");
+    const Arguments into = {"calibrate", "black", Path("black.raw"), "-p", Path("camera.json")};
+    printed(joined({into, {"-o", Path("copy.json")}}));
+    printed(joined({into, {"-o", Path("camera.json")}}));
+    EXPECT_EQ(Content("camera.json"), Content("copy.json"));
+    const auto completed = nlohmann::json::parse(Content("camera.json"));
+    EXPECT_EQ(completed["note"], "kept");
+    EXPECT_EQ(completed["WhiteLevel"], 4000);
+    EXPECT_EQ(completed["BlackLevel"], profile["BlackLevel"]);
+    printed({"profile", "check", Path("camera.json")});
+    // What is no profile is not replaced.
+    WriteText("other.json", "[1]");
+    expectRefused(runVekcam(joined({{"calibrate", "black", Path("black.raw"), "-o", Path("other.json")}, kSmall})), 1,
+                  "other.json: no camera profile");
+    EXPECT_EQ(Content("other.json"), "[1]");
+    expectRefused(runVekcam(joined({{"calibrate", "black", Path("black.raw"), "-o", Path("black.raw")}, kSmall})), 1);
+}
+
+TEST_F(Calibrate, BlackLevelOfASimulatedCamera) {
+    const nlohmann::json json =
+        printedJson({"calibrate", "black", "--width", "320", "--height", "240", "-f", "raw12", "--json"});
+    for (const char* const color : {"R", "Gr", "Gb", "B"}) {
+        EXPECT_NEAR(json["black"][color]["level"].get<double>(), 64.02, 0.03) << color;
+        EXPECT_NEAR(json["black"][color]["noise"].get<double>(), 1.64, 0.03) << color;
+    }
+    EXPECT_EQ(json["doubts"].size(), 0U);
+    EXPECT_EQ(json["rows"]["odd"].size(), 0U);
+    // Grey frames have one level.
+    const std::string grey = Write("grey.raw", framesOf(1, [](unsigned, unsigned, unsigned) { return 12; }));
+    const Arguments mono =
+        joined({{"calibrate", "black", grey}, sized(64, 64, {"-f", "mono12", "-o", Path("mono.json")})});
+    expectPart(printed(mono), "\nblack       12.000 +- 0.000 DN, pattern 0.000\n");
+    EXPECT_EQ(nlohmann::json::parse(Content("mono.json"))["BlackLevel"], nlohmann::json({12}));
+}
+
+TEST_F(Calibrate, LightThatCameInIsTold) {
+    const auto err = [&](const std::string& name, auto levelOf) {
+        Write(name, framesOf(2, levelOf));
+        const SResult result = runVekcam(joined({{"calibrate", "black", Path(name)}, kSmall}));
+        EXPECT_EQ(result.exitCode, 0);
+        return result.err;
+    };
+    EXPECT_EQ(err("even.raw", [](unsigned, unsigned x, unsigned y) { return 64 + (x * 7 + y * 3) % 5; }), "");
+    expectPart(err("corner.raw", [](unsigned, unsigned x, unsigned y) { return 64 + (x > 48 && y > 48 ? 5 : 0); }),
+               "brightest around pixel 56, 56: light may have come in");
+    expectPart(err("colour.raw", [](unsigned, unsigned x, unsigned y) { return 64 + x % 2 * (y % 2) * 20; }),
+               "the levels of the colours are 20.00 DN apart");
+    expectPart(err("open.raw", [](unsigned, unsigned, unsigned) { return 2000; }), "the lens may not be capped");
+    expectPart(err("cut.raw", [](unsigned frame, unsigned x, unsigned) { return (frame + x) % 2; }),
+               "50 % of the samples are 0");
+}
+
+// ---- noise ----
+
+TEST_F(Calibrate, NoiseOfASimulatedCameraIsThatOfItsModel) {
+    const SResult result = runVekcam({"calibrate", "noise", "--width", "480", "--height", "480", "--steps", "48",
+                                      "--json", "--plot", Path("plot.png"), "-o", Path("camera.json")});
+    expectDone(result);
+    const nlohmann::json json = nlohmann::json::parse(result.out);
+    ASSERT_EQ(json["colors"].size(), 4U);
+    // The model: 10000 electrons fill 4095 - 64 DN, 4 electrons of read noise, 0.5 % of spread. The variance is largest
+    // some 2 standard deviations of the photon noise, 100 electrons, below the full well.
+    for (const nlohmann::json& color : json["colors"]) {
+        SCOPED_TRACE(color["color"]);
+        const auto near = [&](const char* name, double expected, double part) {
+            EXPECT_NEAR(color[name].get<double>(), expected, part * expected) << name;
+        };
+        near("electronsPerDn", 10000.0 / 4031, 0.015);
+        near("gain", 4031 / 10000.0, 0.015);
+        near("readNoiseElectrons", 4, 0.02);
+        near("readNoiseDn", 4 * 4031 / 10000.0, 0.02);
+        near("saturationElectrons", 9750, 0.03);
+        near("prnuPercent", 0.5, 0.03);
+        EXPECT_LT(color["dsnuElectrons"].get<double>(), 0.3);
+        EXPECT_LT(color["linearityErrorPercent"].get<double>(), 0.05);
+        EXPECT_NEAR(color["darkLevel"].get<double>(), 64.02, 0.05);
+    }
+    const SPng plot = readPng(Path("plot.png"));
+    EXPECT_EQ(plot.width, 900U);
+    EXPECT_EQ(plot.channels, 3U);
+    const auto profile = nlohmann::json::parse(Content("camera.json"));
+    ASSERT_EQ(profile["NoiseProfile"].size(), 6U);
+    for (std::size_t i = 0; i < 6; i += 2) {
+        EXPECT_NEAR(profile["NoiseProfile"][i].get<double>(), 1e-4, 2e-6);
+        EXPECT_NEAR(profile["NoiseProfile"][i + 1].get<double>(), (1.6124 * 1.6124 + 1 / 12.0) / (4031.0 * 4031), 4e-9);
+    }
+}
+
+TEST_F(Calibrate, NoiseOfFilesIsThatOfTheirFrames) {
+    // Noise of known variance: dark 4, lit 4 + 0.5 x signal, up to saturation at 3000, where it sinks.
+    std::mt19937 random(5);
+    std::normal_distribution<double> normal;
+    const auto noisy = [&](double mean, double variance) {
+        return [&, mean, variance](unsigned, unsigned, unsigned) {
+            return std::clamp(std::lround(mean + std::sqrt(variance) * normal(random)), 0L, 4095L);
+        };
+    };
+    Write("dark.raw", framesOf(16, noisy(100, 4)));
+    Arguments files;
+    std::string exposures;
+    for (int i = 1; i <= 11; ++i) {
+        const double signal = i > 10 ? 3050 : 300.0 * i;
+        files.push_back(
+            Write("lit" + std::to_string(i) + ".raw", framesOf(2, noisy(100 + signal, i > 10 ? 50 : 4 + signal / 2))));
+        exposures += (i > 1 ? "," : "") + std::to_string(i);
+    }
+    const Arguments mono = sized(64, 64, {"-f", "mono12", "--dark", Path("dark.raw"), "--json"});
+    const nlohmann::json all =
+        printedJson(joined({{"calibrate", "noise", Path("lit*.raw"), "--exposures", exposures}, mono}));
+    const nlohmann::json& color = all["colors"][0];
+    EXPECT_EQ(all["litPairs"], 11);
+    EXPECT_NEAR(color["gain"].get<double>(), 0.5, 0.03);
+    EXPECT_NEAR(color["readNoiseDn"].get<double>(), 2, 0.06);
+    EXPECT_NEAR(color["saturationLevel"].get<double>(), 3100, 5);
+    ASSERT_FALSE(color["linearityErrorPercent"].is_null());
+    EXPECT_LT(color["linearityErrorPercent"].get<double>(), 0.5);
+    EXPECT_EQ(color["color"], "mono");
+    EXPECT_FALSE(color["prnuPercent"].is_null());
+
+    const auto refused = [&](const Arguments& arguments, int code, const std::string& message) {
+        expectRefused(runVekcam(joined({{"calibrate", "noise"}, arguments})), code, message);
+    };
+    refused(sized(64, 64, {files[0], "-f", "mono12"}), 2, "--dark is required with files");
+    refused(joined({{files[0], files[1], files[2], "--exposures", "1,2"}, mono}), 1,
+            "--exposures has 2 numbers for 3 pairs");
+    refused(joined({{files[0], files[1]}, mono}), 1, "lit pairs are between dark and 70 % of saturation");
+    Write("odd.raw", framesOf(1, noisy(500, 9)));
+    refused(joined({{files[0], Path("odd.raw")}, mono}), 1, "the lit frames are no pairs: 3 of them");
+    refused({"--dark", "x", "--sim"}, 2, "--dark and --exposures are of files");
+    refused({"--plot", "x.gif"}, 2, "x.gif");
+}
+
+TEST_F(Calibrate, ReadNoiseBelowRoundingIsRefused) {
+    const SResult result = runVekcam({"calibrate", "noise", "--width", "128", "--height", "128", "--steps", "32", "-f",
+                                      "raw8", "--plot", Path("p.png"), "-o", Path("camera.json"), "--json"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(isOneLineMessage(result.err)) << result.err;
+    expectPart(result.err, "the read noise cannot be measured: the temporal noise of the dark frames is 0.48");
+    const nlohmann::json json = nlohmann::json::parse(result.out);
+    EXPECT_TRUE(json["colors"][0]["readNoiseElectrons"].is_null());
+    EXPECT_NEAR(json["colors"][1]["electronsPerDn"].get<double>(), 10000.0 / 4031 * 16.06, 2);
+    EXPECT_TRUE(std::filesystem::exists(Path("p.png")));
+    EXPECT_FALSE(std::filesystem::exists(Path("camera.json")));
 }
 
 TEST_F(Calibrate, BadArguments) {

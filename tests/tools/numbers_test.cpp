@@ -26,6 +26,9 @@ const SCommand kMeasure = {{"measure"}, {"/nonexistent/in.raw", "-f", "raw12", "
 const SCommand kAlc = {{"alc"}, {"--sim", "clock-vga", "--csv", "/nonexistent/out"}};
 const SCommand kDark = {{"calibrate", "dark"}, {"-o", "nowhere"}};
 const SCommand kFlat = {{"calibrate", "flat"}, {"-o", "nowhere"}};
+// Refused before any frame is taken.
+const SCommand kBlack = {{"calibrate", "black"}, {"-f", "raw12p"}};
+const SCommand kNoise = {{"calibrate", "noise"}, {"-f", "raw12p"}};
 const SCommand kDefects = {{"defects", "detect"}, {"--sim", "clock-vga"}};
 const SCommand kUnits = {{"units"}, {}};
 
@@ -84,18 +87,40 @@ const std::vector<SNumber>& numbers() {
         {&kDark, "--frames", true, "1", "1000"},
         {&kDark, "--exposure", true, "0", kControls},
         {&kDark, "--gain", true, "0", "65535"},
-        {&kDark, "--width", true, "64", "8192"},
-        {&kDark, "--height", true, "64", "8192"},
+        {&kDark, "--width", true, "1", "65535"},
+        {&kDark, "--height", true, "1", "65535"},
         {&kDark, "--hot", true, "0", "1000"},
         {&kDark, "--seed", true, "0", kSeeds},
         {&kFlat, "--frames", true, "1", "1000"},
         {&kFlat, "--exposure", true, "0", kControls},
         {&kFlat, "--gain", true, "0", "65535"},
-        {&kFlat, "--width", true, "64", "8192"},
-        {&kFlat, "--height", true, "64", "8192"},
+        {&kFlat, "--width", true, "1", "65535"},
+        {&kFlat, "--height", true, "1", "65535"},
         {&kFlat, "--hot", true, "0", "1000"},
         {&kFlat, "--seed", true, "0", kSeeds},
         {&kFlat, "--light", false, "0", "1000000"},
+        {&kDark, "--src-offset", true, "0", "1152921504606846976"},
+        {&kDark, "--src-stride", true, "1", "1073741824"},
+        {&kFlat, "--src-offset", true, "0", "1152921504606846976"},
+        {&kFlat, "--src-stride", true, "1", "1073741824"},
+        {&kBlack, "--src-offset", true, "0", "1152921504606846976"},
+        {&kBlack, "--src-stride", true, "1", "1073741824"},
+        {&kNoise, "--src-offset", true, "0", "1152921504606846976"},
+        {&kNoise, "--src-stride", true, "1", "1073741824"},
+        {&kBlack, "--exposure", true, "0", kControls},
+        {&kBlack, "--gain", true, "0", "65535"},
+        {&kBlack, "--width", true, "1", "65535"},
+        {&kBlack, "--height", true, "1", "65535"},
+        {&kBlack, "--hot", true, "0", "1000"},
+        {&kBlack, "--seed", true, "0", kSeeds},
+        {&kNoise, "--exposure", true, "0", kControls},
+        {&kNoise, "--gain", true, "0", "65535"},
+        {&kNoise, "--width", true, "1", "65535"},
+        {&kNoise, "--height", true, "1", "65535"},
+        {&kNoise, "--hot", true, "0", "1000"},
+        {&kNoise, "--seed", true, "0", kSeeds},
+        {&kBlack, "--frames", true, "1", "1000"},
+        {&kNoise, "--steps", true, "8", "1000"},
         {&kDefects, "--threshold", true, "0", "256"},
         {&kDefects, "--hot", true, "0", "10000"},
         {&kDefects, "--seed", true, "0", kSeeds},
@@ -189,6 +214,8 @@ TEST(Numbers, EachOptionOfEachCommandIsTried) {
                                    {"units"},
                                    {"calibrate", "dark"},
                                    {"calibrate", "flat"},
+                                   {"calibrate", "black"},
+                                   {"calibrate", "noise"},
                                    {"defects", "detect"},
                                    {"settings", "save"},
                                    {"settings", "load"},

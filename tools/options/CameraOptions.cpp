@@ -39,12 +39,19 @@ CLI::Option* addModelOption(CLI::App& command, std::string& model, const std::st
 }
 
 void addSimulatedSetup(CLI::App& command, SSimulatedSetup& setup, CLI::Option* excluded) {
-    // Smaller charts show nothing any more, and hold all hot pixels; larger sensors only take time.
+    const auto side = range(kSmallestSimulatedSide, kLargestSimulatedSide);
     CLI::Option* const options[] = {
         command.add_option("--width", setup.width, "Pixels of a row of the simulated sensor; the model's by default")
-            ->transform(range(64, 8192)),
+            ->transform(side),
         command.add_option("--height", setup.height, "Rows of the simulated sensor; the model's by default")
-            ->transform(range(64, 8192)),
+            ->transform(side)};
+    excludeAll(options, excluded);
+    addSimulatedSensor(command, setup, excluded);
+}
+
+void addSimulatedSensor(CLI::App& command, SSimulatedSetup& setup, CLI::Option* excluded) {
+    // The smallest sensor holds all hot pixels.
+    CLI::Option* const options[] = {
         command.add_option("--hot", setup.hot, "Hot pixels that the simulated sensor has")
             ->capture_default_str()
             ->transform(range(0, 1000)),

@@ -34,6 +34,11 @@ CLI::Validator isSimulatedModel();
 
 /// Adds --width, --height, --hot, --no-noise and --seed. excluded: an option that none of them goes with, or null.
 void addSimulatedSetup(CLI::App& command, SSimulatedSetup& setup, CLI::Option* excluded);
+/// The same without --width and --height.
+void addSimulatedSensor(CLI::App& command, SSimulatedSetup& setup, CLI::Option* excluded);
+/// Sides of a simulated sensor, pixels: smaller charts show nothing any more, larger sensors only take time.
+inline constexpr unsigned kSmallestSimulatedSide = 64;
+inline constexpr unsigned kLargestSimulatedSide = 8192;
 /// Adds --light, which is what the words say that it shines on.
 void addLight(CLI::App& command, float& light, const std::string& what, CLI::Option* excluded);
 /// Adds --seed, whose words tell of what.

@@ -180,8 +180,16 @@ CLI::Option* addFrameFile(CLI::App& command, SFrameChoice& choice) {
 }
 
 void addFrameChoice(CLI::App& command, SFrameChoice& choice, CLI::Option* excluded) {
-    // With offsets up to 2^60 and the largest frame, no sum of these leaves 64 bits.
     constexpr std::uint64_t kMaxFrame = 1'000'000'000;
+    addFrameReading(command, choice, excluded);
+    CLI::Option* const frame =
+        command.add_option("--frame", choice.frame, "Which frame of the file, counted from 0, which is the default")
+            ->transform(range(0, kMaxFrame));
+    excludeAll({&frame, 1}, excluded);
+}
+
+void addFrameReading(CLI::App& command, SFrameChoice& choice, CLI::Option* excluded) {
+    // With offsets up to 2^60 and the largest frame, no sum of these leaves 64 bits.
     constexpr std::uint64_t kMaxPitch = std::uint64_t{1} << 30;
     constexpr std::uint64_t kMaxOffset = std::uint64_t{1} << 60;
     CLI::Option* const options[] = {
@@ -199,8 +207,6 @@ void addFrameChoice(CLI::App& command, SFrameChoice& choice, CLI::Option* exclud
             ->type_name("little|big")
             ->check(isText([](std::string_view text) { return text == "little" || text == "big"; },
                            "is neither little nor big")),
-        command.add_option("--frame", choice.frame, "Which frame of the file, counted from 0, which is the default")
-            ->transform(range(0, kMaxFrame)),
         command
             .add_flag("--force", choice.force,
                       "Take the file as raw even if it begins as a PNG, TIFF, JPEG, ELF, ZIP or text file\ndoes")

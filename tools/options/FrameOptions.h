@@ -51,6 +51,8 @@ std::optional<unsigned> colorArrayGiven(const std::string& colorArray);
 /// not go with, or null.
 CLI::Option* addFrameFile(CLI::App& command, client::SFrameChoice& choice);
 void addFrameChoice(CLI::App& command, client::SFrameChoice& choice, CLI::Option* excluded);
+/// The same without IN and --frame.
+void addFrameReading(CLI::App& command, client::SFrameChoice& choice, CLI::Option* excluded);
 
 /// Calls what may refuse a file as one of another kind, and tells how it is taken all the same.
 template <class Call>
