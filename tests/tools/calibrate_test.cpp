@@ -509,7 +509,8 @@ TEST_F(Calibrate, BlackLevelOfEachColourGoesIntoAProfile) {
     expectRefused(runVekcam(joined({{"calibrate", "black", Path("black.raw"), "-o", Path("other.json")}, kSmall})), 1,
                   "other.json: no camera profile");
     EXPECT_EQ(Content("other.json"), "[1]");
-    expectRefused(runVekcam(joined({{"calibrate", "black", Path("black.raw"), "-o", Path("black.raw")}, kSmall})), 1);
+    expectRefused(runVekcam(joined({{"calibrate", "black", Path("black.raw"), "-o", Path("black.raw")}, kSmall})), 2,
+                  "black.raw: is an input");
 }
 
 TEST_F(Calibrate, BlackLevelOfASimulatedCamera) {
@@ -624,6 +625,9 @@ TEST_F(Calibrate, NoiseOfFilesIsThatOfTheirFrames) {
     refused(joined({{files[0], Path("odd.raw")}, mono}), 1, "the lit frames are no pairs: 3 of them");
     refused({"--dark", "x", "--sim"}, 2, "--dark and --exposures are of files");
     refused({"--plot", "x.gif"}, 2, "x.gif");
+    refused({"--plot", Path("x.png"), "-o", Path("x.png")}, 2, "--plot and --output are both");
+    refused(sized(64, 64, {"-", "--dark", "-", "-f", "mono12"}), 2, "standard input is named twice");
+    refused({"-o", Path("none/x.json")}, 1, "none/x.json: cannot open");
 }
 
 TEST_F(Calibrate, ReadNoiseBelowRoundingIsRefused) {

@@ -125,15 +125,19 @@ std::string reportJson(const SBlackReport& report) {
 
 void calibrateBlack(const SBlackArguments& arguments) {
     checkInput(arguments);
+    // Where nothing can be written it shows before the frames are taken.
+    COutputFiles files(expandedPaths(arguments.files));
+    COutputFile* const output = arguments.output.empty() ? nullptr : &files.Open(arguments.output);
     const SBlackReport report = arguments.FromFiles() ? blackOfFiles(arguments) : blackOfCamera(arguments);
     for (const std::string& doubt : report.measurement.doubts) {
         warn(doubt);
     }
-    if (!arguments.output.empty()) {
+    if (output != nullptr) {
         SProfile profile = profileFor(arguments, arguments.output, report.form);
         profile.blackLevel = report.measurement.Levels();
-        writeProfile(profile, arguments.output, expandedPaths(arguments.files));
+        writeProfile(*output, arguments.output, profile);
     }
+    files.Publish();
     if (!isStandardOutput(arguments.output)) {
         print(arguments.json ? reportJson(report) : reportText(report));
     }

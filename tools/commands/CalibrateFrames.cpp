@@ -191,13 +191,11 @@ SProfile profileFor(const SCalibrationInput& input, const std::string& output, c
     return completed;
 }
 
-void writeProfile(const SProfile& profile, const std::string& output, std::span<const std::string> inputs) {
+void writeProfile(COutputFile& output, const std::string& path, const SProfile& profile) {
     if (const std::vector<std::string> complaints = misfits(profile); !complaints.empty()) {
-        throw CFailure(fmt::format("{}: {}", output, complaints.front()));
+        throw CFailure(fmt::format("{}: {}", path, complaints.front()));
     }
-    COutputFiles files(inputs);
-    files.Open(output).Write(profileText(profile, folderOf(output)));
-    files.Publish();
+    output.Write(profileText(profile, folderOf(path)));
 }
 
 void addProfileOutput(CLI::App& command, std::string& output, const std::string& what) {

@@ -2,6 +2,7 @@
 // What the kinds of calibrate share: frames of a camera or of files, and profiles that they complete.
 #pragma once
 
+#include "client/files/OutputFile.h"
 #include "client/frames/FrameFiles.h"
 #include "client/profiles/Profile.h"
 
@@ -81,8 +82,8 @@ private:
 client::SProfile profileFor(const SCalibrationInput& input, const std::string& output,
                             const client::STransferredFrame& form);
 
-/// Writes it atomically. inputs: files that it must not replace. Throws CFailure, CBadArguments.
-void writeProfile(const client::SProfile& profile, const std::string& output, std::span<const std::string> inputs);
+/// Writes it. path: where the output is going to lie. Throws CFailure.
+void writeProfile(client::COutputFile& output, const std::string& path, const client::SProfile& profile);
 
 /// Adds -o, --output of a profile. what: the help's words for what is written.
 void addProfileOutput(CLI::App& command, std::string& output, const std::string& what);

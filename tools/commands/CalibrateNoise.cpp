@@ -290,18 +290,28 @@ void calibrateNoise(const SNoiseArguments& arguments) {
     if (!arguments.FromFiles() && (!arguments.dark.empty() || !arguments.exposures.empty())) {
         throw CBadArguments("--dark and --exposures are of files, and none is named");
     }
-    const SNoisePairs pairs = arguments.FromFiles() ? pairsOfFiles(arguments) : pairsOfCamera(arguments);
-    const std::vector<SPhotonTransfer> colors = photonTransfer(pairs.lit, pairs.dark, pairs.form.colorArray);
-    noteDoubts(colors);
     std::vector<std::string> inputs = expandedPaths(arguments.files);
     const std::vector<std::string> dark = expandedPaths(arguments.dark);
     inputs.insert(inputs.end(), dark.begin(), dark.end());
-    if (!arguments.plot.empty()) {
-        COutputFiles files(inputs);
-        writePicture(files.Open(arguments.plot), *pictureFormat(arguments.plot),
-                     photonTransferPicture(colors, fmt::format("Photon transfer: {}", oneLine(pairs.source))), {});
-        files.Publish();
+    if (std::count(inputs.begin(), inputs.end(), "-") > 1) {
+        throw CBadArguments("standard input is named twice");
     }
+    if (!arguments.plot.empty() && arguments.plot == arguments.output) {
+        throw CBadArguments(fmt::format("--plot and --output are both {}", arguments.plot));
+    }
+    // Where nothing can be written it shows before the frames are taken. The plot is there without the profile, too.
+    COutputFiles plotFiles(inputs);
+    COutputFiles profileFiles(inputs);
+    COutputFile* const plot = arguments.plot.empty() ? nullptr : &plotFiles.Open(arguments.plot);
+    COutputFile* const output = arguments.output.empty() ? nullptr : &profileFiles.Open(arguments.output);
+    const SNoisePairs pairs = arguments.FromFiles() ? pairsOfFiles(arguments) : pairsOfCamera(arguments);
+    const std::vector<SPhotonTransfer> colors = photonTransfer(pairs.lit, pairs.dark, pairs.form.colorArray);
+    noteDoubts(colors);
+    if (plot != nullptr) {
+        writePicture(*plot, *pictureFormat(arguments.plot),
+                     photonTransferPicture(colors, fmt::format("Photon transfer: {}", oneLine(pairs.source))), {});
+    }
+    plotFiles.Publish();
     if (!isStandardOutput(arguments.output) && !isStandardOutput(arguments.plot)) {
         print(arguments.json ? reportJson(pairs, colors) : reportText(pairs, colors));
     }
@@ -312,13 +322,14 @@ void calibrateNoise(const SNoiseArguments& arguments) {
                                    rounded->name, rounded->name.empty() ? "" : ": ", std::sqrt(rounded->dark.variance),
                                    kLeastReadNoiseDn));
     }
-    if (!arguments.output.empty()) {
+    if (output != nullptr) {
         SProfile profile = profileFor(arguments, arguments.output, pairs.form);
         const double largest = (1U << pairs.form.format->depth) - 1.0;
         const std::optional<unsigned> white = profile.WhiteLevel();
         profile.noise = profileNoise(colors, white ? *white : largest);
-        writeProfile(profile, arguments.output, inputs);
+        writeProfile(*output, arguments.output, profile);
     }
+    profileFiles.Publish();
 }
 
 } // namespace
