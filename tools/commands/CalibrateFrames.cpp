@@ -141,16 +141,18 @@ SRawForm CAlikeFrames::FormOf(const SCalibrationInput& input, const std::string&
     std::string colorArray = input.colorArray;
     SFrameChoice file = input.reading;
     file.path = path;
-    const std::optional<SProfile> profile = completeForm({width, height, formatName, colorArray}, input.profile, file);
+    const CChosenFrame chosen(nullptr, {width, height, formatName, colorArray}, input.profile, file);
+    const std::optional<SProfile>& profile = chosen.Profile();
     if (profile && profile->cameraModel && mSource.empty()) {
         mSource = *profile->cameraModel;
     }
-    const STransferFormat* const transferred = findTransferFormat(formatName);
-    if (transferred == nullptr) {
-        throw CBadArguments(fmt::format("format {} cannot be calibrated: neither raw nor mono, or packed", formatName));
+    const STransferredFrame& form = chosen.Form();
+    if (findTransferFormat(form.format->name) == nullptr) {
+        throw CBadArguments(
+            fmt::format("format {} cannot be calibrated: neither raw nor mono, or packed", form.format->name));
     }
-    const STransferFormat& format = calibrationFormat(formatName);
-    return {&format, width, height, frameColorArray(format, colorArrayGiven(colorArray))};
+    const STransferFormat& format = calibrationFormat(std::string(form.format->name));
+    return {&format, form.width, form.height, form.colorArray};
 }
 
 std::optional<STransferredFrame> CAlikeFrames::Next() {

@@ -226,9 +226,10 @@ std::string reportText(const SNoisePairs& pairs, std::span<const SPhotonTransfer
 }
 
 std::string reportJson(const SNoisePairs& pairs, std::span<const SPhotonTransfer> colors) {
-    using Json = nlohmann::ordered_json;
-    const auto maybe = [](const std::optional<double>& value) { return value ? Json(*value) : Json(); };
-    Json json;
+    const auto maybe = [](const std::optional<double>& value) {
+        return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json();
+    };
+    nlohmann::ordered_json json;
     json["standard"] = "EMVA 1288 R4.0 Linear";
     json["source"] = pairs.source;
     json["width"] = pairs.form.width;
@@ -238,19 +239,22 @@ std::string reportJson(const SNoisePairs& pairs, std::span<const SPhotonTransfer
     json["litPairs"] = pairs.lit.size();
     json["darkPairs"] = pairs.dark.size();
     for (const SPhotonTransfer& color : colors) {
-        Json values;
+        nlohmann::ordered_json values;
         values["color"] = color.name.empty() ? "mono" : std::string(color.name);
         values["electronsPerDn"] = 1 / color.gain;
         values["gain"] = color.gain;
         values["darkLevel"] = color.dark.mean;
         values["darkVariance"] = color.dark.variance;
         values["readNoiseElectrons"] = maybe(color.readNoise);
-        values["readNoiseDn"] = color.readNoise ? Json(color.ReadNoiseDn()) : Json();
+        values["readNoiseDn"] =
+            color.readNoise ? nlohmann::ordered_json(color.ReadNoiseDn()) : nlohmann::ordered_json();
         values["saturationElectrons"] = maybe(color.SaturationElectrons());
-        values["saturationLevel"] = color.saturation ? Json(color.points[*color.saturation].mean) : Json();
-        values["prnuPercent"] = color.prnu ? Json(100 * *color.prnu) : Json();
+        values["saturationLevel"] =
+            color.saturation ? nlohmann::ordered_json(color.points[*color.saturation].mean) : nlohmann::ordered_json();
+        values["prnuPercent"] = color.prnu ? nlohmann::ordered_json(100 * *color.prnu) : nlohmann::ordered_json();
         values["dsnuElectrons"] = color.dsnu;
-        values["linearityErrorPercent"] = color.linearity ? Json(100 * color.linearity->error) : Json();
+        values["linearityErrorPercent"] =
+            color.linearity ? nlohmann::ordered_json(100 * color.linearity->error) : nlohmann::ordered_json();
         for (const SPairLevels& point : color.points) {
             values["points"].push_back({{"exposure", point.exposure},
                                         {"mean", point.mean},
