@@ -9,6 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -70,6 +71,17 @@ struct SControlDelay {
     std::string control; ///< "exposure", "gain"
     unsigned frames = 0;
 };
+
+/// Puts an element in a list, in the place of the one that has the same name.
+template <class T>
+void replaceNamed(std::vector<T>& list, std::string T::*name, const T& element) {
+    const auto found = std::find_if(list.begin(), list.end(), [&](const T& old) { return old.*name == element.*name; });
+    if (found != list.end()) {
+        *found = element;
+    } else {
+        list.push_back(element);
+    }
+}
 
 /// A profile. What it does not say is nothing, null or empty.
 struct SProfile {

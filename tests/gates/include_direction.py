@@ -58,7 +58,7 @@ BARRED = {
 ROOMS = {
     "client": [
         "", "names", "files", "pictures", "drawing", "frames", "profiles", "settings", "camera", "stages", "develop",
-        "statistics",
+        "statistics", "calibration",
     ],
     "tools": ["text", "simulation", "options", "commands", ""],
 }

@@ -256,18 +256,6 @@ std::optional<std::pair<std::uint32_t, std::uint32_t>> parsedSize(std::string_vi
 }
 
 /// A level, or those of a cell of 2 x 2 pixels.
-std::optional<SBlackLevels> parsedBlack(std::string_view text) {
-    constexpr double kLargest = 65535;
-    SBlackLevels black;
-    black.levels = decimals(text);
-    const bool fits = std::all_of(black.levels.begin(), black.levels.end(),
-                                  [](double level) { return level >= 0 && level <= kLargest; });
-    if (black.levels.size() == 4) {
-        black.rows = black.columns = 2;
-    }
-    return fits && (black.levels.size() == 1 || black.levels.size() == 4) ? std::optional(black) : std::nullopt;
-}
-
 std::optional<Neutral> parsedNeutral(std::string_view text) {
     const std::vector<double> colors = decimals(text);
     const bool fits = colors.size() == 3 && std::all_of(colors.begin(), colors.end(), [](double color) {
@@ -296,17 +284,6 @@ std::optional<SToneCurve> parsedTone(std::string_view text) {
     }
     const std::optional<double> gamma = sim::readNumber(text, kLowestGamma, kHighestGamma);
     return gamma ? std::optional(SToneCurve{SToneCurve::EKind::Gamma, *gamma, {}}) : std::nullopt;
-}
-
-/// Puts an element in a list, in the place of the one that has the same name.
-template <class T>
-void replaceNamed(std::vector<T>& list, std::string T::*name, const T& element) {
-    const auto found = std::find_if(list.begin(), list.end(), [&](const T& old) { return old.*name == element.*name; });
-    if (found != list.end()) {
-        *found = element;
-    } else {
-        list.push_back(element);
-    }
 }
 
 void applyFrame(SProfile& profile, const SProfileNewArguments& arguments) {
@@ -420,10 +397,7 @@ void addProfileNew(CLI::App& profile) {
     addColorArray(*command, arguments->colorArray, ", and of a profile at all");
     command->add_option("--bits", arguments->bits, "Significant bits of a sample, where the format has more")
         ->transform(range(1, 16));
-    addParsedOption(*command, "--black", arguments->black, parsedBlack,
-                    "is neither one level of 0 to 65535 nor four with commas between",
-                    "Level of black in samples, or of each place of 2 x 2 pixels, row by row")
-        ->type_name("LEVEL[,LEVEL,LEVEL,LEVEL]");
+    addBlackLevel(*command, arguments->black);
     command->add_option("--white", arguments->white, "Level of white in samples; the largest one by default")
         ->transform(range(1, 65535));
     addParsedOption(*command, "--neutral", arguments->neutral, parsedNeutral, "is no R,G,B of 0.0001 to 10000 each",

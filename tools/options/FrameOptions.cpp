@@ -94,6 +94,18 @@ void requireForm(const SFrameForm& form, const std::optional<std::string>& profi
     }
 }
 
+std::optional<SBlackLevels> parsedBlack(std::string_view text) {
+    constexpr double kLargest = 65535;
+    SBlackLevels black;
+    black.levels = decimals(text);
+    const bool fits = std::all_of(black.levels.begin(), black.levels.end(),
+                                  [](double level) { return level >= 0 && level <= kLargest; });
+    if (black.levels.size() == 4) {
+        black.rows = black.columns = 2;
+    }
+    return fits && (black.levels.size() == 1 || black.levels.size() == 4) ? std::optional(black) : std::nullopt;
+}
+
 } // namespace
 
 std::optional<SRegion> parsedRegion(std::string_view text) {
@@ -169,6 +181,13 @@ CLI::Option* addColorArray(CLI::App& command, std::string& colorArray, const std
 
 std::optional<unsigned> colorArrayGiven(const std::string& colorArray) {
     return colorArray.empty() ? std::nullopt : findCode(bayerColorArrays(), colorArray);
+}
+
+CLI::Option* addBlackLevel(CLI::App& command, std::optional<SBlackLevels>& black) {
+    return addParsedOption(command, "--black", black, parsedBlack,
+                           "is neither one level of 0 to 65535 nor four with commas between",
+                           "Level of black in samples, or of each place of 2 x 2 pixels, row by row")
+        ->type_name("LEVEL[,LEVEL,LEVEL,LEVEL]");
 }
 
 CLI::Option* addFrameFile(CLI::App& command, SFrameChoice& choice) {

@@ -47,6 +47,9 @@ CLI::Option* addColorArray(CLI::App& command, std::string& colorArray, const std
 /// The code of a name that the option takes; nothing for an empty one.
 std::optional<unsigned> colorArrayGiven(const std::string& colorArray);
 
+/// Adds --black: one level, or four of the places of 2 x 2 pixels.
+CLI::Option* addBlackLevel(CLI::App& command, std::optional<client::SBlackLevels>& black);
+
 /// Adds IN, and --src-offset, --src-stride, --byte-order, --frame and --force. excluded: an option that these five do
 /// not go with, or null.
 CLI::Option* addFrameFile(CLI::App& command, client::SFrameChoice& choice);
