@@ -13,4 +13,7 @@ namespace vek::tools {
 #include "CommandList.inc"
 #undef VEKCAM_COMMAND
 
+/// Adds colour to calibrate.
+void addCalibrateColor(CLI::App& calibrate);
+
 } // namespace vek::tools
