@@ -107,9 +107,9 @@ void drawSwatches(CCanvas& canvas, const SRectangle& area, std::span<const SPatc
     const double height = (area.height - kHead - kGap) / kChartRows;
     for (std::size_t patch = 0; patch < reports.size(); ++patch) {
         const SPatchReport& report = reports[patch];
+        const std::size_t row = patch / kChartColumns;
         const SRectangle whole = {area.x + kGap + static_cast<double>(patch % kChartColumns) * width,
-                                  area.y + kHead + static_cast<double>(patch / kChartColumns) * height, width - kGap,
-                                  height - kGap};
+                                  area.y + kHead + static_cast<double>(row) * height, width - kGap, height - kGap};
         // Whole pixels leave no seam between the two.
         const double left = std::round(whole.x);
         const double middle = std::round(whole.x + whole.width / 2);

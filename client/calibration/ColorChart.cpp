@@ -270,7 +270,8 @@ void addAreas(const SSmallPicture& picture, const std::vector<float>& contrast, 
         double yy = 0;
         for (const std::size_t at : pixels) {
             const auto column = static_cast<double>(at % picture.width) + 0.5;
-            const auto row = static_cast<double>(at / picture.width) + 0.5;
+            const std::size_t above = at / picture.width;
+            const auto row = static_cast<double>(above) + 0.5;
             x += column;
             y += row;
             xx += column * column;
@@ -611,8 +612,9 @@ SPoint SChartPlace::At(double x, double y) const {
 }
 
 Quad SChartPlace::Patch(std::size_t patch, double side) const {
+    const std::size_t row = patch / kChartColumns;
     const double x = static_cast<double>(patch % kChartColumns) + 0.5;
-    const double y = static_cast<double>(patch / kChartColumns) + 0.5;
+    const double y = static_cast<double>(row) + 0.5;
     const double half = side / 2;
     return {At(x - half, y - half), At(x + half, y - half), At(x + half, y + half), At(x - half, y + half)};
 }
@@ -624,10 +626,11 @@ std::vector<SPatchValue> patchValues(const SCells& cells, const SChartPlace& pla
     for (std::size_t patch = 0; patch < values.size(); ++patch) {
         SColorSample& sample = values[patch].sample;
         sample.target = patches[patch].lab;
+        const std::size_t row = patch / kChartColumns;
         constexpr double kMiddleX = (kChartColumns - 1) / 2.0;
         constexpr double kMiddleY = (kChartRows - 1) / 2.0;
         sample.x = (static_cast<double>(patch % kChartColumns) - kMiddleX) / kMiddleX;
-        sample.y = (static_cast<double>(patch / kChartColumns) - kMiddleY) / kMiddleY;
+        sample.y = (static_cast<double>(row) - kMiddleY) / kMiddleY;
         const std::vector<std::size_t> inside = cellsInside(cells, place.Patch(patch, kMeasuredSide));
         if (inside.empty()) {
             throw CFailure("the chart is too small in the frame: its patches have less than a few pixels");

@@ -24,7 +24,7 @@ inline constexpr std::size_t kChartPatches = kChartColumns * kChartRows;
 
 struct SChartPatch {
     std::string name;
-    Lab lab; ///< under D50, 2 degrees
+    Lab lab{}; ///< under D50, 2 degrees
 };
 /// Row by row from dark skin on, which lies at the top left where white lies at the bottom left.
 using ChartPatches = std::array<SChartPatch, kChartPatches>;

@@ -28,15 +28,12 @@ struct SMagic {
     std::string_view begin;
     std::string_view kind;
 };
-constexpr std::string_view kTiff = "a TIFF picture";
-constexpr SMagic kMagics[] = {{"\x89PNG\r\n\x1A\n", "a PNG picture"},
-                              {{"II*\0", 4}, kTiff},
-                              {{"MM\0*", 4}, kTiff},
-                              {{"II+\0", 4}, kTiff}, // with offsets of 64 bits
-                              {{"MM\0+", 4}, kTiff},
-                              {"\xFF\xD8\xFF", "a JPEG picture"},
-                              {"\x7F\x45LF", "an ELF file"},
-                              {"PK\x03\x04", "a ZIP archive"}};
+constexpr std::string_view kTiffPicture = "a TIFF picture";
+constexpr SMagic kMagics[] = {
+    {"\x89PNG\r\n\x1A\n", "a PNG picture"}, {{"II*\0", 4}, kTiffPicture},
+    {{"MM\0*", 4}, kTiffPicture},           {{"II+\0", 4}, kTiffPicture}, // with offsets of 64 bits
+    {{"MM\0+", 4}, kTiffPicture},           {"\xFF\xD8\xFF", "a JPEG picture"},
+    {"\x7F\x45LF", "an ELF file"},          {"PK\x03\x04", "a ZIP archive"}};
 
 /// As much of a file as tells its kind.
 constexpr std::size_t kHeadBytes = 512;
@@ -344,7 +341,7 @@ bool beginsAsTiff(const std::string& path) {
     const CDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     std::array<std::uint8_t, 4> head{};
     return file.IsOpen() && read(file.Get(), head.data(), head.size()) == static_cast<ssize_t>(head.size()) &&
-           kindOf(head) == kTiff;
+           kindOf(head) == kTiffPicture;
 }
 
 std::vector<std::uint8_t> readFrame(const SFrameChoice& choice, const STransferFormat& format, std::uint32_t width,
