@@ -125,7 +125,7 @@ TEST_F(CalibrateColor, CornersAreTaken) {
 TEST_F(CalibrateColor, OtherColorsAreTaken) {
     nlohmann::json list;
     for (int i = 0; i < 24; ++i) {
-        list.push_back({{"name", "patch " + std::to_string(i)}, {"lab", {90 - 3 * i, 0, 0}}});
+        list.push_back({{"name", "patch " + std::to_string(i)}, {"lab", {90 - 3 * i, 20 + i, 40}}});
     }
     const auto refused = [&](const nlohmann::json& json, const std::string& message) {
         const std::string path = WriteText("reference.json", json.dump());
