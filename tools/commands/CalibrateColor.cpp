@@ -85,27 +85,24 @@ STransferredFrame linearFrame(STransferredFrame frame, const SProfile& profile) 
 }
 
 SChartFrame readChart(SColorArguments& arguments) {
-    if (const std::optional<SDngFrame> dng = readChosenDng(*arguments.command, arguments.input)) {
-        SChartFrame chart = {transferredFrameOf(*dng), readImportedProfile(arguments.input.path).profile};
+    CChosenFrame input(arguments.command, {arguments.width, arguments.height, arguments.format, arguments.colorArray},
+                       arguments.profile, arguments.input);
+    if (input.Dng()) {
+        SChartFrame chart = {input.Take(), readImportedProfile(arguments.input.path).profile};
         // Those that the file has are what is measured now.
         chart.profile.colors = {};
         return chart;
     }
-    const std::optional<SProfile> read =
-        completeForm({arguments.width, arguments.height, arguments.format, arguments.colorArray}, arguments.profile,
-                     arguments.input);
-    SChartFrame chart = {{findChainFormat(arguments.format), arguments.width, arguments.height, 0, {}},
-                         read.value_or(SProfile())};
+    SChartFrame chart = {input.Form(), input.Profile().value_or(SProfile())};
     STransferredFrame& frame = chart.frame;
     if (!frame.format->IsRaw()) {
         throw CBadArguments(fmt::format("format {} has no raw frames", frame.format->name));
     }
-    frame.colorArray = frameColorArray(*frame.format, colorArrayGiven(arguments.colorArray));
     chart.profile.width = frame.width;
     chart.profile.height = frame.height;
     chart.profile.format = frame.format;
     chart.profile.colorArray = frame.colorArray;
-    frame.bytes = readChosenFrame(arguments.input, *frame.format, frame.width, frame.height);
+    frame = input.Take();
     frame = linearFrame(unpackedFrame(CLibraryHandle(-1), std::move(frame), 1), chart.profile);
     return chart;
 }
