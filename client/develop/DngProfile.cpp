@@ -67,7 +67,8 @@ std::vector<SGainMap> gainMapsOf(const SCalibration& flatFrame, bool bayer) {
         const auto range = [&](double at, std::uint32_t side, std::uint32_t count) {
             const double half = 0.5 / (count - 1);
             const auto low = static_cast<std::size_t>(std::clamp((at - half) * side, 0.0, side - 2.0));
-            const auto high = static_cast<std::size_t>(std::clamp((at + half) * side, static_cast<double>(low) + 2, 1.0 * side));
+            const auto high =
+                static_cast<std::size_t>(std::clamp((at + half) * side, static_cast<double>(low) + 2, 1.0 * side));
             return std::pair(low, high);
         };
         const auto [top, bottom] = range(y, mean.height, rows);
