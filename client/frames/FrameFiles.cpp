@@ -129,7 +129,7 @@ struct CFrameFiles::SSource {
 };
 
 CFrameFiles::CFrameFiles(std::vector<std::string> paths, const SFrameSteps& steps, const SFrameChoice& reading,
-                         FormOf formOf, Warn warn, BadFile bad)
+                         FormOf formOf, Warn warn, const BadFile& bad)
     : mSteps(steps), mReading(reading), mFormOf(std::move(formOf)), mWarn(std::move(warn)), mNext(steps.first) {
     if (std::count(paths.begin(), paths.end(), "-") > 1) {
         throw CBadArguments("standard input is named twice");

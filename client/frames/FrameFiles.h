@@ -70,7 +70,7 @@ public:
     /// cannot be read, and where the steps leave none; COtherKind; CBadArguments where standard input is named twice;
     /// what formOf throws. bad: where given, told of files that CFailure would be thrown for, which are left out then.
     CFrameFiles(std::vector<std::string> paths, const SFrameSteps& steps, const SFrameChoice& reading, FormOf formOf,
-                Warn warn, BadFile bad = nullptr);
+                Warn warn, const BadFile& bad = nullptr);
     ~CFrameFiles();
     CFrameFiles(const CFrameFiles&) = delete;
     CFrameFiles& operator=(const CFrameFiles&) = delete;

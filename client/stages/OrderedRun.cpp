@@ -42,7 +42,7 @@ void runPipeline(int threads, const SOrderedSteps& steps) {
         }
     };
     tbb::task_arena(threads).execute([&] {
-        tbb::parallel_pipeline(static_cast<std::size_t>(2 * threads),
+        tbb::parallel_pipeline(std::size_t{2} * static_cast<std::size_t>(threads),
                                tbb::make_filter<void, Thing>(tbb::filter_mode::serial_in_order, take) &
                                    tbb::make_filter<Thing, Thing>(tbb::filter_mode::parallel, work) &
                                    tbb::make_filter<Thing, void>(tbb::filter_mode::serial_in_order, finish));

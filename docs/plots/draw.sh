@@ -50,7 +50,7 @@ stage_pictures() {
     picture() {
         local name=$1
         shift
-        build/release/vekcam convert "$frame/frame1.raw" -W 288 -H 216 -f raw8 -a rggb "$@" -o "$pictures/$name.png"
+        build/release/vekcam convert "$frame/frame1.raw" -W 288 -H 216 -f raw8 -a rggb --plain "$@" -o "$pictures/$name.png"
         echo "$pictures/$name.png"
     }
     say "pictures of the image stages"
@@ -72,6 +72,32 @@ stage_pictures() {
     picture sharpness "${bright[@]}" --sharpness 80
 }
 
+first_pictures() {
+    local runs=build/docs/first pictures=docs/images/first-picture vekcam=build/release/vekcam
+    local frame=(-W 320 -H 240 -f raw12 -a rggb)
+    mkdir -p "$runs" "$pictures"
+    say "the first picture"
+    "$vekcam" demo -o "$runs" -n 1 --raw --width 320 --height 240 >/dev/null
+    "$vekcam" calibrate colour "$runs/deep.raw" "${frame[@]}" --black 64 --reference docs/simulated-chart.json \
+        --illuminant d65 -o "$runs/camera.json" >/dev/null
+    # picture NAME ARGUMENT...: the chart as the arguments have it.
+    picture() {
+        local name=$1
+        shift
+        "$vekcam" convert "$runs/deep.raw" "$@" -o "$pictures/$name.png"
+        echo "$pictures/$name.png"
+    }
+    local profile=(-p "$runs/camera.json")
+    picture plain "${frame[@]}" --plain --bits-out 8
+    picture guessed "${frame[@]}" --black 64
+    picture right "${profile[@]}"
+    picture haze "${profile[@]}" --black 0
+    picture dark "${profile[@]}" --black 400
+    picture green "${profile[@]}" --wb 1,1,1
+    picture array "${profile[@]}" -a gbrg
+    picture blotches "${frame[@]}" --wb auto --gamma 2.2
+}
+
 demosaic_pictures() {
     local runs=build/docs/demosaic pictures=docs/images/demosaic method
     local methods
@@ -80,7 +106,7 @@ demosaic_pictures() {
     say "demosaic methods"
     build/release/vekcam demo -o "$runs" -n 1 --raw --no-noise --truth --width 480 --height 360 >/dev/null
     for method in "${methods[@]}"; do
-        build/release/vekcam convert "$runs/frame1.raw" -W 480 -H 360 -f raw8 -a rggb -m "$method" -o "$runs/$method.png"
+        build/release/vekcam convert "$runs/frame1.raw" -W 480 -H 360 -f raw8 -a rggb --plain -m "$method" -o "$runs/$method.png"
     done
     # The sensor's black level is 64 of 4095.
     /usr/bin/python3 docs/plots/demosaic.py docs/demosaic.md "$pictures" "$runs" 4
@@ -110,7 +136,7 @@ correction_pictures() {
     corrected() {
         local frame=$1 picture=$2
         shift 2
-        "$vekcam" convert "$runs/$frame.raw" -W 288 -H 216 -f raw8 -a rggb "$@" -o "$picture"
+        "$vekcam" convert "$runs/$frame.raw" -W 288 -H 216 -f raw8 -a rggb --plain "$@" -o "$picture"
         echo "$picture"
     }
     local complex=(--noise complex --dark "$runs/dark.png") shading=(--shading "$runs/flat-frame.png")
@@ -130,6 +156,7 @@ correction_pictures() {
 
 plots
 noise_plot
+first_pictures
 stage_pictures
 demosaic_pictures
 correction_pictures
