@@ -3,6 +3,7 @@
 
 #include "client/frames/DngInput.h"
 #include "client/frames/DngOutput.h"
+#include "client/frames/PngFrame.h"
 
 #include <fmt/format.h>
 #include <glob.h>
@@ -123,7 +124,8 @@ std::vector<std::string> expandedPaths(std::span<const std::string> paths) {
 struct CFrameFiles::SSource {
     std::string path;
     bool dng = false;
-    SRawForm form;                      ///< of a raw one
+    bool png = false;
+    SRawForm form;                      ///< of a raw or PNG one
     std::optional<std::uint64_t> held;  ///< frames; nothing: a pipe
     std::unique_ptr<CFrameInput> input; ///< open: standard input and pipes from the beginning on
 };
@@ -179,6 +181,11 @@ void CFrameFiles::LookAt(SSource& source) {
         return;
     }
     source.form = mFormOf(source.path);
+    source.png = !mReading.force && source.path != "-" && pngFormOf(source.path);
+    if (source.png) {
+        source.held = 1;
+        return;
+    }
     source.input = Opened(source);
     if (!source.input->IsRegular()) {
         return;
@@ -208,6 +215,16 @@ std::optional<SSeriesFrame> CFrameFiles::FromDng(const SSource& source, std::uin
     SSeriesFrame frame;
     frame.frame = transferredFrameOf(*dng);
     frame.tags = std::move(dng->tags);
+    return frame;
+}
+
+std::optional<SSeriesFrame> CFrameFiles::FromPng(const SSource& source, std::uint64_t index) {
+    if (index > 0) {
+        return std::nullopt;
+    }
+    SSeriesFrame frame;
+    frame.frame = {source.form.format, source.form.width, source.form.height, source.form.colorArray, {}};
+    readPngFrame(source.path, frame.frame, mWarn);
     return frame;
 }
 
@@ -259,7 +276,9 @@ std::optional<SSeriesFrame> CFrameFiles::Next() {
     while (mSource < mSources.size()) {
         SSource& source = mSources[mSource];
         const std::uint64_t index = mNext - mBefore;
-        std::optional<SSeriesFrame> frame = source.dng ? FromDng(source, index) : FromRaw(source, index);
+        std::optional<SSeriesFrame> frame = source.dng   ? FromDng(source, index)
+                                            : source.png ? FromPng(source, index)
+                                                         : FromRaw(source, index);
         if (frame) {
             frame->path = source.path;
             frame->index = index;

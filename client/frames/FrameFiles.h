@@ -54,11 +54,11 @@ struct SSeriesFrame {
     std::optional<SDngTags> tags; ///< of a DNG file
 };
 
-/// The frames of files, one file after the other: raw ones, DNG files with one frame each, "-" for raw frames on
-/// standard input. Regular files are open while they are read only.
+/// The frames of files, one file after the other: raw ones, DNG and grey PNG files with one frame each, "-" for raw
+/// frames on standard input. Regular files are open while they are read only.
 class CFrameFiles {
 public:
-    /// Called once for each raw file.
+    /// Called once for each raw or PNG file.
     using FormOf = std::function<SRawForm(const std::string& path)>;
 
     /// Called for a file that cannot be read, with the reason.
@@ -88,6 +88,7 @@ private:
     void LookAt(SSource& source);
     std::unique_ptr<CFrameInput> Opened(const SSource& source) const;
     std::optional<SSeriesFrame> FromDng(const SSource& source, std::uint64_t index);
+    std::optional<SSeriesFrame> FromPng(const SSource& source, std::uint64_t index);
     std::optional<SSeriesFrame> FromRaw(SSource& source, std::uint64_t index);
 
     SFrameSteps mSteps;

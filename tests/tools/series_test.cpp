@@ -173,6 +173,21 @@ TEST_F(Series, DngFilesOutAndIn) {
     EXPECT_EQ(Value("2.png"), 12U);
 }
 
+TEST_F(Series, PngFilesAreFrames) {
+    for (const char* const name : {"p1", "p2"}) {
+        const std::string raw = Raw(std::string(name) + ".raw", 1, name[1] == '1' ? 30 : 40);
+        expectDone(runVekcam(joined(
+            {{"convert", raw, "--plain", "-o", Path(std::string(name) + ".png")}, sized(2, 2, {"-f", "mono8"})})));
+    }
+    const std::string raw = Raw("r.raw", 1, 50);
+    expectDone(
+        runVekcam(joined({{"convert", Path("p1.png"), raw, Path("p2.png"), "--plain", "-o", Path("out/{name}.png")},
+                          sized(2, 2, {"-f", "mono8"})})));
+    EXPECT_EQ(Value("p1.png"), 30U);
+    EXPECT_EQ(Value("r.png"), 50U);
+    EXPECT_EQ(Value("p2.png"), 40U);
+}
+
 TEST_F(Series, StandardInputIsReadToItsEnd) {
     expectDone(runVekcam(Convert({"-"}, "{name}{frame}.png"), {.in = {1, 1, 1, 1, 2, 2, 2, 2}}));
     EXPECT_EQ(Written(), (NameSet{"stdin0.png", "stdin1.png"}));

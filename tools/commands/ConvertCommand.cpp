@@ -86,10 +86,10 @@ void addConvertCommand(CLI::App& app) {
 
     command
         ->add_option("IN", arguments->inputs,
-                     "Files with raw frames, DNG files, or a grey PNG file; the latter two tell their size and\n"
-                     "format. - reads raw"
-                     "frames from standard input. Of several files, or where one of the options of a series\n"
-                     "is given, each frame becomes a file; names with *, ? and [...] are all that fit")
+                     "Files with raw frames, DNG files, or grey PNG files; these tell their size and format.\n"
+                     "- reads raw frames from standard input. Of several files, or where one of the options\n"
+                     "of a series is given, each frame becomes a file; names with *, ? and [...] are all\n"
+                     "that fit")
         ->type_name("FILE")
         ->required();
     addFrameSize(*command, conversion.width, conversion.height);

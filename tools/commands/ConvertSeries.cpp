@@ -139,7 +139,8 @@ private:
     SRawForm FormOf(const std::string& path) {
         std::shared_ptr<SConvertArguments> arguments = ArgumentsOf(path);
         SConversion& conversion = arguments->conversion;
-        const CChosenFrame input(arguments->command,
+        // Options that a PNG file has no use for may be of raw files beside it.
+        const CChosenFrame input(nullptr,
                                  {conversion.width, conversion.height, arguments->format, arguments->colorArray},
                                  arguments->profile, arguments->input);
         takeForm(*arguments, input.Form(), input.Profile());
@@ -165,7 +166,6 @@ private:
         }
         const auto arguments = frame.tags ? ArgumentsOf(frame.path) : mRaw.at(frame.path);
         if (frame.tags) {
-            requireFrameOptions(*arguments->command, frame.path, EFrameFile::Dng);
             takeForm(*arguments, frame.frame, std::nullopt);
         }
         // Frames are made on several threads, each by one.
