@@ -32,7 +32,8 @@ std::vector<SDngColors> colorsOf(const SProfile& profile) {
             colors.push_back(light);
         }
     }
-    std::stable_partition(colors.begin(), colors.end(), [](const SDngColors& light) { return light.light == kLightD65; });
+    std::stable_partition(colors.begin(), colors.end(),
+                          [](const SDngColors& light) { return light.light == kLightD65; });
     return colors;
 }
 

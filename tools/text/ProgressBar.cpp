@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdio>
 #include <string>
 
@@ -45,7 +46,7 @@ void CProgressBar::Draw() const {
         const double rate = static_cast<double>(mDone) / seconds;
         line += fmt::format(", {:.3g} frames/s", rate);
         if (mSteps > 0) {
-            const auto left = static_cast<unsigned long>(static_cast<double>(mSteps - mDone) / rate + 0.5);
+            const long left = std::lround(static_cast<double>(mSteps - mDone) / rate);
             line += fmt::format(", {}:{:02} left", left / 60, left % 60);
         }
     }
