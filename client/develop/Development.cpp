@@ -192,19 +192,12 @@ private:
         return completed(meansOf(sums, counts), mAlike);
     }
 
-    /// Means over the places of a longer pattern.
     Levels ProfileBlack() const {
-        const std::size_t rows = std::size_t{2} * mProfile->blackLevel->rows;
-        const std::size_t columns = std::size_t{2} * mProfile->blackLevel->columns;
-        const double scale =
-            depthScale(*mProfile, *mFrame.format) * static_cast<double>(kPhases) / static_cast<double>(rows * columns);
-        Levels levels{};
-        for (std::size_t y = 0; y < rows; ++y) {
-            for (std::size_t x = 0; x < columns; ++x) {
-                levels[phaseAt(x, y)] += scale * mProfile->BlackAt(y, x);
-            }
-        }
-        return completed({levels[0], levels[1], levels[2], levels[3]}, mAlike);
+        const double scale = depthScale(*mProfile, *mFrame.format);
+        std::array<std::optional<double>, kPhases> levels;
+        std::ranges::transform(mProfile->blackLevel->ByPhase(), levels.begin(),
+                               [=](double level) { return std::optional(level * scale); });
+        return completed(levels, mAlike);
     }
 
     void SettleWhite() {

@@ -37,21 +37,13 @@ std::vector<SDngColors> colorsOf(const SProfile& profile) {
     return colors;
 }
 
-std::vector<double> blackOf(const SProfile& profile, bool bayer) {
-    const SBlackLevels& levels = *profile.blackLevel;
-    const std::size_t rows = std::size_t{2} * levels.rows;
-    const std::size_t columns = std::size_t{2} * levels.columns;
-    std::vector<double> black(4);
-    for (std::size_t y = 0; y < rows; ++y) {
-        for (std::size_t x = 0; x < columns; ++x) {
-            black[2 * (y % 2) + x % 2] += levels.At(y, x) * 4 / static_cast<double>(rows * columns);
-        }
-    }
-    const bool alike = std::ranges::all_of(black, [&](double level) { return level == black[0]; });
+std::vector<double> blackOf(const SBlackLevels& levels, bool bayer) {
+    const std::array<double, 4> black = levels.ByPhase();
     if (!bayer) {
         return {(black[0] + black[1] + black[2] + black[3]) / 4};
     }
-    return alike ? std::vector<double>{black[0]} : black;
+    const bool alike = std::ranges::all_of(black, [&](double level) { return level == black[0]; });
+    return alike ? std::vector<double>{black[0]} : std::vector<double>(black.begin(), black.end());
 }
 
 /// Gains of the places of a cell over a grid of points, from the means of a flat frame around each of them; at the
@@ -111,7 +103,7 @@ void takeProfile(SDngFrame& frame, const SProfile& profile) {
     tags.cameraModel = profile.cameraModel.value_or(tags.cameraModel);
     tags.linearization = profile.linearization;
     if (profile.blackLevel && !profile.blackLevel->levels.empty()) {
-        tags.black = blackOf(profile, bayer);
+        tags.black = blackOf(*profile.blackLevel, bayer);
     }
     tags.white = profile.WhiteLevel().value_or(tags.white);
     std::vector<SDngColors> colors = colorsOf(profile);

@@ -581,6 +581,18 @@ std::optional<SToneCurve> toneCurveNamed(std::string_view text) {
                                      : std::nullopt;
 }
 
+std::array<double, 4> SBlackLevels::ByPhase() const {
+    const std::size_t height = std::size_t{2} * rows;
+    const std::size_t width = std::size_t{2} * columns;
+    std::array<double, 4> means{};
+    for (std::size_t y = 0; y < height; ++y) {
+        for (std::size_t x = 0; x < width; ++x) {
+            means[2 * (y % 2) + x % 2] += At(y, x) * 4 / static_cast<double>(height * width);
+        }
+    }
+    return means;
+}
+
 std::optional<unsigned> SProfile::Depth() const {
     return bits || format == nullptr ? bits : std::optional<unsigned>(format->depth);
 }

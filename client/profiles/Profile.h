@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -28,6 +29,8 @@ struct SBlackLevels {
     std::vector<double> levels; ///< rows * columns of them, row by row
 
     double At(std::size_t row, std::size_t column) const { return levels[row % rows * columns + column % columns]; }
+    /// Means by phase, 2 x (row mod 2) + (column mod 2), of the places that a longer pattern has for each.
+    std::array<double, 4> ByPhase() const;
     bool operator==(const SBlackLevels&) const = default;
 };
 
