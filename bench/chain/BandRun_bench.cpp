@@ -82,14 +82,13 @@ std::shared_ptr<const SHandleStages> handleStages(const rows::SRowTable& table, 
     setMatrix(matrix);
     setSharpness<std::uint8_t>(sharpness); // behind tone
     auto stages = std::make_shared<SHandleStages>();
-    *stages = {noise.Stage(VEK_NOISE_COMPLEX).dark,
-               shading.Stage(),
-               balance.Stage(),
-               gamma.RawStage(),
-               matrix.Stage(),
-               {},
-               gamma.LumaStage(),
-               sharpness.Stage()};
+    stages->dark = noise.Stage(VEK_NOISE_COMPLEX).dark;
+    stages->shading = shading.Stage();
+    stages->balance = balance.Stage();
+    stages->rawGamma = gamma.RawStage();
+    stages->matrix = matrix.Stage();
+    stages->lumaGamma = gamma.LumaStage();
+    stages->sharpness = sharpness.Stage();
     stages->balance.UpdateTables(8);
     return stages;
 }
