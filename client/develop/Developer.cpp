@@ -19,17 +19,19 @@ constexpr int kLargest12 = 4095;
 /// Room below black, samples of 12 bits: noise there is kept until the tone curve, or shadows would become too bright.
 constexpr unsigned kRoomBelowBlack = 128;
 constexpr double kUnit = 4096; ///< of the chain's factors
+constexpr int kLargestFactor = 32767;
 
 /// A factor of the chain, -8 to 8.
 int chainFactor(double factor, const char* settings) {
     const double units = std::round(factor * kUnit);
-    if (!(std::abs(units) <= 32767)) {
+    if (!(std::abs(units) <= kLargestFactor)) {
         throw CMisfit(fmt::format("{} make a factor of {:.4g}: there are none beyond 8", settings, factor));
     }
     return static_cast<int>(units);
 }
 
-/// Rows of a matrix whose sums stay exactly 1: what rounding takes away goes to the row's largest factor.
+/// Rows of a matrix whose sums stay what they were, that of white being 1: what rounding takes away goes to the row's
+/// largest factor, as far as there is room.
 VekChainLinearMatrix chainMatrix(const Matrix3& matrix) {
     VekChainLinearMatrix chain{};
     chain.size = sizeof chain;
@@ -42,7 +44,8 @@ VekChainLinearMatrix chainMatrix(const Matrix3& matrix) {
             sum += factors[i];
             wholeSum += matrix[row][i];
         }
-        *std::max_element(factors, factors + 3) += static_cast<int>(std::lround(wholeSum * kUnit)) - sum;
+        int& largest = *std::max_element(factors, factors + 3);
+        largest = std::min(largest + static_cast<int>(std::lround(wholeSum * kUnit)) - sum, kLargestFactor);
         std::transform(factors, factors + 3, chain.factor[row],
                        [](int factor) { return static_cast<std::int16_t>(factor); });
     }

@@ -29,7 +29,7 @@ struct SConversion {
     std::optional<unsigned> white;   ///< display: that of white; by default the bright end of the picture
     unsigned short bitsOut = 0;      ///< of a sample of the picture, 8 or 16; 0: as many as the frame needs
     unsigned threads = 1;            ///< that develop a frame, up to kMostThreads
-    std::optional<SProfile> profile; ///< of the camera, where there is one; carried along, no stage looks at it
+    std::optional<SProfile> profile; ///< of the camera, where there is one; what a development goes by
 };
 
 /// Throws CBadArguments when the method does not take a frame of this size.

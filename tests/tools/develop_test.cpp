@@ -229,6 +229,9 @@ TEST_F(Develop, MatrixOfTheCommandLineAndOfTheProfile) {
     EXPECT_EQ(color(Developed(words, joined({form, {"--matrix", "none"}}))), (Samples{62, 125, 187}));
     // 2 x 1000 - 2000, 0.5 x (1000 + 3000), 3000.
     EXPECT_EQ(color(Developed(words, joined({form, {"--matrix", "2,-1,0,0.5,0,0.5,0,0,1"}}))), (Samples{0, 125, 187}));
+    // The largest factors that there are, where rounding has no more room.
+    const Samples largest = color(Developed(words, joined({form, {"--matrix", "7.9998,0.00011,0.00011,0,1,0,0,0,1"}})));
+    EXPECT_EQ(largest, (Samples{255, 125, 187}));
     // A camera of sRGB's primaries: its white is 1, 1, 1 under D65.
     const std::string profile = WriteText("p.json", R"({"CalibrationIlluminant1": 21, "ColorMatrix1":
         [3.2406, -1.5372, -0.4986, -0.9689, 1.8758, 0.0415, 0.0557, -0.2040, 1.0570]})");
