@@ -20,53 +20,6 @@ namespace {
 constexpr std::uint32_t kMaxVBlank = 65535;
 constexpr unsigned kUnused = 65535;
 
-/// Four-character code of a transfer format. Formats that V4L2 has no code for get one of the driver's own, 'V', 'K'
-/// and the transfer format in two digits.
-std::uint32_t fourCc(unsigned long format, int colorArray) {
-    const auto bayer = [colorArray](std::uint32_t mono, std::uint32_t rggb, std::uint32_t grbg, std::uint32_t gbrg,
-                                    std::uint32_t bggr) {
-        const std::uint32_t codes[] = {mono, rggb, grbg, gbrg, bggr};
-        return codes[colorArray - 1];
-    };
-    switch (format) {
-    case VEK_TRANSFER_RAW8:
-        return bayer(V4L2_PIX_FMT_GREY, V4L2_PIX_FMT_SRGGB8, V4L2_PIX_FMT_SGRBG8, V4L2_PIX_FMT_SGBRG8,
-                     V4L2_PIX_FMT_SBGGR8);
-    case VEK_TRANSFER_RAW10:
-        return bayer(V4L2_PIX_FMT_Y10, V4L2_PIX_FMT_SRGGB10, V4L2_PIX_FMT_SGRBG10, V4L2_PIX_FMT_SGBRG10,
-                     V4L2_PIX_FMT_SBGGR10);
-    case VEK_TRANSFER_RAW12:
-        return bayer(V4L2_PIX_FMT_Y12, V4L2_PIX_FMT_SRGGB12, V4L2_PIX_FMT_SGRBG12, V4L2_PIX_FMT_SGBRG12,
-                     V4L2_PIX_FMT_SBGGR12);
-    case VEK_TRANSFER_RAW14:
-        return bayer(V4L2_PIX_FMT_Y14, V4L2_PIX_FMT_SRGGB14, V4L2_PIX_FMT_SGRBG14, V4L2_PIX_FMT_SGBRG14,
-                     V4L2_PIX_FMT_SBGGR14);
-    case VEK_TRANSFER_RAW16:
-        return bayer(V4L2_PIX_FMT_Y16, V4L2_PIX_FMT_SRGGB16, V4L2_PIX_FMT_SGRBG16, V4L2_PIX_FMT_SGBRG16,
-                     V4L2_PIX_FMT_SBGGR16);
-    case VEK_TRANSFER_MONO8:
-        return V4L2_PIX_FMT_GREY;
-    case VEK_TRANSFER_MONO10:
-        return V4L2_PIX_FMT_Y10;
-    case VEK_TRANSFER_MONO12:
-        return V4L2_PIX_FMT_Y12;
-    case VEK_TRANSFER_MONO14:
-        return V4L2_PIX_FMT_Y14;
-    case VEK_TRANSFER_MONO16:
-        return V4L2_PIX_FMT_Y16;
-    case VEK_TRANSFER_BGR8:
-        return V4L2_PIX_FMT_BGR24;
-    case VEK_TRANSFER_YCRCB422:
-    case VEK_TRANSFER_YCRCB422_BT709:
-        return V4L2_PIX_FMT_YUYV;
-    case VEK_TRANSFER_YCRCB444:
-    case VEK_TRANSFER_YCRCB444_BT709:
-        return v4l2_fourcc('Y', 'U', 'V', '3'); // 24-bit Y, Cb, Cr
-    default:
-        return v4l2_fourcc('V', 'K', '0' + format / 10, '0' + format % 10);
-    }
-}
-
 } // namespace
 
 int CSimulatedDriver::PendingFault() {
@@ -81,6 +34,22 @@ int CSimulatedDriver::PendingFault() {
         return error;
     }
     return mFailAll;
+}
+
+int CSimulatedDriver::Serve(unsigned long request, const std::function<int()>& answer) {
+    SRequestRecord record;
+    record.request = request;
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        record.error = PendingFault();
+    }
+    if (record.error == 0) {
+        record.error = answer(); // which asks the camera itself
+    }
+    record.result = record.error == 0 ? 0 : -1;
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mRequests.push_back(record);
+    return -record.error;
 }
 
 int CSimulatedDriver::Ioctl(unsigned long request, void* argument) {
@@ -136,39 +105,6 @@ int CSimulatedDriver::Answer(unsigned long request, void* argument, SRequestReco
         record.valueOut = error == 0 ? control->value : 0;
         return error;
     }
-    case VIDIOC_QUERYCTRL:
-        return QueryControl(argument);
-    case VIDIOC_QUERYCAP: {
-        auto* capability = static_cast<v4l2_capability*>(argument);
-        *capability = {};
-        std::memcpy(capability->driver, "vekcam-sim", sizeof("vekcam-sim"));
-        mModel.name.copy(reinterpret_cast<char*>(capability->card), sizeof(capability->card) - 1);
-        std::memcpy(capability->bus_info, "platform:vekcam-sim", sizeof("platform:vekcam-sim"));
-        capability->version = (6U << 16) | (1U << 8); // the V4L2 interface as of this kernel version
-        capability->device_caps = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_READWRITE;
-        capability->capabilities = capability->device_caps | V4L2_CAP_DEVICE_CAPS;
-        return 0;
-    }
-    case VIDIOC_ENUM_FMT: {
-        auto* description = static_cast<v4l2_fmtdesc*>(argument);
-        if (description->index != 0 || description->type != V4L2_BUF_TYPE_VIDEO_CAPTURE) {
-            return EINVAL;
-        }
-        *description = {};
-        description->type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-        description->pixelformat = fourCc(mTransferFormat, mSensor.Config().colorArray);
-        std::memcpy(description->description, "current transfer format", sizeof("current transfer format"));
-        return 0;
-    }
-    // The format is chosen by the transfer format control; as drivers do, any other wish is answered with what is set.
-    case VIDIOC_G_FMT:
-    case VIDIOC_S_FMT:
-    case VIDIOC_TRY_FMT:
-        if (static_cast<const v4l2_format*>(argument)->type != V4L2_BUF_TYPE_VIDEO_CAPTURE) {
-            return EINVAL;
-        }
-        FillFormat(argument);
-        return 0;
     default:
         return ENOTTY;
     }
@@ -260,12 +196,14 @@ int CSimulatedDriver::SetControl(std::uint32_t id, std::int32_t value) {
             return ERANGE;
         }
         mVBlank = static_cast<std::uint32_t>(value);
+        Changed();
         return 0;
     case VEK_CID_TRANSFER_FORMAT:
         if (!within(kTransferFormatCount - 1)) {
             return ERANGE;
         }
         mTransferFormat = static_cast<unsigned long>(value);
+        Changed();
         return 0;
     case VEK_CID_BINNING_H:
     case VEK_CID_BINNING_V:
@@ -291,34 +229,6 @@ int CSimulatedDriver::SetControl(std::uint32_t id, std::int32_t value) {
     default:
         return EINVAL;
     }
-}
-
-int CSimulatedDriver::QueryControl(void* argument) const {
-    auto* query = static_cast<v4l2_queryctrl*>(argument);
-    // Standard controls only, in rising order; private ones are not enumerable, as with any old-style driver.
-    struct SStandard {
-        std::uint32_t id;
-        const char* name;
-        std::uint32_t maximum;
-        std::uint32_t initial;
-    };
-    const SStandard standard[] = {{V4L2_CID_EXPOSURE, "Exposure", mModel.maxLongExposure, 0},
-                                  {V4L2_CID_GAIN, "Gain", mModel.maxGain, mModel.initialGain}};
-    const bool next = (query->id & V4L2_CTRL_FLAG_NEXT_CTRL) != 0;
-    const std::uint32_t id = query->id & V4L2_CTRL_ID_MASK;
-    for (const SStandard& control : standard) {
-        if (next ? control.id > id : control.id == id) {
-            *query = {};
-            query->id = control.id;
-            query->type = V4L2_CTRL_TYPE_INTEGER;
-            std::memcpy(query->name, control.name, std::strlen(control.name));
-            query->maximum = static_cast<std::int32_t>(control.maximum);
-            query->step = 1;
-            query->default_value = static_cast<std::int32_t>(control.initial);
-            return 0;
-        }
-    }
-    return EINVAL;
 }
 
 int CSimulatedDriver::Description(void* argument) const {
@@ -382,27 +292,6 @@ int CSimulatedDriver::DefectPosition(const void* argument, SRequestRecord& recor
     mDefectSlots[record.id] = {x, y};
     ApplyMask();
     return 0;
-}
-
-void CSimulatedDriver::FillFormat(void* argument) const {
-    auto* format = static_cast<v4l2_format*>(argument);
-    *format = {};
-    format->type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-    v4l2_pix_format& pixels = format->fmt.pix;
-    pixels.width = CombinedSize(false);
-    pixels.height = CombinedSize(true);
-    pixels.pixelformat = fourCc(mTransferFormat, mSensor.Config().colorArray);
-    pixels.field = V4L2_FIELD_NONE;
-    pixels.bytesperline = static_cast<std::uint32_t>(transferRowBytes(mTransferFormat, pixels.width));
-    pixels.sizeimage = static_cast<std::uint32_t>(BytesPerFrame());
-    const bool bt709 = mTransferFormat >= VEK_TRANSFER_YCRCB411_BT709 && mTransferFormat <= VEK_TRANSFER_YCRCB444_BT709;
-    const bool ycrcb = mTransferFormat >= VEK_TRANSFER_YCRCB411 && mTransferFormat <= VEK_TRANSFER_YCRCB444_BT709;
-    pixels.colorspace = ycrcb ? V4L2_COLORSPACE_SRGB : V4L2_COLORSPACE_RAW;
-    if (ycrcb) {
-        pixels.ycbcr_enc = bt709 ? V4L2_YCBCR_ENC_709 : V4L2_YCBCR_ENC_601;
-        pixels.quantization = bt709 ? V4L2_QUANTIZATION_LIM_RANGE : V4L2_QUANTIZATION_FULL_RANGE;
-        pixels.xfer_func = V4L2_XFER_FUNC_NONE; // linear light
-    }
 }
 
 } // namespace vek::sim

@@ -161,11 +161,13 @@ void CSimulatedDriver::CatchUp() {
 }
 
 void CSimulatedDriver::ResetRegions() {
+    Changed();
     mRois.assign(mMaxRoiCount, SRoi{false, {}});
     mRois.front() = {true, FullArea()};
 }
 
 void CSimulatedDriver::ApplyMask() {
+    Changed();
     std::vector<SPixelPosition> used;
     std::copy_if(mDefectSlots.begin(), mDefectSlots.end(), std::back_inserter(used),
                  [](const SPixelPosition& slot) { return slot.x != kUnused && slot.y != kUnused; });
@@ -241,21 +243,52 @@ SRasterImage CSimulatedDriver::CaptureRaw() {
     return rois.size() > 1 ? Combine(rois, images) : images.front();
 }
 
-long CSimulatedDriver::Read(void* buffer, std::size_t size) {
+std::vector<std::uint8_t> CSimulatedDriver::CaptureWith(std::uint32_t exposure, std::uint16_t gain) {
     const std::lock_guard<std::mutex> lock(mMutex);
-    if (mUnplugged) {
-        return -ENODEV;
+    const std::uint32_t setExposure = std::exchange(mExposure, exposure);
+    const std::uint16_t setGain = std::exchange(mGain, gain);
+    std::vector<std::uint8_t> frame;
+    try {
+        frame = Capture();
+    } catch (...) {
+        mExposure = setExposure;
+        mGain = setGain;
+        throw;
     }
-    if (mFailAll != 0 || mFailReads != 0) {
-        return -(mFailAll != 0 ? mFailAll : mFailReads);
-    }
-    if (buffer == nullptr) {
-        return -EFAULT;
-    }
-    const std::vector<std::uint8_t> frame = Capture();
-    const std::size_t count = std::min({size, frame.size(), mTruncate.value_or(frame.size())});
-    std::memcpy(buffer, frame.data(), count);
-    return static_cast<long>(count);
+    mExposure = setExposure;
+    mGain = setGain;
+    return frame;
+}
+
+std::uint64_t CSimulatedDriver::LookVersion() const {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mLookVersion;
+}
+
+int CSimulatedDriver::ReadFault() const {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mUnplugged ? ENODEV : mFailAll != 0 ? mFailAll : mFailReads;
+}
+
+std::optional<std::size_t> CSimulatedDriver::FrameLimit() const {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mTruncate;
+}
+
+SRectangle CSimulatedDriver::FullFrame() const {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return FullArea();
+}
+
+SRectangle CSimulatedDriver::FullFrame(unsigned codeH, unsigned codeV) const {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    require(codeH <= 2 && codeV <= 2, "binning codes are 0, 1 and 2");
+    return {0, 0, mSensor.BinnedWidth(1U << codeH), mSensor.BinnedHeight(1U << codeV)};
+}
+
+std::vector<SRectangle> CSimulatedDriver::EnabledRegions() const {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return EnabledRois();
 }
 
 unsigned CSimulatedDriver::Width() const {
@@ -307,6 +340,7 @@ double CSimulatedDriver::Gain() const {
 
 void CSimulatedDriver::SetTransferFormat(unsigned long format) {
     const std::lock_guard<std::mutex> lock(mMutex);
+    Changed();
     require(format < kTransferFormatCount, "unknown transfer format");
     mTransferFormat = format;
 }
@@ -318,6 +352,7 @@ unsigned long CSimulatedDriver::TransferFormat() const {
 
 void CSimulatedDriver::SetColorArray(int colorArray) {
     const std::lock_guard<std::mutex> lock(mMutex);
+    Changed();
     SSensorConfig config = mSensor.Config();
     const bool monoChanges = (config.colorArray == 1) != (colorArray == 1);
     config.colorArray = colorArray;
@@ -359,6 +394,7 @@ std::uint16_t CSimulatedDriver::GainValue() const {
 
 void CSimulatedDriver::SetDigitalGain(std::uint16_t value) {
     const std::lock_guard<std::mutex> lock(mMutex);
+    Changed();
     require(mModel.hasDigitalGain && value <= mModel.maxDigitalGain, "digital gain out of range");
     mDigitalGain = value;
 }
@@ -382,6 +418,7 @@ void CSimulatedDriver::SetExposureTime(double seconds) {
 
 void CSimulatedDriver::SetVBlank(std::uint32_t lines) {
     const std::lock_guard<std::mutex> lock(mMutex);
+    Changed();
     require(mModel.hasVBlank && lines <= 65535, "vertical blanking out of range");
     mVBlank = lines;
 }
@@ -411,6 +448,7 @@ void CSimulatedDriver::SetRois(const std::vector<SRoi>& rois) {
     require(HasBlockLayout() || areBands(enabled), "regions do not form bands");
     mRois = rois;
     mRois.resize(mMaxRoiCount, SRoi{false, {}});
+    Changed();
 }
 
 void CSimulatedDriver::SetFullFrame() {
@@ -420,16 +458,19 @@ void CSimulatedDriver::SetFullFrame() {
 
 void CSimulatedDriver::SetLightLevel(float level) {
     const std::lock_guard<std::mutex> lock(mMutex);
+    Changed();
     mSensor.SetLightLevel(level);
 }
 
 void CSimulatedDriver::SetLensCap(bool on) {
     const std::lock_guard<std::mutex> lock(mMutex);
+    Changed();
     mSensor.SetLensCap(on);
 }
 
 void CSimulatedDriver::SetScene(CScene scene) {
     const std::lock_guard<std::mutex> lock(mMutex);
+    Changed();
     mSensor.SetScene(std::move(scene));
 }
 
@@ -440,6 +481,7 @@ CScene CSimulatedDriver::Scene() const {
 
 void CSimulatedDriver::SetSensor(const SSensorConfig& config) {
     const std::lock_guard<std::mutex> lock(mMutex);
+    Changed();
     const bool resized = config.width != mSensor.Config().width || config.height != mSensor.Config().height;
     const bool monoChanges = (config.colorArray == 1) != (mSensor.Config().colorArray == 1);
     mSensor.SetConfig(config);

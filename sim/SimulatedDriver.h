@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -52,14 +53,22 @@ public:
 
     /// Answers one ioctl. 0, or the negative errno: EFAULT for a null argument, ENOTTY for an unknown request.
     int Ioctl(unsigned long request, void* argument);
-    /// V4L2 read I/O: takes a frame and copies as much of it as fits; the rest is lost. Bytes copied, or the
-    /// negative errno.
-    long Read(void* buffer, std::size_t size);
+    /// Counts and records a request that is answered by somebody else, a device node, and lets it fail as FailRequest
+    /// and the like want. answer: 0 or a positive errno. 0, or the negative errno.
+    int Serve(unsigned long request, const std::function<int()>& answer);
+    /// The errno value that reading a frame fails with; 0: it does not.
+    int ReadFault() const;
+    /// Bytes after which frames end; nothing: they are whole.
+    std::optional<std::size_t> FrameLimit() const;
 
     // --- Capture -------------------------------------------------------------------------------------------------
 
     /// Takes the next frame in the current transfer format. Works on an unplugged camera too: it is the test's view.
     std::vector<std::uint8_t> CaptureFrame();
+    /// The same with an exposure and a gain, in the controls' units, that need not be those that are set.
+    std::vector<std::uint8_t> CaptureWith(std::uint32_t exposure, std::uint16_t gain);
+    /// A number that changes with everything but exposure and gain that frames show.
+    std::uint64_t LookVersion() const;
     /// The same frame as levels before transfer: mosaic or grey, one channel, regions as transferred. Counts as a
     /// frame. Throws std::logic_error while several regions are delivered as blocks.
     SRasterImage CaptureRaw();
@@ -70,6 +79,9 @@ public:
     std::size_t FrameSize() const;     ///< bytes of one transferred frame
     std::uint64_t FrameNumber() const; ///< number of the next frame, from 0
     void SetFrameNumber(std::uint64_t number);
+    SRectangle FullFrame() const;                               ///< transferred pixels, without regions
+    SRectangle FullFrame(unsigned codeH, unsigned codeV) const; ///< at a binning; empty: the sensor is too small
+    std::vector<SRectangle> EnabledRegions() const;
     double SimulatedSeconds() const; ///< start of the next frame on the camera's clock
     double FramePeriod() const;      ///< seconds from frame to frame, the exposure considered
     double ExposureTime() const;     ///< seconds
@@ -143,11 +155,9 @@ private:
     int Answer(unsigned long request, void* argument, SRequestRecord& record);
     int GetControl(std::uint32_t id, std::int32_t& value) const;
     int SetControl(std::uint32_t id, std::int32_t value);
-    int QueryControl(void* argument) const;
     int Description(void* argument) const;
     int RoiInfo(void* argument, SRequestRecord& record) const;
     int DefectPosition(const void* argument, SRequestRecord& record);
-    void FillFormat(void* argument) const;
     int PendingFault();
 
     bool HasBlockLayout() const;
@@ -159,6 +169,7 @@ private:
     double CurrentExposure() const;
     double CurrentPeriod() const;
     SExposure NextExposure() const;
+    void Changed() { ++mLookVersion; }
     void CatchUp();
     void ResetRegions();
     void ApplyMask();
@@ -180,6 +191,7 @@ private:
     unsigned mMaxRoiCount = 1;
     std::vector<SRoi> mRois;
     std::vector<SPixelPosition> mDefectSlots;
+    std::uint64_t mLookVersion = 0;
     std::uint64_t mFrame = 0;
     double mSeconds = 0.0;
 

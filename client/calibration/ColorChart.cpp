@@ -7,7 +7,7 @@
 #include "client/frames/RawFrame.h"
 #include "formats/ColorArrays.h"
 
-#include <Eigen/Dense>
+#include <Eigen/QR>
 #include <fmt/format.h>
 
 #include <algorithm>

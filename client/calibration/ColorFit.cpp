@@ -3,7 +3,8 @@
 
 #include "client/Errors.h"
 
-#include <Eigen/Dense>
+#include <Eigen/Cholesky>
+#include <Eigen/QR>
 
 #include <algorithm>
 #include <cmath>

@@ -24,9 +24,7 @@ void expectDone(int status, const char* what) {
 
 } // namespace
 
-CLuminanceLoop::CLuminanceLoop(VekCam_Handle handle, CFrameGrabber& grabber, const ICamera& camera,
-                               const SLuminanceSettings& settings, const SRegion& region)
-    : mHandle(handle), mGrabber(grabber), mCamera(camera), mRegion(region) {
+void setLuminance(VekCam_Handle handle, const SLuminanceSettings& settings) {
     expectDone(VekCam_SetALCTargetLevel(handle, settings.target), "the target level");
     if (settings.minGain) {
         expectDone(VekCam_SetAGCMinGain(handle, *settings.minGain), "the smallest gain");
@@ -41,6 +39,12 @@ CLuminanceLoop::CLuminanceLoop(VekCam_Handle handle, CFrameGrabber& grabber, con
         expectDone(VekCam_SetAEMaxExposureClock(handle, *settings.maxExposure), "the longest exposure");
     }
     expectDone(VekCam_SetALCMode(handle, settings.mode), "the mode");
+}
+
+CLuminanceLoop::CLuminanceLoop(VekCam_Handle handle, CFrameGrabber& grabber, const ICamera& camera,
+                               const SLuminanceSettings& settings, const SRegion& region)
+    : mHandle(handle), mGrabber(grabber), mCamera(camera), mRegion(region) {
+    setLuminance(handle, settings);
 }
 
 SLuminanceStep CLuminanceLoop::Step() {

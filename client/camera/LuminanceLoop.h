@@ -33,6 +33,9 @@ struct SLuminanceSettings {
     std::optional<std::uint32_t> maxExposure = {};
 };
 
+/// Gives the library's handle of a camera the settings. Throws CFailure when it refuses.
+void setLuminance(VekCam_Handle handle, const SLuminanceSettings& settings);
+
 /// Runs automatic luminance control on an open camera, frame by frame. The library reads gain and exposure when its
 /// handle is opened: later the control alone may set them.
 class CLuminanceLoop {

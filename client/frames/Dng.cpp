@@ -5,8 +5,12 @@
 #include "client/pictures/Image.h"
 #include "formats/ColorArrays.h"
 
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
+#include <ctime>
 #include <numeric>
 #include <utility>
 
@@ -53,6 +57,30 @@ SDngFrame dngFrameOf(const STransferredFrame& frame) {
         dng.tags.colors = {{kLightD65, kXyzToSrgb}};
     }
     return dng;
+}
+
+void takeMeta(SDngTags& tags, const SFrameMeta& meta) {
+    constexpr std::int64_t kNanoseconds = 1'000'000'000;
+    const std::int64_t rest = ((meta.wallNs % kNanoseconds) + kNanoseconds) % kNanoseconds;
+    const std::time_t seconds = (meta.wallNs - rest) / kNanoseconds;
+    std::tm utc{};
+    if (gmtime_r(&seconds, &utc) != nullptr) {
+        tags.dateTime = fmt::format("{:%Y:%m:%d %H:%M:%S}", utc);
+        tags.description = fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:09}Z, ", utc, rest);
+    }
+    tags.description += fmt::format("sequence {}", meta.sequence);
+    if (meta.exposure) {
+        tags.description += fmt::format(", exposure {} clocks", *meta.exposure);
+    }
+    if (meta.gain) {
+        tags.description += fmt::format(", gain {}", *meta.gain);
+    }
+    if (meta.gainMilliDb) {
+        tags.description += fmt::format(" ({:.3f} dB)", *meta.gainMilliDb / 1000.0);
+    }
+    if (meta.exposureNs) {
+        tags.exposureTime = static_cast<double>(*meta.exposureNs) / static_cast<double>(kNanoseconds);
+    }
 }
 
 bool hasStandInColors(const SDngTags& tags) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "client/frames/Measurement.h"
+#include "client/recording/FrameRecord.h"
 
 #include <array>
 #include <cstdint>
@@ -56,9 +57,12 @@ struct SDngTags {
         {};                              ///< of each sample; those behind its end count as its last. Empty: none
     std::vector<SDngColors> colors = {}; ///< up to two lights
     std::optional<std::array<double, 3>> neutral = {}; ///< AsShotNeutral: grey in the camera's red, green, blue
-    std::vector<double> noise = {};      ///< NoiseProfile: scale and offset, of all colours or of red, green, blue
-    unsigned short orientation = 1;      ///< as TIFF has it, 1..8
-    std::vector<SGainMap> gainMaps = {}; ///< of OpcodeList2: before the frame is demosaiced
+    std::vector<double> noise = {};          ///< NoiseProfile: scale and offset, of all colours or of red, green, blue
+    unsigned short orientation = 1;          ///< as TIFF has it, 1..8
+    std::vector<SGainMap> gainMaps = {};     ///< of OpcodeList2: before the frame is demosaiced
+    std::string description = {};            ///< ImageDescription; empty: none
+    std::string dateTime = {};               ///< DateTimeOriginal, "YYYY:MM:DD HH:MM:SS"; empty: none
+    std::optional<double> exposureTime = {}; ///< seconds
 };
 
 /// The frame of a DNG file.
@@ -82,6 +86,9 @@ SGainMap gainMapOf(std::optional<unsigned> phase, std::uint32_t width, std::uint
 /// A frame for a DNG file, with tags that tell nothing but the largest sample of its format: the colours are those of
 /// a camera that has sRGB's primaries. frame: of a format of bytes or words.
 SDngFrame dngFrameOf(const STransferredFrame& frame);
+
+/// Takes what is known of a recorded frame: its time (UTC), its exposure, and the rest in words.
+void takeMeta(SDngTags& tags, const SFrameMeta& meta);
 
 /// Whether the colours of a frame are those of dngFrameOf, which tell nothing of its camera.
 bool hasStandInColors(const SDngTags& tags);

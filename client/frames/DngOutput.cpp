@@ -144,6 +144,16 @@ void writeDng(COutputFile& file, const SDngFrame& frame) {
     if (!tags.gainMaps.empty()) {
         setArray(tiff, kTagOpcodeList2, opcodeListOf(tags.gainMaps));
     }
+    if (!tags.description.empty()) {
+        tiff.Set(TIFFTAG_IMAGEDESCRIPTION, tags.description.c_str());
+    }
+    if (!tags.dateTime.empty()) {
+        tiff.Set(TIFFTAG_DATETIME, tags.dateTime.c_str());
+        tiff.Set(kTagDateTimeOriginal, tags.dateTime.c_str());
+    }
+    if (tags.exposureTime) {
+        tiff.Set(kTagExposureTime, *tags.exposureTime);
+    }
     const std::size_t rowBytes = std::size_t{frame.width} * (frame.bits / 8);
     tiff.WriteRows([&](std::uint32_t y, std::uint8_t* row) {
         std::copy_n(frame.bytes.begin() + static_cast<std::ptrdiff_t>(y * rowBytes), rowBytes, row);

@@ -14,8 +14,12 @@ char forwardMatrix1[] = "ForwardMatrix1";
 char forwardMatrix2[] = "ForwardMatrix2";
 char opcodeList2[] = "OpcodeList2";
 char noiseProfile[] = "NoiseProfile";
+char exposureTime[] = "ExposureTime";
+char dateTimeOriginal[] = "DateTimeOriginal";
 
 const TIFFFieldInfo kFields[] = {
+    {kTagExposureTime, 1, 1, TIFF_RATIONAL, FIELD_CUSTOM, 1, 0, exposureTime},
+    {kTagDateTimeOriginal, TIFF_VARIABLE, TIFF_VARIABLE, TIFF_ASCII, FIELD_CUSTOM, 1, 0, dateTimeOriginal},
     {kTagForwardMatrix1, TIFF_VARIABLE, TIFF_VARIABLE, TIFF_SRATIONAL, FIELD_CUSTOM, 1, 1, forwardMatrix1},
     {kTagForwardMatrix2, TIFF_VARIABLE, TIFF_VARIABLE, TIFF_SRATIONAL, FIELD_CUSTOM, 1, 1, forwardMatrix2},
     {kTagOpcodeList2, TIFF_VARIABLE2, TIFF_VARIABLE2, TIFF_UNDEFINED, FIELD_CUSTOM, 1, 1, opcodeList2},

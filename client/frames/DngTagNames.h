@@ -5,6 +5,8 @@ namespace vek::client {
 
 // Tags that libtiff does not know by itself.
 enum DngTag : unsigned {
+    kTagExposureTime = 33434, // of EXIF, and of TIFF/EP in the frame's own directory
+    kTagDateTimeOriginal = 36867,
     kTagForwardMatrix1 = 50964,
     kTagForwardMatrix2 = 50965,
     kTagOpcodeList2 = 51009,

@@ -4,6 +4,7 @@
 #include "client/frames/DngInput.h"
 #include "client/frames/DngOutput.h"
 #include "client/frames/PngFrame.h"
+#include "client/recording/Recording.h"
 
 #include <fmt/format.h>
 #include <glob.h>
@@ -125,9 +126,16 @@ struct CFrameFiles::SSource {
     std::string path;
     bool dng = false;
     bool png = false;
-    SRawForm form;                      ///< of a raw or PNG one
-    std::optional<std::uint64_t> held;  ///< frames; nothing: a pipe
-    std::unique_ptr<CFrameInput> input; ///< open: standard input and pipes from the beginning on
+    bool recorded = false;
+    SRawForm form;                         ///< of a raw or PNG one, or a recording
+    std::optional<std::uint64_t> held;     ///< frames; nothing: a pipe
+    std::unique_ptr<CFrameInput> input;    ///< open: standard input and pipes from the beginning on
+    std::unique_ptr<CRecording> recording; ///< open
+
+    void Close() {
+        input.reset();
+        recording.reset();
+    }
 };
 
 CFrameFiles::CFrameFiles(std::vector<std::string> paths, const SFrameSteps& steps, const SFrameChoice& reading,
@@ -175,6 +183,19 @@ std::unique_ptr<CFrameInput> CFrameFiles::Opened(const SSource& source) const {
 
 /// Learns what a file is and how many frames it holds.
 void CFrameFiles::LookAt(SSource& source) {
+    source.recorded = isRecording(source.path);
+    if (source.recorded) {
+        source.form = mFormOf(source.path);
+        const CRecording recording(source.path);
+        for (const SRecordingDamage& damage : recording.Damages()) {
+            mWarn(fmt::format("{}: {}", source.path, damageText(damage)));
+        }
+        source.held = recording.Count();
+        if (source.held == 0) {
+            throw CFailure(fmt::format("{}: the recording holds no frame", source.path));
+        }
+        return;
+    }
     source.dng = !mReading.force && source.path != "-" && (isDngName(source.path) || beginsAsTiff(source.path));
     if (source.dng) {
         source.held = 1;
@@ -256,17 +277,45 @@ std::optional<SSeriesFrame> CFrameFiles::FromRaw(SSource& source, std::uint64_t 
     return frame;
 }
 
-std::string CFrameFiles::LeaveFile() {
-    if (mSource >= mSources.size()) {
-        return {};
+std::optional<SSeriesFrame> CFrameFiles::FromRecording(SSource& source, std::uint64_t index) {
+    if (index >= *source.held) {
+        return std::nullopt;
     }
-    SSource& source = mSources[mSource++];
+    if (source.recording == nullptr) {
+        source.recording = std::make_unique<CRecording>(source.path);
+    }
+    if (index >= source.recording->Count()) {
+        throw CFailure(fmt::format("{}: the recording became shorter", source.path));
+    }
+    SSeriesFrame frame;
+    frame.frame = {source.form.format, source.form.width, source.form.height, source.form.colorArray,
+                   source.recording->Read(index)};
+    frame.meta = source.recording->Meta(index);
+    frame.index = source.recording->Record(index).number;
+    return frame;
+}
+
+SSeriesFrame CFrameFiles::LeaveFile() {
+    SSeriesFrame left;
+    if (mSource >= mSources.size()) {
+        return left;
+    }
+    SSource& source = mSources[mSource];
+    left.path = source.path;
+    left.index = mNext - mBefore;
+    left.number = mNext;
+    if (source.recording != nullptr && left.index < source.recording->Count()) {
+        left.index = source.recording->Record(left.index).number;
+        mNext += mSteps.step;
+        return left;
+    }
+    ++mSource;
     mBefore += source.held ? *source.held : source.input->Held();
     while (mNext < mBefore) {
         mNext += mSteps.step;
     }
-    source.input.reset();
-    return source.path;
+    source.Close();
+    return left;
 }
 
 std::optional<SSeriesFrame> CFrameFiles::Next() {
@@ -276,18 +325,19 @@ std::optional<SSeriesFrame> CFrameFiles::Next() {
     while (mSource < mSources.size()) {
         SSource& source = mSources[mSource];
         const std::uint64_t index = mNext - mBefore;
-        std::optional<SSeriesFrame> frame = source.dng   ? FromDng(source, index)
-                                            : source.png ? FromPng(source, index)
-                                                         : FromRaw(source, index);
+        std::optional<SSeriesFrame> frame = source.dng        ? FromDng(source, index)
+                                            : source.png      ? FromPng(source, index)
+                                            : source.recorded ? FromRecording(source, index)
+                                                              : FromRaw(source, index);
         if (frame) {
             frame->path = source.path;
-            frame->index = index;
+            frame->index = frame->meta ? frame->index : index;
             frame->number = mNext;
             mNext += mSteps.step;
             return frame;
         }
         mBefore += source.held ? *source.held : source.input->Held();
-        source.input.reset();
+        source.Close();
         ++mSource;
     }
     if (!mCount && mNext == mSteps.first) {

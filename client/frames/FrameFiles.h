@@ -5,6 +5,7 @@
 #include "client/frames/Dng.h"
 #include "client/frames/FrameInput.h"
 #include "client/frames/Measurement.h"
+#include "client/recording/FrameRecord.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -49,16 +50,17 @@ struct SRawForm {
 struct SSeriesFrame {
     STransferredFrame frame;
     std::string path;
-    std::uint64_t index = 0;      ///< in the file, counted from 0
-    std::uint64_t number = 0;     ///< in the series, counted from 0
-    std::optional<SDngTags> tags; ///< of a DNG file
+    std::uint64_t index = 0;        ///< in the file, counted from 0; of a recording its place
+    std::uint64_t number = 0;       ///< in the series, counted from 0
+    std::optional<SDngTags> tags;   ///< of a DNG file
+    std::optional<SFrameMeta> meta; ///< of a recording
 };
 
-/// The frames of files, one file after the other: raw ones, DNG and grey PNG files with one frame each, "-" for raw
-/// frames on standard input. Regular files are open while they are read only.
+/// The frames of files, one file after the other: raw ones, recordings, DNG and grey PNG files with one frame each, "-"
+/// for raw frames on standard input. Regular files are open while they are read only.
 class CFrameFiles {
 public:
-    /// Called once for each raw or PNG file.
+    /// Called once for each raw file, PNG file or recording.
     using FormOf = std::function<SRawForm(const std::string& path)>;
 
     /// Called for a file that cannot be read, with the reason.
@@ -79,8 +81,9 @@ public:
     std::optional<std::uint64_t> Count() const { return mCount; }
     /// The next frame; nothing behind the last one. Throws CFailure, COtherKind.
     std::optional<SSeriesFrame> Next();
-    /// Where Next threw: the file that it read, and goes on with the one behind it.
-    std::string LeaveFile();
+    /// Where Next threw: the frame that it read, without its bytes, and goes on with the file behind it; of a recording
+    /// with the frame behind it.
+    SSeriesFrame LeaveFile();
 
 private:
     struct SSource;
@@ -89,6 +92,7 @@ private:
     std::unique_ptr<CFrameInput> Opened(const SSource& source) const;
     std::optional<SSeriesFrame> FromDng(const SSource& source, std::uint64_t index);
     std::optional<SSeriesFrame> FromPng(const SSource& source, std::uint64_t index);
+    std::optional<SSeriesFrame> FromRecording(SSource& source, std::uint64_t index);
     std::optional<SSeriesFrame> FromRaw(SSource& source, std::uint64_t index);
 
     SFrameSteps mSteps;

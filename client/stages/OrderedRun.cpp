@@ -15,6 +15,7 @@
 #include <csignal>
 #include <exception>
 #include <thread>
+#include <utility>
 
 namespace vek::client {
 
@@ -72,13 +73,17 @@ void runInOrder(unsigned threads, const SOrderedSteps& steps) {
     });
     sigset_t all;
     sigfillset(&all);
+    bool interrupted = false;
     while (!done) {
         int signal = 0;
         if (sigwait(&all, &signal) != 0) {
             continue;
         }
         if (CTemporaryFile::EndsProgram(signal)) {
-            CTemporaryFile::EndBySignal(signal);
+            if (!steps.interrupt || std::exchange(interrupted, true)) {
+                CTemporaryFile::EndBySignal(signal);
+            }
+            steps.interrupt();
         }
         if (signal == SIGTSTP || signal == SIGTTIN || signal == SIGTTOU) {
             kill(getpid(), SIGSTOP); // as from the terminal

@@ -34,11 +34,14 @@ LIBRARY_TEST = rf"tests/({'|'.join(ALLOWED)}|support)/.*|src/.*|sim/.*|{PUBLIC}"
 BESIDE = {
     "sim": rf"sim/.*|src/device/DriverAbi\.h|{PUBLIC}",
     "client": rf"client/.*|src/formats/.*|src/settings/Keys\.h|{PUBLIC}",
-    "tools": rf"tools/.*|client/.*|sim/.*|CommandList\.inc|{PUBLIC}",
+    "emulator": rf"emulator/(server/.*|\w+\.h)|sim/.*|{PUBLIC}",
+    "emulator/preload": r"emulator/(preload/.*|Protocol\.h)",
+    "tools": rf"tools/.*|client/.*|emulator/Emulation\.h|sim/.*|CommandList\.inc|{PUBLIC}",
     "examples": rf"sim/.*|{PUBLIC}",
     "bench": rf"bench/.*|src/(chain|imageproc|formats)/.*|{PUBLIC}",
     "fuzz": rf"fuzz/.*|client/.*|src/(chain|imageproc|formats|common)/.*|{PUBLIC}",
     **{f"tests/{layer}": LIBRARY_TEST for layer in ALLOWED if layer != "common"},
+    "tests/emulator": r"tests/emulator/.*",
     "tests/client": rf"tests/(client|support)/.*|client/.*|sim/.*|{PUBLIC}",
     "tests/fuzz": r"tests/support/.*",
     "tests/sim": rf"tests/(sim|support)/.*|sim/.*|src/device/DriverAbi\.h|{PUBLIC}",
@@ -50,15 +53,16 @@ RELATIVE = {"tests", "bench", "fuzz"}
 # System headers that a folder does without.
 BARRED = {
     "client/": r"CLI/.*",
-    "client/(?!camera/)": r"sys/ioctl\.h|linux/videodev2\.h",
+    "client/(?!camera/|capture/)": r"sys/ioctl\.h|linux/videodev2\.h",
+    "emulator/preload/": r"(?!algorithm|atomic|type_traits)(?!c(errno|limits|signal|stdarg|stddef|stdint|stdio|stdlib|string|time)$)\w+",
     "tools/": r"sys/ioctl\.h|linux/.*|(png|jpeglib|tiffio)\.h",
     "tools/(commands|options|simulation)/": r"fstream|filesystem|cstdio|stdio\.h|unistd\.h|fcntl\.h|sys/.*",
 }
 # The rooms of a folder: each includes itself and what stands in front of it. "": files of the folder itself.
 ROOMS = {
     "client": [
-        "", "names", "files", "pictures", "drawing", "frames", "profiles", "settings", "camera", "stages", "develop",
-        "statistics", "calibration",
+        "", "names", "files", "pictures", "drawing", "recording", "frames", "profiles", "settings", "camera", "capture",
+        "stages", "develop", "statistics", "calibration",
     ],
     "tools": ["text", "simulation", "options", "commands", ""],
 }
@@ -100,7 +104,8 @@ def violations_beside(root):
     for top in sorted({folder.split("/")[0] for folder in BESIDE}):
         for path in sources(root / top):
             relative = path.relative_to(root)
-            folder = "/".join(relative.parts[:2]) if top == "tests" else top
+            below = "/".join(relative.parts[:2])
+            folder = below if top == "tests" or below in BESIDE else top
             if folder not in BESIDE or room(relative) not in ROOMS.get(folder, [room(relative)]):
                 yield f"{relative}: no rule for its folder"
                 continue

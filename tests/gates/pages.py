@@ -29,7 +29,7 @@ NOT_RUN = {
 SHORTER = {("README.md", "./dev demo"): "./dev demo --width 320 --height 240"}
 
 # Languages of blocks. Only "sh" is run; "text" right behind it is what it prints. "text synopsis" is a command's form.
-LANGUAGES = {"sh", "c", "cpp", "cmake", "text", "text synopsis"}
+LANGUAGES = {"sh", "c", "cpp", "cmake", "python", "text", "text synopsis"}
 COMMAND_LINE = re.compile(r"\s*(\$ |[A-Z_]+=\S* |(vekcam|\./dev|cmake|cc|gcc|pkg-config|export|dd|sudo|apt|apt-get) )")
 PAGE_SECONDS = 120
 

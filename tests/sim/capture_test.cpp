@@ -247,28 +247,6 @@ TEST(Capture, ColorFormatsShowTheScene) {
     EXPECT_NEAR(sums[2] / 1024.0, 102.0, 2.0);
 }
 
-TEST(Capture, ReadCopiesWhatFits) {
-    CSimulatedDriver driver = countingDriver();
-    std::vector<std::uint8_t> buffer(200, 0xEE);
-    EXPECT_EQ(driver.Read(buffer.data(), buffer.size()), 120);
-    EXPECT_EQ(buffer[119], 101);
-    EXPECT_EQ(buffer[120], 0xEE);
-    std::fill(buffer.begin(), buffer.end(), std::uint8_t{0xEE});
-    EXPECT_EQ(driver.Read(buffer.data(), 5), 5);
-    EXPECT_EQ(buffer[4], 4);
-    EXPECT_EQ(buffer[5], 0xEE);
-    EXPECT_EQ(driver.FrameNumber(), 2U);
-    driver.TruncateFrames(7);
-    EXPECT_EQ(driver.Read(buffer.data(), buffer.size()), 7);
-    driver.TruncateFrames(std::nullopt);
-    driver.FailReads(EAGAIN);
-    EXPECT_EQ(driver.Read(buffer.data(), buffer.size()), -EAGAIN);
-    EXPECT_EQ(driver.FrameNumber(), 3U);
-    driver.FailReads(0);
-    EXPECT_EQ(driver.Read(nullptr, 5), -EFAULT);
-    EXPECT_EQ(driver.Read(buffer.data(), buffer.size()), 120);
-}
-
 TEST(Capture, SettingsRefuseWhatTheCameraCannotTake) {
     CSimulatedDriver driver("clock-vga");
     EXPECT_THROW(driver.SetTransferFormat(22), std::invalid_argument);

@@ -163,65 +163,6 @@ TEST_F(DriverRequests, DefectSlots) {
     EXPECT_EQ(mDriver.Requests()[0].valueIn, 100 | 200 << 16);
 }
 
-TEST_F(DriverRequests, OrdinaryV4l2Requests) {
-    v4l2_capability capability{};
-    ASSERT_EQ(mDriver.Ioctl(VIDIOC_QUERYCAP, &capability), 0);
-    EXPECT_STREQ(reinterpret_cast<const char*>(capability.card), "global-5m");
-    EXPECT_EQ(capability.device_caps, static_cast<std::uint32_t>(V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_READWRITE));
-    v4l2_format format{};
-    format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-    ASSERT_EQ(mDriver.Ioctl(VIDIOC_G_FMT, &format), 0);
-    EXPECT_EQ(format.fmt.pix.width, 2448U);
-    EXPECT_EQ(format.fmt.pix.pixelformat, static_cast<std::uint32_t>(V4L2_PIX_FMT_SRGGB12));
-    EXPECT_EQ(format.fmt.pix.bytesperline, 4896U);
-    EXPECT_EQ(format.fmt.pix.sizeimage, 4896U * 2048U);
-    mDriver.SetTransferFormat(VEK_TRANSFER_YCRCB422_BT709);
-    format.fmt.pix.width = 1;
-    ASSERT_EQ(mDriver.Ioctl(VIDIOC_S_FMT, &format), 0);
-    EXPECT_EQ(format.fmt.pix.width, 2448U);
-    EXPECT_EQ(format.fmt.pix.pixelformat, static_cast<std::uint32_t>(V4L2_PIX_FMT_YUYV));
-    EXPECT_EQ(format.fmt.pix.quantization, static_cast<std::uint32_t>(V4L2_QUANTIZATION_LIM_RANGE));
-    format.type = V4L2_BUF_TYPE_VIDEO_OUTPUT;
-    EXPECT_EQ(mDriver.Ioctl(VIDIOC_G_FMT, &format), -EINVAL);
-    v4l2_fmtdesc description{};
-    description.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-    EXPECT_EQ(mDriver.Ioctl(VIDIOC_ENUM_FMT, &description), 0);
-    EXPECT_EQ(description.pixelformat, static_cast<std::uint32_t>(V4L2_PIX_FMT_YUYV));
-    description.index = 1;
-    EXPECT_EQ(mDriver.Ioctl(VIDIOC_ENUM_FMT, &description), -EINVAL);
-}
-
-TEST_F(DriverRequests, ControlsAreEnumerable) {
-    v4l2_queryctrl query{};
-    query.id = V4L2_CTRL_FLAG_NEXT_CTRL;
-    ASSERT_EQ(mDriver.Ioctl(VIDIOC_QUERYCTRL, &query), 0);
-    EXPECT_EQ(query.id, static_cast<std::uint32_t>(V4L2_CID_EXPOSURE));
-    EXPECT_EQ(query.maximum, 2000000000);
-    query.id |= V4L2_CTRL_FLAG_NEXT_CTRL;
-    ASSERT_EQ(mDriver.Ioctl(VIDIOC_QUERYCTRL, &query), 0);
-    EXPECT_EQ(query.id, static_cast<std::uint32_t>(V4L2_CID_GAIN));
-    EXPECT_EQ(query.maximum, 683);
-    query.id |= V4L2_CTRL_FLAG_NEXT_CTRL;
-    EXPECT_EQ(mDriver.Ioctl(VIDIOC_QUERYCTRL, &query), -EINVAL);
-    query.id = V4L2_CID_BRIGHTNESS;
-    EXPECT_EQ(mDriver.Ioctl(VIDIOC_QUERYCTRL, &query), -EINVAL);
-}
-
-TEST_F(DriverRequests, EveryFourCcIsItsOwnPerContent) {
-    v4l2_format format{};
-    for (unsigned long code = 0; code < kTransferFormatCount; ++code) {
-        mDriver.SetTransferFormat(code);
-        format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-        ASSERT_EQ(mDriver.Ioctl(VIDIOC_G_FMT, &format), 0);
-        EXPECT_NE(format.fmt.pix.pixelformat, 0U);
-        EXPECT_EQ(format.fmt.pix.sizeimage, mDriver.FrameSize());
-    }
-    mDriver.SetTransferFormat(2);
-    format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-    ASSERT_EQ(mDriver.Ioctl(VIDIOC_G_FMT, &format), 0);
-    EXPECT_EQ(format.fmt.pix.pixelformat, static_cast<std::uint32_t>(v4l2_fourcc('V', 'K', '0', '2')));
-}
-
 TEST_F(DriverRequests, AreRecordedInOrder) {
     Set(V4L2_CID_GAIN, 17);
     Get(V4L2_CID_EXPOSURE);
@@ -251,8 +192,7 @@ TEST_F(DriverRequests, FailOnDemand) {
     EXPECT_EQ(mDriver.Requests()[1], (SRequestRecord{VIDIOC_S_CTRL, V4L2_CID_GAIN, 2, 0, -1, EIO}));
     mDriver.FailAll(EPERM);
     EXPECT_EQ(Get(V4L2_CID_GAIN), (SAnswer{-EPERM, -12345}));
-    std::uint8_t byte = 0;
-    EXPECT_EQ(mDriver.Read(&byte, 1), -EPERM);
+    EXPECT_EQ(mDriver.ReadFault(), EPERM);
     mDriver.FailAll(0);
     EXPECT_EQ(Get(V4L2_CID_GAIN), (SAnswer{0, 4}));
     EXPECT_THROW(mDriver.FailRequest(0, EIO), std::invalid_argument);
@@ -273,9 +213,8 @@ TEST_F(DriverRequests, OverriddenControlsAnswerAnything) {
 
 TEST_F(DriverRequests, UnpluggedCameraIsGone) {
     mDriver.Unplug();
-    std::uint8_t byte = 0;
     EXPECT_EQ(Get(V4L2_CID_GAIN), (SAnswer{-ENODEV, -12345}));
-    EXPECT_EQ(mDriver.Read(&byte, 1), -ENODEV);
+    EXPECT_EQ(mDriver.ReadFault(), ENODEV);
     EXPECT_EQ(mDriver.Requests().back().error, ENODEV);
     mDriver.Replug();
     EXPECT_EQ(Get(V4L2_CID_GAIN).result, 0);

@@ -17,13 +17,14 @@ TEST_P(BadArguments, ExitTwoWithOneLine) {
 
 INSTANTIATE_TEST_SUITE_P(Program, BadArguments,
                          ::testing::Values(SRefusal{{}, "subcommand"}, SRefusal{{"paint"}, "paint"},
-                                           SRefusal{{"--paint"}, "--paint"}, SRefusal{{"info", "demo"}, "demo"}));
+                                           SRefusal{{"--paint"}, "--paint"}, SRefusal{{"units", "demo"}, "demo"}));
 
 INSTANTIATE_TEST_SUITE_P(Info, BadArguments,
                          ::testing::Values(SRefusal{{"info", "--sim", "box-camera"}, "box-camera"},
                                            SRefusal{{"info", "--sim", "--device", "/dev/null"}, "--sim"},
                                            SRefusal{{"info", "--device"}, "--device"},
-                                           SRefusal{{"info", "--xml"}, "--xml"}, SRefusal{{"info", "extra"}, "extra"},
+                                           SRefusal{{"info", "--xml"}, "--xml"},
+                                           SRefusal{{"info", "extra", "more"}, "more"},
                                            SRefusal{{"info", "--json=5"}, "json"}));
 
 INSTANTIATE_TEST_SUITE_P(Demo, BadArguments,

@@ -121,7 +121,7 @@ TEST_F(Messages, PicturesAreNotCalledAnythingElse) {
         EXPECT_EQ(result.exitCode, 2) << name;
         EXPECT_EQ(result.err, "vekcam: --output: \"" + Path(name) +
                                   "\": no known kind of picture: its name has to end in one of .png, .tif, .tiff, "
-                                  ".jpg, .jpeg, .ppm, .pgm, .pnm, .dng\n");
+                                  ".jpg, .jpeg, .ppm, .pgm, .pnm, .dng; of recordings .nut, .ser\n");
         EXPECT_FALSE(std::filesystem::exists(Path(name)));
     }
 }

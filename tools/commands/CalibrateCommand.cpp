@@ -161,12 +161,13 @@ void addKind(CLI::App& command, const char* name, const char* help, bool dark) {
 
 void addCalibrateCommand(CLI::App& app) {
     CLI::App* const command = app.add_subcommand(
-        "calibrate", "Take the frames that corrections are made from; measure black level, noise and colours");
+        "calibrate", "Take the frames that corrections are made from; measure black level, noise, delays and colours");
     command->require_subcommand(1);
     addBlackKind(*command);
     addKind(*command, "dark", "Take dark frames, the lens capped, for `vekcam convert --noise complex`", true);
     addKind(*command, "flat", "Take frames of an even white surface for `vekcam convert --shading`", false);
     addNoiseKind(*command);
+    addDelayKind(*command);
     addCalibrateColor(*command);
 }
 

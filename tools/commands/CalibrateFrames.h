@@ -93,6 +93,7 @@ std::string framesText(std::uint64_t count, const client::STransferredFrame& for
 
 // The kinds in files of their own.
 void addBlackKind(CLI::App& command);
+void addDelayKind(CLI::App& command);
 void addNoiseKind(CLI::App& command);
 
 } // namespace vek::tools

@@ -24,6 +24,9 @@ SDngFrame dngOutput(const SConvertArguments& arguments, CChosenFrame& input) {
     requireNoPicture(arguments);
     requireRaw(arguments);
     SDngFrame dng = input.Dng() ? *input.Dng() : untouchedFrame(arguments, CLibraryHandle(-1), input.Take());
+    if (input.Meta()) {
+        takeMeta(dng.tags, *input.Meta());
+    }
     takeLevels(arguments, dng);
     return dng;
 }
@@ -58,6 +61,10 @@ void convertOne(SConvertArguments& arguments) {
 }
 
 void convert(SConvertArguments& arguments) {
+    if (isVideoName(arguments.output)) {
+        convertToVideo(arguments);
+        return;
+    }
     if (isSeries(arguments)) {
         convertSeries(arguments);
         return;
@@ -68,11 +75,11 @@ void convert(SConvertArguments& arguments) {
 
 /// What keeps the output from being written to a path; empty where nothing does.
 std::string outputComplaint(const std::string& path) {
-    if (isDngName(path)) {
+    if (isVideoName(path)) {
         return bytesComplaint(path);
     }
-    const std::string complaint = pictureComplaint(path);
-    return pictureFormat(path) != nullptr ? complaint : complaint + ", .dng";
+    const std::string complaint = frameOutputComplaint(path);
+    return complaint.ends_with(".dng") ? complaint + "; of recordings .nut, .ser" : complaint;
 }
 
 } // namespace
@@ -86,7 +93,8 @@ void addConvertCommand(CLI::App& app) {
 
     command
         ->add_option("IN", arguments->inputs,
-                     "Files with raw frames, DNG files, or grey PNG files; these tell their size and format.\n"
+                     "Files with raw frames, DNG files, recordings, or grey PNG files; these tell their size\n"
+                     "and format.\n"
                      "- reads raw frames from standard input. Of several files, or where one of the options\n"
                      "of a series is given, each frame becomes a file; names with *, ? and [...] are all\n"
                      "that fit")
@@ -99,16 +107,10 @@ void addConvertCommand(CLI::App& app) {
     addColorArray(*command, arguments->colorArray, ", and has to be with bgr and ycrcb");
     addProfile(*command, arguments->profile);
     command
-        ->add_option("-m,--method", arguments->method,
-                     wrapped(fmt::format("Demosaic method, number {} or name: {}. By default edge, where no picture "
-                                         "is developed bilinear. Bicubic works at 8 bits. Of bgr and ycrcb mono shows "
-                                         "green and luma, every other method the colours",
-                                         numberList(demosaicMethods()), nameList(demosaicMethods()))))
-        ->check(isCodeOf(demosaicMethods()));
-    command
         ->add_option("-o,--output", arguments->output,
                      wrapped(fmt::format("Picture to write, of the kind that its name ends in: {}; PNG without an "
-                                         "ending. Into .dng goes the raw frame itself, untouched. - writes standard "
+                                         "ending. Into .dng goes the raw frame itself, untouched, into "
+                                         ".nut and .ser all frames of a recording. - writes standard "
                                          "output unless that is a terminal. Of many frames a pattern: {{name}} is the "
                                          "input's name, {{frame}} its frame, {{number}} that of the series, "
                                          "{{frame:05}} with zeros in front",
@@ -117,43 +119,13 @@ void addConvertCommand(CLI::App& app) {
         ->check(isOutput(outputComplaint))
         ->required();
     command
-        ->add_option("--depth", conversion.depth,
-                     "Most bits that samples are demosaiced with; low ones are cut off. By default 12,\n"
-                     "of packed formats 8. 12 also takes these as they are, 16 is for grey pictures;\n"
-                     "neither goes with image stages")
-        ->transform(oneOf({8, 12, 16}));
-    command
-        ->add_option("--bits-out", conversion.bitsOut,
-                     "Bits of a sample in the picture; by default 8 for frames demosaiced at 8 bits, with\n"
-                     "--display and in JPEG files, else 16. Samples are scaled to the whole range")
-        ->transform(oneOf({8, 16}));
-    command->add_option("--quality", arguments->quality, "Of JPEG pictures, 95 by default")->transform(range(1, 100));
-    command
         ->add_option("--threads", conversion.threads,
                      "Threads that develop the frame and compress PNG, by default as many as the machine\n"
                      "runs at once, up to 8; the picture is the same")
         ->transform(range(1, kMostThreads));
     addFrameChoice(*command, arguments->input, nullptr);
     addSeriesOptions(*command, *arguments);
-    command
-        ->add_flag("--plain", arguments->plain,
-                   "No development: what the library's functions give, scaled to the picture's bits. So\n"
-                   "it is with colour formats, --display, --depth, --settings and the options of the 8-bit\n"
-                   "stages that developing does not have (--raw-gamma, --hue to --contrast)")
-        ->disable_flag_override();
-    command
-        ->add_flag("--display", conversion.display,
-                   "Of a picture that is not developed: black and white level, a white balance and a\n"
-                   "brightness that are guessed from the picture, sRGB curve")
-        ->disable_flag_override();
-    command
-        ->add_option("--settings", arguments->settings,
-                     "Setting file, as \"vekcam settings save\" writes it: the image stages that it\n"
-                     "switches on run with its values. The options below come before it")
-        ->type_name("FILE");
-    addCorrectionOptions(*command, conversion.corrections);
-    addDevelopOptions(*command, arguments->develop);
-    addStageOptions(*command, conversion.stages);
+    addPictureOptions(*command, *arguments);
     command->callback([arguments] { convert(*arguments); });
 }
 

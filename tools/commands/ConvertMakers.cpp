@@ -2,6 +2,8 @@
 #include "tools/commands/ConvertMakers.h"
 
 #include "client/develop/DngProfile.h"
+#include "client/files/OutputPath.h"
+#include "client/frames/DngOutput.h"
 #include "client/profiles/ProfileImport.h"
 
 #include "tools/options/FrameOptions.h"
@@ -223,14 +225,18 @@ SMakerKind makerKind(SConvertArguments& arguments, const std::function<const STr
 
 void requireNoPicture(const SConvertArguments& arguments) {
     constexpr std::string_view kOfTheFrame[] = {
-        "IN",           "--width",      "--height", "--format",     "--colour-array", "--output", "--src-offset",
-        "--src-stride", "--byte-order", "--frame",  "--force",      "--threads",      "--black",  "--white",
-        "--profile",    "--frames",     "--json",   "--keep-going", "--resume"};
+        "IN", "--width", "--height", "--format", "--colour-array", "--output", "--src-offset", "--src-stride",
+        "--byte-order", "--frame", "--force", "--threads", "--black", "--white", "--profile", "--frames", "--json",
+        "--keep-going", "--resume",
+        // of a camera's frames
+        "--device", "--sim", "--hot", "--no-noise", "--seed", "--light", "--fps", "--sim-delay", "--faults",
+        "--exposure", "--gain", "--timeout", "--reconnect", "--until", "--every", "--on-change", "--settle", "--alc",
+        "--alc-target", "--no-loss", "--queue", "--policy", "--realtime"};
     for (const CLI::Option* const option : arguments.command->get_options()) {
         const bool known = std::any_of(std::begin(kOfTheFrame), std::end(kOfTheFrame),
                                        [&](std::string_view name) { return option->check_name(std::string(name)); });
         if (option->count() > 0 && !known) {
-            throw CBadArguments(fmt::format("{} does not go with {}: a DNG file holds the frame as it is",
+            throw CBadArguments(fmt::format("{} does not go with {}: such a file holds the frame as it is",
                                             option->get_name(), arguments.output));
         }
     }
@@ -278,6 +284,56 @@ SPictureOptions pictureOptions(const SConvertArguments& arguments, bool srgb) {
     options.quality = arguments.quality.value_or(options.quality);
     options.threads = arguments.conversion.threads;
     return options;
+}
+
+void addPictureOptions(CLI::App& command, SConvertArguments& arguments) {
+    SConversion& conversion = arguments.conversion;
+    command
+        .add_option("-m,--method", arguments.method,
+                    wrapped(fmt::format("Demosaic method, number {} or name: {}. By default edge, where no picture "
+                                        "is developed bilinear. Bicubic works at 8 bits. Of bgr and ycrcb mono shows "
+                                        "green and luma, every other method the colours",
+                                        numberList(demosaicMethods()), nameList(demosaicMethods()))))
+        ->check(isCodeOf(demosaicMethods()));
+    command
+        .add_option("--depth", conversion.depth,
+                    "Most bits that samples are demosaiced with; low ones are cut off. By default 12,\n"
+                    "of packed formats 8. 12 also takes these as they are, 16 is for grey pictures;\n"
+                    "neither goes with image stages")
+        ->transform(oneOf({8, 12, 16}));
+    command
+        .add_option("--bits-out", conversion.bitsOut,
+                    "Bits of a sample in the picture; by default 8 for frames demosaiced at 8 bits, with\n"
+                    "--display and in JPEG files, else 16. Samples are scaled to the whole range")
+        ->transform(oneOf({8, 16}));
+    command.add_option("--quality", arguments.quality, "Of JPEG pictures, 95 by default")->transform(range(1, 100));
+    command
+        .add_flag("--plain", arguments.plain,
+                  "No development: what the library's functions give, scaled to the picture's bits. So\n"
+                  "it is with colour formats, --display, --depth, --settings and the options of the 8-bit\n"
+                  "stages that developing does not have (--raw-gamma, --hue to --contrast)")
+        ->disable_flag_override();
+    command
+        .add_flag("--display", conversion.display,
+                  "Of a picture that is not developed: black and white level, a white balance and a\n"
+                  "brightness that are guessed from the picture, sRGB curve")
+        ->disable_flag_override();
+    command
+        .add_option("--settings", arguments.settings,
+                    "Setting file, as \"vekcam settings save\" writes it: the image stages that it\n"
+                    "switches on run with its values. The options below come before it")
+        ->type_name("FILE");
+    addCorrectionOptions(command, conversion.corrections);
+    addDevelopOptions(command, arguments.develop);
+    addStageOptions(command, conversion.stages);
+}
+
+std::string frameOutputComplaint(const std::string& path) {
+    if (isDngName(path)) {
+        return bytesComplaint(path);
+    }
+    const std::string complaint = pictureComplaint(path);
+    return pictureFormat(path) != nullptr ? complaint : complaint + ", .dng";
 }
 
 } // namespace vek::tools

@@ -15,9 +15,11 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vek::tools {
@@ -53,6 +55,34 @@ struct SMakerKind {
     bool srgb = false; ///< samples follow the sRGB curve
 };
 
+/// Makers of one kind, as many as are used at once.
+class CMakers {
+public:
+    explicit CMakers(SMakerKind kind) : mKind(std::move(kind)) {}
+
+    bool Srgb() const { return mKind.srgb; }
+    SMaker Take() {
+        {
+            const std::scoped_lock lock(mMutex);
+            if (!mFree.empty()) {
+                SMaker maker = std::move(mFree.back());
+                mFree.pop_back();
+                return maker;
+            }
+        }
+        return mKind.make();
+    }
+    void Give(SMaker maker) {
+        const std::scoped_lock lock(mMutex);
+        mFree.push_back(std::move(maker));
+    }
+
+private:
+    SMakerKind mKind;
+    std::mutex mMutex;
+    std::vector<SMaker> mFree;
+};
+
 /// Takes what is known of the frames of a file: their form and the profile, where there is one.
 void takeForm(SConvertArguments& arguments, const STransferredFrame& form, const std::optional<SProfile>& profile);
 
@@ -75,6 +105,12 @@ void takeLevels(const SConvertArguments& arguments, SDngFrame& frame);
 
 /// The files that a conversion reads.
 std::vector<std::string> filesRead(const SConvertArguments& arguments);
+
+/// Adds --method and --depth to --sharpness, which say how frames become pictures. arguments stays where it is while
+/// the command lives.
+void addPictureOptions(CLI::App& command, SConvertArguments& arguments);
+/// What keeps a frame's picture or DNG file from being written to a path; empty where nothing does.
+std::string frameOutputComplaint(const std::string& path);
 
 SPictureOptions pictureOptions(const SConvertArguments& arguments, bool srgb);
 

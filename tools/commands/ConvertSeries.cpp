@@ -5,6 +5,8 @@
 #include "client/files/JsonText.h"
 #include "client/files/OutputPath.h"
 #include "client/frames/DngOutput.h"
+#include "client/recording/FrameSeriesOutput.h"
+#include "client/recording/Recording.h"
 #include "client/stages/OrderedRun.h"
 
 #include "tools/options/FrameOptions.h"
@@ -15,42 +17,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <map>
-#include <mutex>
 #include <set>
 #include <utility>
 
 namespace vek::tools {
 
 namespace {
-
-/// Makers of one kind, as many as are used at once.
-class CMakers {
-public:
-    explicit CMakers(SMakerKind kind) : mKind(std::move(kind)) {}
-
-    bool Srgb() const { return mKind.srgb; }
-    SMaker Take() {
-        {
-            const std::scoped_lock lock(mMutex);
-            if (!mFree.empty()) {
-                SMaker maker = std::move(mFree.back());
-                mFree.pop_back();
-                return maker;
-            }
-        }
-        return mKind.make();
-    }
-    void Give(SMaker maker) {
-        const std::scoped_lock lock(mMutex);
-        mFree.push_back(std::move(maker));
-    }
-
-private:
-    SMakerKind mKind;
-    std::mutex mMutex;
-    std::vector<SMaker> mFree;
-};
 
 /// One frame on its way.
 struct SJob {
@@ -190,7 +164,7 @@ private:
             }
             job->input = std::move(*frame);
         } catch (const CFailure& failure) {
-            job->input.path = mFrames->LeaveFile();
+            job->input = mFrames->LeaveFile();
             job->failure = failure.what();
             return job;
         }
@@ -222,6 +196,9 @@ private:
             job.files = std::make_unique<COutputFiles>(InputsOf(job));
             if (job.makers == nullptr) {
                 SDngFrame dng = untouchedFrame(arguments, CLibraryHandle(-1), std::move(job.input.frame));
+                if (job.input.meta) {
+                    takeMeta(dng.tags, *job.input.meta);
+                }
                 if (job.input.tags) {
                     dng.tags = *job.input.tags;
                     dng.tags.linearization.clear();
@@ -263,7 +240,8 @@ private:
         if (!job.failure.empty()) {
             line["error"] = job.failure;
             Report(line);
-            mFailures.push_back(fmt::format("{}: {}", frameText(job.input), job.failure));
+            const bool tellsPath = job.failure.starts_with(job.input.path + ": ");
+            mFailures.push_back(tellsPath ? job.failure : fmt::format("{}: {}", frameText(job.input), job.failure));
             return mArguments.keepGoing;
         }
         ++mDone;
@@ -326,6 +304,59 @@ bool isSeries(const SConvertArguments& arguments) {
 
 void convertSeries(const SConvertArguments& arguments) {
     CSeries(arguments).Run();
+}
+
+bool isVideoName(const std::string& path) {
+    return isNutName(path) || isSerName(path);
+}
+
+void convertToVideo(const SConvertArguments& arguments) {
+    const std::string& path = arguments.inputs.front();
+    requireNoPicture(arguments);
+    if (arguments.inputs.size() > 1 || !isRecording(path)) {
+        throw CBadArguments(fmt::format("{} is made of one recording, which has the frames' times", arguments.output));
+    }
+    for (const char* const option : {"--black", "--white", "--resume", "--json", "--keep-going", "--profile"}) {
+        if (arguments.command->count(option) > 0) {
+            throw CBadArguments(fmt::format("{} does not go with {}", option, arguments.output));
+        }
+    }
+    requireFrameOptions(*arguments.command, path, EFrameFile::Recording);
+    const CRecording recording(path);
+    SRecordingForm form = recording.Form();
+    form.pitch = 0;
+    const SRawForm raw = {form.format, form.width, form.height, form.colorArray};
+    SFrameSteps steps = arguments.frames.value_or(SFrameSteps());
+    if (arguments.input.frame) {
+        steps = {*arguments.input.frame, arguments.input.frame, 1};
+    }
+    CFrameFiles frames(
+        {path}, steps, arguments.input, [&](const std::string&) { return raw; }, warn);
+    const CLibraryHandle library(-1);
+    const auto unpacked = [&](SSeriesFrame frame) {
+        return form.format->IsRaw() ? unpackedFrame(library, std::move(frame.frame), arguments.conversion.threads)
+                                    : std::move(frame.frame);
+    };
+    COutputFiles files(std::array{pathInside(path, std::string(kFramesName)), pathInside(path, std::string(kIndexName)),
+                                  pathInside(path, std::string(kRecordingName))});
+    std::unique_ptr<IFrameSeriesOutput> output;
+    CProgressBar progress(*frames.Count());
+    while (std::optional<SSeriesFrame> frame = frames.Next()) {
+        const SFrameMeta meta = *frame->meta;
+        const STransferredFrame words = unpacked(*std::move(frame));
+        if (output == nullptr) {
+            SRecordingForm written = form;
+            written.format = words.format;
+            COutputFile& file = files.Open(arguments.output);
+            const ByteSink sink = [&file](std::span<const std::uint8_t> bytes) { file.Write(bytes); };
+            output = isNutName(arguments.output) ? nutOutput(written, sink)
+                                                 : serOutput(written, recording.Text().notes, *frames.Count(), sink);
+        }
+        output->Add(words.bytes, meta);
+        progress.Advance();
+    }
+    output->Finish();
+    files.Publish();
 }
 
 } // namespace vek::tools

@@ -15,4 +15,9 @@ bool isSeries(const SConvertArguments& arguments);
 /// on.
 void convertSeries(const SConvertArguments& arguments);
 
+/// Whether a file of that name holds the untouched frames of a recording one after the other.
+bool isVideoName(const std::string& path);
+/// Writes such a file. Throws CFailure, CBadArguments.
+void convertToVideo(const SConvertArguments& arguments);
+
 } // namespace vek::tools

@@ -64,10 +64,9 @@ void addSimulatedSensor(CLI::App& command, SSimulatedSetup& setup, CLI::Option* 
 }
 
 void addLight(CLI::App& command, float& light, const std::string& what, CLI::Option* excluded) {
-    command.add_option("--light", light, what + ", 1 is normal")
-        ->capture_default_str()
-        ->transform(numberRange(0, sim::kMaxLightLevel))
-        ->excludes(excluded);
+    CLI::Option* const option = command.add_option("--light", light, what + ", 1 is normal");
+    option->capture_default_str()->transform(numberRange(0, sim::kMaxLightLevel));
+    excludeAll({&option, 1}, excluded);
 }
 
 CLI::Option* addSeed(CLI::App& command, std::uint64_t& seed, const std::string& what) {

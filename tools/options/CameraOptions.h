@@ -39,7 +39,7 @@ void addSimulatedSensor(CLI::App& command, SSimulatedSetup& setup, CLI::Option* 
 /// Sides of a simulated sensor, pixels: smaller charts show nothing any more, larger sensors only take time.
 inline constexpr unsigned kSmallestSimulatedSide = 64;
 inline constexpr unsigned kLargestSimulatedSide = 8192;
-/// Adds --light, which is what the words say that it shines on.
+/// Adds --light, which is what the words say that it shines on. excluded: an option that it does not go with, or null.
 void addLight(CLI::App& command, float& light, const std::string& what, CLI::Option* excluded);
 /// Adds --seed, whose words tell of what.
 CLI::Option* addSeed(CLI::App& command, std::uint64_t& seed, const std::string& what);

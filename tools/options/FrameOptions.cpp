@@ -2,7 +2,10 @@
 #include "tools/options/FrameOptions.h"
 
 #include "client/frames/DngInput.h"
+#include "client/frames/FrameFiles.h"
 #include "client/frames/PngFrame.h"
+#include "client/profiles/RecordedProfile.h"
+#include "client/recording/Recording.h"
 
 #include "tools/options/Options.h"
 #include "tools/text/Messages.h"
@@ -193,8 +196,8 @@ CLI::Option* addBlackLevel(CLI::App& command, std::optional<SBlackLevels>& black
 CLI::Option* addFrameFile(CLI::App& command, SFrameChoice& choice) {
     return command
         .add_option("IN", choice.path,
-                    "File with raw frames, DNG file, which tells its size and format, or grey PNG\n"
-                    "file, which tells its size; - reads raw frames from standard input")
+                    "File with raw frames, DNG file or recording, which tell their size and format, or\n"
+                    "grey PNG file, which tells its size; - reads raw frames from standard input")
         ->type_name("FILE");
 }
 
@@ -237,13 +240,16 @@ void requireFrameOptions(const CLI::App& command, const std::string& path, EFram
     struct SOption {
         const char* name;
         bool ofPng; ///< has a use for it
+        bool ofRecording;
     };
-    constexpr SOption kOptions[] = {{"--width", false},       {"--height", false},     {"--format", true},
-                                    {"--colour-array", true}, {"--src-offset", false}, {"--src-stride", false},
-                                    {"--byte-order", false},  {"--frame", false},      {"--profile", true}};
-    constexpr std::string_view kNames[] = {"raw file", "DNG file", "PNG file", "picture"};
+    constexpr SOption kOptions[] = {
+        {"--width", false, false},       {"--height", false, false},     {"--format", true, false},
+        {"--colour-array", true, false}, {"--src-offset", false, false}, {"--src-stride", false, false},
+        {"--byte-order", false, false},  {"--frame", false, true},       {"--profile", true, true}};
+    constexpr std::string_view kNames[] = {"raw file", "DNG file", "PNG file", "picture", "recording"};
     for (const SOption& option : kOptions) {
-        const bool used = kind == EFrameFile::Raw || (kind == EFrameFile::Png && option.ofPng);
+        const bool used = kind == EFrameFile::Raw || (kind == EFrameFile::Png && option.ofPng) ||
+                          (kind == EFrameFile::Recording && option.ofRecording);
         if (!used && command.get_option_no_throw(option.name) != nullptr && command.count(option.name) > 0) {
             throw CBadArguments(fmt::format("{} does not go with {}: a {} tells its own", option.name, path,
                                             kNames[static_cast<std::size_t>(kind)]));
@@ -253,7 +259,21 @@ void requireFrameOptions(const CLI::App& command, const std::string& path, EFram
 
 CChosenFrame::CChosenFrame(const CLI::App* command, const SFrameForm& form, const std::string& profile,
                            const SFrameChoice& choice, void (*requireFormat)(const STransferFormat&))
-    : mChoice(choice), mDng(choice.force ? std::nullopt : readDng(choice.path)) {
+    : mChoice(choice), mDng(choice.force || isRecording(choice.path) ? std::nullopt : readDng(choice.path)) {
+    if (isRecording(choice.path)) {
+        mKind = EFrameFile::Recording;
+        if (command != nullptr) {
+            requireFrameOptions(*command, choice.path, mKind);
+        }
+        const CRecording recording(choice.path);
+        const SRecordingForm& recorded = recording.Form();
+        mProfile = profile.empty() ? recordedProfile(recording.Text().notes, choice.path) : readProfile(profile);
+        if (requireFormat != nullptr) {
+            requireFormat(*recorded.format);
+        }
+        mFrame = {recorded.format, recorded.width, recorded.height, recorded.colorArray, {}};
+        return;
+    }
     const std::optional<SPngForm> png = choice.force || mDng ? std::nullopt : pngFormOf(choice.path);
     mKind = mDng ? EFrameFile::Dng : png ? EFrameFile::Png : EFrameFile::Raw;
     if (command != nullptr) {
@@ -283,7 +303,21 @@ CChosenFrame::CChosenFrame(const CLI::App* command, const SFrameForm& form, cons
 }
 
 STransferredFrame CChosenFrame::Take() {
-    if (mKind == EFrameFile::Png) {
+    if (mKind == EFrameFile::Recording) {
+        SFrameSteps one;
+        one.first = mChoice.frame.value_or(0);
+        one.last = one.first;
+        const SRawForm form = {mFrame.format, mFrame.width, mFrame.height, mFrame.colorArray};
+        const CRecording recording(mChoice.path);
+        if (!mChoice.frame && recording.Count() > 1) {
+            warn(fmt::format("{}: holds {} frames; frame 0 is taken", mChoice.path, recording.Count()));
+        }
+        SSeriesFrame frame = *CFrameFiles(
+                                  {mChoice.path}, one, mChoice, [&](const std::string&) { return form; }, warn)
+                                  .Next();
+        mMeta = frame.meta;
+        mFrame = std::move(frame.frame);
+    } else if (mKind == EFrameFile::Png) {
         readPngFrame(mChoice.path, mFrame, warn);
     } else if (!mDng) {
         mFrame.bytes = orForced([&] { return readFrame(mChoice, *mFrame.format, mFrame.width, mFrame.height, warn); });

@@ -5,6 +5,7 @@
 #include "client/frames/FrameInput.h"
 #include "client/frames/Measurement.h"
 #include "client/profiles/Profile.h"
+#include "client/recording/FrameRecord.h"
 
 #include <CLI/App.hpp>
 #include <fmt/format.h>
@@ -68,12 +69,13 @@ auto orForced(const Call& call) {
 }
 
 /// What a file tells of its frame by itself.
-enum class EFrameFile { Raw, Dng, Png, Picture };
+enum class EFrameFile { Raw, Dng, Png, Picture, Recording };
 /// Throws CBadArguments where an option was given that such a file has no use for. command: with addFrameSize,
 /// --format, addColorArray, addProfile and addFrameChoice.
 void requireFrameOptions(const CLI::App& command, const std::string& path, EFrameFile kind);
 
-/// The frame of a raw file, a DNG file or a grey PNG file. What it is like is known before a raw file is read.
+/// The frame of a raw file, a DNG file, a grey PNG file or a recording. What it is like is known before a raw file is
+/// read.
 class CChosenFrame {
 public:
     /// command: as of requireFrameOptions; null: options that the file has no use for are passed over. form: what the
@@ -89,6 +91,8 @@ public:
     /// The frame, once. Notes warnings. Throws CFailure.
     client::STransferredFrame Take();
 
+    /// What is known of a recording's frame; nothing of other files. Known once it was taken.
+    const std::optional<client::SFrameMeta>& Meta() const { return mMeta; }
     /// What a DNG file holds; nothing of other files.
     const std::optional<client::SDngFrame>& Dng() const { return mDng; }
     /// The profile of a file that is no DNG file, where there is one.
@@ -98,6 +102,7 @@ private:
     client::SFrameChoice mChoice;
     client::STransferredFrame mFrame; ///< of a DNG file with its bytes
     std::optional<client::SDngFrame> mDng;
+    std::optional<client::SFrameMeta> mMeta;
     std::optional<client::SProfile> mProfile;
     EFrameFile mKind = EFrameFile::Raw;
 };

@@ -5,6 +5,7 @@
 #include "client/frames/DngInput.h"
 #include "client/pictures/PictureInput.h"
 #include "client/pictures/PngInput.h"
+#include "client/recording/Recording.h"
 #include "client/stages/ChainRun.h"
 #include "client/stages/FrameSamples.h"
 
@@ -21,6 +22,9 @@ namespace vek::tools {
 namespace {
 
 EFrameFile kindOf(const std::string& path) {
+    if (isRecording(path)) {
+        return EFrameFile::Recording;
+    }
     if (const std::optional<SPngForm> png = pngFormOf(path)) {
         return png->gray && !png->transparent && png->bits >= 8 ? EFrameFile::Png : EFrameFile::Picture;
     }
@@ -84,7 +88,7 @@ CSampleSeries::CSampleSeries(const CLibraryHandle& library, const SSampleOptions
     std::size_t pictures = 0;
     for (const std::string& path : mPaths) {
         requireReadable(path);
-        const EFrameFile kind = options.choice.force ? EFrameFile::Raw : kindOf(path);
+        const EFrameFile kind = options.choice.force && !isRecording(path) ? EFrameFile::Raw : kindOf(path);
         requireFrameOptions(*options.command, path, kind);
         pictures += kind == EFrameFile::Png || kind == EFrameFile::Picture ? 1 : 0;
     }

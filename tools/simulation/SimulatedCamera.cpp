@@ -72,6 +72,16 @@ sim::SSensorConfig sensorOf(const sim::SCameraModel& model, const SSimulatedSetu
 
 CSimulatedCamera::CSimulatedCamera(std::shared_ptr<sim::CSimulatedDriver> driver)
     : mName("simulated camera " + std::string(driver->Model().name)), mFd(sim::openSimulatedCamera(std::move(driver))) {
+    RequireOpen();
+}
+
+CSimulatedCamera::CSimulatedCamera(std::shared_ptr<sim::CVideoNode> node)
+    : mName("simulated camera " + std::string(node->Camera()->Model().name)),
+      mFd(sim::openSimulatedCamera(std::move(node))) {
+    RequireOpen();
+}
+
+void CSimulatedCamera::RequireOpen() const {
     if (mFd < 0) {
         throw client::CFailure(mName + ": cannot open: " + client::systemMessage(errno));
     }

@@ -5,6 +5,7 @@
 
 #include "sim/CameraModel.h"
 #include "sim/SimulatedDriver.h"
+#include "sim/node/VideoNode.h"
 
 #include <cstdint>
 #include <memory>
@@ -38,6 +39,7 @@ class CSimulatedCamera : public client::ICamera {
 public:
     /// Throws CFailure when the system has no descriptor left.
     explicit CSimulatedCamera(std::shared_ptr<sim::CSimulatedDriver> driver);
+    explicit CSimulatedCamera(std::shared_ptr<sim::CVideoNode> node);
     ~CSimulatedCamera() override;
     CSimulatedCamera(const CSimulatedCamera&) = delete;
     CSimulatedCamera& operator=(const CSimulatedCamera&) = delete;
@@ -46,6 +48,8 @@ public:
     const std::string& Name() const override { return mName; }
 
 private:
+    void RequireOpen() const;
+
     std::string mName;
     int mFd;
 };

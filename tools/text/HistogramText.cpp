@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 #include <vector>
 
 namespace vek::tools {
@@ -48,6 +49,26 @@ std::string histogramText(std::span<const client::SColorStatistics> colors, bool
         endLine();
     }
     return text;
+}
+
+std::string histogramLine(std::span<const client::SColorStatistics> colors, unsigned depth) {
+    constexpr std::string_view kRamp = " .:-=+*#%@";
+    constexpr std::size_t kCells = 40;
+    std::vector<std::uint64_t> counts(kCells);
+    for (const client::SColorStatistics& color : colors) {
+        for (std::size_t sample = 0; sample < color.histogram.size(); ++sample) {
+            counts[std::min(sample * kCells >> depth, kCells - 1)] += color.histogram[sample];
+        }
+    }
+    const double fullest = std::log1p(static_cast<double>(*std::max_element(counts.begin(), counts.end())));
+    std::string line;
+    for (const std::uint64_t count : counts) {
+        const double part = fullest > 0 ? std::log1p(static_cast<double>(count)) / fullest : 0;
+        // Whatever is there is seen.
+        const auto step = static_cast<std::size_t>(std::lround(part * static_cast<double>(kRamp.size() - 1)));
+        line += kRamp[count > 0 ? std::max<std::size_t>(step, 1) : 0];
+    }
+    return line;
 }
 
 } // namespace vek::tools

@@ -13,4 +13,8 @@ namespace vek::tools {
 /// logarithmic: bars are as long as the logarithm of one more than the count.
 std::string histogramText(std::span<const client::SColorStatistics> colors, bool logarithmic);
 
+/// All colours' samples from 0 to the largest of a depth in one line of 40 characters: " .:-=+*#%@", more of them on a
+/// logarithmic scale from left to right.
+std::string histogramLine(std::span<const client::SColorStatistics> colors, unsigned depth);
+
 } // namespace vek::tools

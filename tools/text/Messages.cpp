@@ -54,6 +54,28 @@ void printNow(std::string_view text) {
     std::fflush(stdout);
 }
 
+ExitCode exitCodeOf(client::ECameraFailure failure) {
+    switch (failure) {
+    case client::ECameraFailure::Interrupted:
+        return kInterrupted;
+    case client::ECameraFailure::NoFrame:
+        return kNoFrame;
+    case client::ECameraFailure::Transfer:
+        return kTransferFailed;
+    case client::ECameraFailure::Unplugged:
+        return kUnplugged;
+    case client::ECameraFailure::InUse:
+        return kInUse;
+    case client::ECameraFailure::NoBandwidth:
+        return kNoBandwidth;
+    case client::ECameraFailure::FormatChanged:
+        return kFormatChanged;
+    case client::ECameraFailure::StreamEnded:
+        return kStreamEnded;
+    }
+    return kFailure;
+}
+
 std::string programPath() {
     std::error_code error;
     const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", error);

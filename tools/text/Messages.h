@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "client/capture/CameraFailure.h"
+
 #include <exception>
 #include <span>
 #include <string>
@@ -9,7 +11,26 @@
 namespace vek::tools {
 
 /// Exit codes of the program.
-enum ExitCode : int { kSuccess = 0, kFailure = 1, kBadArguments = 2, kDifference = 3, kSomeFailed = 4 };
+enum ExitCode : int {
+    kSuccess = 0,
+    kFailure = 1,
+    kBadArguments = 2,
+    kDifference = 3,
+    kSomeFailed = 4,
+    // Of a camera whose frames do not come.
+    kInterrupted = 5,
+    kNoFrame = 6,
+    kTransferFailed = 7,
+    kUnplugged = 8,
+    kInUse = 9,
+    kNoBandwidth = 10,
+    kFormatChanged = 11,
+    kStreamEnded = 12,
+    kFramesLost = 13,
+    kDiskFull = 14 ///< while frames were recorded
+};
+/// That of a kind of failure.
+ExitCode exitCodeOf(client::ECameraFailure failure);
 
 /// Ends a command that has told all there is to tell with an exit code of its own.
 class CExit : public std::exception {
