@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Stands between a program and the kernel: ioctl, read, mmap and poll on a simulated camera's descriptor go to its
 // node, all others to the next definition, which is the C library's, or that of another object in front of it: the
-// preloaded camera under a program that has cameras of its own. These definitions take the place of the C library's for
+// emulated camera under a program that has cameras of its own. These definitions take the place of the C library's for
 // every call of the process that is bound by the dynamic linker, shared libraries included.
 #include "sim/SimulatedDevice.h"
 

@@ -94,10 +94,6 @@ std::optional<unsigned> readCode(std::string_view text) {
     return !digits.empty() && result.ec == std::errc() && result.ptr == end ? std::optional(code) : std::nullopt;
 }
 
-std::string codeComplaint(std::string_view text, const std::string& names, unsigned low, unsigned high) {
-    return codeComplaint(text, names, std::to_string(low) + " to " + std::to_string(high));
-}
-
 std::string codeComplaint(std::string_view text, const std::string& names, const std::string& numbers) {
     return '"' + std::string(text) + "\" is none of: " + names + "; nor a number of " + numbers;
 }

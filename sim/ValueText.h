@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What people type: options of a command, environment variables. Numbers are decimal in every locale, leading zeros
+// What people type: options of a command, lines of a script. Numbers are decimal in every locale, leading zeros
 // included; a sign may stand in front, and nothing else may stand around them.
 #pragma once
 
@@ -42,9 +42,8 @@ std::string numberComplaint(std::string_view text, double low, double high);
 /// The number of a code, decimal or hexadecimal behind 0x, without a sign; nothing for another text.
 std::optional<unsigned> readCode(std::string_view text);
 
-/// What is wrong with a text that is no code of a table. names: what the codes low to high are called, in words.
-std::string codeComplaint(std::string_view text, const std::string& names, unsigned low, unsigned high);
-/// The same for codes with gaps; numbers: all of them, in words.
+/// What is wrong with a text that is no code of a table. names: what the codes are called; numbers: all of them, in
+/// words.
 std::string codeComplaint(std::string_view text, const std::string& names, const std::string& numbers);
 
 /// Whether a text is a name, which is lower case already, with any case of its letters.

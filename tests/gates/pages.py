@@ -185,12 +185,11 @@ def runProblems(page, notRun, shorter, source, build, scratch):
     script = ["set -o pipefail"]
     for number, command in enumerate(commands):
         (results / f"{number}.command").write_text(shorter.get((page.name, command), command))
-        # The camera that a page names is a simulated one, unless the page preloads it itself.
-        device = None if "LD_PRELOAD=" in command else re.search(r"/dev/video\d+", command)
-        camera = f"LD_PRELOAD='{build}/sim/libvekcam-sim.so' VEKCAM_SIM_DEVICE={device[0]} " \
-            "VEKCAM_SIM_SIZE=640x480 " if device else ""
+        # The camera that a page names is an emulated one, unless the page emulates it itself.
+        device = None if " emulate " in command else re.search(r"/dev/video\d+", command)
+        runner = f"'{build}/vekcam' emulate --size 640x480 --node {device[0]} -- bash -o pipefail -c" if device else "eval"
         result = f"'{results}/{number}'"
-        script.append(f"{camera}eval \"$(cat {result}.command)\" >{result}.out 2>{result}.err </dev/null || exit 1")
+        script.append(f"{runner} \"$(cat {result}.command)\" >{result}.out 2>{result}.err </dev/null || exit 1")
         script.append(f"echo done >{result}.done")
     try:
         subprocess.run(["bash", "-c", "\n".join(script)], cwd=checkout, env=environment(scratch, build),

@@ -97,8 +97,16 @@ class PagesTest(unittest.TestCase):
         self.assertEqual(self.found(page, (), {}), "")
 
     def testACameraThatIsNamedIsASimulatedOne(self):
-        page = "```sh\ntest $VEKCAM_SIM_DEVICE = /dev/video7\ntest -z \"$VEKCAM_SIM_DEVICE\"\n```\n"
+        self.program(self.build / "vekcam", """
+            if [ "$1" = emulate ]; then
+                while [ "$1" != -- ]; do [ "$1" = --node ] && export NODE=$2; shift; done
+                shift
+                exec "$@"
+            fi""")
+        page = "```sh\ntest $NODE = /dev/video7\ntest -z \"$NODE\"\n```\n"
         self.assertEqual(self.found(page, (), {}), "")
+        page = "```sh\nfalse /dev/video7 | true\n```\n"
+        self.assertIn("fails: false /dev/video7 | true", self.found(page, (), {}))
 
 
 if __name__ == "__main__":

@@ -51,7 +51,7 @@ TEST(ValueText, ComplaintsTellForWantOfANumberOrOfItsRange) {
     EXPECT_EQ(wholeComplaint("10", "-7", "9"), "\"10\" is out of range: -7 to 9 is needed");
     EXPECT_EQ(numberComplaint("nan", 0.001, 1e6), "\"nan\": a number is needed, 0.001 to 1000000");
     EXPECT_EQ(numberComplaint("1e999", -0.5, 1e6), "\"1e999\" is out of range: -0.5 to 1000000 is needed");
-    EXPECT_EQ(codeComplaint("x", "a, b", 1, 2), "\"x\" is none of: a, b; nor a number of 1 to 2");
+    EXPECT_EQ(codeComplaint("x", "a, b", "1 to 2"), "\"x\" is none of: a, b; nor a number of 1 to 2");
 }
 
 TEST(ValueText, Codes) {
