@@ -17,9 +17,10 @@ namespace {
 
 constexpr const char* kNode = "/dev/video0";
 
-/// Runs a command under a camera with these options.
+/// Runs a command under a camera with these options. Each frame is made when it is asked for, as by the tool's own.
 SResult runEmulated(const Arguments& arguments, const Arguments& camera = {}, const SStreams& streams = {}) {
-    return runVekcam(joined({{"emulate"}, camera, {"--", VEKCAM_PROGRAM}, arguments}), streams);
+    return runVekcam(
+        joined({{"emulate", "--pace", "reader", "--ring", "0"}, camera, {"--", VEKCAM_PROGRAM}, arguments}), streams);
 }
 
 SResult runOnDevice(const Arguments& arguments, const Arguments& camera = {}) {
