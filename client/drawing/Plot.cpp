@@ -109,9 +109,10 @@ SScale linearScale(const SAxis& axis, double low, double high, double count) {
     scale.low = axis.low == low ? low : std::floor(low / step + kSlack) * step;
     scale.high = axis.high == high ? high : std::ceil(high / step - kSlack) * step;
     const double first = std::ceil(scale.low / step - kSlack);
-    const double last = std::floor(scale.high / step + kSlack);
-    for (double i = first; i <= last; ++i) {
-        const double value = i == 0 ? 0 : i * step; // no -0
+    const auto steps = static_cast<int>(std::floor(scale.high / step + kSlack) - first);
+    for (int i = 0; i <= steps; ++i) {
+        const double place = first + i;
+        const double value = place == 0 ? 0 : place * step; // no -0
         scale.ticks.push_back({value, numberText(value, step, largest)});
     }
     return scale;
