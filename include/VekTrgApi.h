@@ -486,31 +486,47 @@ VEK_API int VekCam_GetGainDBFromSettingValue(VekCam_Handle handle, unsigned shor
  * wrong order the control stays between them but never comes to rest.
  */
 
-/** mode: enum VekALCMode, of which the low four bits are kept; other values do nothing. Off when a handle is opened. */
+/**
+ * What automatic luminance control moves, and for how long.
+ *  mode: enum VekALCMode, of which the low four bits are kept; other values do nothing. Off when a handle is opened.
+ */
 VEK_API int VekCam_SetALCMode(VekCam_Handle handle, unsigned char mode);
 VEK_API int VekCam_GetALCMode(VekCam_Handle handle, unsigned char *mode);
 
-/** level: the average to reach, in the units in which VekCam_ALC is given it. 128 when a handle is opened. */
+/**
+ * Target of automatic luminance control.
+ *  level: the average to reach, in the units in which VekCam_ALC is given it. 128 when a handle is opened.
+ */
 VEK_API int VekCam_SetALCTargetLevel(VekCam_Handle handle, unsigned short level);
 VEK_API int VekCam_GetALCTargetLevel(VekCam_Handle handle, unsigned short *level);
 
-/** gain: setting value. The camera's maximum gain when a handle is opened. */
+/**
+ * Largest gain of automatic luminance control.
+ *  gain: setting value. The camera's maximum gain when a handle is opened.
+ */
 VEK_API int VekCam_SetAGCMaxGain(VekCam_Handle handle, unsigned short gain);
 VEK_API int VekCam_GetAGCMaxGain(VekCam_Handle handle, unsigned short *gain);
 
-/** gain: setting value. The camera's initial gain when a handle is opened. */
+/**
+ * Smallest gain of automatic luminance control.
+ *  gain: setting value. The camera's initial gain when a handle is opened.
+ */
 VEK_API int VekCam_SetAGCMinGain(VekCam_Handle handle, unsigned short gain);
 VEK_API int VekCam_GetAGCMinGain(VekCam_Handle handle, unsigned short *gain);
 
 /**
- * clock: exposure clocks; 0 stands for the longest exposure that keeps the frame rate. 0 when a handle is opened. With
- * one above the camera's maximum, steps towards brighter stay at the camera's maximum without end: each tells of a
- * changed exposure, the gain is not raised, and a one-shot mode does not end.
+ * Longest exposure of automatic luminance control.
+ *  clock: exposure clocks; 0 stands for the longest exposure that keeps the frame rate. 0 when a handle is opened. With
+ *      one above the camera's maximum, steps towards brighter stay at the camera's maximum without end: each tells of a
+ *      changed exposure, the gain is not raised, and a one-shot mode does not end.
  */
 VEK_API int VekCam_SetAEMaxExposureClock(VekCam_Handle handle, unsigned long clock);
 VEK_API int VekCam_GetAEMaxExposureClock(VekCam_Handle handle, unsigned long *clock);
 
-/** clock: exposure clocks, 0 as above. 1 when a handle is opened. */
+/**
+ * Shortest exposure of automatic luminance control.
+ *  clock: exposure clocks; 0 stands for the longest exposure that keeps the frame rate. 1 when a handle is opened.
+ */
 VEK_API int VekCam_SetAEMinExposureClock(VekCam_Handle handle, unsigned long clock);
 VEK_API int VekCam_GetAEMinExposureClock(VekCam_Handle handle, unsigned long *clock);
 

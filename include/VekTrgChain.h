@@ -288,23 +288,29 @@ VEK_API int VekChain_Update(VekChain_Plan plan, const VekChainDescription *descr
 /** Ends a plan. Work areas and states outlive it. Null is ignored. */
 VEK_API void VekChain_Destroy(VekChain_Plan plan);
 
-/** traits: its size is set. Returns 0; VEK_EINVAL for a null plan or traits, and for a size that is too small. */
+/**
+ * Tells what a plan is like, and what running it takes.
+ *  traits: its size is set.
+ * Returns 0; VEK_EINVAL for a null plan or traits, and for a size that is too small.
+ */
 VEK_API int VekChain_Traits(VekChain_Plan plan, VekChainTraits *traits);
 
 /**
- * Makes a work area, which serves this plan and every other one that needs no more bytes. work: null unless the result
- * is 0. Returns 0; VEK_EINVAL for a null plan or work; VEK_ENOMEM.
+ * Makes a work area, which serves this plan and every other one that needs no more bytes.
+ *  work: receives the work area, null unless the result is 0.
+ * Returns 0; VEK_EINVAL for a null plan or work; VEK_ENOMEM.
  */
 VEK_API int VekChain_CreateWork(VekChain_Plan plan, VekChain_Work *work);
-/** Null is ignored. */
+/** Ends a work area. Null is ignored. */
 VEK_API void VekChain_DestroyWork(VekChain_Work work);
 
 /**
- * Makes a state, which serves this plan and every other one that needs no more bytes. state: receives null, with 0,
- * where the plan needs none. Returns 0; VEK_EINVAL for a null plan or state; VEK_ENOMEM.
+ * Makes a state, which serves this plan and every other one that needs no more bytes.
+ *  state: receives the state; null, with 0, where the plan needs none.
+ * Returns 0; VEK_EINVAL for a null plan or state; VEK_ENOMEM.
  */
 VEK_API int VekChain_CreateState(VekChain_Plan plan, VekChain_State *state);
-/** Null is ignored. */
+/** Ends a state. Null is ignored. */
 VEK_API void VekChain_DestroyState(VekChain_State state);
 
 /**
@@ -331,10 +337,19 @@ VEK_API int VekChain_Run(VekChain_Plan plan, VekChain_State state, VekChain_Work
 
 /**
  * Adds what a work area has counted since the last call to statistics, and begins anew. Of all bands of a frame
- * together that is the frame's. statistics: its size is set, the counts are 0 or what other bands have added.
+ * together that is the frame's.
+ *  statistics: its size is set, the counts are 0 or what other bands have added.
  * Returns 0; VEK_EINVAL for null arguments and a size that is too small.
  */
 VEK_API int VekChain_TakeStatistics(VekChain_Work work, VekChainStatistics *statistics);
+
+/**
+ * Names an instruction set that the library has row kernels for; those of all give the same bits.
+ *  index: 0 for the baseline, then each faster one.
+ *  runs: receives 1 for the one that is in use on this CPU, else 0; may be null.
+ * Returns the name, such as "avx2", which lasts as long as the program; null behind the last one (runs receives 0).
+ */
+VEK_API const char *VekChain_Tier(uint32_t index, int *runs);
 
 #ifdef __cplusplus
 }

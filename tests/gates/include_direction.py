@@ -46,7 +46,7 @@ BESIDE = {
     "tests/fuzz": r"tests/support/.*",
     "tests/sim": rf"tests/(sim|support)/.*|sim/.*|src/device/DriverAbi\.h|{PUBLIC}",
     "tests/support": rf"tests/support/.*|{PUBLIC}",
-    "tests/tools": rf"tests/(tools|support)/.*|sim/.*|src/formats/.*|{PUBLIC}",
+    "tests/tools": rf"tests/(tools|support)/.*|tools/manual/.*|sim/.*|src/formats/.*|{PUBLIC}",
 }
 # Folders whose sources name headers from their own folder or from its top, in front of the rest of the tree.
 RELATIVE = {"tests", "bench", "fuzz"}
@@ -64,7 +64,7 @@ ROOMS = {
         "", "names", "files", "pictures", "drawing", "recording", "frames", "profiles", "settings", "camera", "capture",
         "stages", "develop", "statistics", "calibration",
     ],
-    "tools": ["text", "simulation", "options", "commands", ""],
+    "tools": ["text", "simulation", "options", "commands", "manual", ""],
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')
 

@@ -379,7 +379,9 @@ void addCalibrateColor(CLI::App& calibrate) {
                     "is none of: a, b, c, d50, d55, d65, d75, and no number of an Exif light source that has a white",
                     "The light that the chart was taken in: a, b, c, d50, d55, d65, d75, or the number of\n"
                     "an Exif light source. Without it that of the profile's matrices, or D50")
-        ->type_name("LIGHT");
+        ->type_name("LIGHT")
+        ->get_validator(0)
+        ->name(nameList(kIlluminants));
     command->add_option("--name", arguments->name, "Name of the white balance in the profile")->capture_default_str();
     command
         ->add_option("-o,--output", arguments->output,

@@ -13,6 +13,9 @@ namespace vek::tools {
 #include "CommandList.inc"
 #undef VEKCAM_COMMAND
 
+/// The whole program: what it is, its version, exit codes and commands.
+void describeProgram(CLI::App& app);
+
 /// Adds colour to calibrate.
 void addCalibrateColor(CLI::App& calibrate);
 

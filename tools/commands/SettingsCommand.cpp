@@ -91,12 +91,16 @@ std::optional<SSettingChange> parsedChange(std::string_view text, std::string& c
 }
 
 CLI::Validator isChange() {
+    std::string keys;
+    for (const SSettingKey& key : kSettingKeys) {
+        keys += fmt::format("{}{}=", keys.empty() ? "" : ", ", key.name);
+    }
     return CLI::Validator(
         [](std::string& text) {
             std::string complaint;
             return parsedChange(text, complaint) ? std::string() : '"' + text + "\" " + complaint;
         },
-        "");
+        "", keys);
 }
 
 void applyTexts(VekCam_Handle handle, const std::vector<std::string>& texts) {

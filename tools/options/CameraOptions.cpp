@@ -27,7 +27,7 @@ CLI::Validator isSimulatedModel() {
         [](std::string& text) {
             return text.empty() || isModel(text) ? std::string() : '"' + text + "\" is none of: " + modelList();
         },
-        "");
+        "", modelList());
 }
 
 CLI::Option* addModelOption(CLI::App& command, std::string& model, const std::string& what) {

@@ -59,7 +59,7 @@ CLI::Validator isFormat(const STransferFormat* (*find)(std::string_view), const 
         [=](std::string& text) {
             return find(text) != nullptr ? std::string() : sim::codeComplaint(text, names, numbers);
         },
-        "");
+        "", names);
 }
 
 /// Completes a form by a profile, where there is one, and returns that. Throws CFailure.

@@ -122,6 +122,7 @@ void addQueueOptions(CLI::App& command, SLiveOptions& options) {
         .add_option("--policy", options.policy,
                     "What happens to a new frame when no buffer is left for it: wait (in the driver, which\nloses "
                     "frames when its buffers are full), drop-oldest, drop-newest, copy (to memory)")
+        ->type_name("wait|drop-oldest|drop-newest|copy")
         ->capture_default_str()
         ->check(isText([](std::string_view text) { return client::bufferPolicyNamed(text).has_value(); },
                        "is none of: wait, drop-oldest, drop-newest, copy"));

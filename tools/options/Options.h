@@ -26,13 +26,16 @@ using namespace client;
 inline constexpr std::uint64_t kMaxGain = std::numeric_limits<unsigned short>::max();
 inline constexpr std::uint64_t kMaxControl = std::numeric_limits<std::int32_t>::max();
 
+// The name of a check, which nothing else has a use for, lists the words that its option takes, "mono, rggb": they are
+// what a shell offers. So do names in small letters between bars in what stands for the option's value.
+
 /// Check of an option that takes a name out of a table, or the number of its code.
 inline CLI::Validator isNameOf(std::span<const SName> names) {
     return CLI::Validator(
         [names](std::string& text) {
             return findCode(names, text) ? std::string() : '"' + text + "\" is none of: " + nameList(names);
         },
-        "");
+        "", nameList(names));
 }
 
 /// The same for a table whose numbers are told, too.
@@ -41,7 +44,7 @@ inline CLI::Validator isCodeOf(std::span<const SName> names) {
         [names](std::string& text) {
             return findCode(names, text) ? std::string() : sim::codeComplaint(text, nameList(names), numberList(names));
         },
-        "");
+        "", nameList(names));
 }
 
 /// Check of a file to write, by a function that tells what is wrong with its path, if anything.
