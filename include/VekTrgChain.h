@@ -345,7 +345,7 @@ VEK_API int VekChain_TakeStatistics(VekChain_Work work, VekChainStatistics *stat
 
 /**
  * Names an instruction set that the library has row kernels for; those of all give the same bits.
- *  index: 0 for the baseline, then each faster one.
+ *  index: 0 for "scalar", plain loops in the instructions that every CPU of the architecture has, then each faster one.
  *  runs: receives 1 for the one that is in use on this CPU, else 0; may be null.
  * Returns the name, such as "avx2", which lasts as long as the program; null behind the last one (runs receives 0).
  */

@@ -118,22 +118,6 @@ bool hasRows(VekChain_Plan plan, std::uint32_t first, std::uint32_t count) {
            (count == 0 || (first % multiple == 0 && (count % multiple == 0 || first + count == height)));
 }
 
-const char* nameOf(vek::rows::Isa isa) {
-    switch (isa) {
-    case vek::rows::Isa::Sse42:
-        return "sse4.2";
-    case vek::rows::Isa::Avx2:
-        return "avx2";
-    case vek::rows::Isa::Avx512:
-        return "avx512";
-    case vek::rows::Isa::Neon:
-        return "neon";
-    case vek::rows::Isa::Scalar:
-        break;
-    }
-    return "baseline";
-}
-
 } // namespace
 
 int VekChain_Create(VekCam_Handle handle, const VekChainDescription* description, VekChain_Plan* plan, char* reason,
@@ -264,5 +248,5 @@ const char* VekChain_Tier(uint32_t index, int* runs) {
     if (runs != nullptr) {
         *runs = table == &vek::rows::bestTable() ? 1 : 0;
     }
-    return known ? nameOf(table->isa) : nullptr;
+    return known ? table->name : nullptr;
 }

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -395,6 +396,25 @@ TEST_F(CChainRun, NullsAreIgnoredAtTheEnd) {
     Make();
     EXPECT_EQ(VEK_EINVAL, VekChain_CreateWork(mPlan.get(), nullptr));
     EXPECT_EQ(VEK_EINVAL, VekChain_CreateState(mPlan.get(), nullptr));
+}
+
+TEST(ChainTiers, OneOfThemRuns) {
+    std::vector<std::string> names;
+    int running = 0;
+    int runs = -1;
+    for (std::uint32_t i = 0; const char* const name = VekChain_Tier(i, &runs); ++i) {
+        EXPECT_STREQ(name, VekChain_Tier(i, nullptr));
+        names.emplace_back(name);
+        running += runs;
+    }
+    EXPECT_EQ(0, runs);
+    EXPECT_EQ(1, running);
+    EXPECT_EQ("scalar", names.at(0));
+#if defined(__x86_64__)
+    EXPECT_EQ((std::vector<std::string>{"scalar", "sse42", "avx2", "avx512"}), names);
+#elif defined(__aarch64__)
+    EXPECT_EQ((std::vector<std::string>{"scalar", "neon"}), names);
+#endif
 }
 
 } // namespace

@@ -34,11 +34,6 @@ std::string italic(std::string_view text) {
     return "\\fI" + roffCode(text) + "\\fR";
 }
 
-/// Ends as a sentence does.
-std::string sentence(std::string text) {
-    return text.empty() || text.ends_with('.') ? text : text + ".";
-}
-
 std::string pageName(const SCommand& program, const SCommand& command) {
     return program.name + "-" + command.name;
 }

@@ -21,11 +21,6 @@ bool isOfName(char letter) {
     return std::isalnum(static_cast<unsigned char>(letter)) != 0 || letter == '_';
 }
 
-std::string_view trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(" \n");
-    return first == text.npos ? std::string_view() : text.substr(first, text.find_last_not_of(" \n") - first + 1);
-}
-
 std::size_t indentOf(std::string_view line) {
     const std::size_t indent = line.find_first_not_of(' ');
     return indent == line.npos ? line.size() : indent;
@@ -63,10 +58,10 @@ Lines linesOfComment(std::string_view comment) {
     return lines;
 }
 
-enum class EKind : unsigned char { Function, Table, Type, Macro };
+enum class EDeclared : unsigned char { Function, Table, Type, Macro };
 
 struct SDeclaration {
-    EKind kind = EKind::Function;
+    EDeclared kind = EDeclared::Function;
     std::string name;
     std::string text; ///< as in the header, without what only compilers need
 };
@@ -106,18 +101,18 @@ SDeclaration declarationOf(std::string text) {
     removeAll(text, "VEK_API ");
     const std::size_t brace = text.find('{');
     if (text.rfind("#define", 0) == 0) {
-        declaration.kind = EKind::Macro;
+        declaration.kind = EDeclared::Macro;
         declaration.name = nameBefore(text, text.find(' ', 8));
     } else if (text.rfind("enum", 0) == 0) {
-        declaration.kind = EKind::Type;
+        declaration.kind = EDeclared::Type;
         // One without a name goes by that of its first value.
         declaration.name =
             nameBefore(text, brace) == "enum" ? nameBefore(text, text.find('=')) : nameBefore(text, brace);
     } else if (text.rfind("typedef", 0) == 0) {
-        declaration.kind = EKind::Type;
+        declaration.kind = EDeclared::Type;
         declaration.name = nameBefore(text, text.size());
     } else if (text.find('(') == text.npos) {
-        declaration.kind = EKind::Table;
+        declaration.kind = EDeclared::Table;
         declaration.name = nameBefore(text, text.find('['));
     } else {
         removeAll(text, "static inline ");
@@ -171,7 +166,7 @@ SHeader readHeader(std::string_view text) {
             } else if (comment.front().rfind("SPDX", 0) != 0) {
                 partComment = comment;
             }
-        } else if (isDocumented) {
+        } else if (isDocumented && (text[at] != '#' || text.substr(at, 7) == "#define")) {
             header.entries.back().declarations.push_back(declarationOf(takeDeclaration(text, at)));
             at = std::min(text.size(), at + 1);
         } else {
@@ -443,10 +438,6 @@ std::vector<SMember> membersOf(std::string_view body, char end) {
     return members;
 }
 
-std::string sentence(const std::string& text) {
-    return text.ends_with('.') ? text : text + ".";
-}
-
 void writeMembers(CRoffPage& page, const SDeclaration& declaration) {
     const std::size_t open = declaration.text.find('{');
     if (open == declaration.text.npos) {
@@ -464,7 +455,7 @@ void writeMembers(CRoffPage& page, const SDeclaration& declaration) {
 
 /// How a declaration stands in a synopsis: types without what is in them.
 std::string synopsisOf(const SDeclaration& declaration) {
-    if (declaration.kind == EKind::Function) {
+    if (declaration.kind == EDeclared::Function) {
         return prototype(declaration.text);
     }
     std::string text = declaration.text;
@@ -564,10 +555,10 @@ private:
         CRoffPage page = Begun(shortName(mName), shortName(mName), summary);
         page.Section("DESCRIPTION");
         writeParagraphs(page, comment.paragraphs);
-        const std::pair<const char*, std::vector<EKind>> sections[] = {
-            {"FUNCTIONS", {EKind::Function}},
-            {"TABLES", {EKind::Table}},
-            {"TYPES AND CONSTANTS", {EKind::Type, EKind::Macro}}};
+        const std::pair<const char*, std::vector<EDeclared>> sections[] = {
+            {"FUNCTIONS", {EDeclared::Function}},
+            {"TABLES", {EDeclared::Table}},
+            {"TYPES AND CONSTANTS", {EDeclared::Type, EDeclared::Macro}}};
         for (const auto& [title, kinds] : sections) {
             const auto isIn = [&kinds = kinds](const SEntry& entry) {
                 return std::find(kinds.begin(), kinds.end(), entry.declarations.front().kind) != kinds.end();
@@ -610,7 +601,7 @@ private:
             page.Section("RETURN VALUE");
             writeParagraphs(page, comment.results);
         }
-        if (entry.declarations.front().kind == EKind::Function && !entry.partComment.empty()) {
+        if (entry.declarations.front().kind == EDeclared::Function && !entry.partComment.empty()) {
             const SComment part = readComment(entry.partComment);
             // A title alone says nothing more.
             if (part.paragraphs.size() > 1 || part.paragraphs.front() != part.summary + ".") {

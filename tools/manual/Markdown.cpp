@@ -9,11 +9,6 @@ namespace vek::tools {
 
 namespace {
 
-std::string_view trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(' ');
-    return first == text.npos ? std::string_view() : text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
-
 /// The cells between the bars of a table's line; a bar behind a backslash is a part of its cell.
 std::vector<std::string> cellsOf(std::string_view line) {
     std::vector<std::string> cells(1);

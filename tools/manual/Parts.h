@@ -18,4 +18,15 @@ inline std::vector<std::string> partsOf(std::string_view text, std::string_view 
     return parts;
 }
 
+/// A text without what is blank at its ends.
+inline std::string_view trimmed(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(" \n");
+    return first == text.npos ? std::string_view() : text.substr(first, text.find_last_not_of(" \n") - first + 1);
+}
+
+/// A text that ends as a sentence does.
+inline std::string sentence(std::string text) {
+    return text.empty() || text.ends_with('.') ? text : text + ".";
+}
+
 } // namespace vek::tools

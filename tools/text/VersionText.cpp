@@ -11,7 +11,7 @@ namespace vek::tools {
 
 namespace {
 
-/// "baseline, sse4.2, avx2; avx2 runs"
+/// "scalar, sse42, avx2; avx2 runs"
 std::string kernels() {
     std::string names;
     std::string running;
