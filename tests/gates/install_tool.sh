@@ -34,11 +34,12 @@ has() {
 # Pages and completion are the same every time, and name no folder of the build.
 writer=$1
 shift
+zsh_folder=$(dirname "$(find "$prefix" -name _vekcam)")
 "$writer" "$scratch/again" "$@"
 diff -r "$scratch/again/man1" "$man/man1"
 diff -r "$scratch/again/man3" "$man/man3"
 cmp "$scratch/again/completion/vekcam" "$prefix/share/bash-completion/completions/vekcam"
-cmp "$scratch/again/completion/_vekcam" "$prefix/share/zsh/vendor-completions/_vekcam"
+cmp "$scratch/again/completion/_vekcam" "$zsh_folder/_vekcam"
 cmp "$scratch/again/completion/vekcam.fish" "$prefix/share/fish/vendor_completions.d/vekcam.fish"
 if grep -rF "$build_dir" "$scratch/again"; then
     fail "a page names the folder of the build"
@@ -61,6 +62,8 @@ fi
 if has man; then
     # An image of Debian without documentation has something else in its place.
     if man --version 2>/dev/null | grep -q '^man '; then
+        # A manual beside a folder of PATH is found, another one by MANPATH.
+        [ "$(PATH="$prefix/bin:$PATH" man -w vekcam)" = "$man/man1/vekcam.1" ] || fail "man -w vekcam"
         MANPATH=$man MANWIDTH=80 man vekcam | grep -q '^ *vekcam-convert(1)$' || fail "man vekcam"
         MANPATH=$man MANWIDTH=80 man vekcam convert | grep -q -- '--colour-array, --color-array NAME' ||
             fail "man vekcam convert"
@@ -109,9 +112,9 @@ for format in $(COMP_WORDS=(vekcam convert -f '') COMP_CWORD=3 && _vekcam && ech
     "$vekcam" profile new --format "$format" -o - >/dev/null
 done
 if has zsh; then
-    zsh -n "$prefix/share/zsh/vendor-completions/_vekcam"
+    zsh -n "$zsh_folder/_vekcam"
     zsh -fc 'fpath=("$1" $fpath); autoload -U compinit; compinit -D; [[ $_comps[vekcam] == _vekcam ]]' - \
-        "$prefix/share/zsh/vendor-completions" || fail "zsh does not find its completion"
+        "$zsh_folder" || fail "zsh does not find its completion"
 fi
 if has fish; then
     export HOME=$scratch/folder

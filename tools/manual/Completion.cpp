@@ -259,6 +259,7 @@ std::string zshCompletion(const SCommand& program) {
     forEachCommand(program, "", [&](const std::string& path, const SCommand& command) {
         text += fmt::format("\n{}() {{\n", zshFunction(program.name, path));
         text += "    local curcontext=$curcontext state line\n    typeset -A opt_args\n    _arguments -C";
+        text += takesProgram(command) ? " -S" : "";
         for (const SOption& option : command.options) {
             text += " \\\n        " + zshOption(option);
         }
