@@ -10,6 +10,7 @@
 #include <cctype>
 #include <map>
 #include <set>
+#include <span>
 #include <stdexcept>
 
 namespace vek::tools {
@@ -408,7 +409,7 @@ std::string exitCodes(const SCommand& command) {
     return command.footer.rfind(start, 0) == 0 ? command.footer.substr(start.size()) : command.footer;
 }
 
-void writeSeeAlso(CRoffPage& page, std::vector<std::string> names) {
+void writeSeeAlso(CRoffPage& page, const std::vector<std::string>& names) {
     page.Section("SEE ALSO");
     std::string text;
     for (const std::string& name : names) {

@@ -66,6 +66,7 @@ EValue kindOf(const std::string& value) {
 
 std::vector<std::string> namesOf(const std::set<CLI::Option*>& options) {
     std::vector<std::string> names;
+    names.reserve(options.size());
     for (const CLI::Option* const option : options) {
         names.push_back(option->get_name());
     }

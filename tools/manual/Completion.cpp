@@ -161,7 +161,7 @@ std::string fishAction(const SOption& option) {
     if (option.value.empty()) {
         return "";
     }
-    const std::string words =
+    std::string words =
         option.words.empty() ? "" : " -a " + fishQuotes(fmt::format("{}", fmt::join(option.words, " ")));
     if (option.valueMayBeMissing) {
         return words; // a value of its own is offered besides
@@ -182,7 +182,7 @@ std::string bashCompletion(const SCommand& program) {
         for (const SCommand& sub : command.commands) {
             std::vector<std::string> names;
             for (const std::string& name : withAliases(sub)) {
-                names.push_back(path + "/" + name);
+                names.push_back(fmt::format("{}/{}", path, name));
             }
             ways += fmt::format("            {}) path={}/{} ;;\n", fmt::join(names, " | "), path, sub.name);
         }
@@ -196,7 +196,7 @@ std::string bashCompletion(const SCommand& program) {
             all.insert(all.end(), option.names.begin(), option.names.end());
             for (const std::string& name : option.names) {
                 if (!option.value.empty()) {
-                    byAction[bashAction(option)].push_back(inQuotes(path + " " + name));
+                    byAction[bashAction(option)].push_back(inQuotes(fmt::format("{} {}", path, name)));
                 }
             }
         }

@@ -263,7 +263,7 @@ SComment readComment(const Lines& lines) {
     Lines* target = &comment.paragraphs;
     bool begins = true; // a paragraph
     bool isExample = false;
-    const auto put = [&](std::string text) {
+    const auto put = [&](const std::string& text) {
         if (begins) {
             target->emplace_back();
         }
@@ -495,16 +495,23 @@ void writeSeeAlso(CRoffPage& page, const std::set<std::string>& names) {
 
 class CHeaderWriter {
 public:
-    CHeaderWriter(std::string name, std::string_view text, SEdition edition)
-        : mName(std::move(name)), mHeader(readHeader(text)), mEdition(std::move(edition)) {
+    CHeaderWriter(const SHeaderFile& file, SEdition edition)
+        : mName(file.name), mHeader(readHeader(file.text)), mEdition(std::move(edition)) {}
+
+    /// Adds the names that have pages.
+    void AddNames(std::set<std::string>& names) const {
+        names.insert(shortName(mName));
         for (const SEntry& entry : mHeader.entries) {
             for (const SDeclaration& declaration : entry.declarations) {
-                mNames.insert(declaration.name);
+                names.insert(declaration.name);
             }
         }
     }
 
-    std::vector<SManualFile> Files() const {
+    /// names: of all pages; headers: those of them that are about a header.
+    std::vector<SManualFile> Files(const std::set<std::string>& names, const std::set<std::string>& headers) {
+        mNames = names;
+        mHeaders = headers;
         std::vector<SManualFile> files = {Overview()};
         for (const SEntry& entry : mHeader.entries) {
             const std::string& name = entry.declarations.front().name;
@@ -577,6 +584,15 @@ private:
                 }
             }
         }
+        std::set<std::string> names;
+        for (const std::string& line : mHeader.comment) {
+            collectNames(line, mNames, names);
+        }
+        names.insert(mHeaders.begin(), mHeaders.end());
+        names.erase(shortName(mName));
+        if (!names.empty()) {
+            writeSeeAlso(page, names);
+        }
         return {fmt::format("man3/{}.3", shortName(mName)), page.Text()};
     }
 
@@ -628,12 +644,26 @@ private:
     SHeader mHeader;
     SEdition mEdition;
     std::set<std::string> mNames;
+    std::set<std::string> mHeaders;
 };
 
 } // namespace
 
-std::vector<SManualFile> headerPages(const std::string& name, std::string_view header, const SEdition& edition) {
-    return CHeaderWriter(name, header, edition).Files();
+std::vector<SManualFile> headerPages(const std::vector<SHeaderFile>& headers, const SEdition& edition) {
+    std::vector<CHeaderWriter> writers;
+    std::set<std::string> names;
+    std::set<std::string> overviews;
+    writers.reserve(headers.size());
+    for (const SHeaderFile& header : headers) {
+        overviews.insert(shortName(header.name));
+        writers.emplace_back(header, edition).AddNames(names);
+    }
+    std::vector<SManualFile> files;
+    for (CHeaderWriter& writer : writers) {
+        const std::vector<SManualFile> own = writer.Files(names, overviews);
+        files.insert(files.end(), own.begin(), own.end());
+    }
+    return files;
 }
 
 } // namespace vek::tools

@@ -28,8 +28,13 @@ struct SEdition {
 /// std::runtime_error where a command is missing in the synopsis.
 std::vector<SManualFile> commandPages(const SCommand& program, std::string_view description, const SEdition& edition);
 
-/// Pages of section 3: of a header, and of everything that it documents; what shares a comment shares a page, which has
-/// all its names. name: as VekTrgApi.h.
-std::vector<SManualFile> headerPages(const std::string& name, std::string_view header, const SEdition& edition);
+struct SHeaderFile {
+    std::string name; ///< as VekTrgApi.h
+    std::string text;
+};
+
+/// Pages of section 3: of each header, and of everything that it documents; what shares a comment shares a page, which
+/// has all its names.
+std::vector<SManualFile> headerPages(const std::vector<SHeaderFile>& headers, const SEdition& edition);
 
 } // namespace vek::tools

@@ -25,7 +25,7 @@ inline std::string_view trimmed(std::string_view text) {
 }
 
 /// A text that ends as a sentence does.
-inline std::string sentence(std::string text) {
+inline std::string sentence(const std::string& text) {
     return text.empty() || text.ends_with('.') ? text : text + ".";
 }
 

@@ -90,6 +90,16 @@ bool isOrder(std::string_view line) {
     return !line.empty() && (line[0] == '.' || line[0] == '\'');
 }
 
+/// Bold or slanted from its first letter on.
+bool isMarked(std::string_view word) {
+    return word.rfind("\\fB", 0) == 0 || word.rfind("\\fI", 0) == 0;
+}
+
+bool beginsSentence(std::string_view text) {
+    text.remove_prefix(isMarked(text) ? 3 : 0);
+    return !text.empty() && std::isupper(static_cast<unsigned char>(text[0])) != 0;
+}
+
 std::string argument(std::string_view text) {
     return '"' + std::string(text) + '"';
 }
@@ -138,9 +148,9 @@ CRoffPage::CRoffPage(std::string_view title, std::string_view section, std::stri
         std::transform(upper.begin(), upper.end(), upper.begin(),
                        [](unsigned char letter) { return static_cast<char>(std::toupper(letter)); });
     }
-    // Names stay whole, and blanks as wide as they are.
-    mText = fmt::format(".TH {} {} {} {}\n.nh\n.ad l\n", argument(roffCode(upper)), section, argument(date),
-                        argument(source));
+    // Blanks stay as wide as they are.
+    mText =
+        fmt::format(".TH {} {} {} {}\n.ad l\n", argument(roffCode(upper)), section, argument(date), argument(source));
 }
 
 void CRoffPage::Section(std::string_view title) {
@@ -213,9 +223,9 @@ void CRoffPage::Flow(std::string_view text) {
         if (!line.empty() && line.size() + 1 + word.size() > kLongest) {
             end();
         }
-        line += (line.empty() ? "" : " ") + std::string(word);
-        const bool isSentence =
-            word.ends_with('.') && !text.empty() && std::isupper(static_cast<unsigned char>(text[0]));
+        // Names stay whole.
+        line += (line.empty() ? "" : " ") + std::string(isMarked(word) ? "\\%" : "") + std::string(word);
+        const bool isSentence = word.ends_with('.') && beginsSentence(text);
         if (isSentence) {
             end();
         }

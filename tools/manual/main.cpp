@@ -40,11 +40,13 @@ void writeAll(const std::vector<std::string>& arguments) {
     describeProgram(app);
     const SCommand program = readCommand(app);
     std::vector<SManualFile> files = commandPages(program, contentsOf(arguments.at(3)), edition);
+    std::vector<SHeaderFile> headers;
     for (std::size_t i = 4; i < arguments.size(); ++i) {
         const std::filesystem::path header = arguments[i];
-        const std::vector<SManualFile> pages = headerPages(header.filename().string(), contentsOf(header), edition);
-        files.insert(files.end(), pages.begin(), pages.end());
+        headers.push_back({header.filename().string(), contentsOf(header)});
     }
+    const std::vector<SManualFile> pages = headerPages(headers, edition);
+    files.insert(files.end(), pages.begin(), pages.end());
     files.push_back({"completion/" + program.name, bashCompletion(program)});
     files.push_back({"completion/_" + program.name, zshCompletion(program)});
     files.push_back({"completion/" + program.name + ".fish", fishCompletion(program)});
