@@ -112,7 +112,7 @@ std::string commandOf(const SCommand& program, std::span<const SBlock> blocks, b
                     return words;
                 }
             }
-        } else if (block.kind == EKind::Paragraph && block.text.rfind("`", 0) == 0) {
+        } else if (block.kind == EKind::Paragraph && block.text.rfind('`', 0) == 0) {
             if (std::string words = commandIn(program, block.text.substr(1)); !words.empty()) {
                 return words;
             }
