@@ -29,7 +29,7 @@ has() {
     return 1
 }
 
-"$vekcam" --version | grep -q '^row kernels: '
+grep -q '^row kernels: ' <<<"$("$vekcam" --version)"
 
 # Pages and completion are the same every time, and name no folder of the build.
 writer=$1
@@ -64,11 +64,11 @@ if has man; then
     if man --version 2>/dev/null | grep -q '^man '; then
         # A manual beside a folder of PATH is found, another one by MANPATH.
         [ "$(PATH="$prefix/bin:$PATH" man -w vekcam)" = "$man/man1/vekcam.1" ] || fail "man -w vekcam"
-        MANPATH=$man MANWIDTH=80 man vekcam | grep -q '^ *vekcam-convert(1)$' || fail "man vekcam"
-        MANPATH=$man MANWIDTH=80 man vekcam convert | grep -q -- '--colour-array, --color-array NAME' ||
-            fail "man vekcam convert"
-        MANPATH=$man MANWIDTH=80 man VekCam_GetALCMode | grep -q 'VekCam_GetALCMode(VekCam_Handle handle' ||
-            fail "man VekCam_GetALCMode"
+        export MANPATH=$man MANWIDTH=80
+        grep -q '^ *vekcam-convert(1)$' <<<"$(man vekcam)" || fail "man vekcam"
+        grep -q -- '--colour-array, --color-array NAME' <<<"$(man vekcam convert)" || fail "man vekcam convert"
+        grep -q 'VekCam_GetALCMode(VekCam_Handle handle' <<<"$(man VekCam_GetALCMode)" || fail "man VekCam_GetALCMode"
+        unset MANPATH
     fi
 fi
 
