@@ -124,6 +124,37 @@ TEST(Manual, HasEveryCommandAndOptionOfTheHelp) {
     }
 }
 
+/// Options of a command and of those below it.
+std::set<std::string> optionsOf(const Arguments& command) {
+    const SHelpLists help = helpOf(command);
+    std::set<std::string> options(help.options.begin(), help.options.end());
+    for (const std::string& sub : help.commands) {
+        Arguments below = command;
+        below.push_back(sub);
+        options.merge(optionsOf(below));
+    }
+    return options;
+}
+
+TEST(Manual, SynopsesNameOptionsThatExist) {
+    std::size_t named = 0;
+    for (const std::string& command : helpOf({}).commands) {
+        const std::set<std::string> options = optionsOf({command});
+        const std::string page = pageOf({command});
+        const std::size_t begin = page.find(".SH \"SYNOPSIS\"");
+        const std::string synopsis = page.substr(begin, page.find(".SH", begin + 1) - begin);
+        const std::string mark = "\\fB\\-";
+        for (std::size_t at = synopsis.find(mark); at != synopsis.npos; at = synopsis.find(mark, at + 1)) {
+            std::string option = synopsis.substr(at + 3, synopsis.find("\\fR", at) - at - 3);
+            option.erase(std::remove(option.begin(), option.end(), '\\'), option.end());
+            // Two dashes alone stand in front of another program.
+            EXPECT_TRUE(option == "--" || options.count(option) == 1) << command << " " << option;
+            ++named;
+        }
+    }
+    EXPECT_GT(named, 200U);
+}
+
 TEST(Manual, TellsTheExitCodesOfTheHelp) {
     const std::string page = pageOf({});
     const std::string status = page.substr(page.find(".SH \"EXIT STATUS\""));
