@@ -3,6 +3,7 @@
 #define VEK_TRG_API_H
 
 /**
+ * @file
  * VekTrgApi: control and software image pipeline of an industrial trigger camera.
  *
  * The application opens the camera's Video4Linux2 node itself, passes the descriptor to VekCam_Open and
@@ -59,6 +60,7 @@
 extern "C" {
 #endif
 
+/** Marks what the shared library exports. */
 #if defined(__GNUC__)
 #define VEK_API __attribute__((visibility("default")))
 #else

@@ -3,6 +3,7 @@
 #define VEK_TRG_CHAIN_H
 
 /**
+ * @file
  * VekTrgChain: a raw frame becomes a picture in one call, in bands of rows, without a copy of the frame.
  *
  * A description says what a frame is, what the picture shall be, and which stages lie between. VekChain_Create checks
@@ -119,7 +120,7 @@ enum VekChainSharpnessPlace { VEK_CHAIN_SHARPEN_BEFORE_TONE = 0, VEK_CHAIN_SHARP
 
 /** A raw frame in memory, and the part of it that becomes the picture. */
 typedef struct VekChainFrame {
-    size_t size;
+    size_t size;         /**< sizeof this struct */
     uint32_t width;      /**< pixels */
     uint32_t height;     /**< rows */
     size_t pitch;        /**< bytes from row to row; 0: rows without padding, each from a whole byte (group) on */
@@ -134,7 +135,7 @@ typedef struct VekChainFrame {
 
 /** A picture in memory, as large as the frame's crop. */
 typedef struct VekChainPicture {
-    size_t size;
+    size_t size;     /**< sizeof this struct */
     uint32_t layout; /**< enum VekChainLayout */
     /** Bits of a sample, 8 .. 16; 0: 8 with tone and in NV12, else the working depth. Without a tone stage samples are
         shifted: bits below are cut off, missing ones 0. */
@@ -151,7 +152,7 @@ typedef struct VekChainPicture {
  * black; take it away again with the offsets of the linear matrix, or by the tone curve.
  */
 typedef struct VekChainLevels {
-    size_t size;
+    size_t size;          /**< sizeof this struct */
     uint16_t black[4];    /**< 0 .. 4095 */
     uint16_t gain[4];     /**< 1/4096, 0 .. 32767 */
     uint16_t pedestal;    /**< 0 .. 4095 */
@@ -163,7 +164,7 @@ typedef struct VekChainLevels {
  * offset more, within 0 .. 4095.
  */
 typedef struct VekChainLinearMatrix {
-    size_t size;
+    size_t size;          /**< sizeof this struct */
     int16_t factor[3][3]; /**< rows red, green, blue of the result; columns red, green, blue; 1/4096 */
     int16_t offset[3];    /**< levels, -16384 .. 16383 */
 } VekChainLinearMatrix;
@@ -179,7 +180,7 @@ enum VekChainCurve {
 
 /** Tone: a curve for each colour, to the picture's depth. */
 typedef struct VekChainTone {
-    size_t size;
+    size_t size;    /**< sizeof this struct */
     uint32_t curve; /**< enum VekChainCurve */
     uint32_t gamma; /**< hundredths, 1 and more; VEK_CHAIN_CURVE_GAMMA alone */
     /** VEK_CHAIN_CURVE_TABLE alone: words for red, green and blue (grey: green), copied; null: as the one before it,
@@ -197,20 +198,20 @@ typedef struct VekChainTone {
  * sharpness comes behind tone where tone says so.
  */
 typedef struct VekChainDescription {
-    size_t size;
-    const VekChainFrame *frame;
-    const VekChainPicture *picture;
-    uint32_t noise;               /**< VEK_NOISE_EASY or VEK_NOISE_COMPLEX; 0: none */
-    uint32_t stages;              /**< bits of enum VekChainStage */
-    const VekChainLevels *levels; /**< behind shading; with it and with the next two the chain goes on at 12 bits: 8
+    size_t size;                    /**< sizeof this struct */
+    const VekChainFrame *frame;     /**< what comes */
+    const VekChainPicture *picture; /**< what becomes of it */
+    uint32_t noise;                 /**< VEK_NOISE_EASY or VEK_NOISE_COMPLEX; 0: none */
+    uint32_t stages;                /**< bits of enum VekChainStage */
+    const VekChainLevels *levels;   /**< behind shading; with it and with the next two the chain goes on at 12 bits: 8
                                        and 10 are shifted up, 14 and 16 rounded */
-    uint32_t mirror;              /**< enum VekMirror, of the raw frame, in front of the demosaic method. The mirrored
+    uint32_t mirror;                /**< enum VekMirror, of the raw frame, in front of the demosaic method. The mirrored
                                        frame counts as of the colour array that VekCam_MirrorRotation tells: with odd
                                        sides it may be another than it has */
-    uint32_t demosaic;            /**< enum VekDemosaicMethod or VEK_CHAIN_DEMOSAIC_EDGE; any of a mono frame */
+    uint32_t demosaic;              /**< enum VekDemosaicMethod or VEK_CHAIN_DEMOSAIC_EDGE; any of a mono frame */
     const VekChainLinearMatrix *linearMatrix; /**< in the place of VEK_CHAIN_COLOR_MATRIX, not besides it; not of
                                                    grey pictures */
-    const VekChainTone *tone;
+    const VekChainTone *tone;                 /**< curves, to the picture's depth */
     uint32_t workingDepth; /**< bits that a frame is demosaiced with. 0: 12 with levels, linear matrix or tone, else the
                                 frame's. 8: frames of 8 bits stay there with tone alone. 12: also without these */
     uint32_t statistics;   /**< 1: count samples, see VekChain_TakeStatistics */
@@ -224,7 +225,7 @@ enum VekChainTrait {
 
 /** What there is to know of a plan. */
 typedef struct VekChainTraits {
-    size_t size;
+    size_t size;           /**< sizeof this struct */
     uint32_t traits;       /**< bits of enum VekChainTrait; with any of them a state is needed */
     uint32_t rowMultiple;  /**< first rows of bands are multiples of it, row counts too, unless the picture ends */
     uint32_t width;        /**< of the picture, pixels */
@@ -241,7 +242,7 @@ typedef struct VekChainTraits {
 
 /** Samples of one kind that were counted. */
 typedef struct VekChainCount {
-    uint64_t pixels;
+    uint64_t pixels;   /**< how many */
     uint64_t sum;      /**< of the samples */
     uint64_t clipped;  /**< samples of the largest value */
     uint64_t bins[64]; /**< by the highest 6 bits of the depth */
@@ -252,7 +253,7 @@ typedef struct VekChainCount {
  * are never the largest.
  */
 typedef struct VekChainStatistics {
-    size_t size;
+    size_t size;          /**< sizeof this struct */
     VekChainCount raw[4]; /**< of the crop as it came, at the frame's depth: R, Gr, Gb, B; mono: the first one alone */
     /** Of the picture, at its depth: (77 R + 150 G + 29 B + 128) / 256, cut off, also in front of NV12; grey itself. */
     VekChainCount luma;

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Draws the plots and pictures of docs/ anew, from runs of build/release/vekcam on the simulated camera. ./dev docs
+# Draws the plots and pictures of docs/ anew, from runs of build/release/vekcam on the simulated camera. ./dev plots
 # builds it first and installs what the drawing needs.
 # VEKCAM_DATA_DIR: a folder of real raw frames, of which pictures are made to look at; none of them are kept.
 set -euo pipefail
