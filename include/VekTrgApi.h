@@ -3,7 +3,6 @@
 #define VEK_TRG_API_H
 
 /**
- * @file
  * VekTrgApi: control and software image pipeline of an industrial trigger camera.
  *
  * The application opens the camera's Video4Linux2 node itself, passes the descriptor to VekCam_Open and
@@ -60,7 +59,6 @@
 extern "C" {
 #endif
 
-/** Marks what the shared library exports. */
 #if defined(__GNUC__)
 #define VEK_API __attribute__((visibility("default")))
 #else

@@ -3,7 +3,6 @@
 #define VEK_TRG_CHAIN_H
 
 /**
- * @file
  * VekTrgChain: a raw frame becomes a picture in one call, in bands of rows, without a copy of the frame.
  *
  * A description says what a frame is, what the picture shall be, and which stages lie between. VekChain_Create checks

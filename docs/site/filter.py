@@ -61,6 +61,8 @@ def filteredHeader(text):
     """Comments get marks; a declaration right behind another one has that one's comment."""
     told = ""
     parts = []
+    # The first comment is the file's.
+    text = text.replace("/**\n", "/**\n * @file\n", 1)
     for part in re.split(r"(^/\*\*.*?\*/\n|^VEK_API .*?;\n)", text, flags=re.M | re.S):
         if part.startswith("VEK_API"):
             name = re.search(r"(\w+)\s*[\[(;]", part)[1]

@@ -46,7 +46,8 @@ std::vector<SBlock> readMarkdown(std::string_view page) {
             isCode = !isCode;
             joins = false;
         } else if (isCode) {
-            blocks.back().text += line + "\n";
+            blocks.back().text += line;
+            blocks.back().text += '\n';
         } else if (text.empty()) {
             joins = false;
         } else if (text[0] == '#') {
@@ -65,7 +66,8 @@ std::vector<SBlock> readMarkdown(std::string_view page) {
             blocks.push_back({EKind::Item, 0, std::string(text.substr(2)), "", {}});
             joins = true;
         } else if (joins) {
-            blocks.back().text += " " + std::string(text);
+            blocks.back().text += ' ';
+            blocks.back().text += text;
         } else {
             blocks.push_back({EKind::Paragraph, 0, std::string(text), "", {}});
             joins = true;

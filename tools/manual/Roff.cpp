@@ -101,7 +101,7 @@ bool beginsSentence(std::string_view text) {
 }
 
 std::string argument(std::string_view text) {
-    return '"' + std::string(text) + '"';
+    return fmt::format("\"{}\"", text);
 }
 
 } // namespace
@@ -169,7 +169,7 @@ void CRoffPage::Paragraph(std::string_view text) {
 }
 
 void CRoffPage::Tagged(std::string_view tag, std::string_view text) {
-    mText += ".TP\n" + std::string(isOrder(tag) ? "\\&" : "") + std::string(tag) + "\n";
+    mText += fmt::format(".TP\n{}{}\n", isOrder(tag) ? "\\&" : "", tag);
     Flow(text.empty() ? "\\&" : text);
 }
 
@@ -224,7 +224,9 @@ void CRoffPage::Flow(std::string_view text) {
             end();
         }
         // Names stay whole.
-        line += (line.empty() ? "" : " ") + std::string(isMarked(word) ? "\\%" : "") + std::string(word);
+        line += line.empty() ? "" : " ";
+        line += isMarked(word) ? "\\%" : "";
+        line += word;
         const bool isSentence = word.ends_with('.') && beginsSentence(text);
         if (isSentence) {
             end();
