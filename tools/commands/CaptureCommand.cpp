@@ -13,9 +13,9 @@
 #include "tools/options/LiveOptions.h"
 #include "tools/text/LiveLine.h"
 #include "tools/text/Messages.h"
+#include "tools/text/TimeText.h"
 
 #include <fmt/args.h>
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -61,14 +61,6 @@ struct SCaptureJob {
     std::string output;
     std::unique_ptr<COutputFiles> files;
 };
-
-/// "20260503-183015.123456", UTC.
-std::string timeName(std::chrono::nanoseconds wall) {
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(wall);
-    const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(wall - seconds);
-    return fmt::format("{:%Y%m%d-%H%M%S}.{:06}", fmt::gmtime(static_cast<std::time_t>(seconds.count())),
-                       micros.count());
-}
 
 /// The name of a frame's file. Throws CBadArguments for a pattern that is none.
 std::string outputName(const std::string& pattern, const SCapturedFrame& frame, std::uint64_t number) {

@@ -16,8 +16,8 @@
 #include "tools/options/Options.h"
 #include "tools/text/LiveLine.h"
 #include "tools/text/Messages.h"
+#include "tools/text/TimeText.h"
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 
 #include <atomic>
@@ -45,15 +45,6 @@ struct SRecordArguments {
     bool noLoss = false;
     bool json = false;
 };
-
-/// Now, "2026-05-03T18:30:15.123456Z".
-std::string momentText() {
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(now);
-    const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(now - seconds);
-    return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:06}Z", fmt::gmtime(static_cast<std::time_t>(seconds.count())),
-                       micros.count());
-}
 
 const char* clockText(ERecordClock clock) {
     return clock == ERecordClock::Monotonic ? "monotonic" : clock == ERecordClock::Copied ? "copied" : "unknown";
@@ -111,6 +102,12 @@ public:
             mProfile = readProfile(arguments.profile);
         }
         mUntil = untilOf(arguments.until);
+        try {
+            mOutput = fmt::format(fmt::runtime(arguments.output), fmt::arg("time", timeName(wallNow())));
+        } catch (const fmt::format_error&) {
+            throw CBadArguments(
+                fmt::format("--output {}: no pattern: {{time}} is known, other braces are doubled", arguments.output));
+        }
     }
 
     void Run() {
@@ -173,11 +170,11 @@ private:
         if (mProfile) {
             mNotes.profile = recordedProfileJson(*mProfile);
         }
-        mNotes.started = momentText();
+        mNotes.started = momentText(wallNow());
         setup.notes = mNotes;
         setup.force = mArguments.force;
         setup.buffers = mArguments.buffers;
-        mWriter.emplace(mArguments.output, setup);
+        mWriter.emplace(mOutput, setup);
     }
 
     bool Enough() const { return mArguments.frames && mTaken >= *mArguments.frames; }
@@ -263,7 +260,7 @@ private:
     }
 
     void Finish(const std::exception_ptr& error) {
-        mNotes.ended = momentText();
+        mNotes.ended = momentText(wallNow());
         mNotes.why = Reason(error);
         mNotes.account = AccountJson(mWriter->Counts());
         mRecorded = mWriter->Finish(mNotes);
@@ -323,6 +320,7 @@ private:
     }
 
     const SRecordArguments& mArguments;
+    std::string mOutput;
     std::optional<SProfile> mProfile;
     std::optional<Time> mUntil;
     SLiveCamera mLive;
@@ -353,9 +351,11 @@ void addRecordCommand(CLI::App& app) {
                      "Frames to record; by default until a signal, --until or the camera ends it")
         ->transform(range(1, 1000000000000));
     command
-        ->add_option("-o,--output", arguments->output,
-                     wrapped("Folder to make, run.vrec: frames.raw has the frames, index.bin what is known of each, "
-                             "recording.json of all. \"vekcam convert\" and the other commands take it as a file"))
+        ->add_option(
+            "-o,--output", arguments->output,
+            wrapped("Folder to make, run.vrec: frames.raw has the frames, index.bin what is known of each, "
+                    "recording.json of all. {time} stands for the moment of the beginning (UTC). \"vekcam convert\" "
+                    "and the other commands take the folder as a file"))
         ->type_name("FOLDER")
         ->required();
     command->add_flag("--force", arguments->force, "Replace a recording that is there")->disable_flag_override();

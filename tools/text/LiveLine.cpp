@@ -48,25 +48,32 @@ std::string liveText(const SLiveFigures& figures) {
     return line;
 }
 
-CLiveLine::CLiveLine() : mVisible(isatty(STDERR_FILENO) != 0) {}
+CLiveLine::CLiveLine() : mTerminal(isatty(STDERR_FILENO) != 0) {
+    mService.Ready();
+}
 
 CLiveLine::~CLiveLine() {
-    if (mVisible) {
+    mService.Stopping();
+    if (mTerminal) {
         std::fputs("\r\033[K", stderr);
     }
 }
 
 bool CLiveLine::Due() const {
-    return mVisible && Clock::now() - mDrawn >= kBetweenDrawings;
+    return Visible() && Clock::now() - mDrawn >= kBetweenDrawings;
 }
 
 void CLiveLine::Draw(const SLiveFigures& figures) {
-    if (!mVisible) {
+    if (!Visible()) {
         return;
     }
     mDrawn = Clock::now();
-    // A narrow terminal cuts the line off: a wrapped one would stay.
-    std::fputs(("\r\033[?7l" + liveText(figures) + "\033[K\033[?7h").c_str(), stderr);
+    const std::string line = liveText(figures);
+    mService.Status(line);
+    if (mTerminal) {
+        // A narrow terminal cuts the line off: a wrapped one would stay.
+        std::fputs(("\r\033[?7l" + line + "\033[K\033[?7h").c_str(), stderr);
+    }
 }
 
 } // namespace vek::tools

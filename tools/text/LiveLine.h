@@ -4,6 +4,8 @@
 #include "client/capture/Capture.h"
 #include "client/statistics/FrameGlance.h"
 
+#include "tools/text/ServiceNotice.h"
+
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -25,7 +27,8 @@ struct SLiveFigures {
 std::string liveText(const SLiveFigures& figures);
 
 /// A line on standard error that is drawn anew while frames come; nothing where that is no terminal. Gone again when
-/// the object ends.
+/// the object ends. The manager of a service is told the same line, which goes on while no frame comes; that the
+/// service is ready when the object begins, and that it ends.
 class CLiveLine {
 public:
     CLiveLine();
@@ -33,7 +36,8 @@ public:
     CLiveLine(const CLiveLine&) = delete;
     CLiveLine& operator=(const CLiveLine&) = delete;
 
-    bool Visible() const { return mVisible; }
+    /// Whether anybody is shown the line.
+    bool Visible() const { return mTerminal || mService.Listened(); }
     /// Whether it is time to draw again.
     bool Due() const;
     void Draw(const SLiveFigures& figures);
@@ -41,7 +45,8 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    bool mVisible;
+    bool mTerminal;
+    CServiceNotice mService;
     Clock::time_point mDrawn{};
 };
 
