@@ -25,8 +25,10 @@ F* nextDefinition(std::atomic<F*>& place, const char* name) {
 } // namespace vek::emulator
 
 /// VEK_NEXT(type)(name): the function behind the one of this library.
+// NOLINTBEGIN(bugprone-macro-parentheses): a type
 #define VEK_NEXT(type, name)                                                                                           \
     ([]() -> type* {                                                                                                   \
         static std::atomic<type*> definition{nullptr};                                                                 \
         return vek::emulator::nextDefinition(definition, name);                                                        \
     }())
+// NOLINTEND(bugprone-macro-parentheses)

@@ -12,6 +12,7 @@ enum class EPlace : unsigned char {
     Shadow,    ///< in a folder that something stands in for: SPlace::path is to be taken instead
 };
 
+// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): the path is written where there is one
 struct SPlace {
     EPlace kind = EPlace::Elsewhere;
     char path[PATH_MAX];
