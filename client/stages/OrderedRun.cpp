@@ -12,10 +12,13 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <ctime>
 #include <exception>
+#include <optional>
 #include <thread>
-#include <utility>
 
 namespace vek::client {
 
@@ -53,6 +56,10 @@ void runPipeline(int threads, const SOrderedSteps& steps) {
 /// Tells the thread that waits for signals that there is nothing left to wait for. It does nothing by itself.
 constexpr int kDone = SIGURG;
 
+/// A signal so soon behind the first one is the same once more: sent to the whole group, and passed on by a program
+/// that this one runs under.
+constexpr std::chrono::milliseconds kSameSignal{250};
+
 } // namespace
 
 void runInOrder(unsigned threads, const SOrderedSteps& steps) {
@@ -73,23 +80,36 @@ void runInOrder(unsigned threads, const SOrderedSteps& steps) {
     });
     sigset_t all;
     sigfillset(&all);
-    bool interrupted = false;
+    std::optional<std::chrono::steady_clock::time_point> interrupted;
     while (!done) {
         int signal = 0;
         if (sigwait(&all, &signal) != 0) {
             continue;
         }
         if (CTemporaryFile::EndsProgram(signal)) {
-            if (!steps.interrupt || std::exchange(interrupted, true)) {
+            const auto now = std::chrono::steady_clock::now();
+            if (!steps.interrupt || (interrupted && now - *interrupted > kSameSignal)) {
                 CTemporaryFile::EndBySignal(signal);
             }
-            steps.interrupt();
+            if (!interrupted) {
+                interrupted = now;
+                steps.interrupt();
+            }
         }
         if (signal == SIGTSTP || signal == SIGTTIN || signal == SIGTTOU) {
             kill(getpid(), SIGSTOP); // as from the terminal
         }
     }
     runner.join();
+    // Behind this a signal ends the program, and its files are not complete yet.
+    while (interrupted) {
+        const auto left = *interrupted + kSameSignal - std::chrono::steady_clock::now();
+        const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(left).count();
+        const timespec rest{0, nanoseconds};
+        if (nanoseconds <= 0 || (sigtimedwait(&all, nullptr, &rest) < 0 && errno == EAGAIN)) {
+            break;
+        }
+    }
     if (error) {
         std::rethrow_exception(error);
     }

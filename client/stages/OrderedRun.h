@@ -12,7 +12,7 @@ struct SOrderedSteps {
     std::function<void(void*)> work;             ///< several at once
     std::function<bool(void*)> finish;           ///< one after the other, as they were taken; false: no more are taken
     /// Told of the first signal that would end the program: the run may end in its own way, as take then says. Empty:
-    /// the program ends. A second signal ends it in any case.
+    /// the program ends. A second signal ends it in any case, unless it comes within a quarter of a second.
     std::function<void()> interrupt = {};
 };
 

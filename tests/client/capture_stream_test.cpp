@@ -18,8 +18,11 @@
 #include <dirent.h>
 #include <linux/videodev2.h>
 #include <pthread.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -640,6 +643,39 @@ TEST(CaptureStream, OrderedBehindWorkers) {
     const CStillness still;
     const client::SCaptureCounts counts = capture.Stop();
     expectLaw(counts, camera.node->Counts(), "ordered");
+}
+
+TEST(OrderedRun, ASecondSignalEndsTheProgramUnlessItIsTheSame) {
+    // A run that does not care about the first one.
+    const auto endAfter = [](std::chrono::milliseconds pause) {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(pipe(ends.data()), 0);
+        const pid_t child = fork();
+        if (child == 0) {
+            client::runInOrder(1, {[&]() -> std::shared_ptr<void> {
+                                       static_cast<void>(!write(ends[1], "t", 1));
+                                       std::this_thread::sleep_for(std::chrono::seconds(2));
+                                       return nullptr;
+                                   },
+                                   [](void*) {}, [](void*) { return true; },
+                                   [&] { static_cast<void>(!write(ends[1], "i", 1)); }});
+            _exit(7);
+        }
+        char told = 0;
+        EXPECT_EQ(read(ends[0], &told, 1), 1); // it is under way
+        kill(child, SIGINT);
+        EXPECT_EQ(read(ends[0], &told, 1), 1);
+        EXPECT_EQ(told, 'i');
+        std::this_thread::sleep_for(pause);
+        kill(child, SIGTERM);
+        int status = 0;
+        waitpid(child, &status, 0);
+        close(ends[0]);
+        close(ends[1]);
+        return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+    };
+    EXPECT_EQ(endAfter(std::chrono::milliseconds(0)), 7);
+    EXPECT_EQ(endAfter(std::chrono::milliseconds(500)), -SIGTERM);
 }
 
 TEST(CaptureControls, AreListedReadAndSet) {

@@ -115,6 +115,14 @@ TEST_F(Record, ASignalEndsItInOrder) {
         EXPECT_EQ(Text()["endedBy"], "a signal");
         EXPECT_GE(printedJson({"info", Run(), "--check", "--json"})["readable"].get<unsigned>(), 4U);
     }
+    // Sent to the group, and once more by a program that it runs under.
+    std::filesystem::remove_all(Run());
+    const SResult twice = runVekcam(Small({"--fps", "200"}), {.meanwhile = [this](pid_t program) {
+                                        WhenFramesAreThere(SIGINT)(program);
+                                        kill(program, SIGTERM);
+                                    }});
+    EXPECT_EQ(twice.exitCode, 0) << twice.err;
+    EXPECT_EQ(Text()["complete"], true);
     std::filesystem::remove_all(Run());
     const SResult early =
         runVekcam(Small({"--fps", "200", "-n", "1000000"}), {.meanwhile = WhenFramesAreThere(SIGINT)});
